@@ -1,0 +1,21 @@
+# The one place that says which warnings the project builds with; every target links it.
+add_library(fenwright_warnings INTERFACE)
+target_compile_options(
+  fenwright_warnings
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wshadow
+            -Wconversion
+            -Wsign-conversion
+            -Wnon-virtual-dtor
+            -Woverloaded-virtual
+            -Wold-style-cast
+            -Wcast-align
+            -Wunused
+            -Wnull-dereference
+            -Wdouble-promotion
+            -Wformat=2
+            -Werror
+            # At -O1 GCC's null-dereference analysis reports paths inside libstdc++ itself.
+            $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference>)

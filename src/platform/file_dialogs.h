@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace fenwright::platform {
+
+/// One open or save dialog. `Filter` lists pairs "label|patterns|", patterns split by ";".
+struct FileDialogRequest {
+  std::string Title;
+  std::string Filter;
+  std::string DefaultExtension;
+  std::string StartFolder;  ///< "" lets the dialog choose
+};
+
+/// The system's own file dialogs. They return the chosen path, or nothing when cancelled. None
+/// asks about overwriting: the commands do.
+class FileDialogs {
+ public:
+  virtual ~FileDialogs() = default;
+  virtual std::optional<std::string> Open(const FileDialogRequest& request) = 0;
+};
+
+}  // namespace fenwright::platform

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string_view>
+
+namespace fenwright::platform {
+
+enum class MessageIcon { Information, Critical };
+
+/// Modal message boxes. Each call returns when the user has answered.
+class MessageBoxes {
+ public:
+  virtual ~MessageBoxes() = default;
+  /// One OK button. An empty title stands for the application's own.
+  virtual void Show(MessageIcon icon, std::string_view title, std::string_view text) = 0;
+  /// Yes and No; true for Yes. No is the default answer.
+  virtual bool Ask(std::string_view title, std::string_view text) = 0;
+};
+
+}  // namespace fenwright::platform

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string_view>
+
+namespace fenwright::platform {
+
+/// The five panels of the main window's status bar.
+enum class Panel {
+  Status = 1,
+  Signature = 2,
+  BoardVersion = 3,
+  Port = 4,
+  Elapsed = 5,
+};
+
+/// Shows texts in the panels. Callers go through core::ShowStatus(), which also traces.
+class StatusBar {
+ public:
+  virtual ~StatusBar() = default;
+  virtual void SetPanelText(Panel panel, std::string_view text) = 0;
+};
+
+}  // namespace fenwright::platform

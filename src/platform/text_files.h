@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace fenwright::platform {
+
+/// Outcome of a file call. `Reason` is the system's own words for a failure, UTF-8.
+struct FileResult {
+  enum class Status { Ok, NotFound, AccessRefused, Failed };
+  Status Code = Status::Ok;
+  std::string Reason;
+  explicit operator bool() const { return Code == Status::Ok; }
+};
+
+/// A file being written from its start. Destroying it closes it.
+class FileWriter {
+ public:
+  virtual ~FileWriter() = default;
+  /// Appends bytes. False as soon as the system could not take them all (a full disc).
+  virtual bool Write(std::string_view bytes) = 0;
+  /// Flushes and closes; false when bytes were lost.
+  virtual bool Close() = 0;
+};
+
+/// Whole-file and sequential access to files. Paths are UTF-8, contents are bytes; nothing is
+/// translated and nothing throws. A folder, or a file that is not a regular one, is refused where
+/// a file is to be written.
+class TextFiles {
+ public:
+  virtual ~TextFiles() = default;
+
+  /// True when `path` names an existing file (not a folder).
+  virtual bool Exists(std::string_view path) = 0;
+
+  /// Reads a whole file into `content`.
+  virtual FileResult Read(std::string_view path, std::string& content) = 0;
+
+  /// Replaces a file's content in place, creating the file when missing.
+  virtual FileResult Write(std::string_view path, std::string_view content) = 0;
+
+  /// Appends in one write, creating the file when missing.
+  virtual FileResult Append(std::string_view path, std::string_view content) = 0;
+
+  /// Opens a file for writing, cut to nothing; null with `result` set when that fails.
+  virtual std::unique_ptr<FileWriter> OpenForWriting(std::string_view path, FileResult& result) = 0;
+
+  /// Deletes a file; errors are ignored.
+  virtual void Delete(std::string_view path) = 0;
+};
+
+}  // namespace fenwright::platform
