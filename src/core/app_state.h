@@ -1,0 +1,90 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/serial_control.h"
+
+namespace fenwright::core {
+
+/// Value of a blank memory cell, in the buffers and in the chips.
+inline constexpr std::uint8_t kBlank = 0xFF;
+
+/// Last valid index of each buffer; the buffers have one element more.
+inline constexpr std::int32_t kFlashBufferLast = 65536;
+inline constexpr std::int32_t kEepromBufferLast = 2048;
+
+/// What a running command has done to the chip so far. It is kept beside the error flag so that a
+/// failure, or a stop, can say in words what state the chip is in.
+struct ChipReport {
+  bool EraseStarted = false;
+  bool Erased = false;
+  bool FlashStarted = false;
+  bool FlashFailed = false;
+  std::int32_t FlashWordsWritten = 0;  ///< words acknowledged before the first failure
+  bool EepromStarted = false;
+  bool EepromFailed = false;
+  std::int32_t EepromBytesDone = 0;  ///< bytes written or skipped before the first failure
+  bool NothingToProgram = false;     ///< both buffers were blank
+  bool VerifyFinished = false;       ///< both memories were compared without a communication error
+};
+
+/// The one state record of a run. One thread uses it.
+struct AppState {
+  // The selected device; 0 until a device has been applied, and for a name that is in no row.
+  std::int32_t FlashWords = 0;
+  std::int32_t EepromBytes = 0;
+  std::uint8_t DeviceCode = 0;
+
+  /// Flash word w has its high byte at 2w and its low byte at 2w + 1, the reverse of a HEX file.
+  std::vector<std::uint8_t> FlashBuffer =
+      std::vector<std::uint8_t>(kFlashBufferLast + 1, std::uint8_t{0});
+  /// EEPROM byte a is at index a.
+  std::vector<std::uint8_t> EepromBuffer =
+      std::vector<std::uint8_t>(kEepromBufferLast + 1, std::uint8_t{0});
+
+  std::string CodeFileName;     ///< code file last opened, "" = none
+  std::string DataFileName;     ///< data file last opened, "" = none
+  std::string AppFolder;        ///< folder of trace, dumps and report, ending in a separator
+  std::string CommandArgument;  ///< first command-line argument, or ""
+  std::string LineText;         ///< scratch line of the file readers
+
+  /// Set for good when a HEX file ended at a bad line: see image/hex_reader.h.
+  bool HexFileLeftOpen = false;
+
+  /// 0 = no error, 1 = no or wrong reply, wrong chip or wrong digit, 2 = board firmware too old.
+  /// Commands set it and never clear it; whoever starts a sequence clears it.
+  std::int16_t LinkError = 0;
+
+  double WaitStart = 0;                  ///< seconds since midnight; shared by every wait and pause
+  double OperationStartTime = 0;         ///< start of the command; afterwards its whole seconds
+  std::array<std::uint8_t, 1> TxByte{};  ///< one argument byte on its way out
+  std::vector<std::uint8_t> RxBuf = std::vector<std::uint8_t>(11, std::uint8_t{0});  ///< the reply
+
+  std::string StatusText;           ///< text of status panel 1
+  std::string MessageText;          ///< text last put into the message dialog
+  double FirmwareVersion = 0;       ///< the board's version, 0 = not read
+  std::string FirmwareVersionText;  ///< first 16 characters of the version reply
+
+  bool SignatureFailed = false;         ///< the last signature session ended with LinkError = 1
+  std::int16_t DetectedFlashWords = 0;  ///< flash size that the chip's signature stands for
+  std::int32_t FlashProgramCount = 0;   ///< last non-blank flash word + 1
+  std::int32_t EepromProgramCount = 0;  ///< last EEPROM byte that is not 0xFF, + 1
+  bool VerifyStandalone = false;        ///< the verify command runs, not programming
+  bool FlashNG = false;                 ///< the verify run found a differing flash word
+  bool EepromNG = false;                ///< the verify run found a differing EEPROM byte
+
+  /// 1 after an OK button of the message dialog, 2 after CANCEL. No operation reads it.
+  std::int16_t CancelRequested = 0;
+
+  // What the front ends need beside the flags above.
+  bool CommandRunning = false;     ///< a command is on the stack; no other may start
+  bool StopRequested = false;      ///< the program is to end: no further exchange may start
+  bool InProgrammingMode = false;  ///< the board was told to enter programming mode
+  ChipReport Chip;
+  platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
+};
+
+}  // namespace fenwright::core

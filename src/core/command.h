@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "core/run_context.h"
+#include "platform/text_files.h"
+
+namespace fenwright::core {
+
+/// How a command ended.
+enum class CommandEnding {
+  Finished,    ///< it ran to its end; the state says with what result
+  Refused,     ///< another command is running; nothing was done
+  Stopped,     ///< a stop was requested (program closed, Ctrl-C)
+  FileError,   ///< a file of the program itself could not be written
+  BadSetting,  ///< a stored setting makes no sense
+};
+
+/// Thrown to end the running command where it stands. Only RunCommand() catches it.
+///
+/// Operations report through the error flag and run to their end whatever happens on the line. The
+/// two things that end them earlier, a requested stop and a trace, dump or report that the disc
+/// refuses, would otherwise need a test after every single step.
+struct CommandEnd {
+  CommandEnding Ending = CommandEnding::Stopped;
+  std::string Text;  ///< for the user: cause and cure; empty for a stop
+};
+
+/// Ends the running command because `path` could not be written.
+[[noreturn]] void EndCommandOnFileError(std::string_view path, const platform::FileResult& result);
+
+/// Runs one user command under the guard that keeps every other from starting: while `body` runs,
+/// `AppState::CommandRunning` is true and a further call is refused. `on_early_end` runs when the
+/// body was ended early, before the text of the ending, if any,
+/// is shown in a message box; what it throws itself is
+/// dropped. A stop request is used up when the command ends.
+CommandEnding RunCommand(RunContext& context, const std::function<void()>& body,
+                         const std::function<void()>& on_early_end = {});
+
+}  // namespace fenwright::core
