@@ -1,0 +1,275 @@
+#include "link/detection.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/build_info.h"
+#include "core/settings_keys.h"
+#include "core/status.h"
+#include "link/board_commands.h"
+#include "link/serial_link.h"
+
+namespace fenwright::link {
+namespace {
+
+using platform::MessageMode;
+using platform::Panel;
+
+constexpr char kEscape = 0x1B;
+constexpr char kIdentify = '?';
+constexpr char kExtend = 'A';
+constexpr int kVersionReplyLength = 18;  // 16 characters and a line end
+constexpr std::size_t kVersionLineLength = 16;
+constexpr std::size_t kModelLength = 12;
+constexpr std::array<std::string_view, 2> kModels{"KV-LOD350  V", "KV-LOD350A V"};
+constexpr double kMinimumVersion = 6.3;
+constexpr float kRecommendedVersion = 6.38F;
+constexpr double kIdentifyRestSeconds = 0.1;
+
+std::string ReadTextInput(core::RunContext& context) {
+  const std::vector<std::uint8_t> bytes = context.ProgrammerPort.Input();
+  return {bytes.begin(), bytes.end()};
+}
+
+std::string_view TrimBlanks(std::string_view text) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  return text;
+}
+
+/// A plain decimal number, blanks around it allowed; nothing for anything else.
+std::optional<double> ParseNumber(std::string_view text) {
+  text = TrimBlanks(text);
+  double value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, code] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
+  if (code != std::errc{} || stop != end || !std::isfinite(value)) return std::nullopt;
+  return value;
+}
+
+std::string ShortestDecimal(double value) {
+  std::array<char, 40> text{};
+  const auto [end, code] = std::to_chars(text.data(), text.data() + text.size(), value);
+  return {text.data(), end};
+}
+
+void ForgetVersion(core::RunContext& context, double& version) {
+  context.State.FirmwareVersionText.clear();
+  core::ShowStatus(context, Panel::BoardVersion, "");
+  version = 0;
+}
+
+void ReportNoBoard(core::RunContext& context, double& version, std::int16_t& error) {
+  constexpr std::string_view kText =
+      "ライターを検出できませんでした。使用可能な通信ポートを設定してください。";
+  core::ShowStatus(context, kText);
+  context.MessageDialog.SetText(kText);
+  core::ShowMessage(context, kText, MessageMode::Notice);
+  ForgetVersion(context, version);
+  context.MessageDialog.ShowButton();
+  error = 1;
+}
+
+void ReportUnreadableVersion(core::RunContext& context, double& version, std::int16_t& error) {
+  constexpr std::string_view kText = "ファームウエアバージョンを読み出せませんでした。";
+  core::ShowStatus(context, kText);
+  context.MessageDialog.SetText(kText);
+  context.MessageDialog.ShowButton();
+  ForgetVersion(context, version);
+  error = 1;
+}
+
+void ReportFirmwareTooOld(core::RunContext& context, std::int16_t& error) {
+  constexpr std::string_view kText =
+      "このソフトは使用できません。\r\n"
+      "ファームウエアバージョン6.38以降にアップデートしてください。";
+  core::ShowStatus(context, kText);
+  context.MessageDialog.SetText(kText);
+  core::ShowMessage(context, kText, MessageMode::Notice);
+  context.MessageDialog.ShowButton();
+  error = 2;
+}
+
+/// Judges a version line; the flag says what became of it.
+void AcceptVersionLine(core::RunContext& context, const std::string& line, double& version,
+                       std::int16_t& error) {
+  if (std::ranges::find(kModels, line.substr(0, kModelLength)) == kModels.end()) {
+    ReportUnreadableVersion(context, version, error);
+    return;
+  }
+  const std::string found =
+      "ライターを COM" + std::to_string(context.ProgrammerPort.CommPort()) + "に検出しました。";
+  core::ShowStatus(context, found);
+  context.MessageDialog.SetText(found);
+  context.State.FirmwareVersionText = line;
+  core::ShowStatus(context, Panel::BoardVersion, line);
+  const std::optional<double> number = ParseNumber(line.substr(kModelLength));
+  if (!number) {
+    ReportUnreadableVersion(context, version, error);
+    return;
+  }
+  version = *number;
+  if (!(version >= kMinimumVersion)) {
+    ReportFirmwareTooOld(context, error);
+    return;
+  }
+  ClearInput(context);
+  // Its acknowledgement is not awaited here: RestForExtendAcknowledgement() sees to it.
+  SendText(context, kExtend);
+  error = 0;
+}
+
+/// The acknowledgement of the "A" that ended the detection must not be taken for the reply of the
+/// next command: a board that is slow to answer would seem to accept any device.
+void RestForExtendAcknowledgement(core::RunContext& context) {
+  constexpr double kLongestRestSeconds = 0.1;
+  RestForBytes(context, 1, kLongestRestSeconds);
+}
+
+/// The stored port number; nothing when none was ever stored, or what is stored is no number.
+std::optional<int> StoredPortNumber(const core::RunContext& context) {
+  const auto text = context.Settings.Read(core::kSettingsSection, core::kPortNumberKey);
+  if (!text) return std::nullopt;
+  const std::optional<double> number = ParseNumber(*text);
+  constexpr double kLargestPort = 255;
+  if (!number || *number < 0 || *number > kLargestPort) return 0;
+  return static_cast<int>(*number);
+}
+
+void PreparePort(core::RunContext& context, int port_number) {
+  platform::SerialControl& port = context.ProgrammerPort;
+  port.SetCommPort(port_number);
+  core::ShowStatus(context, Panel::Port, "COM" + std::to_string(port_number));
+  port.SetSettings(kPortSettings);
+  port.SetHandshaking(0);
+  port.SetInputLen(0);
+  port.SetRTSEnable(true);
+  port.SetRThreshold(1);
+  port.DiscardInput();
+}
+
+void ReportNoPortChosen(core::RunContext& context) {
+  core::ShowMessage(context,
+                    "ライタと通信ができませんでした。\r\n"
+                    "PCとライタの接続を確認後、メニューバーの\r\n"
+                    "[通信チェック] [COMポート選択]を実行して下さい。\r\n",
+                    MessageMode::Notice);
+  core::ShowStatus(context, "ライタと通信ができませんでした。(レジストリリード)");
+}
+
+/// A second, smaller line below the message: why the board could not be found, and the cure.
+void ExplainMissingBoard(core::RunContext& context) {
+  const platform::PortOpenResult& opened = context.State.LastPortOpen;
+  std::string name = "COM" + std::to_string(context.ProgrammerPort.CommPort());
+  if (!opened.Path.empty()) name += " (" + opened.Path + ")";
+  if (opened.Status != platform::PortOpenStatus::Ok) {
+    context.MessageDialog.SetDetail(name + " : " + opened.Reason);
+  } else if (context.ProgrammerPort.IsGone()) {
+    context.MessageDialog.SetDetail(
+        name + " : 通信ポートがなくなりました。USBケーブルと電源を確認してください。");
+  } else if (context.State.LinkError == 1) {
+    context.MessageDialog.SetDetail(name +
+                                    " は開けましたが、ライターとしての返答がありません。"
+                                    "ライターの電源、ケーブル、ポート番号を確認してください。");
+  }
+}
+
+}  // namespace
+
+void DetectProgrammer(core::RunContext& context, double& version, std::int16_t& error) {
+  platform::SerialControl& port = context.ProgrammerPort;
+  core::ShowStatus(context, "ｺﾏﾝﾄﾞ送信 : Avr Extend command A");
+  port.SetInputMode(platform::InputMode::Text);
+  ClearInput(context);
+  SendText(context, kEscape);
+  Rest(context, kIdentifyRestSeconds);
+  context.Events.ProcessPendingEvents();
+  // The first "?" wakes a board that was in the middle of something; its answer is thrown away.
+  ClearInput(context);
+  SendText(context, kIdentify);
+  Rest(context, kIdentifyRestSeconds);
+  context.Events.ProcessPendingEvents();
+  ClearInput(context);
+  SendText(context, kIdentify);
+  constexpr double kVersionTimeoutSeconds = 1;
+  if (!WaitForBytes(context, kVersionReplyLength, kVersionTimeoutSeconds)) {
+    // The port stays in text mode here; the escape byte that the link check sends ends that.
+    ReportNoBoard(context, version, error);
+    return;
+  }
+  const std::string line = ReadTextInput(context).substr(0, kVersionLineLength);
+  AcceptVersionLine(context, line, version, error);
+  port.SetInputMode(platform::InputMode::Binary);
+}
+
+void AdviseFirmwareUpdate(core::RunContext& context) {
+  const auto version = static_cast<float>(context.State.FirmwareVersion);
+  if (!(version < kRecommendedVersion)) return;
+  const std::string url(core::kSupportUrl);
+  const std::string text =
+      "ファームウエアバージョンが古いのでアップデートを行なってください。　　　　\r\n"
+      "　\r\n"
+      "新しいファームウエアは、ご購入されたキットに添付されていたＣＤ－ＲＯＭ内、　　　　\r\n"
+      "または、サポートページ " +
+      url +
+      " から入手できます。\r\n"
+      "　\r\n"
+      "アップデート方法は、サポートページ " +
+      url +
+      " をご覧ください。\r\n"
+      "　\r\n"
+      "現在のファームウエアバージョン　 ： KV-LOD350 V" +
+      ShortestDecimal(context.State.FirmwareVersion) +
+      " \r\n"
+      "推奨するファームウエアバージョン ： KV-LOD350 V6.38 、または、それ以降。　\r\n"
+      "　\r\n"
+      "（現在使用中のファームウエアバージョンは、メイン画面の右下に表示されます。）\r\n";
+  context.MessageBoxes.Show(platform::MessageIcon::Critical, "", text);
+}
+
+bool CheckProgrammerLink(core::RunContext& context) {
+  core::AppState& state = context.State;
+  platform::SerialControl& port = context.ProgrammerPort;
+  core::ShowStatus(context, "ライタと通信中！");
+  context.Events.ProcessPendingEvents();
+  port.Close();
+  constexpr int kDefaultPort = 1;
+  const std::optional<int> stored = StoredPortNumber(context);
+  PreparePort(context, stored.value_or(kDefaultPort));
+  state.LinkError = 0;
+  if (stored.value_or(0) == 0) {
+    port.Close();
+    ReportNoPortChosen(context);
+    return false;
+  }
+  // A port that cannot be opened is not reported here: nothing arrives on it, and the detection
+  // finds no board.
+  state.LastPortOpen = port.Open();
+  DetectProgrammer(context, state.FirmwareVersion, state.LinkError);
+  bool ready = false;
+  if (state.LinkError != 0) {
+    ExplainMissingBoard(context);
+    port.Close();
+  } else {
+    AdviseFirmwareUpdate(context);
+    RestForExtendAcknowledgement(context);
+    SelectDevice(context, state.DeviceCode, state.LinkError);
+    if (state.LinkError == 0) {
+      context.MessageDialog.Close();
+      ready = true;
+      core::ShowStatus(context, "ライタの準備　ＯＫ ！！");
+      context.Events.ProcessPendingEvents();
+    }
+  }
+  SendEscape(context);
+  if (!ready) port.Close();
+  return ready;
+}
+
+}  // namespace fenwright::link

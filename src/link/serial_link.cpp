@@ -1,0 +1,98 @@
+#include "link/serial_link.h"
+
+#include <algorithm>
+#include <array>
+
+#include "core/command.h"
+#include "core/status.h"
+
+namespace fenwright::link {
+namespace {
+
+constexpr std::uint8_t kEscape = 0x1B;
+
+/// Longest rest within one turn of a wait: short enough for the window to stay alive.
+constexpr double kTurnSeconds = 0.005;
+
+/// One turn of a wait, after its look at the count: pending events run, then the processor rests
+/// until a byte arrives, a few milliseconds at most. Every wait of the program goes through here.
+void Turn(core::RunContext& context, double longest_rest = kTurnSeconds) {
+  context.Events.ProcessPendingEvents();
+  context.ProgrammerPort.RestUntilInput(std::min(longest_rest, kTurnSeconds));
+}
+
+/// Turns until `seconds` have passed since `start`, or the day ends.
+void TurnUntil(core::RunContext& context, double start, double seconds) {
+  for (;;) {
+    const double now = context.Clock.SecondsSinceMidnight();
+    const double left = start + seconds - now;
+    if (left <= 0 || now < start) return;
+    Turn(context, left);
+  }
+}
+
+}  // namespace
+
+void ClearInput(core::RunContext& context) { context.ProgrammerPort.DiscardInput(); }
+
+void SendText(core::RunContext& context, char character) {
+  if (context.State.StopRequested) throw core::CommandEnd{};
+  const std::array<std::uint8_t, 1> bytes{static_cast<std::uint8_t>(character)};
+  context.ProgrammerPort.Output(bytes);
+}
+
+void SendByte(core::RunContext& context, std::uint8_t value) {
+  context.State.TxByte = {value};
+  context.ProgrammerPort.Output(context.State.TxByte);
+}
+
+bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds) {
+  platform::SerialControl& port = context.ProgrammerPort;
+  context.State.WaitStart = context.Clock.SecondsSinceMidnight();
+  while (port.InBufferCount() < count) {
+    Turn(context);
+    // Bytes may have arrived during the turn that the line or the time ended in: the count has the
+    // last word.
+    if (port.IsGone()) return port.InBufferCount() >= count;
+    if (context.Clock.SecondsSinceMidnight() > context.State.WaitStart + timeout_seconds) {
+      return port.InBufferCount() >= count;
+    }
+  }
+  return true;
+}
+
+void ReadReply(core::RunContext& context) { context.State.RxBuf = context.ProgrammerPort.Input(); }
+
+void Pause(core::RunContext& context, double seconds) {
+  context.State.WaitStart = context.Clock.SecondsSinceMidnight();
+  TurnUntil(context, context.State.WaitStart, seconds);
+}
+
+void Rest(core::RunContext& context, double seconds) {
+  TurnUntil(context, context.Clock.SecondsSinceMidnight(), seconds);
+}
+
+bool RestForBytes(core::RunContext& context, int count, double seconds) {
+  platform::SerialControl& port = context.ProgrammerPort;
+  const double start = context.Clock.SecondsSinceMidnight();
+  while (port.InBufferCount() < count) {
+    const double now = context.Clock.SecondsSinceMidnight();
+    if (port.IsGone() || now >= start + seconds || now < start) return false;
+    Turn(context, start + seconds - now);
+  }
+  return true;
+}
+
+void SendEscape(core::RunContext& context) {
+  context.ProgrammerPort.SetInputMode(platform::InputMode::Text);
+  ClearInput(context);
+  const std::array<std::uint8_t, 1> bytes{kEscape};
+  context.ProgrammerPort.Output(bytes);
+  context.ProgrammerPort.SetInputMode(platform::InputMode::Binary);
+}
+
+void ShowCommError(core::RunContext& context) {
+  core::ShowMessage(context, "通信エラーが発生しました。", platform::MessageMode::Notice);
+}
+
+}  // namespace fenwright::link
