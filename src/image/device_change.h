@@ -1,0 +1,16 @@
+#pragma once
+
+#include "core/run_context.h"
+
+namespace fenwright::image {
+
+/// Applies the device in the selector: loads its sizes and code, stores the selection, shows the
+/// sizes, rebuilds both dumps and views, and shows the device's frame. The buffers stay as they
+/// are. It never fails; with nothing selected only the stored index changes.
+void ShowDeviceInfo(core::RunContext& context);
+
+/// What a pick in the selector does: applies the device and blanks both buffers. A change of chip
+/// always discards the loaded image.
+void PickDevice(core::RunContext& context);
+
+}  // namespace fenwright::image

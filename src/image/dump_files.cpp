@@ -1,0 +1,83 @@
+#include "image/dump_files.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/command.h"
+#include "core/hex_format.h"
+
+namespace fenwright::image {
+namespace {
+
+constexpr std::size_t kBytesPerLine = 16;
+/// Half-width middle dot in CP932, for a byte that is no printable ASCII character.
+constexpr char kUnprintable = '\xA5';
+
+void AppendCharacterColumn(std::string& text, const std::vector<std::uint8_t>& buffer,
+                           std::size_t first) {
+  for (std::size_t i = first; i < first + kBytesPerLine; ++i) {
+    const std::uint8_t byte = buffer[i];
+    text += byte >= 32 && byte <= 126 ? static_cast<char>(byte) : kUnprintable;
+  }
+}
+
+/// Dump of `byte_count` bytes: cells of `bytes_per_cell` bytes, line addresses counted in cells.
+std::string Dump(const std::vector<std::uint8_t>& buffer, std::size_t byte_count,
+                 std::size_t bytes_per_cell) {
+  std::string text;
+  for (std::size_t first = 0; first < byte_count; first += kBytesPerLine) {
+    text += core::HexAddress(static_cast<std::int32_t>(first / bytes_per_cell)) + ": ";
+    for (std::size_t i = 0; i < kBytesPerLine; ++i) {
+      text += core::HexByte(buffer[first + i]);
+      if ((i + 1) % bytes_per_cell == 0) text += ' ';
+    }
+    AppendCharacterColumn(text, buffer, first);
+    text += "\r\n";
+  }
+  return text;
+}
+
+void WriteDump(core::RunContext& context, std::string_view file_name, const std::string& text) {
+  const std::string path = context.State.AppFolder + std::string(file_name);
+  const platform::FileResult result = context.Files.Write(path, text);
+  if (!result) core::EndCommandOnFileError(path, result);
+}
+
+}  // namespace
+
+std::string FlashDump(const core::AppState& state) {
+  return Dump(state.FlashBuffer, 2 * static_cast<std::size_t>(state.FlashWords), 2);
+}
+
+std::string EepromDump(const core::AppState& state) {
+  return Dump(state.EepromBuffer, static_cast<std::size_t>(state.EepromBytes), 1);
+}
+
+void WriteFlashDump(core::RunContext& context) {
+  WriteDump(context, kFlashDumpFile, FlashDump(context.State));
+}
+
+void WriteEepromDump(core::RunContext& context) {
+  WriteDump(context, kEepromDumpFile, EepromDump(context.State));
+}
+
+void LoadFlashView(core::RunContext& context) {
+  context.Views.Load(platform::View::Flash, context.State.AppFolder + std::string(kFlashDumpFile));
+}
+
+void LoadEepromView(core::RunContext& context) {
+  context.Views.Load(platform::View::Eeprom,
+                     context.State.AppFolder + std::string(kEepromDumpFile));
+}
+
+void RefreshFlashView(core::RunContext& context) {
+  WriteFlashDump(context);
+  LoadFlashView(context);
+}
+
+void RefreshEepromView(core::RunContext& context) {
+  WriteEepromDump(context);
+  LoadEepromView(context);
+}
+
+}  // namespace fenwright::image

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "core/run_context.h"
+
+namespace fenwright::image {
+
+inline constexpr std::string_view kFlashDumpFile = "avrhex.txt";
+inline constexpr std::string_view kEepromDumpFile = "avreep.txt";
+
+/// The dump of the selected device's flash: a line per eight words, CP932, CR LF.
+std::string FlashDump(const core::AppState& state);
+
+/// The dump of the selected device's EEPROM: a line per sixteen bytes, CP932, CR LF.
+std::string EepromDump(const core::AppState& state);
+
+/// Rewrite a dump file in the program's folder. A disc that refuses it ends the running command.
+void WriteFlashDump(core::RunContext& context);
+void WriteEepromDump(core::RunContext& context);
+
+/// Show a dump file in its view.
+void LoadFlashView(core::RunContext& context);
+void LoadEepromView(core::RunContext& context);
+
+/// The pair that follows every change of a buffer: rewrite the dump, reload the view.
+void RefreshFlashView(core::RunContext& context);
+void RefreshEepromView(core::RunContext& context);
+
+}  // namespace fenwright::image

@@ -1,0 +1,163 @@
+#include "image/hex_reader.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "core/status.h"
+#include "image/buffers.h"
+
+namespace fenwright::image {
+namespace {
+
+// Positions within a record line, counted from 0.
+constexpr std::size_t kCountPosition = 1;
+constexpr std::size_t kAddressPosition = 3;
+constexpr std::size_t kTypePosition = 7;
+constexpr std::size_t kDataPosition = 9;
+constexpr std::int32_t kDataRecord = 0;
+
+/// One memory as a reader sees it.
+struct Target {
+  std::string_view FileName;
+  std::vector<std::uint8_t>& Buffer;
+  std::int32_t LastIndex;
+  bool SwapsBytesOfWords;  ///< a HEX file has the low byte of a word first, the flash buffer last
+  std::string_view BadLineText;
+};
+
+/// Takes the next line off `rest`. Lines end in CR LF, LF or CR; the last one need not end.
+std::string_view TakeLine(std::string_view& rest) {
+  const std::size_t end = rest.find_first_of("\r\n");
+  const std::string_view line = rest.substr(0, end);
+  if (end == std::string_view::npos) {
+    rest = {};
+    return line;
+  }
+  const bool both = rest[end] == '\r' && end + 1 < rest.size() && rest[end + 1] == '\n';
+  rest.remove_prefix(end + (both ? 2 : 1));
+  return line;
+}
+
+/// Character of a line, counted from 0; NUL, which is no digit, beyond its end.
+char At(std::string_view line, std::size_t position) {
+  return position < line.size() ? line[position] : '\0';
+}
+
+std::int32_t ByteAt(std::string_view line, std::size_t position, std::int16_t& link_error) {
+  return HexWord('0', '0', At(line, position), At(line, position + 1), link_error);
+}
+
+/// True when the record ends in its checksum, in the standard form or in the one-character form
+/// that this program itself writes for some records.
+bool ChecksumFits(std::string_view line, std::int32_t count) {
+  const std::size_t length = kDataPosition + 2 * static_cast<std::size_t>(count);
+  if (line.size() <= length) return false;
+  std::int16_t ignored = 0;
+  const std::string own_form = RecordChecksum(line.substr(0, length), ignored);
+  const std::string_view written = line.substr(length, 2);
+  const std::string_view expected = std::string_view(own_form).substr(length);
+  return written == expected || (expected.size() == 1 && written.size() == 2 && written[0] == '0' &&
+                                 written[1] == expected[0]);
+}
+
+/// Stores one record; false when a byte would lie beyond the buffer.
+bool StoreRecord(std::string_view line, const Target& target, std::int16_t& link_error,
+                 HexReadReport& report) {
+  const std::int32_t count = ByteAt(line, kCountPosition, link_error);
+  const std::int32_t address =
+      HexWord(At(line, kAddressPosition), At(line, kAddressPosition + 1),
+              At(line, kAddressPosition + 2), At(line, kAddressPosition + 3), link_error);
+  const std::int32_t type = ByteAt(line, kTypePosition, link_error);
+  if (type != kDataRecord) return true;
+  ++report.DataRecords;
+  for (std::int32_t i = 0; i < count; ++i) {
+    const std::int32_t value =
+        ByteAt(line, kDataPosition + 2 * static_cast<std::size_t>(i), link_error);
+    const std::int32_t byte_address = address + i;
+    const std::int32_t index = target.SwapsBytesOfWords ? byte_address ^ 1 : byte_address;
+    if (index > target.LastIndex) return false;
+    target.Buffer[static_cast<std::size_t>(index)] = static_cast<std::uint8_t>(value);
+    report.HighestAddress = std::max(report.HighestAddress, byte_address);
+  }
+  return true;
+}
+
+void NoteDoubts(std::string_view line, std::int32_t line_number, std::int16_t line_error,
+                HexReadReport& report) {
+  if (line_error != 0) {
+    if (report.FirstDoubtfulLine == 0) report.FirstDoubtfulLine = line_number;
+    return;
+  }
+  std::int16_t ignored = 0;
+  const std::int32_t count = ByteAt(line, kCountPosition, ignored);
+  if (report.FirstBadChecksumLine == 0 && !ChecksumFits(line, count)) {
+    report.FirstBadChecksumLine = line_number;
+  }
+}
+
+HexReadReport ReadHexFile(core::RunContext& context, const Target& target) {
+  core::AppState& state = context.State;
+  HexReadReport report;
+  if (target.FileName.empty()) {
+    report.End = HexReadEnd::NoName;
+    return report;
+  }
+  if (state.HexFileLeftOpen) {
+    report.End = HexReadEnd::NotOpened;
+    report.Reason =
+        "前に開いたHEXファイルに不正な行があったため、HEXファイルを開けません。"
+        "プログラムを再起動してください。";
+    return report;
+  }
+  std::string content;
+  if (const platform::FileResult opened = context.Files.Read(target.FileName, content); !opened) {
+    report.End = HexReadEnd::NotOpened;
+    report.Reason = opened.Reason;
+    return report;
+  }
+  std::string_view rest = content;
+  for (std::int32_t line_number = 1; !rest.empty(); ++line_number) {
+    const std::string_view line = TakeLine(rest);
+    state.LineText = line;
+    if (!line.starts_with(':')) {
+      core::ShowStatus(context, target.BadLineText);
+      // Deliberate: this way out skips the close, and nothing else closes the file.
+      state.HexFileLeftOpen = true;
+      report.End = HexReadEnd::BadLine;
+      report.StoppedAtLine = line_number;
+      return report;
+    }
+    std::int16_t line_error = 0;
+    const bool inside = StoreRecord(line, target, line_error, report);
+    if (line_error != 0) state.LinkError = 1;
+    if (!inside) {
+      report.End = HexReadEnd::OutsideBuffer;
+      report.StoppedAtLine = line_number;
+      return report;
+    }
+    NoteDoubts(line, line_number, line_error, report);
+  }
+  return report;
+}
+
+}  // namespace
+
+HexReadReport ReadCodeHexFile(core::RunContext& context) {
+  return ReadHexFile(context, {.FileName = context.State.CodeFileName,
+                               .Buffer = context.State.FlashBuffer,
+                               .LastIndex = core::kFlashBufferLast,
+                               .SwapsBytesOfWords = true,
+                               .BadLineText = "HEX ファイルのオープンエラー"});
+}
+
+HexReadReport ReadDataHexFile(core::RunContext& context) {
+  return ReadHexFile(context, {.FileName = context.State.DataFileName,
+                               .Buffer = context.State.EepromBuffer,
+                               .LastIndex = core::kEepromBufferLast,
+                               .SwapsBytesOfWords = false,
+                               .BadLineText = "EEP  ファイルのオープンエラー"});
+}
+
+}  // namespace fenwright::image

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "core/run_context.h"
+
+namespace fenwright::image {
+
+/// How a HEX file was read.
+enum class HexReadEnd {
+  Complete,      ///< to the end of the file
+  NoName,        ///< there was no file name; nothing was done
+  BadLine,       ///< a line did not start with ":"
+  NotOpened,     ///< the file could not be opened or read
+  OutsideBuffer  ///< a record's address lies beyond the buffer
+};
+
+/// What a reader found beside the bytes it stored; line numbers count from 1, 0 = none. The
+/// window's procedure goes on whatever stands here; the command line refuses a doubtful file.
+struct HexReadReport {
+  HexReadEnd End = HexReadEnd::Complete;
+  std::int32_t StoppedAtLine = 0;      ///< the line that ended the read, for BadLine, OutsideBuffer
+  std::int32_t FirstDoubtfulLine = 0;  ///< first line with a wrong or missing digit, read as 0
+  std::int32_t FirstBadChecksumLine = 0;  ///< first data record whose checksum does not fit
+  std::int32_t DataRecords = 0;           ///< data records stored
+  std::int32_t HighestAddress = -1;       ///< highest byte address stored, -1 = none
+  std::string Reason;                     ///< the system's words, for NotOpened
+};
+
+/// Reads `AppState::CodeFileName` into the flash buffer, `AppState::DataFileName` into the EEPROM
+/// buffer. Intel HEX, read in the simplest way: data records are stored, every other record type is
+/// read past, reading goes on to the physical end of the file, checksums are not tested, and there
+/// are no extended addresses. A wrong or missing digit reads as 0 and sets `LinkError`. The caller
+/// clears the buffer before.
+///
+/// A line that does not start with ":" ends the read with a status text; what was read stays. The
+/// file is deliberately left open then (`AppState::HexFileLeftOpen`): every later HEX read or
+/// write of the run fails at its open.
+HexReadReport ReadCodeHexFile(core::RunContext& context);
+HexReadReport ReadDataHexFile(core::RunContext& context);
+
+}  // namespace fenwright::image
