@@ -1,0 +1,150 @@
+#include "ops/commands.h"
+
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <optional>
+
+#include "core/device_catalogue.h"
+#include "core/device_selection.h"
+#include "core/settings_keys.h"
+#include "core/status.h"
+#include "core/trace_log.h"
+#include "image/buffers.h"
+#include "image/device_change.h"
+#include "link/board_commands.h"
+#include "link/detection.h"
+#include "ops/device_session.h"
+#include "ops/outcome.h"
+#include "ops/program_device.h"
+
+namespace fenwright::ops {
+namespace {
+
+using core::CommandEnding;
+using platform::Panel;
+
+CommandEnding RunDeviceCommand(core::RunContext& context, const std::function<void()>& body) {
+  return core::RunCommand(context, body, [&] { link::LeaveProgrammingModeIfEntered(context); });
+}
+
+void MarkStart(core::RunContext& context) {
+  core::TraceLog(context).AppendStartMarker();
+  context.State.Chip = {};
+}
+
+void ShowElapsedTime(core::RunContext& context) {
+  double& time = context.State.OperationStartTime;
+  time = std::trunc(context.Clock.SecondsSinceMidnight() - time);
+  core::ShowStatus(context, Panel::Elapsed, std::to_string(static_cast<std::int32_t>(time)) + "秒");
+}
+
+/// Some failures end an operation without a word in the dialog, which then still says that work is
+/// going on and offers no button. It gets the last status text and a button instead, and below any
+/// failure text the state of the chip and what to do next. None of this is traced: it repeats.
+void ExplainFailure(core::RunContext& context) {
+  if (Succeeded(context.State)) return;
+  platform::MessageDialog& dialog = context.MessageDialog;
+  if (dialog.IsBusy()) dialog.Show(context.State.StatusText, platform::MessageMode::Notice);
+  dialog.SetDetail(DescribeChipState(context.State, Language::Japanese));
+}
+
+void Program(core::RunContext& context) {
+  core::AppState& state = context.State;
+  MarkStart(context);
+  core::ShowStatus(context, Panel::Elapsed, "");
+  state.OperationStartTime = context.Clock.SecondsSinceMidnight();
+  if (!link::CheckProgrammerLink(context)) return;
+  CheckSocketDevice(context);
+  if (!state.SignatureFailed) {
+    EraseChip(context);
+    state.VerifyStandalone = false;
+    ProgramDevice(context);
+    ShowElapsedTime(context);
+  }
+  ExplainFailure(context);
+}
+
+OpenResult Open(core::RunContext& context, const std::function<bool()>& choose_files) {
+  OpenResult result;
+  result.Ending = core::RunCommand(context, [&] {
+    result.Chosen = choose_files();
+    if (result.Chosen) result.Report = image::LoadCodeAndDataFile(context);
+  });
+  return result;
+}
+
+/// The stored selector index; nothing when what is stored is no number or no row.
+std::optional<int> StoredDeviceIndex(const std::string& text) {
+  int index = 0;
+  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), index);
+  const int rows = static_cast<int>(core::DeviceCatalogue().size());
+  if (code != std::errc{} || stop != text.data() + text.size()) return std::nullopt;
+  if (index < -1 || index >= rows) return std::nullopt;
+  return index;
+}
+
+int RestoreDeviceIndex(core::RunContext& context) {
+  const std::string text =
+      context.Settings.Read(core::kSettingsSection, core::kDeviceKey).value_or("0");
+  if (const std::optional<int> index = StoredDeviceIndex(text)) return *index;
+  const std::string complaint =
+      "設定の値が正しくありません。\r\n"
+      "セクション " +
+      std::string(core::kSettingsSection) + "、キー " + std::string(core::kDeviceKey) + "、値 \"" +
+      text + "\"\r\nこの値を削除するか、-1 から 12 の数字に直してから起動してください。";
+  throw core::CommandEnd{.Ending = CommandEnding::BadSetting, .Text = complaint};
+}
+
+void Start(core::RunContext& context, const StartOptions& options) {
+  core::AppState& state = context.State;
+  core::TraceLog(context).Delete();
+  state.CommandArgument = options.CommandArgument;
+  state.AppFolder = options.AppFolder;
+  image::ClearFlashBuffer(state);
+  image::ClearEepromBuffer(state);
+  state.FlashWords = 0;
+  state.EepromBytes = 0;
+  core::PopulateDeviceSelector(context);
+  context.DeviceForm.SetDeviceIndex(RestoreDeviceIndex(context));
+  // Setting the index counts as a pick; the device is applied once more afterwards.
+  image::PickDevice(context);
+  image::ShowDeviceInfo(context);
+}
+
+}  // namespace
+
+CommandEnding StartCommand(core::RunContext& context, const StartOptions& options) {
+  const CommandEnding ending = core::RunCommand(context, [&] { Start(context, options); });
+  if (ending == CommandEnding::Finished && !options.CommandArgument.empty()) {
+    OpenBothCommand(context, options.CommandArgument);
+  }
+  return ending;
+}
+
+CommandEnding PickDeviceCommand(core::RunContext& context) {
+  return core::RunCommand(context, [&] { image::PickDevice(context); });
+}
+
+OpenResult OpenBothCommand(core::RunContext& context) {
+  return Open(context, [&] { return image::ChooseCodeAndDataFile(context); });
+}
+
+OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_path) {
+  return OpenBothCommand(context, code_path, image::DataFileNameFor(code_path));
+}
+
+OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_path,
+                           const std::string& data_path) {
+  return Open(context, [&] {
+    context.State.CodeFileName = code_path;
+    context.State.DataFileName = data_path;
+    return true;
+  });
+}
+
+CommandEnding ProgramCommand(core::RunContext& context) {
+  return RunDeviceCommand(context, [&] { Program(context); });
+}
+
+}  // namespace fenwright::ops

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+
+#include "core/command.h"
+#include "core/run_context.h"
+#include "image/file_commands.h"
+
+namespace fenwright::ops {
+
+// The user's commands: the window, the command line and the tests all enter here. Each runs under
+// the guard of core::RunCommand(), so none can start while another runs.
+
+/// What the program knows when it starts.
+struct StartOptions {
+  std::string AppFolder;  ///< folder of trace, dumps and report, with its separator at the end
+  std::string CommandArgument;  ///< code file to open at once, "" = none
+};
+
+/// What became of an open command.
+struct OpenResult {
+  core::CommandEnding Ending = core::CommandEnding::Finished;
+  bool Chosen = true;  ///< false when the user cancelled the dialog
+  image::OpenReport Report;
+};
+
+/// Prepares a run: deletes the old trace, blanks the buffers, fills the device selector, restores
+/// the stored device and opens `CommandArgument` if there is one. The views must exist. A stored
+/// device that is no number, or not in the selector (-1 = none selected), is shown in a critical
+/// message box and ends the start with BadSetting.
+core::CommandEnding StartCommand(core::RunContext& context, const StartOptions& options);
+
+/// The user picked an entry of the device selector.
+core::CommandEnding PickDeviceCommand(core::RunContext& context);
+
+/// Asks for a code file and opens it together with the data file beside it.
+OpenResult OpenBothCommand(core::RunContext& context);
+
+/// Opens a code file, given by its path, together with the data file beside it.
+OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_path);
+
+/// Opens two files given by their paths; an empty `data_path` stands for no data file.
+OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_path,
+                           const std::string& data_path);
+
+/// Erases, programs and verifies the chip in the socket.
+core::CommandEnding ProgramCommand(core::RunContext& context);
+
+}  // namespace fenwright::ops

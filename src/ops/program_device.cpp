@@ -1,0 +1,130 @@
+#include "ops/program_device.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "core/device_catalogue.h"
+#include "core/status.h"
+#include "image/buffers.h"
+#include "image/dump_files.h"
+#include "link/board_commands.h"
+#include "link/serial_link.h"
+#include "ops/device_session.h"
+#include "ops/verify_device.h"
+
+namespace fenwright::ops {
+namespace {
+
+using platform::MessageMode;
+
+constexpr std::string_view kFlashText = "フラッシュプログラムメモリ プログラム中.....";
+
+/// Whether the phase may go on to the next phase: false when the board refused its frame.
+enum class PhaseEnd { Ran, FrameRefused };
+
+void WriteFlashWord(core::RunContext& context, std::int32_t word) {
+  core::AppState& state = context.State;
+  const auto index = 2 * static_cast<std::size_t>(word);
+  const std::uint8_t high = state.FlashBuffer[index];
+  const std::uint8_t low = state.FlashBuffer[index + 1];
+  if (context.DeviceForm.DeviceText() == core::kTiny26) {
+    link::WriteProgramWordTiny26(context, high, low, state.LinkError);
+  } else {
+    link::WriteProgramWord(context, high, low, state.LinkError);
+  }
+  if (state.LinkError == 0) {
+    state.Chip.FlashWordsWritten = word + 1;
+  } else {
+    state.Chip.FlashFailed = true;
+  }
+}
+
+PhaseEnd ProgramFlash(core::RunContext& context) {
+  core::AppState& state = context.State;
+  link::AvrExtendCommand(context, state.LinkError);
+  if (state.LinkError != 0) return PhaseEnd::FrameRefused;
+  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  context.MessageDialog.SetProgressRange(state.FlashProgramCount);
+  state.Chip.FlashStarted = true;
+  link::EnterProgrammingMode(context, state.LinkError);
+  link::SelectAddress(context, 0, state.LinkError);
+  for (std::int32_t word = 0; word < state.FlashProgramCount; ++word) {
+    UpdateProgress(context, word);
+    WriteFlashWord(context, word);
+  }
+  link::LeaveProgrammingMode(context, state.LinkError);
+  if (state.LinkError != 0) {
+    state.Chip.FlashFailed = true;
+    core::ReportResult(context, "フラッシュプログラムメモリ プログラム失敗");
+    return PhaseEnd::Ran;
+  }
+  image::RefreshFlashView(context);
+  context.MessageDialog.Close();
+  return PhaseEnd::Ran;
+}
+
+void WriteEepromByte(core::RunContext& context, std::int32_t byte) {
+  core::AppState& state = context.State;
+  const std::uint8_t value = state.EepromBuffer[static_cast<std::size_t>(byte)];
+  if (value != core::kBlank) {
+    link::SelectAddress(context, byte, state.LinkError);
+    link::WriteDataByte(context, value, state.LinkError);
+  }
+  if (state.LinkError == 0) {
+    state.Chip.EepromBytesDone = byte + 1;
+  } else {
+    state.Chip.EepromFailed = true;
+  }
+}
+
+PhaseEnd ProgramEeprom(core::RunContext& context) {
+  core::AppState& state = context.State;
+  link::AvrExtendCommand(context, state.LinkError);
+  if (state.LinkError != 0) return PhaseEnd::FrameRefused;
+  core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ プログラム中.....", MessageMode::Busy);
+  context.MessageDialog.SetProgressRange(state.EepromProgramCount);
+  state.Chip.EepromStarted = true;
+  link::EnterProgrammingMode(context, state.LinkError);
+  for (std::int32_t byte = 0; byte < state.EepromProgramCount; ++byte) {
+    UpdateProgress(context, byte);
+    WriteEepromByte(context, byte);
+  }
+  link::LeaveProgrammingMode(context, state.LinkError);
+  if (state.LinkError != 0) {
+    state.Chip.EepromFailed = true;
+    core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ プログラム失敗");
+    return PhaseEnd::Ran;
+  }
+  image::RefreshEepromView(context);
+  context.MessageDialog.Close();
+  return PhaseEnd::Ran;
+}
+
+}  // namespace
+
+void ProgramDevice(core::RunContext& context) {
+  core::AppState& state = context.State;
+  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  state.FlashProgramCount = image::UsedFlashWords(state);
+  state.EepromProgramCount = image::UsedEepromBytes(state);
+  if (state.FlashProgramCount == 0 && state.EepromProgramCount == 0) {
+    state.Chip.NothingToProgram = true;
+    core::ReportResult(context, "全てのメモリは消去されました。");
+    return;
+  }
+  state.LinkError = 0;
+  CheckSocketDevice(context);
+  if (state.LinkError != 0) {
+    core::ShowStatus(context, "プログラミングを中止しました。");
+    link::ShowCommError(context);
+    return;
+  }
+  if (ProgramFlash(context) == PhaseEnd::FrameRefused) return;
+  // The EEPROM is programmed even after a failed flash phase.
+  state.LinkError = 0;
+  if (ProgramEeprom(context) == PhaseEnd::FrameRefused) return;
+  VerifyDevice(context);
+}
+
+}  // namespace fenwright::ops

@@ -1,0 +1,150 @@
+#include "ops/verify_device.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "core/command.h"
+#include "core/hex_format.h"
+#include "core/status.h"
+#include "image/buffers.h"
+#include "link/board_commands.h"
+#include "ops/device_session.h"
+
+namespace fenwright::ops {
+namespace {
+
+using platform::MessageMode;
+
+/// The report file while it is being written. A disc that refuses it ends the running command.
+class Report {
+ public:
+  explicit Report(core::RunContext& context)
+      : path_(context.State.AppFolder + std::string(kVerifyReportFile)) {
+    platform::FileResult result;
+    writer_ = context.Files.OpenForWriting(path_, result);
+    if (!writer_) core::EndCommandOnFileError(path_, result);
+  }
+
+  void Line(std::string_view text) {
+    if (!writer_->Write(std::string(text) + "\r\n")) Fail();
+  }
+
+  void Close() {
+    if (!writer_->Close()) Fail();
+  }
+
+ private:
+  [[noreturn]] void Fail() {
+    core::EndCommandOnFileError(path_,
+                                {.Code = platform::FileResult::Status::Failed,
+                                 .Reason = "ディスクがいっぱいか、書き込みエラーが発生しました。"});
+  }
+
+  std::string path_;
+  std::unique_ptr<platform::FileWriter> writer_;
+};
+
+void CompareFlash(core::RunContext& context, Report& report) {
+  core::AppState& state = context.State;
+  const std::int32_t extent = image::UsedFlashWords(state);
+  context.MessageDialog.SetProgressRange(extent);
+  for (std::int32_t word = 0; word < extent; ++word) {
+    UpdateProgress(context, word);
+    std::uint8_t high = 0;
+    std::uint8_t low = 0;
+    if (!link::ReadProgramWord(context, high, low, state.LinkError)) continue;
+    const auto index = 2 * static_cast<std::size_t>(word);
+    const std::uint8_t expected_high = state.FlashBuffer[index];
+    const std::uint8_t expected_low = state.FlashBuffer[index + 1];
+    if (high == expected_high && low == expected_low) continue;
+    state.FlashNG = true;
+    report.Line("PROGRAM Addr(word) = " + core::HexAddress(word) +
+                "  Original = " + core::HexByte(expected_high) + core::HexByte(expected_low) +
+                "   NG = " + core::HexByte(high) + core::HexByte(low));
+  }
+}
+
+void CompareEeprom(core::RunContext& context, Report& report) {
+  core::AppState& state = context.State;
+  const std::int32_t extent = image::UsedEepromBytes(state);
+  context.MessageDialog.SetProgressRange(extent);
+  for (std::int32_t byte = 0; byte < extent; ++byte) {
+    UpdateProgress(context, byte);
+    link::SelectAddress(context, byte, state.LinkError);
+    std::uint8_t value = 0;
+    if (!link::ReadDataByte(context, value, state.LinkError)) continue;
+    const std::uint8_t expected = state.EepromBuffer[static_cast<std::size_t>(byte)];
+    if (value == expected) continue;
+    state.EepromNG = true;
+    report.Line("EEPROM  Addr(byte) = " + core::HexAddress(byte) +
+                "  Original = " + core::HexByte(expected) + "   NG = " + core::HexByte(value));
+  }
+}
+
+void ShowResult(core::RunContext& context) {
+  core::AppState& state = context.State;
+  if (state.LinkError != 0) {
+    core::ReportResult(context, "ベリファイ　通信エラー");
+    return;
+  }
+  state.Chip.VerifyFinished = true;
+  const bool good = !state.FlashNG && !state.EepromNG;
+  if (good) {
+    core::ShowStatus(context, "ベリファイ　FLASH : OK / EEPROM : OK 　プログラミング正常終了。");
+    core::ShowMessage(context, "ベリファイ　FLASH : OK / EEPROM : OK", MessageMode::Notice);
+  }
+  context.Views.Clear(platform::View::Verify);
+  context.Views.Load(platform::View::Verify, state.AppFolder + std::string(kVerifyReportFile));
+  if (good) return;
+  const std::string flash = state.FlashNG ? "NG" : "OK";
+  const std::string eeprom = state.EepromNG ? "NG" : "OK";
+  core::ReportResult(context, "ベリファイ　FLASH : " + flash + " / EEPROM : " + eeprom);
+  context.MessageDialog.FocusButton();
+}
+
+}  // namespace
+
+void VerifyDevice(core::RunContext& context) {
+  constexpr std::string_view kFlashText = "フラッシュメモリ ベリファイ中.....";
+  core::AppState& state = context.State;
+  state.FlashNG = false;
+  state.EepromNG = false;
+  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  if (state.VerifyStandalone) {
+    CheckSocketDevice(context);
+    if (state.LinkError != 0) {
+      core::ShowStatus(context, "ベリファイを中止しました。");
+      return;
+    }
+  }
+  link::AvrExtendCommand(context, state.LinkError);
+  if (state.LinkError != 0) return;
+  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  link::EnterProgrammingMode(context, state.LinkError);
+  link::SelectAddress(context, 0, state.LinkError);
+  Report report(context);
+  report.Line("Flash Program memory address verify");
+  report.Line("");
+  CompareFlash(context, report);
+  link::LeaveProgrammingMode(context, state.LinkError);
+  if (state.LinkError != 0) core::ReportResult(context, "フラッシュメモリ ベリファイ失敗");
+
+  link::AvrExtendCommand(context, state.LinkError);
+  // The flag is never cleared in between: after a failed flash phase the EEPROM phase ends here.
+  const bool extended = state.LinkError == 0;
+  if (extended) {
+    core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ ベリファイ中.....", MessageMode::Busy);
+    link::EnterProgrammingMode(context, state.LinkError);
+    report.Line("");
+    report.Line("EEPROM data memory address verify");
+    report.Line("");
+    CompareEeprom(context, report);
+  }
+  report.Close();
+  if (extended) link::LeaveProgrammingMode(context, state.LinkError);
+  ShowResult(context);
+}
+
+}  // namespace fenwright::ops
