@@ -43,6 +43,8 @@ class MessageDialog {
   /// Unloads the dialog; does nothing when it is not loaded.
   virtual void Close() = 0;
 
+  [[nodiscard]] virtual bool IsLoaded() const = 0;
+
   /// True while the dialog is loaded and offers no button to close it.
   [[nodiscard]] virtual bool IsBusy() const = 0;
 };

@@ -18,7 +18,7 @@ enum class PortOpenStatus {
 };
 
 /// Outcome of opening a port. `Path` is the system's name of the device, "" when none is known;
-/// `Reason` is the system's own words for a failure, UTF-8, "" on success.
+/// `Reason` names cause and cure of a failure for the user, UTF-8, "" on success.
 struct PortOpenResult {
   PortOpenStatus Status = PortOpenStatus::Ok;
   std::string Path;
@@ -91,8 +91,9 @@ class SerialControl {
   /// True when nothing more can arrive: the line is closed, unplugged or hung up.
   virtual bool IsGone() = 0;
 
-  /// Rests until a further byte arrives (one beyond InBufferCount()), the line is gone, or
-  /// `seconds` have passed, whichever is first. The processor sleeps meanwhile.
+  /// Rests until a further byte arrives (one beyond InBufferCount()), the line goes, or `seconds`
+  /// have passed, whichever is first. On a line that is known to be closed or gone it rests the
+  /// whole time, so that no loop around it spins. The processor sleeps meanwhile.
   virtual void RestUntilInput(double seconds) = 0;
 };
 

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/text_files.h"
+
+namespace fenwright::platform {
+
+/// The files of the system.
+///
+/// - A folder or a special file (device, pipe) is refused for reading and writing alike, without
+///   waiting for anything: AccessRefused. Delete() leaves them alone.
+/// - Every write and close is checked, so a full disc or a file size limit is reported. The
+///   constructor makes the process ignore SIGXFSZ, unless somebody handles it, since reaching a
+///   limit would end the program otherwise.
+/// - Files above 256 MiB are not read: Failed.
+/// - ENOENT is NotFound; EACCES, EPERM, EROFS and EISDIR are AccessRefused; the rest is Failed.
+class SystemTextFiles final : public TextFiles {
+ public:
+  SystemTextFiles();
+  bool Exists(std::string_view path) override;
+  FileResult Read(std::string_view path, std::string& content) override;
+  FileResult Write(std::string_view path, std::string_view content) override;
+  FileResult Append(std::string_view path, std::string_view content) override;
+  std::unique_ptr<FileWriter> OpenForWriting(std::string_view path, FileResult& result) override;
+  void Delete(std::string_view path) override;
+};
+
+}  // namespace fenwright::platform
