@@ -1,0 +1,61 @@
+// A simulated programmer board behind a pseudo terminal, for tests and for work without a board.
+
+#include <filesystem>
+#include <iostream>
+#include <sys/prctl.h>
+
+#include "board/board_state.h"
+#include "board_server.h"
+#include "options.h"
+#include "pseudo_terminal.h"
+
+namespace fenwright::board_app {
+namespace {
+
+constexpr int kFailed = 1;
+
+int Fail(const std::string& error) {
+  std::cerr << "fenwright-board: " << error << std::endl;
+  return kFailed;
+}
+
+/// Takes over the chips of an earlier run; the socket holds what the command line says.
+bool Restore(const Options& options, board::SimulatedBoard& board, std::string& error) {
+  std::error_code ignored;
+  if (options.State.empty() || !std::filesystem::exists(options.State, ignored)) {
+    return true;
+  }
+  return board::LoadState(options.State, board, error) && board.InsertChip(options.Board.Chip);
+}
+
+int Main(int argc, const char* const* argv) {
+  int exit_code = 0;
+  const auto options = ReadOptions(argc, argv, exit_code);
+  if (!options) {
+    return exit_code;
+  }
+  board::SimulatedBoard board(options->Board);
+  PseudoTerminal terminal;
+  TerminalLink link;
+  std::string error;
+  if (!Restore(*options, board, error) || !terminal.Open(error)) {
+    return Fail(error);
+  }
+  CatchEndSignals();
+  if (!options->Link.empty() && !link.Make(options->Link, terminal.Path(), error)) {
+    return Fail(error);
+  }
+  // The default slack of 50 us would be a third of a byte time at 57,600 baud.
+  prctl(PR_SET_TIMERSLACK, 1000UL);
+  BoardServer server(*options, board, terminal.Descriptor());
+  if (!server.Start()) {
+    return kFailed;
+  }
+  std::cout << terminal.Path() << std::endl;
+  return server.Run() ? 0 : kFailed;
+}
+
+}  // namespace
+}  // namespace fenwright::board_app
+
+int main(int argc, char** argv) { return fenwright::board_app::Main(argc, argv); }

@@ -1,0 +1,110 @@
+#include "options.h"
+
+#include <cstdint>
+#include <iostream>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "board/chip_models.h"
+#include "board/faults.h"
+
+namespace fenwright::board_app {
+namespace {
+
+constexpr int kUsageError = 2;
+
+/// The values as they stand on the command line.
+struct Arguments {
+  std::string Device;
+  double LatencyMilliseconds = 0;
+  double AckDelayMilliseconds = 0;
+  std::string VersionLine = "KV-LOD350  V6.38";
+  std::vector<std::string> Faults;
+  bool ChipTimes = false;
+};
+
+std::chrono::nanoseconds FromMilliseconds(double milliseconds) {
+  return std::chrono::nanoseconds(static_cast<std::int64_t>(milliseconds * 1e6));
+}
+
+void Declare(CLI::App& app, Options& options, Arguments& arguments) {
+  constexpr double kLongestDelay = 1e6;
+  app.add_option("--device", arguments.Device, "chip in the socket, its name or a part of it")
+      ->required();
+  app.add_option("--link", options.Link, "symbolic link to make to the terminal");
+  app.add_option("--baud", options.Board.Baud, "speed of the line, 0 = no delay at all")
+      ->capture_default_str();
+  app.add_option("--latency-ms", arguments.LatencyMilliseconds,
+                 "time for which the adapter holds back received bytes")
+      ->check(CLI::Range(0.0, kLongestDelay));
+  app.add_option("--ack-delay-ms", arguments.AckDelayMilliseconds,
+                 "time that the board takes to acknowledge each A")
+      ->check(CLI::Range(0.0, kLongestDelay));
+  app.add_flag("--chip-times", arguments.ChipTimes,
+               "erasing and writing take the time that the data sheets give");
+  app.add_option("--version-line", arguments.VersionLine,
+                 "the answer to ?, without its line end (CR LF)")
+      ->capture_default_str();
+  app.add_option("--state", options.State,
+                 "file that keeps the board's chips from one run to the next");
+  app.add_option("--dump", options.Dump,
+                 "file for the chip's memories: flash in HEX-file byte order, then EEPROM");
+  app.add_option("--log", options.Log, "file for the bytes: \"> \" to the board, \"< \" from it");
+  app.add_option("--fault", arguments.Faults, "something that goes wrong, see below; repeatable")
+      ->allow_extra_args(false);
+  app.footer("Faults, with N counting from 1:\n" + board::FaultForms() +
+             "\nState and dump are written each time programming mode is left and at the end\n"
+             "(SIGTERM, SIGINT, SIGHUP, or a hang-up).\n\nDevices:\n" +
+             board::ListChipNames());
+}
+
+bool Complete(const Arguments& arguments, Options& options) {
+  const board::ChipModel* model = board::FindChip(arguments.Device);
+  if (model == nullptr) {
+    std::cerr << "--device \"" << arguments.Device
+              << "\" is unknown or ambiguous; the devices are\n"
+              << board::ListChipNames();
+    return false;
+  }
+  for (const std::string& spec : arguments.Faults) {
+    std::string error;
+    const auto fault = board::ParseFault(spec, error);
+    if (!fault) {
+      std::cerr << error;
+      return false;
+    }
+    options.Board.Faults.push_back(*fault);
+  }
+  options.Board.Chip = model->Name;
+  options.Board.Latency = FromMilliseconds(arguments.LatencyMilliseconds);
+  options.Board.Board.ExtendDelay = FromMilliseconds(arguments.AckDelayMilliseconds);
+  options.Board.Board.VersionLine = arguments.VersionLine + "\r\n";
+  options.Board.Board.Times = arguments.ChipTimes ? board::Timing::DataSheet : board::Timing::None;
+  return true;
+}
+
+}  // namespace
+
+std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exit_code) {
+  CLI::App app(
+      "Serves a simulated programmer board on a pseudo terminal, whose path is the one line of "
+      "output.",
+      "fenwright-board");
+  Options options;
+  Arguments arguments;
+  Declare(app, options, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& problem) {
+    exit_code = app.exit(problem) == 0 ? 0 : kUsageError;
+    return std::nullopt;
+  }
+  if (!Complete(arguments, options)) {
+    exit_code = kUsageError;
+    return std::nullopt;
+  }
+  return options;
+}
+
+}  // namespace fenwright::board_app

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "board/simulated_board.h"
+
+namespace fenwright::board_app {
+
+/// What the command line asks for.
+struct Options {
+  board::SimulatedBoardOptions Board;
+  std::string Link;   ///< symbolic link to the terminal, "" for none
+  std::string State;  ///< file with the board's state, "" for none
+  std::string Dump;   ///< file for the chip's memories, "" for none
+  std::string Log;    ///< file for the bytes on the line, "" for none
+};
+
+/// Reads the command line. Nothing when the program is to end with `exit_code`: help was asked
+/// for (0), or the command line is wrong (2, the reason is on the standard error output).
+std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exit_code);
+
+}  // namespace fenwright::board_app

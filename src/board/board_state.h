@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "board/simulated_board.h"
+
+namespace fenwright::board {
+
+/// The state that outlives a run, as lines of text: the chip in the socket, the selected device,
+/// every used chip (fuses, lock bits, calibration bytes, the memory rows that are not blank) and
+/// the words of the board's own firmware.
+std::string FormatState(const SimulatedBoard& board);
+
+/// Reads a text of FormatState() into a board. False on a bad text: `error` then names the line,
+/// and the board may hold the part before it.
+bool ParseState(std::string_view text, SimulatedBoard& board, std::string& error);
+
+/// Reads a state file. A missing file is an error like any other. False: `error` says why.
+bool LoadState(const std::string& path, SimulatedBoard& board, std::string& error);
+
+/// Replaces a file by way of a temporary one beside it, so that a reader sees either the old or
+/// the new content, whole. False: `error` says why.
+bool ReplaceFile(const std::string& path, std::string_view content, std::string& error);
+
+}  // namespace fenwright::board
