@@ -19,6 +19,7 @@ inline constexpr std::int32_t kEepromBufferLast = 2048;
 /// What a running command has done to the chip so far. It is kept beside the error flag so that a
 /// failure, or a stop, can say in words what state the chip is in.
 struct ChipReport {
+  bool LinkReady = false;  ///< the board was found and has accepted the device
   bool EraseStarted = false;
   bool Erased = false;
   bool FlashStarted = false;
@@ -84,6 +85,7 @@ struct AppState {
   bool StopRequested = false;      ///< the program is to end: no further exchange may start
   bool InProgrammingMode = false;  ///< the board was told to enter programming mode
   ChipReport Chip;
+  std::string LastFailure;  ///< text of the last failed exchange of the running command
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 

@@ -191,12 +191,17 @@ bool Transfer(core::RunContext& context, const BoardCommand& command,
   return true;
 }
 
+void ReportFailure(core::RunContext& context, std::string_view text, std::int16_t& error) {
+  error = 1;
+  context.State.LastFailure = text;
+  core::ShowStatus(context, text);
+}
+
 /// One exchange with its flag and its texts. Of a reply longer than awaited the rest is ignored.
 ExchangeEnd Exchange(core::RunContext& context, const BoardCommand& command,
                      std::span<const std::uint8_t> arguments, std::int16_t& error) {
   if (!Transfer(context, command, arguments)) {
-    error = 1;
-    core::ShowStatus(context, command.TimeoutText);
+    ReportFailure(context, command.TimeoutText, error);
     return ExchangeEnd::TimedOut;
   }
   const std::uint8_t first = context.State.RxBuf.front();
@@ -204,8 +209,7 @@ ExchangeEnd Exchange(core::RunContext& context, const BoardCommand& command,
     core::ShowStatus(context, std::string(command.ReplyTracePrefix) + core::HexByte(first));
   }
   if (command.Test == ReplyTest::Acknowledge && first != kAcknowledge) {
-    error = 1;
-    core::ShowStatus(context, command.WrongReplyText);
+    ReportFailure(context, command.WrongReplyText, error);
     return ExchangeEnd::WrongReply;
   }
   return ExchangeEnd::Good;
@@ -246,8 +250,7 @@ void LeaveProgrammingMode(core::RunContext& context, std::int16_t& error) {
 bool ExchangeSignature(core::RunContext& context) { return Transfer(context, kReadSignature, {}); }
 
 void ReportSignatureTimeout(core::RunContext& context, std::int16_t& error) {
-  error = 1;
-  core::ShowStatus(context, kReadSignature.TimeoutText);
+  ReportFailure(context, kReadSignature.TimeoutText, error);
 }
 
 bool ReadProgramWord(core::RunContext& context, std::uint8_t& high, std::uint8_t& low,

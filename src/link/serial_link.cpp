@@ -14,11 +14,15 @@ constexpr std::uint8_t kEscape = 0x1B;
 /// Longest rest within one turn of a wait: short enough for the window to stay alive.
 constexpr double kTurnSeconds = 0.005;
 
+/// Shortest rest, so that the end of a wait is not approached in ever smaller steps.
+constexpr double kShortestRestSeconds = 0.0001;
+
 /// One turn of a wait, after its look at the count: pending events run, then the processor rests
 /// until a byte arrives, a few milliseconds at most. Every wait of the program goes through here.
 void Turn(core::RunContext& context, double longest_rest = kTurnSeconds) {
   context.Events.ProcessPendingEvents();
-  context.ProgrammerPort.RestUntilInput(std::min(longest_rest, kTurnSeconds));
+  context.ProgrammerPort.RestUntilInput(
+      std::clamp(longest_rest, kShortestRestSeconds, kTurnSeconds));
 }
 
 /// Turns until `seconds` have passed since `start`, or the day ends.
@@ -27,6 +31,8 @@ void TurnUntil(core::RunContext& context, double start, double seconds) {
     const double now = context.Clock.SecondsSinceMidnight();
     const double left = start + seconds - now;
     if (left <= 0 || now < start) return;
+    // Takes note of what has arrived: an arrived byte that nobody has counted ends a rest at once.
+    context.ProgrammerPort.InBufferCount();
     Turn(context, left);
   }
 }

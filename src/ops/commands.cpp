@@ -31,6 +31,7 @@ CommandEnding RunDeviceCommand(core::RunContext& context, const std::function<vo
 void MarkStart(core::RunContext& context) {
   core::TraceLog(context).AppendStartMarker();
   context.State.Chip = {};
+  context.State.LastFailure.clear();
 }
 
 void ShowElapsedTime(core::RunContext& context) {
@@ -39,13 +40,16 @@ void ShowElapsedTime(core::RunContext& context) {
   core::ShowStatus(context, Panel::Elapsed, std::to_string(static_cast<std::int32_t>(time)) + "秒");
 }
 
-/// Some failures end an operation without a word in the dialog, which then still says that work is
-/// going on and offers no button. It gets the last status text and a button instead, and below any
-/// failure text the state of the chip and what to do next. None of this is traced: it repeats.
+/// Some failures end an operation without a word in the dialog, which is gone then, or still says
+/// that work is going on and offers no button. They get the text of the exchange that failed. Below
+/// it, and below any other failure text, stand the state of the chip and what to do next. None of
+/// this is traced: it repeats what the trace holds.
 void ExplainFailure(core::RunContext& context) {
   if (Succeeded(context.State)) return;
   platform::MessageDialog& dialog = context.MessageDialog;
-  if (dialog.IsBusy()) dialog.Show(context.State.StatusText, platform::MessageMode::Notice);
+  if (dialog.IsBusy() || !dialog.IsLoaded()) {
+    dialog.Show(context.State.LastFailure, platform::MessageMode::Notice);
+  }
   dialog.SetDetail(DescribeChipState(context.State, Language::Japanese));
 }
 
@@ -54,7 +58,8 @@ void Program(core::RunContext& context) {
   MarkStart(context);
   core::ShowStatus(context, Panel::Elapsed, "");
   state.OperationStartTime = context.Clock.SecondsSinceMidnight();
-  if (!link::CheckProgrammerLink(context)) return;
+  state.Chip.LinkReady = link::CheckProgrammerLink(context);
+  if (!state.Chip.LinkReady) return;
   CheckSocketDevice(context);
   if (!state.SignatureFailed) {
     EraseChip(context);

@@ -1,0 +1,687 @@
+// What goes wrong during a Program run: the described texts, flags and bytes, and that the next
+// run works without a restart.
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "core/device_catalogue.h"
+#include "ops/commands.h"
+#include "ops/device_session.h"
+#include "ops/outcome.h"
+#include "ops/program_device.h"
+#include "ops/verify_device.h"
+#include "support/test_run.h"
+
+namespace fenwright::testing {
+namespace {
+
+using core::CommandEnding;
+using platform::MessageMode;
+using platform::Panel;
+using Texts = std::vector<std::string>;
+
+constexpr const char* kTiny12 = "ATtiny12L";
+constexpr const char* kMismatch =
+    "デバイス選択と、ソケット上のデバイスが一致しません。\r\n"
+    "購入直後のデバイスを使用する場合は、チップイレース(<イレース>ボタン)を実行してください。";
+constexpr const char* kNotSeated = "デバイスがソケットに正しくセットされていません。";
+constexpr const char* kUnusable =
+    "デバイスがソケットに正しくセットされていないか、プロテクトされています。"
+    "プロテクトのときは、チップイレース([イレース]ボタン)を押してください。";
+
+bool Contains(const Texts& texts, const std::string& text) {
+  return std::ranges::find(texts, text) != texts.end();
+}
+
+long Count(const Texts& texts, const std::string& text) { return std::ranges::count(texts, text); }
+
+/// Replies of a run before the first reply of the flash phase: "?" "?" "A" "T", the signature
+/// session (A P s L), the erase (A P e L), the second session (A P s L).
+constexpr int kRepliesBeforeFlash = 16;
+
+/// Replies of a whole run of SmallImage() with two EEPROM bytes: flash 10, EEPROM 7, verify 7 + 7.
+constexpr int kRepliesOfSmallRun = kRepliesBeforeFlash + 31;
+
+board::SimulatedBoardOptions WithFault(const std::string& spec) {
+  return {.Faults = {MakeFault(spec)}};
+}
+
+board::SimulatedBoardOptions FaultAfter(const char* kind, int replies, const char* rest = "") {
+  return WithFault(std::string(kind) + "@" + std::to_string(replies) + rest);
+}
+
+Bytes SmallImage() { return {0x0C, 0x94, 0x2A, 0x00, 0x55, 0xAA}; }
+
+class ProgramFailure : public ::testing::Test {
+ protected:
+  /// Runs Program on a small image; the trace of the run.
+  static Texts RunOn(BoardRun& run) {
+    run.LoadImage(SmallImage(), {0x11, 0x22});
+    EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Finished);
+    EXPECT_FALSE(run.State.CommandRunning);
+    EXPECT_EQ(run.Files.OpenWriters, 0);
+    return run.NewTrace();
+  }
+
+  /// The same run again, a little later, on a line that works now.
+  static void ExpectNextRunWorks(BoardRun& run) {
+    run.Clock.Advance(2);
+    RunOn(run);
+    EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(Panel::Status);
+    EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
+  }
+};
+
+TEST_F(ProgramFailure, AFailedLinkCheckSendsNothingToTheChipAndShowsNoElapsedTime) {
+  BoardRun run(kTiny12, WithFault("silent"));
+  RunOn(run);
+  EXPECT_EQ(run.Wire, Hex("1B 3F 3F"));  // the port is closed before the escape byte
+  EXPECT_EQ(run.Dialog.Text,
+            "ライターを検出できませんでした。使用可能な通信ポートを設定してください。");
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
+  EXPECT_FALSE(run.Port.PortOpen());
+  EXPECT_FALSE(run.State.Chip.LinkReady);
+}
+
+TEST_F(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
+  BoardRun run(kTiny12, {.Chip = "AT90S2313"});
+  run.Chip().SetFlashWord(0, 0x1234);
+  const Texts trace = RunOn(run);
+  Bytes wire = BoardRun::LinkCheckBytes(0x55);
+  const Bytes session = Hex("'APsL'");
+  wire.insert(wire.end(), session.begin(), session.end());
+  EXPECT_EQ(run.Wire, wire);
+  EXPECT_TRUE(run.State.SignatureFailed);
+  EXPECT_EQ(run.Dialog.Text, kMismatch);
+  EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
+  EXPECT_EQ(run.PanelText(Panel::Signature), "1E:91:01");
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
+  EXPECT_EQ(run.Chip().FlashWord(0), 0x1234);
+  EXPECT_TRUE(Contains(trace, kMismatch));
+  EXPECT_EQ(run.Dialog.Detail, "デバイスには何も書き込んでいません。");
+}
+
+TEST_F(ProgramFailure, AChipOfTheSameSizeWithAnotherNameIsAMismatch) {
+  BoardRun run(kTiny12, {.Chip = "ATtiny15L"});
+  RunOn(run);
+  EXPECT_EQ(run.Dialog.Text, kMismatch);
+}
+
+TEST_F(ProgramFailure, AnAttiny11InTheSocketIsAlwaysAMismatch) {
+  BoardRun run(kTiny12, {.Chip = "ATtiny11L"});
+  RunOn(run);
+  EXPECT_EQ(run.PanelText(Panel::Signature), "1E:90:04");
+  EXPECT_EQ(run.Dialog.Text, kMismatch);
+}
+
+TEST_F(ProgramFailure, AnEmptySocketGetsTheMessageThatTheDeviceIsNotSeated) {
+  BoardRun run(kTiny12);
+  run.Port.Board().InsertChip("empty");
+  RunOn(run);
+  EXPECT_EQ(run.PanelText(Panel::Signature), "FF:FF:FF");
+  EXPECT_EQ(run.Dialog.Text, kNotSeated);
+  EXPECT_TRUE(run.State.SignatureFailed);
+}
+
+TEST_F(ProgramFailure, AProtectedChipReadsAsAnotherChipAndIsNotErased) {
+  BoardRun run(kTiny12);
+  run.Chip().SetLockBits(0);
+  RunOn(run);
+  EXPECT_EQ(run.PanelText(Panel::Signature), "00:01:02");
+  EXPECT_EQ(run.Dialog.Text, kMismatch);
+  EXPECT_EQ(run.Chip().LockBits(), 0U);
+}
+
+TEST_F(ProgramFailure, ADeviceCodeThatTheBoardRefusesIsShownAndThePortIsClosed) {
+  // The fourth reply is that of "T".
+  BoardRun run(kTiny12, FaultAfter("flip", 4));
+  const Texts trace = RunOn(run);
+  const std::string refused =
+      "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T \r\n"
+      "プログラマは、選択したマイコンを認識できませんでした。";
+  EXPECT_TRUE(Contains(trace, refused));
+  EXPECT_EQ(run.Dialog.Text, refused);
+  EXPECT_TRUE(run.Dialog.ButtonVisible);
+  EXPECT_EQ(run.Wire, BoardRun::LinkCheckBytes(0x55));
+  EXPECT_FALSE(run.Port.PortOpen());
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, ALostExtendAcknowledgementLeavesTheSignatureResultAsItWas) {
+  // The session ends before it looks at the signature, so the result of the session before it
+  // stands, and the run goes on: that is the procedure, and the verify has the last word.
+  BoardRun run(kTiny12, FaultAfter("drop", 5));
+  run.Chip().SetFlashWord(0, 0x0000);
+  const Texts trace = RunOn(run);
+  EXPECT_FALSE(run.State.SignatureFailed);
+  EXPECT_FALSE(run.State.Chip.Erased);
+  EXPECT_TRUE(Contains(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A"));
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
+  EXPECT_FALSE(ops::Succeeded(run.State));
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, ASilentSignatureIsAskedFiveTimesAndThenReported) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@7"), MakeFault("drop@8"), MakeFault("drop@9"),
+                                    MakeFault("drop@10"), MakeFault("drop@11")}});
+  const double before = run.Clock.Elapsed();
+  const Texts trace = RunOn(run);
+  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'s'}), 5);
+  EXPECT_GT(run.Clock.Elapsed() - before, 5.0);
+  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Signature bytes s"), 1);
+  EXPECT_EQ(run.PanelText(Panel::Signature), "--:--:--");
+  EXPECT_TRUE(run.State.SignatureFailed);
+  EXPECT_EQ(run.Wire.back(), 'L');
+  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'e'}), 0);
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, ASignatureThatIsAnsweredAtTheFifthAttemptIsGood) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@7"), MakeFault("drop@8"), MakeFault("drop@9"),
+                                    MakeFault("drop@10")}});
+  RunOn(run);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+TEST_F(ProgramFailure, AFailedEraseIsReportedAndProgrammingGoesOn) {
+  // Reply 11 is that of "e".
+  BoardRun run(kTiny12, FaultAfter("flip", 11));
+  const Texts trace = RunOn(run);
+  EXPECT_TRUE(Contains(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Chip Erase e"));
+  EXPECT_EQ(Count(trace, "チップ イレース失敗"), 2);  // status and dialog
+  EXPECT_TRUE(Contains(trace, "ＥＥＰＲＯＭデータメモリ プログラム中....."));
+}
+
+TEST_F(ProgramFailure, AFailedSecondSignatureSessionStopsBeforeTheFirstWord) {
+  // Reply 13 is that of the second session's "A".
+  BoardRun run(kTiny12, FaultAfter("drop", 13));
+  const Texts trace = RunOn(run);
+  EXPECT_TRUE(Contains(trace, "プログラミングを中止しました。"));
+  EXPECT_EQ(run.PanelText(Panel::Status), "プログラミングを中止しました。");
+  EXPECT_EQ(run.Dialog.Text, "通信エラーが発生しました。");
+  EXPECT_FALSE(run.Dialog.BarVisible);
+  EXPECT_TRUE(run.Dialog.ButtonVisible);
+  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'c'}), 0);
+  EXPECT_EQ(run.Dialog.Detail,
+            "デバイスはイレースされただけで、何も書き込まれていません。もう一度プログラムしてくださ"
+            "い。");
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, AnUnansweredFlashFrameEndsTheOperationSilently) {
+  BoardRun run(kTiny12, FaultAfter("drop", kRepliesBeforeFlash + 1));
+  const Texts trace = RunOn(run);
+  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A"), 1);
+  EXPECT_FALSE(Contains(trace, "フラッシュプログラムメモリ プログラム失敗"));
+  EXPECT_FALSE(Contains(trace, "ＥＥＰＲＯＭデータメモリ プログラム中....."));
+  // The dialog may not stay behind without a button, saying that work goes on.
+  EXPECT_FALSE(run.Dialog.IsBusy());
+  EXPECT_EQ(run.Dialog.Text, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A");
+  EXPECT_EQ(run.Wire.back(), 'A');
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, AFailedFlashPhaseRunsToItsEndThenEepromAndVerifyFollow) {
+  // Reply 20 is that of the first word's low byte.
+  BoardRun run(kTiny12, FaultAfter("drop", kRepliesBeforeFlash + 4));
+  const Texts trace = RunOn(run);
+  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Program Memory c"), 1);
+  EXPECT_EQ(Count(trace, "フラッシュプログラムメモリ プログラム失敗"), 2);
+  // The first word's high byte is not sent; the other two words are written, one word too early.
+  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'C'}), 2);
+  EXPECT_TRUE(Contains(trace, "ＥＥＰＲＯＭデータメモリ プログラム中....."));
+  EXPECT_EQ(run.Chip().EepromByte(1), 0x22);
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, AWrongLowByteReplyStillWritesTheHighByte) {
+  BoardRun run(kTiny12, FaultAfter("flip", kRepliesBeforeFlash + 4));
+  const Texts trace = RunOn(run);
+  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c"), 1);
+  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'C'}), 3);
+  EXPECT_EQ(Count(trace, "フラッシュプログラムメモリ プログラム失敗"), 2);
+  // Everything was written all the same, so the verify finds no difference.
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
+}
+
+TEST_F(ProgramFailure, AFailedEepromPhaseIsReportedAndTheVerifyEndsAtItsFirstFrame) {
+  // Flash phase: A P a, six word halves, L: replies 17 to 26. EEPROM: A P a D ...
+  BoardRun run(kTiny12, FaultAfter("flip", kRepliesBeforeFlash + 10 + 4));
+  const Texts trace = RunOn(run);
+  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Data Memory D"), 1);
+  EXPECT_EQ(Count(trace, "ＥＥＰＲＯＭデータメモリ プログラム失敗"), 2);
+  // The flag still stands, so the verify goes no further than its first "A".
+  EXPECT_EQ(Count(trace, "フラッシュメモリ ベリファイ中....."), 1);
+  EXPECT_EQ(run.Wire.back(), 'A');
+  EXPECT_FALSE(run.Files.Files.contains("/app/avrvfy.txt"));
+  EXPECT_FALSE(run.Dialog.IsBusy());
+  EXPECT_FALSE(ops::Succeeded(run.State));
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, ALostWordInTheVerifyEndsAsACommunicationError) {
+  // Flash 10, EEPROM A P a D a D L = 7 replies, then the verify: A P a R ...
+  BoardRun run(kTiny12, FaultAfter("drop", kRepliesBeforeFlash + 17 + 4));
+  const Texts trace = RunOn(run);
+  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R"), 1);
+  EXPECT_EQ(Count(trace, "フラッシュメモリ ベリファイ失敗"), 2);
+  EXPECT_EQ(Count(trace, "ベリファイ　通信エラー"), 2);
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　通信エラー");
+  // The other words are still read; the EEPROM phase ends at its frame.
+  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'R'}), 3);
+  EXPECT_EQ(run.Wire.back(), 'A');
+  EXPECT_EQ(run.Files.Files["/app/avrvfy.txt"], "Flash Program memory address verify\r\n\r\n");
+  EXPECT_EQ(run.Views.Paths.count(platform::View::Verify), 0U);
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, AWriteThatLiesIsFoundByTheVerify) {
+  BoardRun run(kTiny12, WithFault("lie@2"));
+  RunOn(run);
+  EXPECT_EQ(run.FileText("avrvfy.txt"),
+            "Flash Program memory address verify\r\n\r\n"
+            "PROGRAM Addr(word) = 0000  Original = 940C   NG = FF0C\r\n"
+            "\r\nEEPROM data memory address verify\r\n\r\n");
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
+  EXPECT_TRUE(run.State.FlashNG);
+  EXPECT_FALSE(run.State.EepromNG);
+  ExpectNextRunWorks(run);
+}
+
+TEST_F(ProgramFailure, AStuckEepromBitIsFoundByTheVerify) {
+  BoardRun run(kTiny12, WithFault("stuck@eeprom:1:0=1"));
+  const Texts trace = RunOn(run);
+  EXPECT_EQ(run.FileText("avrvfy.txt"),
+            "Flash Program memory address verify\r\n\r\n"
+            "\r\nEEPROM data memory address verify\r\n\r\n"
+            "EEPROM  Addr(byte) = 0001  Original = 22   NG = 23\r\n");
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : NG");
+  EXPECT_EQ(Count(trace, "ベリファイ　FLASH : OK / EEPROM : NG"), 2);
+  EXPECT_TRUE(run.Dialog.ButtonFocused);
+}
+
+TEST_F(ProgramFailure, BothMemoriesBadGiveTheFourthResult) {
+  BoardRun run(kTiny12,
+               {.Faults = {MakeFault("stuck@eeprom:0:0=0"), MakeFault("stuck@flash:0x1:15=1")}});
+  RunOn(run);
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : NG");
+  EXPECT_EQ(run.Dialog.Detail,
+            "デバイスの内容がファイルと一致しません。違いはベリファイ結果にあります。"
+            "イレースしてから、もう一度プログラムしてください。");
+}
+
+TEST_F(ProgramFailure, TheVerifyViewIsClearedAndThenLoaded) {
+  BoardRun run(kTiny12);
+  RunOn(run);
+  const std::size_t calls = run.Views.Calls.size();
+  ASSERT_GE(calls, 2U);
+  EXPECT_EQ(run.Views.Calls[calls - 2].first, "clear");
+  EXPECT_EQ(run.Views.Calls[calls - 1], (std::pair{std::string("load"), platform::View::Verify}));
+  EXPECT_EQ(run.Views.Paths[platform::View::Verify], "/app/avrvfy.txt");
+}
+
+TEST_F(ProgramFailure, APortThatGoesInTheMiddleEndsEveryWaitAtOnce) {
+  BoardRun run(kTiny12, WithFault("hangup@30"));
+  const double before = run.Clock.Elapsed();
+  const Texts trace = RunOn(run);
+  EXPECT_LT(run.Clock.Elapsed() - before, 2.0);
+  EXPECT_FALSE(ops::Succeeded(run.State));
+  EXPECT_TRUE(Contains(trace, "フラッシュプログラムメモリ プログラム失敗"));
+  EXPECT_FALSE(run.Dialog.IsBusy());
+  run.Port.Board().PlugIn();
+  ExpectNextRunWorks(run);
+}
+
+/// Whatever reply is lost, wrong, late, split or doubled: the run ends, says so or succeeds, and
+/// the next one works.
+TEST_F(ProgramFailure, AnyReplyMayFailInAnyWayAndTheNextRunWorks) {
+  for (const char* kind : {"drop", "flip", "late", "split", "double"}) {
+    for (int reply = 1; reply <= kRepliesOfSmallRun; ++reply) {
+      SCOPED_TRACE(std::string(kind) + " " + std::to_string(reply));
+      const bool timed = std::string(kind) == "late" || std::string(kind) == "split";
+      BoardRun run(kTiny12, FaultAfter(kind, reply, timed ? ":1200" : ""));
+      RunOn(run);
+      EXPECT_FALSE(run.Dialog.IsBusy());
+      if (!ops::Succeeded(run.State)) {
+        EXPECT_TRUE(run.Dialog.Loaded);
+        EXPECT_FALSE(run.Dialog.Text.empty());
+      }
+      ExpectNextRunWorks(run);
+    }
+  }
+}
+
+TEST_F(ProgramFailure, TheLineMayHangUpAtAnyByteAndTheNextRunWorks) {
+  BoardRun whole(kTiny12);
+  RunOn(whole);
+  for (int byte = 1; byte <= static_cast<int>(whole.Wire.size()); ++byte) {
+    SCOPED_TRACE(byte);
+    BoardRun run(kTiny12, FaultAfter("hangup", byte));
+    const double before = run.Clock.Elapsed();
+    RunOn(run);
+    EXPECT_LT(run.Clock.Elapsed() - before, 5.0);
+    EXPECT_FALSE(run.Dialog.IsBusy());
+    run.Port.Board().PlugIn();
+    ExpectNextRunWorks(run);
+  }
+}
+
+// The signature check on its own.
+
+class SignatureCheck : public ::testing::Test {
+ protected:
+  /// Reads a signature given as the reply of "s"; the error flag.
+  std::int16_t Read(const char* device, const std::string& reply, int attempts = 1) {
+    run_ = std::make_unique<ScriptedRun>();
+    run_->Select(run_->Context, device);
+    for (int i = 0; i < attempts; ++i) run_->Port.Expect("'s'", reply);
+    std::int16_t error = 0;
+    ops::ReadSignature(run_->Context, words_, error);
+    return error;
+  }
+  std::unique_ptr<ScriptedRun> run_;
+  std::int16_t words_ = 0;
+};
+
+TEST_F(SignatureCheck, ShowsVendorFamilyAndPartInThisOrder) {
+  EXPECT_EQ(Read("AT90S2313", "01 91 1E"), 0);
+  EXPECT_EQ(run_->PanelText(Panel::Signature), "1E:91:01");
+  EXPECT_EQ(run_->State.MessageText, "1E:91:01");
+  EXPECT_EQ(words_, 1024);
+  EXPECT_FALSE(run_->Dialog.Loaded);
+}
+
+TEST_F(SignatureCheck, MapsTheFamilyByteToTheFlashSize) {
+  const std::vector<std::pair<std::string, int>> sizes{{"90", 512},  {"91", 1024}, {"92", 2048},
+                                                       {"93", 4096}, {"97", 1024}, {"94", 512},
+                                                       {"01", 512}};
+  for (const auto& [family, words] : sizes) {
+    SCOPED_TRACE(family);
+    Read("AT90S2313", "01 " + family + " 1E");
+    EXPECT_EQ(words_, words);
+  }
+}
+
+TEST_F(SignatureCheck, AFamilyOf97FitsTheSizeButNamesNoDevice) {
+  EXPECT_EQ(Read("AT90S2313", "01 97 1E"), 1);
+  EXPECT_EQ(run_->Dialog.Text, kMismatch);
+}
+
+TEST_F(SignatureCheck, AllZeroIsUnusableAndIsAskedFiveTimes) {
+  EXPECT_EQ(Read("AT90S2313", "00 00 00", 5), 1);
+  EXPECT_EQ(run_->Dialog.Text, kUnusable);
+  EXPECT_EQ(run_->Dialog.Mode, MessageMode::Notice);
+}
+
+TEST_F(SignatureCheck, AnFfInAnyPlaceIsADeviceThatIsNotSeated) {
+  for (const char* reply : {"FF 91 1E", "01 FF 1E", "01 91 FF", "FF FF FF"}) {
+    SCOPED_TRACE(reply);
+    EXPECT_EQ(Read("AT90S2313", reply), 1);
+    EXPECT_EQ(run_->Dialog.Text, kNotSeated);
+  }
+}
+
+TEST_F(SignatureCheck, AZeroFamilyByteAloneIsAskedAgainAndThenAMismatch) {
+  EXPECT_EQ(Read("AT90S2313", "01 00 1E", 5), 1);
+  EXPECT_EQ(run_->Dialog.Text, kMismatch);
+}
+
+TEST_F(SignatureCheck, ASecondAttemptIsMadeOnlyWhileTheFamilyByteIsZero) {
+  run_ = std::make_unique<ScriptedRun>();
+  run_->Select(run_->Context, "AT90S2313");
+  run_->Port.Expect("'s'", "00 00 00").Expect("'s'", "01 91 1E");
+  std::int16_t error = 0;
+  ops::ReadSignature(run_->Context, words_, error);
+  EXPECT_EQ(error, 0);
+}
+
+TEST_F(SignatureCheck, AnotherSizeIsAMismatchBeforeTheNameIsLookedAt) {
+  EXPECT_EQ(Read("AT90S2313", "01 90 1E"), 1);
+  EXPECT_EQ(run_->Dialog.Text, kMismatch);
+}
+
+TEST_F(SignatureCheck, EveryDeviceAcceptsItsOwnSignatureAndNoOther) {
+  for (const core::DeviceEntry& selected : core::DeviceCatalogue()) {
+    for (const core::DeviceEntry& found : core::DeviceCatalogue()) {
+      const std::string reply = ToHex(Bytes{found.Signature[1], found.Signature[0], 0x1E});
+      const bool same = selected.Signature == found.Signature;
+      EXPECT_EQ(Read(std::string(selected.DisplayName).c_str(), reply), same ? 0 : 1)
+          << selected.DisplayName << " / " << found.DisplayName;
+    }
+  }
+}
+
+TEST_F(SignatureCheck, TheSessionRestsFiftyMillisecondsBeforeTheSignature) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "01 91 1E").Expect("'L'", "0D");
+  const double before = run.Clock.Elapsed();
+  ops::CheckSocketDevice(run.Context);
+  // 50 ms of settling, 100 ms after leaving programming mode, and the replies' milliseconds.
+  EXPECT_GT(run.Clock.Elapsed() - before, 0.150);
+  EXPECT_LT(run.Clock.Elapsed() - before, 0.165);
+}
+
+TEST_F(SignatureCheck, AFrameWithoutAcknowledgementSendsNothingElse) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.State.SignatureFailed = true;
+  run.Port.Expect("'A'", "");
+  ops::CheckSocketDevice(run.Context);
+  EXPECT_EQ(run.State.LinkError, 1);
+  EXPECT_TRUE(run.State.SignatureFailed);
+}
+
+TEST(Erase, AFrameWithoutAcknowledgementSendsNothingElseAndShowsNoProgress) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.Port.Expect("'A'", "3F");
+  ops::EraseChip(run.Context);
+  EXPECT_EQ(run.State.LinkError, 1);
+  EXPECT_TRUE(run.Dialog.Shown.empty());
+}
+
+TEST(Erase, RefreshesTheEepromDumpOnlyAndClosesTheDialog) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.State.EepromBuffer[0] = 0x77;
+  run.Files.Writes.clear();
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'e'", "0D").Expect("'L'", "0D");
+  ops::EraseChip(run.Context);
+  EXPECT_EQ(run.State.LinkError, 0);
+  EXPECT_EQ(run.State.EepromBuffer[0], 0x77);
+  EXPECT_EQ(run.Files.Writes["/app/avreep.txt"], 1);
+  EXPECT_EQ(run.Files.Writes["/app/avrhex.txt"], 0);
+  EXPECT_FALSE(run.Dialog.Loaded);
+  EXPECT_EQ(run.Dialog.Shown.front(),
+            (std::pair{std::string("チップ イレース中....."), MessageMode::Busy}));
+}
+
+TEST(Erase, LeavesProgrammingModeAfterAFailure) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'e'", "").Expect("'L'", "0D");
+  ops::EraseChip(run.Context);
+  EXPECT_EQ(run.Dialog.Text, "チップ イレース失敗");
+  EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
+}
+
+// Verifying on its own.
+
+TEST(Verify, OfABlankFlashReadsNoWordAndCanStillBeGood) {
+  BoardRun run(kTiny12);
+  run.Port.Open();
+  run.LoadImage({}, {0x01});
+  run.Chip().SetEepromByte(0, 0x01);
+  run.Wire.clear();
+  ops::VerifyDevice(run.Context);
+  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'R'}), 0);
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
+}
+
+TEST(Verify, OnItsOwnChecksTheSignatureFirst) {
+  BoardRun run(kTiny12, {.Chip = "AT90S2313"});
+  run.Port.Open();
+  run.State.VerifyStandalone = true;
+  run.State.FlashBuffer[0] = 0;
+  ops::VerifyDevice(run.Context);
+  EXPECT_EQ(run.Wire, Hex("'APsL'"));
+  EXPECT_EQ(run.PanelText(Panel::Status), "ベリファイを中止しました。");
+  EXPECT_FALSE(run.Files.Files.contains("/app/avrvfy.txt"));
+}
+
+TEST(Verify, OnItsOwnComparesTheUsedPartOfTheEeprom) {
+  BoardRun run(kTiny12);
+  run.Port.Open();
+  run.State.VerifyStandalone = true;
+  run.LoadImage({}, {0xFF, 0x02});
+  run.Chip().SetEepromByte(0, 0x33);
+  run.Chip().SetEepromByte(1, 0x02);
+  run.Chip().SetEepromByte(2, 0x44);
+  ops::VerifyDevice(run.Context);
+  // Byte 0 is blank in the buffer and still compared; byte 2 lies beyond the used part.
+  EXPECT_EQ(run.FileText("avrvfy.txt"),
+            "Flash Program memory address verify\r\n\r\n"
+            "\r\nEEPROM data memory address verify\r\n\r\n"
+            "EEPROM  Addr(byte) = 0000  Original = FF   NG = 33\r\n");
+}
+
+TEST(Verify, ReportsBothBytesOfAWordAndPadsAddresses) {
+  BoardRun run(kTiny12);
+  run.Port.Open();
+  Bytes flash(2 * 0x1B, 0x00);
+  flash[2 * 0x1A] = 0x0C;
+  flash[2 * 0x1A + 1] = 0x94;
+  run.LoadImage(flash, {});
+  for (unsigned word = 0; word < 0x1A; ++word) run.Chip().SetFlashWord(word, 0);
+  run.Chip().SetFlashWord(0x1A, 0x0F0C);
+  ops::VerifyDevice(run.Context);
+  EXPECT_NE(run.FileText("avrvfy.txt")
+                .find("\r\nPROGRAM Addr(word) = 001A  Original = 940C   NG = 0F0C\r\n"),
+            std::string::npos);
+}
+
+// Progress, the dialog's buttons, stops and refused files.
+
+TEST(ProgramProgress, PassesEveryIndexOfAPhaseAndItsRange) {
+  BoardRun run(kTiny12);
+  run.LoadImage(SmallImage(), {});
+  ops::ProgramCommand(run.Context);
+  EXPECT_EQ(run.Dialog.Progress, (std::vector<int>{0, 1, 2, 0, 1, 2}));
+}
+
+TEST(ProgramProgress, PressingCancelOnlyClosesTheDialogAndTheRunGoesOn) {
+  BoardRun plain(kTiny12);
+  plain.LoadImage(SmallImage(), {0x11});
+  ops::ProgramCommand(plain.Context);
+
+  BoardRun run(kTiny12);
+  run.LoadImage(SmallImage(), {0x11});
+  run.Events.OnTurn = [&run] {
+    run.State.CancelRequested = 2;
+    run.Dialog.Close();
+  };
+  ops::ProgramCommand(run.Context);
+  EXPECT_EQ(run.Wire, plain.Wire);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+  EXPECT_EQ(run.State.CancelRequested, 2);
+}
+
+TEST(ProgramGuard, NoOtherCommandStartsDuringARun) {
+  BoardRun run(kTiny12);
+  run.LoadImage(SmallImage(), {});
+  int refused = 0;
+  run.Events.OnTurn = [&] {
+    refused += ops::ProgramCommand(run.Context) == CommandEnding::Refused ? 1 : 0;
+    EXPECT_EQ(ops::PickDeviceCommand(run.Context), CommandEnding::Refused);
+    EXPECT_EQ(ops::OpenBothCommand(run.Context, "/x.hex").Ending, CommandEnding::Refused);
+  };
+  ops::ProgramCommand(run.Context);
+  EXPECT_GT(refused, 10);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+/// Requests a stop once `bytes` bytes have been sent.
+void StopAfter(BoardRun& run, std::size_t bytes) {
+  run.Events.OnTurn = [&run, bytes] {
+    if (run.Wire.size() >= bytes) run.State.StopRequested = true;
+  };
+}
+
+TEST(ProgramStop, LeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
+  BoardRun run(kTiny12);
+  run.LoadImage(Bytes(1000, 0x21), {});
+  // 20 bytes come before the flash phase, 5 open it, 4 a word: stop within the eleventh word.
+  StopAfter(run, 7 + 4 + 4 + 4 + 5 + 10 * 4 + 2);
+  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Stopped);
+  EXPECT_EQ(run.Wire.back(), 'L');
+  EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
+  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+            "flash written up to word 0x0009, not verified: erase and program again");
+  EXPECT_FALSE(run.Dialog.Loaded);
+  EXPECT_FALSE(run.State.CommandRunning);
+}
+
+TEST(ProgramStop, NeverCutsAnExchangeInTwo) {
+  BoardRun whole(kTiny12);
+  whole.LoadImage(SmallImage(), {0x11});
+  ops::ProgramCommand(whole.Context);
+  for (std::size_t bytes = 1; bytes < whole.Wire.size(); ++bytes) {
+    SCOPED_TRACE(bytes);
+    BoardRun run(kTiny12);
+    run.LoadImage(SmallImage(), {0x11});
+    StopAfter(run, bytes);
+    const CommandEnding ending = ops::ProgramCommand(run.Context);
+    EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
+    // The board is not in the middle of a command: it answers the identification at once.
+    run.Events.OnTurn = {};
+    ops::ProgramCommand(run.Context);
+    EXPECT_TRUE(ops::Succeeded(run.State));
+    if (ending == CommandEnding::Stopped) continue;
+    EXPECT_GE(bytes, whole.Wire.size() - 1);
+  }
+}
+
+TEST(ProgramStop, BeforeAnythingWasSentToTheChipSaysSo) {
+  BoardRun run(kTiny12);
+  run.LoadImage(SmallImage(), {});
+  run.State.StopRequested = true;
+  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Stopped);
+  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English), "the chip was not changed");
+}
+
+TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {
+  BoardRun run(kTiny12);
+  run.LoadImage(SmallImage(), {});
+  run.Events.OnTurn = [&run] {
+    if (run.Port.Board().Protocol().InProgrammingMode()) {
+      run.Files.Refused = {"/app/_debug_avr.txt"};
+    }
+  };
+  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::FileError);
+  EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
+  ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
+  EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+  EXPECT_NE(run.Boxes.Boxes[0].Text.find("/app/_debug_avr.txt"), std::string::npos);
+
+  run.Events.OnTurn = {};
+  run.Files.Refused.clear();
+  run.LoadImage(SmallImage(), {});
+  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Finished);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+TEST(ProgramFiles, AReportThatDoesNotFitTheDiscEndsTheRunWithTheFileClosed) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("lie@2")}});
+  run.LoadImage(SmallImage(), {});
+  run.Files.Capacity = 60;
+  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::FileError);
+  EXPECT_EQ(run.Files.OpenWriters, 0);
+  EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
+  EXPECT_NE(run.Boxes.Boxes.at(0).Text.find("/app/avrvfy.txt"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace fenwright::testing

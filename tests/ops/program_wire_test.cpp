@@ -1,0 +1,329 @@
+// Whole Program runs, pinned byte for byte: the wire, the trace, the dumps and the report, for each
+// of the thirteen devices. What is expected is put together here from the procedure's description.
+
+#include <cstdio>
+
+#include <gtest/gtest.h>
+
+#include "ops/commands.h"
+#include "ops/outcome.h"
+#include "support/test_run.h"
+
+namespace fenwright::testing {
+namespace {
+
+using core::CommandEnding;
+using platform::Panel;
+using platform::View;
+
+struct DeviceRow {
+  const char* Name;
+  std::uint8_t Code;
+  std::size_t FlashWords;
+  std::size_t EepromBytes;
+  const char* Signature;
+};
+
+constexpr DeviceRow kDevices[] = {
+    {"ATtiny12L", 0x55, 512, 64, "1E:90:05"},
+    {"ATtiny15L", 0x56, 512, 64, "1E:90:06"},
+    {"ATtiny26L", 0x59, 1024, 128, "1E:91:09"},
+    {"AT90S2323", 0x48, 1024, 128, "1E:91:02"},
+    {"AT90S2343", 0x4C, 1024, 128, "1E:91:03"},
+    {"AT90S1200 (外部ｸﾛｯｸ)", 0x13, 512, 64, "1E:90:01"},
+    {"AT90S1200A(内部RCｸﾛｯｸ1MHz)", 0x13, 512, 64, "1E:90:01"},
+    {"AT90S2313", 0x20, 1024, 128, "1E:91:01"},
+    {"AT90S4433", 0x30, 2048, 256, "1E:92:03"},
+    {"AT90S4414", 0x28, 2048, 256, "1E:92:01"},
+    {"AT90S4434", 0x6C, 2048, 256, "1E:92:02"},
+    {"AT90S8515", 0x38, 4096, 512, "1E:93:01"},
+    {"AT90S8535", 0x68, 4096, 512, "1E:93:03"},
+};
+
+/// Bytes of a wire transcript, put together piece by piece.
+class Transcript {
+ public:
+  Transcript& Add(std::initializer_list<int> bytes) {
+    for (const int byte : bytes) all_.push_back(static_cast<std::uint8_t>(byte));
+    return *this;
+  }
+  Transcript& LinkCheck(std::uint8_t code) { return Add({0x1B, '?', '?', 'A', 'T', code, 0x1B}); }
+  Transcript& SignatureSession() { return Add({'A', 'P', 's', 'L'}); }
+  Transcript& Erase() { return Add({'A', 'P', 'e', 'L'}); }
+  Transcript& WriteFlash(const DeviceRow& device, const Bytes& flash) {
+    Add({'A', 'P', 'a', 0, 0});
+    for (std::size_t i = 0; i < flash.size(); i += 2) {
+      if (std::string(device.Name) == "ATtiny26L") {
+        Add({'W', flash[i], flash[i + 1]});
+      } else {
+        Add({'c', flash[i], 'C', flash[i + 1]});
+      }
+    }
+    return Add({'L'});
+  }
+  Transcript& WriteEeprom(const Bytes& eeprom) {
+    Add({'A', 'P'});
+    for (std::size_t i = 0; i < eeprom.size(); ++i) {
+      if (eeprom[i] == 0xFF) continue;
+      Add({'a', static_cast<int>(i / 256), static_cast<int>(i % 256), 'D', eeprom[i]});
+    }
+    return Add({'L'});
+  }
+  Transcript& Verify(std::size_t words, std::size_t bytes) {
+    Add({'A', 'P', 'a', 0, 0});
+    for (std::size_t i = 0; i < words; ++i) Add({'R'});
+    Add({'L', 'A', 'P'});
+    for (std::size_t i = 0; i < bytes; ++i) {
+      Add({'a', static_cast<int>(i / 256), static_cast<int>(i % 256), 'd'});
+    }
+    return Add({'L'});
+  }
+  [[nodiscard]] const Bytes& All() const { return all_; }
+
+ private:
+  Bytes all_;
+};
+
+Transcript WholeRun(const DeviceRow& device, const Bytes& flash, const Bytes& eeprom) {
+  Transcript wire;
+  wire.LinkCheck(device.Code).SignatureSession().Erase().SignatureSession();
+  wire.WriteFlash(device, flash).WriteEeprom(eeprom);
+  wire.Verify(flash.size() / 2, eeprom.size());
+  return wire;
+}
+
+using Texts = std::vector<std::string>;
+
+void Append(Texts& texts, const Texts& more) {
+  texts.insert(texts.end(), more.begin(), more.end());
+}
+
+/// The trace of the link check, from its status text to the ready text.
+Texts LinkCheckTrace(const DeviceRow& device) {
+  char code[8];
+  std::snprintf(code, sizeof code, "0x%X", device.Code);
+  return {"ライタと通信中！",
+          "COM3",
+          "ｺﾏﾝﾄﾞ送信 : Avr Extend command A",
+          "ライターを COM3に検出しました。",
+          "KV-LOD350  V6.38",
+          std::string("ｺﾏﾝﾄﾞ送信 : Select device command T , ") + code,
+          "ライタの準備　ＯＫ ！！"};
+}
+
+Texts SignatureTrace(const DeviceRow& device) {
+  return {"A_AvrExtend command A : 0D", "Enter programming Mode P : 0D", "--:--:--",
+          device.Signature, "Leave programming Mode L : 0D"};
+}
+
+Texts PhaseTrace(const std::string& text) {
+  return {"A_AvrExtend command A : 0D", text, "Enter programming Mode P : 0D",
+          "Leave programming Mode L : 0D"};
+}
+
+Texts ProgramTrace(const DeviceRow& device, const std::string& seconds) {
+  Texts all{"\r\n>>>>> START <<<<<", ""};
+  Append(all, LinkCheckTrace(device));
+  Append(all, SignatureTrace(device));
+  Append(all, PhaseTrace("チップ イレース中....."));
+  Append(all, {"フラッシュプログラムメモリ プログラム中....."});
+  Append(all, SignatureTrace(device));
+  Append(all, PhaseTrace("フラッシュプログラムメモリ プログラム中....."));
+  Append(all, PhaseTrace("ＥＥＰＲＯＭデータメモリ プログラム中....."));
+  Append(all, {"フラッシュメモリ ベリファイ中....."});
+  Append(all, PhaseTrace("フラッシュメモリ ベリファイ中....."));
+  Append(all, PhaseTrace("ＥＥＰＲＯＭデータメモリ ベリファイ中....."));
+  Append(all, {"ベリファイ　FLASH : OK / EEPROM : OK 　プログラミング正常終了。",
+               "ベリファイ　FLASH : OK / EEPROM : OK", seconds});
+  return all;
+}
+
+std::string ExpectedDump(const Bytes& bytes, std::size_t cell) {
+  std::string text;
+  char piece[16];
+  for (std::size_t line = 0; line < bytes.size(); line += 16) {
+    std::snprintf(piece, sizeof piece, "%04X: ", static_cast<unsigned>(line / cell));
+    text += piece;
+    for (std::size_t i = 0; i < 16; ++i) {
+      std::snprintf(piece, sizeof piece, "%02X", static_cast<unsigned>(bytes[line + i]));
+      text += piece;
+      if (i % cell == cell - 1) text += ' ';
+    }
+    for (std::size_t i = 0; i < 16; ++i) {
+      const char character = static_cast<char>(bytes[line + i]);
+      text += bytes[line + i] >= 32 && bytes[line + i] <= 126 ? character : '\xA5';
+    }
+    text += "\r\n";
+  }
+  return text;
+}
+
+/// High byte first, as the buffer and the dump have it.
+Bytes Swapped(Bytes bytes) {
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
+  return bytes;
+}
+
+/// Random content with no blank byte at its end, so that all of it counts as used.
+Bytes FullImage(std::size_t count, unsigned seed) {
+  Bytes bytes = RandomBytes(count, seed);
+  bytes.back() = 0x5A;
+  return bytes;
+}
+
+class ProgramOnEveryDevice : public ::testing::TestWithParam<DeviceRow> {};
+
+TEST_P(ProgramOnEveryDevice, SendsTheDescribedBytesAndLeavesTheImageInTheChip) {
+  const DeviceRow& device = GetParam();
+  BoardRun run(device.Name);
+  const Bytes flash = FullImage(2 * device.FlashWords, device.Code);
+  const Bytes eeprom = FullImage(device.EepromBytes, device.Code + 1U);
+  run.LoadImage(flash, eeprom);
+
+  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Finished);
+
+  EXPECT_EQ(run.Wire, WholeRun(device, flash, eeprom).All());
+  Bytes image = flash;
+  image.insert(image.end(), eeprom.begin(), eeprom.end());
+  EXPECT_EQ(run.Chip().BinaryImage(), image);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+  EXPECT_EQ(run.State.LinkError, 0);
+}
+
+TEST_P(ProgramOnEveryDevice, WritesTheDescribedTraceDumpsAndReport) {
+  const DeviceRow& device = GetParam();
+  BoardRun run(device.Name, {.Baud = 0});
+  const Bytes flash = FullImage(2 * device.FlashWords, 7);
+  const Bytes eeprom = FullImage(device.EepromBytes, 8);
+  run.LoadImage(flash, eeprom);
+
+  ops::ProgramCommand(run.Context);
+
+  EXPECT_EQ(run.NewTrace(), ProgramTrace(device, run.PanelText(Panel::Elapsed)));
+  EXPECT_EQ(run.Files.Files["/app/avrhex.txt"], ExpectedDump(Swapped(flash), 2));
+  EXPECT_EQ(run.Files.Files["/app/avreep.txt"], ExpectedDump(eeprom, 1));
+  EXPECT_EQ(run.Files.Files["/app/avrvfy.txt"],
+            "Flash Program memory address verify\r\n\r\n"
+            "\r\nEEPROM data memory address verify\r\n\r\n");
+  EXPECT_EQ(run.PanelText(Panel::Signature), device.Signature);
+  EXPECT_EQ(run.PanelText(Panel::BoardVersion), "KV-LOD350  V6.38");
+  EXPECT_EQ(run.PanelText(Panel::Port), "COM3");
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, ProgramOnEveryDevice, ::testing::ValuesIn(kDevices),
+                         [](const auto& device) {
+                           std::string name(device.param.Name);
+                           return name.substr(0, name.find_first_of(" (")) +
+                                  std::to_string(device.index);
+                         });
+
+constexpr DeviceRow kSmall = kDevices[0];
+
+TEST(ProgramWire, BlankFlashWithEepromDataStillSendsTheFlashPhaseWithoutWords) {
+  BoardRun run(kSmall.Name);
+  const Bytes eeprom = FullImage(10, 3);
+  run.LoadImage({}, eeprom);
+
+  ops::ProgramCommand(run.Context);
+
+  EXPECT_EQ(run.Wire, WholeRun(kSmall, {}, eeprom).All());
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+TEST(ProgramWire, AGapInFlashIsWrittenWordByWord) {
+  BoardRun run(kSmall.Name);
+  Bytes flash(64, 0xFF);
+  flash[0] = 0x12;
+  flash[63] = 0x34;
+  run.LoadImage(flash, {});
+
+  ops::ProgramCommand(run.Context);
+
+  EXPECT_EQ(run.Wire, WholeRun(kSmall, flash, {}).All());
+  EXPECT_EQ(run.State.FlashProgramCount, 32);
+}
+
+TEST(ProgramWire, AWordIsUsedWhenEitherOfItsBytesIsNotBlank) {
+  BoardRun run(kSmall.Name);
+  Bytes flash(8, 0xFF);
+  flash[6] = 0x00;  // the low byte of word 3 alone
+  run.LoadImage(flash, {});
+  ops::ProgramCommand(run.Context);
+  EXPECT_EQ(run.State.FlashProgramCount, 4);
+
+  BoardRun other(kSmall.Name);
+  flash[6] = 0xFF;
+  flash[7] = 0x00;  // the high byte of word 3 alone
+  other.LoadImage(flash, {});
+  ops::ProgramCommand(other.Context);
+  EXPECT_EQ(other.State.FlashProgramCount, 4);
+}
+
+TEST(ProgramWire, AnEepromWhoseLastByteAloneIsUsedCostsOneWrite) {
+  BoardRun run(kSmall.Name);
+  Bytes eeprom(64, 0xFF);
+  eeprom[63] = 0x42;
+  run.LoadImage({}, eeprom);
+
+  ops::ProgramCommand(run.Context);
+
+  Transcript phase;
+  phase.Add({'A', 'P', 'a', 0, 63, 'D', 0x42, 'L'});
+  const Bytes expected = WholeRun(kSmall, {}, eeprom).All();
+  EXPECT_EQ(run.Wire, expected);
+  EXPECT_NE(std::search(expected.begin(), expected.end(), phase.All().begin(), phase.All().end()),
+            expected.end());
+  EXPECT_EQ(run.Chip().EepromByte(63), 0x42);
+  EXPECT_EQ(run.State.EepromProgramCount, 64);
+}
+
+TEST(ProgramWire, DataBeyondTheChipIsNotProgrammed) {
+  BoardRun run(kSmall.Name);
+  Bytes flash(2 * 512 + 2, 0xFF);
+  flash[0] = 0x11;
+  flash.back() = 0x22;
+  run.LoadImage(flash, {});
+
+  ops::ProgramCommand(run.Context);
+
+  EXPECT_EQ(run.State.FlashProgramCount, 1);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+TEST(ProgramWire, BothBuffersBlankEraseTheChipAndSendNothingMore) {
+  BoardRun run(kSmall.Name);
+  run.Chip().SetFlashWord(5, 0x1234);
+
+  ops::ProgramCommand(run.Context);
+
+  Transcript wire;
+  wire.LinkCheck(kSmall.Code).SignatureSession().Erase();
+  EXPECT_EQ(run.Wire, wire.All());
+  EXPECT_EQ(run.Chip().FlashWord(5), 0xFFFF);
+  EXPECT_EQ(run.Dialog.Text, "全てのメモリは消去されました。");
+  EXPECT_EQ(run.Dialog.Mode, platform::MessageMode::Notice);
+  EXPECT_EQ(run.PanelText(Panel::Status), "全てのメモリは消去されました。");
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+TEST(ProgramWire, TheElapsedSecondsAreWholeAndFollowedByTheirUnit) {
+  BoardRun run(kSmall.Name, {.Faults = {MakeFault("late@19:2500")}});
+  run.LoadImage(FullImage(2, 1), {});
+  ops::ProgramCommand(run.Context);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "3秒");
+  EXPECT_EQ(run.State.OperationStartTime, 3.0);
+}
+
+TEST(ProgramWire, SelectingAnotherDeviceTextChoosesTheWordCommand) {
+  // The word command follows the selector's exact text.
+  const DeviceRow& tiny26 = kDevices[2];
+  BoardRun run(tiny26.Name);
+  const Bytes flash = FullImage(6, 4);
+  run.LoadImage(flash, {});
+  ops::ProgramCommand(run.Context);
+  EXPECT_EQ(std::count(run.Wire.begin(), run.Wire.end(), std::uint8_t{'c'}), 0);
+  EXPECT_EQ(run.Wire, WholeRun(tiny26, flash, {}).All());
+}
+
+}  // namespace
+}  // namespace fenwright::testing

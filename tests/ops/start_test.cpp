@@ -1,0 +1,143 @@
+// Start, device picks and opening files, as the front ends call them.
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "core/settings_keys.h"
+#include "ops/commands.h"
+#include "support/test_run.h"
+
+namespace fenwright::testing {
+namespace {
+
+using core::CommandEnding;
+
+struct StartRun : ScriptedRun {
+  CommandEnding Start(const std::string& argument = "") {
+    State.AppFolder.clear();
+    return ops::StartCommand(Context, {.AppFolder = "/app/", .CommandArgument = argument});
+  }
+};
+
+TEST(Start, WithAnEmptyStoreSelectsTheFirstDevice) {
+  StartRun run;
+  EXPECT_EQ(run.Start(), CommandEnding::Finished);
+  EXPECT_EQ(run.Form.DeviceText(), "ATtiny12L");
+  EXPECT_EQ(run.Form.Names.size(), 13U);
+  EXPECT_EQ(run.State.FlashWords, 512);
+  EXPECT_EQ(run.Settings.Read("Settings", "device"), "0");
+}
+
+TEST(Start, RestoresTheStoredDevice) {
+  StartRun run;
+  run.Settings.Write("Settings", "device", "12");
+  run.Start();
+  EXPECT_EQ(run.Form.DeviceText(), "AT90S8535");
+  EXPECT_EQ(run.State.DeviceCode, 0x68);
+}
+
+TEST(Start, BlanksBothBuffersAndShowsTheirDumps) {
+  StartRun run;
+  run.Start();
+  EXPECT_TRUE(std::ranges::all_of(run.State.FlashBuffer, [](auto byte) { return byte == 0xFF; }));
+  EXPECT_TRUE(std::ranges::all_of(run.State.EepromBuffer, [](auto byte) { return byte == 0xFF; }));
+  EXPECT_EQ(run.Files.Files["/app/avreep.txt"].substr(0, 57),
+            "0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF \xA5\xA5\xA5");
+  EXPECT_EQ(run.Views.Paths[platform::View::Flash], "/app/avrhex.txt");
+}
+
+TEST(Start, DeletesTheTraceOfTheWorkingFolderAndKeepsThatOfAnother) {
+  // The program's folder is not known yet when the old trace is deleted.
+  StartRun run;
+  run.Files.Files["_debug_avr.txt"] = "old";
+  run.Files.Files["/app/_debug_avr.txt"] = "old\r\n";
+  run.Start();
+  EXPECT_FALSE(run.Files.Files.contains("_debug_avr.txt"));
+  EXPECT_TRUE(run.Files.Files["/app/_debug_avr.txt"].starts_with("old\r\n"));
+}
+
+TEST(Start, WithNoStoredSelectionLeavesTheTextEmpty) {
+  StartRun run;
+  run.Settings.Write("Settings", "device", "-1");
+  EXPECT_EQ(run.Start(), CommandEnding::Finished);
+  EXPECT_EQ(run.Form.DeviceText(), "");
+  EXPECT_EQ(run.State.FlashWords, 0);
+  EXPECT_EQ(run.State.DeviceCode, 0);
+  EXPECT_EQ(run.Settings.Read("Settings", "device"), "-1");
+}
+
+TEST(Start, AStoredDeviceThatMakesNoSenseEndsItWithACriticalBox) {
+  for (const char* value : {"x", "", "1.5", "13", "-2", "99999999999999999999"}) {
+    SCOPED_TRACE(value);
+    StartRun run;
+    run.Settings.Write("Settings", "device", value);
+    EXPECT_EQ(run.Start(), CommandEnding::BadSetting);
+    ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
+    EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+    for (const std::string part : {"Settings", "device", value}) {
+      EXPECT_NE(run.Boxes.Boxes[0].Text.find(part), std::string::npos);
+    }
+  }
+}
+
+TEST(Start, OpensTheFileOfTheCommandLine) {
+  StartRun run;
+  run.Files.Files["/p/a.hex"] = ":02000000340C BE\r\n";
+  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n:00000001FF\r\n";
+  run.Start("/p/a.hex");
+  EXPECT_EQ(run.State.CommandArgument, "/p/a.hex");
+  EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
+  EXPECT_EQ(run.State.FlashBuffer[1], 0x0C);
+  EXPECT_EQ(run.PanelText(platform::Panel::Status), "ファイルをオープンしました。");
+}
+
+TEST(Pick, DiscardsTheLoadedImageAndStoresTheSelection) {
+  StartRun run;
+  run.Start();
+  run.State.FlashBuffer[0] = 1;
+  run.State.EepromBuffer[2048] = 2;
+  run.Form.SetDeviceIndex(2);
+  ops::PickDeviceCommand(run.Context);
+  EXPECT_EQ(run.State.FlashBuffer[0], 0xFF);
+  EXPECT_EQ(run.State.EepromBuffer[2048], 0xFF);
+  EXPECT_EQ(run.Settings.Read("Settings", "device"), "2");
+  EXPECT_EQ(run.State.DeviceCode, 0x59);
+  EXPECT_EQ(run.Form.FlashLabel, "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 1024 word");
+}
+
+TEST(Open, ACancelledDialogChangesNothing) {
+  StartRun run;
+  run.Start();
+  run.NewTrace();
+  const ops::OpenResult result = ops::OpenBothCommand(run.Context);
+  EXPECT_FALSE(result.Chosen);
+  EXPECT_EQ(run.State.CodeFileName, "");
+  EXPECT_TRUE(run.NewTrace().empty());
+}
+
+TEST(Open, TheChosenFileBringsItsPartner) {
+  StartRun run;
+  run.Start();
+  run.Settings.Write("Settings", "OPEN_DIR", "/last");
+  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
+  run.Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
+  run.FileDialogs.Choice = "/p/a.hex";
+  const ops::OpenResult result = ops::OpenBothCommand(run.Context);
+  EXPECT_TRUE(result.Report.DataFileFound);
+  EXPECT_EQ(run.State.EepromBuffer[0], 0x42);
+  EXPECT_EQ(run.FileDialogs.Requests.at(0).StartFolder, "/last");
+  EXPECT_EQ(run.Settings.Read("Settings", "OPEN_DIR"), "/p");
+}
+
+TEST(Open, WithoutADataPathLeavesTheEepromBlank) {
+  StartRun run;
+  run.Start();
+  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
+  run.Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
+  ops::OpenBothCommand(run.Context, "/p/a.hex", "");
+  EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
+}
+
+}  // namespace
+}  // namespace fenwright::testing

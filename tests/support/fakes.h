@@ -1,0 +1,251 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/clock.h"
+#include "platform/device_form.h"
+#include "platform/event_loop.h"
+#include "platform/file_dialogs.h"
+#include "platform/message_boxes.h"
+#include "platform/message_dialog.h"
+#include "platform/status_bar.h"
+#include "platform/text_files.h"
+#include "platform/views.h"
+
+namespace fenwright::testing {
+
+/// A clock that moves only when somebody rests on it; it falls back to 0 at midnight.
+class VirtualClock final : public platform::Clock {
+ public:
+  double SecondsSinceMidnight() override { return seconds_; }
+  platform::DateTime Now() override {
+    return {.Year = 2005, .Month = 3, .Day = 14, .Hour = 12, .Minute = 34, .Second = 56};
+  }
+  void Sleep(double seconds) override { Advance(seconds); }
+
+  void Set(double seconds) { seconds_ = seconds; }
+  void Advance(double seconds) {
+    elapsed_ += seconds;
+    seconds_ += seconds;
+    constexpr double kDay = 86400;
+    if (seconds_ >= kDay) seconds_ -= kDay;
+  }
+  /// Time passed since the start, whatever the time of day.
+  [[nodiscard]] double Elapsed() const { return elapsed_; }
+
+ private:
+  double seconds_ = 36000;
+  double elapsed_ = 0;
+};
+
+/// Counts the turns and runs what a test wants to happen during one.
+class FakeEventLoop final : public platform::EventLoop {
+ public:
+  void ProcessPendingEvents() override {
+    ++Turns;
+    if (OnTurn) OnTurn();
+  }
+  int Turns = 0;
+  std::function<void()> OnTurn;
+};
+
+class FakeStatusBar final : public platform::StatusBar {
+ public:
+  void SetPanelText(platform::Panel panel, std::string_view text) override {
+    Texts[panel] = text;
+    History.emplace_back(panel, text);
+  }
+  std::map<platform::Panel, std::string> Texts;
+  std::vector<std::pair<platform::Panel, std::string>> History;
+};
+
+/// Behaves as the contract of the dialog says; nobody presses its buttons unless a test does.
+class FakeMessageDialog final : public platform::MessageDialog {
+ public:
+  void Show(std::string_view text, platform::MessageMode mode) override {
+    Loaded = true;
+    Text = text;
+    Mode = mode;
+    Detail.clear();
+    ButtonVisible = mode != platform::MessageMode::Busy;
+    BarVisible = mode == platform::MessageMode::Busy;
+    Shown.emplace_back(text, mode);
+  }
+  void SetText(std::string_view text) override {
+    Loaded = true;
+    Text = text;
+  }
+  void SetDetail(std::string_view text) override { Detail = text; }
+  void ShowButton() override { ButtonVisible = true; }
+  void FocusButton() override { ButtonFocused = true; }
+  void SetProgressRange(int maximum) override { ProgressMaximum = maximum; }
+  void SetProgress(int value) override { Progress.push_back(value); }
+  void Close() override { Loaded = false; }
+  [[nodiscard]] bool IsLoaded() const override { return Loaded; }
+  [[nodiscard]] bool IsBusy() const override { return Loaded && !ButtonVisible; }
+
+  bool Loaded = false;
+  bool ButtonVisible = false;
+  bool ButtonFocused = false;
+  bool BarVisible = false;
+  std::string Text;
+  std::string Detail;
+  platform::MessageMode Mode = platform::MessageMode::Busy;
+  int ProgressMaximum = -1;
+  std::vector<int> Progress;
+  std::vector<std::pair<std::string, platform::MessageMode>> Shown;
+};
+
+class FakeMessageBoxes final : public platform::MessageBoxes {
+ public:
+  struct Box {
+    platform::MessageIcon Icon;
+    std::string Title;
+    std::string Text;
+  };
+  void Show(platform::MessageIcon icon, std::string_view title, std::string_view text) override {
+    Boxes.push_back({icon, std::string(title), std::string(text)});
+  }
+  bool Ask(std::string_view title, std::string_view text) override {
+    Questions.emplace_back(title, text);
+    return Answer;
+  }
+  std::vector<Box> Boxes;
+  std::vector<std::pair<std::string, std::string>> Questions;
+  bool Answer = false;
+};
+
+class FakeFileDialogs final : public platform::FileDialogs {
+ public:
+  std::optional<std::string> Open(const platform::FileDialogRequest& request) override {
+    Requests.push_back(request);
+    return Choice;
+  }
+  std::vector<platform::FileDialogRequest> Requests;
+  std::optional<std::string> Choice;
+};
+
+class FakeViews final : public platform::Views {
+ public:
+  void Clear(platform::View view) override { Calls.emplace_back("clear", view); }
+  void Load(platform::View view, std::string_view path) override {
+    Calls.emplace_back("load", view);
+    Paths[view] = path;
+  }
+  std::vector<std::pair<std::string, platform::View>> Calls;
+  std::map<platform::View, std::string> Paths;
+};
+
+class FakeDeviceForm final : public platform::DeviceForm {
+ public:
+  void SetDevices(const std::vector<std::string>& display_names) override {
+    Names = display_names;
+    Index = -1;
+  }
+  [[nodiscard]] std::string DeviceText() const override {
+    if (ForcedText) return *ForcedText;
+    return Index < 0 ? "" : Names.at(static_cast<std::size_t>(Index));
+  }
+  [[nodiscard]] int DeviceIndex() const override { return Index; }
+  void SetDeviceIndex(int index) override { Index = index; }
+  void SetMemoryLabels(std::string_view flash, std::string_view eeprom) override {
+    FlashLabel = flash;
+    EepromLabel = eeprom;
+  }
+  void ShowDeviceFrame() override { FrameShown = true; }
+
+  std::vector<std::string> Names;
+  int Index = -1;
+  std::optional<std::string> ForcedText;  ///< a text that no row has
+  std::string FlashLabel;
+  std::string EepromLabel;
+  bool FrameShown = false;
+};
+
+/// Files in memory. A path in `Refused` cannot be written; a file grows to `Capacity` bytes.
+class FakeTextFiles final : public platform::TextFiles {
+ public:
+  bool Exists(std::string_view path) override { return Files.contains(path); }
+  platform::FileResult Read(std::string_view path, std::string& content) override {
+    const auto file = Files.find(path);
+    if (file == Files.end()) return {platform::FileResult::Status::NotFound, "no such file"};
+    content = file->second;
+    return {};
+  }
+  platform::FileResult Write(std::string_view path, std::string_view content) override {
+    ++Writes[std::string(path)];
+    if (IsRefused(path)) return Refusal();
+    Files.insert_or_assign(std::string(path), std::string(content));
+    return {};
+  }
+  platform::FileResult Append(std::string_view path, std::string_view content) override {
+    if (IsRefused(path)) return Refusal();
+    Files[std::string(path)].append(content);
+    return {};
+  }
+  std::unique_ptr<platform::FileWriter> OpenForWriting(std::string_view path,
+                                                       platform::FileResult& result) override {
+    result = IsRefused(path) ? Refusal() : platform::FileResult{};
+    if (!result) return nullptr;
+    std::string& file = Files[std::string(path)];
+    file.clear();
+    return std::make_unique<Writer>(file, Capacity, OpenWriters);
+  }
+  void Delete(std::string_view path) override {
+    Deleted.emplace_back(path);
+    if (const auto file = Files.find(path); file != Files.end()) Files.erase(file);
+  }
+
+  std::map<std::string, std::string, std::less<>> Files;
+  std::vector<std::string> Refused;
+  std::vector<std::string> Deleted;
+  std::map<std::string, int> Writes;
+  std::size_t Capacity = 1U << 24U;
+  int OpenWriters = 0;  ///< writers not yet closed
+
+ private:
+  class Writer final : public platform::FileWriter {
+   public:
+    Writer(std::string& file, std::size_t capacity, int& open_writers)
+        : file_(file), capacity_(capacity), open_writers_(open_writers) {
+      ++open_writers_;
+    }
+    ~Writer() override { Release(); }
+    bool Write(std::string_view bytes) override {
+      if (file_.size() + bytes.size() > capacity_) return false;
+      file_.append(bytes);
+      return true;
+    }
+    bool Close() override {
+      Release();
+      return true;
+    }
+
+   private:
+    void Release() {
+      if (open_) --open_writers_;
+      open_ = false;
+    }
+    std::string& file_;
+    std::size_t capacity_;
+    int& open_writers_;
+    bool open_ = true;
+  };
+
+  [[nodiscard]] bool IsRefused(std::string_view path) const {
+    return std::ranges::find(Refused, path) != Refused.end();
+  }
+  static platform::FileResult Refusal() {
+    return {platform::FileResult::Status::AccessRefused, "permission denied"};
+  }
+};
+
+}  // namespace fenwright::testing

@@ -1,0 +1,132 @@
+#include "support/test_run.h"
+
+#include <random>
+#include <stdexcept>
+
+#include "core/device_catalogue.h"
+#include "core/settings_keys.h"
+#include "core/trace_log.h"
+#include "image/device_change.h"
+
+namespace fenwright::testing {
+namespace {
+
+board::TimeSource TimeOf(VirtualClock& clock) {
+  return {.Now =
+              [&clock] {
+                constexpr double kNanosecondsPerSecond = 1e9;
+                return std::chrono::nanoseconds(
+                    static_cast<std::int64_t>(clock.Elapsed() * kNanosecondsPerSecond));
+              },
+          .Rest =
+              [&clock](std::chrono::nanoseconds time) {
+                // Rounded up, so that a rest until a byte is due always reaches it.
+                clock.Advance(std::chrono::duration<double>(time).count() + 1e-8);
+              }};
+}
+
+board::SimulatedBoardOptions WithChip(std::string_view device,
+                                      board::SimulatedBoardOptions options) {
+  if (options.Chip == "empty") options.Chip = device;
+  return options;
+}
+
+}  // namespace
+
+TestPlatform::TestPlatform() {
+  State.AppFolder = "/app/";
+  Settings.Write(core::kSettingsSection, core::kPortNumberKey, "3");
+}
+
+core::RunContext TestPlatform::ContextOn(platform::SerialControl& port) {
+  return {.State = State,
+          .ProgrammerPort = port,
+          .Clock = Clock,
+          .Events = Events,
+          .Files = Files,
+          .CodePage = CodePage,
+          .Settings = Settings,
+          .StatusBar = StatusBar,
+          .MessageDialog = Dialog,
+          .MessageBoxes = Boxes,
+          .FileDialogs = FileDialogs,
+          .Views = Views,
+          .DeviceForm = Form};
+}
+
+void TestPlatform::Select(core::RunContext& context, std::string_view display_name) {
+  std::vector<std::string> names;
+  for (const core::DeviceEntry& entry : core::DeviceCatalogue()) {
+    names.emplace_back(entry.DisplayName);
+  }
+  Form.SetDevices(names);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i] == display_name) Form.SetDeviceIndex(static_cast<int>(i));
+  }
+  if (Form.Index < 0) throw std::invalid_argument(std::string(display_name));
+  image::PickDevice(context);
+}
+
+std::string TestPlatform::FileText(std::string_view name) const {
+  const auto file = Files.Files.find(State.AppFolder + std::string(name));
+  return file == Files.Files.end() ? "" : CodePage.ToUtf8(file->second);
+}
+
+std::vector<std::string> TestPlatform::Trace() const {
+  const std::string end = "\t2005/03/14 12:34:56\r\n";
+  std::vector<std::string> texts;
+  const std::string all = FileText(core::kTraceFileName);
+  for (std::size_t start = 0; start < all.size();) {
+    const std::size_t stop = all.find(end, start);
+    if (stop == std::string::npos) throw std::runtime_error("a trace line without a time");
+    texts.push_back(all.substr(start, stop - start));
+    start = stop + end.size();
+  }
+  return texts;
+}
+
+std::vector<std::string> TestPlatform::NewTrace() {
+  std::vector<std::string> all = Trace();
+  std::vector<std::string> fresh(all.begin() + static_cast<std::ptrdiff_t>(traced_), all.end());
+  traced_ = all.size();
+  return fresh;
+}
+
+std::string TestPlatform::PanelText(platform::Panel panel) const {
+  const auto text = StatusBar.Texts.find(panel);
+  return text == StatusBar.Texts.end() ? "" : text->second;
+}
+
+BoardRun::BoardRun(std::string_view device, board::SimulatedBoardOptions options)
+    : Port(WithChip(device, std::move(options)), TimeOf(Clock)), Context(ContextOn(Port)) {
+  Port.OnOutput = [this](std::span<const std::uint8_t> bytes) {
+    Wire.insert(Wire.end(), bytes.begin(), bytes.end());
+  };
+  Select(Context, device);
+  NewTrace();
+}
+
+void BoardRun::LoadImage(const Bytes& flash, const Bytes& eeprom) {
+  for (std::size_t i = 0; i < flash.size(); ++i) State.FlashBuffer[i ^ 1U] = flash[i];
+  std::copy(eeprom.begin(), eeprom.end(), State.EepromBuffer.begin());
+}
+
+Bytes BoardRun::LinkCheckBytes(std::uint8_t device_code) {
+  return {0x1B, '?', '?', 'A', 'T', device_code, 0x1B};
+}
+
+Bytes RandomBytes(std::size_t count, unsigned seed) {
+  std::mt19937 generator(seed);
+  Bytes bytes(count);
+  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(generator());
+  return bytes;
+}
+
+board::Fault MakeFault(std::string_view spec) {
+  std::string error;
+  const auto fault = board::ParseFault(spec, error);
+  if (!fault) throw std::invalid_argument(error);
+  return *fault;
+}
+
+}  // namespace fenwright::testing
