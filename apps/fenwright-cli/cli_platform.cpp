@@ -1,0 +1,86 @@
+#include "cli_platform.h"
+
+#include <csignal>
+#include <cstddef>
+
+namespace fenwright::cli {
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void NoteSignal(int number) {
+  interrupted = 1;
+  std::signal(number, SIG_DFL);
+}
+
+}  // namespace
+
+SignalEventLoop::SignalEventLoop(core::AppState& state) : state_(state) {
+  std::signal(SIGINT, NoteSignal);
+  std::signal(SIGTERM, NoteSignal);
+#ifdef SIGHUP
+  std::signal(SIGHUP, NoteSignal);
+#endif
+}
+
+void SignalEventLoop::ProcessPendingEvents() {
+  if (interrupted != 0) state_.StopRequested = true;
+}
+
+bool SignalEventLoop::Interrupted() { return interrupted != 0; }
+
+void PrintedStatusBar::SetPanelText(platform::Panel panel, std::string_view text) {
+  if (panel == platform::Panel::Signature) signature_ = text;
+  if (panel == platform::Panel::Status) console_.Print(text);
+}
+
+void PrintedMessageDialog::Show(std::string_view text, platform::MessageMode mode) {
+  console_.EndProgress();
+  console_.Print(text);
+  detail_.clear();
+  loaded_ = true;
+  busy_ = mode == platform::MessageMode::Busy;
+}
+
+void PrintedMessageDialog::SetText(std::string_view text) {
+  loaded_ = true;
+  console_.Print(text);
+}
+
+void PrintedMessageDialog::Close() {
+  console_.EndProgress();
+  loaded_ = false;
+  busy_ = false;
+}
+
+void PrintedMessageBoxes::Show(platform::MessageIcon /*icon*/, std::string_view title,
+                               std::string_view text) {
+  if (!title.empty()) console_.PrintError(title);
+  console_.PrintError(text);
+}
+
+bool PrintedMessageBoxes::Ask(std::string_view title, std::string_view text) {
+  Show(platform::MessageIcon::Information, title, text);
+  return false;
+}
+
+std::optional<std::string> NoFileDialogs::Open(const platform::FileDialogRequest& /*request*/) {
+  return std::nullopt;
+}
+
+void NoViews::Clear(platform::View /*view*/) {}
+
+void NoViews::Load(platform::View /*view*/, std::string_view /*path*/) {}
+
+void ChosenDevice::SetDevices(const std::vector<std::string>& display_names) {
+  names_ = display_names;
+  index_ = -1;
+}
+
+std::string ChosenDevice::DeviceText() const {
+  return index_ < 0 ? "" : names_.at(static_cast<std::size_t>(index_));
+}
+
+void ChosenDevice::SetMemoryLabels(std::string_view /*flash*/, std::string_view /*eeprom*/) {}
+
+}  // namespace fenwright::cli

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "console.h"
+#include "core/app_state.h"
+#include "platform/device_form.h"
+#include "platform/event_loop.h"
+#include "platform/file_dialogs.h"
+#include "platform/message_boxes.h"
+#include "platform/message_dialog.h"
+#include "platform/status_bar.h"
+#include "platform/views.h"
+
+namespace fenwright::cli {
+
+// The window's interfaces at the command line: texts are printed, nothing is asked.
+
+/// Turns Ctrl-C (and a request to terminate) into a stop request, which takes effect when the
+/// running exchange has returned. A second one ends the program at once. One object per process.
+class SignalEventLoop final : public platform::EventLoop {
+ public:
+  explicit SignalEventLoop(core::AppState& state);
+  void ProcessPendingEvents() override;
+  [[nodiscard]] static bool Interrupted();
+
+ private:
+  core::AppState& state_;
+};
+
+/// Prints panel 1; keeps the others for the result.
+class PrintedStatusBar final : public platform::StatusBar {
+ public:
+  explicit PrintedStatusBar(Console& console) : console_(console) {}
+  void SetPanelText(platform::Panel panel, std::string_view text) override;
+  [[nodiscard]] const std::string& Signature() const { return signature_; }
+
+ private:
+  Console& console_;
+  std::string signature_;
+};
+
+/// Prints the dialog's texts, and its progress as a bar.
+class PrintedMessageDialog final : public platform::MessageDialog {
+ public:
+  explicit PrintedMessageDialog(Console& console) : console_(console) {}
+  void Show(std::string_view text, platform::MessageMode mode) override;
+  void SetText(std::string_view text) override;
+  void SetDetail(std::string_view text) override { detail_ = text; }
+  void ShowButton() override { busy_ = false; }
+  void FocusButton() override {}
+  void SetProgressRange(int maximum) override { console_.StartProgress(maximum); }
+  void SetProgress(int value) override { console_.ShowProgress(value); }
+  void Close() override;
+  [[nodiscard]] bool IsLoaded() const override { return loaded_; }
+  [[nodiscard]] bool IsBusy() const override { return loaded_ && busy_; }
+
+  /// Cause and cure below the last text, "" when there were none.
+  [[nodiscard]] const std::string& Detail() const { return detail_; }
+
+ private:
+  Console& console_;
+  std::string detail_;
+  bool loaded_ = false;
+  bool busy_ = false;
+};
+
+/// Prints on standard error, so that an advice or a failure is seen with --quiet too.
+class PrintedMessageBoxes final : public platform::MessageBoxes {
+ public:
+  explicit PrintedMessageBoxes(Console& console) : console_(console) {}
+  void Show(platform::MessageIcon icon, std::string_view title, std::string_view text) override;
+  /// Nobody is asked: the answer is always no.
+  bool Ask(std::string_view title, std::string_view text) override;
+
+ private:
+  Console& console_;
+};
+
+/// Files are named on the command line; a dialog counts as cancelled.
+class NoFileDialogs final : public platform::FileDialogs {
+ public:
+  std::optional<std::string> Open(const platform::FileDialogRequest& request) override;
+};
+
+/// The dump files themselves are the view.
+class NoViews final : public platform::Views {
+ public:
+  void Clear(platform::View view) override;
+  void Load(platform::View view, std::string_view path) override;
+};
+
+/// The selector without a window.
+class ChosenDevice final : public platform::DeviceForm {
+ public:
+  void SetDevices(const std::vector<std::string>& display_names) override;
+  [[nodiscard]] std::string DeviceText() const override;
+  [[nodiscard]] int DeviceIndex() const override { return index_; }
+  void SetDeviceIndex(int index) override { index_ = index; }
+  void SetMemoryLabels(std::string_view flash, std::string_view eeprom) override;
+  void ShowDeviceFrame() override {}
+
+ private:
+  std::vector<std::string> names_;
+  int index_ = -1;
+};
+
+}  // namespace fenwright::cli

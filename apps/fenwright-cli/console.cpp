@@ -1,0 +1,93 @@
+#include "console.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+namespace fenwright::cli {
+namespace {
+
+/// Line ends of messages are CR LF; a terminal wants LF.
+std::string WithPlainLineEnds(std::string_view text) {
+  std::string plain;
+  for (const char character : text) {
+    if (character != '\r') plain += character;
+  }
+  while (plain.ends_with('\n')) plain.pop_back();
+  return plain;
+}
+
+}  // namespace
+
+Console::Console(Amount amount) : amount_(amount), terminal_(isatty(STDOUT_FILENO) == 1) {}
+
+void Console::Print(std::string_view text) {
+  if (amount_ == Amount::ErrorsOnly) return;
+  PrintAlways(text);
+}
+
+void Console::PrintAlways(std::string_view text) {
+  const std::string line = WithPlainLineEnds(text);
+  if (line == last_line_) return;
+  ClearBar();
+  last_line_ = line;
+  fmt::print("{}\n", line);
+  std::fflush(stdout);
+}
+
+void Console::PrintError(std::string_view text) {
+  ClearBar();
+  fmt::print(stderr, "{}\n", WithPlainLineEnds(text));
+}
+
+void Console::StartProgress(int maximum) {
+  maximum_ = maximum;
+  shown_percent_ = -1;
+  start_ = std::chrono::steady_clock::now();
+  last_shown_ = start_;
+}
+
+void Console::ShowProgress(int value) {
+  if (amount_ == Amount::ErrorsOnly || maximum_ <= 0) return;
+  constexpr int kAll = 100;
+  const int percent = std::min(kAll, static_cast<int>(std::int64_t{kAll} * value / maximum_));
+  if (percent == shown_percent_) return;
+  const Time now = std::chrono::steady_clock::now();
+  const double elapsed = std::chrono::duration<double>(now - start_).count();
+  const double left = value > 0 ? elapsed * (maximum_ - value) / value : 0;
+  if (terminal_) {
+    shown_percent_ = percent;
+    DrawBar(percent, left);
+    return;
+  }
+  constexpr std::chrono::seconds kBetweenPlainLines{1};
+  if (now - last_shown_ < kBetweenPlainLines) return;
+  shown_percent_ = percent;
+  last_shown_ = now;
+  PrintAlways(fmt::format("{:3} %, {:.0f} s left", percent, left));
+}
+
+void Console::EndProgress() {
+  ClearBar();
+  maximum_ = 0;
+}
+
+void Console::DrawBar(int percent, double seconds_left) {
+  constexpr int kWidth = 40;
+  const int filled = kWidth * percent / 100;
+  fmt::print("\r[{:#<{}}{:.<{}}] {:3} %  {:.0f} s left \x1B[K", "", filled, "", kWidth - filled,
+             percent, seconds_left);
+  std::fflush(stdout);
+  bar_drawn_ = true;
+}
+
+void Console::ClearBar() {
+  if (!bar_drawn_) return;
+  fmt::print("\r\x1B[K");
+  std::fflush(stdout);
+  bar_drawn_ = false;
+}
+
+}  // namespace fenwright::cli

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+namespace fenwright::cli {
+
+/// Standard output and error of one call: lines, and one progress bar that keeps to the last line
+/// of a terminal. Where the output is no terminal the bar becomes a plain line now and then.
+class Console {
+ public:
+  enum class Amount {
+    Everything,  ///< status texts, progress, result
+    ErrorsOnly,  ///< --quiet and --json: nothing on standard output but the result asked for
+  };
+
+  explicit Console(Amount amount);
+
+  /// A line on standard output; the same line twice in a row is printed once.
+  void Print(std::string_view text);
+
+  /// A line on standard output that --quiet does not silence.
+  void PrintAlways(std::string_view text);
+
+  /// A line on standard error.
+  void PrintError(std::string_view text);
+
+  /// Starts a bar for a loop of `maximum` steps.
+  void StartProgress(int maximum);
+
+  /// Shows that `value` steps are done: percent and the time that remains at the pace so far.
+  void ShowProgress(int value);
+
+  /// Takes the bar off the screen.
+  void EndProgress();
+
+ private:
+  using Time = std::chrono::steady_clock::time_point;
+
+  void DrawBar(int percent, double seconds_left);
+  void ClearBar();
+
+  Amount amount_;
+  bool terminal_;
+  std::string last_line_;
+  int maximum_ = 0;
+  int shown_percent_ = -1;
+  bool bar_drawn_ = false;
+  Time start_;
+  Time last_shown_;
+};
+
+}  // namespace fenwright::cli

@@ -1,0 +1,54 @@
+#include "device_name.h"
+
+#include <algorithm>
+#include <cctype>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "core/device_catalogue.h"
+
+namespace fenwright::cli {
+namespace {
+
+std::string LowerCase(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(), [](unsigned char character) {
+    return static_cast<char>(std::tolower(character));
+  });
+  return lower;
+}
+
+}  // namespace
+
+std::string ListDeviceNames() {
+  std::string names;
+  for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
+    names += fmt::format("  {}\n", device.DisplayName);
+  }
+  return names;
+}
+
+int FindDeviceIndex(std::string_view name, std::string& error) {
+  const auto devices = core::DeviceCatalogue();
+  const std::string wanted = LowerCase(name);
+  std::vector<int> found;
+  for (int index = 0; index < static_cast<int>(devices.size()); ++index) {
+    const std::string_view candidate = devices[static_cast<std::size_t>(index)].DisplayName;
+    if (candidate == name) return index;
+    if (LowerCase(candidate).find(wanted) != std::string::npos) found.push_back(index);
+  }
+  if (found.size() == 1 && !wanted.empty()) return found.front();
+  if (found.empty() || wanted.empty()) {
+    error =
+        fmt::format("no device is called \"{}\"; the devices are:\n{}", name, ListDeviceNames());
+    return -1;
+  }
+  error = fmt::format("\"{}\" is part of more than one device's name:\n", name);
+  for (const int index : found) {
+    error += fmt::format("  {}\n", devices[static_cast<std::size_t>(index)].DisplayName);
+  }
+  return -1;
+}
+
+}  // namespace fenwright::cli

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace fenwright::cli {
+
+/// Exit codes of the program.
+enum class ExitCode {
+  Success = 0,
+  Failed = 1,        ///< the operation failed; a verify with differences included
+  Usage = 2,         ///< the command line makes no sense
+  NoProgrammer = 3,  ///< no port, no programmer on it, or one that cannot be used
+  FileError = 4,     ///< a file cannot be read or written
+  Stopped = 130,     ///< stopped by Ctrl-C
+};
+
+/// What the command line says.
+struct Options {
+  enum class Command { Devices, Program };
+  Command Chosen = Command::Devices;
+
+  std::string Port;                 ///< "COMn", "COMn=PATH" or a device path, "" = none
+  bool Simulate = false;            ///< the built-in simulated board instead of a port
+  std::string SimulateChip;         ///< chip in its socket, "" = the selected device
+  std::vector<std::string> Faults;  ///< what goes wrong on it
+  std::string Device;               ///< name, or part of the name, of the device
+  std::string Folder = ".";
+  bool Json = false;
+  bool Quiet = false;
+
+  std::string CodeFile;
+  std::string DataFile;  ///< "" = the one that goes with the code file
+  bool NoData = false;
+};
+
+/// The arguments of a call, parsed; or the exit code of a call that ends here: help, version, or a
+/// usage error, each printed.
+struct ParseResult {
+  Options Values;
+  bool Ends = false;
+  int EndCode = 0;
+};
+ParseResult ParseOptions(int argc, char** argv);
+
+}  // namespace fenwright::cli

@@ -1,0 +1,151 @@
+#include "session.h"
+
+#include <filesystem>
+#include <optional>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+#include "board/simulated_serial_control.h"
+#include "core/device_catalogue.h"
+#include "core/settings_keys.h"
+#include "device_name.h"
+#include "ops/commands.h"
+#include "platform/asio/asio_serial_control.h"
+#include "platform/posix/port_names.h"
+
+namespace fenwright::cli {
+namespace {
+
+Console::Amount AmountOf(const Options& options) {
+  const bool errors_only = options.Quiet || options.Json;
+  return errors_only ? Console::Amount::ErrorsOnly : Console::Amount::Everything;
+}
+
+/// A port option; a bare name that is no COM number is a file of the working directory.
+std::optional<platform::PortOption> ParsePort(const std::string& text) {
+  if (const auto port = platform::ParsePortOption(text)) return port;
+  std::error_code ignored;
+  if (!std::filesystem::exists(text, ignored)) return std::nullopt;
+  return platform::ParsePortOption("./" + text);
+}
+
+}  // namespace
+
+Session::Session(const Options& options)
+    : options_(options),
+      console_(AmountOf(options)),
+      events_(state_),
+      status_bar_(console_),
+      dialog_(console_),
+      boxes_(console_) {}
+
+Session::~Session() {
+  if (port_) port_->Close();
+}
+
+ExitCode Session::Start() {
+  for (const auto step : {&Session::ChooseFolder, &Session::ChooseDevice, &Session::ChoosePort}) {
+    if (const ExitCode code = (this->*step)(); code != ExitCode::Success) return code;
+  }
+  context_ = std::make_unique<core::RunContext>(core::RunContext{.State = state_,
+                                                                 .ProgrammerPort = *port_,
+                                                                 .Clock = clock_,
+                                                                 .Events = events_,
+                                                                 .Files = files_,
+                                                                 .CodePage = code_page_,
+                                                                 .Settings = settings_,
+                                                                 .StatusBar = status_bar_,
+                                                                 .MessageDialog = dialog_,
+                                                                 .MessageBoxes = boxes_,
+                                                                 .FileDialogs = file_dialogs_,
+                                                                 .Views = views_,
+                                                                 .DeviceForm = device_});
+  const core::CommandEnding ending =
+      ops::StartCommand(*context_, {.AppFolder = folder_, .CommandArgument = ""});
+  return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;
+}
+
+ExitCode Session::ChooseFolder() {
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::absolute(options_.Folder, error);
+  if (error || !std::filesystem::is_directory(folder, error)) {
+    console_.PrintError(
+        fmt::format("error: --folder {}: there is no such folder", options_.Folder));
+    return ExitCode::FileError;
+  }
+  if (access(folder.c_str(), W_OK | X_OK) != 0) {
+    console_.PrintError(
+        fmt::format("error: --folder {}: the folder cannot be written; the trace, the dumps and "
+                    "the report go there, so name another one",
+                    options_.Folder));
+    return ExitCode::FileError;
+  }
+  folder_ = (folder / "").string();
+  return ExitCode::Success;
+}
+
+ExitCode Session::ChooseDevice() {
+  if (options_.Device.empty()) {
+    console_.PrintError("error: --device is missing; the devices are:\n" + ListDeviceNames());
+    return ExitCode::Usage;
+  }
+  std::string error;
+  const int index = FindDeviceIndex(options_.Device, error);
+  if (index < 0) {
+    console_.PrintError("error: --device: " + error);
+    return ExitCode::Usage;
+  }
+  settings_.Write(core::kSettingsSection, core::kDeviceKey, std::to_string(index));
+  return ExitCode::Success;
+}
+
+ExitCode Session::ChoosePort() {
+  if (options_.Simulate) return MakeSimulatedPort();
+  platform::PortOverrides overrides;
+  if (!options_.Port.empty()) {
+    const auto port = ParsePort(options_.Port);
+    if (!port) {
+      console_.PrintError(fmt::format(
+          "error: --port {}: neither COM1 to COM20 nor the path of a device", options_.Port));
+      return options_.Port.starts_with("COM") ? ExitCode::Usage : ExitCode::NoProgrammer;
+    }
+    if (!port->Path.empty()) overrides[port->Number] = port->Path;
+    settings_.Write(core::kSettingsSection, core::kPortNumberKey, std::to_string(port->Number));
+  } else {
+    // The message about a port that was never chosen follows when the link is checked.
+    console_.PrintError(
+        "error: no port: give --port (or FENWRIGHT_PORT), or --simulate for the simulated board");
+  }
+  port_ = std::make_unique<platform::AsioSerialControl>(
+      [this, overrides](int number) { return platform::DevicePath(settings_, overrides, number); });
+  return ExitCode::Success;
+}
+
+ExitCode Session::MakeSimulatedPort() {
+  board::SimulatedBoardOptions board_options;
+  for (const std::string& spec : options_.Faults) {
+    std::string error;
+    const auto fault = board::ParseFault(spec, error);
+    if (!fault) {
+      console_.PrintError("error: --simulate-fault: " + error);
+      return ExitCode::Usage;
+    }
+    board_options.Faults.push_back(*fault);
+  }
+  if (!options_.SimulateChip.empty() && board::FindChip(options_.SimulateChip) == nullptr) {
+    console_.PrintError(fmt::format("error: --simulate-chip {}: the chips are:\n{}",
+                                    options_.SimulateChip, board::ListChipNames()));
+    return ExitCode::Usage;
+  }
+  auto port =
+      std::make_unique<board::SimulatedSerialControl>(board_options, board::SteadyTimeSource());
+  port->ChipInSocket = [this] {
+    return options_.SimulateChip.empty() ? device_.DeviceText() : options_.SimulateChip;
+  };
+  port_ = std::move(port);
+  settings_.Write(core::kSettingsSection, core::kPortNumberKey, "1");
+  return ExitCode::Success;
+}
+
+}  // namespace fenwright::cli

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "cli_platform.h"
+#include "console.h"
+#include "core/run_context.h"
+#include "options.h"
+#include "platform/memory/memory_settings_store.h"
+#include "platform/posix/code_page.h"
+#include "platform/posix/system_clock.h"
+#include "platform/posix/text_files.h"
+
+namespace fenwright::cli {
+
+/// The run of one call: the engine's state on the system's adapters.
+class Session {
+ public:
+  explicit Session(const Options& options);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// Checks device, port and folder and prepares the run. On failure the cause is printed.
+  ExitCode Start();
+
+  [[nodiscard]] core::RunContext& Context() { return *context_; }
+  [[nodiscard]] Console& Out() { return console_; }
+  [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
+  [[nodiscard]] const PrintedMessageDialog& Dialog() const { return dialog_; }
+
+ private:
+  ExitCode ChooseDevice();
+  ExitCode ChoosePort();
+  ExitCode ChooseFolder();
+  ExitCode MakeSimulatedPort();
+
+  const Options& options_;
+  core::AppState state_;
+  Console console_;
+  platform::SystemClock clock_;
+  SignalEventLoop events_;
+  platform::SystemTextFiles files_;
+  platform::Cp932CodePage code_page_;
+  platform::MemorySettingsStore settings_;
+  PrintedStatusBar status_bar_;
+  PrintedMessageDialog dialog_;
+  PrintedMessageBoxes boxes_;
+  NoFileDialogs file_dialogs_;
+  NoViews views_;
+  ChosenDevice device_;
+  std::string folder_;
+  std::unique_ptr<platform::SerialControl> port_;
+  std::unique_ptr<core::RunContext> context_;
+};
+
+}  // namespace fenwright::cli
