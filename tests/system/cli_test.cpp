@@ -1,0 +1,452 @@
+// The command line as a user calls it: the real program, a real serial device, real files.
+
+#include <chrono>
+#include <signal.h>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "ops/commands.h"
+#include "platform/posix/code_page.h"
+#include "support/test_run.h"
+#include "system/board_program.h"
+
+namespace fenwright::testing {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using namespace std::chrono_literals;
+
+class Cli : public ::testing::Test {
+ protected:
+  struct Result {
+    int Code = -1;
+    std::string Out;
+    std::string Err;
+  };
+
+  Result Run(std::vector<std::string> arguments, Process::Setup setup = {}) {
+    arguments.insert(arguments.begin(), FENWRIGHT_CLI_PROGRAM);
+    setup.Folder = folder_.Path().string();
+    Process process(arguments, setup);
+    const int code = process.Wait();
+    return {.Code = code, .Out = process.Output(), .Err = process.Errors()};
+  }
+
+  /// Programs a file on a board's port.
+  Result Program(const BoardProgram& board, const std::string& device, const std::string& file,
+                 std::vector<std::string> more = {}) {
+    std::vector<std::string> arguments{"--port", board.Link(), "--device", device, "program", file};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return Run(arguments);
+  }
+
+  std::string MakeCode(const Bytes& data, const std::string& name = "code.hex") {
+    WriteFile(folder_.File(name), HexFile(data));
+    return name;
+  }
+
+  [[nodiscard]] std::string Text(const std::string& name) const {
+    return platform::Cp932CodePage().ToUtf8(ReadFile(folder_.File(name)));
+  }
+
+  TemporaryFolder folder_;
+};
+
+Bytes FullImage(std::size_t count, unsigned seed) {
+  Bytes bytes = RandomBytes(count, seed);
+  bytes.back() = 0x5A;
+  return bytes;
+}
+
+TEST_F(Cli, ProgramsAWholeImageAndTheChipHoldsIt) {
+  BoardProgram board("AT90S8515");
+  const Bytes flash = FullImage(8192, 1);
+  const Bytes eeprom = FullImage(512, 2);
+  MakeCode(flash);
+  WriteFile(folder_.File("code.eep"), HexFile(eeprom));
+
+  const Result result = Program(board, "AT90S8515", "code.hex");
+
+  EXPECT_EQ(result.Code, 0) << result.Out << result.Err;
+  EXPECT_EQ(result.Err, "");
+  EXPECT_THAT(result.Out, HasSubstr("ライターを COM1に検出しました。\n"));
+  EXPECT_THAT(result.Out, HasSubstr("ベリファイ　FLASH : OK / EEPROM : OK\nok: programmed and "
+                                    "verified ("));
+  std::string image(flash.begin(), flash.end());
+  image.append(eeprom.begin(), eeprom.end());
+  EXPECT_EQ(board.Dump(), image);
+}
+
+TEST_F(Cli, SendsTheSameBytesAsTheEngineOnEveryLine) {
+  BoardProgram board("ATtiny26L");
+  const Bytes flash = FullImage(2048, 3);
+  MakeCode(flash);
+  ASSERT_EQ(Program(board, "ATtiny26L", "code.hex").Code, 0);
+
+  BoardRun run("ATtiny26L");
+  run.LoadImage(flash, {});
+  ops::ProgramCommand(run.Context);
+  EXPECT_EQ(board.Wire(), run.Wire);
+}
+
+TEST_F(Cli, LeavesTraceDumpsAndReportInTheFolder) {
+  BoardProgram board("ATtiny12L");
+  std::filesystem::create_directory(folder_.File("出力 folder"));
+  MakeCode({0x0C, 0x94});
+  const Result result = Run({"--folder", "出力 folder", "--port", board.Link(), "--device",
+                             "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(Text("出力 folder/_debug_avr.txt"), HasSubstr("\r\n>>>>> START <<<<<\t20"));
+  EXPECT_THAT(Text("出力 folder/avrhex.txt"), ::testing::StartsWith("0000: 940C FFFF "));
+  EXPECT_EQ(Text("出力 folder/avreep.txt").size(), 0x40U / 16 * (6 + 48 + 16 * 3 + 2));
+  EXPECT_EQ(Text("出力 folder/avrvfy.txt"),
+            "Flash Program memory address verify\r\n\r\n"
+            "\r\nEEPROM data memory address verify\r\n\r\n");
+}
+
+TEST_F(Cli, ListsTheThirteenDevices) {
+  const Result result = Run({"devices"});
+  EXPECT_EQ(result.Code, 0);
+  EXPECT_EQ(std::count(result.Out.begin(), result.Out.end(), '\n'), 13);
+  EXPECT_THAT(result.Out, HasSubstr("flash   512 word  EEPROM   64 byte  signature 1E:90:01  "
+                                    "AT90S1200A(内部RCｸﾛｯｸ1MHz)\n"));
+}
+
+TEST_F(Cli, ListsTheDevicesAsJson) {
+  const auto list = nlohmann::json::parse(Run({"--json", "devices"}).Out);
+  ASSERT_EQ(list.size(), 13U);
+  EXPECT_EQ(list[2]["name"], "ATtiny26L");
+  EXPECT_EQ(list[2]["device_code"], 0x59);
+  EXPECT_EQ(list[2]["signature"], nlohmann::json({0x1E, 0x91, 0x09}));
+}
+
+TEST_F(Cli, TellsItsVersionAndItsHelp) {
+  EXPECT_EQ(Run({"--version"}).Out, "fenwright-cli 6.5.5\n");
+  const Result help = Run({"--help"});
+  EXPECT_EQ(help.Code, 0);
+  for (const char* text : {"--port", "--simulate", "--device", "--folder", "--json", "--quiet",
+                           "devices", "program", "Exit codes"}) {
+    EXPECT_THAT(help.Out, HasSubstr(text));
+  }
+  EXPECT_THAT(Run({"program", "--help"}).Out, HasSubstr("--no-data"));
+}
+
+TEST_F(Cli, RefusesACommandLineThatMakesNoSense) {
+  MakeCode({1, 2});
+  const std::vector<std::vector<std::string>> lines{
+      {},
+      {"--nonsense"},
+      {"frobnicate"},
+      {"program"},
+      {"--simulate", "program", "code.hex"},
+      {"--simulate", "--device", "AT90S9999", "program", "code.hex"},
+      {"--simulate", "--device", "AT90S1200", "program", "code.hex"},
+      {"--simulate", "--device", "AT90S", "program", "code.hex"},
+      {"--simulate", "--device", "ATtiny12L", "program", "code.hex", "--data", "d.eep",
+       "--no-data"},
+      {"--port", "COM21", "--device", "ATtiny12L", "program", "code.hex"},
+      {"--simulate", "--simulate-fault", "frob", "--device", "ATtiny12L", "program", "code.hex"},
+  };
+  for (const auto& line : lines) {
+    SCOPED_TRACE(::testing::PrintToString(line));
+    const Result result = Run(line);
+    EXPECT_EQ(result.Code, 2);
+    EXPECT_NE(result.Err, "");
+  }
+}
+
+TEST_F(Cli, AnAmbiguousDeviceNameListsTheChoices) {
+  const Result result = Run({"--simulate", "--device", "AT90S1200", "program", "x.hex"});
+  EXPECT_THAT(result.Err, HasSubstr("AT90S1200 (外部ｸﾛｯｸ)"));
+  EXPECT_THAT(result.Err, HasSubstr("AT90S1200A(内部RCｸﾛｯｸ1MHz)"));
+  EXPECT_THAT(result.Err, Not(HasSubstr("AT90S8515")));
+}
+
+TEST_F(Cli, AnUnambiguousPartOfADeviceNameIsEnough) {
+  MakeCode({1, 2});
+  for (const char* name : {"AT90S1200A", "at90s1200a", "AT90S1200 (外部ｸﾛｯｸ)"}) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(Run({"--simulate", "--device", name, "program", "code.hex"}).Code, 0);
+  }
+}
+
+TEST_F(Cli, WithoutAPortSaysThatNoneWasChosen) {
+  MakeCode({1, 2});
+  const Result result = Run({"--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(result.Code, 3);
+  EXPECT_THAT(result.Out,
+              HasSubstr("ライタと通信ができませんでした。\nPCとライタの接続を確認後、"));
+  EXPECT_THAT(result.Err, HasSubstr("--port"));
+}
+
+TEST_F(Cli, AMissingDeviceFileIsNamedWithItsCause) {
+  MakeCode({1, 2});
+  const Result result =
+      Run({"--port", "/dev/nothing-here", "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(result.Code, 3);
+  EXPECT_THAT(
+      result.Out,
+      HasSubstr("ライターを検出できませんでした。使用可能な通信ポートを設定してください。"));
+  EXPECT_THAT(result.Err, HasSubstr("/dev/nothing-here"));
+}
+
+TEST_F(Cli, APortThatAnotherProgramHoldsIsBusy) {
+  BoardProgram board("ATtiny12L", {"--baud", "57600"});
+  MakeCode(FullImage(1024, 4));
+  Process first({FENWRIGHT_CLI_PROGRAM, "--port", board.Link(), "--device", "ATtiny12L", "program",
+                 folder_.File("code.hex"), "--folder", folder_.Path().string()});
+  while (board.Wire().size() < 40) std::this_thread::sleep_for(5ms);
+  std::filesystem::create_directory(folder_.File("second"));
+  const Result second = Run({"--folder", "second", "--port", board.Link(), "--device", "ATtiny12L",
+                             "program", "code.hex"});
+  EXPECT_EQ(second.Code, 3);
+  EXPECT_THAT(second.Err, HasSubstr("他のプログラム"));
+  EXPECT_EQ(first.Wait(), 0) << first.Errors();
+}
+
+TEST_F(Cli, TheEnvironmentCanNameThePort) {
+  BoardProgram board("ATtiny12L");
+  MakeCode({1, 2});
+  const Result result = Run({"--device", "ATtiny12L", "program", "code.hex"},
+                            {.Environment = {{"FENWRIGHT_PORT", board.Link()}}});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+}
+
+TEST_F(Cli, ABareFileNameCanBeThePort) {
+  BoardProgram board("ATtiny12L");
+  MakeCode({1, 2});
+  std::filesystem::create_symlink(board.Link(), folder_.File("L"));
+  EXPECT_EQ(Run({"--port", "L", "--device", "ATtiny12L", "program", "code.hex"}).Code, 0);
+}
+
+TEST_F(Cli, AComNumberWithAPathTakesThatNumber) {
+  BoardProgram board("ATtiny12L");
+  MakeCode({1, 2});
+  const Result result =
+      Run({"--port", "COM7=" + board.Link(), "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_THAT(result.Out, HasSubstr("ライターを COM7に検出しました。"));
+}
+
+TEST_F(Cli, ASilentBoardIsNoProgrammer) {
+  BoardProgram board("ATtiny12L", {"--fault", "silent"});
+  MakeCode({1, 2});
+  const Result result = Program(board, "ATtiny12L", "code.hex");
+  EXPECT_EQ(result.Code, 3);
+  EXPECT_THAT(result.Err, HasSubstr("ライターとしての返答がありません"));
+  EXPECT_THAT(result.Err, HasSubstr("the chip was not changed"));
+}
+
+TEST_F(Cli, AnotherDeviceOnThePortIsNoProgrammer) {
+  BoardProgram board("ATtiny12L", {"--version-line", "SOME OTHER THING"});
+  MakeCode({1, 2});
+  const Result result = Program(board, "ATtiny12L", "code.hex");
+  EXPECT_EQ(result.Code, 3);
+  EXPECT_THAT(result.Out, HasSubstr("ファームウエアバージョンを読み出せませんでした。"));
+}
+
+TEST_F(Cli, AFirmwareThatIsTooOldIsRefused) {
+  BoardProgram board("ATtiny12L", {"--version-line", "KV-LOD350  V6.29"});
+  MakeCode({1, 2});
+  const Result result = Program(board, "ATtiny12L", "code.hex");
+  EXPECT_EQ(result.Code, 3);
+  EXPECT_THAT(result.Out, HasSubstr("このソフトは使用できません。\n"));
+}
+
+TEST_F(Cli, AFirmwareThatIsNotTheNewestIsAdvisedAndUsed) {
+  BoardProgram board("ATtiny12L", {"--version-line", "KV-LOD350A V6.30"});
+  MakeCode({1, 2});
+  const Result result = Program(board, "ATtiny12L", "code.hex");
+  EXPECT_EQ(result.Code, 0);
+  EXPECT_THAT(result.Err, HasSubstr("KV-LOD350 V6.3 \n"));
+}
+
+TEST_F(Cli, AnotherChipInTheSocketFailsAndIsLeftAlone) {
+  BoardProgram board("AT90S2313");
+  MakeCode({1, 2});
+  const Result result = Program(board, "ATtiny12L", "code.hex");
+  EXPECT_EQ(result.Code, 1);
+  EXPECT_THAT(result.Out, HasSubstr("デバイス選択と、ソケット上のデバイスが一致しません。"));
+  EXPECT_THAT(result.Err, HasSubstr("the chip was not changed"));
+}
+
+TEST_F(Cli, ADeviceThatTheBoardRefusesFails) {
+  MakeCode({1, 2});
+  const Result result = Run(
+      {"--simulate", "--simulate-fault", "flip@4", "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(result.Code, 1);
+  EXPECT_THAT(result.Out, HasSubstr("プログラマは、選択したマイコンを認識できませんでした。"));
+}
+
+TEST_F(Cli, AWriteThatLiesFailsTheVerifyAndNamesTheReport) {
+  BoardProgram board("ATtiny12L", {"--fault", "lie@2"});
+  MakeCode({0x0C, 0x94});
+  const Result result = Program(board, "ATtiny12L", "code.hex");
+  EXPECT_EQ(result.Code, 1);
+  EXPECT_THAT(result.Out, HasSubstr("ベリファイ　FLASH : NG / EEPROM : OK"));
+  EXPECT_THAT(result.Err, HasSubstr("avrvfy.txt"));
+  EXPECT_THAT(Text("avrvfy.txt"),
+              HasSubstr("PROGRAM Addr(word) = 0000  Original = 940C   NG = FF0C\r\n"));
+}
+
+TEST_F(Cli, APortThatGoesInTheMiddleEndsTheRunAtOnce) {
+  BoardProgram board("ATtiny12L", {"--fault", "hangup@60"});
+  MakeCode(FullImage(1024, 5));
+  const auto start = std::chrono::steady_clock::now();
+  const Result result = Program(board, "ATtiny12L", "code.hex");
+  EXPECT_EQ(result.Code, 1);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+  EXPECT_THAT(result.Err, HasSubstr("not verified: erase and program again"));
+}
+
+TEST_F(Cli, CtrlCLeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
+  BoardProgram board("AT90S8515", {"--baud", "57600"});
+  MakeCode(FullImage(8192, 6));
+  Process process({FENWRIGHT_CLI_PROGRAM, "--port", board.Link(), "--device", "AT90S8515",
+                   "--folder", folder_.Path().string(), "program", folder_.File("code.hex")});
+  while (board.Wire().size() < 400) std::this_thread::sleep_for(5ms);
+  process.Signal(SIGINT);
+  EXPECT_EQ(process.Wait(10), 130);
+  EXPECT_EQ(board.Wire().back(), 'L');
+  EXPECT_THAT(process.Errors(), ::testing::ContainsRegex(
+                                    "flash written up to word 0x[0-9A-F]{4}, not verified: erase "
+                                    "and program again"));
+  // The board is ready for the next call at once.
+  EXPECT_EQ(Program(board, "AT90S8515", "code.hex", {"--no-data"}).Code, 0);
+}
+
+TEST_F(Cli, AMalformedFileIsRefusedBeforeAnythingIsSent) {
+  BoardProgram board("ATtiny12L");
+  const std::vector<std::pair<std::string, std::string>> files{
+      {"bad-line.hex", ":0100000011EE\r\nhello\r\n"},
+      {"empty-line.hex", ":0100000011EE\r\n\r\n:00000001FF\r\n"},
+      {"lower-case.hex", ":01000000abcd\r\n:00000001FF\r\n"},
+      {"short.hex", ":1000000011\r\n:00000001FF\r\n"},
+      {"outside.hex", ":04FFFE0011223344FF\r\n"},
+      {"name.txt", ":0100000011EE\r\n"},
+  };
+  for (const auto& [name, content] : files) {
+    SCOPED_TRACE(name);
+    WriteFile(folder_.File(name), content);
+    const Result result = Program(board, "ATtiny12L", name);
+    EXPECT_EQ(result.Code, 4);
+    EXPECT_THAT(result.Err, HasSubstr(name));
+    EXPECT_THAT(result.Err, HasSubstr("nothing was sent to the programmer"));
+  }
+  EXPECT_TRUE(board.Wire().empty());
+}
+
+TEST_F(Cli, AMissingFileAndAFolderInItsPlaceAreRefused) {
+  std::filesystem::create_directory(folder_.File("folder.hex"));
+  for (const char* name : {"nothing.hex", "folder.hex"}) {
+    SCOPED_TRACE(name);
+    const Result result = Run({"--simulate", "--device", "ATtiny12L", "program", name});
+    EXPECT_EQ(result.Code, 4);
+    EXPECT_THAT(result.Out, HasSubstr("Program : Not found HEX file"));
+  }
+}
+
+TEST_F(Cli, AWrongChecksumAndDataBeyondTheChipAreWarnedOf) {
+  Bytes image(1040, 0xFF);
+  image[0] = 0x11;
+  image[1039] = 0x22;
+  std::string text = HexFile(image);
+  text.replace(text.find("\r\n") - 2, 2, "00");
+  WriteFile(folder_.File("code.hex"), text);
+  const Result result = Run({"--simulate", "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(result.Code, 0);
+  EXPECT_THAT(result.Err, HasSubstr("warning: code.hex: line 1 has a wrong checksum"));
+  EXPECT_THAT(result.Err, HasSubstr("data up to address 0x040F lies beyond the device's 1024"));
+}
+
+TEST_F(Cli, AnUnwritableFolderIsRefusedBeforeAnythingIsSent) {
+  MakeCode({1, 2});
+  EXPECT_EQ(
+      Run({"--folder", "none", "--simulate", "--device", "ATtiny12L", "program", "code.hex"}).Code,
+      4);
+  std::filesystem::permissions(folder_.Path(), std::filesystem::perms::all);
+  std::filesystem::create_directory(folder_.File("closed"));
+  std::filesystem::permissions(folder_.File("closed"), std::filesystem::perms(0555));
+  const Result result =
+      Run({"--folder", "closed", "--simulate", "--device", "ATtiny12L", "program", "code.hex"},
+          {.UserId = 65534});
+  EXPECT_EQ(result.Code, 4) << result.Out;
+  EXPECT_THAT(result.Err, HasSubstr("closed"));
+}
+
+TEST_F(Cli, TheDataFileGoesAlongByItsName) {
+  BoardProgram board("ATtiny12L");
+  MakeCode({1, 2}, "prog.HEX");
+  WriteFile(folder_.File("prog.eep"), HexFile({0x77}));
+  WriteFile(folder_.File("other.eep"), HexFile({0x88}));
+  const auto eeprom_byte = [&board] { return board.Dump().at(1024); };
+
+  EXPECT_EQ(Program(board, "ATtiny12L", "prog.HEX").Code, 0);
+  EXPECT_EQ(eeprom_byte(), '\x77');
+  EXPECT_EQ(Program(board, "ATtiny12L", "prog.HEX", {"--data", "other.eep"}).Code, 0);
+  EXPECT_EQ(eeprom_byte(), '\x88');
+  EXPECT_EQ(Program(board, "ATtiny12L", "prog.HEX", {"--no-data"}).Code, 0);
+  EXPECT_EQ(eeprom_byte(), '\xFF');
+  EXPECT_EQ(Program(board, "ATtiny12L", "prog.HEX", {"--data", "none.eep"}).Code, 4);
+}
+
+TEST_F(Cli, JsonIsTheWholeOutputAndTellsTheResult) {
+  BoardProgram board("ATtiny12L");
+  MakeCode({1, 2, 3, 4});
+  const Result result =
+      Run({"--json", "--port", board.Link(), "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(result.Code, 0);
+  const auto json = nlohmann::json::parse(result.Out);
+  EXPECT_EQ(json["result"], "ok");
+  EXPECT_EQ(json["exit_code"], 0);
+  EXPECT_EQ(json["device"], "ATtiny12L");
+  EXPECT_EQ(json["signature"], "1E:90:05");
+  EXPECT_EQ(json["board_version"], "KV-LOD350  V6.38");
+  EXPECT_EQ(json["flash_words_written"], 2);
+  EXPECT_EQ(json["verify"]["flash"], "OK");
+  EXPECT_EQ(json["chip_state"], "programmed and verified");
+}
+
+TEST_F(Cli, JsonTellsAFailureTooWithTheSameExitCode) {
+  const BoardProgram board("AT90S2313");
+  MakeCode({1, 2});
+  const Result result =
+      Run({"--json", "--port", board.Link(), "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(result.Code, 1);
+  const auto json = nlohmann::json::parse(result.Out);
+  EXPECT_EQ(json["result"], "failed");
+  EXPECT_EQ(json["chip_state"], "the chip was not changed");
+  EXPECT_FALSE(json.contains("verify"));
+}
+
+TEST_F(Cli, QuietPrintsErrorsOnly) {
+  MakeCode({1, 2});
+  const Result good =
+      Run({"--quiet", "--simulate", "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(good.Code, 0);
+  EXPECT_EQ(good.Out + good.Err, "");
+  const Result bad = Run({"--quiet", "--simulate", "--simulate-chip", "empty", "--device",
+                          "ATtiny12L", "program", "code.hex"});
+  EXPECT_EQ(bad.Code, 1);
+  EXPECT_EQ(bad.Out, "");
+  EXPECT_THAT(bad.Err, HasSubstr("the chip was not changed"));
+}
+
+TEST_F(Cli, ATerminalGetsABarWithPercentAndRemainingTime) {
+  MakeCode(FullImage(1024, 7));
+  const Result result =
+      Run({"--simulate", "--device", "ATtiny12L", "program", "code.hex"}, {.OnTerminal = true});
+  EXPECT_EQ(result.Code, 0);
+  EXPECT_THAT(result.Out, ::testing::ContainsRegex("\r\\[#+\\.+\\]  [0-9]+ %  [0-9]+ s left"));
+}
+
+TEST_F(Cli, ASimulatedRunNeedsNoPortAndStartsWithABlankChip) {
+  MakeCode({1, 2});
+  EXPECT_EQ(Run({"--simulate", "--device", "AT90S8535", "program", "code.hex"}).Code, 0);
+}
+
+}  // namespace
+}  // namespace fenwright::testing
