@@ -136,6 +136,8 @@ nlohmann::json Result(Session& session, ExitCode code, double seconds) {
       {"message", state.StatusText},
       {"cause", session.Dialog().Detail()},
       {"seconds", seconds},
+      {"flash_write_seconds", state.Chip.FlashWriteSeconds},
+      {"flash_verify_seconds", state.Chip.FlashVerifySeconds},
   };
   if (state.Chip.VerifyFinished) {
     result["verify"] = {{"flash", state.FlashNG ? "NG" : "OK"},

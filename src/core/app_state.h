@@ -30,6 +30,8 @@ struct ChipReport {
   std::int32_t EepromBytesDone = 0;  ///< bytes written or skipped before the first failure
   bool NothingToProgram = false;     ///< both buffers were blank
   bool VerifyFinished = false;       ///< both memories were compared without a communication error
+  double FlashWriteSeconds = 0;      ///< time from the first word written to the last
+  double FlashVerifySeconds = 0;     ///< time from the first word read back to the last
 };
 
 /// The one state record of a run. One thread uses it.

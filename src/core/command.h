@@ -34,7 +34,7 @@ struct CommandEnd {
 /// Runs one user command under the guard that keeps every other from starting: while `body` runs,
 /// `AppState::CommandRunning` is true and a further call is refused. `on_early_end` runs when the
 /// body was ended early, before the text of the ending, if any,
-/// is shown in a message box; what it throws itself is
+/// is shown in a message box; a CommandEnd that it throws itself is
 /// dropped. A stop request is used up when the command ends.
 CommandEnding RunCommand(RunContext& context, const std::function<void()>& body,
                          const std::function<void()>& on_early_end = {});

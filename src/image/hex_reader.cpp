@@ -91,6 +91,7 @@ void NoteDoubts(std::string_view line, std::int32_t line_number, std::int16_t li
     return;
   }
   std::int16_t ignored = 0;
+  if (ByteAt(line, kTypePosition, ignored) != kDataRecord) return;
   const std::int32_t count = ByteAt(line, kCountPosition, ignored);
   if (report.FirstBadChecksumLine == 0 && !ChecksumFits(line, count)) {
     report.FirstBadChecksumLine = line_number;

@@ -120,11 +120,7 @@ void Start(core::RunContext& context, const StartOptions& options) {
 }  // namespace
 
 CommandEnding StartCommand(core::RunContext& context, const StartOptions& options) {
-  const CommandEnding ending = core::RunCommand(context, [&] { Start(context, options); });
-  if (ending == CommandEnding::Finished && !options.CommandArgument.empty()) {
-    OpenBothCommand(context, options.CommandArgument);
-  }
-  return ending;
+  return core::RunCommand(context, [&] { Start(context, options); });
 }
 
 CommandEnding PickDeviceCommand(core::RunContext& context) {

@@ -14,7 +14,7 @@ namespace fenwright::ops {
 /// What the program knows when it starts.
 struct StartOptions {
   std::string AppFolder;  ///< folder of trace, dumps and report, with its separator at the end
-  std::string CommandArgument;  ///< code file to open at once, "" = none
+  std::string CommandArgument;  ///< code file that the user wants opened first, "" = none
 };
 
 /// What became of an open command.
@@ -24,8 +24,9 @@ struct OpenResult {
   image::OpenReport Report;
 };
 
-/// Prepares a run: deletes the old trace, blanks the buffers, fills the device selector, restores
-/// the stored device and opens `CommandArgument` if there is one. The views must exist. A stored
+/// Prepares a run: deletes the old trace, blanks the buffers, fills the device selector and
+/// restores the stored device. The views must exist. A front end that finishes this opens
+/// `AppState::CommandArgument` next, if there is one. A stored
 /// device that is no number, or not in the selector (-1 = none selected), is shown in a critical
 /// message box and ends the start with BadSetting.
 core::CommandEnding StartCommand(core::RunContext& context, const StartOptions& options);

@@ -49,10 +49,12 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
   state.Chip.FlashStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
   link::SelectAddress(context, 0, state.LinkError);
+  const double start = context.Clock.SecondsSinceMidnight();
   for (std::int32_t word = 0; word < state.FlashProgramCount; ++word) {
     UpdateProgress(context, word);
     WriteFlashWord(context, word);
   }
+  state.Chip.FlashWriteSeconds = context.Clock.SecondsSinceMidnight() - start;
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     state.Chip.FlashFailed = true;

@@ -50,6 +50,7 @@ void CompareFlash(core::RunContext& context, Report& report) {
   core::AppState& state = context.State;
   const std::int32_t extent = image::UsedFlashWords(state);
   context.MessageDialog.SetProgressRange(extent);
+  const double start = context.Clock.SecondsSinceMidnight();
   for (std::int32_t word = 0; word < extent; ++word) {
     UpdateProgress(context, word);
     std::uint8_t high = 0;
@@ -64,6 +65,7 @@ void CompareFlash(core::RunContext& context, Report& report) {
                 "  Original = " + core::HexByte(expected_high) + core::HexByte(expected_low) +
                 "   NG = " + core::HexByte(high) + core::HexByte(low));
   }
+  state.Chip.FlashVerifySeconds = context.Clock.SecondsSinceMidnight() - start;
 }
 
 void CompareEeprom(core::RunContext& context, Report& report) {

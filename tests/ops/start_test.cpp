@@ -81,12 +81,18 @@ TEST(Start, AStoredDeviceThatMakesNoSenseEndsItWithACriticalBox) {
   }
 }
 
-TEST(Start, OpensTheFileOfTheCommandLine) {
+TEST(Start, KeepsTheFileOfTheCommandLineForTheFrontEndToOpen) {
   StartRun run;
-  run.Files.Files["/p/a.hex"] = ":02000000340C BE\r\n";
-  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n:00000001FF\r\n";
   run.Start("/p/a.hex");
   EXPECT_EQ(run.State.CommandArgument, "/p/a.hex");
+  EXPECT_EQ(run.State.CodeFileName, "");
+}
+
+TEST(Open, AFileByItsPathStoresItsWordsHighByteFirst) {
+  StartRun run;
+  run.Start();
+  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n:00000001FF\r\n";
+  ops::OpenBothCommand(run.Context, "/p/a.hex");
   EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
   EXPECT_EQ(run.State.FlashBuffer[1], 0x0C);
   EXPECT_EQ(run.PanelText(platform::Panel::Status), "ファイルをオープンしました。");

@@ -1,0 +1,62 @@
+#include "image/file_summary.h"
+
+#include <cstdint>
+#include <string_view>
+
+#include "image/buffers.h"
+
+namespace fenwright::image {
+namespace {
+
+std::string_view NameOf(std::string_view path) {
+  const std::size_t separator = path.find_last_of("/\\");
+  return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
+
+std::string Usage(std::int32_t used, std::int32_t size, std::string_view unit) {
+  constexpr std::int32_t kAll = 100;
+  const std::int32_t percent = size > 0 ? (kAll * used + size - 1) / size : 0;
+  return std::to_string(used) + " / " + std::to_string(size) + " " + std::string(unit) + " (" +
+         std::to_string(percent) + " %)";
+}
+
+std::string LineNumber(std::int32_t line) { return std::to_string(line) + "行目"; }
+
+/// What looks wrong about a file; "" or lines that each start with a line break.
+std::string Doubts(std::string_view path, const HexReadReport& report, std::int32_t memory_bytes) {
+  const std::string start = "\n⚠ " + std::string(NameOf(path)) + " : ";
+  std::string text;
+  if (report.End == HexReadEnd::BadLine) {
+    text += start + LineNumber(report.StoppedAtLine) +
+            "が「:」で始まっていないため、そこまでしか読み込んでいません。"
+            "ファイルを直し、プログラムを再起動してください。";
+  }
+  if (report.FirstDoubtfulLine != 0) {
+    text += start + LineNumber(report.FirstDoubtfulLine) +
+            "に16進数字(0-9、A-F)でない文字があるか、行が短いため、0として読み込みました。";
+  }
+  if (report.FirstBadChecksumLine != 0) {
+    text += start + LineNumber(report.FirstBadChecksumLine) + "のチェックサムが合いません。";
+  }
+  if (report.HighestAddress >= memory_bytes) {
+    text += start + "デバイスの容量を超えるデータがあります。超えた分は書き込まれません。";
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& report) {
+  if (!report.CodeFileFound || !report.KnownExtension) return "";
+  std::string text(NameOf(state.CodeFileName));
+  text += "\n" + Usage(UsedFlashWords(state), state.FlashWords, "word");
+  if (report.DataFileFound) {
+    text += "\n" + std::string(NameOf(state.DataFileName)) + "\n" +
+            Usage(UsedEepromBytes(state), state.EepromBytes, "byte");
+  }
+  text += Doubts(state.CodeFileName, report.Code, 2 * state.FlashWords);
+  text += Doubts(state.DataFileName, report.Data, state.EepromBytes);
+  return text;
+}
+
+}  // namespace fenwright::image

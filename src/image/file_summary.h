@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "core/app_state.h"
+#include "image/file_commands.h"
+
+namespace fenwright::image {
+
+/// What was opened, in a few lines for the window: the files' names, how much of each memory is
+/// used, and what looks wrong about the files although they were loaded.
+std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& report);
+
+}  // namespace fenwright::image

@@ -1,0 +1,130 @@
+#include "core/recorded_run.h"
+
+#include <utility>
+
+namespace fenwright::testing {
+namespace {
+
+std::string PanelNumber(platform::Panel panel) { return std::to_string(static_cast<int>(panel)); }
+
+std::string NameOf(platform::View view) {
+  switch (view) {
+    case platform::View::Flash:
+      return "flash view";
+    case platform::View::Eeprom:
+      return "EEPROM view";
+    case platform::View::Verify:
+      return "verify view";
+  }
+  return "?";
+}
+
+std::string Joined(std::string_view verb, std::string_view object) {
+  return std::string(verb) + " " + std::string(object);
+}
+
+}  // namespace
+
+bool RecordingTextFiles::Exists(std::string_view path) {
+  return files_.Exists(path) || Unreadable.contains(path);
+}
+
+platform::FileResult RecordingTextFiles::Read(std::string_view path, std::string& content) {
+  journal_.push_back(Joined("read", path));
+  if (const auto refused = Unreadable.find(path); refused != Unreadable.end()) {
+    return {platform::FileResult::Status::AccessRefused, refused->second};
+  }
+  return files_.Read(path, content);
+}
+
+platform::FileResult RecordingTextFiles::Write(std::string_view path, std::string_view content) {
+  journal_.push_back(Joined("write", path));
+  return files_.Write(path, content);
+}
+
+platform::FileResult RecordingTextFiles::Append(std::string_view path, std::string_view content) {
+  journal_.push_back(Joined("append", path));
+  return files_.Append(path, content);
+}
+
+std::unique_ptr<platform::FileWriter> RecordingTextFiles::OpenForWriting(
+    std::string_view path, platform::FileResult& result) {
+  journal_.push_back(Joined("open", path));
+  return files_.OpenForWriting(path, result);
+}
+
+void RecordingTextFiles::Delete(std::string_view path) {
+  journal_.push_back(Joined("delete", path));
+  files_.Delete(path);
+}
+
+void RecordingViews::Clear(platform::View view) {
+  journal_.push_back(Joined("clear", NameOf(view)));
+  views_.Clear(view);
+}
+
+void RecordingViews::Load(platform::View view, std::string_view path) {
+  journal_.push_back(Joined("load", NameOf(view)));
+  views_.Load(view, path);
+}
+
+void RecordingStatusBar::SetPanelText(platform::Panel panel, std::string_view text) {
+  journal_.push_back(Joined("panel " + PanelNumber(panel), text));
+  bar_.SetPanelText(panel, text);
+}
+
+void RecordingMessageDialog::Show(std::string_view text, platform::MessageMode mode) {
+  journal_.push_back(Joined("dialog", text));
+  dialog_.Show(text, mode);
+}
+
+void RecordingMessageDialog::Close() {
+  journal_.emplace_back("close dialog");
+  dialog_.Close();
+}
+
+void RecordingMessageBoxes::Show(platform::MessageIcon icon, std::string_view title,
+                                 std::string_view text) {
+  journal_.emplace_back("message box");
+  boxes_.Show(icon, title, text);
+}
+
+bool RecordingMessageBoxes::Ask(std::string_view title, std::string_view text) {
+  journal_.emplace_back("question");
+  return boxes_.Ask(title, text);
+}
+
+void RecordingDeviceForm::SetDevices(const std::vector<std::string>& display_names) {
+  journal_.emplace_back("fill selector");
+  form_.SetDevices(display_names);
+}
+
+void RecordingDeviceForm::SetMemoryLabels(std::string_view flash, std::string_view eeprom) {
+  journal_.emplace_back("labels");
+  form_.SetMemoryLabels(flash, eeprom);
+}
+
+void RecordingDeviceForm::ShowDeviceFrame() {
+  journal_.emplace_back("show device frame");
+  form_.ShowDeviceFrame();
+}
+
+void RecordingEventLoop::ProcessPendingEvents() {
+  journal_.emplace_back("turn");
+  events_.ProcessPendingEvents();
+}
+
+bool RecordingSettings::Write(std::string_view section, std::string_view key,
+                              std::string_view value) {
+  journal_.push_back(Joined("store " + std::string(section) + "/" + std::string(key), value));
+  return settings_.Write(section, key, value);
+}
+
+void RecordedRun::Start(std::string_view display_name) {
+  Select(Context, display_name);
+  Recorded.clear();
+}
+
+Journal RecordedRun::TakeJournal() { return std::exchange(Recorded, {}); }
+
+}  // namespace fenwright::testing
