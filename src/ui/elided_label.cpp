@@ -1,0 +1,32 @@
+#include "ui/elided_label.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+#include <QStyle>
+
+namespace fenwright::ui {
+
+ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+
+void ElidedLabel::SetText(const QString& text) {
+  if (text == this->text()) return;
+  setText(text);
+  setToolTip(text.toHtmlEscaped());
+  setAccessibleDescription(text);
+}
+
+QSize ElidedLabel::minimumSizeHint() const {
+  return {fontMetrics().averageCharWidth(), QLabel::minimumSizeHint().height()};
+}
+
+void ElidedLabel::paintEvent(QPaintEvent* event) {
+  QFrame::paintEvent(event);
+  QPainter painter(this);
+  const QString line = text().simplified();
+  const QRect area = contentsRect().marginsRemoved({margin(), margin(), margin(), margin()});
+  style()->drawItemText(&painter, area, static_cast<int>(alignment()), palette(), isEnabled(),
+                        fontMetrics().elidedText(line, Qt::ElideRight, area.width()),
+                        foregroundRole());
+}
+
+}  // namespace fenwright::ui

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QLabel>
+
+namespace fenwright::ui {
+
+/// One line of text that ends in "…" where the label is too narrow; text() stays whole, and the
+/// tool tip shows it.
+class ElidedLabel : public QLabel {
+  Q_OBJECT
+
+ public:
+  explicit ElidedLabel(QWidget* parent = nullptr);
+
+  /// Sets text, tool tip and accessible description.
+  void SetText(const QString& text);
+
+  [[nodiscard]] QSize minimumSizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+}  // namespace fenwright::ui

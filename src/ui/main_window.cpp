@@ -1,0 +1,385 @@
+#include "ui/main_window.h"
+
+#include <utility>
+#include <vector>
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPointer>
+#include <QPushButton>
+#include <QSessionManager>
+#include <QStatusBar>
+#include <QStyle>
+#include <QVBoxLayout>
+#include <QWheelEvent>
+
+#include "core/build_info.h"
+#include "ui/elided_label.h"
+#include "ui/fonts.h"
+#include "ui/icons.h"
+#include "ui/mdi_arrange.h"
+#include "ui/text.h"
+#include "ui/twips.h"
+#include "ui/view_window.h"
+#include "ui/wrapped_label.h"
+
+namespace fenwright::ui {
+namespace {
+
+constexpr int kMargin = 6;
+constexpr int kSettingsWidth = 348;
+constexpr QSize kCommandIconSize(24, 24);
+constexpr QSize kCommandButtonSize(118, 36);
+
+constexpr const char* kCloseQuestion =
+    "処理を実行しています。\n\n"
+    "終了すると、実行中の通信が終わったところで処理を中止します。"
+    "チップは書き込みの途中の状態で残ることがあります。\n\n"
+    "処理を中止して終了しますか？";
+
+/// A selector that the mouse wheel does not touch: picking a device discards the loaded file.
+class DeviceComboBox final : public QComboBox {
+ protected:
+  void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+};
+
+void Name(QWidget* widget, const QString& object_name, const QString& accessible_name) {
+  widget->setObjectName(object_name);
+  widget->setAccessibleName(accessible_name);
+}
+
+QAction* AddItem(QMenu* menu, const QString& object_name, const QString& caption) {
+  QAction* action = menu->addAction(caption);
+  action->setObjectName(object_name);
+  action->setAutoRepeat(false);
+  return action;
+}
+
+QPushButton* CommandButton(const QString& object_name, const QString& caption, const QIcon& icon,
+                           const QString& tool_tip) {
+  auto* button = new QPushButton(icon, caption);
+  Name(button, object_name, caption);
+  button->setIconSize(kCommandIconSize);
+  button->setMinimumSize(kCommandButtonSize);
+  button->setToolTip(tool_tip);
+  QFont font = button->font();
+  font.setBold(true);
+  button->setFont(font);
+  return button;
+}
+
+QLabel* SizeLabel(const QString& object_name, const QString& accessible_name) {
+  auto* label = new QLabel;
+  Name(label, object_name, accessible_name);
+  label->setTextFormat(Qt::PlainText);
+  // The two texts are padded so that their colons stand in one column of a monospaced font.
+  QFont font = MonospacedFont();
+  font.setPointSizeF(QApplication::font().pointSizeF());
+  font.setLetterSpacing(QFont::AbsoluteSpacing, 0);
+  label->setFont(font);
+  return label;
+}
+
+}  // namespace
+
+MainWindow::MainWindow(core::AppState& state, QWidget* parent)
+    : QMainWindow(parent), state_(state) {
+  Name(this, "frmMain", "New Fenwright");
+  setWindowTitle("New Fenwright Version " + ToQString(core::kVersion));
+  setWindowIcon(ChipIcon());
+  BuildContent();
+  BuildMenus();
+  BuildViews();
+  BuildStatusBar();
+  setGeometry(kMainWindowPlace.ToPixels());
+  move(kMainWindowPlace.ToPixels().topLeft());
+  connect(qApp, &QGuiApplication::commitDataRequest, this, &MainWindow::OnCommitData,
+          Qt::DirectConnection);
+}
+
+void MainWindow::SetCommands(MainWindowCommands commands) { commands_ = std::move(commands); }
+
+void MainWindow::Run(const std::function<void()>& command) {
+  if (!command || state_.CommandRunning || close_pending_) return;
+  const QPointer<QWidget> focus = focusWidget();
+  EnableControls(false);
+  command();
+  if (close_pending_) {
+    close();
+    return;
+  }
+  EnableControls(true);
+  if (focus) focus->setFocus();
+  if (commands_.AfterCommand) commands_.AfterCommand();
+}
+
+bool MainWindow::MayEndSession() {
+  if (!state_.CommandRunning) return true;
+  AskAndRequestStop();
+  return false;
+}
+
+void MainWindow::SetFileInfo(const QString& text) {
+  file_info_->SetText(text);
+  file_info_->setToolTip(text.toHtmlEscaped().replace('\n', "<br>"));
+}
+
+void MainWindow::MarkSimulated() { setWindowTitle(windowTitle() + " [シミュレーション]"); }
+
+ElidedLabel* MainWindow::StatusPanel(platform::Panel panel) const {
+  return panels_.at(static_cast<std::size_t>(panel) - 1);
+}
+
+ViewWindow* MainWindow::ViewOf(platform::View view) const {
+  switch (view) {
+    case platform::View::Flash:
+      return flash_view_;
+    case platform::View::Eeprom:
+      return eeprom_view_;
+    case platform::View::Verify:
+      break;
+  }
+  return verify_view_;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  if (!state_.CommandRunning) {
+    emit Closing();
+    event->accept();
+    return;
+  }
+  event->ignore();
+  AskAndRequestStop();
+}
+
+/// The question runs the event loop, and the close request comes from inside a wait of the
+/// command: the command stays where it is until the user has answered.
+void MainWindow::AskAndRequestStop() {
+  if (asking_ || close_pending_) return;
+  asking_ = true;
+  const bool close_window = !boxes_ || boxes_->Ask("", kCloseQuestion);
+  asking_ = false;
+  if (!close_window) return;
+  close_pending_ = true;
+  state_.StopRequested = true;
+}
+
+void MainWindow::OnCommitData(QSessionManager& manager) {
+  if (!state_.CommandRunning) return;
+  if (!manager.allowsInteraction()) {
+    manager.cancel();
+    return;
+  }
+  if (!MayEndSession()) manager.cancel();
+  manager.release();
+}
+
+void MainWindow::EnableControls(bool enable) {
+  open_action_->setEnabled(enable);
+  open_button_->setEnabled(enable);
+  program_button_->setEnabled(enable);
+  device_selector_->setEnabled(enable);
+}
+
+void MainWindow::BuildMenus() {
+  Name(menuBar(), "mnuBar", "メニュー");
+
+  QMenu* file = menuBar()->addMenu("ファイル(&F)");
+  Name(file, "mnuFile", "ファイル");
+  open_action_ = AddItem(file, "mnuFileOpen", "コード/データファイルを開く(&O)");
+  open_action_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
+  open_action_->setIcon(style()->standardIcon(QStyle::SP_DialogOpenButton));
+  connect(open_action_, &QAction::triggered, this, [this] { Run(commands_.Open); });
+  file->addSeparator()->setObjectName("mnuFileBar2");
+  connect(AddItem(file, "mnuFileExit", "終了(&X)"), &QAction::triggered, this, &QWidget::close);
+
+  QMenu* window = menuBar()->addMenu("ウインドウ(&W)");
+  Name(window, "mnuWindow", "ウインドウ");
+  connect(AddItem(window, "mmuOpenProgramWindow", "プログラムメモリウインドウを開く"),
+          &QAction::triggered, this, [this] { OpenView(flash_view_, kFlashViewPlace.ToPixels()); });
+  connect(AddItem(window, "mmuOpenEEpromWindow", "EEPROMデータメモリウインドウを開く"),
+          &QAction::triggered, this,
+          [this] { OpenView(eeprom_view_, kEepromViewPlace.ToPixels()); });
+  window->addSeparator()->setObjectName("mnuWindowBar1");
+  connect(AddItem(window, "mnuWindowCascade", "重ねて表示(&C)"), &QAction::triggered, this,
+          &MainWindow::CascadeViews);
+  connect(AddItem(window, "mnuWindowTileHorizontal", "上下に並べて表示(&H)"), &QAction::triggered,
+          this, [this] { TileViews(Qt::Vertical); });
+  connect(AddItem(window, "mnuWindowTileVertical", "左右に並べて表示(&V)"), &QAction::triggered,
+          this, [this] { TileViews(Qt::Horizontal); });
+}
+
+void MainWindow::BuildContent() {
+  auto* content = new QWidget;
+  auto* rows = new QVBoxLayout(content);
+  rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+  rows->setSpacing(kMargin);
+  rows->addWidget(BuildCommandBar());
+
+  children_ = new QMdiArea;
+  Name(children_, "mdiArea", "メモリ表示");
+  children_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  children_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  children_->setFrameShape(QFrame::StyledPanel);
+  children_->setOption(QMdiArea::DontMaximizeSubWindowOnActivation);
+
+  auto* columns = new QHBoxLayout;
+  columns->setSpacing(kMargin);
+  columns->addWidget(children_, 1);
+  columns->addWidget(BuildSettingsPanel());
+  rows->addLayout(columns, 1);
+  setCentralWidget(content);
+}
+
+QWidget* MainWindow::BuildCommandBar() {
+  auto* bar = new QWidget;
+  auto* row = new QHBoxLayout(bar);
+  row->setContentsMargins(0, 0, 0, 0);
+  row->setSpacing(kMargin);
+
+  open_button_ = CommandButton("Cmd_btn_open", "オープン", OpenIcon(),
+                               "コードファイルとデータファイルを開きます (Ctrl+O)");
+  connect(open_button_, &QPushButton::clicked, this, [this] { Run(commands_.Open); });
+  row->addWidget(open_button_);
+
+  program_button_ = CommandButton("Cmd_btn_program", "プログラム", ProgramIcon(),
+                                  "チップを消去し、書き込み、ベリファイします (F5)");
+  program_button_->setShortcut(QKeySequence(Qt::Key_F5));
+  connect(program_button_, &QPushButton::clicked, this, [this] { Run(commands_.Program); });
+  row->addWidget(program_button_);
+
+  row->addStretch(1);
+  return bar;
+}
+
+QWidget* MainWindow::BuildSettingsPanel() {
+  auto* panel = new QWidget;
+  panel->setFixedWidth(kSettingsWidth);
+  auto* rows = new QVBoxLayout(panel);
+  rows->setContentsMargins(0, 0, 0, 0);
+  rows->setSpacing(kMargin);
+  rows->addWidget(BuildDeviceBox());
+  rows->addWidget(BuildFileBox());
+  rows->addStretch(1);
+  return panel;
+}
+
+QWidget* MainWindow::BuildDeviceBox() {
+  auto* box = new QGroupBox("デバイス");
+  Name(box, "fraDevice", "デバイスの設定");
+  auto* rows = new QVBoxLayout(box);
+
+  device_selector_ = new DeviceComboBox;
+  Name(device_selector_, "Combo_device", "デバイス");
+  device_selector_->setToolTip("書き込むデバイスを選びます。選び直すとバッファーは消去されます。");
+  device_selector_->setMaxVisibleItems(20);
+  device_selector_->setMinimumHeight(28);
+  connect(device_selector_, &QComboBox::activated, this, [this] { Run(commands_.PickDevice); });
+  rows->addWidget(device_selector_);
+
+  device_frame_ = new QFrame;
+  Name(device_frame_, "fraDeviceInfo", "デバイスの情報");
+  device_frame_->setVisible(false);
+  auto* sizes = new QVBoxLayout(device_frame_);
+  sizes->setContentsMargins(2, 2, 2, 0);
+  sizes->setSpacing(2);
+  flash_size_ = SizeLabel("Lbl_flash_size", "プログラムメモリの容量");
+  eeprom_size_ = SizeLabel("Lbl_eeprom_size", "EEPROMデータメモリの容量");
+  sizes->addWidget(flash_size_);
+  sizes->addWidget(eeprom_size_);
+  rows->addWidget(device_frame_);
+  return box;
+}
+
+QWidget* MainWindow::BuildFileBox() {
+  auto* box = new QGroupBox("ファイル");
+  Name(box, "fraFile", "開いているファイル");
+  auto* rows = new QVBoxLayout(box);
+  file_info_ = new WrappedLabel;
+  Name(file_info_, "lblFileInfo", "ファイルの情報");
+  file_info_->SetText("ファイルは開かれていません。");
+  rows->addWidget(file_info_);
+  return box;
+}
+
+void MainWindow::BuildViews() {
+  flash_view_ = new ViewWindow("frmProgram", "txtPrg", "フラッシュプログラムメモリ");
+  eeprom_view_ = new ViewWindow("frmEEprom", "txtEEp", "EEPROMデータメモリ");
+  verify_view_ = new ViewWindow("frmVerify", "rtVerify", "ベリファイ結果");
+  for (ViewWindow* view : {flash_view_, eeprom_view_, verify_view_}) children_->addSubWindow(view);
+  flash_view_->setGeometry(kFlashViewPlace.ToPixels());
+  eeprom_view_->setGeometry(kEepromViewPlace.ToPixels());
+  verify_view_->setGeometry(kVerifyViewPlace.ToPixels());
+  verify_view_->hide();
+}
+
+void MainWindow::BuildStatusBar() {
+  struct PanelDesign {
+    const char* Name;
+    const char* AccessibleName;
+    int Width;  ///< in cells of the interface font, 0 = what is left
+  };
+  static constexpr std::array<PanelDesign, 5> kPanels{{
+      {.Name = "sbStatusBar_1", .AccessibleName = "ステータス", .Width = 0},
+      {.Name = "sbStatusBar_2", .AccessibleName = "シグネチャ", .Width = 9},
+      {.Name = "sbStatusBar_3", .AccessibleName = "ボードのバージョン", .Width = 15},
+      {.Name = "sbStatusBar_4", .AccessibleName = "COMポート", .Width = 6},
+      {.Name = "sbStatusBar_5", .AccessibleName = "経過時間", .Width = 6},
+  }};
+  Name(statusBar(), "sbStatusBar", "ステータスバー");
+  statusBar()->setContentsMargins(kMargin - 2, 0, 0, 2);
+  for (std::size_t index = 0; index < kPanels.size(); ++index) {
+    const PanelDesign& design = kPanels.at(index);
+    auto* panel = new ElidedLabel;
+    Name(panel, design.Name, design.AccessibleName);
+    panel->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
+    panel->setMargin(2);
+    if (design.Width > 0) {
+      panel->setFixedWidth(design.Width * fontMetrics().horizontalAdvance('0') + 12);
+    }
+    statusBar()->addWidget(panel, design.Width > 0 ? 0 : 1);
+    panels_.at(index) = panel;
+  }
+}
+
+void MainWindow::OpenView(ViewWindow* view, const QRect& place) {
+  view->showNormal();
+  view->setGeometry(place);
+  view->raise();
+  children_->setActiveSubWindow(view);
+}
+
+void MainWindow::CascadeViews() {
+  const int step = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, flash_view_) + 4;
+  PlaceViews([step](const QSize& area, int count) { return CascadePlaces(area, count, step); });
+}
+
+void MainWindow::TileViews(Qt::Orientation direction) {
+  PlaceViews(
+      [direction](const QSize& area, int count) { return TilePlaces(area, count, direction); });
+}
+
+void MainWindow::PlaceViews(const std::function<std::vector<QRect>(const QSize&, int)>& places) {
+  std::vector<ViewWindow*> shown;
+  for (ViewWindow* view : {flash_view_, eeprom_view_, verify_view_}) {
+    if (!view->isVisible() || view->isMinimized()) continue;
+    if (view->isMaximized()) view->showNormal();
+    shown.push_back(view);
+  }
+  const std::vector<QRect> rects =
+      places(children_->maximumViewportSize(), static_cast<int>(shown.size()));
+  for (std::size_t index = 0; index < shown.size(); ++index) {
+    shown.at(index)->setGeometry(rects.at(index));
+    shown.at(index)->raise();
+  }
+  if (!shown.empty()) children_->setActiveSubWindow(shown.back());
+}
+
+}  // namespace fenwright::ui

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <vector>
+
+#include <QRect>
+#include <QSize>
+
+namespace fenwright::ui {
+
+/// Places for `count` child windows inside `area`, first to last. None lies outside.
+
+/// Overlapping, each `step` pixels further right and down than the one before, so that its title
+/// shows; starts again at the corner when the room is used up.
+std::vector<QRect> CascadePlaces(const QSize& area, int count, int step);
+
+/// One above the other (Vertical) or side by side (Horizontal), filling the area.
+std::vector<QRect> TilePlaces(const QSize& area, int count, Qt::Orientation direction);
+
+}  // namespace fenwright::ui

@@ -1,0 +1,9 @@
+#include "ui/qt_event_loop.h"
+
+#include <QCoreApplication>
+
+namespace fenwright::ui {
+
+void QtEventLoop::ProcessPendingEvents() { QCoreApplication::processEvents(); }
+
+}  // namespace fenwright::ui

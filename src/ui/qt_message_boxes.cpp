@@ -1,0 +1,59 @@
+#include "ui/qt_message_boxes.h"
+
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include "core/settings_keys.h"
+#include "ui/text.h"
+
+namespace fenwright::ui {
+namespace {
+
+QString TitleOf(std::string_view title) {
+  return ToQString(title.empty() ? core::kApplicationName : title);
+}
+
+void Design(QMessageBox& box, const QString& object_name, std::string_view title,
+            std::string_view text) {
+  box.setObjectName(object_name);
+  box.setTextFormat(Qt::PlainText);
+  box.setWindowTitle(TitleOf(title));
+  box.setText(ToQString(text).replace("\r\n", "\n"));
+  box.setAccessibleName(box.windowTitle());
+  box.setAccessibleDescription(box.text());
+}
+
+QPushButton* AddButton(QMessageBox& box, const QString& object_name, const QString& caption,
+                       QMessageBox::ButtonRole role) {
+  QPushButton* button = box.addButton(caption, role);
+  button->setObjectName(object_name);
+  button->setAccessibleName(QString(caption).remove('&'));
+  return button;
+}
+
+}  // namespace
+
+void QtMessageBoxes::Show(platform::MessageIcon icon, std::string_view title,
+                          std::string_view text) {
+  QMessageBox box(parent_);
+  Design(box, "msgBox", title, text);
+  box.setIcon(icon == platform::MessageIcon::Critical ? QMessageBox::Critical
+                                                      : QMessageBox::Information);
+  box.setDefaultButton(AddButton(box, "msgBoxOk", "OK", QMessageBox::AcceptRole));
+  box.exec();
+}
+
+bool QtMessageBoxes::Ask(std::string_view title, std::string_view text) {
+  QMessageBox box(parent_);
+  Design(box, "msgBoxQuestion", title, text);
+  box.setIcon(QMessageBox::Question);
+  const QPushButton* yes = AddButton(box, "msgBoxYes", "はい(&Y)", QMessageBox::YesRole);
+  QPushButton* no = AddButton(box, "msgBoxNo", "いいえ(&N)", QMessageBox::NoRole);
+  box.setDefaultButton(no);
+  box.setEscapeButton(no);
+  box.exec();
+  return box.clickedButton() == yes;
+}
+
+}  // namespace fenwright::ui

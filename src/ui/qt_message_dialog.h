@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include "core/app_state.h"
+#include "platform/message_dialog.h"
+
+class QLabel;
+class QProgressBar;
+class QPushButton;
+
+namespace fenwright::ui {
+
+class MainWindow;
+class WrappedLabel;
+
+/// `frmMsg`: the small dialog of the running operation. Modeless, owned by the main window.
+///
+/// Its buttons record their meaning in `AppState::CancelRequested` and unload it; closing it by its
+/// title bar or with Escape is the same as CANCEL. Unloading only hides it, so that it never
+/// disappears under an operation that is using it.
+class QtMessageDialog final : public QDialog, public platform::MessageDialog {
+  Q_OBJECT
+
+ public:
+  QtMessageDialog(MainWindow& owner, core::AppState& state);
+
+  void Show(std::string_view text, platform::MessageMode mode) override;
+  void SetText(std::string_view text) override;
+  void SetDetail(std::string_view text) override;
+  void ShowButton() override;
+  void FocusButton() override;
+  void SetProgressRange(int maximum) override;
+  /// Called once per word: the bar is touched only when a pixel of it, or its percentage, changes.
+  void SetProgress(int value) override;
+  void Close() override;
+  [[nodiscard]] bool IsLoaded() const override { return loaded_; }
+  [[nodiscard]] bool IsBusy() const override;
+
+  void reject() override;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void Build();
+  QPushButton* BuildButton(const QString& name, const QString& caption, std::int16_t meaning);
+  void Load();
+  void ApplyMode();
+  void FitHeight();
+  void EndWith(std::int16_t meaning);
+
+  MainWindow& owner_;
+  core::AppState& state_;
+  platform::MessageMode mode_ = platform::MessageMode::Busy;
+  bool loaded_ = false;
+  QPoint place_;  ///< where it was loaded
+  QElapsedTimer since_load_;
+  QTimer settle_;  ///< puts it back to its place, see FitHeight()
+  int maximum_ = 100;
+  int shown_pixels_ = -1;
+  int shown_percent_ = -1;
+
+  QLabel* picture_ = nullptr;
+  WrappedLabel* text_ = nullptr;
+  WrappedLabel* detail_ = nullptr;
+  QProgressBar* progress_ = nullptr;
+  QPushButton* ok_choice_ = nullptr;
+  QPushButton* ok_notice_ = nullptr;
+  QPushButton* cancel_ = nullptr;
+};
+
+}  // namespace fenwright::ui

@@ -1,0 +1,63 @@
+#include "ui/qt_settings_store.h"
+
+#include <utility>
+
+#include <QSettings>
+#include <QStandardPaths>
+
+#include "ui/text.h"
+
+namespace fenwright::ui {
+namespace {
+
+QString KeyOf(std::string_view section, std::string_view key) {
+  return ToQString(section) + '/' + ToQString(key);
+}
+
+std::unique_ptr<QSettings> UserSettings(const QString& application) {
+#ifdef Q_OS_WIN
+  return std::make_unique<QSettings>("HKEY_CURRENT_USER\\Software\\" + application,
+                                     QSettings::NativeFormat);
+#else
+  const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+  return std::make_unique<QSettings>(folder + '/' + application + ".ini", QSettings::IniFormat);
+#endif
+}
+
+}  // namespace
+
+QtSettingsStore QtSettingsStore::ForApplication(const QString& application) {
+  return QtSettingsStore(UserSettings(application));
+}
+
+QtSettingsStore::QtSettingsStore(const QString& ini_path)
+    : QtSettingsStore(std::make_unique<QSettings>(ini_path, QSettings::IniFormat)) {}
+
+QtSettingsStore::QtSettingsStore(std::unique_ptr<QSettings> settings)
+    : settings_(std::move(settings)) {}
+
+QtSettingsStore::~QtSettingsStore() = default;
+QtSettingsStore::QtSettingsStore(QtSettingsStore&& other) noexcept = default;
+QtSettingsStore& QtSettingsStore::operator=(QtSettingsStore&& other) noexcept = default;
+
+std::optional<std::string> QtSettingsStore::Read(std::string_view section,
+                                                 std::string_view key) const {
+  const QVariant value = settings_->value(KeyOf(section, key));
+  if (!value.isValid()) return std::nullopt;
+  // A text with a comma that was typed into the INI file by hand is read as a list.
+  if (value.metaType().id() == QMetaType::QStringList) {
+    return ToUtf8(value.toStringList().join(", "));
+  }
+  return ToUtf8(value.toString());
+}
+
+bool QtSettingsStore::Write(std::string_view section, std::string_view key,
+                            std::string_view value) {
+  settings_->setValue(KeyOf(section, key), ToQString(value));
+  settings_->sync();
+  return settings_->status() == QSettings::NoError;
+}
+
+QString QtSettingsStore::Location() const { return settings_->fileName(); }
+
+}  // namespace fenwright::ui

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/status_bar.h"
+
+namespace fenwright::ui {
+
+class MainWindow;
+
+/// The five panels of the main window.
+class QtStatusBar final : public platform::StatusBar {
+ public:
+  explicit QtStatusBar(MainWindow& window) : window_(window) {}
+  void SetPanelText(platform::Panel panel, std::string_view text) override;
+
+ private:
+  MainWindow& window_;
+};
+
+}  // namespace fenwright::ui

@@ -1,0 +1,53 @@
+#include "ui/view_window.h"
+
+#include <QCloseEvent>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+
+#include "ui/fonts.h"
+#include "ui/icons.h"
+
+namespace fenwright::ui {
+namespace {
+
+constexpr double kTextMargin = 2;
+
+}  // namespace
+
+ViewWindow::ViewWindow(const QString& name, const QString& control_name, const QString& caption)
+    : text_(new QPlainTextEdit) {
+  setObjectName(name);
+  setAccessibleName(caption);
+  setWindowTitle(caption);
+  setWindowIcon(ChipIcon());
+  setAttribute(Qt::WA_DeleteOnClose, false);
+
+  text_->setObjectName(control_name);
+  text_->setAccessibleName(caption);
+  text_->setReadOnly(true);
+  text_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  text_->setTabChangesFocus(true);
+  text_->setLineWrapMode(QPlainTextEdit::NoWrap);
+  text_->setFont(MonospacedFont());
+  text_->setFrameShape(QFrame::NoFrame);
+  text_->setUndoRedoEnabled(false);
+  text_->document()->setDocumentMargin(kTextMargin);
+  // The control may shrink to nothing together with its window.
+  text_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+  setWidget(text_);
+}
+
+void ViewWindow::SetContent(const QString& text) {
+  const int down = text_->verticalScrollBar()->value();
+  const int right = text_->horizontalScrollBar()->value();
+  text_->setPlainText(text);
+  text_->verticalScrollBar()->setValue(down);
+  text_->horizontalScrollBar()->setValue(right);
+}
+
+void ViewWindow::closeEvent(QCloseEvent* event) {
+  event->ignore();
+  hide();
+}
+
+}  // namespace fenwright::ui

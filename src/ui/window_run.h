@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/run_context.h"
+#include "ops/commands.h"
+#include "ui/main_window.h"
+#include "ui/qt_device_form.h"
+#include "ui/qt_event_loop.h"
+#include "ui/qt_file_dialogs.h"
+#include "ui/qt_message_boxes.h"
+#include "ui/qt_message_dialog.h"
+#include "ui/qt_status_bar.h"
+#include "ui/qt_views.h"
+
+namespace fenwright::ui {
+
+/// What a run of the window gets from outside.
+struct WindowPlatform {
+  platform::SerialControl& ProgrammerPort;
+  platform::Clock& Clock;
+  platform::TextFiles& Files;
+  platform::CodePage& CodePage;
+  platform::SettingsStore& Settings;
+  /// In place of the window's own; null = the window's own.
+  platform::MessageBoxes* MessageBoxes = nullptr;
+  platform::FileDialogs* FileDialogs = nullptr;
+};
+
+/// One run of the program with a window: the state, the window, its adapters and the context that
+/// ties them together, with the window's controls connected to the commands.
+class WindowRun {
+ public:
+  explicit WindowRun(const WindowPlatform& outside);
+  WindowRun(const WindowRun&) = delete;
+  WindowRun& operator=(const WindowRun&) = delete;
+
+  /// Shows the window, runs the start command and opens the file that the program was started with.
+  core::CommandEnding Start(const ops::StartOptions& options);
+
+  [[nodiscard]] core::AppState& State() { return state_; }
+  [[nodiscard]] MainWindow& Window() { return window_; }
+  [[nodiscard]] QtMessageDialog& MessageDialog() { return message_dialog_; }
+  [[nodiscard]] core::RunContext& Context() { return context_; }
+
+ private:
+  void ShowOpened(const ops::OpenResult& opened);
+
+  core::AppState state_;
+  MainWindow window_;
+  QtEventLoop events_;
+  QtStatusBar status_bar_;
+  QtMessageDialog message_dialog_;
+  QtMessageBoxes message_boxes_;
+  QtFileDialogs file_dialogs_;
+  QtViews views_;
+  QtDeviceForm device_form_;
+  core::RunContext context_;
+};
+
+}  // namespace fenwright::ui

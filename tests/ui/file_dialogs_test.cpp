@@ -1,0 +1,69 @@
+#include <QApplication>
+#include <QFile>
+#include <QFileDialog>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include "platform/temporary_folder.h"
+#include "ui/qt_file_dialogs.h"
+#include "ui/text.h"
+
+namespace fenwright::ui {
+namespace {
+
+const platform::FileDialogRequest kRequest{.Title = "コードファイル ＆ データファイルを開く",
+                                           .Filter = "Hex File|*.hex;*.rom|All Files|*.*|",
+                                           .DefaultExtension = "hex;rom",
+                                           .StartFolder = {}};
+
+/// Does something to the file dialog as soon as it is on the screen.
+void OnDialog(const std::function<void(QFileDialog&)>& action) {
+  auto* poll = new QTimer(qApp);
+  QObject::connect(poll, &QTimer::timeout, poll, [poll, action] {
+    auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    if (!dialog) return;
+    poll->deleteLater();
+    action(*dialog);
+  });
+  poll->start(10);
+}
+
+TEST(FileDialogs, APairOfLabelAndPatternsBecomesOneNameFilterInBothCases) {
+  EXPECT_EQ(NameFilters("Hex File|*.hex;*.rom|All Files|*.*|"),
+            QStringList({"Hex File (*.hex *.HEX *.rom *.ROM)", "All Files (*)"}));
+  EXPECT_EQ(NameFilters("Hex File|*.HEX|All Files|*.*|").constFirst(), "Hex File (*.hex *.HEX)");
+}
+
+TEST(FileDialogs, AFilterWithoutPatternsGivesNoNameFilter) {
+  EXPECT_TRUE(NameFilters("").isEmpty());
+}
+
+TEST(FileDialogs, TheDefaultSuffixIsTheFirstExtensionWithoutWildcard) {
+  EXPECT_EQ(DefaultSuffix("hex;rom"), "hex");
+  EXPECT_EQ(DefaultSuffix("*.eep"), "eep");
+  EXPECT_EQ(DefaultSuffix(""), "");
+}
+
+TEST(FileDialogs, TheOpenDialogShowsTheRequestAndReturnsTheChosenPath) {
+  const platform::TemporaryFolder folder;
+  QFile file(ToQString(folder.File("prog.HEX")));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  platform::FileDialogRequest request = kRequest;
+  request.StartFolder = folder.Path();
+  OnDialog([&](QFileDialog& dialog) {
+    EXPECT_EQ(ToUtf8(dialog.windowTitle()), kRequest.Title);
+    EXPECT_EQ(dialog.directory().absolutePath(), ToQString(folder.Path()));
+    EXPECT_EQ(dialog.nameFilters().size(), 2);
+    dialog.selectFile("prog.HEX");
+    static_cast<QDialog&>(dialog).accept();
+  });
+  EXPECT_EQ(QtFileDialogs(nullptr).Open(request), folder.File("prog.HEX"));
+}
+
+TEST(FileDialogs, ACancelledDialogGivesNothing) {
+  OnDialog([](QFileDialog& dialog) { dialog.reject(); });
+  EXPECT_EQ(QtFileDialogs(nullptr).Open(kRequest), std::nullopt);
+}
+
+}  // namespace
+}  // namespace fenwright::ui

@@ -1,0 +1,264 @@
+#include <QApplication>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include "ui/main_window.h"
+#include "ui/qt_message_dialog.h"
+#include "ui/window_bench.h"
+#include "ui/wrapped_label.h"
+
+namespace fenwright::ui {
+namespace {
+
+using platform::MessageMode;
+
+class MessageDialogTest : public ::testing::Test {
+ protected:
+  MessageDialogTest() { window_.show(); }
+
+  QPushButton* Button(const char* name) { return Find<QPushButton>(dialog_, name); }
+  QString Text() { return Find<QLabel>(dialog_, "txtMsg")->text(); }
+  QProgressBar* Bar() { return Find<QProgressBar>(dialog_, "ProgBar"); }
+
+  /// "sm-" style picture of what can be seen: oks, okm, cancels, bar.
+  std::string Visible() {
+    std::string picture;
+    for (const char* name : {"Cmd_oks", "Cmd_okm", "Cmd_cancels"}) {
+      if (Button(name)->isVisible()) picture += std::string(name) + " ";
+    }
+    if (Bar()->isVisible()) picture += "ProgBar ";
+    return picture;
+  }
+
+  core::AppState state_;
+  MainWindow window_{state_};
+  QtMessageDialog dialog_{window_, state_};
+};
+
+TEST_F(MessageDialogTest, NothingIsShownBeforeTheFirstMessage) {
+  EXPECT_FALSE(dialog_.isVisible());
+  EXPECT_FALSE(dialog_.IsBusy());
+  EXPECT_EQ(state_.CancelRequested, 0);
+}
+
+TEST_F(MessageDialogTest, ABusyMessageHasTheBarAndNoButton) {
+  dialog_.Show("フラッシュメモリ ベリファイ中.....", MessageMode::Busy);
+  EXPECT_TRUE(dialog_.isVisible());
+  EXPECT_EQ(Text(), "フラッシュメモリ ベリファイ中.....");
+  EXPECT_EQ(Visible(), "ProgBar ");
+  EXPECT_TRUE(dialog_.IsBusy());
+}
+
+TEST_F(MessageDialogTest, ANoticeHasOneOkButtonWithTheFocusAndNoBar) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.Show("ready", MessageMode::Notice);
+  EXPECT_EQ(Visible(), "Cmd_okm ");
+  EXPECT_EQ(dialog_.focusWidget(), Button("Cmd_okm"));
+  EXPECT_FALSE(dialog_.IsBusy());
+}
+
+TEST_F(MessageDialogTest, AChoiceHasOkAndCancel) {
+  dialog_.Show("?", MessageMode::Choice);
+  EXPECT_EQ(Visible(), "Cmd_oks Cmd_cancels ");
+  EXPECT_FALSE(dialog_.IsBusy());
+}
+
+TEST_F(MessageDialogTest, ABusyMessageAfterANoticeHidesTheButtonAgain) {
+  dialog_.Show("ready", MessageMode::Notice);
+  dialog_.Show("busy", MessageMode::Busy);
+  EXPECT_EQ(Visible(), "ProgBar ");
+}
+
+TEST_F(MessageDialogTest, ButtonsAreCaptionedOkAndCancel) {
+  EXPECT_EQ(Button("Cmd_oks")->text(), "OK");
+  EXPECT_EQ(Button("Cmd_okm")->text(), "OK");
+  EXPECT_EQ(Button("Cmd_cancels")->text(), "CANCEL");
+}
+
+TEST_F(MessageDialogTest, EachButtonRecordsItsMeaningAndUnloadsTheDialog) {
+  const auto press = [this](const char* name, MessageMode mode) {
+    dialog_.Show("text", mode);
+    QTest::mouseClick(Button(name), Qt::LeftButton);
+    EXPECT_FALSE(dialog_.isVisible()) << name;
+    return state_.CancelRequested;
+  };
+  EXPECT_EQ(press("Cmd_oks", MessageMode::Choice), 1);
+  EXPECT_EQ(press("Cmd_cancels", MessageMode::Choice), 2);
+  EXPECT_EQ(press("Cmd_okm", MessageMode::Notice), 1);
+}
+
+TEST_F(MessageDialogTest, TheRecordedMeaningIsNeverReset) {
+  dialog_.Show("?", MessageMode::Choice);
+  QTest::mouseClick(Button("Cmd_cancels"), Qt::LeftButton);
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.Close();
+  EXPECT_EQ(state_.CancelRequested, 2);
+}
+
+TEST_F(MessageDialogTest, ClosingByTheTitleBarIsCancel) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.close();
+  EXPECT_FALSE(dialog_.isVisible());
+  EXPECT_EQ(state_.CancelRequested, 2);
+}
+
+TEST_F(MessageDialogTest, EscapeIsCancel) {
+  dialog_.Show("busy", MessageMode::Busy);
+  QTest::keyClick(&dialog_, Qt::Key_Escape);
+  EXPECT_FALSE(dialog_.isVisible());
+  EXPECT_EQ(state_.CancelRequested, 2);
+}
+
+TEST_F(MessageDialogTest, TheReturnKeyPressesTheOkButtonOfANotice) {
+  dialog_.Show("ready", MessageMode::Notice);
+  QTest::keyClick(dialog_.focusWidget(), Qt::Key_Return);
+  EXPECT_FALSE(dialog_.isVisible());
+  EXPECT_EQ(state_.CancelRequested, 1);
+}
+
+TEST_F(MessageDialogTest, ClosingByAnOperationRecordsNothing) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.Close();
+  EXPECT_FALSE(dialog_.isVisible());
+  EXPECT_EQ(state_.CancelRequested, 0);
+  dialog_.Close();
+  EXPECT_EQ(state_.CancelRequested, 0);
+}
+
+TEST_F(MessageDialogTest, ItLoads500TwipsBelowTheTopAndAQuarterOfTheWidthIntoTheMainWindow) {
+  window_.move(120, 80);
+  window_.resize(800, 600);
+  dialog_.Show("busy", MessageMode::Busy);
+  EXPECT_EQ(dialog_.pos(), QPoint(120 + 200, 80 + 33));
+  EXPECT_EQ(dialog_.parentWidget(), &window_);
+  EXPECT_FALSE(dialog_.isModal());
+}
+
+TEST_F(MessageDialogTest, ADialogOnTheScreenStaysWhereTheUserHasPutIt) {
+  dialog_.Show("one", MessageMode::Busy);
+  dialog_.move(5, 6);
+  dialog_.Show("two", MessageMode::Notice);
+  EXPECT_EQ(dialog_.pos(), QPoint(5, 6));
+  dialog_.Close();
+  dialog_.Show("three", MessageMode::Busy);
+  EXPECT_NE(dialog_.pos(), QPoint(5, 6));
+}
+
+TEST_F(MessageDialogTest, ADialogClosedByTheUserIgnoresProgressUntilTheNextMessage) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.SetProgressRange(100);
+  dialog_.SetProgress(40);
+  dialog_.close();
+  dialog_.SetProgressRange(200);
+  dialog_.SetProgress(60);
+  dialog_.SetDetail("detail");
+  dialog_.ShowButton();
+  dialog_.FocusButton();
+  EXPECT_FALSE(dialog_.isVisible());
+  EXPECT_EQ(Bar()->value(), 40);
+  dialog_.Show("next", MessageMode::Busy);
+  EXPECT_TRUE(dialog_.isVisible());
+  EXPECT_EQ(Bar()->value(), 0);
+  dialog_.SetProgress(60);
+  EXPECT_EQ(Bar()->value(), 60);
+}
+
+TEST_F(MessageDialogTest, ANewTextLoadsTheDialogAndKeepsItsMode) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.close();
+  dialog_.SetText("next");
+  EXPECT_TRUE(dialog_.isVisible());
+  EXPECT_EQ(Text(), "next");
+  EXPECT_EQ(Visible(), "ProgBar ");
+}
+
+TEST_F(MessageDialogTest, ANewTextKeepsTheButtons) {
+  dialog_.Show("ready", MessageMode::Notice);
+  dialog_.SetText("more");
+  EXPECT_EQ(Visible(), "Cmd_okm ");
+}
+
+TEST_F(MessageDialogTest, AButtonCanBeGivenToABusyDialog) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.ShowButton();
+  dialog_.FocusButton();
+  EXPECT_EQ(Visible(), "Cmd_okm ProgBar ");
+  EXPECT_EQ(dialog_.focusWidget(), Button("Cmd_okm"));
+  EXPECT_FALSE(dialog_.IsBusy());
+}
+
+TEST_F(MessageDialogTest, TheDetailGoesWithItsMessage) {
+  auto* detail = Find<QLabel>(dialog_, "lblDetail");
+  dialog_.Show("failed", MessageMode::Notice);
+  EXPECT_FALSE(detail->isVisible());
+  dialog_.SetDetail("消去してから、もう一度プログラムしてください。");
+  EXPECT_TRUE(detail->isVisible());
+  dialog_.Show("next", MessageMode::Busy);
+  EXPECT_FALSE(detail->isVisible());
+  EXPECT_EQ(detail->text(), "");
+}
+
+TEST_F(MessageDialogTest, TheBarIsTouchedOnlyWhenItLooksDifferent) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.SetProgressRange(4095);
+  int touched = 0;
+  QObject::connect(Bar(), &QProgressBar::valueChanged, &dialog_, [&touched] { ++touched; });
+  for (int value = 0; value <= 4095; ++value) dialog_.SetProgress(value);
+  EXPECT_EQ(Bar()->value(), 4095);
+  EXPECT_GT(touched, 50);
+  EXPECT_LE(touched, Bar()->width() + 101);
+}
+
+TEST_F(MessageDialogTest, ValuesOutsideTheRangeAreHeldAtItsEnds) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.SetProgressRange(10);
+  dialog_.SetProgress(11);
+  EXPECT_EQ(Bar()->value(), 10);
+  dialog_.SetProgress(-1);
+  EXPECT_EQ(Bar()->value(), 0);
+}
+
+TEST_F(MessageDialogTest, AnEmptyRangeDoesNotTurnTheBarIntoAnEndlessOne) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.SetProgressRange(0);
+  EXPECT_EQ(Bar()->maximum(), 1);
+}
+
+TEST_F(MessageDialogTest, LongTextsAndPathsAreShownWhole) {
+  const std::string path = "/home/user/" + std::string(300, 'x') + ".hex";
+  dialog_.Show("再ロードするファイル名 ： " + path + "\r\n" + path, MessageMode::Notice);
+  dialog_.SetDetail(path);
+  QApplication::processEvents();
+  auto* text = Find<WrappedLabel>(dialog_, "txtMsg");
+  auto* detail = Find<WrappedLabel>(dialog_, "lblDetail");
+  EXPECT_GE(text->height(), text->heightForWidth(text->width()));
+  EXPECT_GE(detail->height(), detail->heightForWidth(detail->width()));
+  EXPECT_GT(text->heightForWidth(text->width()), 8 * text->fontMetrics().height());
+  for (const QWidget* child : {static_cast<QWidget*>(Button("Cmd_okm")),
+                               static_cast<QWidget*>(text), static_cast<QWidget*>(detail)}) {
+    EXPECT_TRUE(dialog_.rect().contains(child->geometry())) << child->objectName().toStdString();
+  }
+}
+
+TEST_F(MessageDialogTest, ItGoesWithTheMainWindow) {
+  dialog_.Show("ready", MessageMode::Notice);
+  window_.close();
+  EXPECT_FALSE(dialog_.isVisible());
+  EXPECT_EQ(state_.CancelRequested, 0);
+}
+
+TEST_F(MessageDialogTest, EveryVisibleControlHasAnObjectNameAndAnAccessibleName) {
+  dialog_.Show("text", MessageMode::Choice);
+  dialog_.SetDetail("detail");
+  for (const QWidget* child : dialog_.findChildren<QWidget*>()) {
+    if (!child->isVisible()) continue;
+    EXPECT_FALSE(child->objectName().isEmpty()) << child->metaObject()->className();
+    EXPECT_FALSE(child->accessibleName().isEmpty()) << child->objectName().toStdString();
+  }
+}
+
+}  // namespace
+}  // namespace fenwright::ui

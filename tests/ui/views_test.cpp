@@ -1,0 +1,142 @@
+#include <QApplication>
+#include <QLayout>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <gtest/gtest.h>
+
+#include "platform/posix/code_page.h"
+#include "support/fakes.h"
+#include "ui/main_window.h"
+#include "ui/qt_views.h"
+#include "ui/view_window.h"
+#include "ui/window_bench.h"
+
+namespace fenwright::ui {
+namespace {
+
+using platform::View;
+
+class ViewsTest : public ::testing::Test {
+ protected:
+  ViewsTest() {
+    window_.show();
+    QApplication::processEvents();
+  }
+
+  QPlainTextEdit* TextOf(View view) { return window_.ViewOf(view)->TextControl(); }
+
+  void GivenLines(int count) {
+    std::string content;
+    for (int line = 0; line < count; ++line) content += "line " + std::to_string(line) + "\r\n";
+    files_.Files["/app/avrhex.txt"] = content;
+  }
+
+  core::AppState state_;
+  MainWindow window_{state_};
+  testing::FakeTextFiles files_;
+  platform::Cp932CodePage code_page_;
+  QtViews views_{window_, files_, code_page_};
+};
+
+TEST_F(ViewsTest, EachViewHasItsNamesAndAReadOnlyTextWithoutWrapping) {
+  for (const char* name : {"frmProgram", "frmEEprom", "frmVerify"}) Find<ViewWindow>(window_, name);
+  for (const char* name : {"txtPrg", "txtEEp", "rtVerify"}) {
+    auto* text = Find<QPlainTextEdit>(window_, name);
+    EXPECT_TRUE(text->isReadOnly());
+    EXPECT_EQ(text->lineWrapMode(), QPlainTextEdit::NoWrap);
+  }
+}
+
+TEST_F(ViewsTest, TheTwoMemoryViewsStandAtTheirPlacesAndTheVerifyViewIsHidden) {
+  EXPECT_EQ(window_.ViewOf(View::Flash)->geometry(), QRect(3, 3, 360, 267));
+  EXPECT_EQ(window_.ViewOf(View::Eeprom)->geometry(), QRect(3, 273, 360, 133));
+  EXPECT_FALSE(window_.ViewOf(View::Verify)->isVisible());
+}
+
+TEST_F(ViewsTest, TheCp932Code165IsShownAsTheHalfWidthMiddleDot) {
+  files_.Files["/app/avrhex.txt"] = "0000: FFFF \xA5\xA5\r\n";
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  EXPECT_EQ(TextOf(View::Flash)->toPlainText(), "0000: FFFF ･･\n");
+}
+
+TEST_F(ViewsTest, AFileThatCannotBeReadLeavesTheViewEmpty) {
+  GivenLines(3);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  views_.Load(View::Flash, "/app/missing.txt");
+  EXPECT_EQ(TextOf(View::Flash)->toPlainText(), "");
+}
+
+TEST_F(ViewsTest, ClearingEmptiesOneView) {
+  GivenLines(3);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  views_.Load(View::Eeprom, "/app/avrhex.txt");
+  views_.Clear(View::Flash);
+  EXPECT_EQ(TextOf(View::Flash)->toPlainText(), "");
+  EXPECT_NE(TextOf(View::Eeprom)->toPlainText(), "");
+}
+
+TEST_F(ViewsTest, AReloadKeepsThePartInSight) {
+  GivenLines(500);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  QApplication::processEvents();
+  TextOf(View::Flash)->verticalScrollBar()->setValue(123);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  QApplication::processEvents();
+  EXPECT_EQ(TextOf(View::Flash)->verticalScrollBar()->value(), 123);
+}
+
+TEST_F(ViewsTest, AShorterTextIsShownToItsEnd) {
+  GivenLines(500);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  QScrollBar* bar = TextOf(View::Flash)->verticalScrollBar();
+  bar->setValue(400);
+  GivenLines(50);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  QApplication::processEvents();
+  EXPECT_EQ(bar->value(), bar->maximum());
+  EXPECT_LT(bar->value(), 51);
+}
+
+TEST_F(ViewsTest, LoadingTheVerifyViewShowsIt) {
+  files_.Files["/app/avrvfy.txt"] = "report";
+  views_.Load(View::Verify, "/app/avrvfy.txt");
+  EXPECT_TRUE(window_.ViewOf(View::Verify)->isVisible());
+  EXPECT_EQ(TextOf(View::Verify)->toPlainText(), "report");
+}
+
+TEST_F(ViewsTest, AClosedViewIsHiddenAndCanBeLoadedAndShownAgain) {
+  files_.Files["/app/avrvfy.txt"] = "report";
+  views_.Load(View::Verify, "/app/avrvfy.txt");
+  window_.ViewOf(View::Verify)->close();
+  EXPECT_FALSE(window_.ViewOf(View::Verify)->isVisible());
+  views_.Load(View::Verify, "/app/avrvfy.txt");
+  EXPECT_TRUE(window_.ViewOf(View::Verify)->isVisible());
+  EXPECT_TRUE(TextOf(View::Verify)->isVisible());
+}
+
+TEST_F(ViewsTest, TheTextFillsTheClientAreaAtEverySize) {
+  ViewWindow* view = window_.ViewOf(View::Flash);
+  for (const QSize size : {QSize(360, 267), QSize(200, 120), QSize(500, 350)}) {
+    view->resize(size);
+    QApplication::processEvents();
+    EXPECT_EQ(view->TextControl()->geometry(), view->contentsRect());
+    EXPECT_EQ(view->TextControl()->width(), view->contentsRect().width());
+  }
+}
+
+TEST_F(ViewsTest, AViewShrunkToNothingComesBack) {
+  ViewWindow* view = window_.ViewOf(View::Flash);
+  const QMargins frame = view->layout()->contentsMargins();
+  EXPECT_EQ(view->layout()->minimumSize(),
+            QSize(frame.left() + frame.right(), frame.top() + frame.bottom()));
+  view->setMinimumSize(0, 0);
+  view->resize(0, 0);
+  QApplication::processEvents();
+  EXPECT_LE(view->TextControl()->height(), 1);
+  view->resize(360, 267);
+  QApplication::processEvents();
+  EXPECT_EQ(view->TextControl()->geometry(), view->contentsRect());
+}
+
+}  // namespace
+}  // namespace fenwright::ui

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include <QObject>
+#include <QString>
+#include <gtest/gtest.h>
+
+#include "board/simulated_serial_control.h"
+#include "platform/memory/memory_settings_store.h"
+#include "platform/posix/code_page.h"
+#include "platform/posix/system_clock.h"
+#include "support/fakes.h"
+#include "ui/window_run.h"
+
+namespace fenwright::ui {
+
+/// The control of that type and name; a test failure and null when there is none.
+template <typename Control>
+Control* Find(QObject& window, const char* name) {
+  Control* control = window.findChild<Control*>(name);
+  if (!control) ADD_FAILURE() << "no control " << name;
+  return control;
+}
+
+/// Message boxes that a test answers, with a look at the program while one is on the screen.
+class AnsweredBoxes final : public platform::MessageBoxes {
+ public:
+  void Show(platform::MessageIcon /*icon*/, std::string_view /*title*/,
+            std::string_view text) override {
+    Shown.emplace_back(text);
+  }
+  bool Ask(std::string_view /*title*/, std::string_view text) override {
+    Questions.emplace_back(text);
+    if (WhileAsking) WhileAsking();
+    return Answer;
+  }
+
+  bool Answer = false;
+  std::function<void()> WhileAsking;
+  std::vector<std::string> Shown;
+  std::vector<std::string> Questions;
+};
+
+inline constexpr std::uint32_t kInstantly = 0;
+inline constexpr std::uint32_t kAtBoardSpeed = 57600;
+
+/// A run of the whole program: its real window, the real engine, a simulated board in whose socket
+/// the selected chip sits.
+class WindowBench {
+ public:
+  explicit WindowBench(std::uint32_t baud = kInstantly)
+      : Port({.Baud = baud}, board::SteadyTimeSource()),
+        Run({.ProgrammerPort = Port,
+             .Clock = Clock,
+             .Files = Files,
+             .CodePage = CodePage,
+             .Settings = Settings,
+             .MessageBoxes = &Boxes,
+             .FileDialogs = &Dialogs}) {
+    Port.ChipInSocket = [this] { return Run.Context().DeviceForm.DeviceText(); };
+    Settings.Write("Settings", "ComNox", "1");
+  }
+
+  core::CommandEnding Start(const std::string& file = {}) {
+    return Run.Start({.AppFolder = "/app/", .CommandArgument = file});
+  }
+
+  /// A HEX file of `words` ascending words, in memory.
+  std::string GivenHexFile(int words);
+
+  board::SimulatedSerialControl Port;
+  platform::SystemClock Clock;
+  testing::FakeTextFiles Files;
+  platform::Cp932CodePage CodePage;
+  platform::MemorySettingsStore Settings;
+  AnsweredBoxes Boxes;
+  testing::FakeFileDialogs Dialogs;
+  WindowRun Run;
+};
+
+inline std::string WindowBench::GivenHexFile(int words) {
+  std::string text;
+  for (int word = 0; word < words; ++word) {
+    const int address = word * 2;
+    const int low = word % 251;
+    const int high = (word * 7) % 253;
+    const int sum = 2 + (address >> 8) + (address & 0xFF) + low + high;
+    text += QString::asprintf(":02%04X00%02X%02X%02X\r\n", static_cast<unsigned>(address),
+                              static_cast<unsigned>(low), static_cast<unsigned>(high),
+                              static_cast<unsigned>(-sum & 0xFF))
+                .toStdString();
+  }
+  text += ":00000001FF\r\n";
+  const std::string path = "/files/prog.hex";
+  Files.Files[path] = text;
+  return path;
+}
+
+}  // namespace fenwright::ui
