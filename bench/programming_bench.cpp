@@ -57,8 +57,7 @@ void Measure(const char* title, const Board& board, const testing::Bytes& flash,
 
 /// Processor time while nothing answers: the link check of a silent board, and its waits.
 void MeasureWaiting() {
-  const Board board({"--baud", "0", "--fault", "drop@17", "--fault", "drop@18", "--fault",
-                     "drop@19", "--fault", "drop@20", "--fault", "drop@21"});
+  const Board board({"--baud", "0", "--fault", "drop@19", "--fault", "drop@20"});
   const testing::TemporaryFolder folder;
   testing::WriteFile(folder.File("small.hex"), testing::HexFile({1, 2, 3, 4}));
   testing::Process process({FENWRIGHT_CLI_PROGRAM, "--quiet", "--port", board.Link(), "--device",

@@ -1,0 +1,240 @@
+"""Drives the real window from outside, as a user would, against fenwright-board on a pseudo terminal.
+
+Controls are found by their accessible names, pressed with the mouse, and looked at through the
+accessibility interface; wire, files and chip are looked at from the board's side.
+"""
+
+import os
+import random
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import pyatspi
+
+PROGRAM, BOARD, SCREENSHOT = sys.argv[1:4]
+DEVICE_INDEX = 11  # AT90S8515 in the selector
+WORDS = 300
+OK_TEXT = "ベリファイ　FLASH : OK / EEPROM : OK"
+
+
+def wait_for(what, condition, seconds=30):
+    """Polls until condition() is true and returns what it gave."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.05)
+    raise AssertionError(f"waited in vain for {what}")
+
+
+def nodes(node):
+    """A node of the accessibility tree and all below it; what vanishes meanwhile is left out."""
+    try:
+        yield node
+        children = [node[i] for i in range(node.childCount)]
+    except Exception:  # the window has changed under us
+        return
+    for child in children:
+        if child is not None:
+            yield from nodes(child)
+
+
+def find(name, role=None):
+    """The showing control with this accessible name, or None."""
+    desktop = pyatspi.Registry.getDesktop(0)
+    for i in range(desktop.childCount):
+        for node in nodes(desktop[i]):
+            try:
+                if node.name != name or (role and node.getRoleName() != role):
+                    continue
+                if node.getState().contains(pyatspi.STATE_SHOWING):
+                    return node
+            except Exception:
+                continue
+    return None
+
+
+def click(node):
+    """Presses a control with the mouse."""
+    box = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    x, y = box.x + box.width // 2, box.y + box.height // 2
+    subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+
+
+def text_of(name):
+    """The text that a label shows."""
+    node = find(name)
+    return node.description if node else None
+
+
+def document(name):
+    """The whole text of a view."""
+    text = find(name, "text").queryText()
+    return text.getText(0, text.characterCount)
+
+
+def hex_file(data):
+    lines = []
+    for address in range(0, len(data), 16):
+        part = data[address:address + 16]
+        record = bytes([len(part), address >> 8, address & 0xFF, 0]) + part
+        lines.append(":" + record.hex().upper() + f"{-sum(record) & 0xFF:02X}")
+    return "\r\n".join(lines + [":00000001FF", ""])
+
+
+def program_wire(flash, eeprom):
+    """What Program must send, put together from the protocol's description."""
+    wire = b"\x1b??AT\x38\x1b" + b"APsL" + b"APeL" + b"APsL" + b"APa\0\0"
+    for i in range(0, len(flash), 2):
+        wire += b"c" + flash[i:i + 1] + b"C" + flash[i + 1:i + 2]
+    wire += b"L" + b"AP"
+    for address, value in enumerate(eeprom):
+        if value != 0xFF:
+            wire += b"a" + bytes([address >> 8, address & 0xFF]) + b"D" + bytes([value])
+    wire += b"L" + b"APa\0\0" + b"R" * (len(flash) // 2) + b"L" + b"AP"
+    for address in range(len(eeprom)):
+        wire += b"a" + bytes([address >> 8, address & 0xFF]) + b"d"
+    return wire + b"L"
+
+
+class WindowTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        config = os.environ["XDG_CONFIG_HOME"]
+        with open(os.path.join(config, "FenwrightV6.ini"), "w") as settings:
+            settings.write(f"[Settings]\ndevice={DEVICE_INDEX}\n")
+        generator = random.Random(8515)
+        self.flash = generator.randbytes(2 * WORDS - 1) + b"\x5a"
+        self.eeprom = generator.randbytes(39) + b"\x5a"
+        self.write("code.hex", hex_file(self.flash))
+        self.write("code.eep", hex_file(self.eeprom))
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def write(self, name, text):
+        with open(self.path(name), "w", newline="") as file:
+            file.write(text)
+
+    def read(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def start(self, command):
+        process = subprocess.Popen(command, cwd=self.folder, stdout=subprocess.DEVNULL)
+
+        def end():
+            if process.poll() is None:
+                process.kill()
+            process.wait()
+
+        self.addCleanup(end)
+        return process
+
+    def start_board(self, *options):
+        self.start([BOARD, "--device", "AT90S8515", "--link", self.path("port"), "--dump",
+                    self.path("dump"), "--log", self.path("log"), *options])
+        wait_for("the board", lambda: os.path.exists(self.path("port")))
+
+    def start_window(self):
+        window = self.start([PROGRAM, "--folder", self.folder, "--port",
+                             "COM1=" + self.path("port")])
+        wait_for("the window", lambda: find("プログラム", "push button"))
+        return window
+
+    def open_file(self):
+        click(find("オープン", "push button"))
+        wait_for("the file dialog", lambda: find("コードファイル ＆ データファイルを開く"))
+        time.sleep(0.5)
+        subprocess.run(["xdotool", "type", "--delay", "5", self.path("code.hex")], check=True)
+        subprocess.run(["xdotool", "key", "Return"], check=True)
+        wait_for("the file", lambda: text_of("ステータス") == "ファイルをオープンしました。")
+
+    def wire(self):
+        lines = self.read("log").decode().splitlines()
+        return b"".join(bytes.fromhex(line[2:]) for line in lines if line.startswith("> "))
+
+    def screenshot(self):
+        subprocess.run(["import", "-window", "root", SCREENSHOT], check=True)
+        colours = subprocess.run(["identify", "-format", "%k", SCREENSHOT], check=True,
+                                 capture_output=True, text=True).stdout
+        return int(colours)
+
+    def test_a_user_opens_a_file_and_programs_a_chip(self):
+        self.start_board()
+        window = self.start_window()
+        self.open_file()
+        self.assertIn(f"{WORDS} / 4096 word", text_of("ファイルの情報"))
+        click(find("プログラム", "push button"))
+
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+        wait_for("the elapsed time", lambda: (text_of("経過時間") or "").endswith("秒"))
+
+        self.assertEqual(text_of("ステータス"), OK_TEXT + " 　プログラミング正常終了。")
+        self.assertEqual(text_of("シグネチャ"), "1E:93:01")
+        self.assertEqual(text_of("ボードのバージョン"), "KV-LOD350  V6.38")
+        self.assertEqual(text_of("COMポート"), "COM1")
+        self.assertEqual(document("ベリファイ結果").replace("\r\n", "\n"),
+                         "Flash Program memory address verify\n\n\n"
+                         "EEPROM data memory address verify\n\n")
+        self.assertTrue(document("フラッシュプログラムメモリ").startswith(
+            "0000: " + self.flash[1::-1].hex().upper() + " "))
+        self.assertEqual(self.wire(), program_wire(self.flash, self.eeprom))
+        dump = self.read("dump")
+        self.assertEqual(dump[:len(self.flash)], self.flash)
+        self.assertEqual(dump[8192:8192 + len(self.eeprom)], self.eeprom)
+        self.assertGreater(self.screenshot(), 100, "the picture is all but empty")
+        click(find("OK", "push button"))
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        subprocess.run(["xdotool", "key", "--clearmodifiers", "alt+F4"], check=True)
+        self.assertEqual(window.wait(10), 0)
+        trace = self.read("_debug_avr.txt").decode("cp932")
+        self.assertIn("\r\n>>>>> START <<<<<\t", trace)
+
+    def test_a_write_that_lies_shows_the_difference(self):
+        self.start_board("--fault", "lie@2")
+        self.start_window()
+        self.open_file()
+        click(find("プログラム", "push button"))
+        bad_text = "ベリファイ　FLASH : NG / EEPROM : OK"
+        wait_for("the result", lambda: text_of("メッセージ") == bad_text)
+        self.assertIn("NG = FF" + f"{self.flash[0]:02X}", document("ベリファイ結果"))
+        self.assertIn("イレースしてから、もう一度プログラムしてください。", text_of("詳細"))
+
+    def test_a_missing_port_names_its_cause_and_the_next_press_works(self):
+        self.start_window()
+        self.open_file()
+        click(find("プログラム", "push button"))
+        no_board = "ライターを検出できませんでした。使用可能な通信ポートを設定してください。"
+        wait_for("the message", lambda: text_of("メッセージ") == no_board)
+        self.assertIn(self.path("port"), text_of("詳細"))
+        click(find("OK", "push button"))
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        self.start_board()
+        click(find("プログラム", "push button"))
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+
+    def test_closing_in_the_middle_asks_and_leaves_programming_mode(self):
+        self.start_board("--baud", "9600")
+        window = self.start_window()
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the first words", lambda: len(self.wire()) > 100)
+        subprocess.run(["xdotool", "search", "--name", "^New Fenwright", "windowactivate", "--sync",
+                        "key", "alt+F4"], check=True)
+        yes = wait_for("the question", lambda: find("はい(Y)", "push button"))
+        click(yes)
+        self.assertEqual(window.wait(20), 0)
+        wire = self.wire()
+        self.assertEqual(wire[-1:], b"L")
+        self.assertLess(len(wire), len(program_wire(self.flash, self.eeprom)))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Runs window_test.py on a display, a session bus and an accessibility bus of its own.
+#
+#   window_test.sh FENWRIGHT FENWRIGHT_BOARD SCREENSHOT.png
+set -euo pipefail
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+home=$(mktemp -d)
+trap 'rm -rf "$home"' EXIT
+export HOME=$home XDG_CONFIG_HOME=$home/config XDG_DATA_HOME=$home/data XDG_RUNTIME_DIR=$home/run
+export XDG_CACHE_HOME=$home/cache QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 QT_QPA_PLATFORM=xcb
+mkdir -p "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR"
+chmod 700 "$XDG_RUNTIME_DIR"
+unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS
+
+# shellcheck disable=SC2016  # expanded by the inner shell
+xvfb-run -a -s "-screen 0 1024x768x24" dbus-run-session -- bash -c '
+  openbox >/dev/null 2>&1 &
+  window_manager=$!
+  /usr/libexec/at-spi-bus-launcher --launch-immediately >/dev/null 2>&1 &
+  bus=$!
+  status=0
+  # The system'"'"'s own Python has the accessibility bindings.
+  /usr/bin/python3 "$@" || status=$?
+  kill "$window_manager" "$bus" 2>/dev/null
+  exit "$status"
+' window_test "$here/window_test.py" "$@"
