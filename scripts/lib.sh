@@ -1,0 +1,49 @@
+# shellcheck shell=bash
+# What the scripts of this folder share. Sourced, never run.
+
+# shellcheck disable=SC2034  # used by the scripts that source this file
+repo_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# A bare container sets no locale; file names and compiler messages are UTF-8 here.
+if [[ -z ${LC_ALL-} && -z ${LC_CTYPE-} && -z ${LANG-} ]]; then
+  export LC_ALL=C.UTF-8
+fi
+
+say() { printf '\n==> %s\n' "$*"; }
+
+die() {
+  printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+  exit 1
+}
+
+# CMake takes the compiler launcher from the environment when a build folder is made.
+use_ccache() {
+  command -v ccache >/dev/null || return 0
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  # A clone in another folder finds the same objects.
+  export CCACHE_BASEDIR=$repo_root
+  export CCACHE_NOHASHDIR=1
+  if [[ -z ${HOME-} ]]; then
+    export CCACHE_DIR=${CCACHE_DIR:-$repo_root/build/ccache}
+  fi
+}
+
+# configure_preset NAME: quiet unless it fails.
+configure_preset() {
+  local log
+  log=$(mktemp)
+  if ! (cd "$repo_root" && cmake --preset "$1") >"$log" 2>&1; then
+    cat "$log" >&2
+    rm -f "$log"
+    return 1
+  fi
+  rm -f "$log"
+}
+
+# build_preset NAME [TARGET...]
+build_preset() {
+  local preset=$1
+  shift
+  configure_preset "$preset" || return 1
+  (cd "$repo_root" && cmake --build --preset "$preset" ${1:+--target "$@"})
+}

@@ -1,0 +1,118 @@
+#!/usr/bin/env bash
+# Checks everything: format, layers, examples, the tests with GCC, the tests again under the address
+# and undefined-behaviour sanitizers, a second compiler, and clang-tidy.
+#
+#   scripts/test.sh [--quick] [--tidy | --no-tidy]
+#
+#   --quick    format, layers, and the tests of the dev preset
+#   --tidy     run clang-tidy, the default where CI is set
+#   --no-tidy  do not
+#
+# A stage that fails does not stop the ones after it; the script ends with a summary and fails when
+# any stage failed.
+set -euo pipefail
+
+script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=scripts/lib.sh
+source "$script_dir/lib.sh"
+cd "$repo_root"
+
+usage() {
+  sed -n '5,9s/^# \{0,1\}//p' "$script_dir/test.sh"
+}
+
+quick=0
+tidy=0
+if [[ -n ${CI-} ]]; then tidy=1; fi
+for argument in "$@"; do
+  case "$argument" in
+    --quick) quick=1 ;;
+    --tidy) tidy=1 ;;
+    --no-tidy) tidy=0 ;;
+    --help | -h)
+      usage
+      exit 0
+      ;;
+    *)
+      usage >&2
+      exit 2
+      ;;
+  esac
+done
+
+summary=()
+failed=()
+
+# stage NAME COMMAND...: runs it, tells how long it took, remembers how it ended.
+stage() {
+  local name=$1 start=$SECONDS result=passed
+  shift
+  say "$name"
+  "$@" || result=FAILED
+  summary+=("$(printf '%-9s %4d s  %s' "$result" $((SECONDS - start)) "$name")")
+  if [[ $result == FAILED ]]; then failed+=("$name"); fi
+}
+
+check_format() {
+  local files
+  mapfile -d '' files < <(find src apps tests bench \( -name '*.cpp' -o -name '*.h' \) -print0)
+  ((${#files[@]} > 0)) || return 1
+  # In parts, so that both cores work.
+  printf '%s\0' "${files[@]}" |
+    xargs -0 -P "$(nproc)" -n 25 clang-format --dry-run -Werror || return 1
+  echo "clang-format: ${#files[@]} files"
+}
+
+check_scripts() {
+  shellcheck -x scripts/*.sh examples/*.sh .ci/run && echo "shellcheck: clean"
+}
+
+# run_tests PRESET [CTEST OPTION...]: builds the preset and runs its tests; ctest's closing lines
+# are kept for the summary.
+run_tests() {
+  local preset=$1 log status=0
+  shift
+  build_preset "$preset" || return 1
+  log=build/$preset/last-ctest.log
+  ctest --preset "$preset" --no-tests=error -j "$(nproc)" "$@" 2>&1 | tee "$log" || status=1
+  closing_lines+="[$preset]"$'\n'$(sed -n '/tests passed,.*tests failed/,$p' "$log")$'\n'
+  return "$status"
+}
+
+run_sanitized_tests() {
+  # Leaks count too; a finding ends the test with a stack.
+  export ASAN_OPTIONS=${ASAN_OPTIONS-detect_leaks=1:strict_string_checks=1}
+  export UBSAN_OPTIONS=${UBSAN_OPTIONS-print_stacktrace=1}
+  if [[ -f scripts/lsan.supp ]]; then
+    export LSAN_OPTIONS=${LSAN_OPTIONS-suppressions=$repo_root/scripts/lsan.supp:print_suppressions=0}
+  fi
+  run_tests asan --label-exclude '^(system|bench)$'
+}
+
+closing_lines=''
+start=$SECONDS
+
+stage "packages" "$script_dir/install-packages.sh" build test
+use_ccache
+stage "format" check_format
+stage "layers" "$script_dir/check-layers.sh"
+stage "tests (dev)" run_tests dev
+if ((!quick)); then
+  stage "scripts" check_scripts
+  stage "tests (asan)" run_sanitized_tests
+  stage "second compiler (clang)" build_preset clang src/all apps/all
+fi
+if ((tidy && !quick)); then
+  stage "clang-tidy" "$script_dir/tidy.sh"
+fi
+
+say "Summary ($((SECONDS - start)) s)"
+printf '%s\n' "$closing_lines" "${summary[@]}"
+echo
+if ((${#failed[@]} > 0)); then
+  printf 'scripts/test.sh: FAILED:'
+  printf ' [%s]' "${failed[@]}"
+  echo
+  exit 1
+fi
+echo "scripts/test.sh: everything passed"
