@@ -2,7 +2,7 @@
 # Builds Fenwright and starts it with an example, on the simulated board: no hardware is needed.
 #
 # With a display the window opens; without one the command-line program does the same job. Further
-# arguments go to the program, for example: scripts/run.sh --port COM5
+# arguments go to the program.
 set -euo pipefail
 
 script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)

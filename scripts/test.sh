@@ -1,12 +1,11 @@
 #!/usr/bin/env bash
 # Checks everything: format, layers, examples, the tests with GCC, the tests again under the address
-# and undefined-behaviour sanitizers, a second compiler, and clang-tidy.
+# and undefined-behaviour sanitizers, and a second compiler; clang-tidy when asked for.
 #
-#   scripts/test.sh [--quick] [--tidy | --no-tidy]
+#   scripts/test.sh [--quick] [--tidy]
 #
 #   --quick    format, layers, and the tests of the dev preset
-#   --tidy     run clang-tidy, the default where CI is set
-#   --no-tidy  do not
+#   --tidy     run clang-tidy as well
 #
 # A stage that fails does not stop the ones after it; the script ends with a summary and fails when
 # any stage failed.
@@ -18,17 +17,15 @@ source "$script_dir/lib.sh"
 cd "$repo_root"
 
 usage() {
-  sed -n '5,9s/^# \{0,1\}//p' "$script_dir/test.sh"
+  sed -n '5,8s/^# \{0,1\}//p' "$script_dir/test.sh"
 }
 
 quick=0
 tidy=0
-if [[ -n ${CI-} ]]; then tidy=1; fi
 for argument in "$@"; do
   case "$argument" in
     --quick) quick=1 ;;
     --tidy) tidy=1 ;;
-    --no-tidy) tidy=0 ;;
     --help | -h)
       usage
       exit 0

@@ -44,20 +44,17 @@ ninja -C "$build_dir" -t deps | awk -v root="$repo_root/" '
   awk -v root="$repo_root/" 'index($1, root "src/") == 1 || index($1, root "apps/") == 1' |
   sort -u >"$work/sources"
 
-# What a finding depends on beside the sources: the tool, the checks, how the code is compiled.
-common_hash=$(
-  {
-    clang-tidy --version
-    sed "s|$repo_root|.|g" "$build_dir/compile_commands.json"
-    cat .clang-tidy
-  } | sha256sum
-)
+# What a finding depends on beside the sources: the tool, the checks, how the source is compiled.
+common_hash=$({ clang-tidy --version; cat .clang-tidy; } | sha256sum)
+awk '/"command":/ { command = $0 } /"file":/ { print $2, command }' \
+  "$build_dir/compile_commands.json" | sed "s|$repo_root/||g" >"$work/commands"
 
 total=0
 : >"$work/todo"
 while read -r -a files; do
   total=$((total + 1))
-  key=$({ echo "$common_hash"; cat "${files[@]}"; } | sha256sum | cut -d' ' -f1)
+  command=$(grep -F "\"${files[0]#"$repo_root/"}\"" "$work/commands") || command=
+  key=$({ echo "$common_hash$command"; cat "${files[@]}"; } | sha256sum | cut -d' ' -f1)
   if [[ ! -e $cache_dir/$key ]]; then
     printf '%s %s\n' "${files[0]}" "$key" >>"$work/todo"
   fi

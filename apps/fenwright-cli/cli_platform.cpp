@@ -13,21 +13,28 @@ void NoteSignal(int number) {
   std::signal(number, SIG_DFL);
 }
 
+/// A signal that the caller has the program ignore (nohup, a background job) stays ignored.
+void Watch(int number) {
+  if (std::signal(number, NoteSignal) == SIG_IGN) std::signal(number, SIG_IGN);
+}
+
 }  // namespace
 
 SignalEventLoop::SignalEventLoop(core::AppState& state) : state_(state) {
-  std::signal(SIGINT, NoteSignal);
-  std::signal(SIGTERM, NoteSignal);
+  Watch(SIGINT);
+  Watch(SIGTERM);
 #ifdef SIGHUP
-  std::signal(SIGHUP, NoteSignal);
+  Watch(SIGHUP);
+#endif
+#ifdef SIGPIPE
+  // A reader of the output that goes away must not end the program in the middle of a write.
+  std::signal(SIGPIPE, SIG_IGN);
 #endif
 }
 
 void SignalEventLoop::ProcessPendingEvents() {
   if (interrupted != 0) state_.StopRequested = true;
 }
-
-bool SignalEventLoop::Interrupted() { return interrupted != 0; }
 
 void PrintedStatusBar::SetPanelText(platform::Panel panel, std::string_view text) {
   if (panel == platform::Panel::Signature) signature_ = text;
@@ -67,6 +74,12 @@ bool PrintedMessageBoxes::Ask(std::string_view title, std::string_view text) {
 std::optional<std::string> NoFileDialogs::Open(const platform::FileDialogRequest& /*request*/) {
   return std::nullopt;
 }
+
+std::optional<std::string> NoFileDialogs::Save(const platform::FileDialogRequest& /*request*/) {
+  return std::nullopt;
+}
+
+void NoHandEdit::SetDataText(std::string_view /*text*/) {}
 
 void NoViews::Clear(platform::View /*view*/) {}
 

@@ -10,6 +10,7 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
 #include "platform/message_dialog.h"
 #include "platform/status_bar.h"
@@ -25,7 +26,6 @@ class SignalEventLoop final : public platform::EventLoop {
  public:
   explicit SignalEventLoop(core::AppState& state);
   void ProcessPendingEvents() override;
-  [[nodiscard]] static bool Interrupted();
 
  private:
   core::AppState& state_;
@@ -84,6 +84,16 @@ class PrintedMessageBoxes final : public platform::MessageBoxes {
 class NoFileDialogs final : public platform::FileDialogs {
  public:
   std::optional<std::string> Open(const platform::FileDialogRequest& request) override;
+  std::optional<std::string> Save(const platform::FileDialogRequest& request) override;
+};
+
+/// There is no hand-edit frame at the command line.
+class NoHandEdit final : public platform::HandEditForm {
+ public:
+  [[nodiscard]] std::string AddressText() const override { return ""; }
+  [[nodiscard]] std::string DataText() const override { return ""; }
+  void SetDataText(std::string_view text) override;
+  [[nodiscard]] bool FlashChosen() const override { return true; }
 };
 
 /// The dump files themselves are the view.

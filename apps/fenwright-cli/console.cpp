@@ -7,16 +7,23 @@
 #include <fmt/format.h>
 
 namespace fenwright::cli {
+
 namespace {
 
-/// Line ends of messages are CR LF; a terminal wants LF.
-std::string WithPlainLineEnds(std::string_view text) {
-  std::string plain;
+/// One line for the terminal: LF for CR LF, and one LF at the end, whatever the text ends in.
+std::string AsLine(std::string_view text) {
+  std::string line;
   for (const char character : text) {
-    if (character != '\r') plain += character;
+    if (character != '\r') line += character;
   }
-  while (plain.ends_with('\n')) plain.pop_back();
-  return plain;
+  while (line.ends_with('\n')) line.pop_back();
+  return line + "\n";
+}
+
+/// fmt::print() throws when the output takes nothing.
+bool WriteTo(std::FILE* file, std::string_view text) {
+  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  return std::fflush(file) == 0 && written;
 }
 
 }  // namespace
@@ -24,22 +31,20 @@ std::string WithPlainLineEnds(std::string_view text) {
 Console::Console(Amount amount) : amount_(amount), terminal_(isatty(STDOUT_FILENO) == 1) {}
 
 void Console::Print(std::string_view text) {
-  if (amount_ == Amount::ErrorsOnly) return;
+  if (amount_ == Amount::ErrorsOnly || text == last_line_) return;
+  last_line_ = text;
   PrintAlways(text);
 }
 
-void Console::PrintAlways(std::string_view text) {
-  const std::string line = WithPlainLineEnds(text);
-  if (line == last_line_) return;
+bool Console::PrintAlways(std::string_view text) {
   ClearBar();
-  last_line_ = line;
-  fmt::print("{}\n", line);
-  std::fflush(stdout);
+  return WriteTo(stdout, AsLine(text));
 }
 
 void Console::PrintError(std::string_view text) {
   ClearBar();
-  fmt::print(stderr, "{}\n", WithPlainLineEnds(text));
+  if (first_error_.empty()) first_error_ = text;
+  WriteTo(stderr, AsLine(text));
 }
 
 void Console::StartProgress(int maximum) {
@@ -77,16 +82,14 @@ void Console::EndProgress() {
 void Console::DrawBar(int percent, double seconds_left) {
   constexpr int kWidth = 40;
   const int filled = kWidth * percent / 100;
-  fmt::print("\r[{:#<{}}{:.<{}}] {:3} %  {:.0f} s left \x1B[K", "", filled, "", kWidth - filled,
-             percent, seconds_left);
-  std::fflush(stdout);
+  WriteTo(stdout, fmt::format("\r[{:#<{}}{:.<{}}] {:3} %  {:.0f} s left \x1B[K", "", filled, "",
+                              kWidth - filled, percent, seconds_left));
   bar_drawn_ = true;
 }
 
 void Console::ClearBar() {
   if (!bar_drawn_) return;
-  fmt::print("\r\x1B[K");
-  std::fflush(stdout);
+  WriteTo(stdout, "\r\x1B[K");
   bar_drawn_ = false;
 }
 

@@ -20,11 +20,14 @@ class Console {
   /// A line on standard output; the same line twice in a row is printed once.
   void Print(std::string_view text);
 
-  /// A line on standard output that --quiet does not silence.
-  void PrintAlways(std::string_view text);
+  /// A line on standard output that --quiet does not silence; false when it could not be written.
+  bool PrintAlways(std::string_view text);
 
   /// A line on standard error.
   void PrintError(std::string_view text);
+
+  /// The first line that PrintError() was given, "" when there was none.
+  [[nodiscard]] const std::string& FirstError() const { return first_error_; }
 
   /// Starts a bar for a loop of `maximum` steps.
   void StartProgress(int maximum);
@@ -44,6 +47,7 @@ class Console {
   Amount amount_;
   bool terminal_;
   std::string last_line_;
+  std::string first_error_;
   int maximum_ = 0;
   int shown_percent_ = -1;
   bool bar_drawn_ = false;

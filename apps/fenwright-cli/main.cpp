@@ -1,9 +1,12 @@
+#include <cstdio>
+#include <exception>
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "core/device_catalogue.h"
+#include "device_commands.h"
 #include "options.h"
-#include "program.h"
 
 namespace {
 
@@ -19,7 +22,7 @@ ExitCode ListDevices(const Options& options) {
                     {"eeprom_bytes", device.EepromBytes},
                     {"device_code", device.DeviceCode},
                     {"signature", {0x1E, device.Signature[0], device.Signature[1]}}});
-    if (options.Json || options.Quiet) continue;
+    if (options.Json) continue;
     fmt::print("flash {:5} word  EEPROM {:4} byte  signature 1E:{:02X}:{:02X}  {}\n",
                device.FlashWords, device.EepromBytes, device.Signature[0], device.Signature[1],
                device.DisplayName);
@@ -28,14 +31,34 @@ ExitCode ListDevices(const Options& options) {
   return ExitCode::Success;
 }
 
+ExitCode Run(const Options& options) {
+  using Command = Options::Command;
+  switch (options.Chosen) {
+    case Command::Program:
+      return fenwright::cli::RunProgram(options);
+    case Command::Read:
+      return fenwright::cli::RunRead(options);
+    case Command::Verify:
+      return fenwright::cli::RunVerify(options);
+    case Command::Erase:
+      return fenwright::cli::RunErase(options);
+    case Command::Dump:
+      return fenwright::cli::RunDump(options);
+    case Command::Devices:
+      break;
+  }
+  return ListDevices(options);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const fenwright::cli::ParseResult parsed = fenwright::cli::ParseOptions(argc, argv);
-  if (parsed.Ends) return parsed.EndCode;
-  const Options& options = parsed.Values;
-  const ExitCode code = options.Chosen == Options::Command::Devices
-                            ? ListDevices(options)
-                            : fenwright::cli::RunProgram(options);
-  return static_cast<int>(code);
+  try {
+    const fenwright::cli::ParseResult parsed = fenwright::cli::ParseOptions(argc, argv);
+    return parsed.Ends ? parsed.EndCode : static_cast<int>(Run(parsed.Values));
+  } catch (const std::exception& error) {
+    // Out of memory, say; nothing of the program's own throws this far.
+    std::fprintf(stderr, "fenwright-cli: %s\n", error.what());
+    return static_cast<int>(ExitCode::Failed);
+  }
 }

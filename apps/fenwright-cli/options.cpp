@@ -16,21 +16,25 @@ constexpr const char* kFooter =
     "Examples:\n"
     "  fenwright-cli devices\n"
     "  fenwright-cli --port COM5 --device AT90S8515 program blink.hex\n"
-    "  fenwright-cli --simulate --device ATtiny12L program toggle.hex --no-data";
+    "  fenwright-cli --simulate --device ATtiny12L program toggle.hex --no-data\n"
+    "  fenwright-cli --port COM5 --device AT90S8515 read --code out.hex --data out.eep";
 
 void AddGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--port", options.Port,
                  "port of the programmer: COM1 to COM20, COMn=PATH, or a device path")
       ->type_name("COMn|DEVICE-PATH")
       ->envname("FENWRIGHT_PORT");
-  app.add_flag("--simulate", options.Simulate, "use the built-in simulated board, not a port");
+  CLI::Option* const simulate = app.add_flag("--simulate", options.Simulate,
+                                             "use the built-in simulated board, whatever the port");
   app.add_option("--simulate-chip", options.SimulateChip,
                  "chip in the simulated board's socket (default: the selected device)")
-      ->type_name("NAME");
+      ->type_name("NAME")
+      ->needs(simulate);
   app.add_option(
          "--simulate-fault", options.Faults,
          "what goes wrong on the simulated board; may be given again:\n" + board::FaultForms())
-      ->type_name("SPEC");
+      ->type_name("SPEC")
+      ->needs(simulate);
   app.add_option("--device", options.Device,
                  "device in the socket: its name, or an unambiguous part of it")
       ->type_name("NAME");
@@ -39,6 +43,48 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_flag("--json", options.Json, "print the result as one JSON object, and nothing else");
   app.add_flag("--quiet", options.Quiet, "print errors only");
+}
+
+void AddFiles(CLI::App& command, Options& options) {
+  command.add_option("CODE.hex", options.CodeFile, "code file, Intel HEX (.hex or .rom)")
+      ->required();
+  CLI::Option* const data =
+      command
+          .add_option("--data", options.DataFile,
+                      "data file for the EEPROM (default: the code file's name with its last "
+                      "three characters replaced by \"eep\", when there is such a file)")
+          ->type_name("FILE.eep");
+  command.add_flag("--no-data", options.NoData, "treat the EEPROM image as blank")->excludes(data);
+}
+
+/// A subcommand that makes `chosen` the command of the call.
+CLI::App& AddCommand(CLI::App& app, Options& options, Options::Command chosen, const char* name,
+                     const char* description) {
+  CLI::App& command = *app.add_subcommand(name, description);
+  command.callback([&options, chosen] { options.Chosen = chosen; });
+  return command;
+}
+
+void AddCommands(CLI::App& app, Options& options) {
+  using Command = Options::Command;
+  AddCommand(app, options, Command::Devices, "devices", "list the devices");
+  AddFiles(
+      AddCommand(app, options, Command::Program, "program", "erase, program and verify the device"),
+      options);
+  CLI::App& read =
+      AddCommand(app, options, Command::Read, "read", "read the device's memories and save them");
+  read.add_option("--code", options.CodeOutput, "file to save the flash to, Intel HEX")
+      ->type_name("OUT.hex");
+  read.add_option("--data", options.DataOutput, "file to save the EEPROM to, Intel HEX")
+      ->type_name("OUT.eep");
+  read.add_flag("--force", options.Force, "overwrite files that exist");
+  AddFiles(AddCommand(app, options, Command::Verify, "verify",
+                      "compare the device with files and print the differences"),
+           options);
+  AddCommand(app, options, Command::Erase, "erase", "erase the device");
+  AddFiles(AddCommand(app, options, Command::Dump, "dump",
+                      "print the flash dump of a code file; needs no programmer"),
+           options);
 }
 
 }  // namespace
@@ -54,17 +100,7 @@ ParseResult ParseOptions(int argc, char** argv) {
   app.fallthrough();
   AddGlobalOptions(app, options);
 
-  CLI::App* const devices = app.add_subcommand("devices", "list the devices");
-  CLI::App* const program = app.add_subcommand("program", "erase, program and verify the device");
-  program->add_option("CODE.hex", options.CodeFile, "code file, Intel HEX (.hex or .rom)")
-      ->required();
-  CLI::Option* const data =
-      program
-          ->add_option("--data", options.DataFile,
-                       "data file for the EEPROM (default: the code file's name with its last "
-                       "three characters replaced by \"eep\", when there is such a file)")
-          ->type_name("FILE.eep");
-  program->add_flag("--no-data", options.NoData, "leave the EEPROM blank")->excludes(data);
+  AddCommands(app, options);
 
   try {
     app.parse(argc, argv);
@@ -75,7 +111,6 @@ ParseResult ParseOptions(int argc, char** argv) {
     result.EndCode = static_cast<int>(good ? ExitCode::Success : ExitCode::Usage);
     return result;
   }
-  options.Chosen = *devices ? Options::Command::Devices : Options::Command::Program;
   return result;
 }
 

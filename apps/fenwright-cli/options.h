@@ -17,7 +17,7 @@ enum class ExitCode {
 
 /// What the command line says.
 struct Options {
-  enum class Command { Devices, Program };
+  enum class Command { Devices, Program, Read, Verify, Erase, Dump };
   Command Chosen = Command::Devices;
 
   std::string Port;                 ///< "COMn", "COMn=PATH" or a device path, "" = none
@@ -32,6 +32,10 @@ struct Options {
   std::string CodeFile;
   std::string DataFile;  ///< "" = the one that goes with the code file
   bool NoData = false;
+
+  std::string CodeOutput;  ///< file that a read saves the flash to, "" = none
+  std::string DataOutput;  ///< file that a read saves the EEPROM to, "" = none
+  bool Force = false;      ///< a read may overwrite files
 };
 
 /// The arguments of a call, parsed; or the exit code of a call that ends here: help, version, or a

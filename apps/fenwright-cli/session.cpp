@@ -12,7 +12,6 @@
 #include "device_name.h"
 #include "ops/commands.h"
 #include "platform/asio/asio_serial_control.h"
-#include "platform/posix/port_names.h"
 
 namespace fenwright::cli {
 namespace {
@@ -44,8 +43,9 @@ Session::~Session() {
   if (port_) port_->Close();
 }
 
-ExitCode Session::Start() {
-  for (const auto step : {&Session::ChooseFolder, &Session::ChooseDevice, &Session::ChoosePort}) {
+ExitCode Session::Start(Needs needs) {
+  const auto port_step = needs == Needs::Port ? &Session::ChoosePort : &Session::MakeRealPort;
+  for (const auto step : {&Session::ChooseFolder, &Session::ChooseDevice, port_step}) {
     if (const ExitCode code = (this->*step)(); code != ExitCode::Success) return code;
   }
   context_ = std::make_unique<core::RunContext>(core::RunContext{.State = state_,
@@ -60,7 +60,8 @@ ExitCode Session::Start() {
                                                                  .MessageBoxes = boxes_,
                                                                  .FileDialogs = file_dialogs_,
                                                                  .Views = views_,
-                                                                 .DeviceForm = device_});
+                                                                 .DeviceForm = device_,
+                                                                 .HandEdit = hand_edit_});
   const core::CommandEnding ending =
       ops::StartCommand(*context_, {.AppFolder = folder_, .CommandArgument = ""});
   return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;
@@ -102,23 +103,28 @@ ExitCode Session::ChooseDevice() {
 
 ExitCode Session::ChoosePort() {
   if (options_.Simulate) return MakeSimulatedPort();
-  platform::PortOverrides overrides;
   if (!options_.Port.empty()) {
     const auto port = ParsePort(options_.Port);
     if (!port) {
-      console_.PrintError(fmt::format(
-          "error: --port {}: neither COM1 to COM20 nor the path of a device", options_.Port));
-      return options_.Port.starts_with("COM") ? ExitCode::Usage : ExitCode::NoProgrammer;
+      const bool number = options_.Port.starts_with("COM");
+      console_.PrintError(
+          fmt::format("error: --port {}: {}", options_.Port,
+                      number ? "the numbers are COM1 to COM20" : "there is no such device"));
+      return number ? ExitCode::Usage : ExitCode::NoProgrammer;
     }
-    if (!port->Path.empty()) overrides[port->Number] = port->Path;
+    if (!port->Path.empty()) overrides_[port->Number] = port->Path;
     settings_.Write(core::kSettingsSection, core::kPortNumberKey, std::to_string(port->Number));
   } else {
     // The message about a port that was never chosen follows when the link is checked.
     console_.PrintError(
         "error: no port: give --port (or FENWRIGHT_PORT), or --simulate for the simulated board");
   }
+  return MakeRealPort();
+}
+
+ExitCode Session::MakeRealPort() {
   port_ = std::make_unique<platform::AsioSerialControl>(
-      [this, overrides](int number) { return platform::DevicePath(settings_, overrides, number); });
+      [this](int number) { return platform::DevicePath(settings_, overrides_, number); });
   return ExitCode::Success;
 }
 

@@ -9,6 +9,7 @@
 #include "options.h"
 #include "platform/memory/memory_settings_store.h"
 #include "platform/posix/code_page.h"
+#include "platform/posix/port_names.h"
 #include "platform/posix/system_clock.h"
 #include "platform/posix/text_files.h"
 
@@ -22,8 +23,10 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
+  enum class Needs { Port, NoPort };
+
   /// Checks device, port and folder and prepares the run. On failure the cause is printed.
-  ExitCode Start();
+  ExitCode Start(Needs needs = Needs::Port);
 
   [[nodiscard]] core::RunContext& Context() { return *context_; }
   [[nodiscard]] Console& Out() { return console_; }
@@ -35,6 +38,7 @@ class Session {
   ExitCode ChoosePort();
   ExitCode ChooseFolder();
   ExitCode MakeSimulatedPort();
+  ExitCode MakeRealPort();
 
   const Options& options_;
   core::AppState state_;
@@ -50,7 +54,9 @@ class Session {
   NoFileDialogs file_dialogs_;
   NoViews views_;
   ChosenDevice device_;
+  NoHandEdit hand_edit_;
   std::string folder_;
+  platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;
   std::unique_ptr<core::RunContext> context_;
 };

@@ -42,11 +42,10 @@ struct BoardProtocol::Command {
 
 const BoardProtocol::Command* BoardProtocol::FindCommand(std::uint8_t letter) {
   using Self = BoardProtocol;
-  static constexpr std::array<Command, 20> kCommands{{
+  static constexpr std::array<Command, 19> kCommands{{
       {'T', 1, false, nullptr, &Self::SelectByCode},
       {'P', 0, false, nullptr, &Self::EnterProgramming},
       {'L', 0, false, nullptr, &Self::LeaveProgramming},
-      {'s', 0, true, nullptr, &Self::ReadSignature},
       {'e', 0, true, nullptr, &Self::Erase},
       {'a', 2, true, nullptr, &Self::SetAddress},
       {'R', 0, true, nullptr, &Self::ReadWord},
@@ -128,6 +127,8 @@ std::optional<BoardReply> BoardProtocol::Start(std::uint8_t letter) {
     case '?':
       return BoardReply{.Bytes = {options_.VersionLine.begin(), options_.VersionLine.end()},
                         .Delay = {}};
+    case 's':
+      return ReadSignature();
     case 'A':
       set_ = CommandSet::Extended;
       return BoardReply{.Bytes = {kCarriageReturn}, .Delay = options_.ExtendDelay};
@@ -210,7 +211,11 @@ BoardReply BoardProtocol::Acknowledge(std::chrono::microseconds ChipTimes::*time
 }
 
 BoardReply BoardProtocol::ReadSignature() {
-  return {.Bytes = {Ask(0x30, 0, 2), Ask(0x30, 0, 1), Ask(0x30, 0, 0)}, .Delay = {}};
+  // Outside programming mode the board enters it for as long as this takes.
+  if (!programming_) socket_->EnterProgramming();
+  BoardReply reply{.Bytes = {Ask(0x30, 0, 2), Ask(0x30, 0, 1), Ask(0x30, 0, 0)}, .Delay = {}};
+  if (!programming_) socket_->LeaveProgramming();
+  return reply;
 }
 
 BoardReply BoardProtocol::Erase() {

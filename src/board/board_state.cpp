@@ -67,9 +67,9 @@ void AppendChip(std::string& text, const Chip& chip) {
   }
   text.append("\n");
   AppendMemory(text, "flash", chip.Model().FlashWords, 4,
-               [&chip](std::uint32_t word) { return chip.FlashWord(word); });
+               [&chip](std::uint32_t word) { return chip.WrittenFlashWord(word); });
   AppendMemory(text, "eeprom", chip.Model().EepromBytes, 2,
-               [&chip](std::uint32_t address) { return chip.EepromByte(address); });
+               [&chip](std::uint32_t address) { return chip.WrittenEepromByte(address); });
 }
 
 /// All fields of `text` as hexadecimal numbers up to `largest`; nothing when one is not.

@@ -49,6 +49,12 @@ class Chip {
   [[nodiscard]] std::uint16_t FlashWord(std::uint32_t word) const;
   [[nodiscard]] std::uint8_t EepromByte(std::uint32_t address) const;
 
+  /// What the cells were written with, whatever their stuck bits show.
+  [[nodiscard]] std::uint16_t WrittenFlashWord(std::uint32_t word) const { return flash_.at(word); }
+  [[nodiscard]] std::uint8_t WrittenEepromByte(std::uint32_t address) const {
+    return eeprom_.at(address);
+  }
+
   /// Sets cells from outside, whatever the lock bits. Addresses beyond the memory are ignored.
   void SetFlashWord(std::uint32_t word, std::uint16_t value);
   void SetEepromByte(std::uint32_t address, std::uint8_t value);

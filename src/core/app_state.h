@@ -16,9 +16,13 @@ inline constexpr std::uint8_t kBlank = 0xFF;
 inline constexpr std::int32_t kFlashBufferLast = 65536;
 inline constexpr std::int32_t kEepromBufferLast = 2048;
 
+/// The commands that work on the chip.
+enum class DeviceOperation { Program, Read, Verify, Erase };
+
 /// What a running command has done to the chip so far. It is kept beside the error flag so that a
 /// failure, or a stop, can say in words what state the chip is in.
 struct ChipReport {
+  DeviceOperation Operation = DeviceOperation::Program;
   bool LinkReady = false;  ///< the board was found and has accepted the device
   bool EraseStarted = false;
   bool Erased = false;
@@ -30,6 +34,8 @@ struct ChipReport {
   std::int32_t EepromBytesDone = 0;  ///< bytes written or skipped before the first failure
   bool NothingToProgram = false;     ///< both buffers were blank
   bool VerifyFinished = false;       ///< both memories were compared without a communication error
+  std::int32_t FlashWordsRead = 0;   ///< words read into the buffer before a time-out
+  bool ReadFinished = false;         ///< both memories were read without a communication error
   double FlashWriteSeconds = 0;      ///< time from the first word written to the last
   double FlashVerifySeconds = 0;     ///< time from the first word read back to the last
 };
@@ -48,11 +54,13 @@ struct AppState {
   std::vector<std::uint8_t> EepromBuffer =
       std::vector<std::uint8_t>(kEepromBufferLast + 1, std::uint8_t{0});
 
-  std::string CodeFileName;     ///< code file last opened, "" = none
-  std::string DataFileName;     ///< data file last opened, "" = none
-  std::string AppFolder;        ///< folder of trace, dumps and report, ending in a separator
-  std::string CommandArgument;  ///< first command-line argument, or ""
-  std::string LineText;         ///< scratch line of the file readers
+  std::string CodeFileName;      ///< code file last opened, "" = none
+  std::string DataFileName;      ///< data file last opened, "" = none
+  std::string CodeSaveFileName;  ///< where the code file is written
+  std::string DataSaveFileName;  ///< where the data file is written
+  std::string AppFolder;         ///< folder of trace, dumps and report, ending in a separator
+  std::string CommandArgument;   ///< first command-line argument, or ""
+  std::string LineText;          ///< scratch line of the file readers
 
   /// Set for good when a HEX file ended at a bad line: see image/hex_reader.h.
   bool HexFileLeftOpen = false;
@@ -76,6 +84,7 @@ struct AppState {
   std::int32_t FlashProgramCount = 0;   ///< last non-blank flash word + 1
   std::int32_t EepromProgramCount = 0;  ///< last EEPROM byte that is not 0xFF, + 1
   bool VerifyStandalone = false;        ///< the verify command runs, not programming
+  bool ReloadInProgress = false;        ///< the reload command runs
   bool FlashNG = false;                 ///< the verify run found a differing flash word
   bool EepromNG = false;                ///< the verify run found a differing EEPROM byte
 
@@ -87,7 +96,8 @@ struct AppState {
   bool StopRequested = false;      ///< the program is to end: no further exchange may start
   bool InProgrammingMode = false;  ///< the board was told to enter programming mode
   ChipReport Chip;
-  std::string LastFailure;  ///< text of the last failed exchange of the running command
+  std::string LastFailure;   ///< what last failed in the running command: exchange or signature
+  bool NoticeShown = false;  ///< the running command's last message was a notice, no busy text
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 

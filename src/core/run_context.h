@@ -6,6 +6,7 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
 #include "platform/message_dialog.h"
 #include "platform/serial_control.h"
@@ -32,6 +33,7 @@ struct RunContext {
   platform::FileDialogs& FileDialogs;
   platform::Views& Views;
   platform::DeviceForm& DeviceForm;
+  platform::HandEditForm& HandEdit;
 };
 
 }  // namespace fenwright::core

@@ -13,6 +13,8 @@ inline constexpr std::string_view kDeviceKey = "device";        ///< selector in
 inline constexpr std::string_view kPortNumberKey = "ComNox";    ///< n of COMn, 0 = none chosen
 inline constexpr std::string_view kOpenFolderKey = "OPEN_DIR";  ///< folder of the last opened file
 
+inline constexpr std::string_view kSaveFolderKey = "SAVE_DIR";  ///< folder of the last saved file
+
 /// Section of the device paths behind the port numbers, keys "COM1" to "COM20".
 inline constexpr std::string_view kPortsSection = "Ports";
 

@@ -16,6 +16,7 @@ void ShowStatus(RunContext& context, std::string_view text) {
 
 void ShowMessage(RunContext& context, std::string_view text, platform::MessageMode mode) {
   context.State.MessageText = text;
+  context.State.NoticeShown = mode != platform::MessageMode::Busy;
   context.MessageDialog.Show(text, mode);
   TraceLog(context).AppendMessage(text);
 }

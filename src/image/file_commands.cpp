@@ -1,10 +1,7 @@
 #include "image/file_commands.h"
 
-#include <algorithm>
-#include <cctype>
-#include <cstddef>
-#include <filesystem>
 #include <optional>
+#include <string_view>
 
 #include "core/settings_keys.h"
 #include "core/status.h"
@@ -15,17 +12,8 @@ namespace fenwright::image {
 namespace {
 
 constexpr std::string_view kFileNotOpenedText = "指定されたファイルを開くことができませんでした。";
-
-/// Everything before the last separator; "" when there is none.
-std::string FolderOf(std::string_view path) {
-  constexpr bool kBackslashSeparates = std::filesystem::path::preferred_separator == '\\';
-  const std::size_t separator = path.find_last_of(kBackslashSeparates ? "/\\" : "/");
-  return std::string(separator == std::string_view::npos ? "" : path.substr(0, separator));
-}
-
-std::string StoredFolder(const core::RunContext& context, std::string_view key) {
-  return context.Settings.Read(core::kSettingsSection, key).value_or("");
-}
+constexpr std::string_view kCodeFilter = "Hex File|*.hex;*.rom|All Files|*.*|";
+constexpr std::string_view kCodeExtensions = "hex;rom";
 
 bool EndedByFileError(const HexReadReport& report) {
   return report.End == HexReadEnd::NotOpened || report.End == HexReadEnd::OutsideBuffer;
@@ -47,35 +35,47 @@ void ShowUnsetReloadName(core::RunContext& context) {
                     platform::MessageMode::Notice);
 }
 
-void LoadCodeFile(core::RunContext& context, OpenReport& report) {
+bool CodeFileFound(core::RunContext& context, OpenReport& report) {
+  report.CodeFileFound = context.Files.Exists(context.State.CodeFileName);
+  return report.CodeFileFound;
+}
+
+bool HasKnownExtension(const core::RunContext& context, OpenReport& report) {
+  report.KnownExtension = HasCodeFileExtension(context.State.CodeFileName);
+  return report.KnownExtension;
+}
+
+/// False for a file error.
+bool TakeCodeFile(core::RunContext& context, OpenReport& report) {
   const std::string& name = context.State.CodeFileName;
   core::ShowStatus(context, "Program : " + name);
   ClearFlashBuffer(context.State);
   report.Code = ReadCodeHexFile(context);
-  if (EndedByFileError(report.Code)) return;
+  if (EndedByFileError(report.Code)) return false;
   RefreshFlashView(context);
-  context.Settings.Write(core::kSettingsSection, core::kOpenFolderKey, FolderOf(name));
+  StoreFolderOf(context, core::kOpenFolderKey, name);
+  return true;
 }
 
-void LoadDataFile(core::RunContext& context, OpenReport& report) {
+/// False for a file error.
+bool TakeDataFile(core::RunContext& context, OpenReport& report) {
   const std::string& name = context.State.DataFileName;
   report.DataFileFound = context.Files.Exists(name);
   if (!report.DataFileFound) {
     core::ShowStatus(context, "EEPROM memory : Not found EEP file");
     ClearEepromBuffer(context.State);
-    return;
+    return true;
   }
   core::ShowStatus(context, "EEPROM : " + name);
   ClearEepromBuffer(context.State);
   report.Data = ReadDataHexFile(context);
+  return !EndedByFileError(report.Data);
 }
 
-/// A file error ends "open both" without a text of its own, so the cause would stay unsaid. The
-/// views show what the buffers hold, and the message dialog says why there is no more.
+/// A file error ends an open without a text of its own, so the cause would stay unsaid: the message
+/// dialog says why there is no more.
 void ExplainFileError(core::RunContext& context, std::string_view path,
                       const HexReadReport& report) {
-  RefreshFlashView(context);
-  RefreshEepromView(context);
   core::ShowMessage(context, kFileNotOpenedText, platform::MessageMode::Notice);
   const std::string cause = report.End == HexReadEnd::OutsideBuffer
                                 ? std::to_string(report.StoppedAtLine) +
@@ -85,22 +85,38 @@ void ExplainFileError(core::RunContext& context, std::string_view path,
   context.MessageDialog.SetDetail(std::string(path) + "\n" + cause);
 }
 
-}  // namespace
-
-std::string DataFileNameFor(std::string_view code_path) {
-  constexpr std::size_t kExtensionLength = 3;
-  const std::size_t kept = code_path.size() - std::min(code_path.size(), kExtensionLength);
-  return std::string(code_path.substr(0, kept)) + "eep";
+std::optional<std::string> AskForName(core::RunContext& context, std::string_view title,
+                                      std::string_view filter, std::string_view extension) {
+  return context.FileDialogs.Open({.Title = std::string(title),
+                                   .Filter = std::string(filter),
+                                   .DefaultExtension = std::string(extension),
+                                   .StartFolder = StoredFolder(context, core::kOpenFolderKey)});
 }
 
-bool HasCodeFileExtension(std::string_view path) {
-  constexpr std::size_t kLength = 4;
-  if (path.size() < kLength) return false;
-  std::string extension(path.substr(path.size() - kLength));
-  std::ranges::transform(extension, extension.begin(), [](unsigned char character) {
-    return static_cast<char>(std::tolower(character));
-  });
-  return extension == ".hex" || extension == ".rom";
+}  // namespace
+
+bool ChooseCodeFile(core::RunContext& context) {
+  const std::optional<std::string> chosen =
+      AskForName(context, "コードファイル(*.hex)を開く", kCodeFilter, kCodeExtensions);
+  if (!chosen) return false;
+  context.State.CodeFileName = *chosen;
+  return true;
+}
+
+bool ChooseDataFile(core::RunContext& context) {
+  const std::optional<std::string> chosen =
+      AskForName(context, "データファイル(*.eep)を開く", "eep File|*.eep|All Files|*.*|", "eep");
+  if (!chosen) return false;
+  context.State.DataFileName = DataFileNameFor(*chosen);
+  return true;
+}
+
+bool ChooseCodeAndDataFile(core::RunContext& context) {
+  const std::optional<std::string> chosen =
+      AskForName(context, "コードファイル ＆ データファイルを開く", kCodeFilter, kCodeExtensions);
+  if (!chosen) return false;
+  SetCodeAndDataFile(context, *chosen);
+  return true;
 }
 
 void SetCodeAndDataFile(core::RunContext& context, const std::string& code_path) {
@@ -108,40 +124,47 @@ void SetCodeAndDataFile(core::RunContext& context, const std::string& code_path)
   context.State.DataFileName = DataFileNameFor(code_path);
 }
 
-bool ChooseCodeAndDataFile(core::RunContext& context) {
-  const std::optional<std::string> chosen =
-      context.FileDialogs.Open({.Title = "コードファイル ＆ データファイルを開く",
-                                .Filter = "Hex File|*.hex;*.rom|All Files|*.*|",
-                                .DefaultExtension = "hex;rom",
-                                .StartFolder = StoredFolder(context, core::kOpenFolderKey)});
-  if (!chosen) return false;
-  SetCodeAndDataFile(context, *chosen);
-  return true;
+OpenReport LoadCodeFile(core::RunContext& context) {
+  OpenReport report;
+  if (!CodeFileFound(context, report) || !HasKnownExtension(context, report)) return report;
+  if (TakeCodeFile(context, report)) return report;
+  context.State.CodeFileName.clear();
+  // The view shows what the buffer holds, also after a read that ended early.
+  RefreshFlashView(context);
+  context.MessageBoxes.Show(platform::MessageIcon::Information, "", kFileNotOpenedText);
+  return report;
+}
+
+OpenReport LoadDataFile(core::RunContext& context) {
+  OpenReport report;
+  const bool taken = TakeDataFile(context, report);
+  RefreshEepromView(context);
+  if (!taken) ExplainFileError(context, context.State.DataFileName, report.Data);
+  return report;
 }
 
 OpenReport LoadCodeAndDataFile(core::RunContext& context) {
   OpenReport report;
-  report.CodeFileFound = context.Files.Exists(context.State.CodeFileName);
-  if (!report.CodeFileFound) {
+  if (!CodeFileFound(context, report)) {
     ShowMissingCodeFile(context);
     return report;
   }
-  report.KnownExtension = HasCodeFileExtension(context.State.CodeFileName);
-  if (!report.KnownExtension) {
+  if (!HasKnownExtension(context, report)) {
     ShowUnsetReloadName(context);
     return report;
   }
-  LoadCodeFile(context, report);
-  if (EndedByFileError(report.Code)) {
+  if (!TakeCodeFile(context, report)) {
+    RefreshFlashView(context);
+    RefreshEepromView(context);
     ExplainFileError(context, context.State.CodeFileName, report.Code);
     return report;
   }
-  LoadDataFile(context, report);
-  if (EndedByFileError(report.Data)) {
+  const bool data_taken = TakeDataFile(context, report);
+  RefreshEepromView(context);
+  if (!data_taken) {
     ExplainFileError(context, context.State.DataFileName, report.Data);
     return report;
   }
-  RefreshEepromView(context);
   core::ShowStatus(context, "ファイルをオープンしました。");
   return report;
 }

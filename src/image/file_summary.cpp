@@ -47,15 +47,21 @@ std::string Doubts(std::string_view path, const HexReadReport& report, std::int3
 }  // namespace
 
 std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& report) {
-  if (!report.CodeFileFound || !report.KnownExtension) return "";
-  std::string text(NameOf(state.CodeFileName));
-  text += "\n" + Usage(UsedFlashWords(state), state.FlashWords, "word");
+  std::string text;
+  // A code file that could not be opened has had its name forgotten.
+  const bool has_code =
+      report.CodeFileFound && report.KnownExtension && !state.CodeFileName.empty();
+  if (has_code) {
+    text += std::string(NameOf(state.CodeFileName)) + "\n" +
+            Usage(UsedFlashWords(state), state.FlashWords, "word");
+  }
   if (report.DataFileFound) {
-    text += "\n" + std::string(NameOf(state.DataFileName)) + "\n" +
+    if (!text.empty()) text += "\n";
+    text += std::string(NameOf(state.DataFileName)) + "\n" +
             Usage(UsedEepromBytes(state), state.EepromBytes, "byte");
   }
-  text += Doubts(state.CodeFileName, report.Code, 2 * state.FlashWords);
-  text += Doubts(state.DataFileName, report.Data, state.EepromBytes);
+  if (has_code) text += Doubts(state.CodeFileName, report.Code, 2 * state.FlashWords);
+  if (report.DataFileFound) text += Doubts(state.DataFileName, report.Data, state.EepromBytes);
   return text;
 }
 

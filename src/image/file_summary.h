@@ -8,7 +8,8 @@
 namespace fenwright::image {
 
 /// What was opened, in a few lines for the window: the files' names, how much of each memory is
-/// used, and what looks wrong about the files although they were loaded.
+/// used, and what looks wrong about the files although they were loaded. It is about the files of
+/// `report` alone, and "" when there was none.
 std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& report);
 
 }  // namespace fenwright::image

@@ -17,6 +17,7 @@ constexpr std::size_t kAddressPosition = 3;
 constexpr std::size_t kTypePosition = 7;
 constexpr std::size_t kDataPosition = 9;
 constexpr std::int32_t kDataRecord = 0;
+constexpr std::int32_t kEndRecord = 1;
 
 /// One memory as a reader sees it.
 struct Target {
@@ -70,6 +71,7 @@ bool StoreRecord(std::string_view line, const Target& target, std::int16_t& link
       HexWord(At(line, kAddressPosition), At(line, kAddressPosition + 1),
               At(line, kAddressPosition + 2), At(line, kAddressPosition + 3), link_error);
   const std::int32_t type = ByteAt(line, kTypePosition, link_error);
+  if (type == kEndRecord) report.EndRecordSeen = true;
   if (type != kDataRecord) return true;
   ++report.DataRecords;
   for (std::int32_t i = 0; i < count; ++i) {

@@ -23,6 +23,7 @@ struct HexReadReport {
   std::int32_t StoppedAtLine = 0;      ///< the line that ended the read, for BadLine, OutsideBuffer
   std::int32_t FirstDoubtfulLine = 0;  ///< first line with a wrong or missing digit, read as 0
   std::int32_t FirstBadChecksumLine = 0;  ///< first data record whose checksum does not fit
+  bool EndRecordSeen = false;             ///< there was an end record, wherever
   std::int32_t DataRecords = 0;           ///< data records stored
   std::int32_t HighestAddress = -1;       ///< highest byte address stored, -1 = none
   std::string Reason;                     ///< the system's words, for NotOpened

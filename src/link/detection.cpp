@@ -30,6 +30,8 @@ constexpr std::size_t kModelLength = 12;
 constexpr std::array<std::string_view, 2> kModels{"KV-LOD350  V", "KV-LOD350A V"};
 constexpr double kMinimumVersion = 6.3;
 constexpr float kRecommendedVersion = 6.38F;
+constexpr std::string_view kUnreadableVersionText =
+    "ファームウエアバージョンを読み出せませんでした。";
 constexpr double kIdentifyRestSeconds = 0.1;
 
 std::string ReadTextInput(core::RunContext& context) {
@@ -77,9 +79,8 @@ void ReportNoBoard(core::RunContext& context, double& version, std::int16_t& err
 }
 
 void ReportUnreadableVersion(core::RunContext& context, double& version, std::int16_t& error) {
-  constexpr std::string_view kText = "ファームウエアバージョンを読み出せませんでした。";
-  core::ShowStatus(context, kText);
-  context.MessageDialog.SetText(kText);
+  core::ShowStatus(context, kUnreadableVersionText);
+  context.MessageDialog.SetText(kUnreadableVersionText);
   context.MessageDialog.ShowButton();
   ForgetVersion(context, version);
   error = 1;
@@ -137,7 +138,7 @@ std::optional<int> StoredPortNumber(const core::RunContext& context) {
   const auto text = context.Settings.Read(core::kSettingsSection, core::kPortNumberKey);
   if (!text) return std::nullopt;
   const std::optional<double> number = ParseNumber(*text);
-  constexpr double kLargestPort = 255;
+  constexpr double kLargestPort = 20;
   if (!number || *number < 0 || *number > kLargestPort) return 0;
   return static_cast<int>(*number);
 }
@@ -173,6 +174,10 @@ void ExplainMissingBoard(core::RunContext& context) {
   } else if (context.ProgrammerPort.IsGone()) {
     context.MessageDialog.SetDetail(
         name + " : 通信ポートがなくなりました。USBケーブルと電源を確認してください。");
+  } else if (context.State.StatusText == kUnreadableVersionText) {
+    context.MessageDialog.SetDetail(name +
+                                    " から返答はありましたが、対応しているライターではありません。"
+                                    "ポート番号を確認してください。");
   } else if (context.State.LinkError == 1) {
     context.MessageDialog.SetDetail(name +
                                     " は開けましたが、ライターとしての返答がありません。"
@@ -265,6 +270,10 @@ bool CheckProgrammerLink(core::RunContext& context) {
       ready = true;
       core::ShowStatus(context, "ライタの準備　ＯＫ ！！");
       context.Events.ProcessPendingEvents();
+    } else {
+      context.MessageDialog.SetDetail(
+          "デバイスには何も書き込んでいません。デバイスの選択と、ライターのファームウエア"
+          "バージョンを確認してください。");
     }
   }
   SendEscape(context);

@@ -56,10 +56,13 @@ bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds) 
   platform::SerialControl& port = context.ProgrammerPort;
   context.State.WaitStart = context.Clock.SecondsSinceMidnight();
   while (port.InBufferCount() < count) {
+    // Bytes may have arrived just before the line went, or during the turn that the time ended in:
+    // the count has the last word.
+    if (port.IsGone()) {
+      context.Events.ProcessPendingEvents();
+      return port.InBufferCount() >= count;
+    }
     Turn(context);
-    // Bytes may have arrived during the turn that the line or the time ended in: the count has the
-    // last word.
-    if (port.IsGone()) return port.InBufferCount() >= count;
     if (context.Clock.SecondsSinceMidnight() > context.State.WaitStart + timeout_seconds) {
       return port.InBufferCount() >= count;
     }

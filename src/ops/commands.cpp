@@ -12,11 +12,14 @@
 #include "core/trace_log.h"
 #include "image/buffers.h"
 #include "image/device_change.h"
+#include "image/hand_edit.h"
 #include "link/board_commands.h"
 #include "link/detection.h"
 #include "ops/device_session.h"
 #include "ops/outcome.h"
 #include "ops/program_device.h"
+#include "ops/read_device.h"
+#include "ops/verify_device.h"
 
 namespace fenwright::ops {
 namespace {
@@ -25,13 +28,30 @@ using core::CommandEnding;
 using platform::Panel;
 
 CommandEnding RunDeviceCommand(core::RunContext& context, const std::function<void()>& body) {
-  return core::RunCommand(context, body, [&] { link::LeaveProgrammingModeIfEntered(context); });
+  const CommandEnding ending =
+      core::RunCommand(context, body, [&] { link::LeaveProgrammingModeIfEntered(context); });
+  if (ending == CommandEnding::FileError) {
+    context.MessageDialog.Show(DescribeChipState(context.State, Language::Japanese),
+                               platform::MessageMode::Notice);
+  }
+  return ending;
 }
 
-void MarkStart(core::RunContext& context) {
+void MarkStart(core::RunContext& context, core::DeviceOperation operation) {
   core::TraceLog(context).AppendStartMarker();
-  context.State.Chip = {};
+  context.State.Chip = {.Operation = operation};
+  context.State.InProgrammingMode = false;
   context.State.LastFailure.clear();
+  context.State.NoticeShown = false;
+}
+
+void StartTiming(core::RunContext& context) {
+  core::ShowStatus(context, Panel::Elapsed, "");
+  context.State.OperationStartTime = context.Clock.SecondsSinceMidnight();
+}
+
+bool CheckLink(core::RunContext& context) {
+  return context.State.Chip.LinkReady = link::CheckProgrammerLink(context);
 }
 
 void ShowElapsedTime(core::RunContext& context) {
@@ -47,6 +67,8 @@ void ShowElapsedTime(core::RunContext& context) {
 void ExplainFailure(core::RunContext& context) {
   if (Succeeded(context.State)) return;
   platform::MessageDialog& dialog = context.MessageDialog;
+  // A notice that the user has closed already has been read.
+  if (!dialog.IsLoaded() && context.State.NoticeShown) return;
   if (dialog.IsBusy() || !dialog.IsLoaded()) {
     dialog.Show(context.State.LastFailure, platform::MessageMode::Notice);
   }
@@ -55,11 +77,9 @@ void ExplainFailure(core::RunContext& context) {
 
 void Program(core::RunContext& context) {
   core::AppState& state = context.State;
-  MarkStart(context);
-  core::ShowStatus(context, Panel::Elapsed, "");
-  state.OperationStartTime = context.Clock.SecondsSinceMidnight();
-  state.Chip.LinkReady = link::CheckProgrammerLink(context);
-  if (!state.Chip.LinkReady) return;
+  MarkStart(context, core::DeviceOperation::Program);
+  StartTiming(context);
+  if (!CheckLink(context)) return;
   CheckSocketDevice(context);
   if (!state.SignatureFailed) {
     EraseChip(context);
@@ -70,12 +90,58 @@ void Program(core::RunContext& context) {
   ExplainFailure(context);
 }
 
-OpenResult Open(core::RunContext& context, const std::function<bool()>& choose_files) {
+void Read(core::RunContext& context) {
+  MarkStart(context, core::DeviceOperation::Read);
+  StartTiming(context);
+  if (!CheckLink(context)) return;
+  ReadDevice(context);
+  if (context.State.LinkError == 0) {
+    core::ShowStatus(context,
+                     "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
+  }
+  ShowElapsedTime(context);
+  ExplainFailure(context);
+}
+
+void Verify(core::RunContext& context) {
+  MarkStart(context, core::DeviceOperation::Verify);
+  if (!CheckLink(context)) return;
+  context.State.VerifyStandalone = true;
+  VerifyDevice(context);
+  core::ShowStatus(context, "ベリファイ終了しました。");
+  ExplainFailure(context);
+}
+
+void Erase(core::RunContext& context) {
+  core::AppState& state = context.State;
+  MarkStart(context, core::DeviceOperation::Erase);
+  if (!CheckLink(context)) return;
+  // The signature has a flag of its own: a protected chip reads no signature and is erased all
+  // the same.
+  std::int16_t signature_error = 0;
+  ReadSignature(context, state.DetectedFlashWords, signature_error);
+  EraseChip(context);
+  if (state.LinkError == 0) {
+    image::ShowDeviceInfo(context);
+    core::ShowStatus(context, "チップ イレース完了。");
+  }
+  ExplainFailure(context);
+}
+
+/// Chooses files and loads them, as one command.
+OpenResult Open(core::RunContext& context, const std::function<bool()>& choose_files,
+                image::OpenReport (*load)(core::RunContext&) = image::LoadCodeAndDataFile) {
   OpenResult result;
   result.Ending = core::RunCommand(context, [&] {
     result.Chosen = choose_files();
-    if (result.Chosen) result.Report = image::LoadCodeAndDataFile(context);
+    if (result.Chosen) result.Report = load(context);
   });
+  return result;
+}
+
+SaveResult Save(core::RunContext& context, image::SaveReport (*save)(core::RunContext&)) {
+  SaveResult result;
+  result.Ending = core::RunCommand(context, [&] { result.Report = save(context); });
   return result;
 }
 
@@ -144,8 +210,59 @@ OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_pa
   });
 }
 
+OpenResult OpenCodeCommand(core::RunContext& context) {
+  return Open(
+      context, [&] { return image::ChooseCodeFile(context); }, image::LoadCodeFile);
+}
+
+OpenResult OpenDataCommand(core::RunContext& context) {
+  return Open(
+      context, [&] { return image::ChooseDataFile(context); }, image::LoadDataFile);
+}
+
+OpenResult ReloadCommand(core::RunContext& context) {
+  bool& in_progress = context.State.ReloadInProgress;
+  const OpenResult result = Open(context, [&] { return in_progress = true; });
+  if (result.Ending != CommandEnding::Refused) in_progress = false;
+  return result;
+}
+
+SaveResult SaveCommand(core::RunContext& context) { return Save(context, image::SaveFiles); }
+
+SaveResult SaveCodeAsCommand(core::RunContext& context) {
+  return Save(context, image::SaveCodeFileAs);
+}
+
+SaveResult SaveDataAsCommand(core::RunContext& context) {
+  return Save(context, image::SaveDataFileAs);
+}
+
+SaveResult SaveBothAsCommand(core::RunContext& context) {
+  return Save(context, image::SaveBothFilesAs);
+}
+
+CommandEnding ReadOneLocationCommand(core::RunContext& context) {
+  return core::RunCommand(context, [&] { image::ReadOneLocation(context); });
+}
+
+CommandEnding WriteOneLocationCommand(core::RunContext& context) {
+  return core::RunCommand(context, [&] { image::WriteOneLocation(context); });
+}
+
 CommandEnding ProgramCommand(core::RunContext& context) {
   return RunDeviceCommand(context, [&] { Program(context); });
+}
+
+CommandEnding ReadCommand(core::RunContext& context) {
+  return RunDeviceCommand(context, [&] { Read(context); });
+}
+
+CommandEnding VerifyCommand(core::RunContext& context) {
+  return RunDeviceCommand(context, [&] { Verify(context); });
+}
+
+CommandEnding EraseCommand(core::RunContext& context) {
+  return RunDeviceCommand(context, [&] { Erase(context); });
 }
 
 }  // namespace fenwright::ops

@@ -5,6 +5,7 @@
 #include "core/command.h"
 #include "core/run_context.h"
 #include "image/file_commands.h"
+#include "image/save_commands.h"
 
 namespace fenwright::ops {
 
@@ -22,6 +23,12 @@ struct OpenResult {
   core::CommandEnding Ending = core::CommandEnding::Finished;
   bool Chosen = true;  ///< false when the user cancelled the dialog
   image::OpenReport Report;
+};
+
+/// What became of a save command.
+struct SaveResult {
+  core::CommandEnding Ending = core::CommandEnding::Finished;
+  image::SaveReport Report;
 };
 
 /// Prepares a run: deletes the old trace, blanks the buffers, fills the device selector and
@@ -44,7 +51,37 @@ OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_pa
 OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_path,
                            const std::string& data_path);
 
+/// Asks for a code file and opens it alone.
+OpenResult OpenCodeCommand(core::RunContext& context);
+
+/// Asks for a data file and opens it alone.
+OpenResult OpenDataCommand(core::RunContext& context);
+
+/// Opens the files that were opened last once more.
+OpenResult ReloadCommand(core::RunContext& context);
+
+/// Writes both buffers over the files that were opened last, without asking.
+SaveResult SaveCommand(core::RunContext& context);
+
+/// Ask for a name, and about overwriting, and write one buffer or both.
+SaveResult SaveCodeAsCommand(core::RunContext& context);
+SaveResult SaveDataAsCommand(core::RunContext& context);
+SaveResult SaveBothAsCommand(core::RunContext& context);
+
+/// Shows, or changes, the cell that the hand-edit frame names.
+core::CommandEnding ReadOneLocationCommand(core::RunContext& context);
+core::CommandEnding WriteOneLocationCommand(core::RunContext& context);
+
 /// Erases, programs and verifies the chip in the socket.
 core::CommandEnding ProgramCommand(core::RunContext& context);
+
+/// Reads both memories of the chip into the buffers.
+core::CommandEnding ReadCommand(core::RunContext& context);
+
+/// Compares both memories of the chip with the buffers.
+core::CommandEnding VerifyCommand(core::RunContext& context);
+
+/// Erases the chip.
+core::CommandEnding EraseCommand(core::RunContext& context);
 
 }  // namespace fenwright::ops

@@ -78,6 +78,15 @@ Sentence Verified() {
   return {"プログラムとベリファイが正常に終了しました。", "programmed and verified"};
 }
 
+/// The verify compares just what the files fill.
+Sentence VerifiedWithoutErase() {
+  return {
+      "書き込んだ部分は一致していますが、イレースを確認できなかったため、残りの部分に"
+      "古いデータがあるかもしれません。イレースしてから、もう一度プログラムしてください。",
+      "verified, but the erase was not confirmed, so old data may be left beside it: "
+      "erase and program again"};
+}
+
 Sentence NothingToProgram(bool erased) {
   if (!erased) return EraseUnconfirmed();
   return {"デバイスはイレースされました。書き込むデータはありません。",
@@ -103,9 +112,12 @@ bool WroteAllEeprom(const AppState& state) {
   return !state.Chip.EepromFailed && state.Chip.EepromBytesDone == state.EepromProgramCount;
 }
 
-Sentence Describe(const AppState& state) {
+Sentence DescribeProgramming(const AppState& state) {
   const ChipReport& chip = state.Chip;
-  if (chip.VerifyFinished) return state.FlashNG || state.EepromNG ? Differs() : Verified();
+  if (chip.VerifyFinished) {
+    if (state.FlashNG || state.EepromNG) return Differs();
+    return chip.Erased ? Verified() : VerifiedWithoutErase();
+  }
   if (chip.NothingToProgram) return NothingToProgram(chip.Erased);
   if (!chip.FlashStarted) return chip.EraseStarted ? NothingWritten(chip) : Untouched();
   if (!WroteAllFlash(state)) return OfFlashPhase(state);
@@ -113,12 +125,74 @@ Sentence Describe(const AppState& state) {
   return WrittenUnverified();
 }
 
+Sentence DescribeReading(const AppState& state) {
+  const ChipReport& chip = state.Chip;
+  if (chip.ReadFinished) {
+    return {"フラッシュとEEPROMを読み出しました。", "flash and EEPROM read"};
+  }
+  if (chip.FlashWordsRead == 0) {
+    return {"何も読み出していません。バッファの内容は元のままです。",
+            "nothing was read, the buffers are unchanged"};
+  }
+  if (chip.FlashWordsRead < state.FlashWords) {
+    return {"フラッシュはワード " + LastAddress(chip.FlashWordsRead) +
+                " まで読み出し済み、残りのバッファは元のままです。もう一度リードしてください。",
+            "flash read up to word " + LastAddress(chip.FlashWordsRead) +
+                ", the rest of the buffers is unchanged: read again"};
+  }
+  return {"読み出しが完了していません。もう一度リードしてください。",
+          "not read completely: read again"};
+}
+
+Sentence DescribeVerifying(const AppState& state) {
+  if (!state.Chip.VerifyFinished) {
+    return {"ベリファイは完了していません。もう一度ベリファイしてください。",
+            "not verified: verify again"};
+  }
+  if (state.FlashNG || state.EepromNG) return Differs();
+  return {"デバイスの内容は一致しています。", "the chip holds what the file holds"};
+}
+
+Sentence DescribeErasing(const AppState& state) {
+  if (!state.Chip.EraseStarted) return Untouched();
+  if (state.Chip.Erased) return {"デバイスはイレースされました。", "chip erased"};
+  return {"イレースを確認できませんでした。もう一度イレースしてください。",
+          "erase not confirmed: erase again"};
+}
+
+Sentence Describe(const AppState& state) {
+  switch (state.Chip.Operation) {
+    case core::DeviceOperation::Read:
+      return DescribeReading(state);
+    case core::DeviceOperation::Verify:
+      return DescribeVerifying(state);
+    case core::DeviceOperation::Erase:
+      return DescribeErasing(state);
+    case core::DeviceOperation::Program:
+      break;
+  }
+  return DescribeProgramming(state);
+}
+
+bool VerifiedWithoutDifference(const AppState& state) {
+  return state.Chip.VerifyFinished && !state.FlashNG && !state.EepromNG;
+}
+
 }  // namespace
 
 bool Succeeded(const AppState& state) {
   const ChipReport& chip = state.Chip;
-  if (chip.NothingToProgram) return chip.Erased;
-  return chip.VerifyFinished && !state.FlashNG && !state.EepromNG;
+  switch (chip.Operation) {
+    case core::DeviceOperation::Read:
+      return chip.ReadFinished && state.LinkError == 0;
+    case core::DeviceOperation::Erase:
+      return chip.Erased && state.LinkError == 0;
+    case core::DeviceOperation::Verify:
+      return VerifiedWithoutDifference(state);
+    case core::DeviceOperation::Program:
+      break;
+  }
+  return chip.Erased && (chip.NothingToProgram || VerifiedWithoutDifference(state));
 }
 
 std::string DescribeChipState(const AppState& state, Language language) {

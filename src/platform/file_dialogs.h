@@ -19,6 +19,8 @@ class FileDialogs {
  public:
   virtual ~FileDialogs() = default;
   virtual std::optional<std::string> Open(const FileDialogRequest& request) = 0;
+  /// A name without an extension gets the default one; a leading "*." of it is dropped.
+  virtual std::optional<std::string> Save(const FileDialogRequest& request) = 0;
 };
 
 }  // namespace fenwright::platform

@@ -79,6 +79,52 @@ void DrawOpen(QPainter& painter) {
   painter.drawPath(front);
 }
 
+void DrawSave(QPainter& painter) {
+  QPainterPath body;
+  body.moveTo(4, 6);
+  body.quadTo(4, 4, 6, 4);
+  body.lineTo(23, 4);
+  body.lineTo(28, 9);
+  body.lineTo(28, 26);
+  body.quadTo(28, 28, 26, 28);
+  body.lineTo(6, 28);
+  body.quadTo(4, 28, 4, 26);
+  body.closeSubpath();
+  painter.setPen(QPen(QColor(0x2A, 0x46, 0x7E), 1.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(Shade(QColor(0x6F, 0x97, 0xDD), QColor(0x35, 0x5F, 0xAE)));
+  painter.drawPath(body);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor(0xDC, 0xE2, 0xEA));
+  painter.drawRect(QRectF(10, 4.6, 11, 7.4));
+  painter.setBrush(QColor(0x35, 0x5F, 0xAE));
+  painter.drawRect(QRectF(16.6, 5.8, 2.8, 5));
+  painter.setBrush(Qt::white);
+  painter.drawRoundedRect(QRectF(8, 16, 16, 11.4), 1, 1);
+  painter.setBrush(QColor(0xA9, 0xB6, 0xC8));
+  painter.drawRoundedRect(QRectF(10.5, 18.8, 11, 1.6), 0.8, 0.8);
+  painter.drawRoundedRect(QRectF(10.5, 22.4, 8, 1.6), 0.8, 0.8);
+}
+
+void DrawReload(QPainter& painter) {
+  // Two thirds of a circle with an arrow head at its end.
+  const QRectF circle(5.5, 5.5, 21, 21);
+  QPainterPath arc;
+  arc.arcMoveTo(circle, 20);
+  arc.arcTo(circle, 20, 290);
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(Shade(QColor(0x2E, 0xA8, 0xC9), QColor(0x14, 0x75, 0x93)), 4.4, Qt::SolidLine,
+                      Qt::FlatCap, Qt::RoundJoin));
+  painter.drawPath(arc);
+  QPainterPath head;
+  head.moveTo(28.4, 10.2);
+  head.lineTo(28.4, 20.6);
+  head.lineTo(18.2, 16.4);
+  head.closeSubpath();
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor(0x1F, 0x8D, 0xAE));
+  painter.drawPath(head.translated(0, -5.6));
+}
+
 void DrawChipBody(QPainter& painter, const QRectF& body) {
   painter.setPen(Qt::NoPen);
   painter.setBrush(QColor(0x9A, 0xA4, 0xB0));
@@ -119,6 +165,55 @@ void DrawProgram(QPainter& painter) {
   painter.drawPath(arrow);
 }
 
+void DrawRead(QPainter& painter) {
+  DrawChipBody(painter, QRectF(3, 15, 26, 12));
+  QPainterPath arrow;
+  arrow.moveTo(13, 21);
+  arrow.lineTo(19, 21);
+  arrow.lineTo(19, 10.5);
+  arrow.lineTo(24, 10.5);
+  arrow.lineTo(16, 1.5);
+  arrow.lineTo(8, 10.5);
+  arrow.lineTo(13, 10.5);
+  arrow.closeSubpath();
+  painter.setPen(QPen(Qt::white, 1.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(Shade(QColor(0x5A, 0xA6, 0xF2), QColor(0x1C, 0x62, 0xB8)));
+  painter.drawPath(arrow);
+}
+
+void DrawVerify(QPainter& painter) {
+  DrawChipBody(painter, QRectF(3, 15, 26, 12));
+  QPainterPath tick;
+  tick.moveTo(8, 11.5);
+  tick.lineTo(14, 17.5);
+  tick.lineTo(25.5, 5);
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(Qt::white, 7, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.drawPath(tick);
+  painter.setPen(QPen(Shade(QColor(0xF5, 0xA6, 0x23), QColor(0xD9, 0x7B, 0x06)), 4.6, Qt::SolidLine,
+                      Qt::RoundCap, Qt::RoundJoin));
+  painter.drawPath(tick);
+}
+
+void DrawErase(QPainter& painter) {
+  DrawChipBody(painter, QRectF(3, 15, 26, 12));
+  painter.save();
+  painter.translate(17, 10.5);
+  painter.rotate(-35);
+  const QRectF eraser(-11, -5.5, 22, 11);
+  QPainterPath whole;
+  whole.addRoundedRect(eraser, 2.2, 2.2);
+  QPainterPath tip;
+  tip.addRect(QRectF(-11, -5.5, 8.5, 11));
+  painter.setPen(QPen(Qt::white, 1.2));
+  painter.setBrush(QColor(0xD6, 0x4A, 0x55));
+  painter.drawPath(whole);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor(0xF6, 0xD8, 0xD4));
+  painter.drawPath(whole.intersected(tip));
+  painter.restore();
+}
+
 void DrawDisc(QPainter& painter) {
   painter.setPen(QPen(QColor(0x1B, 0x5E, 0xA8), 1));
   painter.setBrush(Shade(QColor(0x4E, 0x9F, 0xEE), QColor(0x1F, 0x6F, 0xC4)));
@@ -150,7 +245,12 @@ void DrawQuestion(QPainter& painter) {
 }  // namespace
 
 QIcon OpenIcon() { return QIcon(new DrawnIcon(DrawOpen)); }
+QIcon SaveIcon() { return QIcon(new DrawnIcon(DrawSave)); }
+QIcon ReloadIcon() { return QIcon(new DrawnIcon(DrawReload)); }
 QIcon ProgramIcon() { return QIcon(new DrawnIcon(DrawProgram)); }
+QIcon ReadIcon() { return QIcon(new DrawnIcon(DrawRead)); }
+QIcon VerifyIcon() { return QIcon(new DrawnIcon(DrawVerify)); }
+QIcon EraseIcon() { return QIcon(new DrawnIcon(DrawErase)); }
 QIcon InformationIcon() { return QIcon(new DrawnIcon(DrawInformation)); }
 QIcon QuestionIcon() { return QIcon(new DrawnIcon(DrawQuestion)); }
 QIcon ChipIcon() { return QIcon(new DrawnIcon(DrawChip)); }

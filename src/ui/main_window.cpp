@@ -1,17 +1,20 @@
 #include "ui/main_window.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QDropEvent>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
 #include <QSessionManager>
@@ -21,8 +24,10 @@
 #include <QWheelEvent>
 
 #include "core/build_info.h"
+#include "ui/dropped_files.h"
 #include "ui/elided_label.h"
 #include "ui/fonts.h"
+#include "ui/hand_edit_box.h"
 #include "ui/icons.h"
 #include "ui/mdi_arrange.h"
 #include "ui/text.h"
@@ -36,7 +41,7 @@ namespace {
 constexpr int kMargin = 6;
 constexpr int kSettingsWidth = 348;
 constexpr QSize kCommandIconSize(24, 24);
-constexpr QSize kCommandButtonSize(118, 36);
+constexpr int kCommandButtonHeight = 36;
 
 constexpr const char* kCloseQuestion =
     "処理を実行しています。\n\n"
@@ -55,24 +60,19 @@ void Name(QWidget* widget, const QString& object_name, const QString& accessible
   widget->setAccessibleName(accessible_name);
 }
 
-QAction* AddItem(QMenu* menu, const QString& object_name, const QString& caption) {
-  QAction* action = menu->addAction(caption);
+QAction* AddItem(QWidget* menu, const QString& object_name, const QString& caption) {
+  auto* action = new QAction(caption, menu);
+  menu->addAction(action);
   action->setObjectName(object_name);
   action->setAutoRepeat(false);
   return action;
 }
 
-QPushButton* CommandButton(const QString& object_name, const QString& caption, const QIcon& icon,
-                           const QString& tool_tip) {
-  auto* button = new QPushButton(icon, caption);
-  Name(button, object_name, caption);
-  button->setIconSize(kCommandIconSize);
-  button->setMinimumSize(kCommandButtonSize);
-  button->setToolTip(tool_tip);
-  QFont font = button->font();
-  font.setBold(true);
-  button->setFont(font);
-  return button;
+QWidget* GroupLine() {
+  auto* line = new QFrame;
+  line->setFrameShape(QFrame::VLine);
+  line->setFrameShadow(QFrame::Sunken);
+  return line;
 }
 
 QLabel* SizeLabel(const QString& object_name, const QString& accessible_name) {
@@ -89,11 +89,22 @@ QLabel* SizeLabel(const QString& object_name, const QString& accessible_name) {
 
 }  // namespace
 
+/// One command button. An empty shortcut stands for none.
+struct MainWindow::ButtonDesign {
+  const char* Name;
+  const char* Caption;
+  QIcon Icon;
+  const char* ToolTip;
+  QKeySequence Shortcut;
+  MainWindow::Command Command;
+};
+
 MainWindow::MainWindow(core::AppState& state, QWidget* parent)
     : QMainWindow(parent), state_(state) {
   Name(this, "frmMain", "New Fenwright");
   setWindowTitle("New Fenwright Version " + ToQString(core::kVersion));
   setWindowIcon(ChipIcon());
+  setAcceptDrops(true);
   BuildContent();
   BuildMenus();
   BuildViews();
@@ -107,8 +118,10 @@ MainWindow::MainWindow(core::AppState& state, QWidget* parent)
 void MainWindow::SetCommands(MainWindowCommands commands) { commands_ = std::move(commands); }
 
 void MainWindow::Run(const std::function<void()>& command) {
-  if (!command || state_.CommandRunning || close_pending_) return;
-  const QPointer<QWidget> focus = focusWidget();
+  if (!command || !MayStart()) return;
+  const QPointer<QWidget> focus = FocusedCommandControl();
+  // A focused control that is disabled hands the focus on, and a view that gets it comes forward.
+  if (focus) focus->clearFocus();
   EnableControls(false);
   command();
   if (close_pending_) {
@@ -118,6 +131,11 @@ void MainWindow::Run(const std::function<void()>& command) {
   EnableControls(true);
   if (focus) focus->setFocus();
   if (commands_.AfterCommand) commands_.AfterCommand();
+}
+
+QWidget* MainWindow::FocusedCommandControl() const {
+  const auto found = std::ranges::find(command_controls_, focusWidget());
+  return found == command_controls_.end() ? nullptr : *found;
 }
 
 bool MainWindow::MayEndSession() {
@@ -159,6 +177,33 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   AskAndRequestStop();
 }
 
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) { AcceptHexFile(event); }
+
+void MainWindow::dragMoveEvent(QDragMoveEvent* event) { AcceptHexFile(event); }
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  AcceptHexFile(event);
+  if (!event->isAccepted() || !commands_.OpenDropped) return;
+  const QString path = FirstHexFile(*event->mimeData());
+  // The program that the file comes from waits for the end of the drop, not of the command.
+  QMetaObject::invokeMethod(
+      this, [this, path] { Run([this, path] { commands_.OpenDropped(path); }); },
+      Qt::QueuedConnection);
+}
+
+/// Takes a copy, whatever the other program proposes: a moved file would be gone.
+void MainWindow::AcceptHexFile(QDropEvent* event) const {
+  const bool copy = event->possibleActions().testFlag(Qt::CopyAction);
+  if (!copy || !MayStart() || FirstHexFile(*event->mimeData()).isEmpty()) {
+    event->ignore();
+    return;
+  }
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+}
+
+bool MainWindow::MayStart() const { return !state_.CommandRunning && !close_pending_; }
+
 /// The question runs the event loop, and the close request comes from inside a wait of the
 /// command: the command stays where it is until the user has answered.
 void MainWindow::AskAndRequestStop() {
@@ -182,24 +227,42 @@ void MainWindow::OnCommitData(QSessionManager& manager) {
 }
 
 void MainWindow::EnableControls(bool enable) {
-  open_action_->setEnabled(enable);
-  open_button_->setEnabled(enable);
-  program_button_->setEnabled(enable);
-  device_selector_->setEnabled(enable);
+  for (QAction* item : command_items_) item->setEnabled(enable);
+  for (QWidget* control : command_controls_) control->setEnabled(enable);
 }
 
 void MainWindow::BuildMenus() {
   Name(menuBar(), "mnuBar", "メニュー");
+  BuildFileMenu();
+  BuildWindowMenu();
+  AddCommandItem(menuBar(), "mnuReLoad", "【HEXファイルの再ロード】", &MainWindowCommands::Reload);
+}
 
+void MainWindow::BuildFileMenu() {
+  using Commands = MainWindowCommands;
   QMenu* file = menuBar()->addMenu("ファイル(&F)");
   Name(file, "mnuFile", "ファイル");
-  open_action_ = AddItem(file, "mnuFileOpen", "コード/データファイルを開く(&O)");
-  open_action_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
-  open_action_->setIcon(style()->standardIcon(QStyle::SP_DialogOpenButton));
-  connect(open_action_, &QAction::triggered, this, [this] { Run(commands_.Open); });
+  QAction* open =
+      AddCommandItem(file, "mnuFileOpen", "コード/データファイルを開く(&O)", &Commands::Open);
+  open->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
+  open->setIcon(OpenIcon());
+  file->addSeparator()->setObjectName("mnuFileBarx");
+  AddCommandItem(file, "mnuFileOpenCode", "コードファイルを開く", &Commands::OpenCode);
+  AddCommandItem(file, "mnuFileOpenData", "データファイルを開く", &Commands::OpenData);
+  file->addSeparator()->setObjectName("mnuFileBarxxx");
+  QAction* save = AddCommandItem(file, "mnuFileSave", "上書き保存(&S)", &Commands::Save);
+  save->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_S));
+  save->setIcon(SaveIcon());
   file->addSeparator()->setObjectName("mnuFileBar2");
+  AddCommandItem(file, "mnuFileSaveAs", "コード/データファイルを別名で保存(&A)", &Commands::SaveAs)
+      ->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
+  AddCommandItem(file, "mnuFileSaveAsCode", "コードファイルを別名で保存", &Commands::SaveCodeAs);
+  AddCommandItem(file, "mnuFileSaveAsData", "データファイルを別名で保存", &Commands::SaveDataAs);
+  file->addSeparator()->setObjectName("mnuFileBarz");
   connect(AddItem(file, "mnuFileExit", "終了(&X)"), &QAction::triggered, this, &QWidget::close);
+}
 
+void MainWindow::BuildWindowMenu() {
   QMenu* window = menuBar()->addMenu("ウインドウ(&W)");
   Name(window, "mnuWindow", "ウインドウ");
   connect(AddItem(window, "mmuOpenProgramWindow", "プログラムメモリウインドウを開く"),
@@ -244,19 +307,81 @@ QWidget* MainWindow::BuildCommandBar() {
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(kMargin);
 
-  open_button_ = CommandButton("Cmd_btn_open", "オープン", OpenIcon(),
-                               "コードファイルとデータファイルを開きます (Ctrl+O)");
-  connect(open_button_, &QPushButton::clicked, this, [this] { Run(commands_.Open); });
-  row->addWidget(open_button_);
-
-  program_button_ = CommandButton("Cmd_btn_program", "プログラム", ProgramIcon(),
-                                  "チップを消去し、書き込み、ベリファイします (F5)");
-  program_button_->setShortcut(QKeySequence(Qt::Key_F5));
-  connect(program_button_, &QPushButton::clicked, this, [this] { Run(commands_.Program); });
-  row->addWidget(program_button_);
-
+  using Commands = MainWindowCommands;
+  const std::vector<std::vector<ButtonDesign>> groups{
+      {{.Name = "Cmd_btn_open",
+        .Caption = "オープン",
+        .Icon = OpenIcon(),
+        .ToolTip = "コードファイルとデータファイルを開きます (Ctrl+O)",
+        .Shortcut = {},  // the menu item has it
+        .Command = &Commands::Open},
+       {.Name = "Cmd_btn_save",
+        .Caption = "セーブ",
+        .Icon = SaveIcon(),
+        .ToolTip = "開いているファイルに上書き保存します (Ctrl+S)",
+        .Shortcut = {},  // the menu item has it
+        .Command = &Commands::Save},
+       {.Name = "Cmd_btn_reload",
+        .Caption = "リロード",
+        .Icon = ReloadIcon(),
+        .ToolTip = "最後に開いたファイルをもう一度読み込みます (Ctrl+R)",
+        .Shortcut = QKeySequence(Qt::CTRL | Qt::Key_R),
+        .Command = &Commands::Reload}},
+      {{.Name = "Cmd_btn_program",
+        .Caption = "プログラム",
+        .Icon = ProgramIcon(),
+        .ToolTip = "チップを消去し、書き込み、ベリファイします (F5)",
+        .Shortcut = QKeySequence(Qt::Key_F5),
+        .Command = &Commands::Program},
+       {.Name = "Cmd_btn_read",
+        .Caption = "リード",
+        .Icon = ReadIcon(),
+        .ToolTip = "チップの内容をバッファーに読み出します (F6)",
+        .Shortcut = QKeySequence(Qt::Key_F6),
+        .Command = &Commands::Read},
+       {.Name = "Cmd_btn_verify",
+        .Caption = "ベリファイ",
+        .Icon = VerifyIcon(),
+        .ToolTip = "チップの内容をバッファーと比較します (F7)",
+        .Shortcut = QKeySequence(Qt::Key_F7),
+        .Command = &Commands::Verify}},
+      // No shortcut, and apart from the others: it destroys what is in the chip.
+      {{.Name = "Cmd_btn_erase",
+        .Caption = "イレース",
+        .Icon = EraseIcon(),
+        .ToolTip = "チップの内容をすべて消去します",
+        .Shortcut = {},
+        .Command = &Commands::Erase}}};
+  for (const std::vector<ButtonDesign>& group : groups) {
+    if (row->count() > 0) row->addWidget(GroupLine());
+    for (const ButtonDesign& design : group) AddCommandButton(row, design);
+  }
   row->addStretch(1);
   return bar;
+}
+
+void MainWindow::AddCommandButton(QHBoxLayout* row, const ButtonDesign& design) {
+  auto* button = new QPushButton(design.Icon, design.Caption);
+  Name(button, design.Name, design.Caption);
+  button->setIconSize(kCommandIconSize);
+  button->setMinimumHeight(kCommandButtonHeight);
+  button->setToolTip(design.ToolTip);
+  button->setShortcut(design.Shortcut);
+  QFont font = button->font();
+  font.setBold(true);
+  button->setFont(font);
+  connect(button, &QPushButton::clicked, this,
+          [this, command = design.Command] { Run(commands_.*command); });
+  command_controls_.push_back(button);
+  row->addWidget(button);
+}
+
+QAction* MainWindow::AddCommandItem(QWidget* menu, const QString& object_name,
+                                    const QString& caption, Command command) {
+  QAction* item = AddItem(menu, object_name, caption);
+  connect(item, &QAction::triggered, this, [this, command] { Run(commands_.*command); });
+  command_items_.push_back(item);
+  return item;
 }
 
 QWidget* MainWindow::BuildSettingsPanel() {
@@ -267,6 +392,7 @@ QWidget* MainWindow::BuildSettingsPanel() {
   rows->setSpacing(kMargin);
   rows->addWidget(BuildDeviceBox());
   rows->addWidget(BuildFileBox());
+  rows->addWidget(BuildHandEditBox());
   rows->addStretch(1);
   return panel;
 }
@@ -282,6 +408,7 @@ QWidget* MainWindow::BuildDeviceBox() {
   device_selector_->setMaxVisibleItems(20);
   device_selector_->setMinimumHeight(28);
   connect(device_selector_, &QComboBox::activated, this, [this] { Run(commands_.PickDevice); });
+  command_controls_.push_back(device_selector_);
   rows->addWidget(device_selector_);
 
   device_frame_ = new QFrame;
@@ -307,6 +434,16 @@ QWidget* MainWindow::BuildFileBox() {
   file_info_->SetText("ファイルは開かれていません。");
   rows->addWidget(file_info_);
   return box;
+}
+
+QWidget* MainWindow::BuildHandEditBox() {
+  hand_edit_ = new HandEditBox;
+  connect(hand_edit_, &HandEditBox::ReadRequested, this,
+          [this] { Run(commands_.ReadOneLocation); });
+  connect(hand_edit_, &HandEditBox::WriteRequested, this,
+          [this] { Run(commands_.WriteOneLocation); });
+  for (QWidget* control : hand_edit_->Controls()) command_controls_.push_back(control);
+  return hand_edit_;
 }
 
 void MainWindow::BuildViews() {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <vector>
 
 #include <QMainWindow>
 
@@ -12,22 +13,39 @@
 
 class QAction;
 class QComboBox;
+class QDragMoveEvent;
 class QFrame;
+class QHBoxLayout;
 class QLabel;
 class QMdiArea;
-class QPushButton;
+class QMenu;
 class QSessionManager;
 
 namespace fenwright::ui {
 
 class ElidedLabel;
+class HandEditBox;
 class ViewWindow;
 class WrappedLabel;
 
 /// What the window's controls start. Each function runs one command to its end.
 struct MainWindowCommands {
   std::function<void()> Open;
+  std::function<void()> OpenCode;
+  std::function<void()> OpenData;
+  /// Opens the code file that was dropped on the window.
+  std::function<void(const QString& path)> OpenDropped;
+  std::function<void()> Reload;
+  std::function<void()> Save;
+  std::function<void()> SaveAs;
+  std::function<void()> SaveCodeAs;
+  std::function<void()> SaveDataAs;
+  std::function<void()> ReadOneLocation;
+  std::function<void()> WriteOneLocation;
   std::function<void()> Program;
+  std::function<void()> Read;
+  std::function<void()> Verify;
+  std::function<void()> Erase;
   std::function<void()> PickDevice;
   /// Runs after each command, with the controls enabled again; may be empty.
   std::function<void()> AfterCommand;
@@ -37,8 +55,9 @@ struct MainWindowCommands {
 /// logic of its own: a handler runs a command, and everything that can be shown is shown through
 /// the adapters of the platform interfaces, which are given the controls below.
 ///
-/// While a command runs, every control that would start another is disabled, and closing the
-/// window, in whatever way, is asked about and carried out once the command has returned.
+/// While a command runs, every control that would start another is disabled, a dropped file is
+/// refused, and closing the window, in whatever way, is asked about and carried out once the
+/// command has returned.
 class MainWindow : public QMainWindow {
   Q_OBJECT
 
@@ -69,6 +88,7 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] QFrame* DeviceFrame() const { return device_frame_; }
   [[nodiscard]] QLabel* FlashSizeLabel() const { return flash_size_; }
   [[nodiscard]] QLabel* EepromSizeLabel() const { return eeprom_size_; }
+  [[nodiscard]] HandEditBox& HandEdit() const { return *hand_edit_; }
   [[nodiscard]] ElidedLabel* StatusPanel(platform::Panel panel) const;
   [[nodiscard]] ViewWindow* ViewOf(platform::View view) const;
   [[nodiscard]] QMdiArea* ChildArea() const { return children_; }
@@ -79,9 +99,17 @@ class MainWindow : public QMainWindow {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
 
  private:
+  using Command = std::function<void()> MainWindowCommands::*;
+  struct ButtonDesign;
+
   void BuildMenus();
+  void BuildFileMenu();
+  void BuildWindowMenu();
   void BuildContent();
   void BuildViews();
   void BuildStatusBar();
@@ -89,6 +117,14 @@ class MainWindow : public QMainWindow {
   QWidget* BuildSettingsPanel();
   QWidget* BuildDeviceBox();
   QWidget* BuildFileBox();
+  QWidget* BuildHandEditBox();
+  QAction* AddCommandItem(QWidget* menu, const QString& object_name, const QString& caption,
+                          Command command);
+  void AddCommandButton(QHBoxLayout* row, const ButtonDesign& design);
+  [[nodiscard]] bool MayStart() const;
+  void AcceptHexFile(QDropEvent* event) const;
+  /// The control that has the window's focus and is disabled while a command runs, if any.
+  [[nodiscard]] QWidget* FocusedCommandControl() const;
   void EnableControls(bool enable);
   void AskAndRequestStop();
   void OnCommitData(QSessionManager& manager);
@@ -103,14 +139,16 @@ class MainWindow : public QMainWindow {
   bool asking_ = false;         ///< the question about closing is on the screen
   bool close_pending_ = false;  ///< close as soon as the command has returned
 
-  QAction* open_action_ = nullptr;
-  QPushButton* open_button_ = nullptr;
-  QPushButton* program_button_ = nullptr;
+  // Everything that starts a command, or would change what a running one works with.
+  std::vector<QAction*> command_items_;
+  std::vector<QWidget*> command_controls_;
+
   QComboBox* device_selector_ = nullptr;
   QFrame* device_frame_ = nullptr;
   QLabel* flash_size_ = nullptr;
   QLabel* eeprom_size_ = nullptr;
   WrappedLabel* file_info_ = nullptr;
+  HandEditBox* hand_edit_ = nullptr;
   QMdiArea* children_ = nullptr;
   ViewWindow* flash_view_ = nullptr;
   ViewWindow* eeprom_view_ = nullptr;

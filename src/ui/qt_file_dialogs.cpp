@@ -23,6 +23,22 @@ QString Patterns(const QString& list) {
   return patterns.join(' ');
 }
 
+void Prepare(QFileDialog& dialog, const QString& object_name, QFileDialog::AcceptMode mode,
+             const platform::FileDialogRequest& request) {
+  dialog.setObjectName(object_name);
+  dialog.setAcceptMode(mode);
+  dialog.setWindowTitle(ToQString(request.Title));
+  dialog.setAccessibleName(dialog.windowTitle());
+  dialog.setNameFilters(NameFilters(request.Filter));
+  dialog.setDefaultSuffix(DefaultSuffix(request.DefaultExtension));
+  if (!request.StartFolder.empty()) dialog.setDirectory(ToQString(request.StartFolder));
+}
+
+std::optional<std::string> Run(QFileDialog& dialog) {
+  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
+  return ToUtf8(QDir::toNativeSeparators(dialog.selectedFiles().constFirst()));
+}
+
 }  // namespace
 
 QStringList NameFilters(const std::string& filter) {
@@ -40,16 +56,19 @@ QString DefaultSuffix(const std::string& default_extension) {
 }
 
 std::optional<std::string> QtFileDialogs::Open(const platform::FileDialogRequest& request) {
-  QFileDialog dialog(parent_, ToQString(request.Title));
-  dialog.setObjectName("dlgOpen");
-  dialog.setAccessibleName(dialog.windowTitle());
-  dialog.setAcceptMode(QFileDialog::AcceptOpen);
+  QFileDialog dialog(parent_);
+  Prepare(dialog, "dlgOpen", QFileDialog::AcceptOpen, request);
   dialog.setFileMode(QFileDialog::ExistingFile);
-  dialog.setNameFilters(NameFilters(request.Filter));
-  dialog.setDefaultSuffix(DefaultSuffix(request.DefaultExtension));
-  if (!request.StartFolder.empty()) dialog.setDirectory(ToQString(request.StartFolder));
-  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
-  return ToUtf8(QDir::toNativeSeparators(dialog.selectedFiles().constFirst()));
+  return Run(dialog);
+}
+
+std::optional<std::string> QtFileDialogs::Save(const platform::FileDialogRequest& request) {
+  QFileDialog dialog(parent_);
+  Prepare(dialog, "dlgSave", QFileDialog::AcceptSave, request);
+  dialog.setFileMode(QFileDialog::AnyFile);
+  // The commands ask: about the names that they write, which may not be the chosen one.
+  dialog.setOption(QFileDialog::DontConfirmOverwrite);
+  return Run(dialog);
 }
 
 }  // namespace fenwright::ui

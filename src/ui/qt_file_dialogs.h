@@ -13,6 +13,7 @@ class QtFileDialogs final : public platform::FileDialogs {
  public:
   explicit QtFileDialogs(QWidget* parent) : parent_(parent) {}
   std::optional<std::string> Open(const platform::FileDialogRequest& request) override;
+  std::optional<std::string> Save(const platform::FileDialogRequest& request) override;
 
  private:
   QWidget* parent_;

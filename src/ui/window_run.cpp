@@ -4,6 +4,29 @@
 #include "ui/text.h"
 
 namespace fenwright::ui {
+namespace {
+
+bool ReachedFiles(const ops::OpenResult& opened) {
+  return opened.Ending == core::CommandEnding::Finished && opened.Chosen;
+}
+
+std::string DescribeCode(const core::AppState& state, const image::OpenReport& report) {
+  return image::DescribeOpenedFiles(state, {.CodeFileFound = report.CodeFileFound,
+                                            .KnownExtension = report.KnownExtension,
+                                            .DataFileFound = false,
+                                            .Code = report.Code,
+                                            .Data = {}});
+}
+
+std::string DescribeData(const core::AppState& state, const image::OpenReport& report) {
+  return image::DescribeOpenedFiles(state, {.CodeFileFound = false,
+                                            .KnownExtension = false,
+                                            .DataFileFound = report.DataFileFound,
+                                            .Code = {},
+                                            .Data = report.Data});
+}
+
+}  // namespace
 
 WindowRun::WindowRun(const WindowPlatform& outside)
     : window_(state_),
@@ -13,6 +36,7 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       file_dialogs_(&window_),
       views_(window_, outside.Files, outside.CodePage),
       device_form_(window_),
+      hand_edit_form_(window_.HandEdit()),
       context_{.State = state_,
                .ProgrammerPort = outside.ProgrammerPort,
                .Clock = outside.Clock,
@@ -25,19 +49,38 @@ WindowRun::WindowRun(const WindowPlatform& outside)
                .MessageBoxes = outside.MessageBoxes ? *outside.MessageBoxes : message_boxes_,
                .FileDialogs = outside.FileDialogs ? *outside.FileDialogs : file_dialogs_,
                .Views = views_,
-               .DeviceForm = device_form_} {
+               .DeviceForm = device_form_,
+               .HandEdit = hand_edit_form_} {
   window_.SetMessageBoxes(context_.MessageBoxes);
-  window_.SetCommands({
+  window_.SetCommands(Commands());
+}
+
+MainWindowCommands WindowRun::Commands() {
+  return {
       .Open = [this] { ShowOpened(ops::OpenBothCommand(context_)); },
+      .OpenCode = [this] { ShowOpenedCode(ops::OpenCodeCommand(context_)); },
+      .OpenData = [this] { ShowOpenedData(ops::OpenDataCommand(context_)); },
+      .OpenDropped =
+          [this](const QString& path) { ShowOpened(ops::OpenBothCommand(context_, ToUtf8(path))); },
+      .Reload = [this] { ShowOpened(ops::ReloadCommand(context_)); },
+      .Save = [this] { ops::SaveCommand(context_); },
+      .SaveAs = [this] { ops::SaveBothAsCommand(context_); },
+      .SaveCodeAs = [this] { ops::SaveCodeAsCommand(context_); },
+      .SaveDataAs = [this] { ops::SaveDataAsCommand(context_); },
+      .ReadOneLocation = [this] { ops::ReadOneLocationCommand(context_); },
+      .WriteOneLocation = [this] { ops::WriteOneLocationCommand(context_); },
       .Program = [this] { ops::ProgramCommand(context_); },
+      .Read = [this] { ops::ReadCommand(context_); },
+      .Verify = [this] { ops::VerifyCommand(context_); },
+      .Erase = [this] { ops::EraseCommand(context_); },
       .PickDevice =
           [this] {
             ops::PickDeviceCommand(context_);
             // A change of chip has discarded the loaded image.
-            window_.SetFileInfo({});
+            ShowFileInfo({}, {});
           },
       .AfterCommand = {},
-  });
+  };
 }
 
 core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
@@ -51,8 +94,31 @@ core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
 }
 
 void WindowRun::ShowOpened(const ops::OpenResult& opened) {
-  if (opened.Ending != core::CommandEnding::Finished || !opened.Chosen) return;
-  window_.SetFileInfo(ToQString(image::DescribeOpenedFiles(state_, opened.Report)));
+  if (!ReachedFiles(opened)) return;
+  const image::OpenReport& report = opened.Report;
+  // A file of another kind leaves the buffers as they are, a missing one leaves the EEPROM's.
+  if (report.CodeFileFound && !report.KnownExtension) return;
+  ShowFileInfo(DescribeCode(state_, report),
+               report.CodeFileFound ? DescribeData(state_, report) : data_info_);
+}
+
+void WindowRun::ShowOpenedCode(const ops::OpenResult& opened) {
+  if (!ReachedFiles(opened) || !opened.Report.KnownExtension) return;
+  // A file that could not be read is forgotten.
+  const bool forgotten = state_.CodeFileName.empty();
+  ShowFileInfo(forgotten ? std::string() : DescribeCode(state_, opened.Report), data_info_);
+}
+
+void WindowRun::ShowOpenedData(const ops::OpenResult& opened) {
+  if (!ReachedFiles(opened)) return;
+  ShowFileInfo(code_info_, DescribeData(state_, opened.Report));
+}
+
+void WindowRun::ShowFileInfo(const std::string& code, const std::string& data) {
+  code_info_ = code;
+  data_info_ = data;
+  const char* const between = code.empty() || data.empty() ? "" : "\n";
+  window_.SetFileInfo(ToQString(code + between + data));
 }
 
 }  // namespace fenwright::ui

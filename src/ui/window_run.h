@@ -6,6 +6,7 @@
 #include "ui/qt_device_form.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_file_dialogs.h"
+#include "ui/qt_hand_edit_form.h"
 #include "ui/qt_message_boxes.h"
 #include "ui/qt_message_dialog.h"
 #include "ui/qt_status_bar.h"
@@ -42,7 +43,11 @@ class WindowRun {
   [[nodiscard]] core::RunContext& Context() { return context_; }
 
  private:
+  MainWindowCommands Commands();
   void ShowOpened(const ops::OpenResult& opened);
+  void ShowOpenedCode(const ops::OpenResult& opened);
+  void ShowOpenedData(const ops::OpenResult& opened);
+  void ShowFileInfo(const std::string& code, const std::string& data);
 
   core::AppState state_;
   MainWindow window_;
@@ -53,7 +58,10 @@ class WindowRun {
   QtFileDialogs file_dialogs_;
   QtViews views_;
   QtDeviceForm device_form_;
+  QtHandEditForm hand_edit_form_;
   core::RunContext context_;
+  std::string code_info_;  ///< about the code file in the flash buffer
+  std::string data_info_;  ///< about the data file in the EEPROM buffer
 };
 
 }  // namespace fenwright::ui

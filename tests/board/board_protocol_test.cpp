@@ -37,7 +37,7 @@ TEST(BoardProtocol, EscapeIsNotAnsweredAndReturnsToTheNormalSet) {
 }
 
 TEST(BoardProtocol, TheNormalSetKnowsNoExtendedCommand) {
-  for (const char letter : std::string("TPLseaRcCWdDr:Fofu;lx\r\n")) {
+  for (const char letter : std::string("TPLeaRcCWdDr:Fofu;lx\r\n")) {
     Talk board("AT90S8515");
     EXPECT_EQ(board(letter), kRefused) << letter;
     EXPECT_EQ(board('?'), kVersion) << letter;
@@ -117,13 +117,22 @@ TEST(BoardProtocol, MemoryCommandsOutsideProgrammingModeAreRefusedAfterTheirArgu
   Talk board("AT90S8515");
   board('A');
   board('T', {0x38});
-  const std::vector<Bytes> commands{
-      Say('s'),         Say('e'),      Say('a', {0, 0}),
-      Say('R'),         Say('c', {0}), Say('C', {0}),
-      Say('W', {0, 0}), Say('d'),      Say('D', {0}),
-      Say('r'),         Say('F'),      Say(':', {0x58, 0x08, 0x00}),
-      Say('o'),         Say('f', {0}), Say(';', {0xAC, 0xA8, 0x00, 0x00}),
-      Say('u', {0}),    Say('l', {0})};
+  const std::vector<Bytes> commands{Say('e'),
+                                    Say('a', {0, 0}),
+                                    Say('R'),
+                                    Say('c', {0}),
+                                    Say('C', {0}),
+                                    Say('W', {0, 0}),
+                                    Say('d'),
+                                    Say('D', {0}),
+                                    Say('r'),
+                                    Say('F'),
+                                    Say(':', {0x58, 0x08, 0x00}),
+                                    Say('o'),
+                                    Say('f', {0}),
+                                    Say(';', {0xAC, 0xA8, 0x00, 0x00}),
+                                    Say('u', {0}),
+                                    Say('l', {0})};
   for (const Bytes& command : commands) {
     SCOPED_TRACE(static_cast<char>(command[0]));
     const Bytes all_but_last(command.begin(), command.end() - 1);
@@ -131,6 +140,19 @@ TEST(BoardProtocol, MemoryCommandsOutsideProgrammingModeAreRefusedAfterTheirArgu
     EXPECT_EQ(board.Send({command.back()}), kRefused);
   }
   EXPECT_EQ(board.Socket.BinaryImage(), Chip(*FindChip("AT90S8515")).BinaryImage());
+}
+
+TEST(BoardProtocol, TheSignatureIsGivenInBothSetsAndLeavesProgrammingModeAsItWas) {
+  Talk board("AT90S8515");
+  const Bytes signature{0x01, 0x93, 0x1E};
+  EXPECT_EQ(board('s'), signature);
+  board('A');
+  EXPECT_EQ(board('s'), signature);
+  EXPECT_FALSE(board.Board.InProgrammingMode());
+  EXPECT_EQ(board('R'), kRefused);
+  board.Ready();
+  EXPECT_EQ(board('s'), signature);
+  EXPECT_TRUE(board.Board.InProgrammingMode());
 }
 
 TEST(BoardProtocol, EveryChipGivesItsSignaturePartByteFirst) {

@@ -1,5 +1,6 @@
 #include "core/recorded_run.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace fenwright::testing {
@@ -22,6 +23,20 @@ std::string NameOf(platform::View view) {
 std::string Joined(std::string_view verb, std::string_view object) {
   return std::string(verb) + " " + std::string(object);
 }
+
+/// A file whose close reports lost bytes.
+class LossyWriter final : public platform::FileWriter {
+ public:
+  explicit LossyWriter(std::unique_ptr<platform::FileWriter> writer) : writer_(std::move(writer)) {}
+  bool Write(std::string_view bytes) override { return writer_->Write(bytes); }
+  bool Close() override {
+    writer_->Close();
+    return false;
+  }
+
+ private:
+  std::unique_ptr<platform::FileWriter> writer_;
+};
 
 }  // namespace
 
@@ -50,7 +65,13 @@ platform::FileResult RecordingTextFiles::Append(std::string_view path, std::stri
 std::unique_ptr<platform::FileWriter> RecordingTextFiles::OpenForWriting(
     std::string_view path, platform::FileResult& result) {
   journal_.push_back(Joined("open", path));
-  return files_.OpenForWriting(path, result);
+  if (const auto refused = Unopenable.find(path); refused != Unopenable.end()) {
+    result = refused->second;
+    return nullptr;
+  }
+  std::unique_ptr<platform::FileWriter> writer = files_.OpenForWriting(path, result);
+  if (writer == nullptr || std::ranges::find(LostAtClose, path) == LostAtClose.end()) return writer;
+  return std::make_unique<LossyWriter>(std::move(writer));
 }
 
 void RecordingTextFiles::Delete(std::string_view path) {

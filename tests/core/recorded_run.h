@@ -14,7 +14,8 @@ namespace fenwright::testing {
 using Journal = std::vector<std::string>;
 
 /// Files that note every change of a file and every read. A path in `Unreadable` exists but cannot
-/// be read.
+/// be read, one in `Unopenable` cannot be opened for writing, and one in `LostAtClose` takes every
+/// byte and loses some when it is closed.
 class RecordingTextFiles final : public platform::TextFiles {
  public:
   RecordingTextFiles(FakeTextFiles& files, Journal& journal) : files_(files), journal_(journal) {}
@@ -27,6 +28,8 @@ class RecordingTextFiles final : public platform::TextFiles {
   void Delete(std::string_view path) override;
 
   std::map<std::string, std::string, std::less<>> Unreadable;  ///< path and the system's words
+  std::map<std::string, platform::FileResult, std::less<>> Unopenable;
+  std::vector<std::string> LostAtClose;
 
  private:
   FakeTextFiles& files_;
@@ -152,7 +155,8 @@ class RecordedRun : public TestPlatform {
                            .MessageBoxes = RecordedBoxes,
                            .FileDialogs = FileDialogs,
                            .Views = RecordedViews,
-                           .DeviceForm = RecordedForm};
+                           .DeviceForm = RecordedForm,
+                           .HandEdit = HandEdit};
 
   /// Selects a device as a pick does, and forgets what that did.
   void Start(std::string_view display_name);

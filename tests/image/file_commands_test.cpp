@@ -14,8 +14,8 @@ namespace {
 using platform::MessageMode;
 using testing::Journal;
 
-constexpr char kCodePath[] = "/work/files/prog.hex";
-constexpr char kDataPath[] = "/work/files/prog.eep";
+constexpr char kCodePath[] = "/home/files/prog.hex";
+constexpr char kDataPath[] = "/home/files/prog.eep";
 constexpr char kCode[] = ":020000000C945E\r\n:00000001FF\r\n";
 constexpr char kData[] = ":0200000012348E\r\n:00000001FF\r\n";
 constexpr char kNotOpened[] = "指定されたファイルを開くことができませんでした。";
@@ -51,51 +51,17 @@ class FileCommands : public ::testing::Test {
   testing::RecordedRun run_;
 };
 
-// The pair of names.
-
-TEST(DataFileName, HasTheLastThreeCharactersReplaced) {
-  EXPECT_EQ(DataFileNameFor("/a/prog.hex"), "/a/prog.eep");
-  EXPECT_EQ(DataFileNameFor("/a/prog.HEX"), "/a/prog.eep");
-  EXPECT_EQ(DataFileNameFor("prog.rom"), "prog.eep");
-  EXPECT_EQ(DataFileNameFor("data.txt"), "data.eep");
-  EXPECT_EQ(DataFileNameFor("日本.hex"), "日本.eep");
-}
-
-TEST(DataFileName, CountsCharactersAndKnowsNoExtension) {
-  EXPECT_EQ(DataFileNameFor("prog.html"), "prog.heep");
-  EXPECT_EQ(DataFileNameFor("prog"), "peep");
-}
-
-TEST(DataFileName, ANameOfThreeCharactersOrLessIsReplacedWhole) {
-  EXPECT_EQ(DataFileNameFor("abc"), "eep");
-  EXPECT_EQ(DataFileNameFor("a"), "eep");
-  EXPECT_EQ(DataFileNameFor(""), "eep");
-}
-
-TEST(CodeFileExtension, IsHexOrRomInAnyCase) {
-  for (const char* name : {"a.hex", "a.HEX", "a.Hex", "a.rom", "a.ROM", "a.Rom", "a.rOm", ".hex"}) {
-    EXPECT_TRUE(HasCodeFileExtension(name)) << name;
-  }
-}
-
-TEST(CodeFileExtension, NothingElseCounts) {
-  for (const char* name : {"", "hex", "ahex", "a.hexx", "a.hex ", "a.hex.txt", "a.eep", "a.ro",
-                           "a.bin", "hex.a", "/dir.hex/a"}) {
-    EXPECT_FALSE(HasCodeFileExtension(name)) << name;
-  }
-}
-
 // The dialog.
 
 TEST_F(FileCommands, TheDialogHasItsTitleFilterExtensionAndTheStoredFolder) {
-  run_.Settings.Write("Settings", "OPEN_DIR", "/work/last");
+  run_.Settings.Write("Settings", "OPEN_DIR", "/home/last");
   ChooseCodeAndDataFile(run_.Context);
   ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
   const platform::FileDialogRequest& request = run_.FileDialogs.Requests[0];
   EXPECT_EQ(request.Title, "コードファイル ＆ データファイルを開く");
   EXPECT_EQ(request.Filter, "Hex File|*.hex;*.rom|All Files|*.*|");
   EXPECT_EQ(request.DefaultExtension, "hex;rom");
-  EXPECT_EQ(request.StartFolder, "/work/last");
+  EXPECT_EQ(request.StartFolder, "/home/last");
 }
 
 TEST_F(FileCommands, TheDialogChoosesItsFolderWhenNoneIsStored) {
@@ -105,10 +71,10 @@ TEST_F(FileCommands, TheDialogChoosesItsFolderWhenNoneIsStored) {
 }
 
 TEST_F(FileCommands, AChoiceSetsBothNames) {
-  run_.FileDialogs.Choice = "/work/files/other.rom";
+  run_.FileDialogs.Choice = "/home/files/other.rom";
   EXPECT_TRUE(ChooseCodeAndDataFile(run_.Context));
-  EXPECT_EQ(State().CodeFileName, "/work/files/other.rom");
-  EXPECT_EQ(State().DataFileName, "/work/files/other.eep");
+  EXPECT_EQ(State().CodeFileName, "/home/files/other.rom");
+  EXPECT_EQ(State().DataFileName, "/home/files/other.eep");
 }
 
 TEST_F(FileCommands, ACancelledDialogChangesNothing) {
@@ -150,18 +116,18 @@ TEST_F(FileCommands, TheStepsOfAnOpenComeInThisOrder) {
   PutPair();
   Load();
   EXPECT_EQ(run_.TakeJournal(),
-            (Journal{"panel 1 Program : /work/files/prog.hex", kTrace, "read /work/files/prog.hex",
+            (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
                      "write /app/avrhex.txt", "load flash view",
-                     "store Settings/OPEN_DIR /work/files", "panel 1 EEPROM : /work/files/prog.eep",
-                     kTrace, "read /work/files/prog.eep", "write /app/avreep.txt",
+                     "store Settings/OPEN_DIR /home/files", "panel 1 EEPROM : /home/files/prog.eep",
+                     kTrace, "read /home/files/prog.eep", "write /app/avreep.txt",
                      "load EEPROM view", "panel 1 ファイルをオープンしました。", kTrace}));
 }
 
 TEST_F(FileCommands, TheTextsOfAnOpenAreTraced) {
   PutPair();
   Load();
-  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{"Program : /work/files/prog.hex",
-                                                       "EEPROM : /work/files/prog.eep",
+  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{"Program : /home/files/prog.hex",
+                                                       "EEPROM : /home/files/prog.eep",
                                                        "ファイルをオープンしました。"}));
 }
 
@@ -184,7 +150,7 @@ TEST_F(FileCommands, TheDumpsShowTheLoadedFiles) {
 TEST_F(FileCommands, TheFolderOfTheCodeFileIsStored) {
   PutPair();
   Load();
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/work/files");
+  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
 }
 
 TEST_F(FileCommands, ANameWithoutAFolderStoresNoFolder) {
@@ -195,13 +161,13 @@ TEST_F(FileCommands, ANameWithoutAFolderStoresNoFolder) {
 
 TEST_F(FileCommands, NamesInUpperCaseAreAccepted) {
   for (const char* path :
-       {"/work/prog.HEX", "/work/prog.rom", "/work/prog.Rom", "/work/prog.ROM"}) {
+       {"/home/prog.HEX", "/home/prog.rom", "/home/prog.Rom", "/home/prog.ROM"}) {
     Put(path, kCode);
     FillBuffers();
     const OpenReport report = Load(path);
     EXPECT_TRUE(report.KnownExtension) << path;
     EXPECT_EQ(State().FlashBuffer[0], 0x94) << path;
-    EXPECT_EQ(State().DataFileName, "/work/prog.eep");
+    EXPECT_EQ(State().DataFileName, "/home/prog.eep");
     EXPECT_EQ(run_.State.StatusText, "ファイルをオープンしました。");
   }
 }
@@ -224,7 +190,7 @@ TEST_F(FileCommands, WithoutADataFileTheEepromIsBlankAndThatIsSaid) {
   const OpenReport report = Load();
   EXPECT_FALSE(report.DataFileFound);
   EXPECT_TRUE(EepromIsBlank());
-  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{"Program : /work/files/prog.hex",
+  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{"Program : /home/files/prog.hex",
                                                        "EEPROM memory : Not found EEP file",
                                                        "ファイルをオープンしました。"}));
 }
@@ -234,8 +200,8 @@ TEST_F(FileCommands, WithoutADataFileTheStepsAreTheSameButForTheRead) {
   Load();
   EXPECT_EQ(
       run_.TakeJournal(),
-      (Journal{"panel 1 Program : /work/files/prog.hex", kTrace, "read /work/files/prog.hex",
-               "write /app/avrhex.txt", "load flash view", "store Settings/OPEN_DIR /work/files",
+      (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
+               "write /app/avrhex.txt", "load flash view", "store Settings/OPEN_DIR /home/files",
                "panel 1 EEPROM memory : Not found EEP file", kTrace, "write /app/avreep.txt",
                "load EEPROM view", "panel 1 ファイルをオープンしました。", kTrace}));
   EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: FF FF "));
@@ -270,7 +236,7 @@ TEST_F(FileCommands, AReloadWithNothingOpenedFindsNoCodeFile) {
 }
 
 TEST_F(FileCommands, AMissingCodeFileIsReportedAsMissingWhateverItsExtension) {
-  Load("/work/files/none.txt");
+  Load("/home/files/none.txt");
   EXPECT_EQ(run_.State.StatusText, "Program : Not found HEX file");
   EXPECT_EQ(run_.Dialog.Text, kNotOpened);
 }
@@ -278,13 +244,13 @@ TEST_F(FileCommands, AMissingCodeFileIsReportedAsMissingWhateverItsExtension) {
 // Another extension.
 
 TEST_F(FileCommands, AnotherExtensionIsRefusedWithItsNameAndTheHint) {
-  Put("/work/files/prog.bin", kCode);
+  Put("/home/files/prog.bin", kCode);
   FillBuffers();
-  const OpenReport report = Load("/work/files/prog.bin");
+  const OpenReport report = Load("/home/files/prog.bin");
   EXPECT_TRUE(report.CodeFileFound);
   EXPECT_FALSE(report.KnownExtension);
   const std::string text =
-      "再ロードするファイル名 ： /work/files/prog.bin\r\n"
+      "再ロードするファイル名 ： /home/files/prog.bin\r\n"
       "再ロードするファイルが未指定です。 一度、メニューバーのファイルからＨＥＸファイルを開くと"
       "自動的にファイル名が指定されます。";
   EXPECT_EQ(run_.Dialog.Text, text);
@@ -293,9 +259,9 @@ TEST_F(FileCommands, AnotherExtensionIsRefusedWithItsNameAndTheHint) {
 }
 
 TEST_F(FileCommands, AnotherExtensionLeavesBuffersStatusAndFolderAlone) {
-  Put("/work/files/prog.bin", kCode);
+  Put("/home/files/prog.bin", kCode);
   FillBuffers();
-  Load("/work/files/prog.bin");
+  Load("/home/files/prog.bin");
   EXPECT_EQ(State().FlashBuffer[0], 0x41);
   EXPECT_EQ(State().EepromBuffer[0], 0x42);
   EXPECT_TRUE(run_.StatusBar.History.empty());
@@ -326,7 +292,7 @@ TEST_F(FileCommands, ACodeFileThatCannotBeReadEndsTheOpenThere) {
   EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
   EXPECT_FALSE(report.DataFileFound);
   EXPECT_EQ(run_.NewTrace(),
-            (std::vector<std::string>{"Program : /work/files/prog.hex", kNotOpened}));
+            (std::vector<std::string>{"Program : /home/files/prog.hex", kNotOpened}));
   EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
   EXPECT_TRUE(FlashIsBlank()) << "it was blanked before the read";
   EXPECT_EQ(State().EepromBuffer[0], 0x42);
@@ -337,7 +303,7 @@ TEST_F(FileCommands, AFileErrorIsExplainedWithThePathAndTheSystemsWords) {
   Load();
   EXPECT_EQ(run_.Dialog.Text, kNotOpened);
   EXPECT_EQ(run_.Dialog.Mode, MessageMode::Notice);
-  EXPECT_EQ(run_.Dialog.Detail, "/work/files/prog.hex\nPermission denied");
+  EXPECT_EQ(run_.Dialog.Detail, "/home/files/prog.hex\nPermission denied");
 }
 
 TEST_F(FileCommands, ADataFileThatCannotBeReadLeavesTheCodeLoadedAndIsExplained) {
@@ -346,9 +312,9 @@ TEST_F(FileCommands, ADataFileThatCannotBeReadLeavesTheCodeLoadedAndIsExplained)
   const OpenReport report = Load();
   EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
   EXPECT_EQ(State().FlashBuffer[0], 0x94);
-  EXPECT_EQ(run_.Dialog.Detail, "/work/files/prog.eep\nInput/output error");
-  EXPECT_EQ(run_.State.StatusText, "EEPROM : /work/files/prog.eep");
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/work/files");
+  EXPECT_EQ(run_.Dialog.Detail, "/home/files/prog.eep\nInput/output error");
+  EXPECT_EQ(run_.State.StatusText, "EEPROM : /home/files/prog.eep");
+  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
 }
 
 TEST_F(FileCommands, ADataAddressBeyondTheBufferEndsTheOpenAndNamesTheLine) {
@@ -358,7 +324,7 @@ TEST_F(FileCommands, ADataAddressBeyondTheBufferEndsTheOpenAndNamesTheLine) {
   EXPECT_EQ(report.Data.End, HexReadEnd::OutsideBuffer);
   EXPECT_EQ(State().EepromBuffer[0], 0x42);
   EXPECT_EQ(run_.Dialog.Text, kNotOpened);
-  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/work/files/prog.eep\n2行目")) << run_.Dialog.Detail;
+  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << run_.Dialog.Detail;
   EXPECT_NE(run_.State.StatusText, "ファイルをオープンしました。");
 }
 
@@ -369,7 +335,7 @@ TEST_F(FileCommands, ACodeAddressBeyondTheBufferEndsTheOpenBeforeTheDataFile) {
   EXPECT_EQ(report.Code.End, HexReadEnd::OutsideBuffer);
   EXPECT_TRUE(EepromIsBlank());
   EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
-  EXPECT_EQ(run_.State.StatusText, "Program : /work/files/prog.hex");
+  EXPECT_EQ(run_.State.StatusText, "Program : /home/files/prog.hex");
 }
 
 TEST_F(FileCommands, AfterAFileErrorTheViewsShowWhatTheBuffersHold) {
@@ -389,10 +355,10 @@ TEST_F(FileCommands, ABadLineInTheCodeFileIsNoFileErrorButTheDataFileThenFailsAt
   EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
   EXPECT_EQ(State().FlashBuffer[0], 0x94);
   EXPECT_TRUE(EepromIsBlank());
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/work/files");
+  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
   EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{
-                                 "Program : /work/files/prog.hex", "HEX ファイルのオープンエラー",
-                                 "EEPROM : /work/files/prog.eep", kNotOpened}));
+                                 "Program : /home/files/prog.hex", "HEX ファイルのオープンエラー",
+                                 "EEPROM : /home/files/prog.eep", kNotOpened}));
 }
 
 TEST_F(FileCommands, ABadLineInTheCodeFileWithoutADataFileLetsTheOpenEndAsUsual) {
@@ -408,7 +374,7 @@ TEST_F(FileCommands, ABadLineInTheDataFileLetsTheOpenEndAsUsual) {
   EXPECT_EQ(report.Data.End, HexReadEnd::BadLine);
   EXPECT_EQ(State().EepromBuffer[0], 0x42);
   EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{
-                                 "Program : /work/files/prog.hex", "EEPROM : /work/files/prog.eep",
+                                 "Program : /home/files/prog.hex", "EEPROM : /home/files/prog.eep",
                                  "EEP  ファイルのオープンエラー", "ファイルをオープンしました。"}));
 }
 
@@ -421,9 +387,9 @@ TEST_F(FileCommands, AfterABadLineEveryLaterOpenFailsAndSaysWhy) {
   EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
   EXPECT_TRUE(FlashIsBlank());
   EXPECT_EQ(run_.NewTrace(),
-            (std::vector<std::string>{"Program : /work/files/prog.hex", kNotOpened}));
+            (std::vector<std::string>{"Program : /home/files/prog.hex", kNotOpened}));
   EXPECT_EQ(run_.Dialog.Text, kNotOpened);
-  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/work/files/prog.hex\n"));
+  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/home/files/prog.hex\n"));
   EXPECT_NE(run_.Dialog.Detail.find("再起動"), std::string::npos) << "the cure";
 }
 
@@ -444,10 +410,218 @@ TEST_F(FileCommands, ADumpThatTheDiscRefusesEndsTheOpenBeforeTheFolderIsStored) 
   EXPECT_EQ(core::RunCommand(run_.Context, [&] { LoadCodeAndDataFile(run_.Context); }),
             core::CommandEnding::FileError);
   EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
-  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"Program : /work/files/prog.hex"});
+  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"Program : /home/files/prog.hex"});
   ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
   EXPECT_NE(run_.Boxes.Boxes[0].Text.find("/app/avrhex.txt"), std::string::npos);
   EXPECT_FALSE(State().CommandRunning);
+}
+
+// Code alone.
+
+TEST_F(FileCommands, TheDialogForACodeFileHasItsTitleFilterExtensionAndFolder) {
+  run_.Settings.Write("Settings", "OPEN_DIR", "/home/last");
+  run_.Settings.Write("Settings", "SAVE_DIR", "/home/saved");
+  EXPECT_FALSE(ChooseCodeFile(run_.Context));
+  ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
+  const platform::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  EXPECT_EQ(request.Title, "コードファイル(*.hex)を開く");
+  EXPECT_EQ(request.Filter, "Hex File|*.hex;*.rom|All Files|*.*|");
+  EXPECT_EQ(request.DefaultExtension, "hex;rom");
+  EXPECT_EQ(request.StartFolder, "/home/last");
+}
+
+TEST_F(FileCommands, AChosenCodeFileLeavesTheDataFilesNameAlone) {
+  State().DataFileName = "/before.eep";
+  run_.FileDialogs.Choice = kCodePath;
+  EXPECT_TRUE(ChooseCodeFile(run_.Context));
+  EXPECT_EQ(State().CodeFileName, kCodePath);
+  EXPECT_EQ(State().DataFileName, "/before.eep");
+}
+
+TEST_F(FileCommands, ACancelledCodeDialogChangesNothing) {
+  State().CodeFileName = "/before.hex";
+  EXPECT_FALSE(ChooseCodeFile(run_.Context));
+  EXPECT_EQ(State().CodeFileName, "/before.hex");
+}
+
+TEST_F(FileCommands, TheStepsOfOpeningACodeFileComeInThisOrder) {
+  PutPair();
+  FillBuffers();
+  State().CodeFileName = kCodePath;
+  const OpenReport report = LoadCodeFile(run_.Context);
+  EXPECT_TRUE(report.CodeFileFound);
+  EXPECT_TRUE(report.KnownExtension);
+  EXPECT_FALSE(report.DataFileFound);
+  EXPECT_EQ(report.Code.DataRecords, 1);
+  EXPECT_EQ(
+      run_.TakeJournal(),
+      (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
+               "write /app/avrhex.txt", "load flash view", "store Settings/OPEN_DIR /home/files"}));
+  EXPECT_EQ(State().FlashBuffer[0], 0x94);
+  EXPECT_EQ(State().FlashBuffer[2], 0xFF) << "blanked before";
+  EXPECT_EQ(State().EepromBuffer[0], 0x42) << "the EEPROM is not touched";
+  EXPECT_EQ(State().CodeFileName, kCodePath);
+}
+
+TEST_F(FileCommands, ACodeFileAloneMayHaveItsExtensionInAnyCase) {
+  for (const char* path : {"/home/a.HEX", "/home/a.Rom", "/home/a b \"c\" 日本.hex"}) {
+    Put(path, kCode);
+    FillBuffers();
+    State().CodeFileName = path;
+    LoadCodeFile(run_.Context);
+    EXPECT_EQ(State().FlashBuffer[0], 0x94) << path;
+    EXPECT_EQ(State().StatusText, "Program : " + std::string(path));
+  }
+}
+
+TEST_F(FileCommands, ACodeFileThatIsNotThereIsPassedOverAndKeepsItsName) {
+  FillBuffers();
+  State().CodeFileName = "/home/gone.hex";
+  const OpenReport report = LoadCodeFile(run_.Context);
+  EXPECT_FALSE(report.CodeFileFound);
+  EXPECT_TRUE(run_.TakeJournal().empty());
+  EXPECT_EQ(State().FlashBuffer[0], 0x41);
+  EXPECT_EQ(State().CodeFileName, "/home/gone.hex");
+}
+
+TEST_F(FileCommands, ACodeFileWithAnotherExtensionIsPassedOver) {
+  Put("/home/prog.bin", kCode);
+  FillBuffers();
+  State().CodeFileName = "/home/prog.bin";
+  const OpenReport report = LoadCodeFile(run_.Context);
+  EXPECT_TRUE(report.CodeFileFound);
+  EXPECT_FALSE(report.KnownExtension);
+  EXPECT_TRUE(run_.TakeJournal().empty());
+  EXPECT_EQ(State().FlashBuffer[0], 0x41);
+}
+
+TEST_F(FileCommands, ACodeFileThatCannotBeReadForgetsItsNameAndIsReportedInAMessageBox) {
+  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
+  State().CodeFileName = kCodePath;
+  const OpenReport report = LoadCodeFile(run_.Context);
+  EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
+  EXPECT_EQ(report.Code.Reason, "Permission denied");
+  EXPECT_EQ(State().CodeFileName, "");
+  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
+  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run_.Boxes.Boxes[0].Text, kNotOpened);
+  EXPECT_TRUE(run_.Dialog.Shown.empty());
+  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
+}
+
+TEST_F(FileCommands, ACodeAddressBeyondTheBufferForgetsTheNameAndTheViewShowsWhatWasRead) {
+  Put(kCodePath, ":020000000C945E\r\n:02FFFF000102FD\r\n");
+  State().CodeFileName = kCodePath;
+  const OpenReport report = LoadCodeFile(run_.Context);
+  EXPECT_EQ(report.Code.End, HexReadEnd::OutsideBuffer);
+  EXPECT_EQ(State().CodeFileName, "");
+  EXPECT_EQ(run_.TakeJournal(),
+            (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
+                     "write /app/avrhex.txt", "load flash view", "message box"}));
+  EXPECT_TRUE(run_.FileText("avrhex.txt").starts_with("0000: 940C FFFF "));
+}
+
+TEST_F(FileCommands, ABadLineInACodeFileAloneIsNoFileError) {
+  Put(kCodePath, ":020000000C945E\r\nbad\r\n");
+  State().CodeFileName = kCodePath;
+  EXPECT_EQ(LoadCodeFile(run_.Context).Code.End, HexReadEnd::BadLine);
+  EXPECT_EQ(State().CodeFileName, kCodePath);
+  EXPECT_TRUE(run_.Boxes.Boxes.empty());
+  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
+  EXPECT_EQ(State().StatusText, "HEX ファイルのオープンエラー");
+}
+
+TEST_F(FileCommands, AfterABadLineOpeningACodeFileFailsInAMessageBox) {
+  PutPair();
+  State().HexFileLeftOpen = true;
+  State().CodeFileName = kCodePath;
+  LoadCodeFile(run_.Context);
+  EXPECT_EQ(State().CodeFileName, "");
+  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
+  EXPECT_EQ(run_.Boxes.Boxes[0].Text, kNotOpened);
+}
+
+// Data alone.
+
+TEST_F(FileCommands, TheDialogForADataFileHasItsTitleFilterExtensionAndFolder) {
+  run_.Settings.Write("Settings", "OPEN_DIR", "/home/last");
+  run_.Settings.Write("Settings", "SAVE_DIR", "/home/saved");
+  EXPECT_FALSE(ChooseDataFile(run_.Context));
+  ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
+  const platform::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  EXPECT_EQ(request.Title, "データファイル(*.eep)を開く");
+  EXPECT_EQ(request.Filter, "eep File|*.eep|All Files|*.*|");
+  EXPECT_EQ(request.DefaultExtension, "eep");
+  EXPECT_EQ(request.StartFolder, "/home/last");
+}
+
+TEST_F(FileCommands, AChosenDataFileGetsItsExtensionAndLeavesTheCodeFilesNameAlone) {
+  State().CodeFileName = "/before.hex";
+  run_.FileDialogs.Choice = "/home/files/data.txt";
+  EXPECT_TRUE(ChooseDataFile(run_.Context));
+  EXPECT_EQ(State().DataFileName, "/home/files/data.eep");
+  EXPECT_EQ(State().CodeFileName, "/before.hex");
+}
+
+TEST_F(FileCommands, ACancelledDataDialogChangesNothing) {
+  State().DataFileName = "/before.eep";
+  EXPECT_FALSE(ChooseDataFile(run_.Context));
+  EXPECT_EQ(State().DataFileName, "/before.eep");
+}
+
+TEST_F(FileCommands, TheStepsOfOpeningADataFileComeInThisOrder) {
+  PutPair();
+  FillBuffers();
+  State().DataFileName = kDataPath;
+  const OpenReport report = LoadDataFile(run_.Context);
+  EXPECT_FALSE(report.CodeFileFound);
+  EXPECT_TRUE(report.DataFileFound);
+  EXPECT_EQ(report.Data.DataRecords, 1);
+  EXPECT_EQ(run_.TakeJournal(),
+            (Journal{"panel 1 EEPROM : /home/files/prog.eep", kTrace, "read /home/files/prog.eep",
+                     "write /app/avreep.txt", "load EEPROM view"}));
+  EXPECT_EQ(State().EepromBuffer[0], 0x12);
+  EXPECT_EQ(State().EepromBuffer[2], 0xFF) << "blanked before";
+  EXPECT_EQ(State().FlashBuffer[0], 0x41) << "the flash is not touched";
+}
+
+TEST_F(FileCommands, ADataFileThatIsNotThereBlanksTheEepromAndSaysSo) {
+  FillBuffers();
+  State().DataFileName = kDataPath;
+  const OpenReport report = LoadDataFile(run_.Context);
+  EXPECT_FALSE(report.DataFileFound);
+  EXPECT_TRUE(EepromIsBlank());
+  EXPECT_EQ(run_.TakeJournal(), (Journal{"panel 1 EEPROM memory : Not found EEP file", kTrace,
+                                         "write /app/avreep.txt", "load EEPROM view"}));
+}
+
+TEST_F(FileCommands, ADataFileAloneThatCannotBeReadIsExplained) {
+  run_.RecordedFiles.Unreadable[kDataPath] = "Input/output error";
+  FillBuffers();
+  State().DataFileName = kDataPath;
+  const OpenReport report = LoadDataFile(run_.Context);
+  EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
+  EXPECT_TRUE(EepromIsBlank());
+  EXPECT_EQ(run_.Dialog.Text, kNotOpened);
+  EXPECT_EQ(run_.Dialog.Detail, "/home/files/prog.eep\nInput/output error");
+  EXPECT_TRUE(run_.Boxes.Boxes.empty());
+}
+
+TEST_F(FileCommands, ADataAddressBeyondTheBufferNamesTheLineAndTheViewShowsWhatWasRead) {
+  Put(kDataPath, ":0100000042BD\r\n:01080100ABCB\r\n");
+  State().DataFileName = kDataPath;
+  LoadDataFile(run_.Context);
+  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << run_.Dialog.Detail;
+  EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: 42 FF "));
+}
+
+TEST_F(FileCommands, ABadLineInADataFileAloneIsNoFileError) {
+  Put(kDataPath, ":0100000042BD\r\nbad\r\n");
+  State().DataFileName = kDataPath;
+  EXPECT_EQ(LoadDataFile(run_.Context).Data.End, HexReadEnd::BadLine);
+  EXPECT_TRUE(run_.Dialog.Shown.empty());
+  EXPECT_EQ(State().StatusText, "EEP  ファイルのオープンエラー");
+  EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: 42 FF "));
 }
 
 }  // namespace

@@ -13,8 +13,8 @@ namespace {
 
 using testing::Journal;
 
-constexpr char kCodePath[] = "/work/prog.hex";
-constexpr char kDataPath[] = "/work/prog.eep";
+constexpr char kCodePath[] = "/home/prog.hex";
+constexpr char kDataPath[] = "/home/prog.eep";
 constexpr char kEnd[] = ":00000001FF\r\n";
 
 class HexReader : public ::testing::Test {
@@ -137,7 +137,7 @@ TEST_F(HexReader, DataBeyondTheChipButInsideTheBufferIsStoredWithoutComplaint) {
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(Flash(0xF000), 0x02);
   EXPECT_EQ(Flash(0xF001), 0x01);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"read /work/prog.hex"}));
+  EXPECT_EQ(run_.TakeJournal(), (Journal{"read /home/prog.hex"}));
 }
 
 // The data file, bytes to the EEPROM buffer.
@@ -490,7 +490,7 @@ TEST_F(HexReader, AWrongChecksumIsReadWithoutNoticeButReported) {
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(Flash(3), 0x0D);
   EXPECT_EQ(State().LinkError, 0);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"read /work/prog.hex"}));
+  EXPECT_EQ(run_.TakeJournal(), (Journal{"read /home/prog.hex"}));
   EXPECT_EQ(report.FirstBadChecksumLine, 2);
 }
 

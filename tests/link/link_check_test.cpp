@@ -183,7 +183,8 @@ TEST(CheckProgrammerLink, WithoutAStoredPortSaysSoAndOpensNothing) {
                            .MessageBoxes = all.MessageBoxes,
                            .FileDialogs = all.FileDialogs,
                            .Views = all.Views,
-                           .DeviceForm = all.DeviceForm};
+                           .DeviceForm = all.DeviceForm,
+                           .HandEdit = all.HandEdit};
   EXPECT_FALSE(CheckProgrammerLink(context));
   EXPECT_THAT(run.Port.Log,
               ElementsAre("Close", "CommPort=1", "Settings=57600,n,8,1", "Handshaking=0",

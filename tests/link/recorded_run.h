@@ -96,7 +96,8 @@ class RecordedRun : public TestPlatform {
                            .MessageBoxes = RecordedBoxes,
                            .FileDialogs = FileDialogs,
                            .Views = Views,
-                           .DeviceForm = Form};
+                           .DeviceForm = Form,
+                           .HandEdit = HandEdit};
   RecordedRun() {
     Events.OnTurn = [this] {
       if (Port.Log.empty() || Port.Log.back() != "yield") Port.Log.emplace_back("yield");

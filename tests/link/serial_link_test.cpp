@@ -44,7 +44,8 @@ core::RunContext WithClock(ScriptedRun& run, platform::Clock& clock) {
           .MessageBoxes = run.Boxes,
           .FileDialogs = run.FileDialogs,
           .Views = run.Views,
-          .DeviceForm = run.Form};
+          .DeviceForm = run.Form,
+          .HandEdit = run.HandEdit};
 }
 
 TEST(ClearInput, DiscardsEveryByteNotYetRead) {
@@ -251,7 +252,11 @@ TEST(WaitForBytes, CountsTheBytesThatHadArrivedBeforeTheLineWent) {
 
 TEST(WaitForBytes, CountsTheBytesThatArriveInTheTurnInWhichTheLineGoes) {
   ScriptedRun run;
-  run.Port.Expect("'s'", "1E 91 03", 0.001).ThenHangUp();
+  run.Port.Expect("'s'", "1E 91 03", 0.001);
+  run.Events.OnTurn = [&] {
+    run.Clock.Advance(0.002);
+    run.Port.Close();
+  };
   SendText(run.Context, 's');
   EXPECT_TRUE(WaitForBytes(run.Context, 3, 1));
 }

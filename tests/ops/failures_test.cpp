@@ -150,7 +150,7 @@ TEST_F(ProgramFailure, ADeviceCodeThatTheBoardRefusesIsShownAndThePortIsClosed) 
 
 TEST_F(ProgramFailure, ALostExtendAcknowledgementLeavesTheSignatureResultAsItWas) {
   // The session ends before it looks at the signature, so the result of the session before it
-  // stands, and the run goes on: that is the procedure, and the verify has the last word.
+  // stands, and the run goes on without an erase: that is the procedure.
   BoardRun run(kTiny12, FaultAfter("drop", 5));
   run.Chip().SetFlashWord(0, 0x0000);
   const Texts trace = RunOn(run);
@@ -322,6 +322,39 @@ TEST_F(ProgramFailure, TheVerifyViewIsClearedAndThenLoaded) {
   EXPECT_EQ(run.Views.Paths[platform::View::Verify], "/app/avrvfy.txt");
 }
 
+TEST_F(ProgramFailure, AChipThatWasNotErasedIsNoSuccessEvenWithoutADifference) {
+  // Reply 5 is that of the first session's "A", reply 11 that of "e".
+  for (const char* fault : {"drop@5", "drop@11", "flip@11"}) {
+    SCOPED_TRACE(fault);
+    BoardRun run(kTiny12, WithFault(fault));
+    run.Chip().SetEepromByte(40, 0x12);
+    RunOn(run);
+    EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
+    EXPECT_FALSE(ops::Succeeded(run.State));
+    EXPECT_NE(run.Dialog.Detail.find("イレースを確認できなかった"), std::string::npos);
+    EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+              "verified, but the erase was not confirmed, so old data may be left beside it: "
+              "erase and program again");
+  }
+}
+
+TEST_F(ProgramFailure, ANoticeThatTheUserHasClosedDoesNotComeBack) {
+  BoardRun run(kTiny12, {.Chip = "AT90S2313"});
+  run.Events.OnTurn = [&run] {
+    if (run.Dialog.Mode == MessageMode::Notice) run.Dialog.Close();
+  };
+  RunOn(run);
+  EXPECT_FALSE(run.Dialog.Loaded);
+}
+
+TEST_F(ProgramFailure, ALargeImageOnAPortThatGoesCostsNoTimePerWord) {
+  BoardRun run("AT90S8515", {.Baud = 0, .Faults = {MakeFault("hangup@60")}});
+  run.LoadImage(Bytes(8192, 0x21), {});
+  const double before = run.Clock.Elapsed();
+  ops::ProgramCommand(run.Context);
+  EXPECT_LT(run.Clock.Elapsed() - before, 2.0);
+}
+
 TEST_F(ProgramFailure, APortThatGoesInTheMiddleEndsEveryWaitAtOnce) {
   BoardRun run(kTiny12, WithFault("hangup@30"));
   const double before = run.Clock.Elapsed();
@@ -344,9 +377,11 @@ TEST_F(ProgramFailure, AnyReplyMayFailInAnyWayAndTheNextRunWorks) {
       BoardRun run(kTiny12, FaultAfter(kind, reply, timed ? ":1200" : ""));
       RunOn(run);
       EXPECT_FALSE(run.Dialog.IsBusy());
-      if (!ops::Succeeded(run.State)) {
-        EXPECT_TRUE(run.Dialog.Loaded);
-        EXPECT_FALSE(run.Dialog.Text.empty());
+      EXPECT_TRUE(run.Dialog.Loaded);
+      EXPECT_FALSE(run.Dialog.Text.empty());
+      EXPECT_EQ(ops::Succeeded(run.State), run.Dialog.Detail.empty());
+      if (ops::Succeeded(run.State)) {
+        EXPECT_TRUE(run.State.Chip.Erased);
       }
       ExpectNextRunWorks(run);
     }

@@ -14,6 +14,7 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
 #include "platform/message_dialog.h"
 #include "platform/status_bar.h"
@@ -129,8 +130,24 @@ class FakeFileDialogs final : public platform::FileDialogs {
     Requests.push_back(request);
     return Choice;
   }
+  std::optional<std::string> Save(const platform::FileDialogRequest& request) override {
+    SaveRequests.push_back(request);
+    return Choice;
+  }
+  std::vector<platform::FileDialogRequest> SaveRequests;
   std::vector<platform::FileDialogRequest> Requests;
   std::optional<std::string> Choice;
+};
+
+class FakeHandEditForm final : public platform::HandEditForm {
+ public:
+  [[nodiscard]] std::string AddressText() const override { return Address; }
+  [[nodiscard]] std::string DataText() const override { return Data; }
+  void SetDataText(std::string_view text) override { Data = text; }
+  [[nodiscard]] bool FlashChosen() const override { return Flash; }
+  std::string Address;
+  std::string Data;
+  bool Flash = true;
 };
 
 class FakeViews final : public platform::Views {

@@ -51,7 +51,8 @@ core::RunContext TestPlatform::ContextOn(platform::SerialControl& port) {
           .MessageBoxes = Boxes,
           .FileDialogs = FileDialogs,
           .Views = Views,
-          .DeviceForm = Form};
+          .DeviceForm = Form,
+          .HandEdit = HandEdit};
 }
 
 void TestPlatform::Select(core::RunContext& context, std::string_view display_name) {

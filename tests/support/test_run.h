@@ -30,6 +30,7 @@ class TestPlatform {
   FakeFileDialogs FileDialogs;
   FakeViews Views;
   FakeDeviceForm Form;
+  FakeHandEditForm HandEdit;
 
   TestPlatform();
   [[nodiscard]] core::RunContext ContextOn(platform::SerialControl& port);

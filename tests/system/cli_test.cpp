@@ -271,6 +271,58 @@ TEST_F(Cli, AnotherChipInTheSocketFailsAndIsLeftAlone) {
   EXPECT_EQ(result.Code, 1);
   EXPECT_THAT(result.Out, HasSubstr("デバイス選択と、ソケット上のデバイスが一致しません。"));
   EXPECT_THAT(result.Err, HasSubstr("the chip was not changed"));
+  const Result quiet =
+      Run({"--quiet", "--port", board.Link(), "--device", "ATtiny12L", "program", "code.hex"});
+  EXPECT_THAT(quiet.Err, HasSubstr("error: デバイス選択と、ソケット上のデバイスが一致しません。"));
+}
+
+TEST_F(Cli, AnEraseThatWasNotConfirmedIsNoSuccess) {
+  MakeCode({0x0C, 0x94});
+  const Result result = Run({"--simulate", "--simulate-fault", "flip@11", "--device", "ATtiny12L",
+                             "program", "code.hex"});
+  EXPECT_EQ(result.Code, 1);
+  EXPECT_THAT(result.Err, HasSubstr("the erase was not confirmed"));
+}
+
+TEST_F(Cli, AReaderThatGoesAwayDoesNotStopTheRun) {
+  BoardProgram board("ATtiny12L");
+  MakeCode(FullImage(1024, 31));
+  Process shell({"sh", "-c",
+                 std::string("\"$0\" --port \"$1\" --device ATtiny12L --folder \"$2\" program "
+                             "\"$2/code.hex\" | head -n 1"),
+                 FENWRIGHT_CLI_PROGRAM, board.Link(), folder_.Path().string()});
+  EXPECT_EQ(shell.Wait(), 0);
+  EXPECT_EQ(board.Wire().back(), 'L');
+  EXPECT_EQ(board.Dump().substr(0, 1024), [] {
+    const Bytes image = FullImage(1024, 31);
+    return std::string(image.begin(), image.end());
+  }());
+}
+
+TEST_F(Cli, AnOutputThatTakesNothingStopsNothing) {
+  MakeCode({1, 2});
+  Process full({"sh", "-c",
+                std::string("\"$0\" --simulate --device ATtiny12L --folder \"$1\" program "
+                            "\"$1/code.hex\" >/dev/full 2>/dev/full"),
+                FENWRIGHT_CLI_PROGRAM, folder_.Path().string()});
+  EXPECT_EQ(full.Wait(), 0);
+  Process json({"sh", "-c",
+                std::string("\"$0\" --json --simulate --device ATtiny12L --folder \"$1\" program "
+                            "\"$1/code.hex\" >/dev/full"),
+                FENWRIGHT_CLI_PROGRAM, folder_.Path().string()});
+  EXPECT_EQ(json.Wait(), 4);
+}
+
+TEST_F(Cli, AnIgnoredHangUpStaysIgnored) {
+  BoardProgram board("ATtiny12L", {"--baud", "57600"});
+  MakeCode(FullImage(1024, 32));
+  Process run({"sh", "-c",
+               std::string("trap '' HUP; exec \"$0\" --port \"$1\" --device ATtiny12L --folder "
+                           "\"$2\" program \"$2/code.hex\""),
+               FENWRIGHT_CLI_PROGRAM, board.Link(), folder_.Path().string()});
+  while (board.Wire().size() < 60) std::this_thread::sleep_for(5ms);
+  run.Signal(SIGHUP);
+  EXPECT_EQ(run.Wait(), 0) << run.Errors();
 }
 
 TEST_F(Cli, ADeviceThatTheBoardRefusesFails) {
@@ -347,6 +399,24 @@ TEST_F(Cli, AMissingFileAndAFolderInItsPlaceAreRefused) {
     EXPECT_EQ(result.Code, 4);
     EXPECT_THAT(result.Out, HasSubstr("Program : Not found HEX file"));
   }
+}
+
+TEST_F(Cli, AFileWithoutDataIsRefusedAndOneCutShortWarnedOf) {
+  WriteFile(folder_.File("empty.hex"), "");
+  WriteFile(folder_.File("end.hex"), ":00000001FF\r\n");
+  WriteFile(folder_.File("cut.hex"), ":020000000C945E\r\n");
+  const auto program = [this](const char* name) {
+    return Run({"--json", "--simulate", "--device", "ATtiny12L", "program", name});
+  };
+  for (const char* name : {"empty.hex", "end.hex"}) {
+    SCOPED_TRACE(name);
+    const Result result = program(name);
+    EXPECT_EQ(result.Code, 4);
+    EXPECT_EQ(nlohmann::json::parse(result.Out)["exit_code"], 4);
+  }
+  const Result cut = program("cut.hex");
+  EXPECT_EQ(cut.Code, 0);
+  EXPECT_THAT(cut.Err, HasSubstr("has no end record"));
 }
 
 TEST_F(Cli, AWrongChecksumAndDataBeyondTheChipAreWarnedOf) {
@@ -446,6 +516,126 @@ TEST_F(Cli, ATerminalGetsABarWithPercentAndRemainingTime) {
 TEST_F(Cli, ASimulatedRunNeedsNoPortAndStartsWithABlankChip) {
   MakeCode({1, 2});
   EXPECT_EQ(Run({"--simulate", "--device", "AT90S8535", "program", "code.hex"}).Code, 0);
+}
+
+TEST_F(Cli, AChipIsReadSavedAndProgrammedIntoAnother) {
+  const Bytes flash = FullImage(1024, 21);
+  const Bytes eeprom = FullImage(64, 22);
+  MakeCode(flash);
+  WriteFile(folder_.File("code.eep"), HexFile(eeprom));
+  std::string original;
+  {
+    BoardProgram board("ATtiny15L", {"--state", folder_.File("chip")});
+    ASSERT_EQ(Program(board, "ATtiny15L", "code.hex").Code, 0);
+    original = board.Dump();
+    board.Program().Signal(SIGTERM);
+    board.Program().Wait();
+  }
+  {
+    BoardProgram board("ATtiny15L", {"--state", folder_.File("chip")});
+    const Result read = Run({"--port", board.Link(), "--device", "ATtiny15L", "read", "--code",
+                             "out.hex", "--data", "out.eep"});
+    ASSERT_EQ(read.Code, 0) << read.Err;
+    EXPECT_THAT(read.Out, HasSubstr("ok: flash and EEPROM read"));
+  }
+  BoardProgram other("ATtiny15L");
+  EXPECT_EQ(Program(other, "ATtiny15L", "out.hex").Code, 0);
+  EXPECT_EQ(other.Dump(), original);
+}
+
+TEST_F(Cli, AReadDoesNotOverwriteUnlessForced) {
+  WriteFile(folder_.File("out.hex"), "precious");
+  BoardProgram board("ATtiny12L");
+  const std::vector<std::string> call{"--port", board.Link(), "--device", "ATtiny12L",
+                                      "read",   "--code",     "out.hex"};
+  const Result refused = Run(call);
+  EXPECT_EQ(refused.Code, 4);
+  EXPECT_THAT(refused.Err, HasSubstr("out.hex: exists; --force overwrites it"));
+  EXPECT_EQ(ReadFile(folder_.File("out.hex")), "precious");
+  EXPECT_TRUE(board.Wire().empty());
+
+  auto forced = call;
+  forced.push_back("--force");
+  EXPECT_EQ(Run(forced).Code, 0);
+  EXPECT_THAT(ReadFile(folder_.File("out.hex")),
+              ::testing::StartsWith(":10000000FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF00\r\n"));
+}
+
+TEST_F(Cli, AReadIntoAFolderOrAMissingFolderIsRefusedFirst) {
+  std::filesystem::create_directory(folder_.File("here.hex"));
+  for (const char* target : {"here.hex", "nowhere/out.hex"}) {
+    SCOPED_TRACE(target);
+    EXPECT_EQ(
+        Run({"--simulate", "--device", "ATtiny12L", "read", "--force", "--code", target}).Code, 4);
+  }
+}
+
+TEST_F(Cli, AVerifyPrintsTheDifferencesAsTheReportHasThem) {
+  BoardProgram board("ATtiny12L");
+  MakeCode({0x0C, 0x94});
+  WriteFile(folder_.File("code.eep"), HexFile({0x22}));
+  const Result bad = Run({"--port", board.Link(), "--device", "ATtiny12L", "verify", "code.hex"});
+  EXPECT_EQ(bad.Code, 1);
+  EXPECT_THAT(bad.Out, HasSubstr("\nPROGRAM Addr(word) = 0000  Original = 940C   NG = FFFF\n"));
+  EXPECT_THAT(bad.Out, HasSubstr("\nEEPROM  Addr(byte) = 0000  Original = 22   NG = FF\n"));
+  ASSERT_EQ(Program(board, "ATtiny12L", "code.hex").Code, 0);
+  const Result good = Run({"--port", board.Link(), "--device", "ATtiny12L", "verify", "code.hex"});
+  EXPECT_EQ(good.Code, 0) << good.Err;
+  EXPECT_THAT(good.Out, Not(HasSubstr("NG = ")));
+  EXPECT_THAT(good.Out, HasSubstr("ベリファイ終了しました。"));
+}
+
+TEST_F(Cli, AnEraseBlanksTheChip) {
+  BoardProgram board("ATtiny12L");
+  MakeCode({0x0C, 0x94});
+  ASSERT_EQ(Program(board, "ATtiny12L", "code.hex").Code, 0);
+  const Result result = Run({"--port", board.Link(), "--device", "ATtiny12L", "erase"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, HasSubstr("チップ イレース完了。\nok: chip erased"));
+  EXPECT_EQ(board.Dump(), std::string(1024 + 64, '\xFF'));
+}
+
+TEST_F(Cli, TheOtherCommandsFailWithTheSameExitCodes) {
+  MakeCode({0x0C, 0x94});
+  const std::vector<std::vector<std::string>> commands{{"read"}, {"erase"}, {"verify", "code.hex"}};
+  for (const auto& command : commands) {
+    SCOPED_TRACE(command.front());
+    std::vector<std::string> silent{"--simulate", "--simulate-fault", "silent", "--device",
+                                    "ATtiny12L"};
+    silent.insert(silent.end(), command.begin(), command.end());
+    EXPECT_EQ(Run(silent).Code, 3);
+    std::vector<std::string> broken{"--simulate", "--simulate-fault", "drop@8", "--device",
+                                    "ATtiny12L"};
+    broken.insert(broken.end(), command.begin(), command.end());
+    EXPECT_EQ(Run(broken).Code, 1);
+  }
+}
+
+TEST_F(Cli, ADumpNeedsNoProgrammerAndPrintsTheFlash) {
+  MakeCode({0x41, 0x42});
+  const Result result = Run({"--device", "ATtiny12L", "dump", "code.hex"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, ::testing::StartsWith(
+                              "0000: 4241 FFFF FFFF FFFF FFFF FFFF FFFF FFFF BA･･････････････\n"
+                              "0008: "));
+  EXPECT_EQ(std::count(result.Out.begin(), result.Out.end(), '\n'), 64);
+  EXPECT_EQ(result.Err, "");
+}
+
+TEST_F(Cli, FilesOfOtherToolsLoadAndOtherToolsLoadOurs) {
+  // A record of odd length, LF line ends, and the record types that are read past.
+  WriteFile(folder_.File("tool.hex"),
+            ":020000020000FC\n:0400000300000000F9\n:020000040000FA\n:0400000500000000F7\n"
+            ":030000000C942A33\n:00000001FF\n");
+  BoardProgram board("ATtiny12L");
+  ASSERT_EQ(Program(board, "ATtiny12L", "tool.hex").Code, 0);
+  EXPECT_EQ(board.Dump().substr(0, 4), "\x0C\x94\x2A\xFF");
+  ASSERT_EQ(
+      Run({"--port", board.Link(), "--device", "ATtiny12L", "read", "--code", "ours.hex"}).Code, 0);
+  Process copy({"srec_cat", folder_.File("ours.hex"), "-intel", "-output", folder_.File("ours.bin"),
+                "-binary"});
+  ASSERT_EQ(copy.Wait(), 0) << copy.Errors();
+  EXPECT_EQ(ReadFile(folder_.File("ours.bin")), board.Dump().substr(0, 1024));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -58,6 +59,57 @@ TEST(FileDialogs, TheOpenDialogShowsTheRequestAndReturnsTheChosenPath) {
     static_cast<QDialog&>(dialog).accept();
   });
   EXPECT_EQ(QtFileDialogs(nullptr).Open(request), folder.File("prog.HEX"));
+}
+
+const platform::FileDialogRequest kSaveRequest{.Title = "コードファイル(*.hex)の保存",
+                                               .Filter = "Hex File|*.HEX|All Files|*.*|",
+                                               .DefaultExtension = "*.hex",
+                                               .StartFolder = {}};
+
+/// Types a name into the save dialog that comes up, and accepts it.
+std::optional<std::string> SaveUnder(const platform::TemporaryFolder& folder, const QString& name,
+                                     platform::FileDialogRequest request = kSaveRequest) {
+  request.StartFolder = folder.Path();
+  OnDialog([&](QFileDialog& dialog) {
+    EXPECT_EQ(ToUtf8(dialog.windowTitle()), request.Title);
+    EXPECT_EQ(dialog.acceptMode(), QFileDialog::AcceptSave);
+    EXPECT_EQ(dialog.directory().absolutePath(), ToQString(folder.Path()));
+    dialog.findChild<QLineEdit*>("fileNameEdit")->setText(name);
+    static_cast<QDialog&>(dialog).accept();
+    // A dialog that is still there has asked something.
+    EXPECT_FALSE(dialog.isVisible());
+    if (dialog.isVisible()) dialog.reject();
+  });
+  return QtFileDialogs(nullptr).Save(request);
+}
+
+TEST(FileDialogs, ANameTypedWithoutExtensionIsSavedWithTheDefaultOne) {
+  const platform::TemporaryFolder folder;
+  EXPECT_EQ(SaveUnder(folder, "prog"), folder.File("prog.hex"));
+}
+
+TEST(FileDialogs, ATypedExtensionStays) {
+  const platform::TemporaryFolder folder;
+  EXPECT_EQ(SaveUnder(folder, "prog.rom"), folder.File("prog.rom"));
+}
+
+TEST(FileDialogs, WithoutADefaultExtensionTheNameStaysAsTyped) {
+  const platform::TemporaryFolder folder;
+  platform::FileDialogRequest request = kSaveRequest;
+  request.DefaultExtension.clear();
+  EXPECT_EQ(SaveUnder(folder, "prog", request), folder.File("prog"));
+}
+
+TEST(FileDialogs, TheSaveDialogDoesNotAskAboutAFileThatExists) {
+  const platform::TemporaryFolder folder;
+  QFile file(ToQString(folder.File("prog.hex")));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  EXPECT_EQ(SaveUnder(folder, "prog.hex"), folder.File("prog.hex"));
+}
+
+TEST(FileDialogs, ACancelledSaveGivesNothing) {
+  OnDialog([](QFileDialog& dialog) { dialog.reject(); });
+  EXPECT_EQ(QtFileDialogs(nullptr).Save(kSaveRequest), std::nullopt);
 }
 
 TEST(FileDialogs, ACancelledDialogGivesNothing) {

@@ -4,8 +4,13 @@
 #include <string>
 #include <string_view>
 
+#include <QApplication>
+#include <QDropEvent>
+#include <QMimeData>
 #include <QObject>
 #include <QString>
+#include <QUrl>
+#include <QWidget>
 #include <gtest/gtest.h>
 
 #include "board/simulated_serial_control.h"
@@ -23,6 +28,29 @@ Control* Find(QObject& window, const char* name) {
   Control* control = window.findChild<Control*>(name);
   if (!control) ADD_FAILURE() << "no control " << name;
   return control;
+}
+
+/// Drags something over a control and lets it go there, as the window system does: the events climb
+/// to the first parent that takes them. False when nobody does.
+inline bool Drop(QWidget& target, const QMimeData& dragged,
+                 Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction) {
+  const QPoint place = target.rect().center();
+  QDragEnterEvent enter(place, actions, &dragged, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&target, &enter);
+  if (!enter.isAccepted()) return false;
+  EXPECT_EQ(enter.dropAction(), Qt::CopyAction);
+  QDropEvent drop(place, actions, &dragged, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&target, &drop);
+  EXPECT_EQ(drop.dropAction(), Qt::CopyAction);
+  return drop.isAccepted();
+}
+
+inline bool DropFiles(QWidget& target, const QStringList& paths) {
+  QMimeData dragged;
+  QList<QUrl> urls;
+  for (const QString& path : paths) urls.append(QUrl::fromLocalFile(path));
+  dragged.setUrls(urls);
+  return Drop(target, dragged);
 }
 
 /// Message boxes that a test answers, with a look at the program while one is on the screen.

@@ -1,17 +1,23 @@
 #include "ui/window_run.h"
 
+#include <algorithm>
 #include <memory>
 
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRadioButton>
+#include <QScrollBar>
 #include <QTest>
 #include <QTimer>
 #include <gtest/gtest.h>
 
 #include "core/device_catalogue.h"
+#include "ui/elided_label.h"
 #include "ui/view_window.h"
 #include "ui/window_bench.h"
 
@@ -96,6 +102,175 @@ TEST(WindowRun, OpenThenProgramWritesTheChipAndShowsTheResult) {
   EXPECT_TRUE(MessageShown(bench, "ベリファイ　FLASH : OK / EEPROM : OK"));
   EXPECT_TRUE(bench.Run.Window().ViewOf(platform::View::Verify)->isVisible());
   EXPECT_TRUE(Find<QPushButton>(bench.Run.Window(), "Cmd_btn_program")->isEnabled());
+}
+
+std::string FileInfo(WindowBench& bench) {
+  return Find<QLabel>(bench.Run.Window(), "lblFileInfo")->text().toStdString();
+}
+
+QString ViewText(WindowBench& bench, platform::View view) {
+  return bench.Run.Window().ViewOf(view)->TextControl()->toPlainText();
+}
+
+void Choose(WindowBench& bench, const char* item) {
+  Find<QAction>(bench.Run.Window(), item)->trigger();
+}
+
+TEST(WindowRun, AChipReadAndSavedIsTheFileThatWasProgrammed) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  Press(bench, "Cmd_btn_program");
+  const std::vector<std::uint8_t> programmed = bench.Run.State().FlashBuffer;
+  bench.Run.State().FlashBuffer.assign(programmed.size(), 0x55);
+  Press(bench, "Cmd_btn_read");
+  const std::vector<std::uint8_t>& read = bench.Run.State().FlashBuffer;
+  EXPECT_TRUE(std::equal(programmed.begin(), programmed.begin() + 2 * kProgramWords, read.begin()));
+  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: 0000 0701 0E02 "));
+  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Status)->text(),
+            "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
+  bench.Dialogs.Choice = "/files/copy.hex";
+  Choose(bench, "mnuFileSaveAs");
+  EXPECT_EQ(bench.Dialogs.SaveRequests.size(), 1U);
+  EXPECT_TRUE(bench.Files.Files.contains("/files/copy.hex"));
+  EXPECT_TRUE(bench.Files.Files.contains("/files/copy.eep"));
+}
+
+TEST(WindowRun, EachSaveItemWritesItsOwnFiles) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  bench.Dialogs.Choice = "/files/a.hex";
+  Choose(bench, "mnuFileSaveAsCode");
+  EXPECT_TRUE(bench.Files.Files.contains("/files/a.hex"));
+  EXPECT_FALSE(bench.Files.Files.contains("/files/a.eep"));
+  bench.Dialogs.Choice = "/files/b.eep";
+  Choose(bench, "mnuFileSaveAsData");
+  EXPECT_TRUE(bench.Files.Files.contains("/files/b.eep"));
+  EXPECT_FALSE(bench.Files.Files.contains("/files/b.hex"));
+}
+
+TEST(WindowRun, SaveWritesTheOpenedFilesAndReloadBringsThemBack) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  Press(bench, "Cmd_btn_save");
+  EXPECT_TRUE(bench.Files.Files.contains("/files/prog.eep"));
+  bench.Files.Files["/files/prog.hex"] = ":02000000CDAB86\r\n:00000001FF\r\n";
+  Press(bench, "Cmd_btn_reload");
+  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: ABCD FFFF "));
+  EXPECT_NE(FileInfo(bench).find("prog.hex\n1 / 512 word"), std::string::npos) << FileInfo(bench);
+}
+
+TEST(WindowRun, TheVerifyButtonComparesAndShowsTheReport) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  Press(bench, "Cmd_btn_program");
+  bench.Run.Window().ViewOf(platform::View::Verify)->close();
+  Press(bench, "Cmd_btn_verify");
+  EXPECT_TRUE(bench.Run.Window().ViewOf(platform::View::Verify)->isVisible());
+  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Status)->text(),
+            "ベリファイ終了しました。");
+}
+
+TEST(WindowRun, TheEraseButtonErasesTheChipAndLeavesTheBuffers) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  Press(bench, "Cmd_btn_program");
+  ASSERT_TRUE(ChipHoldsBuffer(bench));
+  const std::vector<std::uint8_t> before = bench.Run.State().FlashBuffer;
+  Press(bench, "Cmd_btn_erase");
+  EXPECT_EQ(bench.Port.Board().Socket().FlashWord(1), 0xFFFF);
+  EXPECT_EQ(bench.Run.State().FlashBuffer, before);
+}
+
+TEST(WindowRun, OpeningOneFileKeepsWhatIsKnownAboutTheOther) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  bench.Files.Files["/files/table.eep"] = ":0200000011AA43\r\n:00000001FF\r\n";
+  bench.Dialogs.Choice = "/files/table.eep";
+  Choose(bench, "mnuFileOpenData");
+  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom).startsWith("0000: 11 AA FF "));
+  EXPECT_NE(FileInfo(bench).find("prog.hex\n400 / 512 word"), std::string::npos);
+  EXPECT_NE(FileInfo(bench).find("table.eep\n2 / 64 byte"), std::string::npos) << FileInfo(bench);
+
+  bench.Files.Files["/files/other.hex"] = ":02000000CDAB86\r\n:00000001FF\r\n";
+  bench.Dialogs.Choice = "/files/other.hex";
+  Choose(bench, "mnuFileOpenCode");
+  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: ABCD FFFF "));
+  EXPECT_NE(FileInfo(bench).find("other.hex\n1 / 512 word"), std::string::npos);
+  EXPECT_NE(FileInfo(bench).find("table.eep"), std::string::npos);
+
+  // A file of another kind is passed over.
+  bench.Files.Files["/files/notes.txt"] = "notes";
+  bench.Dialogs.Choice = "/files/notes.txt";
+  Choose(bench, "mnuFileOpenCode");
+  EXPECT_NE(FileInfo(bench).find("other.hex"), std::string::npos);
+}
+
+TEST(WindowRun, ADroppedFileIsOpenedWithTheDataFileBesideIt) {
+  WindowBench bench;
+  bench.Start();
+  bench.GivenHexFile(kProgramWords);
+  bench.Files.Files["/files/prog.eep"] = ":0200000011AA43\r\n:00000001FF\r\n";
+  EXPECT_TRUE(DropFiles(bench.Run.Window(), {"/files/prog.hex"}));
+  QApplication::processEvents();
+  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: 0000 0701 "));
+  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom).startsWith("0000: 11 AA FF "));
+  EXPECT_NE(FileInfo(bench).find("prog.eep"), std::string::npos);
+}
+
+TEST(WindowRun, ACellIsShownAsItsAddressIsTypedAndCanBeChanged) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  auto* address = Find<QLineEdit>(bench.Run.Window(), "txtAddress");
+  auto* data = Find<QLineEdit>(bench.Run.Window(), "txtData");
+  address->setFocus();
+  QTest::keyClicks(address, "2");
+  EXPECT_EQ(data->text(), "0E02");
+  data->selectAll();
+  QTest::keyClicks(data, "BEEF");
+  Press(bench, "CmdWrite");
+  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: 0000 0701 BEEF "));
+  data->clear();
+  Press(bench, "CmdRead");
+  EXPECT_EQ(data->text(), "BEEF");
+}
+
+TEST(WindowRun, AHandEditKeepsThePartOfTheViewInSight) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  QApplication::processEvents();
+  QScrollBar* bar =
+      bench.Run.Window().ViewOf(platform::View::Flash)->TextControl()->verticalScrollBar();
+  bar->setValue(20);
+  ASSERT_EQ(bar->value(), 20);
+  Find<QLineEdit>(bench.Run.Window(), "txtAddress")->setText("A0");
+  Find<QLineEdit>(bench.Run.Window(), "txtData")->setText("1234");
+  Press(bench, "CmdWrite");
+  QApplication::processEvents();
+  EXPECT_EQ(bench.Run.State().FlashBuffer.at(0x140), 0x12);
+  EXPECT_EQ(bar->value(), 20);
+}
+
+TEST(WindowRun, AnEepromCellIsChangedByItsOwnOption) {
+  WindowBench bench;
+  bench.Start();
+  Find<QRadioButton>(bench.Run.Window(), "OptionEeprom")->click();
+  Find<QLineEdit>(bench.Run.Window(), "txtAddress")->setText("3F");
+  EXPECT_EQ(Find<QLineEdit>(bench.Run.Window(), "txtData")->text(), "FF");
+  Find<QLineEdit>(bench.Run.Window(), "txtData")->setText("5A");
+  Press(bench, "CmdWrite");
+  EXPECT_EQ(bench.Run.State().EepromBuffer.at(0x3F), 0x5A);
+  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom).contains("FF 5A "));
+}
+
+TEST(WindowRun, AWrongAddressIsSaidInTheMessageDialogAndTypingGoesOn) {
+  WindowBench bench;
+  bench.Start();
+  auto* address = Find<QLineEdit>(bench.Run.Window(), "txtAddress");
+  address->setFocus();
+  QTest::keyClicks(address, "7f");
+  EXPECT_EQ(address->text(), "7f");
+  EXPECT_TRUE(MessageShown(bench, "入力データに誤りがあります．"));
+  EXPECT_EQ(bench.Run.Window().focusWidget(), address);
 }
 
 TEST(WindowRun, ClosingTheDialogDuringProgrammingOnlyClosesTheDialog) {

@@ -14,7 +14,7 @@
 namespace fenwright::platform {
 namespace {
 
-constexpr std::size_t kLargestFile = std::size_t{256} << 20;
+constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 constexpr std::size_t kReadBlock = std::size_t{64} << 10;
 constexpr mode_t kNewFileMode = 0666;
 /// Non-blocking, so that a pipe put in a file's place holds nobody up.

@@ -15,7 +15,7 @@ namespace fenwright::platform {
 /// - Every write and close is checked, so a full disc or a file size limit is reported. The
 ///   constructor makes the process ignore SIGXFSZ, unless somebody handles it, since reaching a
 ///   limit would end the program otherwise.
-/// - Files above 256 MiB are not read: Failed.
+/// - Files above 16 MiB are not read: Failed.
 /// - ENOENT is NotFound; EACCES, EPERM, EROFS and EISDIR are AccessRefused; the rest is Failed.
 class SystemTextFiles final : public TextFiles {
  public:

@@ -1,0 +1,88 @@
+#include "image/hand_edit.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/hex_format.h"
+#include "core/status.h"
+#include "image/buffers.h"
+#include "image/dump_files.h"
+
+namespace fenwright::image {
+namespace {
+
+/// Value of one to four digits; any other number of characters is an error as a wrong digit is.
+std::int32_t Parse(std::string_view text, std::int16_t& link_error) {
+  constexpr std::size_t kDigits = 4;
+  if (text.empty() || text.size() > kDigits) {
+    link_error = 1;
+    return 0;
+  }
+  std::string digits(kDigits - text.size(), '0');
+  digits += text;
+  return HexWord(digits[0], digits[1], digits[2], digits[3], link_error);
+}
+
+void ShowNotice(core::RunContext& context, std::string_view text) {
+  core::ShowMessage(context, text, platform::MessageMode::Notice);
+}
+
+/// True when the frame's texts are good; says otherwise.
+bool CheckInput(core::RunContext& context) {
+  if (context.State.LinkError != 1) return true;
+  ShowNotice(context, "入力データに誤りがあります．");
+  return false;
+}
+
+/// True when the address lies within the chosen memory's limit; says otherwise.
+bool CheckAddress(core::RunContext& context, std::int32_t address) {
+  const bool flash = context.HandEdit.FlashChosen();
+  const std::int32_t last =
+      flash ? 2 * context.State.FlashWords - 1 : context.State.EepromBytes - 1;
+  if (address <= last) return true;
+  ShowNotice(context, flash ? "Flash アドレスが範囲を超えています．"
+                            : "EEPROM アドレスが範囲を超えています．");
+  return false;
+}
+
+std::uint8_t HighByte(std::int32_t value) { return static_cast<std::uint8_t>(value >> 8 & 0xFF); }
+std::uint8_t LowByte(std::int32_t value) { return static_cast<std::uint8_t>(value & 0xFF); }
+
+}  // namespace
+
+void ReadOneLocation(core::RunContext& context) {
+  core::AppState& state = context.State;
+  const std::string address_text = context.HandEdit.AddressText();
+  if (address_text.empty()) return;
+  state.LinkError = 0;
+  const std::int32_t address = Parse(address_text, state.LinkError);
+  if (!CheckInput(context) || !CheckAddress(context, address)) return;
+  const auto cell = static_cast<std::size_t>(address);
+  if (context.HandEdit.FlashChosen()) {
+    context.HandEdit.SetDataText(core::HexByte(state.FlashBuffer[2 * cell]) +
+                                 core::HexByte(state.FlashBuffer[2 * cell + 1]));
+  } else {
+    context.HandEdit.SetDataText(core::HexByte(state.EepromBuffer[cell]));
+  }
+}
+
+void WriteOneLocation(core::RunContext& context) {
+  core::AppState& state = context.State;
+  state.LinkError = 0;
+  const std::int32_t address = Parse(context.HandEdit.AddressText(), state.LinkError);
+  const std::int32_t value = Parse(context.HandEdit.DataText(), state.LinkError);
+  if (!CheckInput(context) || !CheckAddress(context, address)) return;
+  const auto cell = static_cast<std::size_t>(address);
+  if (context.HandEdit.FlashChosen()) {
+    state.FlashBuffer[2 * cell] = HighByte(value);
+    state.FlashBuffer[2 * cell + 1] = LowByte(value);
+    RefreshFlashView(context);
+  } else {
+    state.EepromBuffer[cell] = LowByte(value);
+    RefreshEepromView(context);
+  }
+}
+
+}  // namespace fenwright::image

@@ -1,0 +1,94 @@
+#include "ops/read_device.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "core/status.h"
+#include "image/dump_files.h"
+#include "link/board_commands.h"
+#include "link/serial_link.h"
+#include "ops/device_session.h"
+
+namespace fenwright::ops {
+namespace {
+
+using platform::MessageMode;
+
+// The blank after the comma is an ideographic space, in this text alone.
+constexpr std::string_view kFlashText = "フラッシュプログラムメモリ　読出し中.....";
+
+/// Reads every word of the flash; false when one timed out.
+bool ReadFlashWords(core::RunContext& context) {
+  core::AppState& state = context.State;
+  for (std::int32_t word = 0; word < state.FlashWords; ++word) {
+    UpdateProgress(context, word);
+    const auto index = 2 * static_cast<std::size_t>(word);
+    std::uint8_t& high = state.FlashBuffer[index];
+    std::uint8_t& low = state.FlashBuffer[index + 1];
+    if (!link::ReadProgramWord(context, high, low, state.LinkError)) return false;
+    state.Chip.FlashWordsRead = word + 1;
+  }
+  return true;
+}
+
+/// The flash phase; false when the operation ends with it.
+bool ReadFlash(core::RunContext& context) {
+  core::AppState& state = context.State;
+  context.MessageDialog.SetProgressRange(state.FlashWords);
+  link::AvrExtendCommand(context, state.LinkError);
+  if (state.LinkError != 0) return false;
+  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  link::EnterProgrammingMode(context, state.LinkError);
+  if (state.LinkError != 0) {
+    link::ShowCommError(context);
+    return false;
+  }
+  link::SelectAddress(context, 0, state.LinkError);
+  if (!ReadFlashWords(context)) return false;
+  link::LeaveProgrammingMode(context, state.LinkError);
+  if (state.LinkError != 0) {
+    core::ReportResult(context, "フラッシュプログラムメモリ 読出し失敗");
+    return true;
+  }
+  image::RefreshFlashView(context);
+  context.MessageDialog.Close();
+  return true;
+}
+
+void ReadEeprom(core::RunContext& context) {
+  core::AppState& state = context.State;
+  link::AvrExtendCommand(context, state.LinkError);
+  if (state.LinkError != 0) return;
+  core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ 読出し中.....", MessageMode::Busy);
+  context.MessageDialog.SetProgressRange(state.EepromBytes);
+  link::EnterProgrammingMode(context, state.LinkError);
+  for (std::int32_t byte = 0; byte < state.EepromBytes; ++byte) {
+    UpdateProgress(context, byte);
+    link::SelectAddress(context, byte, state.LinkError);
+    link::ReadDataByte(context, state.EepromBuffer[static_cast<std::size_t>(byte)],
+                       state.LinkError);
+  }
+  link::LeaveProgrammingMode(context, state.LinkError);
+  if (state.LinkError != 0) {
+    core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ 読出し失敗");
+    return;
+  }
+  state.Chip.ReadFinished = true;
+  image::RefreshEepromView(context);
+  context.MessageDialog.Close();
+}
+
+}  // namespace
+
+void ReadDevice(core::RunContext& context) {
+  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  CheckSocketDevice(context);
+  if (context.State.LinkError != 0) {
+    core::ShowStatus(context, "リードを中止しました。");
+    return;
+  }
+  if (ReadFlash(context)) ReadEeprom(context);
+}
+
+}  // namespace fenwright::ops

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "core/run_context.h"
+
+namespace fenwright::ops {
+
+/// Copies the whole flash and the whole EEPROM of the chip into the buffers. A word that times out
+/// ends the operation where it stands: the words before it are in the buffer, the rest keeps its
+/// old values, programming mode is not left and the EEPROM is not read.
+void ReadDevice(core::RunContext& context);
+
+}  // namespace fenwright::ops

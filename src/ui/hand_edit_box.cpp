@@ -1,0 +1,117 @@
+#include "ui/hand_edit_box.h"
+
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+#include "ui/fonts.h"
+
+namespace fenwright::ui {
+namespace {
+
+constexpr int kDigits = 4;
+constexpr int kFieldPadding = 18;
+constexpr int kButtonWidth = 66;
+constexpr int kSpacing = 6;
+
+void Name(QWidget* widget, const QString& object_name, const QString& accessible_name,
+          const QString& tool_tip) {
+  widget->setObjectName(object_name);
+  widget->setAccessibleName(accessible_name);
+  widget->setToolTip(tool_tip);
+}
+
+QLineEdit* DigitField(const QString& object_name, const QString& accessible_name,
+                      const QString& tool_tip) {
+  auto* field = new QLineEdit;
+  Name(field, object_name, accessible_name, tool_tip);
+  field->setMaxLength(kDigits);
+  QFont font = MonospacedFont();
+  font.setPointSizeF(QApplication::font().pointSizeF());
+  font.setLetterSpacing(QFont::AbsoluteSpacing, 0);
+  field->setFont(font);
+  field->setFixedWidth(field->fontMetrics().horizontalAdvance(QString(kDigits, '0')) +
+                       kFieldPadding);
+  field->setInputMethodHints(Qt::ImhPreferUppercase | Qt::ImhNoPredictiveText | Qt::ImhLatinOnly);
+  // A file dropped on the field is meant for the window.
+  field->setAcceptDrops(false);
+  return field;
+}
+
+QPushButton* EditButton(const QString& object_name, const QString& caption,
+                        const QString& accessible_name, const QString& tool_tip) {
+  auto* button = new QPushButton(caption);
+  Name(button, object_name, accessible_name, tool_tip);
+  button->setFixedWidth(kButtonWidth);
+  return button;
+}
+
+QRadioButton* MemoryOption(const QString& object_name, const QString& caption,
+                           const QString& tool_tip) {
+  auto* option = new QRadioButton(caption);
+  Name(option, object_name, caption, tool_tip);
+  return option;
+}
+
+QLabel* LabelOf(QLineEdit* field, const QString& object_name, const QString& caption) {
+  auto* label = new QLabel(caption);
+  label->setObjectName(object_name);
+  label->setAccessibleName(caption);
+  label->setBuddy(field);
+  return label;
+}
+
+}  // namespace
+
+HandEditBox::HandEditBox()
+    : QGroupBox("バッファーの編集"),
+      address_(DigitField("txtAddress", "アドレス",
+                          "16進数で1～4桁 (0-9、A-F)。プログラムメモリはワード単位です。")),
+      data_(DigitField("txtData", "データ", "16進数で1～4桁 (0-9、A-F)")),
+      flash_(MemoryOption("OptionProgram", "プログラムメモリ",
+                          "プログラムメモリのバッファーを編集します")),
+      eeprom_(MemoryOption("OptionEeprom", "EEPROMデータメモリ",
+                           "EEPROMデータメモリのバッファーを編集します")),
+      read_(EditButton("CmdRead", "読み出し", "バッファーの読み出し",
+                       "アドレスの値をバッファーから読み出します")),
+      write_(EditButton("CmdWrite", "書き込み", "バッファーへの書き込み",
+                        "データをバッファーに書き込みます。チップは変わりません。")) {
+  setObjectName("fraHandEdit");
+  setAccessibleName(title());
+  flash_->setChecked(true);
+
+  auto* options = new QHBoxLayout;
+  options->setSpacing(2 * kSpacing);
+  options->addWidget(flash_);
+  options->addWidget(eeprom_);
+  options->addStretch(1);
+
+  auto* fields = new QHBoxLayout;
+  fields->setSpacing(kSpacing);
+  fields->addWidget(LabelOf(address_, "lblAddress", "アドレス"));
+  fields->addWidget(address_);
+  fields->addWidget(LabelOf(data_, "lblData", "データ"));
+  fields->addWidget(data_);
+  fields->addStretch(1);
+  fields->addWidget(read_);
+  fields->addWidget(write_);
+
+  auto* rows = new QVBoxLayout(this);
+  rows->setSpacing(kSpacing);
+  rows->addLayout(options);
+  rows->addLayout(fields);
+
+  connect(address_, &QLineEdit::textChanged, this, &HandEditBox::ReadRequested);
+  connect(read_, &QPushButton::clicked, this, &HandEditBox::ReadRequested);
+  connect(write_, &QPushButton::clicked, this, &HandEditBox::WriteRequested);
+}
+
+QList<QWidget*> HandEditBox::Controls() const {
+  return {flash_, eeprom_, address_, data_, read_, write_};
+}
+
+}  // namespace fenwright::ui

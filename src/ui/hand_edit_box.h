@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QGroupBox>
+
+class QLineEdit;
+class QPushButton;
+class QRadioButton;
+
+namespace fenwright::ui {
+
+/// The frame in which one cell of a buffer is looked at and changed: two fields of up to four
+/// digits, the choice of the memory and two buttons. It only shows and reports; what the texts mean
+/// is the engine's business, so the fields take any character.
+class HandEditBox final : public QGroupBox {
+  Q_OBJECT
+
+ public:
+  HandEditBox();
+
+  // The controls, for the adapter and tests.
+  [[nodiscard]] QLineEdit* Address() const { return address_; }
+  [[nodiscard]] QLineEdit* Data() const { return data_; }
+  [[nodiscard]] QRadioButton* FlashOption() const { return flash_; }
+  [[nodiscard]] QRadioButton* EepromOption() const { return eeprom_; }
+
+  /// Everything in the frame that the user can touch.
+  [[nodiscard]] QList<QWidget*> Controls() const;
+
+ signals:
+  /// The cell at the address is to be shown: the button was pressed or the address changed.
+  void ReadRequested();
+  /// The cell at the address is to be changed: the button was pressed.
+  void WriteRequested();
+
+ private:
+  QLineEdit* address_;
+  QLineEdit* data_;
+  QRadioButton* flash_;
+  QRadioButton* eeprom_;
+  QPushButton* read_;
+  QPushButton* write_;
+};
+
+}  // namespace fenwright::ui

@@ -1,0 +1,154 @@
+#include "image/file_summary.h"
+
+#include <gtest/gtest.h>
+
+#include "support/test_run.h"
+
+namespace fenwright::image {
+namespace {
+
+constexpr char kCodePath[] = "/home/files/prog.hex";
+constexpr char kDataPath[] = "/home/files/prog.eep";
+constexpr char kCode[] = ":020000000C945E\r\n:00000001FF\r\n";
+constexpr char kData[] = ":020000001234B8\r\n:00000001FF\r\n";
+
+class FileSummary : public ::testing::Test {
+ protected:
+  FileSummary() { run_.Select(run_.Context, "AT90S2313"); }
+
+  void Put(const std::string& path, const std::string& content) {
+    run_.Files.Files[path] = content;
+  }
+  std::string OpenBoth() {
+    SetCodeAndDataFile(run_.Context, kCodePath);
+    return DescribeOpenedFiles(run_.State, LoadCodeAndDataFile(run_.Context));
+  }
+
+  testing::ScriptedRun run_;
+};
+
+TEST_F(FileSummary, NamesBothFilesAndHowMuchOfEachMemoryIsUsed) {
+  Put(kCodePath, kCode);
+  Put(kDataPath, kData);
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n2 / 128 byte (2 %)");
+}
+
+TEST_F(FileSummary, SaysNothingAboutADataFileThatIsNotThere) {
+  Put(kCodePath, kCode);
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)");
+}
+
+TEST_F(FileSummary, OfACodeFileAloneIsAboutTheCodeFile) {
+  Put(kCodePath, kCode);
+  Put(kDataPath, kData);
+  run_.State.CodeFileName = kCodePath;
+  run_.State.DataFileName = kDataPath;
+  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeFile(run_.Context)),
+            "prog.hex\n1 / 1024 word (1 %)");
+}
+
+TEST_F(FileSummary, OfADataFileAloneIsAboutTheDataFile) {
+  Put(kDataPath, kData);
+  run_.State.CodeFileName = kCodePath;
+  run_.State.DataFileName = kDataPath;
+  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadDataFile(run_.Context)),
+            "prog.eep\n2 / 128 byte (2 %)");
+}
+
+TEST_F(FileSummary, IsEmptyWhenThereWasNoFile) {
+  EXPECT_EQ(OpenBoth(), "");
+  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeFile(run_.Context)), "");
+  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadDataFile(run_.Context)), "");
+}
+
+TEST_F(FileSummary, IsEmptyForAnotherExtension) {
+  Put("/home/prog.bin", kCode);
+  SetCodeAndDataFile(run_.Context, "/home/prog.bin");
+  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeAndDataFile(run_.Context)), "");
+}
+
+TEST_F(FileSummary, IsEmptyForACodeFileWhoseNameWasForgotten) {
+  Put(kCodePath, ":0100g00012ED\r\n:02FFFF000102FD\r\n");
+  run_.State.CodeFileName = kCodePath;
+  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeFile(run_.Context)), "");
+}
+
+TEST_F(FileSummary, RoundsTheShareUpSoThatAUsedMemoryIsNeverZeroPercent) {
+  Put(kCodePath, ":020012001234A6\r\n");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n10 / 1024 word (1 %)");
+  Put(kCodePath, ":020014001234A4\r\n");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n11 / 1024 word (2 %)");
+}
+
+TEST_F(FileSummary, AFullMemoryIs100Percent) {
+  Put(kCodePath, ":0207FE001234B3\r\n");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1024 / 1024 word (100 %)");
+}
+
+TEST_F(FileSummary, ABlankFileUsesNothing) {
+  Put(kCodePath, ":00000001FF\r\n");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n0 / 1024 word (0 %)");
+}
+
+TEST_F(FileSummary, WithoutADeviceNothingIsDividedByZero) {
+  Put(kCodePath, ":00000001FF\r\n");
+  run_.State.FlashWords = 0;
+  run_.State.EepromBytes = 0;
+  EXPECT_EQ(OpenBoth(), "prog.hex\n0 / 0 word (0 %)");
+}
+
+TEST_F(FileSummary, WarnsOfALineThatEndedTheReading) {
+  Put(kCodePath, ":020000000C945E\r\nbad\r\n");
+  EXPECT_EQ(OpenBoth(),
+            "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 2行目が「:」で始まっていないため、"
+            "そこまでしか読み込んでいません。ファイルを直し、プログラムを再起動してください。");
+}
+
+TEST_F(FileSummary, WarnsOfWrongDigits) {
+  Put(kCodePath, ":020000000C945E\r\n:020002000d945B\r\n");
+  EXPECT_EQ(
+      OpenBoth(),
+      "prog.hex\n2 / 1024 word (1 %)\n⚠ prog.hex : 2行目に16進数字(0-9、A-F)でない文字があるか、"
+      "行が短いため、0として読み込みました。");
+}
+
+TEST_F(FileSummary, WarnsOfAWrongChecksum) {
+  Put(kCodePath, kCode);
+  Put(kDataPath, ":0200000012348F\r\n");
+  EXPECT_EQ(OpenBoth(),
+            "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n2 / 128 byte (2 %)\n"
+            "⚠ prog.eep : 1行目のチェックサムが合いません。");
+}
+
+TEST_F(FileSummary, WarnsOfCodeBeyondTheChip) {
+  Put(kCodePath, ":0108000012E5\r\n");
+  const std::string text = OpenBoth();
+  EXPECT_NE(text.find("⚠ prog.hex : デバイスの容量を超えるデータがあります。"
+                      "超えた分は書き込まれません。"),
+            std::string::npos)
+      << text;
+}
+
+TEST_F(FileSummary, WarnsOfDataBeyondTheChip) {
+  Put(kCodePath, kCode);
+  Put(kDataPath, ":01008000126D\r\n:00000001FF\r\n");
+  const std::string text = OpenBoth();
+  EXPECT_NE(text.find("⚠ prog.eep : デバイスの容量を超えるデータがあります。"), std::string::npos)
+      << text;
+  EXPECT_EQ(text.find("⚠ prog.hex"), std::string::npos) << text;
+}
+
+TEST_F(FileSummary, DoesNotWarnOfDataThatJustFits) {
+  Put(kCodePath, kCode);
+  Put(kDataPath, ":01007F00126E\r\n");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n128 / 128 byte (100 %)");
+}
+
+TEST_F(FileSummary, GivesEachDoubtALine) {
+  Put(kCodePath, ":020000000C9400\r\n:020002000d945B\r\nbad\r\n");
+  const std::string text = OpenBoth();
+  EXPECT_EQ(std::ranges::count(text, '\n'), 4) << text;
+}
+
+}  // namespace
+}  // namespace fenwright::image

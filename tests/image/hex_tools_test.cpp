@@ -1,0 +1,135 @@
+// HEX files of independent tools are read, and those tools read ours.
+
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "core/device_catalogue.h"
+#include "image/buffers.h"
+#include "image/hex_reader.h"
+#include "image/hex_writer.h"
+#include "support/process.h"
+#include "support/test_run.h"
+
+namespace fenwright::image {
+namespace {
+
+using testing::Bytes;
+
+class HexTools : public ::testing::Test {
+ protected:
+  core::AppState& State() { return run_.State; }
+  std::string Path(const std::string& name) { return folder_.File(name); }
+  static void Run(const std::vector<std::string>& command) {
+    testing::Process process(command);
+    EXPECT_EQ(process.Wait(), 0) << command[0] << ": " << process.Errors();
+  }
+  /// The flash as a file has it, low byte first.
+  [[nodiscard]] std::string Flash(std::size_t count) {
+    std::string bytes;
+    for (std::size_t i = 0; i < count; ++i) {
+      bytes += static_cast<char>(State().FlashBuffer[i ^ 1U]);
+    }
+    return bytes;
+  }
+  void Fill(std::size_t count, unsigned seed) {
+    const Bytes bytes = testing::RandomBytes(count, seed);
+    std::ranges::copy(bytes, State().FlashBuffer.begin());
+  }
+  void WriteCodeTo(const std::string& path) {
+    State().CodeSaveFileName = path;
+    ASSERT_TRUE(WriteCodeHexFile(run_.Context));
+    testing::WriteFile(path, run_.Files.Files[path]);
+  }
+  HexReadReport ReadCodeFrom(const std::string& path) {
+    run_.Files.Files[path] = testing::ReadFile(path);
+    State().CodeFileName = path;
+    ClearFlashBuffer(State());
+    return ReadCodeHexFile(run_.Context);
+  }
+  /// What is read from `path` is `image`, blank behind it, without a doubt about a line.
+  void ExpectReads(const std::string& path, const std::string& image) {
+    const HexReadReport report = ReadCodeFrom(path);
+    EXPECT_EQ(report.End, HexReadEnd::Complete);
+    EXPECT_EQ(report.FirstDoubtfulLine, 0);
+    EXPECT_EQ(report.FirstBadChecksumLine, 0);
+    EXPECT_TRUE(Flash(image.size()) == image);
+    EXPECT_EQ(State().FlashBuffer[(image.size() + 1) | 1U], 0xFF);
+  }
+
+  testing::ScriptedRun run_;
+  testing::TemporaryFolder folder_;
+};
+
+TEST_F(HexTools, OnEveryDeviceTwoToolsReadTheCodeFile) {
+  unsigned seed = 10;
+  for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
+    SCOPED_TRACE(device.DisplayName);
+    run_.Select(run_.Context, device.DisplayName);
+    const std::size_t size = 2 * static_cast<std::size_t>(device.FlashWords);
+    Fill(size, ++seed);
+    WriteCodeTo(Path("a.hex"));
+    Run({"avr-objcopy", "-I", "ihex", "-O", "binary", Path("a.hex"), Path("objcopy.bin")});
+    EXPECT_TRUE(testing::ReadFile(Path("objcopy.bin")) == Flash(size));
+    Run({"srec_cat", Path("a.hex"), "-Intel", "-Output", Path("srec.bin"), "-Binary"});
+    EXPECT_TRUE(testing::ReadFile(Path("srec.bin")) == Flash(size));
+  }
+}
+
+TEST_F(HexTools, AFileOfAvrObjcopyIsRead) {
+  run_.Select(run_.Context, "AT90S2313");
+  Fill(1999, 1);
+  const std::string image = Flash(1998);
+  testing::WriteFile(Path("a.bin"), image);
+  Run({"avr-objcopy", "-I", "binary", "-O", "ihex", Path("a.bin"), Path("a.hex")});
+  ExpectReads(Path("a.hex"), image);
+}
+
+TEST_F(HexTools, AFileOfAvrObjcopyWithAStartAddressRecordIsRead) {
+  run_.Select(run_.Context, "AT90S2313");
+  Fill(64, 2);
+  const std::string image = Flash(64);
+  testing::WriteFile(Path("a.bin"), image);
+  for (const char* start : {"0x12", "0x12345"}) {
+    Run({"avr-objcopy", "-I", "binary", "-O", "ihex", "--set-start", start, Path("a.bin"),
+         Path("a.hex")});
+    const std::string file = testing::ReadFile(Path("a.hex"));
+    EXPECT_TRUE(file.find(":04000003") != std::string::npos ||
+                file.find(":04000005") != std::string::npos)
+        << file;
+    ExpectReads(Path("a.hex"), image);
+  }
+}
+
+TEST_F(HexTools, FilesOfSrecCatAreReadInEveryAddressModeAndRecordLength) {
+  run_.Select(run_.Context, "AT90S2313");
+  Fill(1024, 3);
+  const std::string image = Flash(1024);
+  testing::WriteFile(Path("a.bin"), image);
+  for (const char* address_length : {"2", "3", "4"}) {
+    for (const char* block_size : {"1", "7", "16", "21", "32", "255"}) {
+      SCOPED_TRACE(std::string(address_length) + "/" + block_size);
+      Run({"srec_cat", Path("a.bin"), "-Binary", "-Output", Path("a.hex"), "-Intel",
+           "-Output_Block_Size=" + std::string(block_size),
+           "-Address_Length=" + std::string(address_length), "-Line_Termination=CRLF"});
+      ExpectReads(Path("a.hex"), image);
+    }
+  }
+}
+
+TEST_F(HexTools, EveryLineEndOfSrecCatIsRead) {
+  run_.Select(run_.Context, "AT90S2313");
+  Fill(1024, 4);
+  const std::string image = Flash(1024);
+  testing::WriteFile(Path("a.bin"), image);
+  for (const char* line_end : {"CRLF", "LF", "CR"}) {
+    SCOPED_TRACE(line_end);
+    Run({"srec_cat", Path("a.bin"), "-Binary", "-Output", Path("a.hex"), "-Intel",
+         "-Line_Termination=" + std::string(line_end)});
+    ExpectReads(Path("a.hex"), image);
+  }
+}
+
+}  // namespace
+}  // namespace fenwright::image

@@ -1,0 +1,319 @@
+// The Read, Verify and Erase commands: wire, texts, flags, and what they leave behind.
+
+#include <algorithm>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "core/device_catalogue.h"
+#include "ops/commands.h"
+#include "ops/outcome.h"
+#include "ops/read_device.h"
+#include "support/test_run.h"
+
+namespace fenwright::testing {
+namespace {
+
+using core::CommandEnding;
+using platform::MessageMode;
+using platform::Panel;
+using Texts = std::vector<std::string>;
+
+constexpr const char* kTiny12 = "ATtiny12L";
+
+bool Contains(const Texts& texts, const std::string& text) {
+  return std::ranges::find(texts, text) != texts.end();
+}
+
+void Append(Bytes& bytes, const Bytes& more) {
+  bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
+void FillChip(board::Chip& chip, const Bytes& flash, const Bytes& eeprom) {
+  for (std::uint32_t word = 0; word < flash.size() / 2; ++word) {
+    const std::size_t low = 2 * std::size_t{word};
+    chip.SetFlashWord(word, static_cast<std::uint16_t>(flash[low] | flash[low + 1] << 8));
+  }
+  for (std::uint32_t byte = 0; byte < eeprom.size(); ++byte) chip.SetEepromByte(byte, eeprom[byte]);
+}
+
+Bytes AddressedBytes(std::size_t count, char command) {
+  Bytes wire;
+  for (std::size_t i = 0; i < count; ++i) {
+    Append(wire, {'a', static_cast<std::uint8_t>(i / 256), static_cast<std::uint8_t>(i % 256),
+                  static_cast<std::uint8_t>(command)});
+  }
+  return wire;
+}
+
+class OnEveryDevice : public ::testing::TestWithParam<core::DeviceEntry> {
+ protected:
+  [[nodiscard]] std::string Name() const { return std::string(GetParam().DisplayName); }
+  [[nodiscard]] std::size_t Words() const {
+    return static_cast<std::size_t>(GetParam().FlashWords);
+  }
+  [[nodiscard]] std::size_t EepromBytes() const {
+    return static_cast<std::size_t>(GetParam().EepromBytes);
+  }
+};
+
+TEST_P(OnEveryDevice, ReadSendsTheDescribedBytesAndFillsBothBuffers) {
+  BoardRun run(Name(), {.Baud = 0});
+  const Bytes flash = RandomBytes(2 * Words(), 11);
+  const Bytes eeprom = RandomBytes(EepromBytes(), 12);
+  FillChip(run.Chip(), flash, eeprom);
+
+  EXPECT_EQ(ops::ReadCommand(run.Context), CommandEnding::Finished);
+
+  Bytes wire = BoardRun::LinkCheckBytes(GetParam().DeviceCode);
+  Append(wire, Hex("'APsLAPa' 00 00"));
+  wire.insert(wire.end(), Words(), std::uint8_t{'R'});
+  Append(wire, Hex("'LAP'"));
+  Append(wire, AddressedBytes(EepromBytes(), 'd'));
+  Append(wire, Hex("'L'"));
+  EXPECT_EQ(run.Wire, wire);
+  for (std::size_t i = 0; i < flash.size(); ++i) {
+    ASSERT_EQ(run.State.FlashBuffer[i ^ 1U], flash[i]) << i;
+  }
+  EXPECT_TRUE(std::equal(eeprom.begin(), eeprom.end(), run.State.EepromBuffer.begin()));
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+TEST_P(OnEveryDevice, AChipThatIsReadAndProgrammedIntoAnotherIsTheSameChip) {
+  BoardRun run(Name(), {.Baud = 0});
+  FillChip(run.Chip(), RandomBytes(2 * Words(), 13), RandomBytes(EepromBytes(), 14));
+  const Bytes original = run.Chip().BinaryImage();
+  ops::ReadCommand(run.Context);
+
+  BoardRun other(Name(), {.Baud = 0});
+  other.State.FlashBuffer = run.State.FlashBuffer;
+  other.State.EepromBuffer = run.State.EepromBuffer;
+  ops::ProgramCommand(other.Context);
+  EXPECT_EQ(other.Chip().BinaryImage(), original);
+}
+
+TEST_P(OnEveryDevice, VerifySendsTheDescribedBytesAndFindsNoDifference) {
+  BoardRun run(Name(), {.Baud = 0});
+  Bytes flash = RandomBytes(2 * Words(), 15);
+  flash.back() = 0;
+  Bytes eeprom = RandomBytes(EepromBytes(), 16);
+  eeprom.back() = 0;
+  FillChip(run.Chip(), flash, eeprom);
+  run.LoadImage(flash, eeprom);
+
+  EXPECT_EQ(ops::VerifyCommand(run.Context), CommandEnding::Finished);
+
+  Bytes wire = BoardRun::LinkCheckBytes(GetParam().DeviceCode);
+  Append(wire, Hex("'APsLAPa' 00 00"));
+  wire.insert(wire.end(), Words(), std::uint8_t{'R'});
+  Append(wire, Hex("'LAP'"));
+  Append(wire, AddressedBytes(EepromBytes(), 'd'));
+  Append(wire, Hex("'L'"));
+  EXPECT_EQ(run.Wire, wire);
+  EXPECT_EQ(run.PanelText(Panel::Status), "ベリファイ終了しました。");
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
+  EXPECT_TRUE(run.State.VerifyStandalone);
+}
+
+TEST_P(OnEveryDevice, EraseSendsTheDescribedBytesAndBlanksTheChip) {
+  BoardRun run(Name(), {.Baud = 0});
+  FillChip(run.Chip(), RandomBytes(2 * Words(), 17), RandomBytes(EepromBytes(), 18));
+  run.Chip().SetLockBits(2);
+
+  EXPECT_EQ(ops::EraseCommand(run.Context), CommandEnding::Finished);
+
+  Bytes wire = BoardRun::LinkCheckBytes(GetParam().DeviceCode);
+  Append(wire, Hex("'sAPeL'"));
+  EXPECT_EQ(run.Wire, wire);
+  const Bytes image = run.Chip().BinaryImage();
+  EXPECT_TRUE(std::ranges::all_of(image, [](std::uint8_t byte) { return byte == 0xFF; }));
+  EXPECT_EQ(run.Chip().LockBits(), 3U);
+  EXPECT_EQ(run.PanelText(Panel::Status), "チップ イレース完了。");
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, OnEveryDevice, ::testing::ValuesIn(core::DeviceCatalogue()),
+                         [](const auto& device) {
+                           const std::string name(device.param.DisplayName);
+                           return name.substr(0, name.find_first_of(" (")) +
+                                  std::to_string(device.index);
+                         });
+
+TEST(Read, TracesItsStepsAndShowsItsCompletionAndTheElapsedTime) {
+  BoardRun run(kTiny12, {.Baud = 0});
+  ops::ReadCommand(run.Context);
+  const Texts expected{"\r\n>>>>> START <<<<<",
+                       "",
+                       "ライタと通信中！",
+                       "COM3",
+                       "ｺﾏﾝﾄﾞ送信 : Avr Extend command A",
+                       "ライターを COM3に検出しました。",
+                       "KV-LOD350  V6.38",
+                       "ｺﾏﾝﾄﾞ送信 : Select device command T , 0x55",
+                       "ライタの準備　ＯＫ ！！",
+                       "フラッシュプログラムメモリ　読出し中.....",
+                       "A_AvrExtend command A : 0D",
+                       "Enter programming Mode P : 0D",
+                       "--:--:--",
+                       "1E:90:05",
+                       "Leave programming Mode L : 0D",
+                       "A_AvrExtend command A : 0D",
+                       "フラッシュプログラムメモリ　読出し中.....",
+                       "Enter programming Mode P : 0D",
+                       "Leave programming Mode L : 0D",
+                       "A_AvrExtend command A : 0D",
+                       "ＥＥＰＲＯＭデータメモリ 読出し中.....",
+                       "Enter programming Mode P : 0D",
+                       "Leave programming Mode L : 0D",
+                       "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。",
+                       run.PanelText(Panel::Elapsed)};
+  EXPECT_EQ(run.NewTrace(), expected);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "0秒");
+  EXPECT_FALSE(run.Dialog.Loaded);
+}
+
+TEST(Read, OfAnErasedChipFillsBothBuffersWithBlanks) {
+  BoardRun run(kTiny12, {.Baud = 0});
+  run.LoadImage(Bytes(1024, 0), Bytes(64, 0));
+  ops::ReadCommand(run.Context);
+  EXPECT_TRUE(std::all_of(run.State.FlashBuffer.begin(), run.State.FlashBuffer.begin() + 1024,
+                          [](std::uint8_t byte) { return byte == 0xFF; }));
+  EXPECT_TRUE(std::all_of(run.State.EepromBuffer.begin(), run.State.EepromBuffer.begin() + 64,
+                          [](std::uint8_t byte) { return byte == 0xFF; }));
+  EXPECT_NE(run.FileText("avrhex.txt").find("0000: FFFF FFFF"), std::string::npos);
+}
+
+TEST(Read, AWordThatTimesOutEndsItAtOnceWithTheWordsBeforeItInTheBuffer) {
+  // Link check 4 replies, session 4, A P a: the fourth word is reply 15.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@15")}});
+  FillChip(run.Chip(), Bytes(1024, 0x21), Bytes(64, 0x43));
+  run.LoadImage(Bytes(1024, 0x77), Bytes(64, 0x78));
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.State.FlashBuffer[5], 0x21);
+  EXPECT_EQ(run.State.FlashBuffer[6], 0x77);
+  EXPECT_EQ(run.State.EepromBuffer[0], 0x78);
+  EXPECT_EQ(run.Wire.back(), 'R');
+  EXPECT_EQ(run.PanelText(Panel::Status), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
+  EXPECT_NE(run.PanelText(Panel::Elapsed), "");
+  EXPECT_FALSE(run.Dialog.IsBusy());
+  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+            "flash read up to word 0x0002, the rest of the buffers is unchanged: read again");
+  // The board was left in programming mode; the next command finds its way all the same.
+  ops::ReadCommand(run.Context);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+}
+
+TEST(Read, AFailedSignatureSessionLeavesTheBuffersAlone) {
+  BoardRun run(kTiny12, {.Chip = "AT90S2313"});
+  run.LoadImage(Bytes(16, 0x77), {});
+  const Bytes before = run.State.FlashBuffer;
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.State.FlashBuffer, before);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "0秒");
+  EXPECT_TRUE(Contains(run.NewTrace(), "リードを中止しました。"));
+}
+
+TEST(Read, AnUnansweredProgrammingModeShowsTheCommunicationErrorAndReadsNothing) {
+  // The second "P" is reply 10.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@10")}});
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.Dialog.Text, "通信エラーが発生しました。");
+  EXPECT_EQ(run.Wire.back(), 'P');
+  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+            "nothing was read, the buffers are unchanged");
+}
+
+TEST(Read, AFailedEepromByteRunsToTheEndAndIsReported) {
+  // Flash phase: A P a, 512 words, L; then A P a d: the first EEPROM byte is reply 528.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@528")}});
+  FillChip(run.Chip(), {}, Bytes(64, 0x43));
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.Dialog.Text, "ＥＥＰＲＯＭデータメモリ 読出し失敗");
+  EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
+  EXPECT_EQ(run.State.EepromBuffer[63], 0x43);
+  EXPECT_FALSE(ops::Succeeded(run.State));
+}
+
+TEST(Read, WithAFailingLinkCheckLeavesTheElapsedTimeEmpty) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
+}
+
+TEST(VerifyCommand, ShowsNoElapsedTimeAndReportsDifferences) {
+  BoardRun run(kTiny12);
+  run.LoadImage({0x0C, 0x94}, {});
+  ops::VerifyCommand(run.Context);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
+  EXPECT_EQ(run.PanelText(Panel::Status), "ベリファイ終了しました。");
+  EXPECT_NE(run.FileText("avrvfy.txt").find("Original = 940C   NG = FFFF"), std::string::npos);
+  EXPECT_FALSE(ops::Succeeded(run.State));
+}
+
+TEST(EraseCommand, OfAProtectedChipGoesOnWhateverTheSignatureSays) {
+  BoardRun run(kTiny12);
+  FillChip(run.Chip(), Bytes(4, 0), {});
+  run.Chip().SetLockBits(0);
+  ops::EraseCommand(run.Context);
+  EXPECT_EQ(run.PanelText(Panel::Signature), "00:01:02");
+  EXPECT_EQ(run.Chip().LockBits(), 3U);
+  EXPECT_EQ(run.PanelText(Panel::Status), "チップ イレース完了。");
+}
+
+TEST(EraseCommand, KeepsTheBuffersAndAppliesTheDeviceAgain) {
+  BoardRun run(kTiny12);
+  run.LoadImage({0x0C, 0x94}, {0x55});
+  run.Form.FlashLabel.clear();
+  ops::EraseCommand(run.Context);
+  EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
+  EXPECT_EQ(run.State.EepromBuffer[0], 0x55);
+  EXPECT_EQ(run.Form.FlashLabel, "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 512 word");
+}
+
+TEST(EraseCommand, ThatFailsReportsNoCompletion) {
+  // Link check 4 replies, "s" 1, then A P e: reply 8.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@8")}});
+  ops::EraseCommand(run.Context);
+  const Texts trace = run.NewTrace();
+  EXPECT_TRUE(Contains(trace, "チップ イレース失敗"));
+  EXPECT_FALSE(Contains(trace, "チップ イレース完了。"));
+  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+            "erase not confirmed: erase again");
+}
+
+TEST(MemoryCommands, StartWithTheStartMark) {
+  for (const auto command : {&ops::ReadCommand, &ops::VerifyCommand, &ops::EraseCommand}) {
+    BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
+    command(run.Context);
+    EXPECT_EQ(run.NewTrace().front(), "\r\n>>>>> START <<<<<");
+  }
+}
+
+struct CommandRow {
+  CommandEnding (*Command)(core::RunContext&);
+  int Replies;  ///< replies of a whole run with one word to compare, 20 of the many of a read
+};
+
+TEST(MemoryCommands, AnyReplyMayBeLostAndTheNextCommandWorks) {
+  for (const auto& [command, replies] :
+       {CommandRow{&ops::ReadCommand, 20}, CommandRow{&ops::VerifyCommand, 16},
+        CommandRow{&ops::EraseCommand, 9}}) {
+    for (int reply = 1; reply <= replies; ++reply) {
+      SCOPED_TRACE(std::to_string(replies) + " " + std::to_string(reply));
+      BoardRun run(kTiny12, {.Faults = {MakeFault("drop@" + std::to_string(reply))}});
+      run.LoadImage({0x0C, 0x94}, {});
+      FillChip(run.Chip(), {0x0C, 0x94}, {});
+      command(run.Context);
+      EXPECT_FALSE(run.Dialog.IsBusy());
+      run.Clock.Advance(2);
+      FillChip(run.Chip(), {0x0C, 0x94}, {});
+      run.LoadImage({0x0C, 0x94}, {});
+      command(run.Context);
+      EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(Panel::Status);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace fenwright::testing
