@@ -81,6 +81,9 @@ std::optional<std::string> NoFileDialogs::Save(const platform::FileDialogRequest
 
 void NoHandEdit::SetDataText(std::string_view /*text*/) {}
 
+void NoGuide::SetIdle(platform::GuidePosition /*position*/) {}
+void NoGuide::SetHighlighted(platform::GuidePosition /*position*/) {}
+
 void NoViews::Clear(platform::View /*view*/) {}
 
 void NoViews::Load(platform::View /*view*/, std::string_view /*path*/) {}

@@ -10,6 +10,7 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/guide_form.h"
 #include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
 #include "platform/message_dialog.h"
@@ -94,6 +95,13 @@ class NoHandEdit final : public platform::HandEditForm {
   [[nodiscard]] std::string DataText() const override { return ""; }
   void SetDataText(std::string_view text) override;
   [[nodiscard]] bool FlashChosen() const override { return true; }
+};
+
+/// There is no drawing of the socket at the command line.
+class NoGuide final : public platform::GuideForm {
+ public:
+  void SetIdle(platform::GuidePosition position) override;
+  void SetHighlighted(platform::GuidePosition position) override;
 };
 
 /// The dump files themselves are the view.

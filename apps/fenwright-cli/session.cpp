@@ -61,7 +61,8 @@ ExitCode Session::Start(Needs needs) {
                                                                  .FileDialogs = file_dialogs_,
                                                                  .Views = views_,
                                                                  .DeviceForm = device_,
-                                                                 .HandEdit = hand_edit_});
+                                                                 .HandEdit = hand_edit_,
+                                                                 .Guide = guide_});
   const core::CommandEnding ending =
       ops::StartCommand(*context_, {.AppFolder = folder_, .CommandArgument = ""});
   return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;

@@ -55,6 +55,7 @@ class Session {
   NoViews views_;
   ChosenDevice device_;
   NoHandEdit hand_edit_;
+  NoGuide guide_;
   std::string folder_;
   platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;

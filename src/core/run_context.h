@@ -6,6 +6,7 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/guide_form.h"
 #include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
 #include "platform/message_dialog.h"
@@ -34,6 +35,7 @@ struct RunContext {
   platform::Views& Views;
   platform::DeviceForm& DeviceForm;
   platform::HandEditForm& HandEdit;
+  platform::GuideForm& Guide;
 };
 
 }  // namespace fenwright::core

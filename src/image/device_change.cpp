@@ -1,6 +1,7 @@
 #include "image/device_change.h"
 
 #include "core/device_selection.h"
+#include "core/insertion_guide.h"
 #include "image/buffers.h"
 #include "image/dump_files.h"
 
@@ -25,6 +26,7 @@ void PickDevice(core::RunContext& context) {
   LoadFlashView(context);
   LoadEepromView(context);
   context.Events.ProcessPendingEvents();
+  core::RefreshInsertionGuide(context);
 }
 
 }  // namespace fenwright::image

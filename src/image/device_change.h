@@ -9,8 +9,8 @@ namespace fenwright::image {
 /// are. It never fails; with nothing selected only the stored index changes.
 void ShowDeviceInfo(core::RunContext& context);
 
-/// What a pick in the selector does: applies the device and blanks both buffers. A change of chip
-/// always discards the loaded image.
+/// What a pick in the selector does: applies the device, blanks both buffers and marks the place of
+/// the chip in the insertion guide. A change of chip always discards the loaded image.
 void PickDevice(core::RunContext& context);
 
 }  // namespace fenwright::image

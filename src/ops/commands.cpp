@@ -193,6 +193,19 @@ CommandEnding PickDeviceCommand(core::RunContext& context) {
   return core::RunCommand(context, [&] { image::PickDevice(context); });
 }
 
+CommandEnding ClearBuffersCommand(core::RunContext& context) {
+  return core::RunCommand(context, [&] {
+    image::ClearFlashBuffer(context.State);
+    image::ClearEepromBuffer(context.State);
+    image::ShowDeviceInfo(context);
+    core::ShowStatus(context, "バッファーをクリアしました。");
+  });
+}
+
+CommandEnding TracePortMenuCommand(core::RunContext& context) {
+  return core::RunCommand(context, [&] { core::TraceLog(context).AppendMessage("COMポート選択"); });
+}
+
 OpenResult OpenBothCommand(core::RunContext& context) {
   return Open(context, [&] { return image::ChooseCodeAndDataFile(context); });
 }

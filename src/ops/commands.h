@@ -41,6 +41,13 @@ core::CommandEnding StartCommand(core::RunContext& context, const StartOptions& 
 /// The user picked an entry of the device selector.
 core::CommandEnding PickDeviceCommand(core::RunContext& context);
 
+/// Blanks both buffers and applies the selected device once more, which rebuilds both views.
+core::CommandEnding ClearBuffersCommand(core::RunContext& context);
+
+/// What choosing the COM port from the menu does before the dialog comes up: it leaves a line in
+/// the trace.
+core::CommandEnding TracePortMenuCommand(core::RunContext& context);
+
 /// Asks for a code file and opens it together with the data file beside it.
 OpenResult OpenBothCommand(core::RunContext& context);
 

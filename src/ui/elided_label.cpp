@@ -1,5 +1,6 @@
 #include "ui/elided_label.h"
 
+#include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QStyle>
@@ -17,6 +18,12 @@ void ElidedLabel::SetText(const QString& text) {
 
 QSize ElidedLabel::minimumSizeHint() const {
   return {fontMetrics().averageCharWidth(), QLabel::minimumSizeHint().height()};
+}
+
+void ElidedLabel::mouseReleaseEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint())) {
+    emit Clicked();
+  }
 }
 
 void ElidedLabel::paintEvent(QPaintEvent* event) {

@@ -17,7 +17,12 @@ class ElidedLabel : public QLabel {
 
   [[nodiscard]] QSize minimumSizeHint() const override;
 
+ signals:
+  /// The left button was let go over the label.
+  void Clicked();
+
  protected:
+  void mouseReleaseEvent(QMouseEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 };
 

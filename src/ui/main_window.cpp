@@ -12,12 +12,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMdiArea>
-#include <QMenu>
+#include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
 #include <QSessionManager>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -27,6 +28,7 @@
 #include "ui/dropped_files.h"
 #include "ui/elided_label.h"
 #include "ui/fonts.h"
+#include "ui/guide_window.h"
 #include "ui/hand_edit_box.h"
 #include "ui/icons.h"
 #include "ui/mdi_arrange.h"
@@ -58,14 +60,6 @@ class DeviceComboBox final : public QComboBox {
 void Name(QWidget* widget, const QString& object_name, const QString& accessible_name) {
   widget->setObjectName(object_name);
   widget->setAccessibleName(accessible_name);
-}
-
-QAction* AddItem(QWidget* menu, const QString& object_name, const QString& caption) {
-  auto* action = new QAction(caption, menu);
-  menu->addAction(action);
-  action->setObjectName(object_name);
-  action->setAutoRepeat(false);
-  return action;
 }
 
 QWidget* GroupLine() {
@@ -107,8 +101,9 @@ MainWindow::MainWindow(core::AppState& state, QWidget* parent)
   setAcceptDrops(true);
   BuildContent();
   BuildMenus();
-  BuildViews();
+  BuildChildWindows();
   BuildStatusBar();
+  BuildHelpKey();
   setGeometry(kMainWindowPlace.ToPixels());
   move(kMainWindowPlace.ToPixels().topLeft());
   connect(qApp, &QGuiApplication::commitDataRequest, this, &MainWindow::OnCommitData,
@@ -231,52 +226,15 @@ void MainWindow::EnableControls(bool enable) {
   for (QWidget* control : command_controls_) control->setEnabled(enable);
 }
 
-void MainWindow::BuildMenus() {
-  Name(menuBar(), "mnuBar", "メニュー");
-  BuildFileMenu();
-  BuildWindowMenu();
-  AddCommandItem(menuBar(), "mnuReLoad", "【HEXファイルの再ロード】", &MainWindowCommands::Reload);
-}
-
-void MainWindow::BuildFileMenu() {
-  using Commands = MainWindowCommands;
-  QMenu* file = menuBar()->addMenu("ファイル(&F)");
-  Name(file, "mnuFile", "ファイル");
-  QAction* open =
-      AddCommandItem(file, "mnuFileOpen", "コード/データファイルを開く(&O)", &Commands::Open);
-  open->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
-  open->setIcon(OpenIcon());
-  file->addSeparator()->setObjectName("mnuFileBarx");
-  AddCommandItem(file, "mnuFileOpenCode", "コードファイルを開く", &Commands::OpenCode);
-  AddCommandItem(file, "mnuFileOpenData", "データファイルを開く", &Commands::OpenData);
-  file->addSeparator()->setObjectName("mnuFileBarxxx");
-  QAction* save = AddCommandItem(file, "mnuFileSave", "上書き保存(&S)", &Commands::Save);
-  save->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_S));
-  save->setIcon(SaveIcon());
-  file->addSeparator()->setObjectName("mnuFileBar2");
-  AddCommandItem(file, "mnuFileSaveAs", "コード/データファイルを別名で保存(&A)", &Commands::SaveAs)
-      ->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
-  AddCommandItem(file, "mnuFileSaveAsCode", "コードファイルを別名で保存", &Commands::SaveCodeAs);
-  AddCommandItem(file, "mnuFileSaveAsData", "データファイルを別名で保存", &Commands::SaveDataAs);
-  file->addSeparator()->setObjectName("mnuFileBarz");
-  connect(AddItem(file, "mnuFileExit", "終了(&X)"), &QAction::triggered, this, &QWidget::close);
-}
-
-void MainWindow::BuildWindowMenu() {
-  QMenu* window = menuBar()->addMenu("ウインドウ(&W)");
-  Name(window, "mnuWindow", "ウインドウ");
-  connect(AddItem(window, "mmuOpenProgramWindow", "プログラムメモリウインドウを開く"),
-          &QAction::triggered, this, [this] { OpenView(flash_view_, kFlashViewPlace.ToPixels()); });
-  connect(AddItem(window, "mmuOpenEEpromWindow", "EEPROMデータメモリウインドウを開く"),
-          &QAction::triggered, this,
-          [this] { OpenView(eeprom_view_, kEepromViewPlace.ToPixels()); });
-  window->addSeparator()->setObjectName("mnuWindowBar1");
-  connect(AddItem(window, "mnuWindowCascade", "重ねて表示(&C)"), &QAction::triggered, this,
-          &MainWindow::CascadeViews);
-  connect(AddItem(window, "mnuWindowTileHorizontal", "上下に並べて表示(&H)"), &QAction::triggered,
-          this, [this] { TileViews(Qt::Vertical); });
-  connect(AddItem(window, "mnuWindowTileVertical", "左右に並べて表示(&V)"), &QAction::triggered,
-          this, [this] { TileViews(Qt::Horizontal); });
+/// F1 asks for the help contents.
+void MainWindow::BuildHelpKey() {
+  auto* contents = new QAction("ヘルプの目次", this);
+  contents->setObjectName("actHelpContents");
+  contents->setShortcut(QKeySequence(Qt::Key_F1));
+  contents->setAutoRepeat(false);
+  connect(contents, &QAction::triggered, this, [this] { Run(commands_.ShowHelpContents); });
+  command_items_.push_back(contents);
+  addAction(contents);
 }
 
 void MainWindow::BuildContent() {
@@ -293,11 +251,15 @@ void MainWindow::BuildContent() {
   children_->setFrameShape(QFrame::StyledPanel);
   children_->setOption(QMdiArea::DontMaximizeSubWindowOnActivation);
 
-  auto* columns = new QHBoxLayout;
-  columns->setSpacing(kMargin);
-  columns->addWidget(children_, 1);
-  columns->addWidget(BuildSettingsPanel());
-  rows->addLayout(columns, 1);
+  columns_ = new QSplitter(Qt::Horizontal);
+  Name(columns_, "splColumns", "表示と設定");
+  columns_->setHandleWidth(kMargin);
+  columns_->addWidget(children_);
+  columns_->addWidget(BuildSettingsPanel());
+  columns_->setCollapsible(0, false);
+  columns_->setStretchFactor(0, 1);
+  columns_->setStretchFactor(1, 0);
+  rows->addWidget(columns_, 1);
   setCentralWidget(content);
 }
 
@@ -376,14 +338,6 @@ void MainWindow::AddCommandButton(QHBoxLayout* row, const ButtonDesign& design) 
   row->addWidget(button);
 }
 
-QAction* MainWindow::AddCommandItem(QWidget* menu, const QString& object_name,
-                                    const QString& caption, Command command) {
-  QAction* item = AddItem(menu, object_name, caption);
-  connect(item, &QAction::triggered, this, [this, command] { Run(commands_.*command); });
-  command_items_.push_back(item);
-  return item;
-}
-
 QWidget* MainWindow::BuildSettingsPanel() {
   auto* panel = new QWidget;
   panel->setFixedWidth(kSettingsWidth);
@@ -446,7 +400,7 @@ QWidget* MainWindow::BuildHandEditBox() {
   return hand_edit_;
 }
 
-void MainWindow::BuildViews() {
+void MainWindow::BuildChildWindows() {
   flash_view_ = new ViewWindow("frmProgram", "txtPrg", "フラッシュプログラムメモリ");
   eeprom_view_ = new ViewWindow("frmEEprom", "txtEEp", "EEPROMデータメモリ");
   verify_view_ = new ViewWindow("frmVerify", "rtVerify", "ベリファイ結果");
@@ -455,6 +409,10 @@ void MainWindow::BuildViews() {
   eeprom_view_->setGeometry(kEepromViewPlace.ToPixels());
   verify_view_->setGeometry(kVerifyViewPlace.ToPixels());
   verify_view_->hide();
+  guide_ = new GuideWindow;
+  children_->addSubWindow(guide_);
+  guide_->resize(guide_->sizeHint());
+  guide_->hide();
 }
 
 void MainWindow::BuildStatusBar() {
@@ -481,10 +439,38 @@ void MainWindow::BuildStatusBar() {
     if (design.Width > 0) {
       panel->setFixedWidth(design.Width * fontMetrics().horizontalAdvance('0') + 12);
     }
+    connect(panel, &ElidedLabel::Clicked, this, [this, panel] { OnPanelClicked(*panel); });
     statusBar()->addWidget(panel, design.Width > 0 ? 0 : 1);
     panels_.at(index) = panel;
   }
 }
+
+/// The number of the port stands in a panel: whichever panel names one opens the choice of port.
+void MainWindow::OnPanelClicked(const ElidedLabel& panel) {
+  if (panel.text().startsWith("COM")) Run(commands_.SelectComPort);
+}
+
+void MainWindow::ShowGuide() {
+  guide_->showNormal();
+  guide_->raise();
+  children_->setActiveSubWindow(guide_);
+}
+
+void MainWindow::RearrangeWindows() {
+  OpenSettingsArea();
+  OpenFlashView();
+  OpenEepromView();
+}
+
+/// The user can push the settings area aside; it comes back in its full width.
+void MainWindow::OpenSettingsArea() {
+  columns_->setSizes({columns_->width() - kSettingsWidth - kMargin, kSettingsWidth});
+  device_selector_->setFocus();
+}
+
+void MainWindow::OpenFlashView() { OpenView(flash_view_, kFlashViewPlace.ToPixels()); }
+
+void MainWindow::OpenEepromView() { OpenView(eeprom_view_, kEepromViewPlace.ToPixels()); }
 
 void MainWindow::OpenView(ViewWindow* view, const QRect& place) {
   view->showNormal();
@@ -493,22 +479,26 @@ void MainWindow::OpenView(ViewWindow* view, const QRect& place) {
   children_->setActiveSubWindow(view);
 }
 
-void MainWindow::CascadeViews() {
+void MainWindow::CascadeChildren() {
   const int step = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, flash_view_) + 4;
-  PlaceViews([step](const QSize& area, int count) { return CascadePlaces(area, count, step); });
+  PlaceChildren([step](const QSize& area, int count) { return CascadePlaces(area, count, step); });
 }
 
-void MainWindow::TileViews(Qt::Orientation direction) {
-  PlaceViews(
-      [direction](const QSize& area, int count) { return TilePlaces(area, count, direction); });
+void MainWindow::TileChildrenOneAboveTheOther() {
+  PlaceChildren([](const QSize& area, int count) { return TilePlaces(area, count, Qt::Vertical); });
 }
 
-void MainWindow::PlaceViews(const std::function<std::vector<QRect>(const QSize&, int)>& places) {
-  std::vector<ViewWindow*> shown;
-  for (ViewWindow* view : {flash_view_, eeprom_view_, verify_view_}) {
-    if (!view->isVisible() || view->isMinimized()) continue;
-    if (view->isMaximized()) view->showNormal();
-    shown.push_back(view);
+void MainWindow::TileChildrenSideBySide() {
+  PlaceChildren(
+      [](const QSize& area, int count) { return TilePlaces(area, count, Qt::Horizontal); });
+}
+
+void MainWindow::PlaceChildren(const std::function<std::vector<QRect>(const QSize&, int)>& places) {
+  std::vector<QMdiSubWindow*> shown;
+  for (QMdiSubWindow* child : children_->subWindowList()) {
+    if (!child->isVisible() || child->isMinimized()) continue;
+    if (child->isMaximized()) child->showNormal();
+    shown.push_back(child);
   }
   const std::vector<QRect> rects =
       places(children_->maximumViewportSize(), static_cast<int>(shown.size()));
@@ -517,6 +507,20 @@ void MainWindow::PlaceViews(const std::function<std::vector<QRect>(const QSize&,
     shown.at(index)->raise();
   }
   if (!shown.empty()) children_->setActiveSubWindow(shown.back());
+}
+
+void MainWindow::ArrangeMinimisedChildren() {
+  std::vector<QMdiSubWindow*> minimised;
+  for (QMdiSubWindow* child : children_->subWindowList()) {
+    if (child->isVisible() && child->isMinimized()) minimised.push_back(child);
+  }
+  if (minimised.empty()) return;
+  const std::vector<QPoint> places =
+      IconPlaces(children_->maximumViewportSize(), static_cast<int>(minimised.size()),
+                 minimised.front()->size());
+  for (std::size_t index = 0; index < minimised.size(); ++index) {
+    minimised.at(index)->move(places.at(index));
+  }
 }
 
 }  // namespace fenwright::ui

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <span>
 #include <vector>
 
 #include <QMainWindow>
@@ -18,12 +19,14 @@ class QFrame;
 class QHBoxLayout;
 class QLabel;
 class QMdiArea;
-class QMenu;
+class QMdiSubWindow;
 class QSessionManager;
+class QSplitter;
 
 namespace fenwright::ui {
 
 class ElidedLabel;
+class GuideWindow;
 class HandEditBox;
 class ViewWindow;
 class WrappedLabel;
@@ -47,6 +50,15 @@ struct MainWindowCommands {
   std::function<void()> Verify;
   std::function<void()> Erase;
   std::function<void()> PickDevice;
+  std::function<void()> ClearBuffers;
+  /// Runs before SelectComPort when that is chosen from the menu.
+  std::function<void()> TraceComPortMenu;
+  std::function<void()> SelectComPort;
+  std::function<void()> OpenGuide;
+  std::function<void()> UpdateFirmware;
+  std::function<void()> OpenManual;
+  std::function<void()> ShowHelpContents;
+  std::function<void()> ShowAbout;
   /// Runs after each command, with the controls enabled again; may be empty.
   std::function<void()> AfterCommand;
 };
@@ -92,6 +104,10 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] ElidedLabel* StatusPanel(platform::Panel panel) const;
   [[nodiscard]] ViewWindow* ViewOf(platform::View view) const;
   [[nodiscard]] QMdiArea* ChildArea() const { return children_; }
+  [[nodiscard]] GuideWindow& Guide() const { return *guide_; }
+
+  /// Brings the device insertion guide to the front of the child windows, where it last stood.
+  void ShowGuide();
 
  signals:
   /// The window is about to close: nothing runs any more.
@@ -106,21 +122,25 @@ class MainWindow : public QMainWindow {
  private:
   using Command = std::function<void()> MainWindowCommands::*;
   struct ButtonDesign;
+  struct MenuDesign;
+
+  static std::span<const MenuDesign> MenuTree();
 
   void BuildMenus();
-  void BuildFileMenu();
-  void BuildWindowMenu();
+  void AddMenuItem(QWidget& menu, const MenuDesign& design);
   void BuildContent();
-  void BuildViews();
+  void BuildChildWindows();
+  void BuildHelpKey();
   void BuildStatusBar();
   QWidget* BuildCommandBar();
   QWidget* BuildSettingsPanel();
   QWidget* BuildDeviceBox();
   QWidget* BuildFileBox();
   QWidget* BuildHandEditBox();
-  QAction* AddCommandItem(QWidget* menu, const QString& object_name, const QString& caption,
-                          Command command);
   void AddCommandButton(QHBoxLayout* row, const ButtonDesign& design);
+  /// Runs two commands as one; `first` may be null.
+  void RunInTurn(Command first, Command then);
+  void OnPanelClicked(const ElidedLabel& panel);
   [[nodiscard]] bool MayStart() const;
   void AcceptHexFile(QDropEvent* event) const;
   /// The control that has the window's focus and is disabled while a command runs, if any.
@@ -128,10 +148,19 @@ class MainWindow : public QMainWindow {
   void EnableControls(bool enable);
   void AskAndRequestStop();
   void OnCommitData(QSessionManager& manager);
+
+  // What the window menu does.
+  void CloseFromMenu() { close(); }
+  void RearrangeWindows();
+  void OpenSettingsArea();
+  void OpenFlashView();
+  void OpenEepromView();
+  void CascadeChildren();
+  void TileChildrenOneAboveTheOther();
+  void TileChildrenSideBySide();
+  void ArrangeMinimisedChildren();
   void OpenView(ViewWindow* view, const QRect& place);
-  void CascadeViews();
-  void TileViews(Qt::Orientation direction);
-  void PlaceViews(const std::function<std::vector<QRect>(const QSize&, int)>& places);
+  void PlaceChildren(const std::function<std::vector<QRect>(const QSize&, int)>& places);
 
   core::AppState& state_;
   MainWindowCommands commands_;
@@ -149,10 +178,12 @@ class MainWindow : public QMainWindow {
   QLabel* eeprom_size_ = nullptr;
   WrappedLabel* file_info_ = nullptr;
   HandEditBox* hand_edit_ = nullptr;
+  QSplitter* columns_ = nullptr;
   QMdiArea* children_ = nullptr;
   ViewWindow* flash_view_ = nullptr;
   ViewWindow* eeprom_view_ = nullptr;
   ViewWindow* verify_view_ = nullptr;
+  GuideWindow* guide_ = nullptr;
   std::array<ElidedLabel*, 5> panels_{};
 };
 

@@ -29,4 +29,16 @@ std::vector<QRect> TilePlaces(const QSize& area, int count, Qt::Orientation dire
   return result;
 }
 
+std::vector<QPoint> IconPlaces(const QSize& area, int count, const QSize& icon) {
+  const int columns = std::max(1, area.width() / std::max(1, icon.width()));
+  const int rows = std::max(1, area.height() / std::max(1, icon.height()));
+  std::vector<QPoint> result;
+  for (int child = 0; child < count; ++child) {
+    const int place = child % (columns * rows);
+    result.emplace_back(place % columns * icon.width(),
+                        area.height() - (place / columns + 1) * icon.height());
+  }
+  return result;
+}
+
 }  // namespace fenwright::ui

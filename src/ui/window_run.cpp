@@ -1,6 +1,7 @@
 #include "ui/window_run.h"
 
 #include "image/file_summary.h"
+#include "ui/guide_window.h"
 #include "ui/text.h"
 
 namespace fenwright::ui {
@@ -50,7 +51,8 @@ WindowRun::WindowRun(const WindowPlatform& outside)
                .FileDialogs = outside.FileDialogs ? *outside.FileDialogs : file_dialogs_,
                .Views = views_,
                .DeviceForm = device_form_,
-               .HandEdit = hand_edit_form_} {
+               .HandEdit = hand_edit_form_,
+               .Guide = window_.Guide()} {
   window_.SetMessageBoxes(context_.MessageBoxes);
   window_.SetCommands(Commands());
 }
@@ -79,6 +81,18 @@ MainWindowCommands WindowRun::Commands() {
             // A change of chip has discarded the loaded image.
             ShowFileInfo({}, {});
           },
+      .ClearBuffers =
+          [this] {
+            ops::ClearBuffersCommand(context_);
+            ShowFileInfo({}, {});
+          },
+      .TraceComPortMenu = [this] { ops::TracePortMenuCommand(context_); },
+      .SelectComPort = {},
+      .OpenGuide = [this] { window_.ShowGuide(); },
+      .UpdateFirmware = {},
+      .OpenManual = {},
+      .ShowHelpContents = {},
+      .ShowAbout = {},
       .AfterCommand = {},
   };
 }

@@ -130,6 +130,16 @@ void RecordingDeviceForm::ShowDeviceFrame() {
   form_.ShowDeviceFrame();
 }
 
+void RecordingGuideForm::SetIdle(platform::GuidePosition position) {
+  journal_.push_back("idle " + std::string(1, "ABCDE"[static_cast<std::size_t>(position)]));
+  form_.SetIdle(position);
+}
+
+void RecordingGuideForm::SetHighlighted(platform::GuidePosition position) {
+  journal_.push_back("highlight " + std::string(1, "ABCDE"[static_cast<std::size_t>(position)]));
+  form_.SetHighlighted(position);
+}
+
 void RecordingEventLoop::ProcessPendingEvents() {
   journal_.emplace_back("turn");
   events_.ProcessPendingEvents();

@@ -104,6 +104,17 @@ class RecordingDeviceForm final : public platform::DeviceForm {
   Journal& journal_;
 };
 
+class RecordingGuideForm final : public platform::GuideForm {
+ public:
+  RecordingGuideForm(FakeGuideForm& form, Journal& journal) : form_(form), journal_(journal) {}
+  void SetIdle(platform::GuidePosition position) override;
+  void SetHighlighted(platform::GuidePosition position) override;
+
+ private:
+  FakeGuideForm& form_;
+  Journal& journal_;
+};
+
 class RecordingEventLoop final : public platform::EventLoop {
  public:
   RecordingEventLoop(FakeEventLoop& events, Journal& journal)
@@ -140,6 +151,7 @@ class RecordedRun : public TestPlatform {
   RecordingMessageDialog RecordedDialog{Dialog, Recorded};
   RecordingMessageBoxes RecordedBoxes{Boxes, Recorded};
   RecordingDeviceForm RecordedForm{Form, Recorded};
+  RecordingGuideForm RecordedGuide{Guide, Recorded};
   RecordingEventLoop RecordedEvents{Events, Recorded};
   RecordingSettings RecordedSettings{Settings, Recorded};
   ScriptedPort Port{Clock};
@@ -156,7 +168,8 @@ class RecordedRun : public TestPlatform {
                            .FileDialogs = FileDialogs,
                            .Views = RecordedViews,
                            .DeviceForm = RecordedForm,
-                           .HandEdit = HandEdit};
+                           .HandEdit = HandEdit,
+                           .Guide = RecordedGuide};
 
   /// Selects a device as a pick does, and forgets what that did.
   void Start(std::string_view display_name);

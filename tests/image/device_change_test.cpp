@@ -94,7 +94,7 @@ TEST_F(DeviceChange, ApplyingTracesNothing) {
   EXPECT_TRUE(run_.Trace().empty());
 }
 
-TEST_F(DeviceChange, APickAppliesTurnsBlanksWritesBothDumpsLoadsBothViewsAndTurns) {
+TEST_F(DeviceChange, APickAppliesTurnsBlanksWritesBothDumpsLoadsBothViewsTurnsAndMarksThePlace) {
   run_.Form.SetDeviceIndex(12);
   PickDevice(run_.Context);
   Journal expected = kApplied12;
@@ -103,7 +103,13 @@ TEST_F(DeviceChange, APickAppliesTurnsBlanksWritesBothDumpsLoadsBothViewsAndTurn
                         "write /app/avreep.txt",
                         "load flash view",
                         "load EEPROM view",
-                        "turn"};
+                        "turn",
+                        "idle A",
+                        "idle B",
+                        "idle C",
+                        "idle D",
+                        "idle E",
+                        "highlight E"};
   expected.insert(expected.end(), rest.begin(), rest.end());
   EXPECT_EQ(run_.TakeJournal(), expected);
 }

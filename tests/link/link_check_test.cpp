@@ -184,7 +184,8 @@ TEST(CheckProgrammerLink, WithoutAStoredPortSaysSoAndOpensNothing) {
                            .FileDialogs = all.FileDialogs,
                            .Views = all.Views,
                            .DeviceForm = all.DeviceForm,
-                           .HandEdit = all.HandEdit};
+                           .HandEdit = all.HandEdit,
+                           .Guide = all.Guide};
   EXPECT_FALSE(CheckProgrammerLink(context));
   EXPECT_THAT(run.Port.Log,
               ElementsAre("Close", "CommPort=1", "Settings=57600,n,8,1", "Handshaking=0",

@@ -97,7 +97,8 @@ class RecordedRun : public TestPlatform {
                            .FileDialogs = FileDialogs,
                            .Views = Views,
                            .DeviceForm = Form,
-                           .HandEdit = HandEdit};
+                           .HandEdit = HandEdit,
+                           .Guide = Guide};
   RecordedRun() {
     Events.OnTurn = [this] {
       if (Port.Log.empty() || Port.Log.back() != "yield") Port.Log.emplace_back("yield");

@@ -45,7 +45,8 @@ core::RunContext WithClock(ScriptedRun& run, platform::Clock& clock) {
           .FileDialogs = run.FileDialogs,
           .Views = run.Views,
           .DeviceForm = run.Form,
-          .HandEdit = run.HandEdit};
+          .HandEdit = run.HandEdit,
+          .Guide = run.Guide};
 }
 
 TEST(ClearInput, DiscardsEveryByteNotYetRead) {

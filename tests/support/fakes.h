@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,9 +15,11 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/guide_form.h"
 #include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
 #include "platform/message_dialog.h"
+#include "platform/shell.h"
 #include "platform/status_bar.h"
 #include "platform/text_files.h"
 #include "platform/views.h"
@@ -148,6 +151,31 @@ class FakeHandEditForm final : public platform::HandEditForm {
   std::string Address;
   std::string Data;
   bool Flash = true;
+};
+
+class FakeGuideForm final : public platform::GuideForm {
+ public:
+  void SetIdle(platform::GuidePosition position) override { Highlighted.erase(position); }
+  void SetHighlighted(platform::GuidePosition position) override { Highlighted.insert(position); }
+  std::set<platform::GuidePosition> Highlighted;
+};
+
+/// A desktop that opens nothing; `Answer` is what it says about it.
+class FakeShell final : public platform::Shell {
+ public:
+  struct Request {
+    std::string Document;
+    std::string WorkingFolder;
+    platform::ShowMode Mode = platform::ShowMode::Normal;
+    friend bool operator==(const Request&, const Request&) = default;
+  };
+  bool Open(std::string_view document, std::string_view working_folder,
+            platform::ShowMode mode) override {
+    Requests.push_back({std::string(document), std::string(working_folder), mode});
+    return Answer;
+  }
+  std::vector<Request> Requests;
+  bool Answer = true;
 };
 
 class FakeViews final : public platform::Views {

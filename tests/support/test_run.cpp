@@ -52,7 +52,8 @@ core::RunContext TestPlatform::ContextOn(platform::SerialControl& port) {
           .FileDialogs = FileDialogs,
           .Views = Views,
           .DeviceForm = Form,
-          .HandEdit = HandEdit};
+          .HandEdit = HandEdit,
+          .Guide = Guide};
 }
 
 void TestPlatform::Select(core::RunContext& context, std::string_view display_name) {

@@ -31,6 +31,7 @@ class TestPlatform {
   FakeViews Views;
   FakeDeviceForm Form;
   FakeHandEditForm HandEdit;
+  FakeGuideForm Guide;
 
   TestPlatform();
   [[nodiscard]] core::RunContext ContextOn(platform::SerialControl& port);

@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
-#include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -60,6 +59,14 @@ class MainWindowTest : public ::testing::Test {
         .Verify = logged("verify"),
         .Erase = logged("erase"),
         .PickDevice = logged("pick"),
+        .ClearBuffers = logged("clear"),
+        .TraceComPortMenu = logged("trace"),
+        .SelectComPort = logged("select port"),
+        .OpenGuide = logged("guide"),
+        .UpdateFirmware = logged("update"),
+        .OpenManual = logged("manual"),
+        .ShowHelpContents = logged("contents"),
+        .ShowAbout = logged("about"),
         .AfterCommand = [this] { log_.emplace_back("after"); },
     });
     form_.SetDevices({"ATtiny12L", "ATtiny15L"});
@@ -102,48 +109,6 @@ TEST_F(MainWindowTest, TheCaptionNamesProgramAndVersion) {
 TEST_F(MainWindowTest, ASimulatedRunSaysSoInTheCaption) {
   window_.MarkSimulated();
   EXPECT_TRUE(window_.windowTitle().endsWith(" [シミュレーション]"));
-}
-
-TEST_F(MainWindowTest, MenusAreCaptionedAsTheyShallBe) {
-  const std::vector<std::pair<const char*, const char*>> captions{
-      {"mnuFileOpen", "コード/データファイルを開く(&O)"},
-      {"mnuFileOpenCode", "コードファイルを開く"},
-      {"mnuFileOpenData", "データファイルを開く"},
-      {"mnuFileSave", "上書き保存(&S)"},
-      {"mnuFileSaveAs", "コード/データファイルを別名で保存(&A)"},
-      {"mnuFileSaveAsCode", "コードファイルを別名で保存"},
-      {"mnuFileSaveAsData", "データファイルを別名で保存"},
-      {"mnuFileExit", "終了(&X)"},
-      {"mmuOpenProgramWindow", "プログラムメモリウインドウを開く"},
-      {"mmuOpenEEpromWindow", "EEPROMデータメモリウインドウを開く"},
-      {"mnuWindowCascade", "重ねて表示(&C)"},
-      {"mnuWindowTileHorizontal", "上下に並べて表示(&H)"},
-      {"mnuWindowTileVertical", "左右に並べて表示(&V)"},
-      {"mnuReLoad", "【HEXファイルの再ロード】"}};
-  for (const auto& [name, caption] : captions) {
-    EXPECT_EQ(Find<QAction>(window_, name)->text(), caption);
-  }
-  EXPECT_EQ(Find<QMenu>(window_, "mnuFile")->title(), "ファイル(&F)");
-  EXPECT_EQ(Find<QMenu>(window_, "mnuWindow")->title(), "ウインドウ(&W)");
-}
-
-TEST_F(MainWindowTest, TheFileMenuIsInItsOrder) {
-  std::vector<std::string> names;
-  for (const QAction* action : Find<QMenu>(window_, "mnuFile")->actions()) {
-    names.push_back((action->isSeparator() ? "-" : "") + action->objectName().toStdString());
-  }
-  EXPECT_EQ(names, (std::vector<std::string>{"mnuFileOpen", "-mnuFileBarx", "mnuFileOpenCode",
-                                             "mnuFileOpenData", "-mnuFileBarxxx", "mnuFileSave",
-                                             "-mnuFileBar2", "mnuFileSaveAs", "mnuFileSaveAsCode",
-                                             "mnuFileSaveAsData", "-mnuFileBarz", "mnuFileExit"}));
-}
-
-TEST_F(MainWindowTest, TheReloadItemStandsInTheMenuBarBehindTheMenus) {
-  const QList<QAction*> items = Find<QMenuBar>(window_, "mnuBar")->actions();
-  ASSERT_EQ(items.size(), 3);
-  EXPECT_EQ(items[0]->menu(), Find<QMenu>(window_, "mnuFile"));
-  EXPECT_EQ(items[1]->menu(), Find<QMenu>(window_, "mnuWindow"));
-  EXPECT_EQ(items[2], Find<QAction>(window_, "mnuReLoad"));
 }
 
 constexpr std::array<std::pair<const char*, const char*>, 9> kButtons{{
@@ -239,7 +204,7 @@ TEST_F(MainWindowTest, NoShortcutIsGivenTwiceAndErasingHasNone) {
   for (const QPushButton* button : window_.findChildren<QPushButton*>()) {
     if (!button->shortcut().isEmpty()) own.push_back(button->shortcut());
   }
-  EXPECT_EQ(own.size(), 7U);
+  EXPECT_EQ(own.size(), 8U);
   EXPECT_EQ(std::set<QKeySequence>(own.begin(), own.end()).size(), own.size());
   for (const QKeySequence& shortcut : own) {
     EXPECT_FALSE(others.contains(shortcut)) << shortcut.toString().toStdString();
@@ -545,14 +510,6 @@ TEST_F(MainWindowTest, EveryVisibleControlHasAnObjectNameAndAnAccessibleName) {
     EXPECT_FALSE(child->accessibleName().isEmpty()) << child->objectName().toStdString();
   }
   EXPECT_GE(seen, 31);
-}
-
-TEST_F(MainWindowTest, EveryMenuItemHasAName) {
-  for (const char* menu : {"mnuFile", "mnuWindow"}) {
-    for (const QAction* action : Find<QMenu>(window_, menu)->actions()) {
-      EXPECT_FALSE(action->objectName().isEmpty()) << action->text().toStdString();
-    }
-  }
 }
 
 /// A style asks for wide buttons even around a short text; what matters is that the text fits.

@@ -41,9 +41,20 @@ TEST(MdiArrange, ACascadeStartsAgainAtTheCornerWhenTheRoomIsUsedUp) {
   }
 }
 
+TEST(MdiArrange, MinimisedWindowsFillRowsFromTheLowerLeftCornerUpwards) {
+  const std::vector<QPoint> places = IconPlaces(kArea, 5, QSize(196, 24));
+  EXPECT_EQ(places, (std::vector<QPoint>{{0, 275}, {196, 275}, {0, 251}, {196, 251}, {0, 227}}));
+}
+
+TEST(MdiArrange, MinimisedWindowsStartAgainAtTheCornerWhenTheRoomIsUsedUp) {
+  const std::vector<QPoint> places = IconPlaces(QSize(100, 60), 3, QSize(196, 24));
+  EXPECT_EQ(places, (std::vector<QPoint>{{0, 36}, {0, 12}, {0, 36}}));
+}
+
 TEST(MdiArrange, NoChildrenNeedNoPlaces) {
   EXPECT_TRUE(TilePlaces(kArea, 0, Qt::Vertical).empty());
   EXPECT_TRUE(CascadePlaces(kArea, 0, 28).empty());
+  EXPECT_TRUE(IconPlaces(kArea, 0, QSize(196, 24)).empty());
 }
 
 }  // namespace

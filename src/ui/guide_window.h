@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QMdiSubWindow>
+
+#include "platform/guide_form.h"
+
+namespace fenwright::ui {
+
+class SocketDrawing;
+
+/// `frmIndex`: the child window that shows where in the board's socket a chip goes, and marks the
+/// place of the selected one. Closing it hides it.
+class GuideWindow : public QMdiSubWindow, public platform::GuideForm {
+  Q_OBJECT
+
+ public:
+  GuideWindow();
+
+  void SetIdle(platform::GuidePosition position) override;
+  void SetHighlighted(platform::GuidePosition position) override;
+
+  [[nodiscard]] SocketDrawing& Drawing() const { return *drawing_; }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  SocketDrawing* drawing_;
+};
+
+}  // namespace fenwright::ui

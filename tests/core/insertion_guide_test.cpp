@@ -1,0 +1,73 @@
+#include "core/insertion_guide.h"
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/recorded_run.h"
+
+namespace fenwright::core {
+namespace {
+
+using platform::GuidePosition;
+using Positions = std::set<GuidePosition>;
+
+class InsertionGuide : public ::testing::Test {
+ protected:
+  Positions HighlightedFor(const std::string& device) {
+    run_.Form.ForcedText = device;
+    RefreshInsertionGuide(run_.Context);
+    return run_.Guide.Highlighted;
+  }
+
+  testing::RecordedRun run_;
+};
+
+TEST_F(InsertionGuide, EachDeviceHighlightsItsPositionAndNoOther) {
+  const std::vector<std::pair<std::string, GuidePosition>> places{
+      {"ATtiny12L", GuidePosition::A},
+      {"ATtiny15L", GuidePosition::A},
+      {"AT90S2323", GuidePosition::A},
+      {"AT90S2343", GuidePosition::A},
+      {"ATtiny26L", GuidePosition::B},
+      {"AT90S1200 (外部ｸﾛｯｸ)", GuidePosition::C},
+      {"AT90S1200A(内部RCｸﾛｯｸ1MHz)", GuidePosition::C},
+      {"AT90S2313", GuidePosition::C},
+      {"AT90S2333", GuidePosition::D},
+      {"AT90S4433", GuidePosition::D},
+      {"AT90S4414", GuidePosition::E},
+      {"AT90S4434", GuidePosition::E},
+      {"AT90S8515", GuidePosition::E},
+      {"AT90S8535", GuidePosition::E}};
+  for (const auto& [device, position] : places) {
+    EXPECT_EQ(HighlightedFor(device), Positions{position}) << device;
+  }
+}
+
+TEST_F(InsertionGuide, AnEmptyTextLeavesAllMarkersGrey) {
+  HighlightedFor("AT90S8535");
+  EXPECT_EQ(HighlightedFor(""), Positions{});
+}
+
+TEST_F(InsertionGuide, ANameThatMatchesNoneLeavesAllMarkersGrey) {
+  for (const char* device : {"AT90S9999", "AT90S851", "at90s8515", " AT90S8515", "ATtiny11L"}) {
+    HighlightedFor("AT90S8535");
+    EXPECT_EQ(HighlightedFor(device), Positions{}) << device;
+  }
+}
+
+TEST_F(InsertionGuide, OnlyTheFirstNineCharactersCount) {
+  EXPECT_EQ(HighlightedFor("AT90S8515 something else"), Positions{GuidePosition::E});
+}
+
+TEST_F(InsertionGuide, AllMarkersBecomeGreyBeforeOneIsHighlighted) {
+  HighlightedFor("ATtiny26L");
+  EXPECT_EQ(run_.TakeJournal(),
+            (testing::Journal{"idle A", "idle B", "idle C", "idle D", "idle E", "highlight B"}));
+}
+
+}  // namespace
+}  // namespace fenwright::core
