@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <QApplication>
 #include <QDir>
@@ -93,6 +94,14 @@ std::string AbsolutePath(const QString& file) {
   return ToUtf8(QDir::toNativeSeparators(QFileInfo(file).absoluteFilePath()));
 }
 
+/// Beside the program, or where an installation puts a program's own data.
+std::vector<std::string> ManualFolders() {
+  const QString program_folder = QCoreApplication::applicationDirPath();
+  return {ToUtf8(QDir::toNativeSeparators(program_folder + "/")),
+          ToUtf8(QDir::toNativeSeparators(QDir::cleanPath(program_folder + "/../share/fenwright") +
+                                          "/"))};
+}
+
 int RunWindow(QApplication& application, const CommandLine& arguments, const QString& app_folder,
               const std::optional<PortOption>& port_option) {
   auto settings = fenwright::ui::QtSettingsStore::ForApplication(StoreName(arguments.Simulate));
@@ -120,7 +129,8 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Clock = clock,
                                 .Files = files,
                                 .CodePage = code_page,
-                                .Settings = settings});
+                                .Settings = settings,
+                                .ManualFolders = ManualFolders()});
   if (simulated) {
     simulated->ChipInSocket = [&run] { return run.Context().DeviceForm.DeviceText(); };
     run.Window().MarkSimulated();

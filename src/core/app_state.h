@@ -54,13 +54,14 @@ struct AppState {
   std::vector<std::uint8_t> EepromBuffer =
       std::vector<std::uint8_t>(kEepromBufferLast + 1, std::uint8_t{0});
 
-  std::string CodeFileName;      ///< code file last opened, "" = none
-  std::string DataFileName;      ///< data file last opened, "" = none
-  std::string CodeSaveFileName;  ///< where the code file is written
-  std::string DataSaveFileName;  ///< where the data file is written
-  std::string AppFolder;         ///< folder of trace, dumps and report, ending in a separator
-  std::string CommandArgument;   ///< first command-line argument, or ""
-  std::string LineText;          ///< scratch line of the file readers
+  std::string CodeFileName;        ///< code file last opened, "" = none
+  std::string DataFileName;        ///< data file last opened, "" = none
+  std::string CodeSaveFileName;    ///< where the code file is written
+  std::string DataSaveFileName;    ///< where the data file is written
+  std::string AppFolder;           ///< folder of trace, dumps and report, ending in a separator
+  std::string CommandArgument;     ///< first command-line argument, or ""
+  std::string SupportPageAddress;  ///< set when the about box is loaded
+  std::string LineText;            ///< scratch line of the file readers
 
   /// Set for good when a HEX file ended at a bad line: see image/hex_reader.h.
   bool HexFileLeftOpen = false;

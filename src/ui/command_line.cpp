@@ -2,6 +2,9 @@
 
 #include <QCommandLineParser>
 
+#include "core/build_info.h"
+#include "ui/text.h"
+
 namespace fenwright::ui {
 namespace {
 
@@ -22,7 +25,7 @@ CommandLine ParseCommandLine(const QStringList& arguments) {
   const QCommandLineOption folder("folder", "作業ファイルを置くフォルダー。", "DIR");
   const QCommandLineOption port("port", "使用するCOMポート。COMn または COMn=PATH。", "PORT");
   QCommandLineParser parser;
-  parser.setApplicationDescription("AT90S / ATtiny マイクロコントローラー用プログラマー");
+  parser.setApplicationDescription(ToQString(core::kFileDescription));
   const QCommandLineOption help({"h", "help"}, "このヘルプを表示します。");
   const QCommandLineOption version({"v", "version"}, "バージョンを表示します。");
   parser.addOptions({simulate, folder, port, help, version});

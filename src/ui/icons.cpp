@@ -214,6 +214,29 @@ void DrawErase(QPainter& painter) {
   painter.restore();
 }
 
+void DrawPort(QPainter& painter) {
+  // A nine-pin connector: five pins above four.
+  QPainterPath shell;
+  shell.moveTo(4.5, 8);
+  shell.lineTo(27.5, 8);
+  shell.quadTo(30.5, 8, 29.8, 11);
+  shell.lineTo(27.6, 21.5);
+  shell.quadTo(27, 24, 24.5, 24);
+  shell.lineTo(7.5, 24);
+  shell.quadTo(5, 24, 4.4, 21.5);
+  shell.lineTo(2.2, 11);
+  shell.quadTo(1.5, 8, 4.5, 8);
+  shell.closeSubpath();
+  painter.setPen(QPen(QColor(0x5D, 0x68, 0x76), 1.4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(Shade(QColor(0xE9, 0xED, 0xF2), QColor(0xB4, 0xBF, 0xCC)));
+  painter.drawPath(shell);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor(0x2A, 0x46, 0x7E));
+  constexpr double kStep = 4.6;
+  for (int pin = 0; pin < 5; ++pin) painter.drawEllipse(QPointF(6.8 + pin * kStep, 13.2), 1.6, 1.6);
+  for (int pin = 0; pin < 4; ++pin) painter.drawEllipse(QPointF(9.1 + pin * kStep, 18.8), 1.6, 1.6);
+}
+
 void DrawDisc(QPainter& painter) {
   painter.setPen(QPen(QColor(0x1B, 0x5E, 0xA8), 1));
   painter.setBrush(Shade(QColor(0x4E, 0x9F, 0xEE), QColor(0x1F, 0x6F, 0xC4)));
@@ -253,6 +276,7 @@ QIcon VerifyIcon() { return QIcon(new DrawnIcon(DrawVerify)); }
 QIcon EraseIcon() { return QIcon(new DrawnIcon(DrawErase)); }
 QIcon InformationIcon() { return QIcon(new DrawnIcon(DrawInformation)); }
 QIcon QuestionIcon() { return QIcon(new DrawnIcon(DrawQuestion)); }
+QIcon PortIcon() { return QIcon(new DrawnIcon(DrawPort)); }
 QIcon ChipIcon() { return QIcon(new DrawnIcon(DrawChip)); }
 
 }  // namespace fenwright::ui

@@ -13,6 +13,7 @@ QIcon ProgramIcon();
 QIcon ReadIcon();
 QIcon VerifyIcon();
 QIcon EraseIcon();
+QIcon PortIcon();
 QIcon ChipIcon();
 QIcon InformationIcon();
 QIcon QuestionIcon();

@@ -25,6 +25,7 @@
 #include <QWheelEvent>
 
 #include "core/build_info.h"
+#include "ui/about_dialog.h"
 #include "ui/dropped_files.h"
 #include "ui/elided_label.h"
 #include "ui/fonts.h"
@@ -41,6 +42,7 @@ namespace fenwright::ui {
 namespace {
 
 constexpr int kMargin = 6;
+constexpr int kButtonSpacing = 4;
 constexpr int kSettingsWidth = 348;
 constexpr QSize kCommandIconSize(24, 24);
 constexpr int kCommandButtonHeight = 36;
@@ -96,7 +98,7 @@ struct MainWindow::ButtonDesign {
 MainWindow::MainWindow(core::AppState& state, QWidget* parent)
     : QMainWindow(parent), state_(state) {
   Name(this, "frmMain", "New Fenwright");
-  setWindowTitle("New Fenwright Version " + ToQString(core::kVersion));
+  setWindowTitle("New Fenwright " + ToQString(core::VersionText()));
   setWindowIcon(ChipIcon());
   setAcceptDrops(true);
   BuildContent();
@@ -104,6 +106,8 @@ MainWindow::MainWindow(core::AppState& state, QWidget* parent)
   BuildChildWindows();
   BuildStatusBar();
   BuildHelpKey();
+  about_ = new AboutDialog(this);
+  connect(this, &MainWindow::Closing, about_, &QDialog::reject);
   setGeometry(kMainWindowPlace.ToPixels());
   move(kMainWindowPlace.ToPixels().topLeft());
   connect(qApp, &QGuiApplication::commitDataRequest, this, &MainWindow::OnCommitData,
@@ -267,7 +271,7 @@ QWidget* MainWindow::BuildCommandBar() {
   auto* bar = new QWidget;
   auto* row = new QHBoxLayout(bar);
   row->setContentsMargins(0, 0, 0, 0);
-  row->setSpacing(kMargin);
+  row->setSpacing(kButtonSpacing);
 
   using Commands = MainWindowCommands;
   const std::vector<std::vector<ButtonDesign>> groups{
@@ -313,7 +317,13 @@ QWidget* MainWindow::BuildCommandBar() {
         .Icon = EraseIcon(),
         .ToolTip = "チップの内容をすべて消去します",
         .Shortcut = {},
-        .Command = &Commands::Erase}}};
+        .Command = &Commands::Erase}},
+      {{.Name = "Cmd_btn_comselect",
+        .Caption = "COM",
+        .Icon = PortIcon(),
+        .ToolTip = "ボードをつないだCOMポートを選びます",
+        .Shortcut = {},
+        .Command = &Commands::SelectComPort}}};
   for (const std::vector<ButtonDesign>& group : groups) {
     if (row->count() > 0) row->addWidget(GroupLine());
     for (const ButtonDesign& design : group) AddCommandButton(row, design);
@@ -411,7 +421,7 @@ void MainWindow::BuildChildWindows() {
   verify_view_->hide();
   guide_ = new GuideWindow;
   children_->addSubWindow(guide_);
-  guide_->resize(guide_->sizeHint());
+  guide_->setGeometry(QRect(QPoint(0, 0), guide_->sizeHint()));
   guide_->hide();
 }
 

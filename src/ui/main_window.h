@@ -25,6 +25,7 @@ class QSplitter;
 
 namespace fenwright::ui {
 
+class AboutDialog;
 class ElidedLabel;
 class GuideWindow;
 class HandEditBox;
@@ -105,6 +106,7 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] ViewWindow* ViewOf(platform::View view) const;
   [[nodiscard]] QMdiArea* ChildArea() const { return children_; }
   [[nodiscard]] GuideWindow& Guide() const { return *guide_; }
+  [[nodiscard]] AboutDialog& About() const { return *about_; }
 
   /// Brings the device insertion guide to the front of the child windows, where it last stood.
   void ShowGuide();
@@ -184,6 +186,7 @@ class MainWindow : public QMainWindow {
   ViewWindow* eeprom_view_ = nullptr;
   ViewWindow* verify_view_ = nullptr;
   GuideWindow* guide_ = nullptr;
+  AboutDialog* about_ = nullptr;
   std::array<ElidedLabel*, 5> panels_{};
 };
 

@@ -176,6 +176,7 @@ void DrawContactNumbers(QPainter& painter, const QColor& text) {
     painter.drawText(QRectF(left, row - 8, 20, 16), static_cast<int>(side | Qt::AlignVCenter),
                      digits);
   };
+  number(kSocketBody.left() - 24, kFirstRow + 10 * kPitch, Qt::AlignRight, "11");
   number(kSocketBody.left() - 24, last_row, Qt::AlignRight, "20");
   number(kSocketBody.right() + 4, last_row, Qt::AlignLeft, "21");
   number(kSocketBody.right() + 4, kFirstRow, Qt::AlignLeft, "40");
@@ -257,7 +258,7 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
   };
   painter.setPen(text);
   painter.setFont(CanvasFont(painter, 11, true));
-  write(0, Qt::AlignLeft, PinsOf(place) + QString(" : 1番ピン → %1").arg(place.FirstRow + 1));
+  write(0, Qt::AlignLeft, PinsOf(place) + QString(" (1番ピンを %1 へ)").arg(place.FirstRow + 1));
   if (highlighted) write(0, Qt::AlignRight, "◀ ここ");
   painter.setFont(CanvasFont(painter, 11, highlighted));
   write(15, Qt::AlignLeft, place.FirstDevices);

@@ -1,6 +1,9 @@
 #include "ui/window_run.h"
 
+#include "core/build_info.h"
+#include "core/shell_requests.h"
 #include "image/file_summary.h"
+#include "ui/about_dialog.h"
 #include "ui/guide_window.h"
 #include "ui/text.h"
 
@@ -35,6 +38,8 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       message_dialog_(window_, state_),
       message_boxes_(&window_),
       file_dialogs_(&window_),
+      shell_(outside.Shell ? *outside.Shell : qt_shell_),
+      manual_folders_(outside.ManualFolders),
       views_(window_, outside.Files, outside.CodePage),
       device_form_(window_),
       hand_edit_form_(window_.HandEdit()),
@@ -55,6 +60,9 @@ WindowRun::WindowRun(const WindowPlatform& outside)
                .Guide = window_.Guide()} {
   window_.SetMessageBoxes(context_.MessageBoxes);
   window_.SetCommands(Commands());
+  QObject::connect(&window_.About(), &AboutDialog::SupportPageRequested, &window_, [this] {
+    core::OpenSupportPage(shell_, state_.SupportPageAddress, manual_folders_.front());
+  });
 }
 
 MainWindowCommands WindowRun::Commands() {
@@ -90,9 +98,9 @@ MainWindowCommands WindowRun::Commands() {
       .SelectComPort = {},
       .OpenGuide = [this] { window_.ShowGuide(); },
       .UpdateFirmware = {},
-      .OpenManual = {},
-      .ShowHelpContents = {},
-      .ShowAbout = {},
+      .OpenManual = [this] { core::OpenManual(shell_, ManualFolder()); },
+      .ShowHelpContents = [this] { core::ShowHelpContents(context_, shell_, ManualFolder()); },
+      .ShowAbout = [this] { ShowAbout(); },
       .AfterCommand = {},
   };
 }
@@ -105,6 +113,15 @@ core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
     window_.Run([this] { ShowOpened(ops::OpenBothCommand(context_, state_.CommandArgument)); });
   }
   return ending;
+}
+
+std::string WindowRun::ManualFolder() const {
+  return core::FindManualFolder(context_.Files, manual_folders_);
+}
+
+void WindowRun::ShowAbout() {
+  state_.SupportPageAddress = core::kSupportUrl;
+  window_.About().open();
 }
 
 void WindowRun::ShowOpened(const ops::OpenResult& opened) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "core/run_context.h"
 #include "ops/commands.h"
 #include "ui/main_window.h"
@@ -9,6 +12,7 @@
 #include "ui/qt_hand_edit_form.h"
 #include "ui/qt_message_boxes.h"
 #include "ui/qt_message_dialog.h"
+#include "ui/qt_shell.h"
 #include "ui/qt_status_bar.h"
 #include "ui/qt_views.h"
 
@@ -24,6 +28,9 @@ struct WindowPlatform {
   /// In place of the window's own; null = the window's own.
   platform::MessageBoxes* MessageBoxes = nullptr;
   platform::FileDialogs* FileDialogs = nullptr;
+  platform::Shell* Shell = nullptr;
+  /// Folders in which the manual may lie, each with its separator; the program's own comes first.
+  std::vector<std::string> ManualFolders = {""};
 };
 
 /// One run of the program with a window: the state, the window, its adapters and the context that
@@ -47,6 +54,8 @@ class WindowRun {
   void ShowOpened(const ops::OpenResult& opened);
   void ShowOpenedCode(const ops::OpenResult& opened);
   void ShowOpenedData(const ops::OpenResult& opened);
+  [[nodiscard]] std::string ManualFolder() const;
+  void ShowAbout();
   void ShowFileInfo(const std::string& code, const std::string& data);
 
   core::AppState state_;
@@ -56,6 +65,9 @@ class WindowRun {
   QtMessageDialog message_dialog_;
   QtMessageBoxes message_boxes_;
   QtFileDialogs file_dialogs_;
+  QtShell qt_shell_;
+  platform::Shell& shell_;
+  const std::vector<std::string> manual_folders_;
   QtViews views_;
   QtDeviceForm device_form_;
   QtHandEditForm hand_edit_form_;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fakes.h"
+#include "support/test_run.h"
 
 namespace fenwright::core {
 namespace {
@@ -36,13 +36,35 @@ TEST(ShellRequests, ARefusedRequestIsNotRepeated) {
   EXPECT_EQ(shell.Requests.size(), 2U);
 }
 
-TEST(ShellRequests, WithoutAHelpFileTheContentsCannotBeShown) {
-  testing::FakeMessageBoxes boxes;
-  ReportNoHelpContents(boxes);
-  ASSERT_EQ(boxes.Boxes.size(), 1U);
-  EXPECT_EQ(boxes.Boxes[0].Icon, platform::MessageIcon::Information);
-  EXPECT_EQ(boxes.Boxes[0].Title, "");
-  EXPECT_EQ(boxes.Boxes[0].Text,
+TEST(ShellRequests, TheManualIsLookedForInTheProgramsFolderFirst) {
+  testing::FakeTextFiles files;
+  const std::vector<std::string> folders{"/opt/bin/", "/opt/share/"};
+  EXPECT_EQ(FindManualFolder(files, folders), "/opt/bin/");
+  files.Files["/opt/share/readme_tarnwick6.pdf"] = "%PDF";
+  EXPECT_EQ(FindManualFolder(files, folders), "/opt/share/");
+  files.Files["/opt/bin/readme_tarnwick6.pdf"] = "%PDF";
+  EXPECT_EQ(FindManualFolder(files, folders), "/opt/bin/");
+}
+
+TEST(ShellRequests, TheHelpKeyOpensTheManual) {
+  testing::ScriptedRun run;
+  testing::FakeShell shell;
+  run.Files.Files["/opt/readme_tarnwick6.pdf"] = "%PDF";
+  ShowHelpContents(run.Context, shell, "/opt/");
+  EXPECT_EQ(shell.Requests,
+            (Requests{{"/opt/readme_tarnwick6.pdf", "", platform::ShowMode::NoActivate}}));
+  EXPECT_TRUE(run.Boxes.Boxes.empty());
+}
+
+TEST(ShellRequests, WithoutAManualTheHelpContentsCannotBeShown) {
+  testing::ScriptedRun run;
+  testing::FakeShell shell;
+  ShowHelpContents(run.Context, shell, "/opt/");
+  EXPECT_TRUE(shell.Requests.empty());
+  ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
+  EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.Boxes.Boxes[0].Title, "");
+  EXPECT_EQ(run.Boxes.Boxes[0].Text,
             "ﾍﾙﾌﾟの目次を表示できません。 "
             "このﾌﾟﾛｼﾞｪｸﾄに関連付けられたﾍﾙﾌﾟが存在しません。");
 }

@@ -111,7 +111,7 @@ TEST_F(MainWindowTest, ASimulatedRunSaysSoInTheCaption) {
   EXPECT_TRUE(window_.windowTitle().endsWith(" [シミュレーション]"));
 }
 
-constexpr std::array<std::pair<const char*, const char*>, 9> kButtons{{
+constexpr std::array<std::pair<const char*, const char*>, 10> kButtons{{
     {"Cmd_btn_open", "open"},
     {"Cmd_btn_save", "save"},
     {"Cmd_btn_reload", "reload"},
@@ -119,6 +119,7 @@ constexpr std::array<std::pair<const char*, const char*>, 9> kButtons{{
     {"Cmd_btn_read", "read"},
     {"Cmd_btn_verify", "verify"},
     {"Cmd_btn_erase", "erase"},
+    {"Cmd_btn_comselect", "select port"},
     {"CmdRead", "read cell"},
     {"CmdWrite", "write cell"},
 }};
@@ -155,7 +156,7 @@ TEST_F(MainWindowTest, EachCommandButtonHasAPictureACaptionAndATip) {
       {"Cmd_btn_open", "オープン"},   {"Cmd_btn_save", "セーブ"},
       {"Cmd_btn_reload", "リロード"}, {"Cmd_btn_program", "プログラム"},
       {"Cmd_btn_read", "リード"},     {"Cmd_btn_verify", "ベリファイ"},
-      {"Cmd_btn_erase", "イレース"}};
+      {"Cmd_btn_erase", "イレース"},  {"Cmd_btn_comselect", "COM"}};
   std::vector<QImage> pictures;
   for (const auto& [name, caption] : captions) {
     EXPECT_EQ(Button(name)->text(), caption);
@@ -527,11 +528,11 @@ TEST_F(MainWindowTest, EverythingLiesInsideTheWindowAtItsFirstSize) {
   EXPECT_EQ(window_.size(), QSize(753, 527));
   const QRect whole = window_.rect();
   for (const char* name :
-       {"Cmd_btn_open",   "Cmd_btn_save",   "Cmd_btn_reload",  "Cmd_btn_program", "Cmd_btn_read",
-        "Cmd_btn_verify", "Cmd_btn_erase",  "txtAddress",      "txtData",         "CmdRead",
-        "CmdWrite",       "OptionProgram",  "OptionEeprom",    "lblAddress",      "lblData",
-        "Combo_device",   "Lbl_flash_size", "Lbl_eeprom_size", "lblFileInfo",     "frmProgram",
-        "frmEEprom",      "sbStatusBar_1",  "sbStatusBar_5"}) {
+       {"Cmd_btn_open",   "Cmd_btn_save",  "Cmd_btn_reload",    "Cmd_btn_program", "Cmd_btn_read",
+        "Cmd_btn_verify", "Cmd_btn_erase", "Cmd_btn_comselect", "txtAddress",      "txtData",
+        "CmdRead",        "CmdWrite",      "OptionProgram",     "OptionEeprom",    "lblAddress",
+        "lblData",        "Combo_device",  "Lbl_flash_size",    "Lbl_eeprom_size", "lblFileInfo",
+        "frmProgram",     "frmEEprom",     "sbStatusBar_1",     "sbStatusBar_5"}) {
     auto* child = Find<QWidget>(window_, name);
     const QRect place(child->mapTo(&window_, QPoint(0, 0)), child->size());
     EXPECT_TRUE(whole.contains(place)) << name;

@@ -87,7 +87,9 @@ class WindowBench {
              .CodePage = CodePage,
              .Settings = Settings,
              .MessageBoxes = &Boxes,
-             .FileDialogs = &Dialogs}) {
+             .FileDialogs = &Dialogs,
+             .Shell = &Shell,
+             .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
     Port.ChipInSocket = [this] { return Run.Context().DeviceForm.DeviceText(); };
     Settings.Write("Settings", "ComNox", "1");
   }
@@ -106,6 +108,7 @@ class WindowBench {
   platform::MemorySettingsStore Settings;
   AnsweredBoxes Boxes;
   testing::FakeFileDialogs Dialogs;
+  testing::FakeShell Shell;
   WindowRun Run;
 };
 

@@ -1,0 +1,203 @@
+#include "ui/about_dialog.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDesktopServices>
+#include <QLabel>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+#include <gtest/gtest.h>
+
+#include "core/build_info.h"
+#include "ui/qt_shell.h"
+#include "ui/window_bench.h"
+
+namespace fenwright::ui {
+namespace {
+
+using Requests = std::vector<testing::FakeShell::Request>;
+
+class About : public ::testing::Test {
+ protected:
+  About() {
+    bench_.Start();
+    Find<QAction>(bench_.Run.Window(), "mnuHelpAbout")->trigger();
+  }
+  AboutDialog& Dialog() { return bench_.Run.Window().About(); }
+  std::string Text(const char* label) {
+    return Find<QLabel>(Dialog(), label)->text().toStdString();
+  }
+  void Press(const char* button) {
+    QTest::mouseClick(Find<QPushButton>(Dialog(), button), Qt::LeftButton);
+  }
+
+  WindowBench bench_;
+};
+
+TEST_F(About, TheMenuShowsItModally) {
+  EXPECT_TRUE(Dialog().isVisible());
+  EXPECT_TRUE(Dialog().isModal());
+  EXPECT_EQ(Dialog().objectName(), "frmAbout");
+  EXPECT_EQ(Dialog().windowTitle(), "バージョン情報");
+}
+
+TEST_F(About, ItShowsTheVersionRecord) {
+  EXPECT_EQ(Text("lblTitle"), "FenwrightV6");
+  EXPECT_EQ(Text("lblVersion"), "Version 6.5.5");
+  EXPECT_EQ(Text("lblDescription"), core::kFileDescription);
+  EXPECT_EQ(Text("lblDisclaimer"), core::kComments);
+  EXPECT_FALSE(Text("Label1").empty());
+  EXPECT_FALSE(Find<QLabel>(Dialog(), "picIcon")->pixmap().isNull());
+}
+
+TEST_F(About, TheButtonsAreCaptionedAsTheyShallBe) {
+  EXPECT_EQ(Find<QPushButton>(Dialog(), "Command1")->text(), "サポートホームページへジャンプ");
+  EXPECT_EQ(Find<QPushButton>(Dialog(), "cmdOK")->text(), "閉じる");
+}
+
+TEST_F(About, ItNamesTheSupportPage) {
+  EXPECT_EQ(Text("lblSupportPage"), "ｻﾎﾟｰﾄﾍﾟｰｼﾞ : " + std::string(core::kSupportUrl));
+  Dialog().SetSupportPageLabel("ｻﾎﾟｰﾄﾍﾟｰｼﾞ : https://other.example/");
+  EXPECT_EQ(Text("lblSupportPage"), "ｻﾎﾟｰﾄﾍﾟｰｼﾞ : https://other.example/");
+}
+
+TEST_F(About, LoadingSetsTheAddressOfTheSupportPage) {
+  EXPECT_EQ(bench_.Run.State().SupportPageAddress, core::kSupportUrl);
+}
+
+TEST_F(About, TheJumpOpensTheSupportPageInTheProgramsFolderAndTheBoxStays) {
+  Press("Command1");
+  EXPECT_EQ(bench_.Shell.Requests,
+            (Requests{{std::string(core::kSupportUrl), "/opt/bin/", platform::ShowMode::Normal}}));
+  EXPECT_TRUE(Dialog().isVisible());
+}
+
+TEST_F(About, WithoutABrowserTheJumpReportsNothing) {
+  bench_.Shell.Answer = false;
+  Press("Command1");
+  EXPECT_EQ(bench_.Shell.Requests.size(), 1U);
+  EXPECT_TRUE(bench_.Boxes.Shown.empty());
+  EXPECT_TRUE(Dialog().isVisible());
+}
+
+TEST_F(About, CloseAndEscapeUnloadTheBoxAndItComesBack) {
+  Press("cmdOK");
+  EXPECT_FALSE(Dialog().isVisible());
+  Find<QAction>(bench_.Run.Window(), "mnuHelpAbout")->trigger();
+  EXPECT_TRUE(Dialog().isVisible());
+  QTest::keyClick(&Dialog(), Qt::Key_Escape);
+  EXPECT_FALSE(Dialog().isVisible());
+}
+
+TEST_F(About, ReturnClosesTheBox) {
+  QTest::keyClick(&Dialog(), Qt::Key_Return);
+  EXPECT_FALSE(Dialog().isVisible());
+  EXPECT_TRUE(bench_.Shell.Requests.empty());
+}
+
+TEST_F(About, TheKeyboardReachesBothButtons) {
+  EXPECT_EQ(Dialog().focusWidget(), Find<QPushButton>(Dialog(), "cmdOK"));
+  QTest::keyClick(Dialog().focusWidget(), Qt::Key_Tab);
+  EXPECT_EQ(Dialog().focusWidget(), Find<QPushButton>(Dialog(), "Command1"));
+  QTest::keyClick(Dialog().focusWidget(), Qt::Key_Space);
+  EXPECT_EQ(bench_.Shell.Requests.size(), 1U);
+}
+
+TEST_F(About, ItGoesWithTheMainWindow) {
+  EXPECT_TRUE(bench_.Run.Window().close());
+  EXPECT_FALSE(Dialog().isVisible());
+}
+
+class Manual : public ::testing::Test {
+ protected:
+  Manual() { bench_.Start(); }
+  void Choose() { Find<QAction>(bench_.Run.Window(), "mnuHelpSub")->trigger(); }
+
+  WindowBench bench_;
+};
+
+TEST_F(Manual, TheHelpItemOpensItInTheProgramsFolderWithoutTakingTheFocus) {
+  bench_.Files.Files["/opt/bin/readme_tarnwick6.pdf"] = "%PDF";
+  Choose();
+  EXPECT_EQ(bench_.Shell.Requests,
+            (Requests{{"/opt/bin/readme_tarnwick6.pdf", "", platform::ShowMode::NoActivate}}));
+}
+
+TEST_F(Manual, AnInstalledOneIsFoundToo) {
+  bench_.Files.Files["/opt/share/readme_tarnwick6.pdf"] = "%PDF";
+  Choose();
+  ASSERT_EQ(bench_.Shell.Requests.size(), 1U);
+  EXPECT_EQ(bench_.Shell.Requests[0].Document, "/opt/share/readme_tarnwick6.pdf");
+}
+
+TEST_F(Manual, AMissingOneIsAskedForAllTheSameAndNothingIsShown) {
+  bench_.Shell.Answer = false;
+  Choose();
+  ASSERT_EQ(bench_.Shell.Requests.size(), 1U);
+  EXPECT_EQ(bench_.Shell.Requests[0].Document, "/opt/bin/readme_tarnwick6.pdf");
+  EXPECT_TRUE(bench_.Boxes.Shown.empty());
+  EXPECT_FALSE(bench_.Run.MessageDialog().isVisible());
+}
+
+TEST_F(Manual, TheHelpKeySaysWhenThereIsNone) {
+  QTest::keyClick(&bench_.Run.Window(), Qt::Key_F1);
+  EXPECT_TRUE(bench_.Shell.Requests.empty());
+  EXPECT_EQ(bench_.Boxes.Shown,
+            (std::vector<std::string>{"ﾍﾙﾌﾟの目次を表示できません。 "
+                                      "このﾌﾟﾛｼﾞｪｸﾄに関連付けられたﾍﾙﾌﾟが存在しません。"}));
+}
+
+TEST_F(Manual, TheHelpKeyOpensIt) {
+  bench_.Files.Files["/opt/bin/readme_tarnwick6.pdf"] = "%PDF";
+  QTest::keyClick(&bench_.Run.Window(), Qt::Key_F1);
+  EXPECT_EQ(bench_.Shell.Requests.size(), 1U);
+  EXPECT_TRUE(bench_.Boxes.Shown.empty());
+}
+
+/// Takes what the desktop would be asked to open.
+class Desktop : public QObject {
+  Q_OBJECT
+
+ public:
+  Desktop() {
+    for (const char* scheme : {"file", "https"}) {
+      QDesktopServices::setUrlHandler(scheme, this, "Take");
+    }
+  }
+  ~Desktop() override {
+    for (const char* scheme : {"file", "https"}) QDesktopServices::unsetUrlHandler(scheme);
+  }
+  QList<QUrl> Taken;
+
+ public slots:
+  void Take(const QUrl& url) { Taken.append(url); }
+};
+
+TEST(QtShell, AnAddressOfTheWebGoesToTheDesktop) {
+  Desktop desktop;
+  EXPECT_TRUE(QtShell().Open("https://support.example/a?b=1", "/opt/", platform::ShowMode::Normal));
+  EXPECT_EQ(desktop.Taken, QList<QUrl>{QUrl("https://support.example/a?b=1")});
+}
+
+TEST(QtShell, ADocumentGoesToTheDesktopWhateverItsName) {
+  Desktop desktop;
+  const QTemporaryDir folder;
+  QFile document(folder.filePath("説明書 #1.pdf"));
+  ASSERT_TRUE(document.open(QIODevice::WriteOnly));
+  EXPECT_TRUE(
+      QtShell().Open(document.fileName().toStdString(), "", platform::ShowMode::NoActivate));
+  EXPECT_EQ(desktop.Taken, QList<QUrl>{QUrl::fromLocalFile(document.fileName())});
+}
+
+TEST(QtShell, AMissingDocumentIsNotHandedToTheDesktop) {
+  Desktop desktop;
+  EXPECT_FALSE(QtShell().Open("/no/such/readme_tarnwick6.pdf", "", platform::ShowMode::NoActivate));
+  EXPECT_TRUE(desktop.Taken.isEmpty());
+}
+
+}  // namespace
+}  // namespace fenwright::ui
+
+#include "about_dialog_test.moc"

@@ -1,0 +1,186 @@
+#include "ui/guide_window.h"
+
+#include <array>
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QImage>
+#include <QMdiArea>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include "ui/main_window.h"
+#include "ui/socket_drawing.h"
+#include "ui/window_bench.h"
+
+namespace fenwright::ui {
+namespace {
+
+using platform::GuidePosition;
+using platform::kGuidePositions;
+
+const QColor kGrey(0x80, 0x80, 0x80);
+const QColor kRed(192, 0, 0);
+
+/// The drawing as it is on the screen.
+class GuideDrawing : public ::testing::Test {
+ protected:
+  GuideDrawing() {
+    drawing_.resize(drawing_.sizeHint() * 2);
+    drawing_.setPalette(QPalette(Qt::white));
+  }
+  QImage Picture() { return drawing_.grab().toImage().convertToFormat(QImage::Format_RGB32); }
+  int PixelsOf(const QColor& colour, const QRect& area) {
+    const QImage picture = Picture();
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+      for (int x = area.left(); x <= area.right(); ++x) {
+        count += picture.pixelColor(x, y) == colour ? 1 : 0;
+      }
+    }
+    return count;
+  }
+  int PixelsOf(const QColor& colour) { return PixelsOf(colour, drawing_.rect()); }
+
+  SocketDrawing drawing_;
+};
+
+TEST_F(GuideDrawing, WithoutADeviceEverythingIsGrey) {
+  EXPECT_EQ(PixelsOf(kRed), 0);
+  EXPECT_GT(PixelsOf(kGrey), 2000);
+}
+
+TEST_F(GuideDrawing, TheHighlightedPackageIsFilledInItsColour) {
+  for (const GuidePosition position : kGuidePositions) {
+    drawing_.SetHighlighted(position, true);
+    const QRect body = drawing_.PackagePlace(position).toRect();
+    EXPECT_GT(PixelsOf(kRed, body), body.width() * body.height() / 2);
+    drawing_.SetHighlighted(position, false);
+    EXPECT_EQ(PixelsOf(kRed), 0);
+  }
+}
+
+TEST_F(GuideDrawing, EveryPositionLooksDifferentWithoutColoursToo) {
+  std::vector<QImage> pictures;
+  for (const GuidePosition position : kGuidePositions) {
+    drawing_.SetHighlighted(position, true);
+    const QImage grey = Picture().convertToFormat(QImage::Format_Grayscale8);
+    drawing_.SetHighlighted(position, false);
+    for (const QImage& other : pictures) {
+      int different = 0;
+      for (int y = 0; y < grey.height(); ++y) {
+        for (int x = 0; x < grey.width(); ++x) {
+          const int step = qGray(grey.pixel(x, y)) - qGray(other.pixel(x, y));
+          different += std::abs(step) > 64 ? 1 : 0;
+        }
+      }
+      EXPECT_GT(different, 1000);
+    }
+    pictures.push_back(grey);
+  }
+}
+
+/// Length in tenths of an inch, one of which is the distance of two contacts.
+double Tenths(const QRectF& body, const QRectF& forty_pins) {
+  return body.height() / forty_pins.height() * 20.5;
+}
+
+TEST_F(GuideDrawing, ThePackagesHaveTheirRealLengths) {
+  const QRectF whole = drawing_.PackagePlace(GuidePosition::E);
+  const std::array<double, 5> lengths{3.7, 10.2, 10.2, 13.7, 20.5};
+  for (const GuidePosition position : kGuidePositions) {
+    EXPECT_NEAR(Tenths(drawing_.PackagePlace(position), whole),
+                lengths.at(static_cast<std::size_t>(position)), 0.05);
+  }
+}
+
+TEST_F(GuideDrawing, AllPackagesButBStartAtContactOneAndBEndsAtTheOtherEnd) {
+  const QRectF whole = drawing_.PackagePlace(GuidePosition::E);
+  const double tenth = whole.height() / 20.5;
+  for (const GuidePosition position : {GuidePosition::A, GuidePosition::C, GuidePosition::D}) {
+    EXPECT_NEAR(drawing_.PackagePlace(position).top(), whole.top(), tenth / 2);
+  }
+  const QRectF lower = drawing_.PackagePlace(GuidePosition::B);
+  EXPECT_NEAR(lower.bottom(), whole.bottom(), tenth / 2);
+  EXPECT_GE(lower.top(), drawing_.PackagePlace(GuidePosition::A).bottom());
+}
+
+TEST_F(GuideDrawing, TheDrawingIsLegibleOnADarkPaletteToo) {
+  QPalette dark(QColor(45, 45, 48));
+  dark.setColor(QPalette::WindowText, Qt::white);
+  drawing_.setPalette(dark);
+  const int white_texts = PixelsOf(Qt::white);
+  EXPECT_GT(white_texts, 2000);
+  EXPECT_EQ(PixelsOf(Qt::black), 0);
+}
+
+TEST_F(GuideDrawing, TheDrawingFitsAnySize) {
+  for (const QSize size : {QSize(120, 90), QSize(1500, 300), QSize(200, 1500), QSize(1, 1)}) {
+    drawing_.resize(size);
+    for (const GuidePosition position : kGuidePositions) {
+      EXPECT_TRUE(QRectF(drawing_.rect()).contains(drawing_.PackagePlace(position)));
+    }
+    drawing_.grab();
+  }
+}
+
+TEST_F(GuideDrawing, ItTellsAReaderOfTheScreenWhereTheChipGoes) {
+  EXPECT_EQ(drawing_.accessibleDescription(), "デバイスの挿入位置はありません。");
+  drawing_.SetHighlighted(GuidePosition::B, true);
+  EXPECT_EQ(drawing_.accessibleDescription(),
+            "位置 B : 20ピンのパッケージの1番ピンを、ソケットの11番に合わせて挿入します。");
+}
+
+TEST(GuideWindow, TheGuideShowsThePlaceOfEveryPickedDevice) {
+  WindowBench bench;
+  bench.Start();
+  const GuideWindow& guide = bench.Run.Window().Guide();
+  // In the selector's order.
+  const std::string places = "AABAACCCDEEEE";
+  QComboBox* selector = bench.Run.Window().DeviceSelector();
+  for (int index = 0; index < 13; ++index) {
+    selector->setCurrentIndex(index);
+    emit selector->activated(index);
+    for (const GuidePosition position : kGuidePositions) {
+      const char letter = "ABCDE"[static_cast<std::size_t>(position)];
+      EXPECT_EQ(guide.Drawing().IsHighlighted(position),
+                letter == places.at(static_cast<std::size_t>(index)))
+          << index << letter;
+    }
+  }
+}
+
+TEST(GuideWindow, BothMenusOpenItAndClosingOnlyHidesIt) {
+  WindowBench bench;
+  bench.Start();
+  GuideWindow& guide = bench.Run.Window().Guide();
+  for (const char* item : {"mmudeviceIndex", "mmuIndex"}) {
+    guide.close();
+    EXPECT_FALSE(guide.isVisible());
+    Find<QAction>(bench.Run.Window(), item)->trigger();
+    EXPECT_TRUE(guide.isVisible()) << item;
+    EXPECT_EQ(bench.Run.Window().ChildArea()->activeSubWindow(), &guide) << item;
+  }
+}
+
+TEST(GuideWindow, AMinimisedGuideIsOpenedAgain) {
+  WindowBench bench;
+  bench.Start();
+  GuideWindow& guide = bench.Run.Window().Guide();
+  bench.Run.Window().ShowGuide();
+  guide.showMinimized();
+  Find<QAction>(bench.Run.Window(), "mmuIndex")->trigger();
+  EXPECT_FALSE(guide.isMinimized());
+}
+
+TEST(GuideWindow, ItHasItsNames) {
+  WindowBench bench;
+  const GuideWindow& guide = bench.Run.Window().Guide();
+  EXPECT_EQ(guide.objectName(), "frmIndex");
+  EXPECT_FALSE(guide.accessibleName().isEmpty());
+  EXPECT_FALSE(guide.windowTitle().isEmpty());
+}
+
+}  // namespace
+}  // namespace fenwright::ui
