@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the layer rule: what the files of each folder of src/ and apps/ may include.
+# Checks the layer rule: what the files of each folder of src/, apps/ and tools/ may include.
 #
 #   scripts/check-layers.sh [ROOT]    ROOT: the tree to check, the repository by default
 #
@@ -7,7 +7,7 @@
 #   C++ standard library and the folders below them.
 # - An adapter (a subfolder of src/platform) may use the system and libraries; of the project it
 #   knows the platform interfaces and what its row below names.
-# - Qt is known in src/ui and apps/ alone.
+# - Qt is known in src/ui, apps/ and tools/ alone.
 # - Includes name the folder: "folder/file.h", from src/ on.
 set -euo pipefail
 
@@ -36,7 +36,7 @@ report() {
 # layer_of FILE (relative to root): the row of the table that holds for it, "apps" for the programs.
 layer_of() {
   case "$1" in
-    apps/*) echo apps ;;
+    apps/* | tools/*) echo apps ;;
     src/platform/*/*) echo adapters ;;
     src/*/*)
       local folder=${1#src/}
@@ -63,7 +63,7 @@ check_angle_include() {
     report "$file" "$line" "<$header>: $layer uses the C++ standard library alone"
   fi
   if [[ $layer == adapters ]] && is_qt_header "$header"; then
-    report "$file" "$line" "<$header>: Qt is for src/ui and apps/"
+    report "$file" "$line" "<$header>: Qt is for src/ui, apps/ and tools/"
   fi
 }
 
@@ -95,7 +95,7 @@ check_quoted_include() {
 # Prints "file<TAB>line<TAB>< or "<TAB>header" for every include of the checked folders.
 list_includes() {
   local folders=() folder
-  for folder in src apps; do
+  for folder in src apps tools; do
     if [[ -d $folder ]]; then folders+=("$folder"); fi
   done
   grep -rnE '^[[:space:]]*#[[:space:]]*include' --include='*.h' --include='*.cpp' \

@@ -52,7 +52,7 @@ stage() {
 
 check_format() {
   local files
-  mapfile -d '' files < <(find src apps tests bench \( -name '*.cpp' -o -name '*.h' \) -print0)
+  mapfile -d '' files < <(find src apps tools tests bench \( -name '*.cpp' -o -name '*.h' \) -print0)
   ((${#files[@]} > 0)) || return 1
   # In parts, so that both cores work.
   printf '%s\0' "${files[@]}" |
@@ -97,7 +97,7 @@ stage "tests (dev)" run_tests dev
 if ((!quick)); then
   stage "scripts" check_scripts
   stage "tests (asan)" run_sanitized_tests
-  stage "second compiler (clang)" build_preset clang src/all apps/all
+  stage "second compiler (clang)" build_preset clang src/all apps/all tools/all
 fi
 if ((tidy && !quick)); then
   stage "clang-tidy" "$script_dir/tidy.sh"
