@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -58,6 +59,34 @@ int ShowInformation(const QString& text) {
   std::cout << ToUtf8(text) << '\n';
 #endif
   return 0;
+}
+
+/// Answers what needs no window, before one is prepared: without a display that would abort.
+std::optional<int> AnswerWithoutDisplay(int argc, char** argv) {
+#ifdef Q_OS_WIN
+  static_cast<void>(argc);
+  static_cast<void>(argv);
+  return std::nullopt;
+#else
+  const QCoreApplication application(argc, argv);
+  const CommandLine arguments = fenwright::ui::ParseCommandLine(QCoreApplication::arguments());
+  if (!arguments.Error.isEmpty()) return std::nullopt;  // it may be an option of Qt's own
+  if (arguments.ShowHelp) return ShowInformation(arguments.Help);
+  if (arguments.ShowVersion) return ShowInformation(ToQString(fenwright::core::kVersion));
+  return std::nullopt;
+#endif
+}
+
+/// In place of the abort that a missing display, or a missing platform plugin, ends in.
+void EndWithoutDisplay(QtMsgType type, const QMessageLogContext& /*context*/,
+                       const QString& message) {
+  if (type != QtFatalMsg) {
+    std::cerr << ToUtf8(message) << '\n';
+    return;
+  }
+  std::cerr << "fenwright: ウインドウを表示できません。DISPLAY の設定を確認してください。"
+            << std::endl;
+  std::_Exit(kExitStartFailed);
 }
 
 QString StoreName(bool simulate) {
@@ -149,7 +178,10 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (const std::optional<int> code = AnswerWithoutDisplay(argc, argv)) return *code;
+  const QtMessageHandler usual_handler = qInstallMessageHandler(EndWithoutDisplay);
   QApplication application(argc, argv);
+  qInstallMessageHandler(usual_handler);
   QCoreApplication::setApplicationName(ToQString(fenwright::core::kApplicationName));
   QCoreApplication::setApplicationVersion(ToQString(fenwright::core::kVersion));
   QLocale::setDefault(QLocale(QLocale::Japanese, QLocale::Japan));
