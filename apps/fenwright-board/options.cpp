@@ -1,7 +1,10 @@
 #include "options.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
+#include <system_error>
+#include <unistd.h>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -28,8 +31,33 @@ std::chrono::nanoseconds FromMilliseconds(double milliseconds) {
   return std::chrono::nanoseconds(static_cast<std::int64_t>(milliseconds * 1e6));
 }
 
+/// A delay in milliseconds. What is no number compares as nothing, so it is asked for the good
+/// case.
+std::string CheckDelay(const std::string& text) {
+  constexpr double kLongest = 1e6;
+  double value = 0;
+  if (CLI::detail::lexical_cast(text, value) && value >= 0 && value <= kLongest) return "";
+  return "\"" + text + "\" is no time of 0 to 1000000 ms";
+}
+
+/// A file that is replaced as a whole, in a folder that takes new files.
+std::string CheckOutputFile(const std::string& text) {
+  std::error_code ignored;
+  const std::filesystem::path path = std::filesystem::absolute(text, ignored);
+  if (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored)) {
+    return "\"" + text + "\" is no regular file";
+  }
+  const std::filesystem::path folder = path.parent_path();
+  if (!std::filesystem::is_directory(folder, ignored)) {
+    return "\"" + text + "\": there is no such folder";
+  }
+  if (access(folder.c_str(), W_OK | X_OK) != 0) {
+    return "\"" + text + "\": its folder cannot be written";
+  }
+  return "";
+}
+
 void Declare(CLI::App& app, Options& options, Arguments& arguments) {
-  constexpr double kLongestDelay = 1e6;
   app.add_option("--device", arguments.Device, "chip in the socket, its name or a part of it")
       ->required();
   app.add_option("--link", options.Link, "symbolic link to make to the terminal");
@@ -37,19 +65,21 @@ void Declare(CLI::App& app, Options& options, Arguments& arguments) {
       ->capture_default_str();
   app.add_option("--latency-ms", arguments.LatencyMilliseconds,
                  "time for which the adapter holds back received bytes")
-      ->check(CLI::Range(0.0, kLongestDelay));
+      ->check(CheckDelay);
   app.add_option("--ack-delay-ms", arguments.AckDelayMilliseconds,
                  "time that the board takes to acknowledge each A")
-      ->check(CLI::Range(0.0, kLongestDelay));
+      ->check(CheckDelay);
   app.add_flag("--chip-times", arguments.ChipTimes,
                "erasing and writing take the time that the data sheets give");
   app.add_option("--version-line", arguments.VersionLine,
                  "the answer to ?, without its line end (CR LF)")
       ->capture_default_str();
   app.add_option("--state", options.State,
-                 "file that keeps the board's chips from one run to the next");
+                 "file that keeps the board's chips from one run to the next")
+      ->check(CheckOutputFile);
   app.add_option("--dump", options.Dump,
-                 "file for the chip's memories: flash in HEX-file byte order, then EEPROM");
+                 "file for the chip's memories: flash in HEX-file byte order, then EEPROM")
+      ->check(CheckOutputFile);
   app.add_option("--log", options.Log, "file for the bytes: \"> \" to the board, \"< \" from it");
   app.add_option("--fault", arguments.Faults, "something that goes wrong, see below; repeatable")
       ->allow_extra_args(false);

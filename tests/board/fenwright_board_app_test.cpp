@@ -294,6 +294,30 @@ TEST_F(FenwrightBoard, WrongCommandLinesEndWithExitCode2) {
   }
 }
 
+TEST_F(FenwrightBoard, RefusesATimeThatIsNoTime) {
+  for (const char* option : {"--latency-ms", "--ack-delay-ms"}) {
+    for (const char* value : {"-1", "nan", "-nan", "inf", "-inf", "1000001", "soon", ""}) {
+      SCOPED_TRACE(std::string(option) + " " + value);
+      Process board({"--device", "AT90S8515", option, value});
+      EXPECT_THAT(board.Errors(), HasSubstr(option));
+      EXPECT_EQ(board.Wait(), 2);
+    }
+  }
+}
+
+TEST_F(FenwrightBoard, RefusesAPathItCouldNotWriteInTheEnd) {
+  for (const char* option : {"--dump", "--state"}) {
+    for (const std::string& path :
+         {std::string("/nowhere/at/all"), folder_.string(), std::string("/dev/null")}) {
+      SCOPED_TRACE(option + (" " + path));
+      Process board({"--device", "AT90S8515", option, path});
+      EXPECT_THAT(board.Errors(), HasSubstr(path));
+      EXPECT_EQ(board.Wait(), 2);
+    }
+  }
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
 TEST_F(FenwrightBoard, ItsHelpListsTheFaults) {
   Process board({"--help"});
   const std::string help = board.Output();
