@@ -3,6 +3,7 @@
 #include <optional>
 #include <string_view>
 
+#include "core/command.h"
 #include "core/settings_keys.h"
 #include "core/status.h"
 #include "image/buffers.h"
@@ -60,6 +61,7 @@ bool TakeCodeFile(core::RunContext& context, OpenReport& report) {
 /// False for a file error.
 bool TakeDataFile(core::RunContext& context, OpenReport& report) {
   const std::string& name = context.State.DataFileName;
+  report.DataFileReached = true;
   report.DataFileFound = context.Files.Exists(name);
   if (!report.DataFileFound) {
     core::ShowStatus(context, "EEPROM memory : Not found EEP file");
@@ -83,6 +85,12 @@ void ExplainFileError(core::RunContext& context, std::string_view path,
                                       "選択したデバイス用のファイルか確認してください。"
                                 : report.Reason;
   context.MessageDialog.SetDetail(std::string(path) + "\n" + cause);
+}
+
+/// An open of a code file alone that failed, whatever the reason.
+void ForgetCodeFile(core::RunContext& context) {
+  context.State.CodeFileName.clear();
+  context.MessageBoxes.Show(platform::MessageIcon::Information, "", kFileNotOpenedText);
 }
 
 std::optional<std::string> AskForName(core::RunContext& context, std::string_view title,
@@ -127,11 +135,15 @@ void SetCodeAndDataFile(core::RunContext& context, const std::string& code_path)
 OpenReport LoadCodeFile(core::RunContext& context) {
   OpenReport report;
   if (!CodeFileFound(context, report) || !HasKnownExtension(context, report)) return report;
-  if (TakeCodeFile(context, report)) return report;
-  context.State.CodeFileName.clear();
-  // The view shows what the buffer holds, also after a read that ended early.
-  RefreshFlashView(context);
-  context.MessageBoxes.Show(platform::MessageIcon::Information, "", kFileNotOpenedText);
+  try {
+    if (TakeCodeFile(context, report)) return report;
+    // The view shows what the buffer holds, also after a read that ended early.
+    RefreshFlashView(context);
+  } catch (const core::CommandEnd&) {
+    ForgetCodeFile(context);
+    throw;
+  }
+  ForgetCodeFile(context);
   return report;
 }
 

@@ -31,6 +31,14 @@ std::string Doubts(std::string_view path, const HexReadReport& report, std::int3
             "が「:」で始まっていないため、そこまでしか読み込んでいません。"
             "ファイルを直し、プログラムを再起動してください。";
   }
+  if (report.End == HexReadEnd::OutsideBuffer) {
+    text += start + LineNumber(report.StoppedAtLine) +
+            "のアドレスがバッファの範囲を超えているため、そこまでしか読み込んでいません。";
+  }
+  if (report.End == HexReadEnd::NotOpened) {
+    text += start + "読み込めませんでした。";
+    if (!report.Reason.empty()) text += " (" + report.Reason + ")";
+  }
   if (report.FirstDoubtfulLine != 0) {
     text += start + LineNumber(report.FirstDoubtfulLine) +
             "に16進数字(0-9、A-F)でない文字があるか、行が短いため、0として読み込みました。";

@@ -47,6 +47,8 @@ constexpr int kSettingsWidth = 348;
 constexpr QSize kCommandIconSize(24, 24);
 constexpr int kCommandButtonHeight = 36;
 
+constexpr const char* kNoFileText = "ファイルは開かれていません。";
+
 constexpr const char* kCloseQuestion =
     "処理を実行しています。\n\n"
     "終了すると、実行中の通信が終わったところで処理を中止します。"
@@ -129,7 +131,6 @@ void MainWindow::Run(const std::function<void()>& command) {
   }
   EnableControls(true);
   if (focus) focus->setFocus();
-  if (commands_.AfterCommand) commands_.AfterCommand();
 }
 
 QWidget* MainWindow::FocusedCommandControl() const {
@@ -144,7 +145,7 @@ bool MainWindow::MayEndSession() {
 }
 
 void MainWindow::SetFileInfo(const QString& text) {
-  file_info_->SetText(text);
+  file_info_->SetText(text.isEmpty() ? kNoFileText : text);
   file_info_->setToolTip(text.toHtmlEscaped().replace('\n', "<br>"));
 }
 
@@ -395,7 +396,7 @@ QWidget* MainWindow::BuildFileBox() {
   auto* rows = new QVBoxLayout(box);
   file_info_ = new WrappedLabel;
   Name(file_info_, "lblFileInfo", "ファイルの情報");
-  file_info_->SetText("ファイルは開かれていません。");
+  SetFileInfo({});
   rows->addWidget(file_info_);
   return box;
 }

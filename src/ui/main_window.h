@@ -60,8 +60,6 @@ struct MainWindowCommands {
   std::function<void()> OpenManual;
   std::function<void()> ShowHelpContents;
   std::function<void()> ShowAbout;
-  /// Runs after each command, with the controls enabled again; may be empty.
-  std::function<void()> AfterCommand;
 };
 
 /// `frmMain`: menus, command buttons, device selector, child windows and status bar. It holds no
@@ -90,7 +88,8 @@ class MainWindow : public QMainWindow {
   /// Asks like closing the window does, and is false when the session has to wait.
   bool MayEndSession();
 
-  /// Text about the loaded file, beside the views; may have several lines.
+  /// Text about the loaded files, beside the views; may have several lines. An empty one stands for
+  /// no file, and a text says so.
   void SetFileInfo(const QString& text);
 
   /// Says in the caption that the board is a simulated one.

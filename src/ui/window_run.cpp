@@ -101,7 +101,6 @@ MainWindowCommands WindowRun::Commands() {
       .OpenManual = [this] { core::OpenManual(shell_, ManualFolder()); },
       .ShowHelpContents = [this] { core::ShowHelpContents(context_, shell_, ManualFolder()); },
       .ShowAbout = [this] { ShowAbout(); },
-      .AfterCommand = {},
   };
 }
 
@@ -127,10 +126,11 @@ void WindowRun::ShowAbout() {
 void WindowRun::ShowOpened(const ops::OpenResult& opened) {
   if (!ReachedFiles(opened)) return;
   const image::OpenReport& report = opened.Report;
-  // A file of another kind leaves the buffers as they are, a missing one leaves the EEPROM's.
+  // A file of another kind leaves the buffers as they are; one that is missing or cannot be read
+  // leaves the EEPROM's.
   if (report.CodeFileFound && !report.KnownExtension) return;
   ShowFileInfo(DescribeCode(state_, report),
-               report.CodeFileFound ? DescribeData(state_, report) : data_info_);
+               report.DataFileReached ? DescribeData(state_, report) : data_info_);
 }
 
 void WindowRun::ShowOpenedCode(const ops::OpenResult& opened) {

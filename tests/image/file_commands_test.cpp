@@ -521,6 +521,38 @@ TEST_F(FileCommands, ACodeAddressBeyondTheBufferForgetsTheNameAndTheViewShowsWha
   EXPECT_TRUE(run_.FileText("avrhex.txt").starts_with("0000: 940C FFFF "));
 }
 
+TEST_F(FileCommands, ADumpThatTheDiscRefusesForgetsTheNameOfACodeFileAloneToo) {
+  Put(kCodePath, kCode);
+  run_.Files.Refused = {"/app/avrhex.txt"};
+  State().CodeFileName = kCodePath;
+  EXPECT_EQ(core::RunCommand(run_.Context, [&] { LoadCodeFile(run_.Context); }),
+            core::CommandEnding::FileError);
+  EXPECT_EQ(State().CodeFileName, "");
+  ASSERT_EQ(run_.Boxes.Boxes.size(), 2U);
+  EXPECT_EQ(run_.Boxes.Boxes[0].Text, kNotOpened);
+  EXPECT_NE(run_.Boxes.Boxes[1].Text.find("/app/avrhex.txt"), std::string::npos) << "the cause";
+  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
+}
+
+TEST_F(FileCommands, ACodeFileThatVanishesBehindTheDialogIsPassedOver) {
+  run_.FileDialogs.Choice = kCodePath;
+  EXPECT_TRUE(ChooseCodeFile(run_.Context));
+  EXPECT_FALSE(LoadCodeFile(run_.Context).CodeFileFound);
+  EXPECT_TRUE(run_.TakeJournal().empty());
+}
+
+TEST_F(FileCommands, TheDataFilesTurnIsReported) {
+  PutPair();
+  EXPECT_TRUE(Load().DataFileReached);
+  run_.Files.Files.erase(kDataPath);
+  EXPECT_TRUE(Load().DataFileReached);
+  EXPECT_TRUE(LoadDataFile(run_.Context).DataFileReached);
+  EXPECT_FALSE(LoadCodeFile(run_.Context).DataFileReached);
+  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
+  EXPECT_FALSE(Load().DataFileReached);
+  EXPECT_FALSE(Load("/home/files/none.hex").DataFileReached);
+}
+
 TEST_F(FileCommands, ABadLineInACodeFileAloneIsNoFileError) {
   Put(kCodePath, ":020000000C945E\r\nbad\r\n");
   State().CodeFileName = kCodePath;

@@ -104,6 +104,30 @@ TEST_F(FileSummary, WarnsOfALineThatEndedTheReading) {
             "そこまでしか読み込んでいません。ファイルを直し、プログラムを再起動してください。");
 }
 
+TEST_F(FileSummary, WarnsOfAnAddressBeyondTheBuffer) {
+  Put(kCodePath, ":020000000C945E\r\n:02FFFF000102FD\r\n");
+  EXPECT_EQ(OpenBoth(),
+            "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 2行目のアドレスがバッファの範囲を"
+            "超えているため、そこまでしか読み込んでいません。\n⚠ prog.hex : デバイスの容量を"
+            "超えるデータがあります。超えた分は書き込まれません。");
+}
+
+TEST_F(FileSummary, WarnsOfAFileThatCouldNotBeRead) {
+  Put(kCodePath, "bad\r\n");
+  Put(kDataPath, kData);
+  const std::string text = OpenBoth();
+  EXPECT_TRUE(
+      text.ends_with("\n⚠ prog.eep : 読み込めませんでした。 (前に開いたHEXファイルに不正な"
+                     "行があったため、HEXファイルを開けません。プログラムを再起動して"
+                     "ください。)"))
+      << text;
+  OpenReport report;
+  report.DataFileFound = true;
+  report.Data.End = HexReadEnd::NotOpened;
+  EXPECT_EQ(DescribeOpenedFiles(run_.State, report),
+            "prog.eep\n0 / 128 byte (0 %)\n⚠ prog.eep : 読み込めませんでした。");
+}
+
 TEST_F(FileSummary, WarnsOfWrongDigits) {
   Put(kCodePath, ":020000000C945E\r\n:020002000d945B\r\n");
   EXPECT_EQ(

@@ -248,6 +248,19 @@ TEST_F(HexReader, RecordsAfterTheEndRecordAreLoadedToo) {
   EXPECT_EQ(Flash(3), 0x0D);
 }
 
+TEST_F(HexReader, AnEndRecordIsReportedWhereverItStands) {
+  EXPECT_TRUE(ReadCode(std::string(":020000000C945E\r\n") + kEnd).EndRecordSeen);
+  EXPECT_TRUE(ReadCode(std::string(kEnd) + ":020000000C945E\r\n").EndRecordSeen);
+}
+
+TEST_F(HexReader, AMissingEndRecordIsReadWithoutNoticeButReported) {
+  const HexReadReport report = ReadCode(":020000000C945E\r\n:020000021000EC\r\n");
+  EXPECT_FALSE(report.EndRecordSeen);
+  EXPECT_EQ(report.End, HexReadEnd::Complete);
+  EXPECT_EQ(Flash(1), 0x0C);
+  EXPECT_FALSE(ReadCode("").EndRecordSeen);
+}
+
 TEST_F(HexReader, EveryTypeButZeroIsReadPast) {
   constexpr char kDigits[] = "0123456789ABCDEF";
   for (int type = 1; type < 256; ++type) {

@@ -49,8 +49,7 @@ class MenuTree : public ::testing::Test {
                          .UpdateFirmware = logged("update firmware"),
                          .OpenManual = logged("open manual"),
                          .ShowHelpContents = logged("help contents"),
-                         .ShowAbout = logged("about"),
-                         .AfterCommand = {}});
+                         .ShowAbout = logged("about")});
     window_.show();
     QApplication::processEvents();
   }

@@ -205,6 +205,37 @@ TEST(WindowRun, OpeningOneFileKeepsWhatIsKnownAboutTheOther) {
   EXPECT_NE(FileInfo(bench).find("other.hex"), std::string::npos);
 }
 
+TEST(WindowRun, WithoutAFileTheFileBoxSaysSo) {
+  const std::string nothing = "ファイルは開かれていません。";
+  WindowBench bench;
+  bench.Start();
+  EXPECT_EQ(FileInfo(bench), nothing);
+  bench.Dialogs.Choice = bench.GivenHexFile(kProgramWords);
+  Press(bench, "Cmd_btn_open");
+  ASSERT_NE(FileInfo(bench), nothing);
+  QTest::keyClick(bench.Run.Window().DeviceSelector(), Qt::Key_End);
+  EXPECT_EQ(FileInfo(bench), nothing) << "a change of the device discards the file";
+
+  Press(bench, "Cmd_btn_open");
+  ASSERT_NE(FileInfo(bench), nothing);
+  bench.Files.Files.erase("/files/prog.hex");
+  Press(bench, "Cmd_btn_reload");
+  EXPECT_EQ(FileInfo(bench), nothing) << "the file is gone and the buffer blank";
+}
+
+TEST(WindowRun, ACodeFileThatEndsAnOpenLeavesWhatIsKnownAboutTheDataFile) {
+  WindowBench bench;
+  bench.Files.Files["/files/prog.eep"] = ":0200000011AA43\r\n:00000001FF\r\n";
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  bench.Files.Files["/files/far.hex"] = ":02FFFF000102FD\r\n";
+  bench.Dialogs.Choice = "/files/far.hex";
+  Press(bench, "Cmd_btn_open");
+  EXPECT_NE(FileInfo(bench).find("prog.eep\n2 / 64 byte"), std::string::npos) << FileInfo(bench);
+  EXPECT_NE(FileInfo(bench).find("⚠ far.hex : 1行目のアドレスがバッファの範囲を超えている"),
+            std::string::npos)
+      << FileInfo(bench);
+}
+
 TEST(WindowRun, ADroppedFileIsOpenedWithTheDataFileBesideIt) {
   WindowBench bench;
   bench.Start();
