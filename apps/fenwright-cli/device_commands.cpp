@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <sstream>
 
 #include <fmt/format.h>
@@ -218,23 +219,29 @@ ExitCode EndEarly(Session& session, const Options& options, ExitCode code) {
   return code;
 }
 
-/// Runs a device command and tells its result.
+/// Runs a device command and tells its result. `save` stores what a successful one has brought; it
+/// returns what went wrong, "" = nothing.
 ExitCode RunDeviceCommand(Session& session, const Options& options,
-                          core::CommandEnding (*command)(core::RunContext&)) {
+                          core::CommandEnding (*command)(core::RunContext&),
+                          const std::function<std::string()>& save = {}) {
   const auto start = std::chrono::steady_clock::now();
   const core::CommandEnding ending = command(session.Context());
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   session.Out().EndProgress();
-  const ExitCode code = CodeOf(session.Context().State, ending);
-  if (options.Json) {
-    if (!session.Out().PrintAlways(Dump(Result(session, code, seconds)))) {
-      return ExitCode::FileError;
-    }
-  } else {
-    PrintResult(session, code, seconds);
+  ExitCode code = CodeOf(session.Context().State, ending);
+  const std::string complaint = code == ExitCode::Success && save ? save() : "";
+  if (!complaint.empty()) {
+    code = ExitCode::FileError;
+    session.Out().PrintError("error: " + complaint);
   }
-  return code;
+  if (!options.Json) {
+    PrintResult(session, code, seconds);
+    return code;
+  }
+  nlohmann::json result = Result(session, code, seconds);
+  if (!complaint.empty()) result["message"] = complaint;
+  return session.Out().PrintAlways(Dump(result)) ? code : ExitCode::FileError;
 }
 
 /// A file that a read is to save to must be writable, and new unless overwriting is allowed.
@@ -254,19 +261,40 @@ bool MayWrite(Console& out, const std::string& path, bool force) {
   return false;
 }
 
-/// Saves what was read; FileError when a file could not be written.
-ExitCode SaveBuffers(Session& session, const Options& options) {
+/// True when both outputs of a read would go to one file, however it is named.
+bool IsOneFile(const Options& options) {
+  if (options.CodeOutput.empty() || options.DataOutput.empty()) return false;
+  const auto real_path = [](const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
+  };
+  return real_path(options.CodeOutput) == real_path(options.DataOutput);
+}
+
+/// What went wrong with a file that was to be written; "" when it was.
+std::string Complaint(const std::string& path, const image::HexWriteReport& report) {
+  if (report) return "";
+  if (report.End == image::HexWriteEnd::CutShort) {
+    return fmt::format("{}: is cut short; the disc may be full", path);
+  }
+  return fmt::format("{}: cannot be written: {}", path, report.Reason);
+}
+
+/// Saves what was read, as much of it as can be; the first thing that went wrong, "" = nothing.
+std::string SaveBuffers(Session& session, const Options& options) {
   core::AppState& state = session.Context().State;
-  bool saved = true;
+  std::string complaint;
   if (!options.CodeOutput.empty()) {
     state.CodeSaveFileName = options.CodeOutput;
-    saved = static_cast<bool>(image::WriteCodeHexFile(session.Context()));
+    complaint = Complaint(options.CodeOutput, image::WriteCodeHexFile(session.Context()));
   }
   if (!options.DataOutput.empty()) {
     state.DataSaveFileName = options.DataOutput;
-    saved = static_cast<bool>(image::WriteDataHexFile(session.Context())) && saved;
+    const std::string second =
+        Complaint(options.DataOutput, image::WriteDataHexFile(session.Context()));
+    if (complaint.empty()) complaint = second;
   }
-  return saved ? ExitCode::Success : ExitCode::FileError;
+  return complaint;
 }
 
 /// The report's lines about differences, as they stand in the file.
@@ -299,13 +327,17 @@ ExitCode RunRead(const Options& options) {
   if (const ExitCode code = session.Start(); code != ExitCode::Success) {
     return EndEarly(session, options, code);
   }
+  if (IsOneFile(options)) {
+    session.Out().PrintError("error: --code and --data name the same file");
+    return EndEarly(session, options, ExitCode::Usage);
+  }
   for (const std::string& path : {options.CodeOutput, options.DataOutput}) {
     if (!path.empty() && !MayWrite(session.Out(), path, options.Force)) {
       return EndEarly(session, options, ExitCode::FileError);
     }
   }
-  const ExitCode code = RunDeviceCommand(session, options, ops::ReadCommand);
-  return code == ExitCode::Success ? SaveBuffers(session, options) : code;
+  return RunDeviceCommand(session, options, ops::ReadCommand,
+                          [&] { return SaveBuffers(session, options); });
 }
 
 ExitCode RunVerify(const Options& options) {
@@ -334,13 +366,21 @@ ExitCode RunDump(const Options& options) {
   silent.Quiet = true;
   Session session(silent);
   if (const ExitCode code = session.Start(Session::Needs::NoPort); code != ExitCode::Success) {
-    return code;
+    return EndEarly(session, options, code);
   }
   if (const ExitCode code = LoadFiles(session, options); code != ExitCode::Success) {
     return EndEarly(session, options, code);
   }
   const core::RunContext& context = session.Context();
-  const std::string dump = context.CodePage.ToUtf8(image::FlashDump(context.State));
+  std::string dump = context.CodePage.ToUtf8(image::FlashDump(context.State));
+  if (options.Json) {
+    dump = Dump({{"command", "dump"},
+                 {"result", Name(ExitCode::Success)},
+                 {"exit_code", static_cast<int>(ExitCode::Success)},
+                 {"device", context.DeviceForm.DeviceText()},
+                 {"code_file", context.State.CodeFileName},
+                 {"dump", dump}});
+  }
   return session.Out().PrintAlways(dump) ? ExitCode::Success : ExitCode::FileError;
 }
 

@@ -1,5 +1,6 @@
 #include "support/test_run.h"
 
+#include <algorithm>
 #include <random>
 #include <stdexcept>
 
@@ -122,6 +123,23 @@ Bytes RandomBytes(std::size_t count, unsigned seed) {
   Bytes bytes(count);
   for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(generator());
   return bytes;
+}
+
+std::string HexFile(const Bytes& data) {
+  std::string text;
+  for (std::size_t address = 0; address < data.size(); address += 16) {
+    const std::size_t count = std::min<std::size_t>(16, data.size() - address);
+    Bytes record{static_cast<std::uint8_t>(count), static_cast<std::uint8_t>(address / 256),
+                 static_cast<std::uint8_t>(address % 256), 0};
+    for (std::size_t i = 0; i < count; ++i) record.push_back(data[address + i]);
+    unsigned sum = 0;
+    for (const std::uint8_t byte : record) sum += byte;
+    record.push_back(static_cast<std::uint8_t>(0U - sum));
+    std::string digits = ToHex(record);
+    std::erase(digits, ' ');
+    text += ":" + digits + "\r\n";
+  }
+  return text + ":00000001FF\r\n";
 }
 
 board::Fault MakeFault(std::string_view spec) {

@@ -83,6 +83,9 @@ class BoardRun : public TestPlatform {
 /// Random bytes from a fixed seed.
 Bytes RandomBytes(std::size_t count, unsigned seed);
 
+/// An Intel HEX text of `data` from address 0, 16 bytes a record, with its end record.
+std::string HexFile(const Bytes& data);
+
 /// A fault from its text.
 board::Fault MakeFault(std::string_view spec);
 

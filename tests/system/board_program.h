@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "support/process.h"
-#include "support/scripted_port.h"
+#include "support/test_run.h"
 
 namespace fenwright::testing {
 
@@ -51,23 +51,5 @@ class BoardProgram {
   TemporaryFolder folder_;
   std::unique_ptr<Process> process_;
 };
-
-/// An Intel HEX text of `data` from address 0, 16 bytes a record, with its end record.
-inline std::string HexFile(const Bytes& data) {
-  std::string text;
-  for (std::size_t address = 0; address < data.size(); address += 16) {
-    const std::size_t count = std::min<std::size_t>(16, data.size() - address);
-    Bytes record{static_cast<std::uint8_t>(count), static_cast<std::uint8_t>(address / 256),
-                 static_cast<std::uint8_t>(address % 256), 0};
-    for (std::size_t i = 0; i < count; ++i) record.push_back(data[address + i]);
-    unsigned sum = 0;
-    for (const std::uint8_t byte : record) sum += byte;
-    record.push_back(static_cast<std::uint8_t>(0U - sum));
-    std::string digits = ToHex(record);
-    std::erase(digits, ' ');
-    text += ":" + digits + "\r\n";
-  }
-  return text + ":00000001FF\r\n";
-}
 
 }  // namespace fenwright::testing

@@ -2,7 +2,10 @@
 
 #include <chrono>
 #include <signal.h>
+#include <sys/mount.h>
 #include <thread>
+#include <tuple>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -543,6 +546,145 @@ TEST_F(Cli, AChipIsReadSavedAndProgrammedIntoAnother) {
   EXPECT_EQ(other.Dump(), original);
 }
 
+TEST_F(Cli, AReadInAFreshRunSavesTheImageThatWasProgrammed) {
+  unsigned seed = 100;
+  // One of each pair of sizes; the engine's own tests go through every device.
+  const std::vector<std::tuple<std::string, std::size_t, std::size_t>> devices{
+      {"AT90S1200A", 1024, 64}, {"AT90S2313", 2048, 128}, {"AT90S8515", 8192, 512}};
+  for (const auto& [name, flash_bytes, eeprom_bytes] : devices) {
+    SCOPED_TRACE(name);
+    const Bytes flash = FullImage(flash_bytes, ++seed);
+    const Bytes eeprom = FullImage(eeprom_bytes, ++seed);
+    MakeCode(flash);
+    WriteFile(folder_.File("code.eep"), HexFile(eeprom));
+    BoardProgram board(name);
+    ASSERT_EQ(Program(board, name, "code.hex").Code, 0);
+    ASSERT_EQ(Run({"--port", board.Link(), "--device", name, "read", "--force", "--code", "out.hex",
+                   "--data", "out.eep"})
+                  .Code,
+              0);
+    Bytes doubled = eeprom;
+    doubled.resize(2 * eeprom.size(), 0xFF);
+    EXPECT_EQ(ReadFile(folder_.File("out.hex")), HexFile(flash));
+    EXPECT_EQ(ReadFile(folder_.File("out.eep")), HexFile(doubled));
+  }
+}
+
+TEST_F(Cli, AReadOnlyTargetIsReportedAndStaysAsItWas) {
+  std::filesystem::permissions(folder_.Path(), std::filesystem::perms::all);
+  for (const char* name : {"out.hex", "out.eep"}) {
+    WriteFile(folder_.File(name), "precious");
+    std::filesystem::permissions(folder_.File(name), std::filesystem::perms(0444));
+  }
+  const Result result = Run({"--json", "--simulate", "--device", "ATtiny12L", "read", "--force",
+                             "--code", "out.hex", "--data", "out.eep"},
+                            {.UserId = getuid() == 0 ? 65534U : 0U});
+  EXPECT_EQ(result.Code, 4);
+  EXPECT_THAT(result.Err, HasSubstr("ファイル保存\nリードオンリーファイルにアクセスしました。\n"));
+  EXPECT_THAT(result.Err, HasSubstr("error: out.hex: cannot be written: "));
+  EXPECT_EQ(ReadFile(folder_.File("out.hex")), "precious");
+  EXPECT_EQ(ReadFile(folder_.File("out.eep")), "precious");
+  const auto json = nlohmann::json::parse(result.Out);
+  EXPECT_EQ(json["result"], "file error");
+  EXPECT_EQ(json["exit_code"], 4);
+  EXPECT_EQ(json["chip_state"], "flash and EEPROM read");
+  EXPECT_THAT(json["message"], ::testing::StartsWith("out.hex: cannot be written: "));
+}
+
+/// A disc of 16 KiB, in the place of a folder for the object's lifetime.
+class SmallDisc {
+ public:
+  explicit SmallDisc(const std::string& folder) : folder_(folder) {
+    std::filesystem::create_directory(folder);
+    mounted_ = mount("none", folder.c_str(), "tmpfs", 0, "size=16k") == 0;
+  }
+  ~SmallDisc() {
+    if (mounted_) umount(folder_.c_str());
+  }
+  SmallDisc(const SmallDisc&) = delete;
+  SmallDisc& operator=(const SmallDisc&) = delete;
+  [[nodiscard]] bool IsThere() const { return mounted_; }
+
+ private:
+  std::string folder_;
+  bool mounted_ = false;
+};
+
+TEST_F(Cli, AFullDiscLeavesTheStartOfTheFileAndSaysSo) {
+  const SmallDisc disc(folder_.File("disc"));
+  if (!disc.IsThere()) GTEST_SKIP() << "this process may not mount a disc";
+  WriteFile(folder_.File("disc/neighbour"), "of somebody else");
+  const Result result =
+      Run({"--simulate", "--device", "AT90S8515", "read", "--code", "disc/out.hex"});
+  EXPECT_EQ(result.Code, 4);
+  EXPECT_THAT(result.Err, HasSubstr("ファイル保存できませんでした。"));
+  EXPECT_THAT(result.Err, HasSubstr("error: disc/out.hex: is cut short; the disc may be full\n"
+                                    "file error: flash and EEPROM read\n"));
+  EXPECT_THAT(result.Out, Not(HasSubstr("ok:")));
+  const std::string whole = HexFile(Bytes(8192, 0xFF));
+  const std::string cut = ReadFile(folder_.File("disc/out.hex"));
+  EXPECT_GT(cut.size(), 4096U);
+  EXPECT_LT(cut.size(), whole.size());
+  EXPECT_EQ(cut, whole.substr(0, cut.size()));
+  EXPECT_EQ(ReadFile(folder_.File("disc/neighbour")), "of somebody else");
+}
+
+TEST_F(Cli, ADiscWithoutRoomForTheDumpEndsAReadAndNamesTheDump) {
+  Process process({"prlimit", "--fsize=4000", FENWRIGHT_CLI_PROGRAM, "--simulate", "--device",
+                   "ATtiny12L", "--folder", folder_.Path().string(), "read", "--code",
+                   folder_.File("out.hex")});
+  EXPECT_EQ(process.Wait(), 4);
+  EXPECT_THAT(process.Errors(), HasSubstr(folder_.File("avrhex.txt")));
+  EXPECT_FALSE(std::filesystem::exists(folder_.File("out.hex")));
+}
+
+TEST_F(Cli, ATimeoutInMidReadSavesNothing) {
+  WriteFile(folder_.File("out.hex"), "precious");
+  const Result result = Run({"--simulate", "--simulate-fault", "drop@15", "--device", "ATtiny12L",
+                             "read", "--force", "--code", "out.hex", "--data", "out.eep"});
+  EXPECT_EQ(result.Code, 1);
+  EXPECT_THAT(result.Err, HasSubstr("error: ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R\n"));
+  EXPECT_THAT(result.Err, HasSubstr("flash read up to word 0x0002, the rest of the buffers is "
+                                    "unchanged: read again"));
+  EXPECT_EQ(ReadFile(folder_.File("out.hex")), "precious");
+  EXPECT_FALSE(std::filesystem::exists(folder_.File("out.eep")));
+}
+
+TEST_F(Cli, NamesMayHoldBlanksQuotesAndJapanese) {
+  std::filesystem::create_directory(folder_.File("my \"files\" 'と' 資料"));
+  const std::string base = "my \"files\" 'と' 資料/点滅 $HOME 表";
+  BoardProgram board("ATtiny12L");
+  MakeCode({0x0C, 0x94}, base + ".hex");
+  WriteFile(folder_.File(base + ".eep"), HexFile({0x77}));
+  ASSERT_EQ(Program(board, "ATtiny12L", base + ".hex").Code, 0);
+  const Result read = Run({"--port", board.Link(), "--device", "ATtiny12L", "read", "--code",
+                           base + " 2.hex", "--data", base + " 2.eep"});
+  EXPECT_EQ(read.Code, 0) << read.Err;
+  const Result verify =
+      Run({"--port", board.Link(), "--device", "ATtiny12L", "verify", base + " 2.hex"});
+  EXPECT_EQ(verify.Code, 0) << verify.Err;
+  EXPECT_THAT(verify.Out, HasSubstr("Program : " + base + " 2.hex\n"));
+}
+
+TEST_F(Cli, AReadRefusesOneFileForBothMemories) {
+  std::filesystem::create_directory(folder_.File("sub"));
+  for (const char* second : {"out.hex", "sub/../out.hex"}) {
+    SCOPED_TRACE(second);
+    const Result result =
+        Run({"--simulate", "--device", "ATtiny12L", "read", "--code", "out.hex", "--data", second});
+    EXPECT_EQ(result.Code, 2);
+    EXPECT_THAT(result.Err, HasSubstr("--code and --data name the same file"));
+    EXPECT_FALSE(std::filesystem::exists(folder_.File("out.hex")));
+  }
+}
+
+TEST_F(Cli, EachCallIsARunOfItsOwnWhateverTheLastFileHeld) {
+  WriteFile(folder_.File("bad.hex"), "bad line\r\n");
+  MakeCode({0x0C, 0x94});
+  EXPECT_EQ(Run({"--device", "ATtiny12L", "dump", "bad.hex"}).Code, 4);
+  EXPECT_EQ(Run({"--device", "ATtiny12L", "dump", "code.hex"}).Code, 0);
+}
+
 TEST_F(Cli, AReadDoesNotOverwriteUnlessForced) {
   WriteFile(folder_.File("out.hex"), "precious");
   BoardProgram board("ATtiny12L");
@@ -620,6 +762,47 @@ TEST_F(Cli, ADumpNeedsNoProgrammerAndPrintsTheFlash) {
                               "0008: "));
   EXPECT_EQ(std::count(result.Out.begin(), result.Out.end(), '\n'), 64);
   EXPECT_EQ(result.Err, "");
+}
+
+TEST_F(Cli, ADumpIsJsonToo) {
+  MakeCode({0x41, 0x42});
+  const Result result = Run({"--json", "--device", "ATtiny12L", "dump", "code.hex"});
+  EXPECT_EQ(result.Code, 0);
+  const auto json = nlohmann::json::parse(result.Out);
+  EXPECT_EQ(json["result"], "ok");
+  EXPECT_THAT(json["dump"], ::testing::StartsWith("0000: 4241 FFFF "));
+  const Result failed = Run({"--json", "--device", "ATtiny99", "dump", "code.hex"});
+  EXPECT_EQ(failed.Code, 2);
+  EXPECT_EQ(nlohmann::json::parse(failed.Out)["exit_code"], 2);
+}
+
+TEST_F(Cli, ADumpOfAFileThatCannotBeReadPrintsNoDump) {
+  const Result result = Run({"--device", "ATtiny12L", "dump", "none.hex"});
+  EXPECT_EQ(result.Code, 4);
+  EXPECT_EQ(result.Out, "");
+  EXPECT_THAT(result.Err, HasSubstr("none.hex: there is no such file"));
+}
+
+TEST_F(Cli, TheWireOfReadVerifyAndEraseIsThatOfTheEngine) {
+  struct Row {
+    std::vector<std::string> Arguments;
+    core::CommandEnding (*Command)(core::RunContext&);
+  };
+  MakeCode({0x0C, 0x94, 0x2A, 0xC0});
+  WriteFile(folder_.File("code.eep"), HexFile({0x11}));
+  for (const Row& row :
+       {Row{{"read"}, ops::ReadCommand}, Row{{"verify", "code.hex"}, ops::VerifyCommand},
+        Row{{"erase"}, ops::EraseCommand}}) {
+    SCOPED_TRACE(row.Arguments.front());
+    const BoardProgram board("ATtiny26L");
+    std::vector<std::string> call{"--port", board.Link(), "--device", "ATtiny26L"};
+    call.insert(call.end(), row.Arguments.begin(), row.Arguments.end());
+    Run(call);
+    BoardRun run("ATtiny26L");
+    run.LoadImage({0x0C, 0x94, 0x2A, 0xC0}, {0x11});
+    row.Command(run.Context);
+    EXPECT_EQ(board.Wire(), run.Wire);
+  }
 }
 
 TEST_F(Cli, FilesOfOtherToolsLoadAndOtherToolsLoadOurs) {
