@@ -92,6 +92,28 @@ TEST_P(OnEveryDevice, AChipThatIsReadAndProgrammedIntoAnotherIsTheSameChip) {
   EXPECT_EQ(other.Chip().BinaryImage(), original);
 }
 
+TEST_P(OnEveryDevice, WhatIsProgrammedIsReadAndSavedInAFreshRun) {
+  const Bytes flash = RandomBytes(2 * Words(), 21);
+  const Bytes eeprom = RandomBytes(EepromBytes(), 22);
+  BoardRun first(Name(), {.Baud = 0});
+  first.LoadImage(flash, eeprom);
+  ops::ProgramCommand(first.Context);
+  ASSERT_TRUE(ops::Succeeded(first.State));
+  const Bytes image = first.Chip().BinaryImage();
+
+  BoardRun fresh(Name(), {.Baud = 0});
+  FillChip(fresh.Chip(), Bytes(image.begin(), image.begin() + static_cast<long>(flash.size())),
+           Bytes(image.begin() + static_cast<long>(flash.size()), image.end()));
+  ops::ReadCommand(fresh.Context);
+  fresh.FileDialogs.Choice = "/files/copy.hex";
+  EXPECT_EQ(ops::SaveBothAsCommand(fresh.Context).Report.End, image::SaveEnd::Written);
+
+  Bytes doubled = eeprom;
+  doubled.resize(2 * eeprom.size(), 0xFF);
+  EXPECT_EQ(fresh.Files.Files["/files/copy.hex"], HexFile(flash));
+  EXPECT_EQ(fresh.Files.Files["/files/copy.eep"], HexFile(doubled));
+}
+
 TEST_P(OnEveryDevice, VerifySendsTheDescribedBytesAndFindsNoDifference) {
   BoardRun run(Name(), {.Baud = 0});
   Bytes flash = RandomBytes(2 * Words(), 15);
@@ -234,10 +256,105 @@ TEST(Read, AFailedEepromByteRunsToTheEndAndIsReported) {
   EXPECT_FALSE(ops::Succeeded(run.State));
 }
 
+TEST(Read, AnUnansweredFrameBeforeTheFlashReadsNothing) {
+  // The second "A" is reply 9.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@9")}});
+  run.LoadImage(Bytes(16, 0x77), {});
+  const Bytes before = run.State.FlashBuffer;
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.State.FlashBuffer, before);
+  EXPECT_EQ(run.Wire.back(), 'A');
+  EXPECT_NE(run.State.LinkError, 0);
+}
+
+TEST(Read, AFlashPhaseThatFailsAtItsEndIsReportedAndTheEepromIsNotRead) {
+  // Session 8 replies, A P a, 512 words: "L" is reply 524. The error flag stays, so the next frame
+  // ends the operation.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@524")}});
+  FillChip(run.Chip(), Bytes(1024, 0x21), Bytes(64, 0x43));
+  run.Views.Calls.clear();
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.Dialog.Text, "フラッシュプログラムメモリ 読出し失敗");
+  EXPECT_TRUE(Contains(run.NewTrace(), "フラッシュプログラムメモリ 読出し失敗"));
+  EXPECT_EQ(run.State.FlashBuffer[1023], 0x21);
+  EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
+  EXPECT_TRUE(run.Views.Calls.empty()) << "no view is loaded";
+  EXPECT_EQ(Bytes(run.Wire.end() - 3, run.Wire.end()), Hex("'RLA'"));
+  EXPECT_NE(run.PanelText(Panel::Elapsed), "");
+}
+
+TEST(Read, AnUnansweredFrameBeforeTheEepromKeepsTheFlashThatWasRead) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@525")}});
+  FillChip(run.Chip(), Bytes(1024, 0x21), Bytes(64, 0x43));
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.State.FlashBuffer[1023], 0x21);
+  EXPECT_NE(run.FileText("avrhex.txt").find("0000: 2121 2121"), std::string::npos);
+  EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
+  EXPECT_EQ(run.Wire.back(), 'A');
+  EXPECT_FALSE(run.Dialog.IsBusy());
+}
+
+TEST(Read, AnUnansweredProgrammingModeBeforeTheEepromRunsToTheEndAndIsReported) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@526")}});
+  ops::ReadCommand(run.Context);
+  EXPECT_TRUE(Contains(run.NewTrace(), "ＥＥＰＲＯＭデータメモリ 読出し失敗"));
+  EXPECT_EQ(run.Dialog.Text, "ＥＥＰＲＯＭデータメモリ 読出し失敗");
+  EXPECT_EQ(std::ranges::count(run.Wire, 'd'), 64);
+  EXPECT_EQ(run.Wire.back(), 'L');
+}
+
+TEST(Read, ShowsTheProgressOfEachMemory) {
+  BoardRun run(kTiny12, {.Baud = 0});
+  std::vector<int> ranges;
+  run.Events.OnTurn = [&] {
+    if (ranges.empty() || ranges.back() != run.Dialog.ProgressMaximum) {
+      ranges.push_back(run.Dialog.ProgressMaximum);
+    }
+  };
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(ranges, (std::vector<int>{-1, 512, 64}));
+  std::vector<int> expected;
+  for (int word = 0; word < 512; ++word) expected.push_back(word);
+  for (int byte = 0; byte < 64; ++byte) expected.push_back(byte);
+  EXPECT_EQ(run.Dialog.Progress, expected);
+}
+
+TEST(Read, TheElapsedTimeIsInWholeSecondsAndKeptInPlaceOfTheStart) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@15")}});
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "5秒");
+  EXPECT_EQ(run.State.OperationStartTime, 5.0);
+}
+
 TEST(Read, WithAFailingLinkCheckLeavesTheElapsedTimeEmpty) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
   ops::ReadCommand(run.Context);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
+}
+
+TEST(VerifyCommand, ReportsItsEndWhateverItFound) {
+  // The first word is reply 12.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@12")}});
+  run.LoadImage({0x0C, 0x94}, {});
+  ops::VerifyCommand(run.Context);
+  const Texts trace = run.NewTrace();
+  EXPECT_TRUE(Contains(trace, "フラッシュメモリ ベリファイ失敗"));
+  EXPECT_TRUE(Contains(trace, "ベリファイ　通信エラー"));
+  EXPECT_EQ(run.PanelText(Panel::Status), "ベリファイ終了しました。");
+}
+
+TEST(VerifyCommand, OfAnotherChipIsStoppedAndLeavesTheReportAlone) {
+  BoardRun run(kTiny12, {.Chip = "AT90S2313"});
+  run.Files.Files["/app/avrvfy.txt"] = "of an earlier run";
+  ops::VerifyCommand(run.Context);
+  EXPECT_TRUE(Contains(run.NewTrace(), "ベリファイを中止しました。"));
+  EXPECT_EQ(run.FileText("avrvfy.txt"), "of an earlier run");
+}
+
+TEST(VerifyCommand, WithAFailingLinkCheckReportsNoEnd) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
+  ops::VerifyCommand(run.Context);
+  EXPECT_FALSE(Contains(run.NewTrace(), "ベリファイ終了しました。"));
 }
 
 TEST(VerifyCommand, ShowsNoElapsedTimeAndReportsDifferences) {
@@ -269,6 +386,24 @@ TEST(EraseCommand, KeepsTheBuffersAndAppliesTheDeviceAgain) {
   EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
   EXPECT_EQ(run.State.EepromBuffer[0], 0x55);
   EXPECT_EQ(run.Form.FlashLabel, "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 512 word");
+}
+
+TEST(EraseCommand, WithASilentSignatureGoesOn) {
+  // The five attempts are replies 5 to 9; the flag of the signature is its own.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@5"), MakeFault("drop@6"), MakeFault("drop@7"),
+                                    MakeFault("drop@8"), MakeFault("drop@9")}});
+  FillChip(run.Chip(), Bytes(4, 0), {});
+  ops::EraseCommand(run.Context);
+  EXPECT_EQ(run.Chip().FlashWord(0), 0xFFFF);
+  EXPECT_EQ(run.State.LinkError, 0);
+  EXPECT_EQ(run.PanelText(Panel::Status), "チップ イレース完了。");
+}
+
+TEST(EraseCommand, WithAFailingLinkCheckSendsNothingToTheChip) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
+  ops::EraseCommand(run.Context);
+  EXPECT_EQ(std::ranges::count(run.Wire, 'e'), 0);
+  EXPECT_FALSE(Contains(run.NewTrace(), "チップ イレース完了。"));
 }
 
 TEST(EraseCommand, ThatFailsReportsNoCompletion) {

@@ -1,0 +1,370 @@
+// The window on real files that are refused, cut short, gone, or oddly named.
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QAction>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include "platform/posix/text_files.h"
+#include "support/process.h"
+#include "support/test_run.h"
+#include "ui/elided_label.h"
+#include "ui/view_window.h"
+#include "ui/window_bench.h"
+
+namespace fenwright::ui {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ReadFile;
+using testing::WriteFile;
+
+constexpr char kCode[] = ":020000000C945E\r\n:00000001FF\r\n";
+constexpr char kData[] = ":0200000011AA43\r\n:00000001FF\r\n";
+constexpr char kReadOnly[] = "リードオンリーファイルにアクセスしました。";
+constexpr char kNotSaved[] = "ファイル保存できませんでした。";
+constexpr char kNotOpened[] = "指定されたファイルを開くことができませんでした。";
+
+/// A dialog in which somebody chooses a file, and what happens before the program gets to it.
+class ChosenFile final : public platform::FileDialogs {
+ public:
+  std::optional<std::string> Open(const platform::FileDialogRequest& /*request*/) override {
+    if (Afterwards) Afterwards();
+    return Path;
+  }
+  std::optional<std::string> Save(const platform::FileDialogRequest& request) override {
+    return Open(request);
+  }
+  std::string Path;
+  std::function<void()> Afterwards;
+};
+
+/// Files are refused to this thread as to a user without privileges, for the object's lifetime.
+class AsOrdinaryUser {
+ public:
+  AsOrdinaryUser() {
+    constexpr uid_t kNobody = 65534;
+    if (geteuid() == 0) changed_ = seteuid(kNobody) == 0;
+  }
+  ~AsOrdinaryUser() {
+    if (changed_ && seteuid(0) != 0) std::abort();
+  }
+  AsOrdinaryUser(const AsOrdinaryUser&) = delete;
+  AsOrdinaryUser& operator=(const AsOrdinaryUser&) = delete;
+  [[nodiscard]] static bool IsOne() { return geteuid() != 0; }
+
+ private:
+  bool changed_ = false;
+};
+
+/// No file grows beyond a size, as on a full disc, for the object's lifetime.
+class FullDisc {
+ public:
+  explicit FullDisc(rlim_t bytes) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{.rlim_cur = bytes, .rlim_max = before_.rlim_max};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+  }
+  ~FullDisc() { setrlimit(RLIMIT_FSIZE, &before_); }
+  FullDisc(const FullDisc&) = delete;
+  FullDisc& operator=(const FullDisc&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+/// Every file of a folder with its content; a folder's content is "folder".
+using Snapshot = std::map<std::string, std::string>;
+
+Snapshot SnapshotOf(const fs::path& folder) {
+  Snapshot snapshot;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+    snapshot[entry.path().filename().string()] =
+        entry.is_directory() ? "folder" : ReadFile(entry.path().string());
+  }
+  return snapshot;
+}
+
+/// The window, the engine and the system's files; board and clock are simulated.
+class FileFaults : public ::testing::Test {
+ protected:
+  explicit FileFaults(std::vector<board::Fault> faults = {})
+      : files_folder_(folder_.Path() / "my \"files\" 'と' 資料"),
+        port_({.Baud = 0, .Faults = std::move(faults)}, Time()),
+        run_({.ProgrammerPort = port_,
+              .Clock = clock_,
+              .Files = files_,
+              .CodePage = code_page_,
+              .Settings = settings_,
+              .MessageBoxes = &boxes_,
+              .FileDialogs = &dialogs_}) {
+    fs::permissions(folder_.Path(), fs::perms::all);
+    for (const fs::path& path : {files_folder_, folder_.Path() / "app"}) {
+      fs::create_directory(path);
+      fs::permissions(path, fs::perms::all);
+    }
+    port_.ChipInSocket = [this] { return run_.Context().DeviceForm.DeviceText(); };
+    settings_.Write("Settings", "ComNox", "1");
+    Put("neighbour.hex", "of somebody else");
+    run_.Start({.AppFolder = folder_.File("app/"), .CommandArgument = ""});
+    WriteFile(folder_.File("app/_debug_avr.txt"), "");
+    for (const fs::directory_entry& file : fs::directory_iterator(folder_.Path() / "app")) {
+      fs::permissions(file.path(), fs::perms(0666));
+    }
+  }
+  ~FileFaults() override { fs::permissions(files_folder_, fs::perms::all); }
+
+  [[nodiscard]] std::string Path(const std::string& name) const {
+    return (files_folder_ / name).string();
+  }
+  void Put(const std::string& name, const std::string& content) const {
+    WriteFile(Path(name), content);
+  }
+  void Choose(const char* item, const std::string& name) {
+    dialogs_.Path = Path(name);
+    Find<QAction>(run_.Window(), item)->trigger();
+  }
+  void Press(const char* button) {
+    QTest::mouseClick(Find<QPushButton>(run_.Window(), button), Qt::LeftButton);
+  }
+  [[nodiscard]] std::string Status() {
+    return run_.Window().StatusPanel(platform::Panel::Status)->text().toStdString();
+  }
+  /// The message dialog's text, "" when it is not on the screen.
+  [[nodiscard]] std::string Message() { return DialogText("txtMsg"); }
+  [[nodiscard]] std::string Detail() { return DialogText("lblDetail"); }
+  [[nodiscard]] std::string ViewText(platform::View view) {
+    return run_.Window().ViewOf(view)->TextControl()->toPlainText().toStdString();
+  }
+  [[nodiscard]] Snapshot Files() const { return SnapshotOf(files_folder_); }
+
+  testing::TemporaryFolder folder_;
+  fs::path files_folder_;
+  testing::VirtualClock clock_;
+  platform::SystemTextFiles files_;
+  platform::Cp932CodePage code_page_;
+  platform::MemorySettingsStore settings_;
+  AnsweredBoxes boxes_;
+  ChosenFile dialogs_;
+  board::SimulatedSerialControl port_;
+  WindowRun run_;
+
+ private:
+  board::TimeSource Time() {
+    constexpr double kNanosecondsPerSecond = 1e9;
+    return {.Now =
+                [this] {
+                  return std::chrono::nanoseconds(
+                      static_cast<std::int64_t>(clock_.Elapsed() * kNanosecondsPerSecond));
+                },
+            .Rest =
+                [this](std::chrono::nanoseconds time) {
+                  clock_.Advance(std::chrono::duration<double>(time).count() + 1e-8);
+                }};
+  }
+  std::string DialogText(const char* name) {
+    const QtMessageDialog& dialog = run_.MessageDialog();
+    return dialog.isVisible() ? dialog.findChild<QLabel*>(name)->text().toStdString() : "";
+  }
+};
+
+TEST_F(FileFaults, AReadOnlyFileIsNamedSoAndStaysAsItWas) {
+  Put("kept.hex", "precious");
+  fs::permissions(Path("kept.hex"), fs::perms(0444));
+  boxes_.Answer = true;
+  const Snapshot before = Files();
+  const AsOrdinaryUser user;
+  if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may write everything";
+  Choose("mnuFileSaveAsCode", "kept.hex");
+  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kReadOnly});
+  EXPECT_EQ(Files(), before);
+}
+
+TEST_F(FileFaults, AReadOnlyFolderTakesNoNewFile) {
+  fs::permissions(files_folder_, fs::perms(0555));
+  const Snapshot before = Files();
+  const AsOrdinaryUser user;
+  if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may write everything";
+  Choose("mnuFileSaveAs", "new.hex");
+  EXPECT_EQ(boxes_.Shown, (std::vector<std::string>{kReadOnly, kReadOnly}));
+  EXPECT_EQ(Files(), before);
+}
+
+TEST_F(FileFaults, SavingOverReadOnlyFilesReportsEachAndEndsWithItsStatus) {
+  Put("a.hex", kCode);
+  Put("a.eep", kData);
+  Choose("mnuFileOpen", "a.hex");
+  fs::permissions(Path("a.hex"), fs::perms(0444));
+  fs::permissions(Path("a.eep"), fs::perms(0444));
+  const Snapshot before = Files();
+  const AsOrdinaryUser user;
+  if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may write everything";
+  Choose("mnuFileSave", "");
+  EXPECT_EQ(boxes_.Shown, (std::vector<std::string>{kReadOnly, kReadOnly}));
+  EXPECT_EQ(Status(), "ファイルを保存しました．");
+  EXPECT_EQ(Files(), before);
+}
+
+TEST_F(FileFaults, AFullDiscLeavesTheStartOfTheFileAndNothingElseChanges) {
+  Choose("mnuFileSaveAsCode", "whole.hex");
+  Snapshot expected = Files();
+  constexpr std::size_t kLimit = 1000;
+  {
+    const FullDisc disc(kLimit);
+    Choose("mnuFileSaveAsCode", "cut.hex");
+  }
+  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kNotSaved});
+  expected["cut.hex"] = expected["whole.hex"].substr(0, kLimit);
+  EXPECT_EQ(Files(), expected);
+}
+
+TEST_F(FileFaults, AFolderInPlaceOfAFileToSaveIsRefused) {
+  fs::create_directory(Path("here.hex"));
+  const Snapshot before = Files();
+  Choose("mnuFileSaveAsCode", "here.hex");
+  EXPECT_TRUE(boxes_.Questions.empty()) << "a folder is no file that exists";
+  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kReadOnly});
+  EXPECT_EQ(Files(), before);
+}
+
+TEST_F(FileFaults, AFolderInPlaceOfAFileToOpenIsNoFile) {
+  fs::create_directory(Path("here.hex"));
+  Choose("mnuFileOpen", "here.hex");
+  EXPECT_EQ(Status(), "Program : Not found HEX file");
+  EXPECT_EQ(Message(), kNotOpened);
+
+  Put("prog.hex", kCode);
+  fs::create_directory(Path("prog.eep"));
+  Choose("mnuFileOpenData", "prog.eep");
+  EXPECT_EQ(Status(), "EEPROM memory : Not found EEP file");
+  Choose("mnuFileOpen", "prog.hex");
+  EXPECT_EQ(Status(), "ファイルをオープンしました。");
+}
+
+TEST_F(FileFaults, AFileThatVanishesBehindTheDialogIsReportedAsMissing) {
+  Put("a.hex", kCode);
+  Put("a.eep", kData);
+  dialogs_.Afterwards = [this] {
+    fs::remove(Path("a.hex"));
+    fs::remove(Path("a.eep"));
+  };
+  Choose("mnuFileOpen", "a.hex");
+  EXPECT_EQ(Status(), "Program : Not found HEX file");
+  EXPECT_EQ(Message(), kNotOpened);
+  Choose("mnuFileOpenData", "a.eep");
+  EXPECT_EQ(Status(), "EEPROM memory : Not found EEP file");
+  Choose("mnuFileOpenCode", "a.hex");
+  EXPECT_EQ(Status(), "EEPROM memory : Not found EEP file") << "passed over without a word";
+  EXPECT_EQ(Files(), (Snapshot{{"neighbour.hex", "of somebody else"}}));
+}
+
+TEST_F(FileFaults, AFolderThatVanishesBehindTheSaveDialogIsReported) {
+  fs::create_directory(Path("stick"));
+  dialogs_.Afterwards = [this] { fs::remove(Path("stick")); };
+  Choose("mnuFileSaveAsCode", "stick/a.hex");
+  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kNotSaved});
+  EXPECT_EQ(Files(), (Snapshot{{"neighbour.hex", "of somebody else"}}));
+}
+
+TEST_F(FileFaults, AFileThatMayNotBeReadIsReported) {
+  Put("secret.hex", kCode);
+  fs::permissions(Path("secret.hex"), fs::perms::none);
+  const AsOrdinaryUser user;
+  if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may read everything";
+  Choose("mnuFileOpen", "secret.hex");
+  EXPECT_EQ(Status(), "Program : " + Path("secret.hex"));
+  EXPECT_EQ(Message(), kNotOpened);
+  EXPECT_EQ(Detail().find(Path("secret.hex") + "\n"), 0U) << Detail();
+  Choose("mnuFileOpenCode", "secret.hex");
+  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kNotOpened});
+  EXPECT_EQ(run_.State().CodeFileName, "");
+}
+
+TEST_F(FileFaults, NamesMayHoldBlanksQuotesAndJapanese) {
+  for (const char* name : {"a b.hex", "\"quoted\" 'name'.hex", "点滅 プログラム.HEX",
+                           "100%&<b>.rom", "-option.hex", "表ソ能.hex"}) {
+    SCOPED_TRACE(name);
+    Choose("mnuFileSaveAs", name);
+    run_.State().FlashBuffer[0] = 0x12;
+    Choose("mnuFileOpen", name);
+    EXPECT_EQ(Status(), "ファイルをオープンしました。");
+    EXPECT_EQ(run_.State().FlashBuffer[0], 0xFF);
+    EXPECT_EQ(run_.State().CodeFileName, Path(name));
+    const auto* info = Find<QLabel>(run_.Window(), "lblFileInfo");
+    EXPECT_NE(info->text().toStdString().find(name), std::string::npos);
+  }
+  EXPECT_TRUE(boxes_.Shown.empty());
+  EXPECT_TRUE(boxes_.Questions.empty());
+  EXPECT_EQ(settings_.Read("Settings", "OPEN_DIR"), files_folder_.string());
+  EXPECT_EQ(settings_.Read("Settings", "SAVE_DIR"), files_folder_.string());
+}
+
+TEST_F(FileFaults, AFileIsOverwrittenInPlaceAndKeepsItsModeAndLinks) {
+  Put("real.hex", "old");
+  fs::permissions(Path("real.hex"), fs::perms(0640));
+  fs::create_symlink(Path("real.hex"), Path("link.hex"));
+  boxes_.Answer = true;
+  Choose("mnuFileSaveAsCode", "link.hex");
+  EXPECT_TRUE(fs::is_symlink(Path("link.hex")));
+  EXPECT_EQ(fs::status(Path("real.hex")).permissions(), fs::perms(0640));
+  EXPECT_EQ(ReadFile(Path("real.hex")).find(":10000000FFFF"), 0U);
+}
+
+/// The fourth word of the flash is not answered: reply 15.
+class TimeoutInMidRead : public FileFaults {
+ protected:
+  TimeoutInMidRead() : FileFaults({testing::MakeFault("drop@15")}) {}
+};
+
+TEST_F(TimeoutInMidRead, EndsTheReadKeepsTheRestAndTouchesNoFile) {
+  Put("a.hex", kCode);
+  Put("a.eep", kData);
+  Choose("mnuFileOpen", "a.hex");
+  const Snapshot before = Files();
+  const std::string eeprom_dump = ReadFile(folder_.File("app/avreep.txt"));
+
+  Press("Cmd_btn_read");
+
+  EXPECT_EQ(Status(), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
+  EXPECT_EQ(Message(), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
+  EXPECT_EQ(Detail(),
+            "フラッシュはワード 0x0002 まで読み出し済み、残りのバッファは元のままです。"
+            "もう一度リードしてください。");
+  EXPECT_EQ(run_.Window().StatusPanel(platform::Panel::Elapsed)->text(), "5秒");
+  EXPECT_EQ(run_.State().FlashBuffer[0], 0xFF) << "the blank chip's word, over the file's";
+  EXPECT_EQ(run_.State().EepromBuffer[0], 0x11);
+  EXPECT_EQ(Files(), before);
+  EXPECT_EQ(ReadFile(folder_.File("app/avreep.txt")), eeprom_dump);
+  EXPECT_TRUE(Find<QPushButton>(run_.Window(), "Cmd_btn_read")->isEnabled());
+
+  Press("Cmd_btn_read");
+  EXPECT_EQ(Status(), "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
+}
+
+TEST_F(FileFaults, ADumpThatTheDiscRefusesEndsAReadWithItsPathAndNothingElse) {
+  const Snapshot before = Files();
+  {
+    // The trace goes on: only the dump is larger than this.
+    const FullDisc disc(ReadFile(folder_.File("app/avrhex.txt")).size() - 1);
+    Press("Cmd_btn_read");
+  }
+  ASSERT_EQ(boxes_.Shown.size(), 1U);
+  EXPECT_NE(boxes_.Shown[0].find(folder_.File("app/avrhex.txt")), std::string::npos);
+  EXPECT_EQ(Files(), before);
+  EXPECT_FALSE(run_.State().CommandRunning);
+}
+
+}  // namespace
+}  // namespace fenwright::ui
