@@ -40,7 +40,7 @@ std::string RecordChecksum(std::string_view line, std::int16_t& link_error) {
 
 std::int32_t UsedFlashWords(const core::AppState& state) {
   for (std::int32_t word = state.FlashWords; word > 0; --word) {
-    const auto index = static_cast<std::size_t>(2 * (word - 1));
+    const auto index = 2 * static_cast<std::size_t>(word - 1);
     if (state.FlashBuffer[index] != core::kBlank || state.FlashBuffer[index + 1] != core::kBlank) {
       return word;
     }
