@@ -37,7 +37,6 @@ std::string Doubts(std::string_view path, const HexReadReport& report, std::int3
   }
   if (report.End == HexReadEnd::NotOpened) {
     text += start + "読み込めませんでした。";
-    if (!report.Reason.empty()) text += " (" + report.Reason + ")";
   }
   if (report.FirstDoubtfulLine != 0) {
     text += start + LineNumber(report.FirstDoubtfulLine) +
@@ -70,6 +69,17 @@ std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& r
   }
   if (has_code) text += Doubts(state.CodeFileName, report.Code, 2 * state.FlashWords);
   if (report.DataFileFound) text += Doubts(state.DataFileName, report.Data, state.EepromBytes);
+  return text;
+}
+
+std::string DescribeReadMemory(const core::AppState& state) {
+  std::string text = "デバイスから読み出した内容\n" +
+                     Usage(UsedFlashWords(state), state.FlashWords, "word") + "\n" +
+                     Usage(UsedEepromBytes(state), state.EepromBytes, "byte");
+  if (!state.CodeFileName.empty()) {
+    text += "\n上書き保存の先 :\n" + std::string(NameOf(state.CodeFileName));
+    if (!state.DataFileName.empty()) text += "\n" + std::string(NameOf(state.DataFileName));
+  }
   return text;
 }
 

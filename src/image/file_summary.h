@@ -12,4 +12,8 @@ namespace fenwright::image {
 /// `report` alone, and "" when there was none.
 std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& report);
 
+/// What the buffers hold after a read of the chip, and the files that a save without a dialog would
+/// write it to.
+std::string DescribeReadMemory(const core::AppState& state);
+
 }  // namespace fenwright::image

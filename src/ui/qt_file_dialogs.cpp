@@ -2,11 +2,17 @@
 
 #include <QDir>
 #include <QFileDialog>
+#include <QHeaderView>
+#include <QSplitter>
+#include <QTreeView>
 
 #include "ui/text.h"
 
 namespace fenwright::ui {
 namespace {
+
+constexpr QSize kSize(760, 480);
+constexpr int kFoldersWidth = 180;
 
 QString Patterns(const QString& list) {
   QStringList patterns;
@@ -34,7 +40,29 @@ void Prepare(QFileDialog& dialog, const QString& object_name, QFileDialog::Accep
   if (!request.StartFolder.empty()) dialog.setDirectory(ToQString(request.StartFolder));
 }
 
+/// Qt's own texts are English where its translations are not installed.
+void SetLabels(QFileDialog& dialog, const QString& accept) {
+  dialog.setLabelText(QFileDialog::LookIn, "場所:");
+  dialog.setLabelText(QFileDialog::FileName, "ファイル名(&N):");
+  dialog.setLabelText(QFileDialog::FileType, "ファイルの種類:");
+  dialog.setLabelText(QFileDialog::Accept, accept);
+  dialog.setLabelText(QFileDialog::Reject, "キャンセル");
+}
+
+/// Room for whole names, dates and folders. A dialog of the desktop's has no such list, and a size
+/// of its own.
+void MakeRoom(QFileDialog& dialog) {
+  auto* list = dialog.findChild<QTreeView*>("treeView");
+  if (!list) return;
+  dialog.resize(kSize);
+  list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+  if (auto* panes = dialog.findChild<QSplitter*>("splitter")) {
+    panes->setSizes({kFoldersWidth, kSize.width() - kFoldersWidth});
+  }
+}
+
 std::optional<std::string> Run(QFileDialog& dialog) {
+  MakeRoom(dialog);
   if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
   return ToUtf8(QDir::toNativeSeparators(dialog.selectedFiles().constFirst()));
 }
@@ -59,6 +87,7 @@ std::optional<std::string> QtFileDialogs::Open(const platform::FileDialogRequest
   QFileDialog dialog(parent_);
   Prepare(dialog, "dlgOpen", QFileDialog::AcceptOpen, request);
   dialog.setFileMode(QFileDialog::ExistingFile);
+  SetLabels(dialog, "開く(&O)");
   return Run(dialog);
 }
 
@@ -66,6 +95,7 @@ std::optional<std::string> QtFileDialogs::Save(const platform::FileDialogRequest
   QFileDialog dialog(parent_);
   Prepare(dialog, "dlgSave", QFileDialog::AcceptSave, request);
   dialog.setFileMode(QFileDialog::AnyFile);
+  SetLabels(dialog, "保存(&S)");
   // The commands ask: about the names that they write, which may not be the chosen one.
   dialog.setOption(QFileDialog::DontConfirmOverwrite);
   return Run(dialog);

@@ -80,7 +80,11 @@ MainWindowCommands WindowRun::Commands() {
       .ReadOneLocation = [this] { ops::ReadOneLocationCommand(context_); },
       .WriteOneLocation = [this] { ops::WriteOneLocationCommand(context_); },
       .Program = [this] { ops::ProgramCommand(context_); },
-      .Read = [this] { ops::ReadCommand(context_); },
+      .Read =
+          [this] {
+            ops::ReadCommand(context_);
+            ShowRead();
+          },
       .Verify = [this] { ops::VerifyCommand(context_); },
       .Erase = [this] { ops::EraseCommand(context_); },
       .PickDevice =
@@ -143,6 +147,12 @@ void WindowRun::ShowOpenedCode(const ops::OpenResult& opened) {
 void WindowRun::ShowOpenedData(const ops::OpenResult& opened) {
   if (!ReachedFiles(opened)) return;
   ShowFileInfo(code_info_, DescribeData(state_, opened.Report));
+}
+
+/// What a read has brought is no file's any more. A save without a dialog still goes to the files
+/// that were opened last, so those are named.
+void WindowRun::ShowRead() {
+  if (state_.Chip.FlashWordsRead > 0) ShowFileInfo(image::DescribeReadMemory(state_), {});
 }
 
 void WindowRun::ShowFileInfo(const std::string& code, const std::string& data) {

@@ -56,6 +56,7 @@ class WindowRun {
   void ShowOpenedData(const ops::OpenResult& opened);
   [[nodiscard]] std::string ManualFolder() const;
   void ShowAbout();
+  void ShowRead();
   void ShowFileInfo(const std::string& code, const std::string& data);
 
   core::AppState state_;

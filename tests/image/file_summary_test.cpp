@@ -116,11 +116,7 @@ TEST_F(FileSummary, WarnsOfAFileThatCouldNotBeRead) {
   Put(kCodePath, "bad\r\n");
   Put(kDataPath, kData);
   const std::string text = OpenBoth();
-  EXPECT_TRUE(
-      text.ends_with("\n⚠ prog.eep : 読み込めませんでした。 (前に開いたHEXファイルに不正な"
-                     "行があったため、HEXファイルを開けません。プログラムを再起動して"
-                     "ください。)"))
-      << text;
+  EXPECT_TRUE(text.ends_with("\n⚠ prog.eep : 読み込めませんでした。")) << text;
   OpenReport report;
   report.DataFileFound = true;
   report.Data.End = HexReadEnd::NotOpened;
@@ -166,6 +162,17 @@ TEST_F(FileSummary, DoesNotWarnOfDataThatJustFits) {
   Put(kCodePath, kCode);
   Put(kDataPath, ":01007F00126E\r\n");
   EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n128 / 128 byte (100 %)");
+}
+
+TEST_F(FileSummary, OfAChipThatWasReadNamesTheFilesThatASaveWouldOverwrite) {
+  run_.State.FlashBuffer[0] = 0;
+  run_.State.EepromBuffer[1] = 0;
+  const std::string memory = "デバイスから読み出した内容\n1 / 1024 word (1 %)\n2 / 128 byte (2 %)";
+  EXPECT_EQ(DescribeReadMemory(run_.State), memory);
+  run_.State.CodeFileName = kCodePath;
+  EXPECT_EQ(DescribeReadMemory(run_.State), memory + "\n上書き保存の先 :\nprog.hex");
+  run_.State.DataFileName = kDataPath;
+  EXPECT_EQ(DescribeReadMemory(run_.State), memory + "\n上書き保存の先 :\nprog.hex\nprog.eep");
 }
 
 TEST_F(FileSummary, GivesEachDoubtALine) {

@@ -107,6 +107,21 @@ TEST(FileDialogs, TheSaveDialogDoesNotAskAboutAFileThatExists) {
   EXPECT_EQ(SaveUnder(folder, "prog.hex"), folder.File("prog.hex"));
 }
 
+TEST(FileDialogs, TheirTextsAreJapaneseWhateverIsInstalled) {
+  const auto look = [](QFileDialog& dialog, const char* accept) {
+    EXPECT_EQ(dialog.labelText(QFileDialog::LookIn), "場所:");
+    EXPECT_EQ(dialog.labelText(QFileDialog::FileName), "ファイル名(&N):");
+    EXPECT_EQ(dialog.labelText(QFileDialog::FileType), "ファイルの種類:");
+    EXPECT_EQ(dialog.labelText(QFileDialog::Accept), accept);
+    EXPECT_EQ(dialog.labelText(QFileDialog::Reject), "キャンセル");
+    dialog.reject();
+  };
+  OnDialog([&](QFileDialog& dialog) { look(dialog, "開く(&O)"); });
+  EXPECT_EQ(QtFileDialogs(nullptr).Open({}), std::nullopt);
+  OnDialog([&](QFileDialog& dialog) { look(dialog, "保存(&S)"); });
+  EXPECT_EQ(QtFileDialogs(nullptr).Save({}), std::nullopt);
+}
+
 TEST(FileDialogs, ACancelledSaveGivesNothing) {
   OnDialog([](QFileDialog& dialog) { dialog.reject(); });
   EXPECT_EQ(QtFileDialogs(nullptr).Save(kSaveRequest), std::nullopt);

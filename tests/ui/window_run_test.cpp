@@ -128,11 +128,23 @@ TEST(WindowRun, AChipReadAndSavedIsTheFileThatWasProgrammed) {
   EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: 0000 0701 0E02 "));
   EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Status)->text(),
             "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
+  EXPECT_EQ(FileInfo(bench),
+            "デバイスから読み出した内容\n400 / 512 word (79 %)\n0 / 64 byte (0 %)\n"
+            "上書き保存の先 :\nprog.hex\nprog.eep");
   bench.Dialogs.Choice = "/files/copy.hex";
   Choose(bench, "mnuFileSaveAs");
   EXPECT_EQ(bench.Dialogs.SaveRequests.size(), 1U);
   EXPECT_TRUE(bench.Files.Files.contains("/files/copy.hex"));
   EXPECT_TRUE(bench.Files.Files.contains("/files/copy.eep"));
+}
+
+TEST(WindowRun, AReadThatBroughtNothingLeavesTheFileInfo) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  const std::string before = FileInfo(bench);
+  bench.Port.ChipInSocket = [] { return std::string("AT90S8515"); };
+  Press(bench, "Cmd_btn_read");
+  EXPECT_EQ(FileInfo(bench), before);
 }
 
 TEST(WindowRun, EachSaveItemWritesItsOwnFiles) {
