@@ -77,6 +77,48 @@ TEST_F(HexTools, OnEveryDeviceTwoToolsReadTheCodeFile) {
   }
 }
 
+TEST_F(HexTools, OnEveryDeviceTwoToolsReadTheDataFile) {
+  unsigned seed = 50;
+  for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
+    SCOPED_TRACE(device.DisplayName);
+    run_.Select(run_.Context, device.DisplayName);
+    const std::size_t size = static_cast<std::size_t>(device.EepromBytes);
+    const Bytes bytes = testing::RandomBytes(size, ++seed);
+    std::ranges::copy(bytes, State().EepromBuffer.begin());
+    State().DataSaveFileName = Path("a.eep");
+    ASSERT_TRUE(WriteDataHexFile(run_.Context));
+    testing::WriteFile(Path("a.eep"), run_.Files.Files[Path("a.eep")]);
+    // Twice the EEPROM: its bytes, then blank ones.
+    const std::string doubled = std::string(bytes.begin(), bytes.end()) + std::string(size, '\xFF');
+    Run({"avr-objcopy", "-I", "ihex", "-O", "binary", Path("a.eep"), Path("objcopy.bin")});
+    EXPECT_TRUE(testing::ReadFile(Path("objcopy.bin")) == doubled);
+    Run({"srec_cat", Path("a.eep"), "-Intel", "-Output", Path("srec.bin"), "-Binary"});
+    EXPECT_TRUE(testing::ReadFile(Path("srec.bin")) == doubled);
+  }
+}
+
+TEST_F(HexTools, ADataFileOfSrecCatIsReadInEveryRecordLengthAndLineEnd) {
+  run_.Select(run_.Context, "AT90S8515");
+  const Bytes bytes = testing::RandomBytes(512, 70);
+  testing::WriteFile(Path("a.bin"), std::string(bytes.begin(), bytes.end()));
+  for (const char* block_size : {"1", "7", "16", "21", "255"}) {
+    for (const char* line_end : {"CRLF", "LF"}) {
+      SCOPED_TRACE(std::string(block_size) + line_end);
+      Run({"srec_cat", Path("a.bin"), "-Binary", "-Output", Path("a.eep"), "-Intel",
+           "-Output_Block_Size=" + std::string(block_size), "-Address_Length=4",
+           "-Line_Termination=" + std::string(line_end)});
+      run_.Files.Files[Path("a.eep")] = testing::ReadFile(Path("a.eep"));
+      State().DataFileName = Path("a.eep");
+      ClearEepromBuffer(State());
+      const HexReadReport report = ReadDataHexFile(run_.Context);
+      EXPECT_EQ(report.End, HexReadEnd::Complete);
+      EXPECT_EQ(report.FirstBadChecksumLine, 0);
+      EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), State().EepromBuffer.begin()));
+      EXPECT_EQ(State().EepromBuffer[512], 0xFF);
+    }
+  }
+}
+
 TEST_F(HexTools, AFileOfAvrObjcopyIsRead) {
   run_.Select(run_.Context, "AT90S2313");
   Fill(1999, 1);

@@ -145,5 +145,31 @@ TEST(Open, WithoutADataPathLeavesTheEepromBlank) {
   EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
 }
 
+TEST(Reload, IsMarkedWhileItRunsAndNoOtherStartsMeanwhile) {
+  BoardRun run("ATtiny12L");
+  run.Files.Files["/files/prog.hex"] = ":020000000C945E\r\n";
+  ops::OpenBothCommand(run.Context, "/files/prog.hex");
+  EXPECT_FALSE(run.State.ReloadInProgress);
+  int reads = 0;
+  run.Files.OnRead = [&] {
+    ++reads;
+    EXPECT_TRUE(run.State.ReloadInProgress);
+    EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::Refused);
+    EXPECT_TRUE(run.State.ReloadInProgress) << "a refused one changes nothing";
+  };
+  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::Finished);
+  EXPECT_EQ(reads, 1);
+  EXPECT_FALSE(run.State.ReloadInProgress);
+}
+
+TEST(Reload, ThatADiscEndsIsMarkedNoLonger) {
+  BoardRun run("ATtiny12L");
+  run.Files.Files["/files/prog.hex"] = ":020000000C945E\r\n";
+  ops::OpenBothCommand(run.Context, "/files/prog.hex");
+  run.Files.Refused = {"/app/avrhex.txt"};
+  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::FileError);
+  EXPECT_FALSE(run.State.ReloadInProgress);
+}
+
 }  // namespace
 }  // namespace fenwright::testing

@@ -220,6 +220,7 @@ class FakeTextFiles final : public platform::TextFiles {
  public:
   bool Exists(std::string_view path) override { return Files.contains(path); }
   platform::FileResult Read(std::string_view path, std::string& content) override {
+    if (OnRead) OnRead();
     const auto file = Files.find(path);
     if (file == Files.end()) return {platform::FileResult::Status::NotFound, "no such file"};
     content = file->second;
@@ -249,6 +250,7 @@ class FakeTextFiles final : public platform::TextFiles {
     if (const auto file = Files.find(path); file != Files.end()) Files.erase(file);
   }
 
+  std::function<void()> OnRead;  ///< what a test wants to happen at a read; may be empty
   std::map<std::string, std::string, std::less<>> Files;
   std::vector<std::string> Refused;
   std::vector<std::string> Deleted;
