@@ -14,9 +14,11 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QLibraryInfo>
 #include <QLineEdit>
 #include <QLocale>
 #include <QStyleFactory>
+#include <QTranslator>
 
 #include "core/settings_keys.h"
 #include "pictures/studio.h"
@@ -153,6 +155,23 @@ QImage OpenDialog() {
   return Studio::OfModal([&studio] { studio.Press("Cmd_btn_open"); });
 }
 
+QImage Guide() {
+  Studio studio({.Device = "AT90S2313", .Chip = "AT90S2313"});
+  studio.Press("mmuIndex");
+  return Studio::Of(*Studio::Find("frmIndex"));
+}
+
+QImage WindowWithGuide() {
+  Studio studio;
+  studio.Press("mmuIndex");
+  return Window(studio);
+}
+
+QImage About() {
+  Studio studio;
+  return Studio::OfModal([&studio] { studio.Press("mnuHelpAbout"); });
+}
+
 /// Every picture that there is; a new window or state gets its row here.
 const std::vector<Picture>& Pictures() {
   static const std::vector<Picture> pictures{
@@ -162,6 +181,8 @@ const std::vector<Picture>& Pictures() {
       {"window-verify", VerifyFailed},
       {"window-bad-file", BadFile},
       {"window-hand-edit", HandEdit},
+      {"window-guide", WindowWithGuide},
+      {"guide", Guide},
       {"message-busy", Busy},
       {"message-notice", Notice},
       {"message-empty-socket", EmptySocket},
@@ -171,6 +192,7 @@ const std::vector<Picture>& Pictures() {
       {"box-old-firmware", OldFirmware},
       {"question-close", CloseQuestion},
       {"dialog-open", OpenDialog},
+      {"dialog-about", About},
   };
   return pictures;
 }
@@ -217,6 +239,10 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(false);
   QCoreApplication::setApplicationName(fenwright::ui::ToQString(fenwright::core::kApplicationName));
   QLocale::setDefault(QLocale(QLocale::Japanese, QLocale::Japan));
+  QTranslator own_texts_of_qt;
+  if (own_texts_of_qt.load("qtbase_ja", QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+    QCoreApplication::installTranslator(&own_texts_of_qt);
+  }
   QApplication::setStyle(QStyleFactory::create("Fusion"));
   fenwright::ui::ApplyInterfaceFont(application);
 

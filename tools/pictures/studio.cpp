@@ -36,8 +36,17 @@ std::string Example(const QString& path) {
   return file.readAll().toStdString();
 }
 
+/// Lets layouts settle that wait for each other.
+void Settle() {
+  constexpr int kRounds = 5;
+  for (int round = 0; round < kRounds; ++round) {
+    QApplication::sendPostedEvents();
+    QApplication::processEvents();
+  }
+}
+
 QImage Grab(QWidget& widget) {
-  QApplication::processEvents();
+  Settle();
   return widget.grab().toImage();
 }
 
@@ -140,6 +149,8 @@ QImage Studio::OfModal(const std::function<void()>& action) {
   });
   timer.start(0);
   action();
+  // A dialog that the action has opened without waiting for its end.
+  if (picture.isNull()) Settle();
   return picture;
 }
 
