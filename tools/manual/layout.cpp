@@ -62,11 +62,11 @@ void DrawText(QPainter& painter, QTextDocument& text, QPointF place) {
   painter.restore();
 }
 
-/// True for a paragraph before a list, a table or code: it announces what follows.
+/// True for a paragraph before something that is none: it announces what follows.
 bool Announces(const QList<Block>& blocks, qsizetype index) {
   if (index + 1 == blocks.size()) return false;
   const BlockKind next = blocks.at(index + 1).Kind;
-  return next == BlockKind::Item || next == BlockKind::Table || next == BlockKind::Code;
+  return next != BlockKind::Paragraph && next != BlockKind::Heading;
 }
 
 /// Links into other chapters are words; others are links of the PDF.
