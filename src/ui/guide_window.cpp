@@ -1,18 +1,12 @@
 #include "ui/guide_window.h"
 
-#include <QCloseEvent>
-
-#include "ui/icons.h"
 #include "ui/socket_drawing.h"
 
 namespace fenwright::ui {
 
-GuideWindow::GuideWindow() : drawing_(new SocketDrawing) {
-  setObjectName("frmIndex");
-  setWindowTitle("デバイスインデックス");
-  setAccessibleName("デバイスの挿入位置");
-  setWindowIcon(ChipIcon());
-  setAttribute(Qt::WA_DeleteOnClose, false);
+GuideWindow::GuideWindow()
+    : ChildWindow("frmIndex", "デバイスの挿入位置", "デバイスインデックス"),
+      drawing_(new SocketDrawing) {
   setWidget(drawing_);
 }
 
@@ -22,11 +16,6 @@ void GuideWindow::SetIdle(platform::GuidePosition position) {
 
 void GuideWindow::SetHighlighted(platform::GuidePosition position) {
   drawing_->SetHighlighted(position, true);
-}
-
-void GuideWindow::closeEvent(QCloseEvent* event) {
-  event->ignore();
-  hide();
 }
 
 }  // namespace fenwright::ui

@@ -1,16 +1,15 @@
 #pragma once
 
-#include <QMdiSubWindow>
-
 #include "platform/guide_form.h"
+#include "ui/child_window.h"
 
 namespace fenwright::ui {
 
 class SocketDrawing;
 
 /// `frmIndex`: the child window that shows where in the board's socket a chip goes, and marks the
-/// place of the selected one. Closing it hides it.
-class GuideWindow : public QMdiSubWindow, public platform::GuideForm {
+/// place of the selected one.
+class GuideWindow : public ChildWindow, public platform::GuideForm {
   Q_OBJECT
 
  public:
@@ -20,9 +19,6 @@ class GuideWindow : public QMdiSubWindow, public platform::GuideForm {
   void SetHighlighted(platform::GuidePosition position) override;
 
   [[nodiscard]] SocketDrawing& Drawing() const { return *drawing_; }
-
- protected:
-  void closeEvent(QCloseEvent* event) override;
 
  private:
   SocketDrawing* drawing_;

@@ -424,6 +424,26 @@ void MainWindow::BuildChildWindows() {
   children_->addSubWindow(guide_);
   guide_->setGeometry(QRect(QPoint(0, 0), guide_->sizeHint()));
   guide_->hide();
+  connect(children_, &QMdiArea::subWindowActivated, this, &MainWindow::MoveTabStop);
+  OrderTabStops();
+}
+
+/// By the eye: the command buttons, the child windows, the settings area.
+void MainWindow::OrderTabStops() {
+  const auto selector = std::ranges::find(command_controls_, device_selector_);
+  QWidget* before = *std::prev(selector);
+  for (const QMdiSubWindow* child : children_->subWindowList()) {
+    setTabOrder(before, child->widget());
+    before = child->widget();
+  }
+}
+
+/// Tab comes by the active child window alone; it would bring any other forward.
+void MainWindow::MoveTabStop(const QMdiSubWindow* active) {
+  if (!active) return;
+  for (ChildWindow* child : children_->findChildren<ChildWindow*>()) {
+    child->SetTabStop(child == active);
+  }
 }
 
 void MainWindow::BuildStatusBar() {

@@ -131,6 +131,8 @@ class MainWindow : public QMainWindow {
   void AddMenuItem(QWidget& menu, const MenuDesign& design);
   void BuildContent();
   void BuildChildWindows();
+  void OrderTabStops();
+  void MoveTabStop(const QMdiSubWindow* active);
   void BuildHelpKey();
   void BuildStatusBar();
   QWidget* BuildCommandBar();

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 #include <QPainterPath>
+#include <QStyle>
+#include <QStyleOptionFocusRect>
 
 namespace fenwright::ui {
 namespace {
@@ -270,6 +272,7 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
 SocketDrawing::SocketDrawing(QWidget* parent) : QWidget(parent) {
   setObjectName("picSocket");
   setAccessibleName("ソケットの図");
+  setFocusPolicy(Qt::StrongFocus);
   DescribeHighlight();
 }
 
@@ -300,6 +303,15 @@ void SocketDrawing::paintEvent(QPaintEvent* /*event*/) {
   DrawContactNumbers(painter, palette().windowText().color());
   DrawPackages(painter);
   DrawKey(painter);
+  if (hasFocus()) DrawFocusFrame();
+}
+
+void SocketDrawing::DrawFocusFrame() {
+  QStyleOptionFocusRect frame;
+  frame.initFrom(this);
+  frame.backgroundColor = palette().window().color();
+  QPainter painter(this);
+  style()->drawPrimitive(QStyle::PE_FrameFocusRect, &frame, &painter, this);
 }
 
 QTransform SocketDrawing::Scaling() const {

@@ -42,6 +42,7 @@ class SocketDrawing : public QWidget {
   [[nodiscard]] QTransform Scaling() const;
   void DrawPackages(QPainter& painter) const;
   void DrawKey(QPainter& painter) const;
+  void DrawFocusFrame();
   void DescribeHighlight();
 
   std::array<bool, platform::kGuidePositions.size()> highlighted_{};

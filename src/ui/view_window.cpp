@@ -1,11 +1,9 @@
 #include "ui/view_window.h"
 
-#include <QCloseEvent>
 #include <QPlainTextEdit>
 #include <QScrollBar>
 
 #include "ui/fonts.h"
-#include "ui/icons.h"
 
 namespace fenwright::ui {
 namespace {
@@ -15,13 +13,7 @@ constexpr double kTextMargin = 2;
 }  // namespace
 
 ViewWindow::ViewWindow(const QString& name, const QString& control_name, const QString& caption)
-    : text_(new QPlainTextEdit) {
-  setObjectName(name);
-  setAccessibleName(caption);
-  setWindowTitle(caption);
-  setWindowIcon(ChipIcon());
-  setAttribute(Qt::WA_DeleteOnClose, false);
-
+    : ChildWindow(name, caption, caption), text_(new QPlainTextEdit) {
   text_->setObjectName(control_name);
   text_->setAccessibleName(caption);
   text_->setReadOnly(true);
@@ -43,11 +35,6 @@ void ViewWindow::SetContent(const QString& text) {
   text_->setPlainText(text);
   text_->verticalScrollBar()->setValue(down);
   text_->horizontalScrollBar()->setValue(right);
-}
-
-void ViewWindow::closeEvent(QCloseEvent* event) {
-  event->ignore();
-  hide();
 }
 
 }  // namespace fenwright::ui

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <QMdiSubWindow>
+#include "ui/child_window.h"
 
 class QPlainTextEdit;
 
 namespace fenwright::ui {
 
 /// A child window that shows a text, read-only, in one control that fills it.
-/// Closing it hides it; it is never deleted under an operation that is about to load a text.
-class ViewWindow : public QMdiSubWindow {
+class ViewWindow : public ChildWindow {
   Q_OBJECT
 
  public:
@@ -18,9 +17,6 @@ class ViewWindow : public QMdiSubWindow {
   void SetContent(const QString& text);
 
   [[nodiscard]] QPlainTextEdit* TextControl() const { return text_; }
-
- protected:
-  void closeEvent(QCloseEvent* event) override;
 
  private:
   QPlainTextEdit* text_;

@@ -1,0 +1,47 @@
+#include "ui/child_window.h"
+
+#include <QCloseEvent>
+
+#include "ui/icons.h"
+
+namespace fenwright::ui {
+namespace {
+
+bool IsTabStop(const QWidget& widget) {
+  return (widget.focusPolicy() & Qt::TabFocus) != 0 && widget.isEnabled() && widget.isVisible();
+}
+
+}  // namespace
+
+ChildWindow::ChildWindow(const QString& name, const QString& accessible_name,
+                         const QString& caption) {
+  setObjectName(name);
+  setAccessibleName(accessible_name);
+  setWindowTitle(caption);
+  setWindowIcon(ChipIcon());
+  setAttribute(Qt::WA_DeleteOnClose, false);
+  setFocusPolicy(Qt::ClickFocus);
+}
+
+void ChildWindow::SetTabStop(bool tab_stop) {
+  widget()->setFocusPolicy(tab_stop ? Qt::StrongFocus : Qt::ClickFocus);
+}
+
+void ChildWindow::closeEvent(QCloseEvent* event) {
+  event->ignore();
+  hide();
+}
+
+bool ChildWindow::focusNextPrevChild(bool next) {
+  const auto step = [next](const QWidget& from) {
+    return next ? from.nextInFocusChain() : from.previousInFocusChain();
+  };
+  for (QWidget* other = step(*widget()); other != widget(); other = step(*other)) {
+    if (other->window() != window() || isAncestorOf(other) || !IsTabStop(*other)) continue;
+    other->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+    return true;
+  }
+  return false;
+}
+
+}  // namespace fenwright::ui

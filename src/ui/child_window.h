@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QMdiSubWindow>
+
+namespace fenwright::ui {
+
+/// A child window of the main window. Closing it hides it: it is never deleted under an operation
+/// that is about to show something in it.
+///
+/// Tab leaves it, forwards and backwards, for the controls of the main window around it; Qt's own
+/// child windows keep the focus for themselves.
+class ChildWindow : public QMdiSubWindow {
+  Q_OBJECT
+
+ public:
+  ChildWindow(const QString& name, const QString& accessible_name, const QString& caption);
+
+  /// Whether Tab comes by here: only through the active child window.
+  void SetTabStop(bool tab_stop);
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  bool focusNextPrevChild(bool next) override;
+};
+
+}  // namespace fenwright::ui
