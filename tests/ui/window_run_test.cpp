@@ -116,6 +116,20 @@ void Choose(WindowBench& bench, const char* item) {
   Find<QAction>(bench.Run.Window(), item)->trigger();
 }
 
+TEST(WindowRun, ClearingTheBuffersShowsBlankMemoryAndForgetsWhatIsSaidAboutTheFile) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  EXPECT_NE(FileInfo(bench), "");
+  Choose(bench, "mnuPC_buffer_clear");
+  EXPECT_TRUE(ViewText(bench, platform::View::Flash)
+                  .startsWith("0000: FFFF FFFF FFFF FFFF FFFF FFFF FFFF FFFF "));
+  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom)
+                  .startsWith("0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF "));
+  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Status)->text(),
+            "バッファーをクリアしました。");
+  EXPECT_EQ(FileInfo(bench), "");
+}
+
 TEST(WindowRun, AChipReadAndSavedIsTheFileThatWasProgrammed) {
   WindowBench bench;
   bench.Start(bench.GivenHexFile(kProgramWords));
