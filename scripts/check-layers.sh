@@ -22,9 +22,10 @@ declare -Ar allowed_folders=(
   [image]='platform core link'
   [ops]='platform core link image'
   [fuse]='platform core link image ops'
+  [update]='platform core link'
   [board]='platform'
   [adapters]='platform'
-  [ui]='platform core link image ops fuse'
+  [ui]='platform core link image ops fuse update'
 )
 
 failures=0
@@ -47,7 +48,7 @@ layer_of() {
 
 is_pure() {
   case "$1" in
-    platform | core | link | image | ops | fuse | board) return 0 ;;
+    platform | core | link | image | ops | fuse | update | board) return 0 ;;
     *) return 1 ;;
   esac
 }

@@ -58,7 +58,7 @@ unset WAYLAND_DISPLAY
 # The window starts with the device that the settings name by its place in the list.
 line=$("$cli" devices | grep -n "  $device\$" | cut -d: -f1) || die "no device $device"
 mkdir -p "$XDG_CONFIG_HOME"
-printf '[Settings]\ndevice=%d\n' "$((line - 1))" >"$XDG_CONFIG_HOME/FenwrightV6-simulated.ini"
+printf '[Settings]\ndevice=%d\nIndex_Com_Flag=1\n' "$((line - 1))" >"$XDG_CONFIG_HOME/FenwrightV6-simulated.ini"
 
 # Xvfb picks a free display number and writes it down.
 Xvfb -displayfd 3 -screen 0 "$((1280 * scale))x$((960 * scale))x24" -nolisten tcp \

@@ -6,6 +6,7 @@
 
 #include "core/device_catalogue.h"
 #include "device_commands.h"
+#include "link_commands.h"
 #include "options.h"
 
 namespace {
@@ -44,6 +45,12 @@ ExitCode Run(const Options& options) {
       return fenwright::cli::RunErase(options);
     case Command::Dump:
       return fenwright::cli::RunDump(options);
+    case Command::Ports:
+      return fenwright::cli::RunPorts(options);
+    case Command::Detect:
+      return fenwright::cli::RunDetect(options);
+    case Command::CheckLink:
+      return fenwright::cli::RunCheckLink(options);
     case Command::Devices:
       break;
   }

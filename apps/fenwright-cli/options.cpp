@@ -15,6 +15,7 @@ constexpr const char* kFooter =
     "\n"
     "Examples:\n"
     "  fenwright-cli devices\n"
+    "  fenwright-cli ports\n"
     "  fenwright-cli --port COM5 --device AT90S8515 program blink.hex\n"
     "  fenwright-cli --simulate --device ATtiny12L program toggle.hex --no-data\n"
     "  fenwright-cli --port COM5 --device AT90S8515 read --code out.hex --data out.eep";
@@ -85,6 +86,13 @@ void AddCommands(CLI::App& app, Options& options) {
   AddFiles(AddCommand(app, options, Command::Dump, "dump",
                       "print the flash dump of a code file; needs no programmer"),
            options);
+  AddCommand(app, options, Command::Ports, "ports",
+             "list COM1 to COM20: device, adapter, and whether it can be used");
+  AddCommand(app, options, Command::Detect, "detect",
+             "look for the programmer and offer it the device");
+  AddCommand(
+      app, options, Command::CheckLink, "check-link",
+      "measure how long the programmer takes to answer, and what that means for programming");
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ enum class ExitCode {
 
 /// What the command line says.
 struct Options {
-  enum class Command { Devices, Program, Read, Verify, Erase, Dump };
+  enum class Command { Devices, Program, Read, Verify, Erase, Dump, Ports, Detect, CheckLink };
   Command Chosen = Command::Devices;
 
   std::string Port;                 ///< "COMn", "COMn=PATH" or a device path, "" = none

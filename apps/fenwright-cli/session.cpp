@@ -6,12 +6,14 @@
 
 #include <fmt/format.h>
 
+#include "board/simulated_port_infos.h"
 #include "board/simulated_serial_control.h"
 #include "core/device_catalogue.h"
 #include "core/settings_keys.h"
 #include "device_name.h"
 #include "ops/commands.h"
 #include "platform/asio/asio_serial_control.h"
+#include "platform/system/system_port_infos.h"
 
 namespace fenwright::cli {
 namespace {
@@ -104,23 +106,41 @@ ExitCode Session::ChooseDevice() {
 
 ExitCode Session::ChoosePort() {
   if (options_.Simulate) return MakeSimulatedPort();
-  if (!options_.Port.empty()) {
-    const auto port = ParsePort(options_.Port);
-    if (!port) {
-      const bool number = options_.Port.starts_with("COM");
-      console_.PrintError(
-          fmt::format("error: --port {}: {}", options_.Port,
-                      number ? "the numbers are COM1 to COM20" : "there is no such device"));
-      return number ? ExitCode::Usage : ExitCode::NoProgrammer;
-    }
-    if (!port->Path.empty()) overrides_[port->Number] = port->Path;
-    settings_.Write(core::kSettingsSection, core::kPortNumberKey, std::to_string(port->Number));
-  } else {
+  if (options_.Port.empty()) {
     // The message about a port that was never chosen follows when the link is checked.
     console_.PrintError(
         "error: no port: give --port (or FENWRIGHT_PORT), or --simulate for the simulated board");
+  } else if (const ExitCode code = ChooseRealPort(); code != ExitCode::Success) {
+    return code;
   }
   return MakeRealPort();
+}
+
+ExitCode Session::ChooseRealPort() {
+  const auto port = ParsePort(options_.Port);
+  if (!port) {
+    const bool number = options_.Port.starts_with("COM");
+    console_.PrintError(
+        fmt::format("error: --port {}: {}", options_.Port,
+                    number ? "the numbers are COM1 to COM20" : "there is no such device"));
+    return number ? ExitCode::Usage : ExitCode::NoProgrammer;
+  }
+  if (!port->Path.empty()) overrides_[port->Number] = port->Path;
+  settings_.Write(core::kSettingsSection, core::kPortNumberKey, std::to_string(port->Number));
+  return ExitCode::Success;
+}
+
+ExitCode Session::FindPorts(std::unique_ptr<platform::PortInfos>& ports) {
+  if (options_.Simulate) {
+    ports = std::make_unique<board::SimulatedPortInfos>();
+    return ExitCode::Success;
+  }
+  if (!options_.Port.empty()) {
+    if (const ExitCode code = ChooseRealPort(); code != ExitCode::Success) return code;
+  }
+  ports = platform::MakeSystemPortInfos(
+      [this](int number) { return platform::DevicePath(settings_, overrides_, number); });
+  return ExitCode::Success;
 }
 
 ExitCode Session::MakeRealPort() {

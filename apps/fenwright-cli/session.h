@@ -8,6 +8,7 @@
 #include "core/run_context.h"
 #include "options.h"
 #include "platform/memory/memory_settings_store.h"
+#include "platform/port_info.h"
 #include "platform/posix/code_page.h"
 #include "platform/posix/port_names.h"
 #include "platform/posix/system_clock.h"
@@ -29,6 +30,9 @@ class Session {
   ExitCode Start(Needs needs = Needs::Port);
 
   [[nodiscard]] core::RunContext& Context() { return *context_; }
+  /// The ports of this system as the options of the call name them; Start() is not needed.
+  ExitCode FindPorts(std::unique_ptr<platform::PortInfos>& ports);
+
   [[nodiscard]] Console& Out() { return console_; }
   [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
   [[nodiscard]] const PrintedMessageDialog& Dialog() const { return dialog_; }
@@ -36,6 +40,7 @@ class Session {
  private:
   ExitCode ChooseDevice();
   ExitCode ChoosePort();
+  ExitCode ChooseRealPort();
   ExitCode ChooseFolder();
   ExitCode MakeSimulatedPort();
   ExitCode MakeRealPort();

@@ -7,14 +7,17 @@
 #include <vector>
 
 #include <QApplication>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QMessageBox>
+#include <QStandardPaths>
 #include <QTimer>
 #include <QTranslator>
 
+#include "board/simulated_port_infos.h"
 #include "board/simulated_serial_control.h"
 #include "core/build_info.h"
 #include "core/settings_keys.h"
@@ -23,6 +26,8 @@
 #include "platform/posix/port_names.h"
 #include "platform/posix/system_clock.h"
 #include "platform/posix/text_files.h"
+#include "platform/system/instance_lock.h"
+#include "platform/system/system_port_infos.h"
 #include "ui/app_folder.h"
 #include "ui/command_line.h"
 #include "ui/fonts.h"
@@ -34,7 +39,7 @@ namespace {
 
 using fenwright::platform::PortOption;
 using fenwright::platform::PortOverrides;
-using fenwright::platform::SettingsStore;
+using fenwright::platform::RunSettingsStore;
 using fenwright::ui::CommandLine;
 using fenwright::ui::ToQString;
 using fenwright::ui::ToUtf8;
@@ -94,28 +99,29 @@ QString StoreName(bool simulate) {
   return simulate ? name + "-simulated" : name;
 }
 
-void StorePort(SettingsStore& settings, int number) {
-  settings.Write(fenwright::core::kSettingsSection, fenwright::core::kPortNumberKey,
-                 std::to_string(number));
-}
-
 /// The port of the run: the one on the command line; a simulated board is on port 1 unless another
-/// was chosen.
-void ChoosePort(SettingsStore& settings, const std::optional<PortOption>& given, bool simulate) {
+/// was chosen. What is stored stays.
+void ChoosePort(RunSettingsStore& settings, const std::optional<PortOption>& given, bool simulate) {
+  constexpr auto kSection = fenwright::core::kSettingsSection;
+  constexpr auto kKey = fenwright::core::kPortNumberKey;
   if (given) {
-    StorePort(settings, given->Number);
-  } else if (simulate &&
-             !settings.Read(fenwright::core::kSettingsSection, fenwright::core::kPortNumberKey)) {
-    StorePort(settings, 1);
+    settings.GiveForThisRun(kSection, kKey, std::to_string(given->Number));
+  } else if (simulate && !settings.Read(kSection, kKey)) {
+    settings.GiveForThisRun(kSection, kKey, "1");
   }
 }
 
-std::unique_ptr<fenwright::platform::SerialControl> RealPort(const SettingsStore& settings,
-                                                             const PortOverrides& overrides) {
-  return std::make_unique<fenwright::platform::AsioSerialControl>(
-      [&settings, overrides](int number) {
-        return fenwright::platform::DevicePath(settings, overrides, number);
-      });
+/// One run for each store of settings. The lock lies where the user's session keeps such things.
+std::unique_ptr<fenwright::platform::SingleInstance> InstanceFor(const QString& store,
+                                                                 const QString& location) {
+  const QByteArray session = qgetenv("XDG_RUNTIME_DIR");
+  const QString folder = session.isEmpty()
+                             ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+                             : QString::fromLocal8Bit(session);
+  const QByteArray digest =
+      QCryptographicHash::hash(location.toUtf8(), QCryptographicHash::Sha1).toHex().left(12);
+  return fenwright::platform::MakeInstanceLock(ToUtf8(folder),
+                                               ToUtf8(store) + "-" + digest.toStdString());
 }
 
 std::string AbsolutePath(const QString& file) {
@@ -134,7 +140,7 @@ std::vector<std::string> ManualFolders() {
 int RunWindow(QApplication& application, const CommandLine& arguments, const QString& app_folder,
               const std::optional<PortOption>& port_option) {
   auto settings = fenwright::ui::QtSettingsStore::ForApplication(StoreName(arguments.Simulate));
-  ChoosePort(settings, port_option, arguments.Simulate);
+  const auto instance = InstanceFor(StoreName(arguments.Simulate), settings.Location());
   PortOverrides overrides;
   if (port_option && !port_option->Path.empty()) {
     overrides[port_option->Number] = port_option->Path;
@@ -144,14 +150,20 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
   fenwright::platform::SystemTextFiles files;
   fenwright::platform::Cp932CodePage code_page;
   std::unique_ptr<fenwright::platform::SerialControl> port;
+  std::unique_ptr<fenwright::platform::PortInfos> ports;
   fenwright::board::SimulatedSerialControl* simulated = nullptr;
   if (arguments.Simulate) {
     auto control = std::make_unique<fenwright::board::SimulatedSerialControl>(
         fenwright::board::SimulatedBoardOptions{}, fenwright::board::SteadyTimeSource());
     simulated = control.get();
     port = std::move(control);
+    ports = std::make_unique<fenwright::board::SimulatedPortInfos>();
   } else {
-    port = RealPort(settings, overrides);
+    const auto path_of = [&settings, overrides](int number) {
+      return fenwright::platform::DevicePath(settings, overrides, number);
+    };
+    port = std::make_unique<fenwright::platform::AsioSerialControl>(path_of);
+    ports = fenwright::platform::MakeSystemPortInfos(path_of);
   }
 
   fenwright::ui::WindowRun run({.ProgrammerPort = *port,
@@ -159,7 +171,10 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Files = files,
                                 .CodePage = code_page,
                                 .Settings = settings,
+                                .Ports = ports.get(),
+                                .Instance = instance.get(),
                                 .ManualFolders = ManualFolders()});
+  ChoosePort(run.Settings(), port_option, arguments.Simulate);
   if (simulated) {
     simulated->ChipInSocket = [&run] { return run.Context().DeviceForm.DeviceText(); };
     run.Window().MarkSimulated();
@@ -168,8 +183,11 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
   const fenwright::ops::StartOptions options{.AppFolder = ToUtf8(app_folder),
                                              .CommandArgument = AbsolutePath(arguments.File)};
   QTimer::singleShot(0, &application, [&run, &options] {
-    if (run.Start(options) == fenwright::core::CommandEnding::BadSetting) {
+    const fenwright::core::CommandEnding ending = run.Start(options);
+    if (ending == fenwright::core::CommandEnding::BadSetting) {
       QCoreApplication::exit(kExitStartFailed);
+    } else if (ending == fenwright::core::CommandEnding::AnotherInstance) {
+      QCoreApplication::exit(0);
     }
   });
   return QApplication::exec();

@@ -11,11 +11,12 @@ namespace fenwright::core {
 
 /// How a command ended.
 enum class CommandEnding {
-  Finished,    ///< it ran to its end; the state says with what result
-  Refused,     ///< another command is running; nothing was done
-  Stopped,     ///< a stop was requested (program closed, Ctrl-C)
-  FileError,   ///< a file of the program itself could not be written
-  BadSetting,  ///< a stored setting makes no sense
+  Finished,         ///< it ran to its end; the state says with what result
+  Refused,          ///< another command is running; nothing was done
+  Stopped,          ///< a stop was requested (program closed, Ctrl-C)
+  FileError,        ///< a file of the program itself could not be written
+  BadSetting,       ///< a stored setting makes no sense
+  AnotherInstance,  ///< the program is running already; nothing was done
 };
 
 /// Thrown to end the running command where it stands. Only RunCommand() catches it.

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "platform/main_form.h"
+
 namespace fenwright::core {
 
 /// Name under which the platform's per-user store keeps the program's settings.
@@ -14,6 +16,40 @@ inline constexpr std::string_view kPortNumberKey = "ComNox";    ///< n of COMn, 
 inline constexpr std::string_view kOpenFolderKey = "OPEN_DIR";  ///< folder of the last opened file
 
 inline constexpr std::string_view kSaveFolderKey = "SAVE_DIR";  ///< folder of the last saved file
+
+/// 0 or missing until the COM port dialog of the first run has been shown.
+inline constexpr std::string_view kComPortAskedKey = "Index_Com_Flag";
+
+inline constexpr std::string_view kGuideLeftKey = "IndLeft";  ///< device insertion guide, in twips
+inline constexpr std::string_view kGuideTopKey = "IndTop";
+
+/// Keys of a window's place, and where the window stands until it has been moved, in twips.
+struct PlaceKeys {
+  std::string_view Left;
+  std::string_view Top;
+  std::string_view Width;
+  std::string_view Height;
+  platform::TwipsPlace Default;
+};
+
+inline constexpr PlaceKeys kMainWindowKeys{
+    .Left = "MainLeft",
+    .Top = "MainTop",
+    .Width = "MainWidth",
+    .Height = "MainHeight",
+    .Default = {.Left = 100, .Top = 100, .Width = 11300, .Height = 7900}};
+inline constexpr PlaceKeys kFlashViewKeys{
+    .Left = "PgmLeft",
+    .Top = "PgmTop",
+    .Width = "PgmWidth",
+    .Height = "PgmHeight",
+    .Default = {.Left = 50, .Top = 50, .Width = 5400, .Height = 4000}};
+inline constexpr PlaceKeys kEepromViewKeys{
+    .Left = "EEpLeft",
+    .Top = "EEpTop",
+    .Width = "EEpWidth",
+    .Height = "EEpHeight",
+    .Default = {.Left = 50, .Top = 4100, .Width = 5400, .Height = 2000}};
 
 /// Section of the device paths behind the port numbers, keys "COM1" to "COM20".
 inline constexpr std::string_view kPortsSection = "Ports";

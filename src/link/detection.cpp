@@ -213,9 +213,10 @@ void DetectProgrammer(core::RunContext& context, double& version, std::int16_t& 
   port.SetInputMode(platform::InputMode::Binary);
 }
 
+bool UpdateIsAdvised(double version) { return static_cast<float>(version) < kRecommendedVersion; }
+
 void AdviseFirmwareUpdate(core::RunContext& context) {
-  const auto version = static_cast<float>(context.State.FirmwareVersion);
-  if (!(version < kRecommendedVersion)) return;
+  if (!UpdateIsAdvised(context.State.FirmwareVersion)) return;
   const std::string url(core::kSupportUrl);
   const std::string text =
       "ファームウエアバージョンが古いのでアップデートを行なってください。　　　　\r\n"

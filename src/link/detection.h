@@ -17,6 +17,9 @@ inline constexpr const char* kPortSettings = "57600,n,8,1";
 /// 6.38; below 6.38 AdviseFirmwareUpdate() advises and work goes on.
 void DetectProgrammer(core::RunContext& context, double& version, std::int16_t& error);
 
+/// True for a firmware that is accepted but older than 6.38.
+bool UpdateIsAdvised(double version);
+
 /// Advises an update, in a message box, when the board's firmware is older than 6.38.
 void AdviseFirmwareUpdate(core::RunContext& context);
 

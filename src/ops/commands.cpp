@@ -1,13 +1,8 @@
 #include "ops/commands.h"
 
-#include <charconv>
 #include <cmath>
 #include <functional>
-#include <optional>
 
-#include "core/device_catalogue.h"
-#include "core/device_selection.h"
-#include "core/settings_keys.h"
 #include "core/status.h"
 #include "core/trace_log.h"
 #include "image/buffers.h"
@@ -145,49 +140,7 @@ SaveResult Save(core::RunContext& context, image::SaveReport (*save)(core::RunCo
   return result;
 }
 
-/// The stored selector index; nothing when what is stored is no number or no row.
-std::optional<int> StoredDeviceIndex(const std::string& text) {
-  int index = 0;
-  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), index);
-  const int rows = static_cast<int>(core::DeviceCatalogue().size());
-  if (code != std::errc{} || stop != text.data() + text.size()) return std::nullopt;
-  if (index < -1 || index >= rows) return std::nullopt;
-  return index;
-}
-
-int RestoreDeviceIndex(core::RunContext& context) {
-  const std::string text =
-      context.Settings.Read(core::kSettingsSection, core::kDeviceKey).value_or("0");
-  if (const std::optional<int> index = StoredDeviceIndex(text)) return *index;
-  const std::string complaint =
-      "設定の値が正しくありません。\r\n"
-      "セクション " +
-      std::string(core::kSettingsSection) + "、キー " + std::string(core::kDeviceKey) + "、値 \"" +
-      text + "\"\r\nこの値を削除するか、-1 から 12 の数字に直してから起動してください。";
-  throw core::CommandEnd{.Ending = CommandEnding::BadSetting, .Text = complaint};
-}
-
-void Start(core::RunContext& context, const StartOptions& options) {
-  core::AppState& state = context.State;
-  core::TraceLog(context).Delete();
-  state.CommandArgument = options.CommandArgument;
-  state.AppFolder = options.AppFolder;
-  image::ClearFlashBuffer(state);
-  image::ClearEepromBuffer(state);
-  state.FlashWords = 0;
-  state.EepromBytes = 0;
-  core::PopulateDeviceSelector(context);
-  context.DeviceForm.SetDeviceIndex(RestoreDeviceIndex(context));
-  // Setting the index counts as a pick; the device is applied once more afterwards.
-  image::PickDevice(context);
-  image::ShowDeviceInfo(context);
-}
-
 }  // namespace
-
-CommandEnding StartCommand(core::RunContext& context, const StartOptions& options) {
-  return core::RunCommand(context, [&] { Start(context, options); });
-}
 
 CommandEnding PickDeviceCommand(core::RunContext& context) {
   return core::RunCommand(context, [&] { image::PickDevice(context); });

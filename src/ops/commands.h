@@ -6,17 +6,13 @@
 #include "core/run_context.h"
 #include "image/file_commands.h"
 #include "image/save_commands.h"
+#include "ops/start_procedure.h"
 
 namespace fenwright::ops {
 
 // The user's commands: the window, the command line and the tests all enter here. Each runs under
-// the guard of core::RunCommand(), so none can start while another runs.
-
-/// What the program knows when it starts.
-struct StartOptions {
-  std::string AppFolder;  ///< folder of trace, dumps and report, with its separator at the end
-  std::string CommandArgument;  ///< code file that the user wants opened first, "" = none
-};
+// the guard of core::RunCommand(), so none can start while another runs. The one that comes first
+// is in ops/start_procedure.h.
 
 /// What became of an open command.
 struct OpenResult {
@@ -30,13 +26,6 @@ struct SaveResult {
   core::CommandEnding Ending = core::CommandEnding::Finished;
   image::SaveReport Report;
 };
-
-/// Prepares a run: deletes the old trace, blanks the buffers, fills the device selector and
-/// restores the stored device. The views must exist. A front end that finishes this opens
-/// `AppState::CommandArgument` next, if there is one. A stored
-/// device that is no number, or not in the selector (-1 = none selected), is shown in a critical
-/// message box and ends the start with BadSetting.
-core::CommandEnding StartCommand(core::RunContext& context, const StartOptions& options);
 
 /// The user picked an entry of the device selector.
 core::CommandEnding PickDeviceCommand(core::RunContext& context);

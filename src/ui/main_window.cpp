@@ -44,7 +44,7 @@ namespace {
 constexpr int kMargin = 6;
 constexpr int kButtonSpacing = 4;
 constexpr int kSettingsWidth = 348;
-constexpr QSize kCommandIconSize(24, 24);
+constexpr QSize kCommandIconSize(20, 20);
 constexpr int kCommandButtonHeight = 36;
 
 constexpr const char* kNoFileText = "ファイルは開かれていません。";
@@ -149,7 +149,12 @@ void MainWindow::SetFileInfo(const QString& text) {
   file_info_->setToolTip(text.toHtmlEscaped().replace('\n', "<br>"));
 }
 
-void MainWindow::MarkSimulated() { setWindowTitle(windowTitle() + " [シミュレーション]"); }
+void MainWindow::SetCaption(const QString& caption) { setWindowTitle(caption + caption_mark_); }
+
+void MainWindow::MarkSimulated() {
+  caption_mark_ = " [シミュレーション]";
+  SetCaption(windowTitle());
+}
 
 ElidedLabel* MainWindow::StatusPanel(platform::Panel panel) const {
   return panels_.at(static_cast<std::size_t>(panel) - 1);

@@ -92,7 +92,9 @@ class MainWindow : public QMainWindow {
   /// no file, and a text says so.
   void SetFileInfo(const QString& text);
 
-  /// Says in the caption that the board is a simulated one.
+  void SetCaption(const QString& caption);
+
+  /// Says behind the caption, from now on, that the board is a simulated one.
   void MarkSimulated();
 
   // The controls, for the adapters and tests.
@@ -168,6 +170,7 @@ class MainWindow : public QMainWindow {
   core::AppState& state_;
   MainWindowCommands commands_;
   platform::MessageBoxes* boxes_ = nullptr;
+  QString caption_mark_;        ///< what stands behind the caption
   bool asking_ = false;         ///< the question about closing is on the screen
   bool close_pending_ = false;  ///< close as soon as the command has returned
 

@@ -1,6 +1,7 @@
 #include "ui/qt_message_boxes.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -14,12 +15,23 @@ QString TitleOf(std::string_view title) {
   return ToQString(title.empty() ? core::kApplicationName : title);
 }
 
+/// CR LF and a lone CR both end a line.
+QString WithLineEnds(std::string_view text) {
+  return ToQString(text).replace("\r\n", "\n").replace('\r', '\n');
+}
+
+/// A box over a modal dialog belongs to that dialog, or it could come up behind it.
+QWidget* OwnerOf(QWidget* usual) {
+  QWidget* const modal = QApplication::activeModalWidget();
+  return modal ? modal : usual;
+}
+
 void Design(QMessageBox& box, const QString& object_name, std::string_view title,
             std::string_view text) {
   box.setObjectName(object_name);
   box.setTextFormat(Qt::PlainText);
   box.setWindowTitle(TitleOf(title));
-  box.setText(ToQString(text).replace("\r\n", "\n"));
+  box.setText(WithLineEnds(text));
   box.setAccessibleName(box.windowTitle());
   box.setAccessibleDescription(box.text());
 }
@@ -36,7 +48,7 @@ QPushButton* AddButton(QMessageBox& box, const QString& object_name, const QStri
 
 void QtMessageBoxes::Show(platform::MessageIcon icon, std::string_view title,
                           std::string_view text) {
-  QMessageBox box(parent_);
+  QMessageBox box(OwnerOf(parent_));
   Design(box, "msgBox", title, text);
   box.setIcon(icon == platform::MessageIcon::Critical ? QMessageBox::Critical
                                                       : QMessageBox::Information);
@@ -45,7 +57,7 @@ void QtMessageBoxes::Show(platform::MessageIcon icon, std::string_view title,
 }
 
 bool QtMessageBoxes::Ask(std::string_view title, std::string_view text) {
-  QMessageBox box(parent_);
+  QMessageBox box(OwnerOf(parent_));
   Design(box, "msgBoxQuestion", title, text);
   box.setIcon(QMessageBox::Question);
   const QPushButton* yes = AddButton(box, "msgBoxYes", "はい(&Y)", QMessageBox::YesRole);

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 
 #include <QRect>
+
+#include "core/settings_keys.h"
 
 namespace fenwright::ui {
 
@@ -10,8 +13,12 @@ namespace fenwright::ui {
 /// the scale of the screen.
 inline constexpr double kTwipsPerPixel = 15.0;
 
+/// More than any window system takes; the settings may hold any number.
+inline constexpr double kMostPixels = 1e7;
+
 inline int TwipsToPixels(double twips) {
-  return static_cast<int>(std::lround(twips / kTwipsPerPixel));
+  return static_cast<int>(
+      std::lround(std::clamp(twips / kTwipsPerPixel, -kMostPixels, kMostPixels)));
 }
 
 inline int PixelsToTwips(int pixels) {
@@ -31,11 +38,14 @@ struct TwipsRect {
   }
 };
 
+constexpr TwipsRect FromPlace(const platform::TwipsPlace& place) {
+  return {.Left = place.Left, .Top = place.Top, .Width = place.Width, .Height = place.Height};
+}
+
 /// Where the windows stand until the user has moved them.
-inline constexpr TwipsRect kMainWindowPlace{
-    .Left = 100, .Top = 100, .Width = 11300, .Height = 7900};
-inline constexpr TwipsRect kFlashViewPlace{.Left = 50, .Top = 50, .Width = 5400, .Height = 4000};
-inline constexpr TwipsRect kEepromViewPlace{.Left = 50, .Top = 4100, .Width = 5400, .Height = 2000};
+inline constexpr TwipsRect kMainWindowPlace = FromPlace(core::kMainWindowKeys.Default);
+inline constexpr TwipsRect kFlashViewPlace = FromPlace(core::kFlashViewKeys.Default);
+inline constexpr TwipsRect kEepromViewPlace = FromPlace(core::kEepromViewKeys.Default);
 /// Over the lower part of the flash view, so that the titles of all three views stay in sight.
 inline constexpr TwipsRect kVerifyViewPlace{
     .Left = 250, .Top = 1500, .Width = 5400, .Height = 3600};

@@ -3,9 +3,12 @@
 #include "core/build_info.h"
 #include "core/shell_requests.h"
 #include "image/file_summary.h"
+#include "ops/stop_procedure.h"
 #include "ui/about_dialog.h"
+#include "ui/elided_label.h"
 #include "ui/guide_window.h"
 #include "ui/text.h"
+#include "update/com_selection.h"
 
 namespace fenwright::ui {
 namespace {
@@ -22,6 +25,12 @@ std::string DescribeCode(const core::AppState& state, const image::OpenReport& r
                                             .Data = {}});
 }
 
+/// Stands for a system on which other runs do not matter.
+class AlwaysAlone final : public platform::SingleInstance {
+ public:
+  bool Claim() override { return true; }
+};
+
 std::string DescribeData(const core::AppState& state, const image::OpenReport& report) {
   return image::DescribeOpenedFiles(state, {.CodeFileFound = false,
                                             .KnownExtension = false,
@@ -33,7 +42,10 @@ std::string DescribeData(const core::AppState& state, const image::OpenReport& r
 }  // namespace
 
 WindowRun::WindowRun(const WindowPlatform& outside)
-    : window_(state_),
+    : ports_(outside.Ports),
+      instance_(outside.Instance),
+      settings_(outside.Settings),
+      window_(state_),
       status_bar_(window_),
       message_dialog_(window_, state_),
       message_boxes_(&window_),
@@ -43,13 +55,15 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       views_(window_, outside.Files, outside.CodePage),
       device_form_(window_),
       hand_edit_form_(window_.HandEdit()),
+      com_dialog_(window_, state_, [this](int number) { return DescribePort(number); }),
+      main_form_(window_, FormActions()),
       context_{.State = state_,
                .ProgrammerPort = outside.ProgrammerPort,
                .Clock = outside.Clock,
                .Events = events_,
                .Files = outside.Files,
                .CodePage = outside.CodePage,
-               .Settings = outside.Settings,
+               .Settings = settings_,
                .StatusBar = status_bar_,
                .MessageDialog = message_dialog_,
                .MessageBoxes = outside.MessageBoxes ? *outside.MessageBoxes : message_boxes_,
@@ -63,6 +77,7 @@ WindowRun::WindowRun(const WindowPlatform& outside)
   QObject::connect(&window_.About(), &AboutDialog::SupportPageRequested, &window_, [this] {
     core::OpenSupportPage(shell_, state_.SupportPageAddress, manual_folders_.front());
   });
+  QObject::connect(&window_, &MainWindow::Closing, &window_, [this] { Stop(); });
 }
 
 MainWindowCommands WindowRun::Commands() {
@@ -99,7 +114,7 @@ MainWindowCommands WindowRun::Commands() {
             ShowFileInfo({}, {});
           },
       .TraceComPortMenu = [this] { ops::TracePortMenuCommand(context_); },
-      .SelectComPort = {},
+      .SelectComPort = [this] { update::SelectComPortCommand(context_, com_dialog_); },
       .OpenGuide = [this] { window_.ShowGuide(); },
       .UpdateFirmware = {},
       .OpenManual = [this] { core::OpenManual(shell_, ManualFolder()); },
@@ -108,10 +123,27 @@ MainWindowCommands WindowRun::Commands() {
   };
 }
 
+QtMainForm::Actions WindowRun::FormActions() {
+  return {.SelectComPort = [this] { update::SelectComPort(context_, com_dialog_); },
+          .WatchPort = [this] { WatchPort(); },
+          .UnloadOthers =
+              [this] {
+                com_dialog_.Unload();
+                window_.About().hide();
+                message_dialog_.Close();
+              }};
+}
+
 core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
-  window_.show();
+  AlwaysAlone alone;
+  platform::SingleInstance& instance = instance_ ? *instance_ : alone;
   core::CommandEnding ending = core::CommandEnding::Refused;
-  window_.Run([this, &options, &ending] { ending = ops::StartCommand(context_, options); });
+  window_.Run([&] {
+    ending = ops::StartWindowCommand(context_, main_form_, instance, options);
+    started_ = ending == core::CommandEnding::Finished;
+  });
+  ReportUnwritableSettings();
+  if (ending == core::CommandEnding::BadSetting) ops::DeleteTemporaryFiles(context_);
   if (ending == core::CommandEnding::Finished && !state_.CommandArgument.empty()) {
     window_.Run([this] { ShowOpened(ops::OpenBothCommand(context_, state_.CommandArgument)); });
   }
@@ -125,6 +157,41 @@ std::string WindowRun::ManualFolder() const {
 void WindowRun::ShowAbout() {
   state_.SupportPageAddress = core::kSupportUrl;
   window_.About().open();
+}
+
+void WindowRun::Stop() {
+  if (stopped_) return;
+  stopped_ = true;
+  if (!started_) {
+    ops::DeleteTemporaryFiles(context_);
+    return;
+  }
+  ops::QueryUnload(context_, main_form_);
+  ops::Unload(context_, main_form_);
+  ReportUnwritableSettings();
+}
+
+std::string WindowRun::DescribePort(int number) const {
+  return ports_ ? update::DescribePort(ports_->Describe(number)) : std::string();
+}
+
+/// The panel that names the port says what has become of it.
+void WindowRun::WatchPort() {
+  if (state_.CommandRunning) return;
+  ReportUnwritableSettings();
+  ElidedLabel* const panel = window_.StatusPanel(platform::Panel::Port);
+  if (!ports_ || !panel->text().startsWith("COM")) return;
+  panel->setToolTip(ToQString(DescribePort(context_.ProgrammerPort.CommPort())));
+}
+
+void WindowRun::ReportUnwritableSettings() {
+  if (unwritable_settings_reported_ || !settings_.WriteFailed()) return;
+  unwritable_settings_reported_ = true;
+  context_.MessageBoxes.Show(
+      platform::MessageIcon::Information, "",
+      "設定を保存できません。\r\nこのまま使用できますが、ウインドウの位置、デバイス、"
+      "通信ポートの選択は次の起動に引き継がれません。\r\n"
+      "設定を保存するフォルダーの書き込み許可とディスクの空き容量を確認してください。");
 }
 
 void WindowRun::ShowOpened(const ops::OpenResult& opened) {

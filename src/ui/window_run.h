@@ -5,11 +5,16 @@
 
 #include "core/run_context.h"
 #include "ops/commands.h"
+#include "platform/memory/run_settings_store.h"
+#include "platform/port_info.h"
+#include "platform/single_instance.h"
+#include "ui/com_dialog.h"
 #include "ui/main_window.h"
 #include "ui/qt_device_form.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_file_dialogs.h"
 #include "ui/qt_hand_edit_form.h"
+#include "ui/qt_main_form.h"
 #include "ui/qt_message_boxes.h"
 #include "ui/qt_message_dialog.h"
 #include "ui/qt_shell.h"
@@ -25,6 +30,10 @@ struct WindowPlatform {
   platform::TextFiles& Files;
   platform::CodePage& CodePage;
   platform::SettingsStore& Settings;
+  /// Null = nothing is known about the ports.
+  platform::PortInfos* Ports = nullptr;
+  /// Null = other runs of the program do not matter.
+  platform::SingleInstance* Instance = nullptr;
   /// In place of the window's own; null = the window's own.
   platform::MessageBoxes* MessageBoxes = nullptr;
   platform::FileDialogs* FileDialogs = nullptr;
@@ -41,16 +50,27 @@ class WindowRun {
   WindowRun(const WindowRun&) = delete;
   WindowRun& operator=(const WindowRun&) = delete;
 
-  /// Shows the window, runs the start command and opens the file that the program was started with.
+  /// Runs the start procedure, which shows the window, and opens the file that the program was
+  /// started with.
   core::CommandEnding Start(const ops::StartOptions& options);
 
   [[nodiscard]] core::AppState& State() { return state_; }
   [[nodiscard]] MainWindow& Window() { return window_; }
   [[nodiscard]] QtMessageDialog& MessageDialog() { return message_dialog_; }
   [[nodiscard]] core::RunContext& Context() { return context_; }
+  [[nodiscard]] ComDialog& ComPortDialog() { return com_dialog_; }
+  [[nodiscard]] QtMainForm& MainForm() { return main_form_; }
+
+  /// The settings as this run sees them.
+  [[nodiscard]] platform::RunSettingsStore& Settings() { return settings_; }
 
  private:
   MainWindowCommands Commands();
+  QtMainForm::Actions FormActions();
+  [[nodiscard]] std::string DescribePort(int number) const;
+  void WatchPort();
+  void ReportUnwritableSettings();
+  void Stop();
   void ShowOpened(const ops::OpenResult& opened);
   void ShowOpenedCode(const ops::OpenResult& opened);
   void ShowOpenedData(const ops::OpenResult& opened);
@@ -60,6 +80,9 @@ class WindowRun {
   void ShowFileInfo(const std::string& code, const std::string& data);
 
   core::AppState state_;
+  platform::PortInfos* ports_;
+  platform::SingleInstance* instance_;
+  platform::RunSettingsStore settings_;
   MainWindow window_;
   QtEventLoop events_;
   QtStatusBar status_bar_;
@@ -72,7 +95,12 @@ class WindowRun {
   QtViews views_;
   QtDeviceForm device_form_;
   QtHandEditForm hand_edit_form_;
+  ComDialog com_dialog_;
+  QtMainForm main_form_;
   core::RunContext context_;
+  bool started_ = false;  ///< the start procedure has run to its end
+  bool stopped_ = false;
+  bool unwritable_settings_reported_ = false;
   std::string code_info_;  ///< about the code file in the flash buffer
   std::string data_info_;  ///< about the data file in the EEPROM buffer
 };

@@ -108,7 +108,7 @@ class WindowTest(unittest.TestCase):
         self.folder = folder.name
         config = os.environ["XDG_CONFIG_HOME"]
         with open(os.path.join(config, "FenwrightV6.ini"), "w") as settings:
-            settings.write(f"[Settings]\ndevice={DEVICE_INDEX}\n")
+            settings.write(f"[Settings]\ndevice={DEVICE_INDEX}\nIndex_Com_Flag=1\n")
         generator = random.Random(8515)
         self.flash = generator.randbytes(2 * WORDS - 1) + b"\x5a"
         self.eeprom = generator.randbytes(39) + b"\x5a"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs window_test.py on a display, a session bus and an accessibility bus of its own.
+# Runs a test of the window on a display, a session bus and an accessibility bus of its own.
 #
-#   window_test.sh FENWRIGHT FENWRIGHT_BOARD SCREENSHOT.png
+#   window_test.sh TEST.py FENWRIGHT FENWRIGHT_BOARD SCREENSHOT.png
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -24,4 +24,4 @@ xvfb-run -a -s "-screen 0 1024x768x24" dbus-run-session -- bash -c '
   /usr/bin/python3 "$@" || status=$?
   kill "$window_manager" "$bus" 2>/dev/null
   exit "$status"
-' window_test "$here/window_test.py" "$@"
+' window_test "$here/$1" "${@:2}"

@@ -79,19 +79,23 @@ inline constexpr std::uint32_t kAtBoardSpeed = 57600;
 /// the selected chip sits.
 class WindowBench {
  public:
-  explicit WindowBench(std::uint32_t baud = kInstantly)
+  /// `ports` may be null; `settings` null stands for settings in memory.
+  explicit WindowBench(std::uint32_t baud = kInstantly, platform::PortInfos* ports = nullptr,
+                       platform::SettingsStore* settings = nullptr)
       : Port({.Baud = baud}, board::SteadyTimeSource()),
         Run({.ProgrammerPort = Port,
              .Clock = Clock,
              .Files = Files,
              .CodePage = CodePage,
-             .Settings = Settings,
+             .Settings = settings ? *settings : Settings,
+             .Ports = ports,
              .MessageBoxes = &Boxes,
              .FileDialogs = &Dialogs,
              .Shell = &Shell,
              .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
     Port.ChipInSocket = [this] { return Run.Context().DeviceForm.DeviceText(); };
     Settings.Write("Settings", "ComNox", "1");
+    Settings.Write("Settings", "Index_Com_Flag", "1");
   }
 
   core::CommandEnding Start(const std::string& file = {}) {

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "core/run_context.h"
+
+namespace fenwright::core {
+
+/// A plain decimal number as the settings keep them, blanks around it allowed; nothing for any
+/// other text, and for a number that single precision cannot hold.
+std::optional<double> ParseStoredNumber(std::string_view text);
+
+/// A setting of the main program as a number, `missing` when it was never stored. A stored value
+/// that is no number ends the running command with BadSetting and a text that names section, key
+/// and value.
+double ReadStoredNumber(const RunContext& context, std::string_view key, double missing);
+
+/// Stores a number in decimal; a store that cannot be written is passed over.
+void StoreNumber(RunContext& context, std::string_view key, double value);
+
+/// Ends the running command because of a stored value; `cure` says what it may be.
+[[noreturn]] void EndCommandOnBadSetting(std::string_view key, std::string_view value,
+                                         std::string_view cure);
+
+}  // namespace fenwright::core

@@ -1,0 +1,107 @@
+#include "ops/link_commands.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "link/detection.h"
+#include "link/serial_link.h"
+
+namespace fenwright::ops {
+namespace {
+
+constexpr double kBitsPerByte = 10;  // with start and stop bit
+constexpr double kBaud = 57600;
+constexpr double kSecondsPerByte = kBitsPerByte / kBaud;
+
+/// Bytes on the wire, both ways together, and exchanges that a memory cell takes.
+struct CellCost {
+  int Bytes;
+  int Exchanges;
+};
+constexpr CellCost kWriteWord{.Bytes = 6, .Exchanges = 2};
+constexpr CellCost kWriteWordTiny26{.Bytes = 4, .Exchanges = 1};
+constexpr CellCost kReadWord{.Bytes = 3, .Exchanges = 1};
+constexpr CellCost kWriteDataByte{.Bytes = 7, .Exchanges = 2};  // with its address
+constexpr CellCost kReadDataByte{.Bytes = 6, .Exchanges = 2};
+
+double SecondsFor(const CellCost& cost, int cells, double extra_seconds) {
+  return cells * (cost.Bytes * kSecondsPerByte + cost.Exchanges * extra_seconds);
+}
+
+/// The board's command set is its own matter: asking for the extended one again changes nothing,
+/// and the escape byte ends it.
+bool MeasureRoundTrip(core::RunContext& context, double& seconds) {
+  constexpr char kExtend = 'A';
+  constexpr double kTimeoutSeconds = 1;
+  constexpr double kSecondsPerDay = 86400;
+  link::ClearInput(context);
+  const double start = context.Clock.SecondsSinceMidnight();
+  link::SendText(context, kExtend);
+  if (!link::WaitForBytes(context, 1, kTimeoutSeconds)) return false;
+  seconds = context.Clock.SecondsSinceMidnight() - start;
+  if (seconds < 0) seconds += kSecondsPerDay;
+  link::ReadReply(context);
+  return true;
+}
+
+}  // namespace
+
+core::CommandEnding DetectCommand(core::RunContext& context) {
+  return core::RunCommand(context, [&] {
+    core::AppState& state = context.State;
+    state.FirmwareVersion = 0;
+    state.Chip = {};
+    state.Chip.LinkReady = link::CheckProgrammerLink(context);
+  });
+}
+
+BoardVerdict VerdictOf(const core::AppState& state) {
+  constexpr std::int16_t kTooOld = 2;
+  if (state.FirmwareVersion == 0) return BoardVerdict::None;
+  if (state.LinkError == kTooOld) return BoardVerdict::Refused;
+  return link::UpdateIsAdvised(state.FirmwareVersion) ? BoardVerdict::Advised
+                                                      : BoardVerdict::Accepted;
+}
+
+DeviceAnswer DeviceAnswerOf(const core::AppState& state) {
+  if (state.Chip.LinkReady) return DeviceAnswer::Accepted;
+  const BoardVerdict verdict = VerdictOf(state);
+  const bool asked = verdict == BoardVerdict::Advised || verdict == BoardVerdict::Accepted;
+  return asked ? DeviceAnswer::Refused : DeviceAnswer::NotAsked;
+}
+
+core::CommandEnding MeasureRoundTripsCommand(core::RunContext& context, int count,
+                                             std::vector<double>& seconds) {
+  seconds.clear();
+  return core::RunCommand(context, [&] {
+    double time = 0;
+    while (static_cast<int>(seconds.size()) < count && MeasureRoundTrip(context, time)) {
+      seconds.push_back(time);
+    }
+    link::SendEscape(context);
+  });
+}
+
+TimeSpread SpreadOf(std::vector<double> seconds) {
+  if (seconds.empty()) return {};
+  std::ranges::sort(seconds);
+  const std::size_t middle = seconds.size() / 2;
+  const bool even = seconds.size() % 2 == 0;
+  const double median = even ? (seconds[middle - 1] + seconds[middle]) / 2 : seconds[middle];
+  return {.Minimum = seconds.front(), .Median = median, .Maximum = seconds.back()};
+}
+
+double RoundTripWireSeconds() { return 2 * kSecondsPerByte; }
+
+ProgrammingForecast Forecast(const core::RunContext& context, double extra_seconds) {
+  const int words = context.State.FlashWords;
+  const int data_bytes = context.State.EepromBytes;
+  const bool tiny26 = context.DeviceForm.DeviceText() == "ATtiny26L";
+  const CellCost& write_word = tiny26 ? kWriteWordTiny26 : kWriteWord;
+  return {.WriteSeconds = SecondsFor(write_word, words, extra_seconds) +
+                          SecondsFor(kWriteDataByte, data_bytes, extra_seconds),
+          .VerifySeconds = SecondsFor(kReadWord, words, extra_seconds) +
+                           SecondsFor(kReadDataByte, data_bytes, extra_seconds)};
+}
+
+}  // namespace fenwright::ops

@@ -1,0 +1,116 @@
+#include "ops/start_procedure.h"
+
+#include <charconv>
+#include <optional>
+
+#include "core/build_info.h"
+#include "core/device_catalogue.h"
+#include "core/device_selection.h"
+#include "core/settings_keys.h"
+#include "core/stored_number.h"
+#include "core/trace_log.h"
+#include "image/buffers.h"
+#include "image/device_change.h"
+
+namespace fenwright::ops {
+namespace {
+
+using core::CommandEnding;
+using platform::View;
+
+void SetCaptions(platform::MainForm& form) {
+  form.SetSupportPageLabel("ｻﾎﾟｰﾄﾍﾟｰｼﾞ : " + std::string(core::kSupportUrl));
+  form.SetCaption("New Fenwright Version " + std::string(core::kVersion));
+}
+
+platform::TwipsPlace StoredPlace(const core::RunContext& context, const core::PlaceKeys& keys) {
+  return {.Left = core::ReadStoredNumber(context, keys.Left, keys.Default.Left),
+          .Top = core::ReadStoredNumber(context, keys.Top, keys.Default.Top),
+          .Width = core::ReadStoredNumber(context, keys.Width, keys.Default.Width),
+          .Height = core::ReadStoredNumber(context, keys.Height, keys.Default.Height)};
+}
+
+void LoadMainWindow(const core::RunContext& context, platform::MainForm& form) {
+  form.Place(StoredPlace(context, core::kMainWindowKeys));
+  form.PlaceView(View::Flash, StoredPlace(context, core::kFlashViewKeys));
+  form.PlaceView(View::Eeprom, StoredPlace(context, core::kEepromViewKeys));
+}
+
+void ShowMainWindow(const core::RunContext& context, platform::MainForm& form) {
+  LoadMainWindow(context, form);
+  form.Show();
+  form.EnableTimer();
+}
+
+void BlankMemory(core::AppState& state) {
+  image::ClearFlashBuffer(state);
+  image::ClearEepromBuffer(state);
+  state.FlashWords = 0;
+  state.EepromBytes = 0;
+}
+
+/// A selector index; nothing when the text is no number or no row.
+std::optional<int> ParseDeviceIndex(const std::string& text) {
+  int index = 0;
+  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), index);
+  const int rows = static_cast<int>(core::DeviceCatalogue().size());
+  if (code != std::errc{} || stop != text.data() + text.size()) return std::nullopt;
+  if (index < -1 || index >= rows) return std::nullopt;
+  return index;
+}
+
+int StoredDeviceIndex(const core::RunContext& context) {
+  const std::string text =
+      context.Settings.Read(core::kSettingsSection, core::kDeviceKey).value_or("0");
+  if (const std::optional<int> index = ParseDeviceIndex(text)) return *index;
+  core::EndCommandOnBadSetting(
+      core::kDeviceKey, text,
+      "この値を削除するか、-1 から 12 の数字に直してから起動してください。");
+}
+
+/// Setting the index counts as a pick.
+void RestoreDevice(core::RunContext& context) {
+  context.DeviceForm.SetDeviceIndex(StoredDeviceIndex(context));
+  image::PickDevice(context);
+}
+
+void AskForComPortOnce(core::RunContext& context, platform::MainForm& form) {
+  if (core::ReadStoredNumber(context, core::kComPortAskedKey, 0) != 0) return;
+  form.SelectComPort();
+  core::StoreNumber(context, core::kComPortAskedKey, 1);
+}
+
+void ShowGuide(const core::RunContext& context, platform::MainForm& form) {
+  form.ShowGuide({.Left = core::ReadStoredNumber(context, core::kGuideLeftKey, 0),
+                  .Top = core::ReadStoredNumber(context, core::kGuideTopKey, 0)});
+}
+
+/// The order is the program's contract. Without a form, what concerns windows is left out.
+void Start(core::RunContext& context, platform::MainForm* form, const StartOptions& options) {
+  // The program's folder is not known yet: the bare name is deleted.
+  core::TraceLog(context).Delete();
+  context.State.CommandArgument = options.CommandArgument;
+  context.State.AppFolder = options.AppFolder;
+  if (form) SetCaptions(*form);
+  if (form) ShowMainWindow(context, *form);
+  BlankMemory(context.State);
+  core::PopulateDeviceSelector(context);
+  RestoreDevice(context);
+  image::ShowDeviceInfo(context);
+  if (form) AskForComPortOnce(context, *form);
+  if (form) ShowGuide(context, *form);
+}
+
+}  // namespace
+
+CommandEnding StartCommand(core::RunContext& context, const StartOptions& options) {
+  return core::RunCommand(context, [&] { Start(context, nullptr, options); });
+}
+
+CommandEnding StartWindowCommand(core::RunContext& context, platform::MainForm& form,
+                                 platform::SingleInstance& instance, const StartOptions& options) {
+  if (!instance.Claim()) return CommandEnding::AnotherInstance;
+  return core::RunCommand(context, [&] { Start(context, &form, options); });
+}
+
+}  // namespace fenwright::ops

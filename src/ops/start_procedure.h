@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+#include "core/command.h"
+#include "core/run_context.h"
+#include "platform/main_form.h"
+#include "platform/single_instance.h"
+
+namespace fenwright::ops {
+
+/// What the program knows when it starts.
+struct StartOptions {
+  std::string AppFolder;  ///< folder of trace, dumps and report, with its separator at the end
+  std::string CommandArgument;  ///< code file that the user wants opened first, "" = none
+};
+
+/// Prepares a run without windows: deletes the old trace, blanks the buffers, fills the device
+/// selector and restores the stored device. The views must exist. A front end that finishes this
+/// opens `AppState::CommandArgument` next, if there is one. A stored device that is no number, or
+/// not in the selector (-1 = none selected), is shown in a critical message box and ends the start
+/// with BadSetting.
+core::CommandEnding StartCommand(core::RunContext& context, const StartOptions& options);
+
+/// The same with windows: the whole start procedure, in its order. It ends at once, with
+/// AnotherInstance, when the program is running already. Any stored number that is none ends it
+/// with BadSetting, like the device.
+core::CommandEnding StartWindowCommand(core::RunContext& context, platform::MainForm& form,
+                                       platform::SingleInstance& instance,
+                                       const StartOptions& options);
+
+}  // namespace fenwright::ops

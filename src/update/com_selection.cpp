@@ -1,0 +1,129 @@
+#include "update/com_selection.h"
+
+#include <charconv>
+#include <string_view>
+#include <vector>
+
+#include "core/settings_keys.h"
+#include "core/status.h"
+#include "core/trace_log.h"
+#include "link/detection.h"
+
+namespace fenwright::update {
+namespace {
+
+using platform::Panel;
+
+constexpr int kLastPort = 20;
+constexpr std::string_view kNoPortItem = "????";
+
+std::string PortName(int number) { return "COM" + std::to_string(number); }
+
+std::vector<std::string> ListItems() {
+  std::vector<std::string> items{std::string(kNoPortItem)};
+  for (int number = 1; number <= kLastPort; ++number) items.push_back(PortName(number));
+  return items;
+}
+
+void SelectStoredPort(core::RunContext& context, platform::ComForm& form) {
+  const std::string text =
+      context.Settings.Read(core::kSettingsSection, core::kPortNumberKey).value_or("0");
+  int number = 0;
+  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool is_number = code == std::errc{} && stop == text.data() + text.size();
+  if (is_number && number >= 0 && number <= kLastPort) {
+    form.SetListIndex(number);
+    return;
+  }
+  form.SetListIndex(0);
+  form.SetNote("保存されているポート番号 \"" + text + "\" は使用できません。選び直してください。");
+}
+
+/// The line break is a lone CR.
+void ReportOpenFailed(core::RunContext& context, std::string_view what_failed) {
+  context.MessageBoxes.Show(
+      platform::MessageIcon::Critical, "ポートオープン失敗",
+      std::string(what_failed) + "のオープンに失敗しました。\rポート番号を再設定してください。");
+  context.State.LinkError = 1;
+}
+
+bool OpenPort(core::RunContext& context, int number) {
+  platform::SerialControl& port = context.ProgrammerPort;
+  port.SetCommPort(number);
+  port.SetSettings(link::kPortSettings);
+  port.SetHandshaking(0);
+  port.SetInputLen(0);
+  port.SetRTSEnable(true);
+  port.SetRThreshold(1);
+  port.DiscardInput();
+  context.State.LastPortOpen = port.Open();
+  return context.State.LastPortOpen.Status == platform::PortOpenStatus::Ok;
+}
+
+}  // namespace
+
+void LoadComSelection(core::RunContext& context, platform::ComForm& form) {
+  form.PlaceOverMainWindow();
+  form.SetItems(ListItems());
+  SelectStoredPort(context, form);
+  if (form.ListIndex() != 0) context.ProgrammerPort.SetCommPort(form.ListIndex());
+  core::TraceLog(context).AppendMessage("");
+}
+
+bool CommandOk(core::RunContext& context, platform::ComForm& form) {
+  platform::SerialControl& port = context.ProgrammerPort;
+  if (port.PortOpen()) port.Close();
+  const int number = form.ListIndex();
+  if (number == 0) {
+    ReportOpenFailed(context, "COM? ");
+    return false;
+  }
+  const bool opened = OpenPort(context, number);
+  core::ShowStatus(context, Panel::Port, PortName(port.CommPort()));
+  if (!opened) {
+    form.SetNote(context.State.LastPortOpen.Reason);
+    ReportOpenFailed(context, PortName(number) + " ");
+    return false;
+  }
+  context.Settings.Write(core::kSettingsSection, core::kPortNumberKey,
+                         std::to_string(port.CommPort()));
+  form.Hide();
+  link::CheckProgrammerLink(context);
+  context.State.LinkError = 0;
+  form.Unload();
+  return true;
+}
+
+void CommandCancel(core::RunContext& context, platform::ComForm& form) {
+  core::TraceLog(context).AppendMessage("ライター接続確認が終了していません。");
+  context.State.LinkError = 1;
+  form.Unload();
+}
+
+void SelectComPort(core::RunContext& context, platform::ComForm& form) {
+  LoadComSelection(context, form);
+  while (form.WaitForButton() == platform::ComFormButton::Ok) {
+    if (CommandOk(context, form)) return;
+  }
+  CommandCancel(context, form);
+}
+
+core::CommandEnding SelectComPortCommand(core::RunContext& context, platform::ComForm& form) {
+  return core::RunCommand(
+      context, [&] { SelectComPort(context, form); }, [&] { form.Unload(); });
+}
+
+std::string DescribePort(const platform::PortInfo& port) {
+  constexpr std::string_view kBetween = " : ";
+  std::string line;
+  if (port.State == platform::PortState::Usable) {
+    if (!port.Path.empty()) line.append(port.Path).append(kBetween);
+    if (!port.Description.empty()) line.append(port.Description).append("、");
+    return line + "使用できます。";
+  }
+  // The reason names the device itself.
+  if (!port.Description.empty()) line.append(port.Description).append(kBetween);
+  return line + (port.Reason.empty() ? "このポートのデバイスはありません。" : port.Reason);
+}
+
+}  // namespace fenwright::update
