@@ -117,6 +117,7 @@ class FileFaults : public ::testing::Test {
     }
     port_.ChipInSocket = [this] { return run_.Context().DeviceForm.DeviceText(); };
     settings_.Write("Settings", "ComNox", "1");
+    settings_.Write("Settings", "Index_Com_Flag", "1");
     Put("neighbour.hex", "of somebody else");
     run_.Start({.AppFolder = folder_.File("app/"), .CommandArgument = ""});
     WriteFile(folder_.File("app/_debug_avr.txt"), "");
