@@ -15,6 +15,7 @@
 
 #include "platform/temporary_folder.h"
 #include "support/form_fakes.h"
+#include "ui/guide_window.h"
 #include "ui/qt_settings_store.h"
 #include "ui/text.h"
 #include "ui/view_window.h"
@@ -98,6 +99,8 @@ TEST(Session, TheFirstStartHasTheFirstDeviceTheDialogOnceAndTheDefaultPlaces) {
   EXPECT_EQ(run.Window().size(), QSize(753, 527));  // 11300 x 7900 twips
   EXPECT_EQ(run.Child(View::Flash)->geometry(), QRect(3, 3, 360, 267));
   EXPECT_EQ(run.Child(View::Eeprom)->geometry(), QRect(3, 273, 360, 133));
+  EXPECT_EQ(run.Window().Guide().pos(), QPoint(0, 0));
+  EXPECT_TRUE(run.Window().Guide().isVisible());
   EXPECT_EQ(run.Window().windowTitle(), "New Fenwright Version 6.5.5");
   EXPECT_EQ(sessions.Stored("Index_Com_Flag"), "1");
   EXPECT_EQ(sessions.Stored("device"), "0");
@@ -124,6 +127,7 @@ TEST(Session, EveryWindowIsFoundWhereItWasLeft) {
     first.Window().resize(790, 560);
     first.Child(View::Flash)->setGeometry(20, 30, 300, 200);
     first.Child(View::Eeprom)->setGeometry(40, 60, 280, 160);
+    first.Window().Guide().move(50, 70);
     first.Close();
   }
   EXPECT_EQ(sessions.Stored("MainLeft"), "495");
@@ -138,14 +142,15 @@ TEST(Session, EveryWindowIsFoundWhereItWasLeft) {
   EXPECT_EQ(sessions.Stored("EEpTop"), "900");
   EXPECT_EQ(sessions.Stored("EEpWidth"), "4200");
   EXPECT_EQ(sessions.Stored("EEpHeight"), "2400");
-  EXPECT_EQ(sessions.Stored("IndLeft"), "0");
-  EXPECT_EQ(sessions.Stored("IndTop"), "0");
+  EXPECT_EQ(sessions.Stored("IndLeft"), "750");
+  EXPECT_EQ(sessions.Stored("IndTop"), "1050");
   OneRun second(sessions);
   second.Start();
   EXPECT_EQ(second.Window().pos(), QPoint(33, 44));
   EXPECT_EQ(second.Window().size(), QSize(790, 560));
   EXPECT_EQ(second.Child(View::Flash)->geometry(), QRect(20, 30, 300, 200));
   EXPECT_EQ(second.Child(View::Eeprom)->geometry(), QRect(40, 60, 280, 160));
+  EXPECT_EQ(second.Window().Guide().pos(), QPoint(50, 70));
 }
 
 TEST(Session, ClosingWhileMinimisedKeepsWhatWasStored) {
