@@ -51,6 +51,14 @@ inline constexpr PlaceKeys kEepromViewKeys{
     .Height = "EEpHeight",
     .Default = {.Left = 50, .Top = 4100, .Width = 5400, .Height = 2000}};
 
+/// Section and keys of the firmware update dialog. The port is deliberately written under one key
+/// and read under the other, so it is not remembered from one opening of the dialog to the next.
+inline constexpr std::string_view kUpdateSection = "Settings6";
+inline constexpr std::string_view kUpdatePortReadKey = "ComNo";    ///< never written
+inline constexpr std::string_view kUpdatePortWrittenKey = "Com";   ///< never read
+inline constexpr std::string_view kUpdateSpeedKey = "Speed";       ///< text of the speed selector
+inline constexpr std::string_view kUpdateFolderKey = "OPEN_DIR0";  ///< folder of the update file
+
 /// Section of the device paths behind the port numbers, keys "COM1" to "COM20".
 inline constexpr std::string_view kPortsSection = "Ports";
 

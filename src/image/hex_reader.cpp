@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/status.h"
+#include "core/text_lines.h"
 #include "image/buffers.h"
 
 namespace fenwright::image {
@@ -27,19 +28,6 @@ struct Target {
   bool SwapsBytesOfWords;  ///< a HEX file has the low byte of a word first, the flash buffer last
   std::string_view BadLineText;
 };
-
-/// Takes the next line off `rest`. Lines end in CR LF, LF or CR; the last one need not end.
-std::string_view TakeLine(std::string_view& rest) {
-  const std::size_t end = rest.find_first_of("\r\n");
-  const std::string_view line = rest.substr(0, end);
-  if (end == std::string_view::npos) {
-    rest = {};
-    return line;
-  }
-  const bool both = rest[end] == '\r' && end + 1 < rest.size() && rest[end + 1] == '\n';
-  rest.remove_prefix(end + (both ? 2 : 1));
-  return line;
-}
 
 /// Character of a line, counted from 0; NUL, which is no digit, beyond its end.
 char At(std::string_view line, std::size_t position) {
@@ -122,7 +110,7 @@ HexReadReport ReadHexFile(core::RunContext& context, const Target& target) {
   }
   std::string_view rest = content;
   for (std::int32_t line_number = 1; !rest.empty(); ++line_number) {
-    const std::string_view line = TakeLine(rest);
+    const std::string_view line = core::TakeLine(rest);
     state.LineText = line;
     if (!line.starts_with(':')) {
       core::ShowStatus(context, target.BadLineText);

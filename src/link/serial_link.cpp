@@ -19,10 +19,10 @@ constexpr double kShortestRestSeconds = 0.0001;
 
 /// One turn of a wait, after its look at the count: pending events run, then the processor rests
 /// until a byte arrives, a few milliseconds at most. Every wait of the program goes through here.
-void Turn(core::RunContext& context, double longest_rest = kTurnSeconds) {
+void Turn(core::RunContext& context, platform::SerialControl& port,
+          double longest_rest = kTurnSeconds) {
   context.Events.ProcessPendingEvents();
-  context.ProgrammerPort.RestUntilInput(
-      std::clamp(longest_rest, kShortestRestSeconds, kTurnSeconds));
+  port.RestUntilInput(std::clamp(longest_rest, kShortestRestSeconds, kTurnSeconds));
 }
 
 /// Turns until `seconds` have passed since `start`, or the day ends.
@@ -33,7 +33,7 @@ void TurnUntil(core::RunContext& context, double start, double seconds) {
     if (left <= 0 || now < start) return;
     // Takes note of what has arrived: an arrived byte that nobody has counted ends a rest at once.
     context.ProgrammerPort.InBufferCount();
-    Turn(context, left);
+    Turn(context, context.ProgrammerPort, left);
   }
 }
 
@@ -53,8 +53,13 @@ void SendByte(core::RunContext& context, std::uint8_t value) {
 }
 
 bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds) {
-  platform::SerialControl& port = context.ProgrammerPort;
   context.State.WaitStart = context.Clock.SecondsSinceMidnight();
+  return WaitForBytesOn(context, context.ProgrammerPort, count, context.State.WaitStart,
+                        timeout_seconds);
+}
+
+bool WaitForBytesOn(core::RunContext& context, platform::SerialControl& port, int count,
+                    const double& start, double timeout_seconds) {
   while (port.InBufferCount() < count) {
     // Bytes may have arrived just before the line went, or during the turn that the time ended in:
     // the count has the last word.
@@ -62,8 +67,8 @@ bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds) 
       context.Events.ProcessPendingEvents();
       return port.InBufferCount() >= count;
     }
-    Turn(context);
-    if (context.Clock.SecondsSinceMidnight() > context.State.WaitStart + timeout_seconds) {
+    Turn(context, port);
+    if (context.Clock.SecondsSinceMidnight() > start + timeout_seconds) {
       return port.InBufferCount() >= count;
     }
   }
@@ -87,7 +92,7 @@ bool RestForBytes(core::RunContext& context, int count, double seconds) {
   while (port.InBufferCount() < count) {
     const double now = context.Clock.SecondsSinceMidnight();
     if (port.IsGone() || now >= start + seconds || now < start) return false;
-    Turn(context, start + seconds - now);
+    Turn(context, port, start + seconds - now);
   }
   return true;
 }

@@ -27,6 +27,11 @@ void SendByte(core::RunContext& context, std::uint8_t value);
 /// required behaviour and no allowance is made.
 bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds);
 
+/// The wait of WaitForBytes() on any port. `start` is looked at anew at every turn: whoever shares
+/// it, as pauses share `AppState::WaitStart`, moves the end of the wait.
+bool WaitForBytesOn(core::RunContext& context, platform::SerialControl& port, int count,
+                    const double& start, double timeout_seconds);
+
 /// Takes everything that has arrived into `AppState::RxBuf`.
 void ReadReply(core::RunContext& context);
 

@@ -11,6 +11,9 @@ struct FileDialogRequest {
   std::string Filter;
   std::string DefaultExtension;
   std::string StartFolder;  ///< "" lets the dialog choose
+  /// What stands in the name field at first. A pattern such as "*.HEX" is no name: it says what is
+  /// listed, which the first pair of the filter says too.
+  std::string FileName = {};
 };
 
 /// The system's own file dialogs. They return the chosen path, or nothing when cancelled. None

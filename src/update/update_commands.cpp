@@ -1,0 +1,152 @@
+#include "update/update_commands.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+
+#include "core/settings_keys.h"
+#include "update/update_check.h"
+#include "update/update_report.h"
+
+namespace fenwright::update {
+namespace {
+
+constexpr int kLastPort = 20;
+constexpr const char* kUnset = "?";
+constexpr const char* kUsedSpeed = "57600";
+constexpr std::string_view kUpdateLogFile = "LOG.txt";
+
+/// Marks the dialog as busy for its own lifetime.
+class BusyGuard {
+ public:
+  explicit BusyGuard(UpdateState& state) : state_(state) { state_.Now = Activity::Busy; }
+  ~BusyGuard() { state_.Now = Activity::Idle; }
+  BusyGuard(const BusyGuard&) = delete;
+  BusyGuard& operator=(const BusyGuard&) = delete;
+
+ private:
+  UpdateState& state_;
+};
+
+bool IsBusy(const UpdateContext& context) { return context.State.Now != Activity::Idle; }
+
+std::string Stored(const UpdateContext& context, std::string_view key, std::string_view missing) {
+  return context.Run.Settings.Read(core::kUpdateSection, key).value_or(std::string(missing));
+}
+
+void Store(UpdateContext& context, std::string_view key, std::string_view value) {
+  context.Run.Settings.Write(core::kUpdateSection, key, value);
+}
+
+/// Where the bare name of a path begins.
+std::size_t NameStart(std::string_view path) {
+  constexpr bool kBackslashSeparates = std::filesystem::path::preferred_separator == '\\';
+  const std::size_t separator = path.find_last_of(kBackslashSeparates ? "/\\" : "/");
+  return separator == std::string_view::npos ? 0 : separator + 1;
+}
+
+/// A port text of "?" is let through: it is told when the port is opened.
+bool PortChosen(UpdateContext& context) {
+  if (!context.Form.PortText().empty()) return true;
+  context.MessageBoxes.Show(platform::MessageIcon::Information, "",
+                            "ポート番号を設定してください。");
+  return false;
+}
+
+void FillSelectors(UpdateContext& context) {
+  std::vector<std::string> ports;
+  for (int number = 1; number <= kLastPort; ++number) ports.push_back(std::to_string(number));
+  context.Form.SetPortItems(ports);
+  context.Form.SetPortText(Stored(context, core::kUpdatePortReadKey, kUnset));
+  context.Form.SetSpeedItems({" 9600", "19200", "57600"});
+  context.Form.SetSpeedText(Stored(context, core::kUpdateSpeedKey, kUnset));
+  context.Form.EnableSpeed(false);
+}
+
+/// A damaged file can still be chosen and sent, but not without a word.
+void WarnOfFile(UpdateContext& context, const std::string& path) {
+  std::string content;
+  std::string complaint;
+  if (const platform::FileResult read = context.Run.Files.Read(path, content); !read) {
+    complaint = read.Reason;
+  } else {
+    complaint = DescribeFault(CheckImage(content), Language::Japanese);
+  }
+  context.Form.SetDetail(
+      complaint.empty() ? "" : "警告：このファイルでアップデートしないでください。" + complaint);
+}
+
+}  // namespace
+
+void Load(UpdateContext& context) {
+  context.Form.PlaceDivider();
+  // It is left empty, and a folder that refuses it is no reason to refuse the dialog.
+  context.Run.Files.Write(context.Run.State.AppFolder + std::string(kUpdateLogFile), "");
+  FillSelectors(context);
+  context.State.UpdateFilePath.clear();
+  context.Form.SetSpeedText(kUsedSpeed);
+  context.Form.EnableUpdateButton(false);
+  context.Form.SetInstructions(
+      "１．通信ポートを指定してください。\r\n"
+      "２．[Version Read]ボタンを押して、バージョンが表示されると通信確認完了です。\r\n"
+      "３．[OPEN]ボタンを押して、アップデートファイルを指定してください。 [kvldxxx.hex]\r\n"
+      "４．[UPDATE]ボタンを押してください。ファイルのアップデータが開始されます。");
+}
+
+void PickPort(UpdateContext& context) {
+  Store(context, core::kUpdatePortWrittenKey, context.Form.PortText());
+}
+
+void PickSpeed(UpdateContext& context) {
+  Store(context, core::kUpdateSpeedKey, context.Form.SpeedText());
+}
+
+void ChooseUpdateFile(UpdateContext& context) {
+  if (IsBusy(context)) return;
+  const BusyGuard guard(context.State);
+  if (!PortChosen(context)) return;
+  const std::optional<std::string> path =
+      context.FileDialogs.Open({.Title = "アップデータを開く",
+                                .Filter = "アップデータファイル|*.HEX|全てのファイル|*.*|",
+                                .DefaultExtension = "HEX",
+                                .StartFolder = Stored(context, core::kUpdateFolderKey, ""),
+                                .FileName = "*.HEX"});
+  if (!path || path->empty()) return;
+  context.State.UpdateFilePath = *path;
+  context.Form.SetFileText(*path);
+  const std::size_t name = NameStart(*path);
+  Store(context, core::kUpdateFolderKey, path->substr(0, name));
+  ShowStatus(context, "ファイル名：" + path->substr(name) + "を指定しました。");
+  context.Form.EnableUpdateButton(true);
+  WarnOfFile(context, *path);
+}
+
+void ReadVersionPressed(UpdateContext& context) {
+  if (IsBusy(context)) return;
+  const BusyGuard guard(context.State);
+  ReadVersion(context);
+}
+
+StartOutcome StartUpdate(UpdateContext& context) {
+  if (IsBusy(context)) return StartOutcome::Ignored;
+  const BusyGuard guard(context.State);
+  if (!PortChosen(context)) return StartOutcome::NoPort;
+  ShowStatus(context, "");
+  if (context.State.UpdateFilePath.empty()) {
+    ShowStatus(context, "アップデートファイルがロードされていません。");
+    return StartOutcome::NoFile;
+  }
+  if (!OpenPort(context)) return StartOutcome::PortNotOpened;
+  context.Form.EnableVersionButton(false);
+  ShowStatus(context, "アップデート中です。電源は絶対に切らないでください。");
+  RunFirmwareUpdate(context, context.State.UpdateFilePath);
+  return StartOutcome::Ran;
+}
+
+void Unload(UpdateContext& context) {
+  if (context.UpdaterPort.PortOpen()) context.UpdaterPort.Close();
+  platform::SerialControl& port = context.Run.ProgrammerPort;
+  if (!port.PortOpen()) port.Open();
+}
+
+}  // namespace fenwright::update

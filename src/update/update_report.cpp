@@ -1,0 +1,62 @@
+#include "update/update_report.h"
+
+#include <array>
+#include <cstddef>
+
+namespace fenwright::update {
+namespace {
+
+struct Sentence {
+  const char* Japanese;
+  const char* English;
+};
+
+/// By ImageFault.
+constexpr std::array<Sentence, 8> kFaults{{
+    {"", ""},
+    {"データレコードがありません", "has no data record, so there is nothing to send"},
+    {"Intel HEX の正しいレコードではありません", "is not a whole Intel HEX record"},
+    {"チェックサムが違います", "has a wrong checksum"},
+    {"拡張アドレスが 0 ではありません。アップデートでは使用されません",
+     "has an extended address other than 0, which an update does not follow"},
+    {"レコードが奇数アドレスから始まっています", "begins in the middle of a word"},
+    {"エンドレコードの後にデータがあります", "is a data record behind the end record"},
+    {"エンドレコードがありません。ファイルが途中で切れている可能性があります",
+     "has no end record; the file may have been cut short"},
+}};
+
+std::string Choose(const Sentence& sentence, Language language) {
+  return language == Language::Japanese ? sentence.Japanese : sentence.English;
+}
+
+}  // namespace
+
+std::string DescribeFault(const ImageReport& report, Language language) {
+  std::string text = Choose(kFaults.at(static_cast<std::size_t>(report.Fault)), language);
+  if (report.FaultLine == 0) return text;
+  const std::string line = std::to_string(report.FaultLine);
+  return language == Language::Japanese ? line + "行目：" + text : "line " + line + " " + text;
+}
+
+std::string DescribeBoardState(const UpdateState& state, Language language) {
+  if (state.WordsSent == 0) {
+    return Choose({"ボードのファームウエアは変わっていません。ボードの電源を再投入してください。",
+                   "the board's firmware was not changed: switch the board off and on"},
+                  language);
+  }
+  return Choose({"ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を"
+                 "再投入してから、もう一度アップデートを最後まで実行してください。",
+                 "the board's firmware is incomplete: switch the board off and on, and run the "
+                 "update again, to its end"},
+                language);
+}
+
+std::string StopQuestion() {
+  return "ファームウエアのアップデートを実行しています。\n\n"
+         "ここで閉じると、実行中の通信が終わったところでアップデートを中止します。"
+         "ボードのファームウエアは途中までしか書き込まれていない状態で残り、もう一度アップデートを"
+         "最後まで実行するまで、ボードは使用できません。\n\n"
+         "アップデートを中止して閉じますか？";
+}
+
+}  // namespace fenwright::update

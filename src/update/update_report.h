@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "update/update_check.h"
+#include "update/update_context.h"
+
+namespace fenwright::update {
+
+enum class Language { Japanese, English };
+
+/// The fault of a file in words, its line named; "" when there is none. The English text starts in
+/// lower case, to stand behind a colon.
+std::string DescribeFault(const ImageReport& report, Language language);
+
+/// The firmware that an update which did not finish has left the board with, and what to do next.
+std::string DescribeBoardState(const UpdateState& state, Language language);
+
+/// Asks whether to end a running update, in words that say what happens to the board.
+std::string StopQuestion();
+
+}  // namespace fenwright::update
