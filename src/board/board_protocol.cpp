@@ -8,6 +8,7 @@ namespace fenwright::board {
 namespace {
 
 constexpr std::uint8_t kEscape = 0x1B;
+constexpr std::uint8_t kUpdate = 'U';
 constexpr std::uint8_t kCarriageReturn = 0x0D;
 constexpr std::size_t kFrameSize = 4;
 
@@ -74,7 +75,9 @@ BoardProtocol::BoardProtocol(BoardOptions options, Chip* socket)
     : options_(std::move(options)), socket_(socket) {}
 
 std::optional<BoardReply> BoardProtocol::Feed(std::uint8_t byte) {
-  return set_ == CommandSet::Update ? FeedUpdate(byte) : FeedCommand(byte);
+  if (set_ == CommandSet::Update) return FeedUpdate(byte);
+  if (set_ == CommandSet::Loader) return FeedLoader(byte);
+  return FeedCommand(byte);
 }
 
 void BoardProtocol::Insert(Chip* chip) {
@@ -84,25 +87,65 @@ void BoardProtocol::Insert(Chip* chip) {
 
 void BoardProtocol::Restart() {
   ReleaseChip();
-  set_ = CommandSet::Normal;
+  set_ = update_unfinished_ ? CommandSet::Loader : CommandSet::Normal;
   selected_ = nullptr;
   pending_ = nullptr;
   arguments_.clear();
   address_ = 0;
 }
 
+void BoardProtocol::ForgetFrame() {
+  if (set_ == CommandSet::Update) arguments_.clear();
+}
+
+void BoardProtocol::LeaveUpdateUnfinished() {
+  update_unfinished_ = true;
+  set_ = CommandSet::Loader;
+}
+
+std::string BoardProtocol::VersionLine() const {
+  std::string line;
+  for (std::uint16_t i = 0; i < kVersionWords; ++i) {
+    const auto word = firmware_.find(static_cast<std::uint16_t>(kVersionAddress + i));
+    if (word == firmware_.end()) return options_.VersionLine;
+    line += static_cast<char>(word->second & 0xFF);
+    line += static_cast<char>(word->second >> 8);
+  }
+  return line;
+}
+
+bool BoardProtocol::LoaderWhole() const {
+  return std::none_of(firmware_.begin(), firmware_.end(),
+                      [](const auto& word) { return IsLoaderWord(word.first); });
+}
+
+void BoardProtocol::EnterUpdate() {
+  ReleaseChip();
+  arguments_.clear();
+  set_ = LoaderWhole() ? CommandSet::Update : CommandSet::Loader;
+}
+
+std::optional<BoardReply> BoardProtocol::FeedLoader(std::uint8_t byte) {
+  if (byte == kUpdate) EnterUpdate();
+  return std::nullopt;
+}
+
 std::optional<BoardReply> BoardProtocol::FeedUpdate(std::uint8_t byte) {
+  // No word address begins so: the PC begins anew.
+  if (arguments_.empty() && byte == kUpdate) return std::nullopt;
   arguments_.push_back(byte);
   if (arguments_.size() < kFrameSize) {
     return std::nullopt;
   }
   const auto frame = std::exchange(arguments_, {});
   if (std::all_of(frame.begin(), frame.end(), [](std::uint8_t b) { return b == 0xFF; })) {
+    update_unfinished_ = false;
     Restart();
     return std::nullopt;
   }
   const auto address = static_cast<std::uint16_t>(frame[0] << 8 | frame[1]);
   SetFirmwareWord(address, static_cast<std::uint16_t>(frame[2] << 8 | frame[3]));
+  update_unfinished_ = true;
   return One(static_cast<std::uint8_t>(frame[0] + frame[1] + frame[2] + frame[3]));
 }
 
@@ -124,17 +167,17 @@ std::optional<BoardReply> BoardProtocol::Start(std::uint8_t letter) {
       ReleaseChip();
       set_ = CommandSet::Normal;
       return std::nullopt;
-    case '?':
-      return BoardReply{.Bytes = {options_.VersionLine.begin(), options_.VersionLine.end()},
-                        .Delay = {}};
+    case '?': {
+      const std::string line = VersionLine();
+      return BoardReply{.Bytes = {line.begin(), line.end()}, .Delay = {}};
+    }
     case 's':
       return ReadSignature();
     case 'A':
       set_ = CommandSet::Extended;
       return BoardReply{.Bytes = {kCarriageReturn}, .Delay = options_.ExtendDelay};
-    case 'U':
-      ReleaseChip();
-      set_ = CommandSet::Update;
+    case kUpdate:
+      EnterUpdate();
       return std::nullopt;
     default:
       break;

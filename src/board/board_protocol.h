@@ -13,8 +13,8 @@
 
 namespace fenwright::board {
 
-/// Which commands the board understands at the moment.
-enum class CommandSet { Normal, Extended, Update };
+/// Which commands the board understands at the moment. In its loader it waits, mute, for "U".
+enum class CommandSet { Normal, Extended, Update, Loader };
 
 /// How long erasing and writing take.
 enum class Timing {
@@ -23,7 +23,7 @@ enum class Timing {
 };
 
 struct BoardOptions {
-  /// The whole answer to "?", line end included.
+  /// The whole answer to "?", line end included, as long as no update has brought another.
   std::string VersionLine = "KV-LOD350  V6.38\r\n";
   /// How long every "A" takes to be acknowledged.
   std::chrono::nanoseconds ExtendDelay{};
@@ -39,6 +39,15 @@ struct BoardReply {
 /// The words received in update mode, by word address. A later update overwrites word by word.
 using FirmwareImage = std::map<std::uint16_t, std::uint16_t>;
 
+/// Where a firmware keeps its answer to "?": 18 bytes, in HEX-file order, low byte first.
+inline constexpr std::uint16_t kVersionAddress = 0x1FE0;
+inline constexpr std::uint16_t kVersionWords = 9;
+
+/// True for the words of the loader itself. An update that writes one destroys it.
+constexpr bool IsLoaderWord(std::uint16_t address) {
+  return (address >= 0x1F00 && address <= 0x1FDF) || address == 0x1FFF;
+}
+
 /// The board's side of docs/protocol.md: a state machine without time and without a line.
 class BoardProtocol {
  public:
@@ -51,8 +60,12 @@ class BoardProtocol {
   /// Puts another chip into the socket. The board itself does not notice.
   void Insert(Chip* chip);
 
-  /// Switches off and on: normal set, no device selected, a half-received command forgotten.
+  /// Switches off and on: normal set, no device selected, a half-received command forgotten. With
+  /// an update unfinished the board comes up in its loader instead.
   void Restart();
+
+  /// Forgets the bytes of a frame that has not come whole; does nothing outside update mode.
+  void ForgetFrame();
 
   [[nodiscard]] CommandSet Set() const { return set_; }
   [[nodiscard]] bool InProgrammingMode() const { return programming_; }
@@ -62,6 +75,14 @@ class BoardProtocol {
 
   [[nodiscard]] const FirmwareImage& Firmware() const { return firmware_; }
   void SetFirmwareWord(std::uint16_t address, std::uint16_t word) { firmware_[address] = word; }
+
+  /// True from the first word of an update to its end frame.
+  [[nodiscard]] bool UpdateUnfinished() const { return update_unfinished_; }
+  /// As after a power cut in the middle of an update.
+  void LeaveUpdateUnfinished();
+
+  /// The answer to "?".
+  [[nodiscard]] std::string VersionLine() const;
 
   /// How many times programming mode has been left.
   [[nodiscard]] unsigned LeaveCount() const { return leave_count_; }
@@ -74,6 +95,7 @@ class BoardProtocol {
   struct Command;
   static const Command* FindCommand(std::uint8_t letter);
 
+  std::optional<BoardReply> FeedLoader(std::uint8_t byte);
   std::optional<BoardReply> FeedUpdate(std::uint8_t byte);
   std::optional<BoardReply> FeedCommand(std::uint8_t byte);
   std::optional<BoardReply> Start(std::uint8_t letter);
@@ -104,6 +126,8 @@ class BoardProtocol {
   void Write(std::initializer_list<Instruction> instructions);
   [[nodiscard]] BoardReply Acknowledge(std::chrono::microseconds ChipTimes::*time) const;
   void ReleaseChip();
+  void EnterUpdate();
+  [[nodiscard]] bool LoaderWhole() const;
 
   BoardOptions options_;
   Chip* socket_;
@@ -114,6 +138,7 @@ class BoardProtocol {
   const Command* pending_ = nullptr;
   std::vector<std::uint8_t> arguments_;
   FirmwareImage firmware_;
+  bool update_unfinished_ = false;
   unsigned leave_count_ = 0;
 };
 

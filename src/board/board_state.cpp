@@ -17,6 +17,7 @@ namespace {
 //
 //   fenwright-board-state 1
 //   firmware ADDRESS WORD
+//   update unfinished            missing: the firmware is whole
 //   chip NAME                    the lines below, up to the next "chip", belong to this chip
 //   fuses LOW HIGH
 //   lock BITS                    bit 1 = LB2, bit 0 = LB1
@@ -106,6 +107,7 @@ class StateReader {
     if (keyword == "socket") return board_.InsertChip(rest);
     if (keyword == "device") return Device(rest);
     if (keyword == "firmware") return Firmware(rest);
+    if (keyword == "update") return Update(rest);
     if (chip_ == nullptr) return false;
     if (keyword == "fuses") return Fuses(rest);
     if (keyword == "lock") return Lock(rest);
@@ -146,6 +148,14 @@ class StateReader {
     }
     board_.Protocol().SetFirmwareWord(static_cast<std::uint16_t>((*numbers)[0]),
                                       static_cast<std::uint16_t>((*numbers)[1]));
+    return true;
+  }
+
+  bool Update(std::string_view rest) {
+    if (rest != "unfinished") {
+      return false;
+    }
+    board_.Protocol().LeaveUpdateUnfinished();
     return true;
   }
 
@@ -226,6 +236,9 @@ std::string FormatState(const SimulatedBoard& board) {
     AppendHex(text, address, 4);
     AppendHex(text, word, 4);
     text += '\n';
+  }
+  if (board.Protocol().UpdateUnfinished()) {
+    text.append("update unfinished\n");
   }
   for (const auto& [name, chip] : board.Chips()) {
     if (chip.Model().Present) {

@@ -8,8 +8,8 @@
 namespace fenwright::board {
 
 /// The state that outlives a run, as lines of text: the chip in the socket, the selected device,
-/// every used chip (fuses, lock bits, calibration bytes, the memory rows that are not blank) and
-/// the words of the board's own firmware.
+/// every used chip (fuses, lock bits, calibration bytes, the memory rows that are not blank)
+/// the words of the board's own firmware, and whether its last update was finished.
 std::string FormatState(const SimulatedBoard& board);
 
 /// Reads a text of FormatState() into a board. False on a bad text: `error` then names the line,

@@ -13,7 +13,7 @@ struct Form {
   std::string_view Effect;
 };
 
-constexpr std::array<Form, 11> kForms{{
+constexpr std::array<Form, 12> kForms{{
     {"silent", "no reply at all"},
     {"silent@N", "no reply from the N-th on"},
     {"drop@N", "the N-th reply is lost"},
@@ -25,6 +25,7 @@ constexpr std::array<Form, 11> kForms{{
     {"stuck@flash:ADDR:BIT=V", "a bit (0-15) of a flash word always reads V"},
     {"stuck@eeprom:ADDR:BIT=V", "a bit (0-7) of an EEPROM byte always reads V"},
     {"hangup@N", "the line hangs up when the N-th byte has arrived"},
+    {"powercut@N", "the board's power fails for a moment when the N-th byte arrives"},
 }};
 
 /// The whole of `text` as a number; nothing when there is anything else in it.
@@ -132,7 +133,7 @@ struct Reader {
   std::optional<Fault> (*Read)(Fault fault, Arguments arguments);
 };
 
-constexpr std::array<Reader, 9> kReaders{{
+constexpr std::array<Reader, 10> kReaders{{
     {"silent", Fault::Kind::Silent, Silenced},
     {"drop", Fault::Kind::Drop, Numbered},
     {"late", Fault::Kind::Late, Delayed},
@@ -142,6 +143,7 @@ constexpr std::array<Reader, 9> kReaders{{
     {"lie", Fault::Kind::Lie, Numbered},
     {"stuck", Fault::Kind::Stuck, Stuck},
     {"hangup", Fault::Kind::HangUp, Numbered},
+    {"powercut", Fault::Kind::PowerCut, Numbered},
 }};
 
 /// Cuts the last part in two; the first half is the longer one.
@@ -223,6 +225,7 @@ std::vector<ReplyPart> FaultInjector::Reply(std::vector<std::uint8_t> bytes) {
       case Fault::Kind::Lie:
       case Fault::Kind::Stuck:
       case Fault::Kind::HangUp:
+      case Fault::Kind::PowerCut:
         break;
     }
   }
@@ -244,10 +247,18 @@ void FaultInjector::DamageChip(Chip& chip) const {
   }
 }
 
-bool FaultInjector::HangsUpAt(std::uint32_t received) const {
-  return std::any_of(faults_.begin(), faults_.end(), [received](const Fault& fault) {
-    return fault.What == Fault::Kind::HangUp && fault.Number == received;
+bool FaultInjector::HasFaultAt(Fault::Kind what, std::uint32_t received) const {
+  return std::any_of(faults_.begin(), faults_.end(), [what, received](const Fault& fault) {
+    return fault.What == what && fault.Number == received;
   });
+}
+
+bool FaultInjector::HangsUpAt(std::uint32_t received) const {
+  return HasFaultAt(Fault::Kind::HangUp, received);
+}
+
+bool FaultInjector::LosesPowerAt(std::uint32_t received) const {
+  return HasFaultAt(Fault::Kind::PowerCut, received);
 }
 
 }  // namespace fenwright::board

@@ -26,11 +26,13 @@ namespace fenwright::board {
 ///     stuck@flash:ADDR:BIT=V      bit BIT (0-15) of flash word ADDR always reads V (0 or 1)
 ///     stuck@eeprom:ADDR:BIT=V     bit BIT (0-7) of EEPROM byte ADDR always reads V (0 or 1)
 ///     hangup@N                    the line hangs up when the N-th byte has arrived
+///     powercut@N                  the board's power fails for a moment when the N-th byte arrives;
+///                                 that byte is lost
 ///
 /// N counts from 1. N, MS and BIT are decimal, ADDR is decimal or, with 0x, hexadecimal; MS may
 /// have decimals.
 struct Fault {
-  enum class Kind { Silent, Drop, Late, Split, Double, Flip, Lie, Stuck, HangUp };
+  enum class Kind { Silent, Drop, Late, Split, Double, Flip, Lie, Stuck, HangUp, PowerCut };
   Kind What = Kind::Silent;
   std::uint32_t Number = 1;  ///< N
   std::chrono::nanoseconds Delay{};
@@ -67,7 +69,12 @@ class FaultInjector {
   /// True when the line hangs up with the `received`-th byte.
   [[nodiscard]] bool HangsUpAt(std::uint32_t received) const;
 
+  /// True when the board's power fails with the `received`-th byte.
+  [[nodiscard]] bool LosesPowerAt(std::uint32_t received) const;
+
  private:
+  [[nodiscard]] bool HasFaultAt(Fault::Kind what, std::uint32_t received) const;
+
   std::vector<Fault> faults_;
   std::uint32_t replies_ = 0;
   std::uint32_t writes_ = 0;

@@ -8,6 +8,9 @@ namespace {
 
 using std::chrono::nanoseconds;
 
+/// Longest pause between two bytes of an update frame.
+constexpr nanoseconds kFramePause = std::chrono::milliseconds(100);
+
 const ChipModel& ModelOrEmpty(std::string_view name) {
   const ChipModel* model = FindChip(name);
   return model != nullptr ? *model : *FindChip("empty");
@@ -60,10 +63,28 @@ void SimulatedBoard::Arrive(std::uint8_t byte, nanoseconds at) {
     hang_up_at_ = at;
     return;
   }
+  if (faults_.LosesPowerAt(received_)) {
+    CutPower(at);
+    return;
+  }
+  if (at - last_arrival_ > kFramePause) {
+    protocol_.ForgetFrame();
+  }
+  last_arrival_ = at;
   const nanoseconds start = std::max(at, busy_until_);
   if (auto reply = protocol_.Feed(byte)) {
     Answer(std::move(*reply), start);
   }
+}
+
+/// What the board had still to send is lost; the line itself stays.
+void SimulatedBoard::CutPower(nanoseconds at) {
+  while (!due_.empty() && due_.back().At > at + latency_) {
+    due_.pop_back();
+  }
+  busy_until_ = at;
+  to_pc_ = LineDirection(baud_);
+  protocol_.Restart();
 }
 
 void SimulatedBoard::Answer(BoardReply reply, nanoseconds start) {

@@ -34,7 +34,8 @@ struct SimulatedBoardOptions {
 /// the board has done its work, one byte time each; the adapter then holds each back for the
 /// latency. Bytes that arrive while the board works wait.
 ///
-/// A command is carried out inside Receive(), only its effects on the line are spread over time.
+/// A command is carried out inside Receive(), only its effects on the line are spread over time. In
+/// update mode the bytes of a frame follow each other; a frame that pauses for 100 ms is dropped.
 class SimulatedBoard {
  public:
   explicit SimulatedBoard(SimulatedBoardOptions options);
@@ -88,6 +89,7 @@ class SimulatedBoard {
   };
 
   void Arrive(std::uint8_t byte, std::chrono::nanoseconds at);
+  void CutPower(std::chrono::nanoseconds at);
   void Answer(BoardReply reply, std::chrono::nanoseconds start);
   void NoteTime(std::chrono::nanoseconds now);
 
@@ -102,6 +104,7 @@ class SimulatedBoard {
   std::chrono::nanoseconds busy_until_ = std::chrono::nanoseconds::min();
   std::deque<DueByte> due_;
   std::uint32_t received_ = 0;
+  std::chrono::nanoseconds last_arrival_{};
   std::optional<std::chrono::nanoseconds> hang_up_at_;
   bool hung_up_ = false;
   bool connected_ = false;
