@@ -122,6 +122,7 @@ bool BoardProtocol::LoaderWhole() const {
 void BoardProtocol::EnterUpdate() {
   ReleaseChip();
   arguments_.clear();
+  word_since_update_ = false;
   set_ = LoaderWhole() ? CommandSet::Update : CommandSet::Loader;
 }
 
@@ -132,20 +133,24 @@ std::optional<BoardReply> BoardProtocol::FeedLoader(std::uint8_t byte) {
 
 std::optional<BoardReply> BoardProtocol::FeedUpdate(std::uint8_t byte) {
   // No word address begins so: the PC begins anew.
-  if (arguments_.empty() && byte == kUpdate) return std::nullopt;
+  if (arguments_.empty() && byte == kUpdate) {
+    word_since_update_ = false;
+    return std::nullopt;
+  }
   arguments_.push_back(byte);
   if (arguments_.size() < kFrameSize) {
     return std::nullopt;
   }
   const auto frame = std::exchange(arguments_, {});
   if (std::all_of(frame.begin(), frame.end(), [](std::uint8_t b) { return b == 0xFF; })) {
-    update_unfinished_ = false;
+    update_unfinished_ = update_unfinished_ && !word_since_update_;
     Restart();
     return std::nullopt;
   }
   const auto address = static_cast<std::uint16_t>(frame[0] << 8 | frame[1]);
   SetFirmwareWord(address, static_cast<std::uint16_t>(frame[2] << 8 | frame[3]));
   update_unfinished_ = true;
+  word_since_update_ = true;
   return One(static_cast<std::uint8_t>(frame[0] + frame[1] + frame[2] + frame[3]));
 }
 

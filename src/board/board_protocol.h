@@ -139,6 +139,7 @@ class BoardProtocol {
   std::vector<std::uint8_t> arguments_;
   FirmwareImage firmware_;
   bool update_unfinished_ = false;
+  bool word_since_update_ = false;  ///< a word has come since the last "U"
   unsigned leave_count_ = 0;
 };
 

@@ -279,8 +279,6 @@ UpdateOutcome RunFirmwareUpdate(UpdateContext& context, const std::string& path)
     case Step::Mismatch:
       return FailByMismatch(context);
     case Step::Stopped:
-      // A board that has had no word yet holds a whole firmware and may restart with it.
-      if (context.State.WordsSent == 0) context.UpdaterPort.Output(kEndFrame);
       return Stop(context);
     case Step::TimedOut:
       break;

@@ -50,8 +50,8 @@ VersionOutcome ReadVersion(UpdateContext& context);
 /// dialog. The file is read when the board is in update mode, in one go, and closed before the
 /// first word. A line that cannot be read, or a file, is reported like a time-out.
 ///
-/// A requested stop ends it before the next frame. When no word has gone out yet the end frame
-/// does, and the board restarts with the firmware that it has.
+/// A requested stop ends it before the next frame. No end frame follows, not even when no word has
+/// gone out: it could start the firmware of a board whose last update was broken off.
 UpdateOutcome RunFirmwareUpdate(UpdateContext& context, const std::string& path);
 
 }  // namespace fenwright::update

@@ -430,6 +430,93 @@ TEST(BoardProtocol, TheEndFrameIsOnlyAWholeFrame) {
   EXPECT_EQ(board.Board.Set(), CommandSet::Update);
 }
 
+/// A board in which an update has written a word and not come to its end.
+void BeginUpdate(Talk& board) {
+  board('U');
+  board.Send({0x00, 0x01, 0x00, 0x02});
+}
+
+TEST(BoardProtocol, SwitchedOnWithAnUpdateUnfinishedItWaitsMuteInItsLoader) {
+  Talk board("AT90S8515");
+  BeginUpdate(board);
+  board.Board.Restart();
+  EXPECT_EQ(board.Board.Set(), CommandSet::Loader);
+  EXPECT_EQ(board.Send({'?', 0x1B, 'A', 's', 0x00, 0x00, 0x00, 0x00}), kNothing);
+  board('U');
+  EXPECT_EQ(board.Send({0x00, 0x02, 0x00, 0x03}), Bytes{0x05});
+  board.Send({0xFF, 0xFF, 0xFF, 0xFF});
+  EXPECT_EQ(board('?'), kVersion);
+  EXPECT_FALSE(board.Board.UpdateUnfinished());
+}
+
+TEST(BoardProtocol, SwitchedOnBeforeTheFirstWordOfAnUpdateItRunsItsFirmware) {
+  Talk board("AT90S8515");
+  board('U');
+  board.Send({0x00, 0x01, 0x00});
+  board.Board.Restart();
+  EXPECT_EQ(board('?'), kVersion);
+}
+
+TEST(BoardProtocol, TheEndFrameWithoutAWordRestartsTheOldFirmware) {
+  Talk board("AT90S8515");
+  board('U');
+  EXPECT_EQ(board.Send({0xFF, 0xFF, 0xFF, 0xFF}), kNothing);
+  EXPECT_EQ(board('?'), kVersion);
+}
+
+TEST(BoardProtocol, UInThePlaceOfAFramesFirstByteBeginsTheUpdateAnew) {
+  Talk board("AT90S8515");
+  BeginUpdate(board);
+  EXPECT_EQ(board.Send({'U', 'U', 0x00, 'U', 'U', 'U'}), Bytes{static_cast<std::uint8_t>(3 * 'U')});
+  EXPECT_EQ(board.Board.Firmware().at('U'), 0x5555);
+}
+
+TEST(BoardProtocol, TheNewFirmwareAnswersWithTheVersionThatItCarries) {
+  Talk board("AT90S8515");
+  const std::string version = "KV-LOD350A V6.55\r\n";
+  board('U');
+  for (unsigned i = 0; i < version.size(); i += 2) {
+    const auto high = static_cast<std::uint8_t>(version[i + 1]);
+    const auto low = static_cast<std::uint8_t>(version[i]);
+    board.Send({0x1F, static_cast<std::uint8_t>(0xE0 + i / 2), high, low});
+  }
+  board.Send({0xFF, 0xFF, 0xFF, 0xFF});
+  EXPECT_EQ(board('?'), Bytes(version.begin(), version.end()));
+}
+
+TEST(BoardProtocol, AFirmwareWithAPartOfAVersionKeepsTheOldAnswer) {
+  Talk board("AT90S8515");
+  board('U');
+  for (std::uint8_t i = 0; i < 8; ++i) {
+    board.Send({0x1F, static_cast<std::uint8_t>(0xE0 + i), 'x', 'y'});
+  }
+  board.Send({0xFF, 0xFF, 0xFF, 0xFF});
+  EXPECT_EQ(board('?'), kVersion);
+}
+
+TEST(BoardProtocol, AnUpdateThatOverwritesTheLoaderIsTheLast) {
+  for (const int address : {0x1F00, 0x1FDF, 0x1FFF}) {
+    Talk board("AT90S8515");
+    board('U');
+    board.Send({static_cast<std::uint8_t>(address >> 8), static_cast<std::uint8_t>(address), 0, 0});
+    board.Send({0xFF, 0xFF, 0xFF, 0xFF});
+    EXPECT_EQ(board('?'), kVersion);
+    board('U');
+    EXPECT_EQ(board.Send({0x00, 0x00, 0x00, 0x00, '?', 'U', 'U'}), kNothing) << address;
+  }
+}
+
+TEST(BoardProtocol, TheWordsBesideTheLoaderDoNoHarm) {
+  for (const int address : {0x1EFF, 0x1FE0, 0x1FFE}) {
+    Talk board("AT90S8515");
+    board('U');
+    board.Send({static_cast<std::uint8_t>(address >> 8), static_cast<std::uint8_t>(address), 0, 0});
+    board.Send({0xFF, 0xFF, 0xFF, 0xFF});
+    board('U');
+    EXPECT_EQ(board.Send({0x00, 0x00, 0x00, 0x07}), Bytes{0x07}) << address;
+  }
+}
+
 TEST(BoardProtocol, DataSheetTimesDelayErasingAndWritingOnly) {
   Talk board("AT90S8515", {.Times = Timing::DataSheet});
   board.Ready();

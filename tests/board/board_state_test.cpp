@@ -51,6 +51,21 @@ TEST(BoardState, ARoundTripKeepsEverything) {
   EXPECT_EQ(other.Protocol().Firmware(), (FirmwareImage{{0x0102, 0x0304}, {0x1FFE, 0x0000}}));
 }
 
+TEST(BoardState, AnUnfinishedUpdateIsKeptAndTheBoardComesUpInItsLoader) {
+  SimulatedBoard board(Fast());
+  Fill(board);
+  SimulatedBoard other({});
+  std::string error;
+  ASSERT_TRUE(ParseState(FormatState(board), other, error)) << error;
+  EXPECT_EQ(other.Protocol().Set(), CommandSet::Loader);
+  other.Receive(Bytes{'U', 0xFF, 0xFF, 0xFF, 0xFF}, std::chrono::nanoseconds(0));
+  EXPECT_EQ(other.Protocol().Set(), CommandSet::Loader) << "no word, no new firmware";
+  other.Receive(Bytes{'U', 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}, std::chrono::nanoseconds(0));
+  EXPECT_EQ(other.Protocol().Set(), CommandSet::Normal);
+  EXPECT_EQ(FormatState(other).find("unfinished"), std::string::npos);
+  EXPECT_FALSE(ParseState("fenwright-board-state 1\nupdate finished", other, error));
+}
+
 TEST(BoardState, TheTextOfALoadedStateIsTheSameText) {
   SimulatedBoard board(Fast());
   Fill(board);

@@ -40,6 +40,8 @@ TEST(ParseFault, ReadsEveryForm) {
   EXPECT_EQ(Parse("flip@6:F0").Mask, 0xF0);
   EXPECT_EQ(Parse("lie@8").What, Fault::Kind::Lie);
   EXPECT_EQ(Parse("hangup@100").What, Fault::Kind::HangUp);
+  EXPECT_EQ(Parse("powercut@7").What, Fault::Kind::PowerCut);
+  EXPECT_EQ(Parse("powercut@7").Number, 7U);
   const Fault flash = Parse("stuck@flash:0x12A:15=0");
   EXPECT_EQ(flash.What, Fault::Kind::Stuck);
   EXPECT_EQ(flash.Bit.Where, StuckBit::Memory::Flash);
@@ -80,6 +82,7 @@ TEST(ParseFault, RefusesBadSpecsNamingThemAndTheForms) {
                            "stuck@flash:1:1",
                            "stuck@flash:0xZ:1=1",
                            "hangup@",
+                           "powercut",
                            "drop@99999999999",
                            "Silent",
                            "silent "}) {
@@ -94,7 +97,7 @@ TEST(ParseFault, RefusesBadSpecsNamingThemAndTheForms) {
 TEST(FaultForms, HasALineForEveryKind) {
   for (const char* form : {"silent ", "silent@N ", "drop@N ", "late@N:MS ", "split@N:MS ",
                            "double@N ", "flip@N[:HEXMASK] ", "lie@N ", "stuck@flash:ADDR:BIT=V ",
-                           "stuck@eeprom:ADDR:BIT=V ", "hangup@N "}) {
+                           "stuck@eeprom:ADDR:BIT=V ", "hangup@N ", "powercut@N "}) {
     EXPECT_THAT(FaultForms(), HasSubstr("  " + std::string(form)));
   }
 }
@@ -106,7 +109,11 @@ class FaultyBoard {
       : Board({.Chip = "AT90S8515", .Baud = 0, .Latency = {}, .Board = {}, .Faults = All(specs)}) {}
 
   Bytes operator()(char letter, std::initializer_list<int> arguments = {}) {
-    Board.Receive(Say(letter, arguments), Now);
+    return Send(Say(letter, arguments));
+  }
+
+  Bytes Send(const Bytes& bytes) {
+    Board.Receive(bytes, Now);
     return Board.TakeDue(Now);
   }
 
@@ -255,6 +262,35 @@ TEST(Faults, TheLineHangsUpWithTheNthByte) {
   EXPECT_TRUE(board.Board.HungUp());
   EXPECT_EQ(board('A'), kNothing);
   EXPECT_EQ(board.Board.NextDue(), std::nullopt);
+}
+
+TEST(Faults, APowerCutLosesTheByteAndRestartsTheBoardOnTheSameLine) {
+  FaultyBoard board({"powercut@5"});
+  board.Ready();
+  EXPECT_EQ(board.Board.Protocol().LeaveCount(), 0U);
+  EXPECT_EQ(board('s'), kNothing);
+  EXPECT_FALSE(board.Board.HungUp());
+  EXPECT_EQ(board.Board.Protocol().LeaveCount(), 1U);
+  EXPECT_EQ(board.Board.Protocol().SelectedDevice(), nullptr);
+  EXPECT_EQ(board('P'), kRefused);
+  EXPECT_EQ(board('A'), kAck);
+}
+
+TEST(Faults, APowerCutTakesWhatTheBoardHadStillToSend) {
+  FaultyBoard board({"late@1:50", "powercut@2"});
+  EXPECT_EQ(board('A'), kNothing);
+  EXPECT_EQ(board('A'), kNothing);
+  EXPECT_EQ(board.After(100ms), kNothing);
+}
+
+TEST(Faults, AFrameThatPausesIsDropped) {
+  for (const bool pauses : {false, true}) {
+    FaultyBoard board({});
+    board('U');
+    board.Send({0x00, 0x01});
+    board.After(pauses ? 101ms : 99ms);
+    EXPECT_EQ(board.Send({0x02, 0x03}), pauses ? kNothing : Bytes{0x06});
+  }
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "platform/shell.h"
 #include "platform/status_bar.h"
 #include "platform/text_files.h"
+#include "platform/update_form.h"
 #include "platform/views.h"
 
 namespace fenwright::testing {
@@ -213,6 +214,73 @@ class FakeDeviceForm final : public platform::DeviceForm {
   std::string FlashLabel;
   std::string EepromLabel;
   bool FrameShown = false;
+};
+
+/// The update dialog's controls; every change is also written down in `Calls`, in order.
+class FakeUpdateForm final : public platform::UpdateForm {
+ public:
+  void PlaceDivider() override { Calls.emplace_back("divider"); }
+  void SetPortItems(const std::vector<std::string>& items) override {
+    PortItems = items;
+    Calls.emplace_back("port items");
+  }
+  void SetPortText(std::string_view text) override { Note("port", Port, text); }
+  [[nodiscard]] std::string PortText() const override { return Port; }
+  void SetSpeedItems(const std::vector<std::string>& items) override {
+    SpeedItems = items;
+    Calls.emplace_back("speed items");
+  }
+  void SetSpeedText(std::string_view text) override { Note("speed", Speed, text); }
+  [[nodiscard]] std::string SpeedText() const override { return Speed; }
+  void EnableSpeed(bool enable) override { Note("speed", SpeedEnabled, enable); }
+  void EnableVersionButton(bool enable) override { Note("CmdVersion", VersionEnabled, enable); }
+  void EnableUpdateButton(bool enable) override { Note("CmdUpdate", UpdateEnabled, enable); }
+  void SetVersionText(std::string_view text) override { Note("version", Version, text); }
+  void SetFileText(std::string_view path) override { Note("file", File, path); }
+  void SetInstructions(std::string_view text) override { Note("label", Instructions, text); }
+  void SetInstructionsBackground(std::uint32_t colour) override {
+    Background = colour;
+    Calls.push_back("background " + std::to_string(colour));
+  }
+  void SetStatusText(std::string_view text) override { Note("status", Status, text); }
+  void SetDetail(std::string_view text) override { Detail = text; }
+  void SetProgress(int value) override {
+    Progress = value;
+    Calls.push_back("bar at " + std::to_string(value));
+  }
+  void ShowProgress(int minimum, int maximum, int value) override {
+    Progress = value;
+    BarVisible = true;
+    Calls.push_back("bar " + std::to_string(minimum) + ".." + std::to_string(maximum) + " at " +
+                    std::to_string(value));
+  }
+
+  std::vector<std::string> Calls;
+  std::vector<std::string> PortItems;
+  std::vector<std::string> SpeedItems;
+  std::string Port;
+  std::string Speed;
+  std::string Version;
+  std::string File;
+  std::string Instructions;
+  std::string Status;
+  std::string Detail;
+  std::optional<std::uint32_t> Background;
+  bool SpeedEnabled = true;
+  bool VersionEnabled = true;
+  bool UpdateEnabled = true;
+  bool BarVisible = false;
+  int Progress = 0;
+
+ private:
+  void Note(const char* what, std::string& field, std::string_view text) {
+    field = text;
+    Calls.push_back(std::string(what) + " \"" + field + '"');
+  }
+  void Note(const char* what, bool& field, bool enable) {
+    field = enable;
+    Calls.push_back(std::string(what) + (enable ? " enabled" : " disabled"));
+  }
 };
 
 /// Files in memory. A path in `Refused` cannot be written; a file grows to `Capacity` bytes.

@@ -101,6 +101,8 @@ void ScriptedPort::DiscardInput() {
   received_.clear();
 }
 
+void ScriptedPort::DiscardOutput() { Log.emplace_back("DiscardOutput"); }
+
 void ScriptedPort::Output(std::span<const std::uint8_t> bytes) {
   Log.push_back("Output " + ToHex(bytes));
   if (!open_ || gone_) return;

@@ -62,7 +62,7 @@ class ScriptedPort final : public platform::SerialControl {
   [[nodiscard]] bool PortOpen() const override { return open_; }
   int InBufferCount() override;
   void DiscardInput() override;
-  void DiscardOutput() override {}
+  void DiscardOutput() override;
   void Output(std::span<const std::uint8_t> bytes) override;
   Bytes Input() override;
   bool IsGone() override { return gone_ || !open_; }

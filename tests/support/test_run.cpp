@@ -12,6 +12,14 @@
 namespace fenwright::testing {
 namespace {
 
+board::SimulatedBoardOptions WithChip(std::string_view device,
+                                      board::SimulatedBoardOptions options) {
+  if (options.Chip == "empty") options.Chip = device;
+  return options;
+}
+
+}  // namespace
+
 board::TimeSource TimeOf(VirtualClock& clock) {
   return {.Now =
               [&clock] {
@@ -25,14 +33,6 @@ board::TimeSource TimeOf(VirtualClock& clock) {
                 clock.Advance(std::chrono::duration<double>(time).count() + 1e-8);
               }};
 }
-
-board::SimulatedBoardOptions WithChip(std::string_view device,
-                                      board::SimulatedBoardOptions options) {
-  if (options.Chip == "empty") options.Chip = device;
-  return options;
-}
-
-}  // namespace
 
 TestPlatform::TestPlatform() {
   State.AppFolder = "/app/";

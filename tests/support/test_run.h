@@ -80,6 +80,9 @@ class BoardRun : public TestPlatform {
   [[nodiscard]] static Bytes LinkCheckBytes(std::uint8_t device_code);
 };
 
+/// The time of a simulated line on a virtual clock.
+board::TimeSource TimeOf(VirtualClock& clock);
+
 /// Random bytes from a fixed seed.
 Bytes RandomBytes(std::size_t count, unsigned seed);
 

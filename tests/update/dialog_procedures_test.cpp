@@ -1,0 +1,317 @@
+#include <gtest/gtest.h>
+
+#include "support/update_run.h"
+#include "update/hex_text.h"
+#include "update/update_report.h"
+
+namespace fenwright::testing {
+namespace {
+
+using update::StartOutcome;
+using Calls = std::vector<std::string>;
+
+constexpr const char* kSetPort = "ポート番号を設定してください。";
+constexpr const char* kPortNotOpened = "通信ポートをオープンできませんでした。";
+
+TEST(UpdateDialogLoad, GoesThroughItsStepsInOrder) {
+  ScriptedUpdate run;
+  run.Dialog_Update.Port.clear();
+  run.Update.UpdateFilePath = "left over";
+  update::Load(run.Context);
+  EXPECT_EQ(
+      run.Dialog_Update.Calls,
+      (Calls{"divider", "port items", "port \"?\"", "speed items", "speed \"?\"", "speed disabled",
+             "speed \"57600\"", "CmdUpdate disabled",
+             "label \"１．通信ポートを指定してください。\r\n"
+             "２．[Version Read]ボタンを押して、バージョンが表示されると通信確認完了です。\r\n"
+             "３．[OPEN]ボタンを押して、アップデートファイルを指定してください。 [kvldxxx.hex]\r\n"
+             "４．[UPDATE]ボタンを押してください。ファイルのアップデータが開始されます。\""}));
+  EXPECT_EQ(run.Dialog_Update.PortItems,
+            (Calls{"1",  "2",  "3",  "4",  "5",  "6",  "7",  "8",  "9",  "10",
+                   "11", "12", "13", "14", "15", "16", "17", "18", "19", "20"}));
+  EXPECT_EQ(run.Dialog_Update.SpeedItems, (Calls{" 9600", "19200", "57600"}));
+  EXPECT_EQ(run.Update.UpdateFilePath, "");
+  EXPECT_TRUE(run.MainPort.PortOpen()) << "nothing has touched the main port yet";
+}
+
+TEST(UpdateDialogLoad, EmptiesTheLogFile) {
+  ScriptedUpdate run;
+  run.Files.Files["/app/LOG.txt"] = "old text";
+  update::Load(run.Context);
+  EXPECT_EQ(run.Files.Files.at("/app/LOG.txt"), "");
+}
+
+TEST(UpdateDialogLoad, CreatesTheLogFileAndGoesOnWithoutOne) {
+  ScriptedUpdate run;
+  update::Load(run.Context);
+  EXPECT_TRUE(run.Files.Files.contains("/app/LOG.txt"));
+  ScriptedUpdate refused;
+  refused.Files.Refused.emplace_back("/app/LOG.txt");
+  update::Load(refused.Context);
+  EXPECT_EQ(refused.Dialog_Update.PortItems.size(), 20U);
+  EXPECT_TRUE(refused.DialogBoxes.Boxes.empty());
+}
+
+TEST(UpdateDialogSettings, TheChosenPortGoesUnderOneKeyAndIsReadUnderAnother) {
+  ScriptedUpdate run;
+  update::Load(run.Context);
+  run.Dialog_Update.Port = "7";
+  update::PickPort(run.Context);
+  EXPECT_EQ(run.Settings.Read("Settings6", "Com"), "7");
+  EXPECT_EQ(run.Settings.Read("Settings6", "ComNo"), std::nullopt);
+
+  update::Load(run.Context);
+  EXPECT_EQ(run.Dialog_Update.Port, "?");
+  run.Settings.Write("Settings6", "ComNo", "12");
+  update::Load(run.Context);
+  EXPECT_EQ(run.Dialog_Update.Port, "12");
+}
+
+TEST(UpdateDialogSettings, TheStoredSpeedIsReadAndReplaced) {
+  ScriptedUpdate run;
+  run.Settings.Write("Settings6", "Speed", "19200");
+  update::Load(run.Context);
+  EXPECT_EQ(run.Dialog_Update.Calls.at(4), "speed \"19200\"");
+  EXPECT_EQ(run.Dialog_Update.Speed, "57600");
+  EXPECT_FALSE(run.Dialog_Update.SpeedEnabled);
+  run.Dialog_Update.Speed = " 9600";
+  update::PickSpeed(run.Context);
+  EXPECT_EQ(run.Settings.Read("Settings6", "Speed"), " 9600");
+}
+
+TEST(UpdateDialogOpen, AsksForTheFile) {
+  ScriptedUpdate run;
+  run.Settings.Write("Settings6", "OPEN_DIR0", "/fw/");
+  update::ChooseUpdateFile(run.Context);
+  ASSERT_EQ(run.Chooser.Requests.size(), 1U);
+  const platform::FileDialogRequest& request = run.Chooser.Requests[0];
+  EXPECT_EQ(request.Title, "アップデータを開く");
+  EXPECT_EQ(request.Filter, "アップデータファイル|*.HEX|全てのファイル|*.*|");
+  EXPECT_EQ(request.DefaultExtension, "HEX");
+  EXPECT_EQ(request.StartFolder, "/fw/");
+  EXPECT_EQ(request.FileName, "*.HEX");
+}
+
+TEST(UpdateDialogOpen, TakesTheChosenFile) {
+  ScriptedUpdate run;
+  run.GivenFile(":020000000102FB\r\n:00000001FF\r\n");
+  run.Chooser.Choice = kUpdateFile;
+  update::ChooseUpdateFile(run.Context);
+  EXPECT_EQ(run.Update.UpdateFilePath, "/files/kvld640.hex");
+  EXPECT_EQ(run.Dialog_Update.Calls,
+            (Calls{"file \"/files/kvld640.hex\"",
+                   "status \"ファイル名：kvld640.hexを指定しました。\"", "CmdUpdate enabled"}));
+  EXPECT_EQ(run.Settings.Read("Settings6", "OPEN_DIR0"), "/files/");
+  EXPECT_EQ(run.Dialog_Update.Detail, "");
+}
+
+TEST(UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllTheSame) {
+  ScriptedUpdate run;
+  run.GivenFile(":020000000102FB\r\n:020002000304F6\r\n:00000001FF\r\n");
+  run.Chooser.Choice = kUpdateFile;
+  update::ChooseUpdateFile(run.Context);
+  EXPECT_EQ(run.Dialog_Update.Detail,
+            "警告：このファイルでアップデートしないでください。2行目：チェックサムが違います");
+  EXPECT_TRUE(run.Dialog_Update.UpdateEnabled);
+
+  run.Chooser.Choice = "/files/none.hex";
+  update::ChooseUpdateFile(run.Context);
+  EXPECT_EQ(run.Dialog_Update.Detail,
+            "警告：このファイルでアップデートしないでください。no such file");
+}
+
+TEST(UpdateDialogOpen, CancellingChangesNothing) {
+  ScriptedUpdate run;
+  run.Update.UpdateFilePath = "/old/old.hex";
+  run.Settings.Write("Settings6", "OPEN_DIR0", "/old/");
+  for (const bool empty_name : {false, true}) {
+    run.Chooser.Choice = empty_name ? std::optional<std::string>("") : std::nullopt;
+    update::ChooseUpdateFile(run.Context);
+    EXPECT_EQ(run.Update.UpdateFilePath, "/old/old.hex");
+    EXPECT_EQ(run.Settings.Read("Settings6", "OPEN_DIR0"), "/old/");
+    EXPECT_EQ(run.Dialog_Update.Calls, Calls{});
+  }
+}
+
+TEST(UpdateDialogOpen, AnEmptyPortTextIsToldAndAQuestionMarkPasses) {
+  ScriptedUpdate run;
+  run.Dialog_Update.Port = "";
+  update::ChooseUpdateFile(run.Context);
+  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
+  EXPECT_TRUE(run.Chooser.Requests.empty());
+  run.Dialog_Update.Port = "?";
+  update::ChooseUpdateFile(run.Context);
+  EXPECT_EQ(run.Chooser.Requests.size(), 1U);
+}
+
+TEST(UpdateDialogUpdate, AnEmptyPortTextIsTold) {
+  ScriptedUpdate run;
+  run.Update.UpdateFilePath = kUpdateFile;
+  run.Dialog_Update.Port = "";
+  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::NoPort);
+  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
+  EXPECT_EQ(run.Dialog_Update.Calls, Calls{});
+}
+
+TEST(UpdateDialogUpdate, WithoutAFileTheStatusSaysSo) {
+  ScriptedUpdate run;
+  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::NoFile);
+  EXPECT_EQ(run.Dialog_Update.Calls,
+            (Calls{"status \"\"", "status \"アップデートファイルがロードされていません。\""}));
+  EXPECT_TRUE(run.MainPort.PortOpen());
+}
+
+TEST(UpdateDialogUpdate, GoesThroughItsStepsInOrder) {
+  ScriptedUpdate run;
+  run.GivenFile(":020000000102FB\r\n");
+  run.Update.UpdateFilePath = kUpdateFile;
+  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5).Expect("FF FF FF FF");
+  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::Ran);
+  EXPECT_EQ(run.Dialog_Update.Calls,
+            (Calls{"status \"\"", "CmdVersion disabled",
+                   "status \"アップデート中です。電源は絶対に切らないでください。\"",
+                   "bar 0..7936 at 0", "status \"アップデート完了。  1sec\""}));
+  EXPECT_FALSE(run.Dialog_Update.VersionEnabled) << "until the dialog is opened again";
+}
+
+TEST(UpdateDialogUpdate, APortThatCannotBeOpenedLeavesTheVersionButton) {
+  ScriptedUpdate run;
+  run.Update.UpdateFilePath = kUpdateFile;
+  run.UpdaterPort.OpenResult.Status = platform::PortOpenStatus::Busy;
+  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::PortNotOpened);
+  EXPECT_EQ(run.Dialog_Update.Status, kPortNotOpened);
+  EXPECT_TRUE(run.Dialog_Update.VersionEnabled);
+  EXPECT_EQ(run.Update.UpdateFailed, 0) << "only the version read sets it";
+}
+
+TEST(UpdateDialogUpdate, AnUnsetPortIsToldAndOpeningIsStillTried) {
+  ScriptedUpdate run;
+  run.GivenFile(kEndRecord);
+  run.Update.UpdateFilePath = kUpdateFile;
+  run.Dialog_Update.Port = "?";
+  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::Ran);
+  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 2U);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
+}
+
+TEST(UpdateDialogGuard, NothingPressedDuringAnUpdateChangesTheWire) {
+  BoardUpdate run({.Baud = 0});
+  run.Open();
+  const auto check_ports = run.Events.OnTurn;
+  int pressed = 0;
+  run.Events.OnTurn = [&] {
+    check_ports();
+    if (run.Update.Now == update::Activity::Idle) return;
+    ++pressed;
+    const std::size_t requests = run.Chooser.Requests.size();
+    EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::Ignored);
+    update::ReadVersionPressed(run.Context);
+    update::ChooseUpdateFile(run.Context);
+    EXPECT_EQ(run.Chooser.Requests.size(), requests);
+    run.Dialog_Update.Port = "9";
+    update::PickPort(run.Context);
+  };
+  const Bytes image = RandomBytes(64, 5);
+  EXPECT_EQ(run.UpdateWith(HexText(image)), StartOutcome::Ran);
+  EXPECT_GT(pressed, 200);
+  EXPECT_EQ(run.Wire.size(), 1U + 32 * 4 + 4);
+  EXPECT_EQ(run.Board->Protocol().Firmware().size(), 32U);
+  EXPECT_TRUE(run.Dialog_Update.Status.starts_with("アップデート完了。  "));
+  EXPECT_FALSE(run.BothOpen);
+}
+
+TEST(UpdateDialogGuard, WordsAreOnTheirWayOnlyWhileTheyAre) {
+  BoardUpdate run({.Baud = 0});
+  run.Open();
+  std::vector<update::Activity> seen;
+  run.Events.OnTurn = [&] {
+    if (seen.empty() || seen.back() != run.Update.Now) seen.push_back(run.Update.Now);
+  };
+  run.UpdateWith(HexText({1, 2}));
+  EXPECT_EQ(seen, (std::vector{update::Activity::Busy, update::Activity::Updating}));
+  EXPECT_EQ(run.Update.Now, update::Activity::Idle);
+}
+
+TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
+  using Action = void (*)(BoardUpdate&);
+  const std::vector<std::pair<const char*, Action>> ways{
+      {"nothing done", [](BoardUpdate&) {}},
+      {"version read", [](BoardUpdate& run) { update::ReadVersionPressed(run.Context); }},
+      {"update",
+       [](BoardUpdate& run) {
+         run.UpdateWith(HexText({1, 2, 3, 4}));
+       }},
+      {"update without end",
+       [](BoardUpdate& run) {
+         run.State.StopRequested = true;
+         run.UpdateWith(HexText({1, 2, 3, 4}));
+       }},
+      {"version read twice, then two updates",
+       [](BoardUpdate& run) {
+         update::ReadVersionPressed(run.Context);
+         update::ReadVersionPressed(run.Context);
+         run.UpdateWith(HexText({1, 2, 3, 4}));
+         run.UpdateWith(HexText({1, 2, 3, 4}));
+       }},
+      {"file that cannot be read", [](BoardUpdate& run) {
+         run.Update.UpdateFilePath = "/none";
+         update::StartUpdate(run.Context);
+       }}};
+  for (const auto& [name, action] : ways) {
+    for (const bool main_open : {true, false}) {
+      BoardUpdate run({.Baud = 0});
+      run.MainPort.SetCommPort(5);
+      if (main_open) run.MainPort.Open();
+      run.Open();
+      action(run);
+      EXPECT_FALSE(run.MainPort.PortOpen() && run.UpdaterPort.PortOpen()) << name;
+      update::Unload(run.Context);
+      EXPECT_TRUE(run.MainPort.PortOpen()) << name;
+      EXPECT_FALSE(run.UpdaterPort.PortOpen()) << name;
+      EXPECT_EQ(run.MainPort.CommPort(), 5) << name;
+      EXPECT_FALSE(run.BothOpen) << name;
+    }
+  }
+}
+
+TEST(UpdateDialogPorts, UnloadTouchesOnlyWhatIsNotAsItShouldBe) {
+  ScriptedUpdate run;
+  update::Unload(run.Context);
+  EXPECT_TRUE(run.MainPort.Log.empty());
+  EXPECT_TRUE(run.UpdaterPort.Log.empty());
+
+  run.MainPort.Close();
+  run.UpdaterPort.StartOpen();
+  update::Unload(run.Context);
+  EXPECT_EQ(run.MainPort.Log, (Calls{"Close", "Open"})) << "with the settings it already had";
+  EXPECT_EQ(run.UpdaterPort.Log, Calls{"Close"});
+}
+
+TEST(UpdateDialogPorts, AfterAnUpdateTheMainPortTalksToTheNewFirmware) {
+  BoardUpdate run({.Baud = 0});
+  run.Open();
+  Bytes version = Hex("'KV-LOD350  V6.40' 0D 0A");
+  run.UpdateWith(HexRecord(0, {1, 2}) + HexText(version, 0x3FC0));
+  update::Unload(run.Context);
+  run.MainPort.Output(Bytes{'?'});
+  run.Clock.Advance(1);
+  EXPECT_EQ(run.MainPort.Input(), version);
+}
+
+TEST(UpdateReport, SaysWhatFirmwareTheBoardIsLeftWith) {
+  update::UpdateState state;
+  EXPECT_EQ(update::DescribeBoardState(state, update::Language::English),
+            "the board's firmware was not changed: switch the board off and on");
+  state.WordsSent = 1;
+  EXPECT_EQ(
+      update::DescribeBoardState(state, update::Language::Japanese),
+      "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
+      "もう一度アップデートを最後まで実行してください。");
+}
+
+}  // namespace
+}  // namespace fenwright::testing

@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include "support/update_run.h"
+#include "update/hex_text.h"
+#include "update/update_report.h"
+
+namespace fenwright::testing {
+namespace {
+
+using update::CheckImage;
+using update::ImageFault;
+using update::ImageReport;
+using update::Language;
+
+struct Refused {
+  const char* Content;
+  ImageFault Fault;
+  int Line;
+};
+
+class UpdateCheckRefuses : public ::testing::TestWithParam<Refused> {};
+
+TEST_P(UpdateCheckRefuses, AndNamesTheLine) {
+  const ImageReport report = CheckImage(GetParam().Content);
+  EXPECT_EQ(report.Fault, GetParam().Fault) << GetParam().Content;
+  EXPECT_EQ(report.FaultLine, GetParam().Line) << GetParam().Content;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, UpdateCheckRefuses,
+    ::testing::Values(
+        Refused{"", ImageFault::NoDataRecord, 0}, Refused{"\r\n\r\n", ImageFault::NoDataRecord, 0},
+        Refused{":00000001FF\r\n", ImageFault::NoDataRecord, 0},
+        Refused{":0000000000\r\n:00000001FF\r\n", ImageFault::NoDataRecord, 0},
+        Refused{"hello\r\n", ImageFault::BrokenLine, 1},
+        Refused{":020000000102FB\r\n 020000000102FB\r\n", ImageFault::BrokenLine, 2},
+        Refused{":020000000102F\r\n", ImageFault::BrokenLine, 1},
+        Refused{":0200000001G2FB\r\n", ImageFault::BrokenLine, 1},
+        Refused{":02000000010203F8\r\n", ImageFault::BrokenLine, 1},
+        Refused{":0200000001FD\r\n", ImageFault::BrokenLine, 1},
+        Refused{":020000090102F2\r\n", ImageFault::BrokenLine, 1},
+        Refused{"\r\n:020000000102FC\r\n", ImageFault::WrongChecksum, 2},
+        Refused{":020000000102FB\r\n:00000001FE\r\n", ImageFault::WrongChecksum, 2},
+        Refused{":020000040001F9\r\n:020000000102FB\r\n", ImageFault::UnusedAddress, 1},
+        Refused{":020000021000EC\r\n:020000000102FB\r\n", ImageFault::UnusedAddress, 1},
+        Refused{":020001000102FA\r\n:00000001FF\r\n", ImageFault::OddAddress, 1},
+        Refused{":00000001FF\r\n:020000000102FB\r\n", ImageFault::DataAfterEnd, 2},
+        Refused{":020000000102FB\r\n", ImageFault::NoEndRecord, 0}));
+
+TEST(UpdateCheck, AGoodFileHasItsWordsCounted) {
+  const ImageReport report = CheckImage(HexText(Bytes(0x4000, 0x5A)));
+  EXPECT_EQ(report.Fault, ImageFault::None);
+  EXPECT_EQ(report.WordsToSend, 7967);
+  EXPECT_EQ(report.WordsToSkip, 225);
+  EXPECT_EQ(report.FirstOddLine, 0);
+}
+
+TEST(UpdateCheck, TheCountIsWhatAnUpdateSends) {
+  const std::string file = HexText(RandomBytes(0x45, 1), 0x3DD0);
+  BoardUpdate run({.Baud = 0});
+  run.Open();
+  run.UpdateWith(file);
+  EXPECT_EQ(CheckImage(file).WordsToSend, run.Update.WordsSent);
+  EXPECT_EQ(CheckImage(file).FirstOddLine, 5);
+}
+
+TEST(UpdateCheck, ExtendedAddressesOfZeroAndStartAddressesAreNoFault) {
+  const ImageReport report = CheckImage(
+      ":020000040000FA\n:020000020000FC\n:0400000500000000F7\n:020000000102fb\n\n:00000001FF");
+  EXPECT_EQ(report.Fault, ImageFault::None) << report.FaultLine;
+  EXPECT_EQ(report.WordsToSend, 1);
+}
+
+TEST(UpdateCheck, FaultsAreToldInBothLanguages) {
+  EXPECT_EQ(DescribeFault({}, Language::English), "");
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::WrongChecksum, .FaultLine = 3}, Language::English),
+            "line 3 has a wrong checksum");
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::BrokenLine, .FaultLine = 12}, Language::Japanese),
+            "12行目：Intel HEX の正しいレコードではありません");
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoDataRecord}, Language::English),
+            "has no data record, so there is nothing to send");
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoEndRecord}, Language::Japanese),
+            "エンドレコードがありません。ファイルが途中で切れている可能性があります");
+}
+
+}  // namespace
+}  // namespace fenwright::testing

@@ -1,0 +1,231 @@
+#include <gtest/gtest.h>
+
+#include "support/update_run.h"
+#include "update/hex_text.h"
+
+namespace fenwright::testing {
+namespace {
+
+using update::UpdateOutcome;
+
+constexpr const char* kDone =
+    "　　　 ファームウエアアップデートが完了しました。  電源を再投入してください。  "
+    "　　　　　　　\r\n　";
+
+/// Frames expected of a script, each with the acknowledgement that is its sum.
+void ExpectFrames(ScriptedPort& port, std::initializer_list<const char*> frames) {
+  for (const char* frame : frames) {
+    unsigned sum = 0;
+    for (const std::uint8_t byte : Hex(frame)) sum += byte;
+    port.Expect(frame, ToHex(Bytes{static_cast<std::uint8_t>(sum)}));
+  }
+}
+
+/// The updater's port must send exactly `frames` between "U" and the end frame.
+void ExpectUpdate(const std::string& file, std::initializer_list<const char*> frames) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'");
+  ExpectFrames(run.UpdaterPort, frames);
+  run.UpdaterPort.Expect("FF FF FF FF");
+  EXPECT_EQ(run.RunUpdate(file), UpdateOutcome::Finished) << file;
+  EXPECT_EQ(run.Update.UpdateFailed, 0);
+}
+
+TEST(UpdateWire, AWordGoesOutAddressFirstThenItsHighByte) {
+  ExpectUpdate(":040002000C945634CC\r\n:00000001FF\r\n", {"00 01 94 0C", "00 02 34 56"});
+}
+
+TEST(UpdateWire, EveryFrameIsOneWriteAfterADiscardOfTheInput) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("00 01 04 03", "08");
+  run.UpdaterPort.Expect("FF FF FF FF");
+  run.RunUpdate(":0400000001020304F2\r\n:00000001FF\r\n");
+  EXPECT_EQ(run.UpdaterPort.Log,
+            (std::vector<std::string>{"DiscardInput", "Output 55", "DiscardInput",
+                                      "Output 00 00 02 01", "DiscardInput", "Output 00 01 04 03",
+                                      "DiscardInput", "Output FF FF FF FF"}));
+}
+
+TEST(UpdateWire, TheBoardGetsAWholeSecondAfterItsU) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  run.RunUpdate(kEndRecord);
+  EXPECT_NEAR(run.Clock.Elapsed(), 1.0, 1e-6);
+}
+
+TEST(UpdateWire, MidnightDoesNotCutThatSecondShort) {
+  ScriptedUpdate run;
+  run.Clock.Set(86399.5);
+  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  run.RunUpdate(kEndRecord);
+  EXPECT_NEAR(run.Clock.Elapsed(), 1.0, 1e-6);
+}
+
+TEST(UpdateWire, TheSecondsOfAnUpdateAreWholeAndMakeNoAllowanceForMidnight) {
+  for (const auto& [start, status] : {std::pair{36000.0, "アップデート完了。  2sec"},
+                                      {86399.5, "アップデート完了。  -86397sec"}}) {
+    ScriptedUpdate run;
+    run.Clock.Set(start);
+    run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 1.7).Expect("FF FF FF FF");
+    run.RunUpdate(":020000000102FB\r\n");
+    EXPECT_EQ(run.Dialog_Update.Status, status);
+  }
+}
+
+TEST(UpdateWire, AFileWithOnlyAnEndRecordSendsTheEndFrameAtOnceAndFinishes) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  EXPECT_EQ(run.RunUpdate(kEndRecord), UpdateOutcome::Finished);
+  ASSERT_EQ(run.Dialog_Update.Calls.size(), 1U);
+  EXPECT_TRUE(run.Dialog_Update.Status.starts_with("アップデート完了。  "));
+  EXPECT_TRUE(run.Dialog_Update.Status.ends_with("sec"));
+  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "ファームウエアアップデート");
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kDone);
+  EXPECT_TRUE(run.UpdaterPort.PortOpen());
+}
+
+TEST(UpdateWire, AnEmptyFileDoesTheSame) { ExpectUpdate("", {}); }
+
+TEST(UpdateWire, TheGapAndTheLoneTopWordAreSkippedAndTheirNeighboursSent) {
+  ExpectUpdate(HexRecord(0x3DFE, {1, 2, 3, 4}) + HexRecord(0x3FBE, {5, 6, 7, 8}) +
+                   HexRecord(0x3FFC, {9, 10, 11, 12}) + kEndRecord,
+               {"1E FF 02 01", "1F E0 08 07", "1F FE 0A 09"});
+}
+
+TEST(UpdateWire, NothingInTheGapOrBeyondTheTopMakesAnyTraffic) {
+  std::string file;
+  for (unsigned address = 0x3E00; address < 0x3FC0; address += 16) {
+    file += HexRecord(address, Bytes(16, 0x5A));
+  }
+  file += HexRecord(0x3FFE, {1, 2}) + HexRecord(0x4000, {1, 2}) + HexRecord(0xFFFE, {1, 2});
+  ExpectUpdate(file + kEndRecord, {});
+}
+
+TEST(UpdateWire, AFullImageIsPinnedByteForByte) {
+  const Bytes image = RandomBytes(0x4000, 73);
+  BoardUpdate run({.Baud = 0});
+  run.Open();
+  ASSERT_EQ(run.UpdateWith(HexText(image)), update::StartOutcome::Ran);
+
+  Bytes expected{'U'};
+  for (unsigned word = 0; word < 0x2000; ++word) {
+    const bool sent = word <= 0x1EFF || (word >= 0x1FE0 && word <= 0x1FFE);
+    if (!sent) continue;
+    expected.insert(expected.end(),
+                    {static_cast<std::uint8_t>(word >> 8), static_cast<std::uint8_t>(word),
+                     image[2 * word + 1], image[2 * word]});
+  }
+  expected.insert(expected.end(), 4, 0xFF);
+  EXPECT_EQ(expected.size(), 1U + 4 * (7936 + 31) + 4);
+  EXPECT_TRUE(run.Wire == expected);
+  EXPECT_EQ(run.Update.WordsSent, 7967);
+  EXPECT_EQ(run.Board->Protocol().Firmware().size(), 7967U);
+}
+
+TEST(UpdateWire, AnOddByteCountPairsTheLastByteWithTheChecksumDigits) {
+  ExpectUpdate(":0300000011223397\r\n:00000001FF\r\n", {"00 00 22 11", "00 01 97 33"});
+}
+
+TEST(UpdateWire, AByteCountOfZeroHasNoWord) { ExpectUpdate(":00000000001100\r\n", {}); }
+
+TEST(UpdateWire, LinesThatAreNoDataRecordsAreSkipped) {
+  ExpectUpdate(
+      "\r\n"
+      "; a remark\r\n"
+      " :0200000011 22CB\r\n"
+      "S1130000\r\n"
+      ":\r\n"
+      ":0000000\r\n"
+      ":020000021000EC\r\n"
+      ":020000040001F9\r\n"
+      ":02000001AABB98\r\n"
+      ":020000000102FB\r\n"
+      ":00000001FF\r\n"
+      ":020002000304F5\r\n",
+      {"00 00 02 01", "00 01 04 03"});
+}
+
+TEST(UpdateWire, ExtendedAddressesAreNotFollowed) {
+  ExpectUpdate(":020000040001F9\r\n:020000000102FB\r\n", {"00 00 02 01"});
+}
+
+TEST(UpdateWire, TheRecordChecksumIsNotChecked) {
+  ExpectUpdate(":02000000010200\r\n:020002000304\r\n", {"00 00 02 01", "00 01 04 03"});
+}
+
+TEST(UpdateWire, DigitsMayBeInLowerCaseAndLinesEndInLf) {
+  ExpectUpdate(":02000a00cdabff\n:00000001ff\n", {"00 05 AB CD"});
+}
+
+TEST(UpdateWire, ARecordAtAnOddAddressUsesTheIntegerPartOfItsWordAddresses) {
+  ExpectUpdate(HexRecord(0x0003, {1, 2, 3, 4}), {"00 01 02 01", "00 02 04 03"});
+}
+
+TEST(UpdateWire, OfAnAcknowledgementOfSeveralBytesTheFirstCounts) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03 99 98").Expect("FF FF FF FF");
+  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Finished);
+  EXPECT_EQ(run.Update.ReceiveBuffer, (Bytes{0x03, 0x99, 0x98}));
+}
+
+TEST(UpdateWire, TheAcknowledgementIsTheSumModulo256) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("00 01 FF FF", "FF").Expect("FF FF FF FF");
+  EXPECT_EQ(run.RunUpdate(":02000200FFFFFE\r\n"), UpdateOutcome::Finished);
+}
+
+TEST(UpdateWire, ABoardThatAcknowledgesLateIsWaitedForTwoSecondsAndNoMore) {
+  for (const bool in_time : {true, false}) {
+    ScriptedUpdate run;
+    run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", in_time ? 1.99 : 2.02);
+    if (in_time) run.UpdaterPort.Expect("FF FF FF FF");
+    EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"),
+              in_time ? UpdateOutcome::Finished : UpdateOutcome::TimedOut);
+  }
+}
+
+TEST(UpdateWire, AWaitThatBeginsBeforeMidnightLastsUntilTheByteComes) {
+  ScriptedUpdate run;
+  run.Clock.Set(86398.5);
+  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 600).Expect("FF FF FF FF");
+  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Finished);
+}
+
+TEST(UpdateWire, EventsRunOncePerWordAtLeast) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  run.RunUpdate(kEndRecord);
+  const int without_words = run.Events.Turns;
+  ScriptedUpdate skipping;
+  skipping.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  skipping.RunUpdate(HexRecord(0x8000, Bytes(16, 0)) + kEndRecord);
+  // Words beyond the maximum also run events with the bar that they take back to 0.
+  EXPECT_EQ(skipping.Events.Turns, without_words + 8 + 8);
+}
+
+TEST(UpdateWire, AStopBeforeTheFirstWordSendsNoEndFrame) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'");
+  run.Events.OnTurn = [&run] { run.State.StopRequested = true; };
+  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Stopped);
+  EXPECT_TRUE(run.DialogBoxes.Boxes.empty());
+}
+
+TEST(UpdateWire, AStopBeforeTheUpdateSendsNothing) {
+  ScriptedUpdate run;
+  run.State.StopRequested = true;
+  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Stopped);
+}
+
+TEST(UpdateWire, AStopInTheMiddleLetsTheRunningExchangeReturnAndSendsNoEndFrame) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5);
+  run.Events.OnTurn = [&run] { run.State.StopRequested = run.Update.WordsSent == 1; };
+  EXPECT_EQ(run.RunUpdate(":0400000001020304F2\r\n"), UpdateOutcome::Stopped);
+  EXPECT_EQ(run.UpdaterPort.InBufferCount(), 0) << "the acknowledgement was taken";
+}
+
+}  // namespace
+}  // namespace fenwright::testing
