@@ -149,20 +149,27 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
   fenwright::platform::SystemClock clock;
   fenwright::platform::SystemTextFiles files;
   fenwright::platform::Cp932CodePage code_page;
+  // Two controls on the same line; the firmware update dialog hands it over between them.
   std::unique_ptr<fenwright::platform::SerialControl> port;
+  std::unique_ptr<fenwright::platform::SerialControl> updater_port;
   std::unique_ptr<fenwright::platform::PortInfos> ports;
   fenwright::board::SimulatedSerialControl* simulated = nullptr;
   if (arguments.Simulate) {
+    const auto board = std::make_shared<fenwright::board::SimulatedBoard>(
+        fenwright::board::SimulatedBoardOptions{});
     auto control = std::make_unique<fenwright::board::SimulatedSerialControl>(
-        fenwright::board::SimulatedBoardOptions{}, fenwright::board::SteadyTimeSource());
+        board, fenwright::board::SteadyTimeSource());
     simulated = control.get();
     port = std::move(control);
+    updater_port = std::make_unique<fenwright::board::SimulatedSerialControl>(
+        board, fenwright::board::SteadyTimeSource());
     ports = std::make_unique<fenwright::board::SimulatedPortInfos>();
   } else {
     const auto path_of = [&settings, overrides](int number) {
       return fenwright::platform::DevicePath(settings, overrides, number);
     };
     port = std::make_unique<fenwright::platform::AsioSerialControl>(path_of);
+    updater_port = std::make_unique<fenwright::platform::AsioSerialControl>(path_of);
     ports = fenwright::platform::MakeSystemPortInfos(path_of);
   }
 
@@ -173,6 +180,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Settings = settings,
                                 .Ports = ports.get(),
                                 .Instance = instance.get(),
+                                .UpdaterPort = updater_port.get(),
                                 .ManualFolders = ManualFolders()});
   ChoosePort(run.Settings(), port_option, arguments.Simulate);
   if (simulated) {

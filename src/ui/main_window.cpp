@@ -209,12 +209,17 @@ void MainWindow::AcceptHexFile(QDropEvent* event) const {
 
 bool MainWindow::MayStart() const { return !state_.CommandRunning && !close_pending_; }
 
+bool MainWindow::MayStop() {
+  if (close_request_) return close_request_();
+  return !boxes_ || boxes_->Ask("", kCloseQuestion);
+}
+
 /// The question runs the event loop, and the close request comes from inside a wait of the
 /// command: the command stays where it is until the user has answered.
 void MainWindow::AskAndRequestStop() {
   if (asking_ || close_pending_) return;
   asking_ = true;
-  const bool close_window = !boxes_ || boxes_->Ask("", kCloseQuestion);
+  const bool close_window = MayStop();
   asking_ = false;
   if (!close_window) return;
   close_pending_ = true;

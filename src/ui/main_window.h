@@ -3,6 +3,7 @@
 #include <array>
 #include <functional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include <QMainWindow>
@@ -81,6 +82,10 @@ class MainWindow : public QMainWindow {
   /// Who asks whether to end a running command. Without one the window closes without asking.
   void SetMessageBoxes(platform::MessageBoxes& boxes) { boxes_ = &boxes; }
 
+  /// Who decides, in place of the usual question, whether the running command may be ended, and
+  /// closes what it has on the screen; empty = the usual question.
+  void SetCloseRequest(std::function<bool()> request) { close_request_ = std::move(request); }
+
   /// Runs a command with the controls disabled; does nothing when a command runs already. Closes
   /// the window afterwards when that was asked for meanwhile.
   void Run(const std::function<void()>& command);
@@ -151,6 +156,7 @@ class MainWindow : public QMainWindow {
   /// The control that has the window's focus and is disabled while a command runs, if any.
   [[nodiscard]] QWidget* FocusedCommandControl() const;
   void EnableControls(bool enable);
+  [[nodiscard]] bool MayStop();
   void AskAndRequestStop();
   void OnCommitData(QSessionManager& manager);
 
@@ -170,7 +176,8 @@ class MainWindow : public QMainWindow {
   core::AppState& state_;
   MainWindowCommands commands_;
   platform::MessageBoxes* boxes_ = nullptr;
-  QString caption_mark_;        ///< what stands behind the caption
+  QString caption_mark_;  ///< what stands behind the caption
+  std::function<bool()> close_request_;
   bool asking_ = false;         ///< the question about closing is on the screen
   bool close_pending_ = false;  ///< close as soon as the command has returned
 

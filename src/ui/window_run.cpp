@@ -8,6 +8,7 @@
 #include "ui/elided_label.h"
 #include "ui/guide_window.h"
 #include "ui/text.h"
+#include "ui/update_dialog.h"
 #include "update/com_selection.h"
 
 namespace fenwright::ui {
@@ -71,7 +72,10 @@ WindowRun::WindowRun(const WindowPlatform& outside)
                .Views = views_,
                .DeviceForm = device_form_,
                .HandEdit = hand_edit_form_,
-               .Guide = window_.Guide()} {
+               .Guide = window_.Guide()},
+      given_boxes_(outside.MessageBoxes),
+      given_file_dialogs_(outside.FileDialogs),
+      updater_port_(outside.UpdaterPort) {
   window_.SetMessageBoxes(context_.MessageBoxes);
   window_.SetCommands(Commands());
   QObject::connect(&window_.About(), &AboutDialog::SupportPageRequested, &window_, [this] {
@@ -116,7 +120,7 @@ MainWindowCommands WindowRun::Commands() {
       .TraceComPortMenu = [this] { ops::TracePortMenuCommand(context_); },
       .SelectComPort = [this] { update::SelectComPortCommand(context_, com_dialog_); },
       .OpenGuide = [this] { window_.ShowGuide(); },
-      .UpdateFirmware = {},
+      .UpdateFirmware = [this] { UpdateFirmware(); },
       .OpenManual = [this] { core::OpenManual(shell_, ManualFolder()); },
       .ShowHelpContents = [this] { core::ShowHelpContents(context_, shell_, ManualFolder()); },
       .ShowAbout = [this] { ShowAbout(); },
@@ -227,6 +231,16 @@ void WindowRun::ShowFileInfo(const std::string& code, const std::string& data) {
   data_info_ = data;
   const char* const between = code.empty() || data.empty() ? "" : "\n";
   window_.SetFileInfo(ToQString(code + between + data));
+}
+
+/// The whole dialog is one command: no other starts while it is open.
+void WindowRun::UpdateFirmware() {
+  if (!updater_port_) return;
+  UpdateDialog dialog(&window_, context_, *updater_port_,
+                      {.MessageBoxes = given_boxes_, .FileDialogs = given_file_dialogs_});
+  window_.SetCloseRequest([&dialog] { return dialog.RequestClose(); });
+  core::RunCommand(context_, [&dialog] { dialog.Run(); });
+  window_.SetCloseRequest({});
 }
 
 }  // namespace fenwright::ui

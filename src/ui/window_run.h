@@ -37,6 +37,8 @@ struct WindowPlatform {
   /// In place of the window's own; null = the window's own.
   platform::MessageBoxes* MessageBoxes = nullptr;
   platform::FileDialogs* FileDialogs = nullptr;
+  /// The firmware update dialog's own serial control; null = no firmware can be updated.
+  platform::SerialControl* UpdaterPort = nullptr;
   platform::Shell* Shell = nullptr;
   /// Folders in which the manual may lie, each with its separator; the program's own comes first.
   std::vector<std::string> ManualFolders = {""};
@@ -78,6 +80,7 @@ class WindowRun {
   void ShowAbout();
   void ShowRead();
   void ShowFileInfo(const std::string& code, const std::string& data);
+  void UpdateFirmware();
 
   core::AppState state_;
   platform::PortInfos* ports_;
@@ -101,6 +104,9 @@ class WindowRun {
   bool started_ = false;  ///< the start procedure has run to its end
   bool stopped_ = false;
   bool unwritable_settings_reported_ = false;
+  platform::MessageBoxes* given_boxes_;
+  platform::FileDialogs* given_file_dialogs_;
+  platform::SerialControl* updater_port_;
   std::string code_info_;  ///< about the code file in the flash buffer
   std::string data_info_;  ///< about the data file in the EEPROM buffer
 };
