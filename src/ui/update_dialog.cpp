@@ -1,5 +1,6 @@
 #include "ui/update_dialog.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <QCloseEvent>
@@ -193,8 +194,8 @@ void UpdateDialog::BuildLayout() {
   all->setContentsMargins(0, 0, 0, 0);
   all->addLayout(rows, 1);
   all->addWidget(bar);
-  resize(kWidth, sizeHint().height());
-  setMinimumWidth(kWidth / 2 + kButtonWidth);
+  setFixedWidth(kWidth);
+  resize(kWidth, layout()->totalHeightForWidth(kWidth));
 }
 
 /// Tab goes through the controls in the order in which they are used.
@@ -208,6 +209,15 @@ void UpdateDialog::Connect() {
   connect(open_button_, &QPushButton::clicked, this, [this] { Do(update::ChooseUpdateFile); });
   connect(update_button_, &QPushButton::clicked, this, [this] { Do(update::StartUpdate); });
   connect(close_button_, &QPushButton::clicked, this, [this] { RequestClose(); });
+}
+
+void UpdateDialog::FitHeight() {
+  layout()->activate();
+  for (WrappedLabel* label : {instructions_, detail_}) {
+    label->setMinimumHeight(
+        std::max(label->minimumHeight(), label->heightForWidth(label->width())));
+  }
+  resize(kWidth, std::max(height(), layout()->totalHeightForWidth(kWidth)));
 }
 
 template <typename Procedure>
@@ -280,6 +290,7 @@ void UpdateDialog::SetFileText(std::string_view path) {
 
 void UpdateDialog::SetInstructions(std::string_view text) {
   instructions_->SetText(ToQString(text));
+  FitHeight();
 }
 
 void UpdateDialog::SetInstructionsBackground(std::uint32_t colour) {
@@ -292,7 +303,10 @@ void UpdateDialog::SetInstructionsBackground(std::uint32_t colour) {
 
 void UpdateDialog::SetStatusText(std::string_view text) { status_->SetText(ToQString(text)); }
 
-void UpdateDialog::SetDetail(std::string_view text) { detail_->SetText(ToQString(text)); }
+void UpdateDialog::SetDetail(std::string_view text) {
+  detail_->SetText(ToQString(text));
+  FitHeight();
+}
 
 void UpdateDialog::SetProgress(int value) { progress_->setValue(value); }
 

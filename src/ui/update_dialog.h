@@ -77,6 +77,8 @@ class UpdateDialog final : public QDialog, public platform::UpdateForm {
   void BuildControls();
   void BuildLayout();
   void Connect();
+  /// Grows with its texts, and does not shrink again.
+  void FitHeight();
   /// Runs a procedure, then closes the dialog if that was asked for meanwhile.
   template <typename Procedure>
   void Do(Procedure procedure);

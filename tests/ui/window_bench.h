@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -82,7 +83,9 @@ class WindowBench {
   /// `ports` may be null; `settings` null stands for settings in memory.
   explicit WindowBench(std::uint32_t baud = kInstantly, platform::PortInfos* ports = nullptr,
                        platform::SettingsStore* settings = nullptr)
-      : Port({.Baud = baud}, board::SteadyTimeSource()),
+      : Board(std::make_shared<board::SimulatedBoard>(board::SimulatedBoardOptions{.Baud = baud})),
+        Port(Board, board::SteadyTimeSource()),
+        UpdaterPort(Board, board::SteadyTimeSource()),
         Run({.ProgrammerPort = Port,
              .Clock = Clock,
              .Files = Files,
@@ -91,6 +94,7 @@ class WindowBench {
              .Ports = ports,
              .MessageBoxes = &Boxes,
              .FileDialogs = &Dialogs,
+             .UpdaterPort = &UpdaterPort,
              .Shell = &Shell,
              .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
     Port.ChipInSocket = [this] { return Run.Context().DeviceForm.DeviceText(); };
@@ -105,7 +109,9 @@ class WindowBench {
   /// A HEX file of `words` ascending words, in memory.
   std::string GivenHexFile(int words);
 
+  std::shared_ptr<board::SimulatedBoard> Board;
   board::SimulatedSerialControl Port;
+  board::SimulatedSerialControl UpdaterPort;
   platform::SystemClock Clock;
   testing::FakeTextFiles Files;
   platform::Cp932CodePage CodePage;
