@@ -4,14 +4,18 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <fcntl.h>
 #include <initializer_list>
+#include <optional>
 #include <poll.h>
+#include <span>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include <QAction>
 #include <QPushButton>
 #include <QTimer>
 #include <nlohmann/json.hpp>
@@ -23,6 +27,7 @@
 #include "platform/posix/code_page.h"
 #include "platform/posix/system_clock.h"
 #include "platform/posix/text_files.h"
+#include "ui/update_dialog.h"
 #include "ui/window_run.h"
 
 namespace fenwright::bench {
@@ -63,7 +68,11 @@ class BareLine {
     std::array<std::uint8_t, 8> out{};
     std::transform(bytes.begin(), bytes.end(), out.begin(),
                    [](int byte) { return static_cast<std::uint8_t>(byte); });
-    if (write(file_, out.data(), bytes.size()) < 0) throw std::runtime_error("write");
+    Exchange({out.data(), bytes.size()}, count);
+  }
+
+  void Exchange(std::span<const std::uint8_t> bytes, int count) {
+    if (write(file_, bytes.data(), bytes.size()) < 0) throw std::runtime_error("write");
     for (int got = 0; got < count;) {
       pollfd wait{file_, POLLIN, 0};
       poll(&wait, 1, 5000);
@@ -76,6 +85,78 @@ class BareLine {
 
  private:
   int file_;
+};
+
+/// Boxes that nobody has to press, and a file that is always chosen.
+class SilentBoxes final : public platform::MessageBoxes {
+ public:
+  void Show(platform::MessageIcon /*icon*/, std::string_view /*title*/,
+            std::string_view /*text*/) override {}
+  bool Ask(std::string_view /*title*/, std::string_view /*text*/) override { return false; }
+};
+
+class OneFile final : public platform::FileDialogs {
+ public:
+  std::string Path;
+  std::optional<std::string> Open(const platform::FileDialogRequest& /*request*/) override {
+    return Path;
+  }
+  std::optional<std::string> Save(const platform::FileDialogRequest& /*request*/) override {
+    return std::nullopt;
+  }
+};
+
+/// A run of the window on a board's line.
+struct WindowBench {
+  explicit WindowBench(const Board& board)
+      : Port([&board](int /*number*/) { return board.Link(); }),
+        UpdaterPort([&board](int /*number*/) { return board.Link(); }),
+        Run({.ProgrammerPort = Port,
+             .Clock = SystemTime,
+             .Files = Files,
+             .CodePage = CodePage,
+             .Settings = Settings,
+             .MessageBoxes = &Boxes,
+             .FileDialogs = &Chooser,
+             .UpdaterPort = &UpdaterPort}) {
+    Settings.Write(core::kSettingsSection, core::kPortNumberKey, "1");
+    Settings.Write(core::kUpdateSection, core::kUpdatePortReadKey, "1");
+    const auto devices = core::DeviceCatalogue();
+    const auto row = std::ranges::find(devices, kDevice, &core::DeviceEntry::DisplayName);
+    Settings.Write(core::kSettingsSection, core::kDeviceKey, std::to_string(row - devices.begin()));
+  }
+  void Start(const std::string& hex_file) {
+    Run.Start({.AppFolder = Folder.Path().string() + "/", .CommandArgument = hex_file});
+  }
+
+  testing::TemporaryFolder Folder;
+  platform::AsioSerialControl Port;
+  platform::AsioSerialControl UpdaterPort;
+  platform::SystemClock SystemTime;
+  platform::SystemTextFiles Files;
+  platform::Cp932CodePage CodePage;
+  platform::MemorySettingsStore Settings;
+  SilentBoxes Boxes;
+  OneFile Chooser;
+  ui::WindowRun Run;
+};
+
+/// How long the window leaves a 5 ms timer waiting.
+class Heartbeat {
+ public:
+  Heartbeat() {
+    QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] {
+      longest_gap_ = std::max(longest_gap_, SecondsSince(last_beat_));
+      last_beat_ = Clock::now();
+    });
+    timer_.start(5);
+  }
+  [[nodiscard]] double LongestGap() const { return longest_gap_; }
+
+ private:
+  QTimer timer_;
+  Clock::time_point last_beat_ = Clock::now();
+  double longest_gap_ = 0;
 };
 
 }  // namespace
@@ -137,41 +218,70 @@ Times RunCli(const Board& board, const std::string& hex_file) {
 }
 
 Times RunWindow(const Board& board, const std::string& hex_file, double& longest_gap) {
-  const testing::TemporaryFolder folder;
-  platform::AsioSerialControl port([&board](int /*number*/) { return board.Link(); });
-  platform::SystemClock clock;
-  platform::SystemTextFiles files;
-  platform::Cp932CodePage code_page;
-  platform::MemorySettingsStore settings;
-  settings.Write(core::kSettingsSection, core::kPortNumberKey, "1");
-  const auto devices = core::DeviceCatalogue();
-  const auto row = std::ranges::find(devices, kDevice, &core::DeviceEntry::DisplayName);
-  settings.Write(core::kSettingsSection, core::kDeviceKey, std::to_string(row - devices.begin()));
-  ui::WindowRun run({.ProgrammerPort = port,
-                     .Clock = clock,
-                     .Files = files,
-                     .CodePage = code_page,
-                     .Settings = settings});
-  run.Start({.AppFolder = folder.Path().string() + "/", .CommandArgument = hex_file});
-
-  QTimer heartbeat;
-  auto last_beat = Clock::now();
-  longest_gap = 0;
-  QObject::connect(&heartbeat, &QTimer::timeout, [&] {
-    longest_gap = std::max(longest_gap, SecondsSince(last_beat));
-    last_beat = Clock::now();
-  });
-  heartbeat.start(5);
+  WindowBench bench(board);
+  bench.Start(hex_file);
+  Heartbeat heartbeat;
   const double processor = ProcessorSeconds();
   const auto start = Clock::now();
-  last_beat = start;
-  run.Window().findChild<QPushButton*>("Cmd_btn_program")->click();
-  const core::AppState& state = run.State();
+  bench.Run.Window().findChild<QPushButton*>("Cmd_btn_program")->click();
+  longest_gap = heartbeat.LongestGap();
+  const core::AppState& state = bench.Run.State();
   if (!state.Chip.VerifyFinished || state.FlashNG) throw std::runtime_error(state.StatusText);
   return {.Write = state.Chip.FlashWriteSeconds,
           .Verify = state.Chip.FlashVerifySeconds,
           .Processor = ProcessorSeconds() - processor,
           .Whole = SecondsSince(start)};
+}
+
+Times RunBareUpdate(const Board& board, const std::vector<UpdateFrame>& frames) {
+  BareLine line(board.Link());
+  constexpr timespec kBoardsSecond{.tv_sec = 1, .tv_nsec = 0};
+  line.Exchange({'U'}, 0);
+  nanosleep(&kBoardsSecond, nullptr);
+  Times times;
+  const double processor = ProcessorSeconds();
+  const auto start = Clock::now();
+  for (const UpdateFrame& frame : frames) line.Exchange(frame, 1);
+  times.Write = SecondsSince(start);
+  times.Processor = ProcessorSeconds() - processor;
+  times.Whole = times.Write;
+  line.Exchange({0xFF, 0xFF, 0xFF, 0xFF}, 0);
+  return times;
+}
+
+Times RunCliUpdate(const Board& board, const std::string& hex_file) {
+  testing::Process process({FENWRIGHT_CLI_PROGRAM, "--json", "--port", board.Link(),
+                            "update-firmware", hex_file, "--yes"});
+  if (process.Wait(120) != 0) throw std::runtime_error(process.Output() + process.Errors());
+  const auto result = nlohmann::json::parse(process.Output());
+  return {.Write = result["stream_seconds"],
+          .Processor = process.ProcessorSeconds(),
+          .Whole = result["seconds"]};
+}
+
+Times RunWindowUpdate(const Board& board, const std::string& hex_file, double& longest_gap) {
+  WindowBench bench(board);
+  bench.Start("");
+  bench.Chooser.Path = hex_file;
+  Times times;
+  std::int16_t failed = 0;
+  QTimer::singleShot(0, &bench.Run.Window(), [&] {
+    auto& dialog = *bench.Run.Window().findChild<ui::UpdateDialog*>("Dialog_Update");
+    dialog.findChild<QPushButton*>("CmdOpen")->click();
+    const Heartbeat heartbeat;
+    const double processor = ProcessorSeconds();
+    const auto start = Clock::now();
+    dialog.findChild<QPushButton*>("CmdUpdate")->click();
+    times = {.Write = dialog.State().StreamSeconds,
+             .Processor = ProcessorSeconds() - processor,
+             .Whole = SecondsSince(start)};
+    longest_gap = heartbeat.LongestGap();
+    failed = dialog.State().UpdateFailed;
+    dialog.RequestClose();
+  });
+  bench.Run.Window().findChild<QAction*>("mnuFirmwareUpdate")->trigger();
+  if (failed != 0) throw std::runtime_error("the update failed");
+  return times;
 }
 
 }  // namespace fenwright::bench

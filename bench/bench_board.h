@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -47,5 +49,14 @@ Times RunCli(const Board& board, const std::string& hex_file);
 /// The real window, on the offscreen platform, its Program button pressed. `longest_gap` gets the
 /// longest time between two of a 5 ms timer's events, in seconds.
 Times RunWindow(const Board& board, const std::string& hex_file, double& longest_gap);
+
+/// A word of the board's firmware as it goes over the line.
+using UpdateFrame = std::array<std::uint8_t, 4>;
+
+/// A firmware update, frame by frame, in three ways. `Write` is the time from the first frame to
+/// the last; the second that the board gets before the first one is not in it.
+Times RunBareUpdate(const Board& board, const std::vector<UpdateFrame>& frames);
+Times RunCliUpdate(const Board& board, const std::string& hex_file);
+Times RunWindowUpdate(const Board& board, const std::string& hex_file, double& longest_gap);
 
 }  // namespace fenwright::bench

@@ -55,6 +55,47 @@ void Measure(const char* title, const Board& board, const testing::Bytes& flash,
              1000 * longest_gap);
 }
 
+/// The whole image of the board's firmware: a full 16 KiB, of which the loader's words stay.
+std::vector<UpdateFrame> Frames(const testing::Bytes& image) {
+  std::vector<UpdateFrame> frames;
+  for (std::size_t word = 0; 2 * word < image.size(); ++word) {
+    if ((word >= 0x1F00 && word <= 0x1FDF) || word == 0x1FFF) continue;
+    frames.push_back({static_cast<std::uint8_t>(word >> 8), static_cast<std::uint8_t>(word),
+                      image[2 * word + 1], image[2 * word]});
+  }
+  return frames;
+}
+
+void PrintUpdateRow(const char* name, const Times& times, const Times& bare, std::size_t frames) {
+  fmt::print("{:10} {:8.3f} {:9.3f} {:11.2f} {:11.1f}\n", name, times.Write,
+             times.Write / bare.Write, times.Write / static_cast<double>(frames) * kMicroseconds,
+             100 * times.Processor / times.Whole);
+}
+
+void MeasureUpdate(const char* title, const Board& board, int runs) {
+  const testing::Bytes image = testing::RandomBytes(0x4000, 16);
+  const std::vector<UpdateFrame> frames = Frames(image);
+  const testing::TemporaryFolder folder;
+  const std::string hex_file = folder.File("firmware.hex");
+  testing::WriteFile(hex_file, testing::HexFile(image));
+  fmt::print("\nfirmware update, {} frames, {}\n{:10} {:>8} {:>9} {:>11} {:>11}\n", frames.size(),
+             title, "", "frames s", "to bare", "us/frame", "processor %");
+  const Times bare = Best(runs, [&] { return RunBareUpdate(board, frames); });
+  PrintUpdateRow("bare loop", bare, bare, frames.size());
+  PrintUpdateRow("CLI", Best(runs, [&] { return RunCliUpdate(board, hex_file); }), bare,
+                 frames.size());
+  double gap = 0;
+  double longest_gap = 0;
+  const Times window = Best(runs, [&] {
+    const Times times = RunWindowUpdate(board, hex_file, gap);
+    longest_gap = std::max(longest_gap, gap);
+    return times;
+  });
+  PrintUpdateRow("window", window, bare, frames.size());
+  fmt::print("window: longest time between two events of a 5 ms timer {:.1f} ms\n",
+             1000 * longest_gap);
+}
+
 /// Processor time while nothing answers: the link check of a silent board, and its waits.
 void MeasureWaiting() {
   const Board board({"--baud", "0", "--fault", "drop@19", "--fault", "drop@20"});
@@ -84,10 +125,12 @@ int Main(int runs) {
   {
     const Board board({"--baud", "57600"});
     Measure("line paced at 57600 baud", board, flash, hex_file, runs);
+    MeasureUpdate("line paced at 57600 baud", board, runs);
   }
   {
     const Board board({"--baud", "0"});
     Measure("infinitely fast board", board, flash, hex_file, runs + 2);
+    MeasureUpdate("infinitely fast board", board, runs + 2);
   }
   MeasureWaiting();
   return 0;

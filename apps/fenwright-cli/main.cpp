@@ -8,6 +8,7 @@
 #include "device_commands.h"
 #include "link_commands.h"
 #include "options.h"
+#include "update_commands.h"
 
 namespace {
 
@@ -51,6 +52,10 @@ ExitCode Run(const Options& options) {
       return fenwright::cli::RunDetect(options);
     case Command::CheckLink:
       return fenwright::cli::RunCheckLink(options);
+    case Command::BoardVersion:
+      return fenwright::cli::RunBoardVersion(options);
+    case Command::UpdateFirmware:
+      return fenwright::cli::RunUpdateFirmware(options);
     case Command::Devices:
       break;
   }

@@ -93,6 +93,13 @@ void AddCommands(CLI::App& app, Options& options) {
   AddCommand(
       app, options, Command::CheckLink, "check-link",
       "measure how long the programmer takes to answer, and what that means for programming");
+  AddCommand(app, options, Command::BoardVersion, "board-version",
+             "print the version of the board's own firmware");
+  CLI::App& update = AddCommand(app, options, Command::UpdateFirmware, "update-firmware",
+                                "replace the board's own firmware");
+  update.add_option("FILE.hex", options.CodeFile, "firmware file, Intel HEX")->required();
+  update.add_flag("--yes", options.Yes, "do not ask");
+  update.add_flag("--dry-run", options.DryRun, "check the file and say what would be sent");
 }
 
 }  // namespace

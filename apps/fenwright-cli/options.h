@@ -17,7 +17,19 @@ enum class ExitCode {
 
 /// What the command line says.
 struct Options {
-  enum class Command { Devices, Program, Read, Verify, Erase, Dump, Ports, Detect, CheckLink };
+  enum class Command {
+    Devices,
+    Program,
+    Read,
+    Verify,
+    Erase,
+    Dump,
+    Ports,
+    Detect,
+    CheckLink,
+    BoardVersion,
+    UpdateFirmware
+  };
   Command Chosen = Command::Devices;
 
   std::string Port;                 ///< "COMn", "COMn=PATH" or a device path, "" = none
@@ -36,6 +48,9 @@ struct Options {
   std::string CodeOutput;  ///< file that a read saves the flash to, "" = none
   std::string DataOutput;  ///< file that a read saves the EEPROM to, "" = none
   bool Force = false;      ///< a read may overwrite files
+
+  bool Yes = false;     ///< a firmware update is not asked about
+  bool DryRun = false;  ///< a firmware update ends before anything is sent
 };
 
 /// The arguments of a call, parsed; or the exit code of a call that ends here: help, version, or a

@@ -43,13 +43,33 @@ Session::Session(const Options& options)
 
 Session::~Session() {
   if (port_) port_->Close();
+  if (updater_port_) updater_port_->Close();
 }
 
 ExitCode Session::Start(Needs needs) {
+  if (needs == Needs::PortAlone || needs == Needs::Nothing) return StartWithoutDevice(needs);
   const auto port_step = needs == Needs::Port ? &Session::ChoosePort : &Session::MakeRealPort;
   for (const auto step : {&Session::ChooseFolder, &Session::ChooseDevice, port_step}) {
     if (const ExitCode code = (this->*step)(); code != ExitCode::Success) return code;
   }
+  MakeContext();
+  const core::CommandEnding ending =
+      ops::StartCommand(*context_, {.AppFolder = folder_, .CommandArgument = ""});
+  return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;
+}
+
+ExitCode Session::StartWithoutDevice(Needs needs) {
+  if (needs == Needs::PortAlone || HasPort()) {
+    if (const ExitCode code = ChoosePort(); code != ExitCode::Success) return code;
+    if (!HasPort()) return ExitCode::NoProgrammer;
+  } else if (const ExitCode code = MakeRealPort(); code != ExitCode::Success) {
+    return code;
+  }
+  MakeContext();
+  return ExitCode::Success;
+}
+
+void Session::MakeContext() {
   context_ = std::make_unique<core::RunContext>(core::RunContext{.State = state_,
                                                                  .ProgrammerPort = *port_,
                                                                  .Clock = clock_,
@@ -65,9 +85,10 @@ ExitCode Session::Start(Needs needs) {
                                                                  .DeviceForm = device_,
                                                                  .HandEdit = hand_edit_,
                                                                  .Guide = guide_});
-  const core::CommandEnding ending =
-      ops::StartCommand(*context_, {.AppFolder = folder_, .CommandArgument = ""});
-  return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;
+}
+
+std::string Session::PortNumber() const {
+  return settings_.Read(core::kSettingsSection, core::kPortNumberKey).value_or("");
 }
 
 ExitCode Session::ChooseFolder() {
@@ -144,8 +165,11 @@ ExitCode Session::FindPorts(std::unique_ptr<platform::PortInfos>& ports) {
 }
 
 ExitCode Session::MakeRealPort() {
-  port_ = std::make_unique<platform::AsioSerialControl>(
-      [this](int number) { return platform::DevicePath(settings_, overrides_, number); });
+  const auto path = [this](int number) {
+    return platform::DevicePath(settings_, overrides_, number);
+  };
+  port_ = std::make_unique<platform::AsioSerialControl>(path);
+  updater_port_ = std::make_unique<platform::AsioSerialControl>(path);
   return ExitCode::Success;
 }
 
@@ -165,8 +189,9 @@ ExitCode Session::MakeSimulatedPort() {
                                     options_.SimulateChip, board::ListChipNames()));
     return ExitCode::Usage;
   }
-  auto port =
-      std::make_unique<board::SimulatedSerialControl>(board_options, board::SteadyTimeSource());
+  const auto board = std::make_shared<board::SimulatedBoard>(board_options);
+  auto port = std::make_unique<board::SimulatedSerialControl>(board, board::SteadyTimeSource());
+  updater_port_ = std::make_unique<board::SimulatedSerialControl>(board, board::SteadyTimeSource());
   port->ChipInSocket = [this] {
     return options_.SimulateChip.empty() ? device_.DeviceText() : options_.SimulateChip;
   };

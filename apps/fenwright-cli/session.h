@@ -24,7 +24,12 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  enum class Needs { Port, NoPort };
+  enum class Needs {
+    Port,       ///< a device and a port
+    NoPort,     ///< a device
+    PortAlone,  ///< a port; no device is chosen and no file of the run's own is written
+    Nothing     ///< as PortAlone, without a port if none is given
+  };
 
   /// Checks device, port and folder and prepares the run. On failure the cause is printed.
   ExitCode Start(Needs needs = Needs::Port);
@@ -33,11 +38,19 @@ class Session {
   /// The ports of this system as the options of the call name them; Start() is not needed.
   ExitCode FindPorts(std::unique_ptr<platform::PortInfos>& ports);
 
+  /// The second control on the line of the port, closed.
+  [[nodiscard]] platform::SerialControl& UpdaterPort() { return *updater_port_; }
+  /// True when the call names a port, or the simulated board.
+  [[nodiscard]] bool HasPort() const { return options_.Simulate || !options_.Port.empty(); }
+  /// n of COMn as text, "" when there is no port.
+  [[nodiscard]] std::string PortNumber() const;
   [[nodiscard]] Console& Out() { return console_; }
   [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
   [[nodiscard]] const PrintedMessageDialog& Dialog() const { return dialog_; }
 
  private:
+  ExitCode StartWithoutDevice(Needs needs);
+  void MakeContext();
   ExitCode ChooseDevice();
   ExitCode ChoosePort();
   ExitCode ChooseRealPort();
@@ -64,6 +77,7 @@ class Session {
   std::string folder_;
   platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;
+  std::unique_ptr<platform::SerialControl> updater_port_;
   std::unique_ptr<core::RunContext> context_;
 };
 

@@ -273,7 +273,10 @@ UpdateOutcome RunFirmwareUpdate(UpdateContext& context, const std::string& path)
   context.UpdaterPort.Output(kEnterUpdate);
   Sleep(context, kEnterRestSeconds);
   UpdateWord word;
-  switch (StreamFile(context, path, word)) {
+  const double first_word = context.Run.Clock.SecondsSinceMidnight();
+  const Step step = StreamFile(context, path, word);
+  context.State.StreamSeconds = context.Run.Clock.SecondsSinceMidnight() - first_word;
+  switch (step) {
     case Step::Good:
       return Finish(context, start);
     case Step::Mismatch:
