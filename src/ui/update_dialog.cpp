@@ -26,6 +26,7 @@ namespace {
 constexpr int kWidth = 600;
 constexpr int kInstructionsHeight = 96;
 constexpr int kMargin = 14;
+constexpr int kTextMargin = 8;
 constexpr int kButtonWidth = 112;
 
 void Name(QWidget* widget, const QString& object_name, const QString& accessible_name) {
@@ -121,6 +122,7 @@ void UpdateDialog::BuildInstructions() {
   Name(instructions_, "Label3", "手順");
   instructions_->setMinimumHeight(kInstructionsHeight);
   instructions_->setAutoFillBackground(true);
+  instructions_->setContentsMargins(kTextMargin, kTextMargin, kTextMargin, kTextMargin);
   divider_ = new QFrame;
   divider_->setObjectName("Line1");
   divider_->setFrameStyle(QFrame::HLine | QFrame::Sunken);

@@ -56,8 +56,11 @@ QSize WrappedLabel::minimumSizeHint() const {
 
 int WrappedLabel::heightForWidth(int width) const {
   if (text().isEmpty()) return 0;
+  const QMargins margins = contentsMargins();
   QTextLayout layout(Lines(text()), font());
-  return static_cast<int>(std::ceil(LayOut(layout, width, fontMetrics().height())));
+  const double height =
+      LayOut(layout, width - margins.left() - margins.right(), fontMetrics().height());
+  return static_cast<int>(std::ceil(height)) + margins.top() + margins.bottom();
 }
 
 void WrappedLabel::paintEvent(QPaintEvent* event) {

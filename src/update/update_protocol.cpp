@@ -12,6 +12,7 @@
 #include "core/hex_format.h"
 #include "core/text_lines.h"
 #include "link/serial_link.h"
+#include "update/update_report.h"
 #include "update/update_words.h"
 
 namespace fenwright::update {
@@ -153,6 +154,7 @@ UpdateOutcome FailByTimeOut(UpdateContext& context, const UpdateWord& word) {
   ShowStatus(context, "***　アップデート失敗　*** Address=0x" +
                           core::HexUnpadded(static_cast<std::uint32_t>(word.Address)) + " Data=0x" +
                           core::HexUnpadded(word.High) + core::HexUnpadded(word.Low));
+  context.Form.SetDetail(DescribeBoardState(context.State, Language::Japanese));
   context.MessageBoxes.Show(MessageIcon::Information, kTitle,
                             "　　　***　アップデート失敗　***　　　　　　\r\n　");
   ShowProgress(context, "off", 0, 0, 0);

@@ -821,5 +821,184 @@ TEST_F(Cli, FilesOfOtherToolsLoadAndOtherToolsLoadOurs) {
   EXPECT_EQ(ReadFile(folder_.File("ours.bin")), board.Dump().substr(0, 1024));
 }
 
+/// A small firmware: a few words, the lone word below the top one, the top word, which is not sent,
+/// and the version that the board gives afterwards.
+std::string Firmware(const std::string& version_line) {
+  const Bytes version(version_line.begin(), version_line.end());
+  const auto record = [](unsigned address, const Bytes& data) {
+    Bytes bytes{static_cast<std::uint8_t>(data.size()), static_cast<std::uint8_t>(address >> 8),
+                static_cast<std::uint8_t>(address), 0};
+    bytes.insert(bytes.end(), data.begin(), data.end());
+    unsigned sum = 0;
+    for (const std::uint8_t byte : bytes) sum += byte;
+    bytes.push_back(static_cast<std::uint8_t>(0U - sum));
+    std::string digits = ToHex(bytes);
+    std::erase(digits, ' ');
+    return ":" + digits + "\r\n";
+  };
+  return record(0, {0x0C, 0x94, 0x2A, 0x00}) + record(0x3FFC, {1, 2, 3, 4}) +
+         record(0x3FC0, version) + ":00000001FF\r\n";
+}
+
+constexpr const char* kNewVersion = "KV-LOD350  V6.40\r\n";
+constexpr int kFirmwareWords = 2 + 1 + 9;
+
+class CliUpdate : public Cli {
+ protected:
+  CliUpdate() { WriteFile(folder_.File("fw.hex"), Firmware(kNewVersion)); }
+
+  Result Update(const BoardProgram& board, std::vector<std::string> more = {"--yes"}) {
+    std::vector<std::string> arguments{"--port", board.Link(), "update-firmware", "fw.hex"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return Run(arguments);
+  }
+};
+
+TEST_F(CliUpdate, BoardVersionPrintsTheWholeLineAndNothingElse) {
+  BoardProgram board("AT90S8515");
+  const Result result = Run({"--port", board.Link(), "board-version"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_EQ(result.Out, "KV-LOD350  V6.38\n");
+  EXPECT_EQ(result.Err, "");
+  EXPECT_EQ(board.Wire(), Bytes{'?'});
+}
+
+TEST_F(CliUpdate, ReplacesTheFirmwareAndTheBoardGivesItsVersion) {
+  BoardProgram board("AT90S8515");
+  const Result result = Update(board);
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, ::testing::StartsWith("file: fw.hex\nsize: 104 bytes\nwords to send: 12\n"
+                                                "words to skip: 1\n"
+                                                "current version: KV-LOD350  V6.38\n"));
+  EXPECT_THAT(result.Out, HasSubstr("アップデート完了。  1sec\nok: firmware updated, 12 words ("));
+  EXPECT_EQ(result.Err, "");
+  const Bytes wire = board.Wire();
+  ASSERT_EQ(wire.size(), 1U + 1 + 4 * kFirmwareWords + 4);
+  EXPECT_EQ(ToHex(Bytes(wire.begin(), wire.begin() + 14)),
+            "3F 55 00 00 94 0C 00 01 00 2A 1F FE 02 01");
+  EXPECT_EQ(ToHex(Bytes(wire.end() - 4, wire.end())), "FF FF FF FF");
+  EXPECT_EQ(Run({"--port", board.Link(), "board-version"}).Out, "KV-LOD350  V6.40\n");
+}
+
+TEST_F(CliUpdate, AsksAndTakesOnlyYes) {
+  BoardProgram board("AT90S8515");
+  for (const auto& [answer, code] : {std::pair{"n", 1}, {"", 1}, {"yesterday", 1}, {"y", 0}}) {
+    const std::string command = "echo '" + std::string(answer) + "' | '" +
+                                std::string(FENWRIGHT_CLI_PROGRAM) + "' --port '" + board.Link() +
+                                "' update-firmware fw.hex";
+    Process process({"sh", "-c", command}, {.Folder = folder_.Path().string()});
+    EXPECT_EQ(process.Wait(), code) << answer << process.Errors();
+    EXPECT_THAT(process.Errors(), HasSubstr("Do not switch the board off until it is done.\n"));
+    const Bytes wire = board.Wire();
+    EXPECT_EQ(std::count(wire.begin(), wire.end(), 'U') > 0, code == 0) << answer;
+  }
+}
+
+TEST_F(CliUpdate, ADryRunAsksForNoMoreThanTheVersion) {
+  BoardProgram board("AT90S8515");
+  const Result result = Update(board, {"--dry-run"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, HasSubstr("words to send: 12\n"));
+  EXPECT_THAT(result.Out, HasSubstr("current version: KV-LOD350  V6.38\n"));
+  EXPECT_EQ(board.Wire(), Bytes{'?'});
+  const Result without_port = Run({"update-firmware", "fw.hex", "--dry-run"});
+  EXPECT_EQ(without_port.Code, 0) << without_port.Err;
+  EXPECT_THAT(without_port.Out, Not(HasSubstr("version")));
+}
+
+TEST_F(CliUpdate, RefusesWhatCanBeNoFirmwareBeforeTheBoardHearsOfIt) {
+  BoardProgram board("AT90S8515");
+  const std::vector<std::pair<const char*, const char*>> files{
+      {":00000001FF\r\n", "fw.hex: has no data record"},
+      {":020000000102FB\r\nGarbage\r\n", "fw.hex: line 2 is not a whole Intel HEX record"},
+      {":020000000102FB\r\n:020002000304F6\r\n", "fw.hex: line 2 has a wrong checksum"},
+      {":020000000102FB\r\n", "fw.hex: has no end record"}};
+  for (const auto& [content, complaint] : files) {
+    WriteFile(folder_.File("fw.hex"), content);
+    const Result result = Update(board);
+    EXPECT_EQ(result.Code, 4) << content;
+    EXPECT_THAT(result.Err, ::testing::StartsWith("error: " + std::string(complaint)));
+    EXPECT_THAT(result.Err, HasSubstr("\nnothing was sent to the board\n"));
+  }
+  std::filesystem::remove(folder_.File("fw.hex"));
+  EXPECT_EQ(Update(board).Code, 4);
+  EXPECT_EQ(board.Wire(), Bytes{});
+}
+
+TEST_F(CliUpdate, WarnsOfAnOddByteCountAndSendsItAllTheSame) {
+  WriteFile(folder_.File("fw.hex"), ":0300000011223397\r\n:00000001FF\r\n");
+  BoardProgram board("AT90S8515");
+  const Result result = Update(board);
+  EXPECT_EQ(result.Code, 0);
+  EXPECT_THAT(result.Err, ::testing::StartsWith("warning: fw.hex: line 1 has an odd number of"));
+}
+
+TEST_F(CliUpdate, FailuresSayWhatFirmwareTheBoardIsLeftWith) {
+  // Reply 1 is the version, the others are sums.
+  for (const auto& [fault, text] :
+       {std::pair{"drop@4", "error: ***　アップデート失敗　*** Address=0x1FFE Data=0x21\n"},
+        {"flip@4", "error data = 0x"}}) {
+    BoardProgram board("AT90S8515", {"--fault", fault});
+    const Result result = Update(board);
+    EXPECT_EQ(result.Code, 1) << result.Out;
+    EXPECT_THAT(result.Err, HasSubstr(text));
+    EXPECT_THAT(result.Err, HasSubstr("\nfailed: the board's firmware is incomplete: "));
+    EXPECT_EQ(Update(board).Code, 0) << "again, without switching off";
+  }
+}
+
+TEST_F(CliUpdate, AfterAPowerCutTheBoardGivesNoVersionAndIsUpdatedAllTheSame) {
+  BoardProgram board("AT90S8515", {"--fault", "powercut@12"});
+  EXPECT_EQ(Update(board).Code, 1);
+  const Result version = Run({"--port", board.Link(), "board-version"});
+  EXPECT_EQ(version.Code, 3);
+  EXPECT_EQ(version.Out, "");
+  EXPECT_THAT(version.Err, HasSubstr("no board gives its version"));
+  const Result again = Update(board);
+  EXPECT_EQ(again.Code, 0) << again.Err;
+  EXPECT_THAT(again.Out, HasSubstr("current version: none"));
+  EXPECT_EQ(Run({"--port", board.Link(), "board-version"}).Out, "KV-LOD350  V6.40\n");
+}
+
+TEST_F(CliUpdate, WithoutAPortOrABoardTheExitCodeIsThree) {
+  for (const char* command : {"board-version", "update-firmware fw.hex --yes"}) {
+    for (const char* port : {"", "--port /nowhere/tty", "--simulate --simulate-fault silent"}) {
+      const std::string line =
+          "'" + std::string(FENWRIGHT_CLI_PROGRAM) + "' " + port + " " + command;
+      Process process({"sh", "-c", line}, {.Folder = folder_.Path().string()});
+      EXPECT_EQ(process.Wait(), 3) << line << process.Output() << process.Errors();
+      EXPECT_THAT(process.Errors(), HasSubstr("error: "));
+    }
+  }
+}
+
+TEST_F(CliUpdate, CtrlCEndsItAfterTheRunningExchange) {
+  BoardProgram board("AT90S8515", {"--baud", "9600"});
+  WriteFile(folder_.File("fw.hex"), HexFile(FullImage(4096, 4)));
+  Process process(
+      {FENWRIGHT_CLI_PROGRAM, "--port", board.Link(), "update-firmware", "fw.hex", "--yes"},
+      {.Folder = folder_.Path().string()});
+  for (int i = 0; i < 500 && board.Wire().size() < 100; ++i) std::this_thread::sleep_for(10ms);
+  process.Signal(SIGINT);
+  EXPECT_EQ(process.Wait(), 130) << process.Errors();
+  EXPECT_THAT(process.Errors(), HasSubstr("error: stopped: the board's firmware is incomplete"));
+  const Bytes wire = board.Wire();
+  EXPECT_EQ(wire.size() % 4, 2U) << "? and U, and whole frames";
+  EXPECT_NE(ToHex(Bytes(wire.end() - 4, wire.end())), "FF FF FF FF");
+}
+
+TEST_F(CliUpdate, TheResultIsThereAsJson) {
+  BoardProgram board("AT90S8515");
+  const auto result = nlohmann::json::parse(Update(board, {"--yes", "--json"}).Out);
+  EXPECT_EQ(result["result"], "ok");
+  EXPECT_EQ(result["exit_code"], 0);
+  EXPECT_EQ(result["board_version"], "KV-LOD350  V6.38");
+  EXPECT_EQ(result["words_sent"], 12);
+  EXPECT_EQ(result["words_to_skip"], 1);
+  const auto version =
+      nlohmann::json::parse(Run({"--port", board.Link(), "--json", "board-version"}).Out);
+  EXPECT_EQ(version["board_version"], "KV-LOD350  V6.40");
+}
+
 }  // namespace
 }  // namespace fenwright::testing

@@ -235,6 +235,131 @@ class WindowTest(unittest.TestCase):
         self.assertEqual(wire[-1:], b"L")
         self.assertLess(len(wire), len(program_wire(self.flash, self.eeprom)))
 
+    def open_update_dialog(self):
+        click(wait_for("the menu", lambda: find("ヘルプ(H)") or find("ヘルプ")))
+        time.sleep(0.3)
+        click(wait_for("the item", lambda: find("ファームウエアのアップデート")))
+        wait_for("the dialog", lambda: find("Version Read", "push button"))
+        time.sleep(0.3)
+        self.keys("Home")  # port 1 in the list that has the focus
+        wait_for("the port", lambda: self.setting("Com") == "1")
+
+    def keys(self, *names):
+        subprocess.run(["xdotool", "key", "--clearmodifiers", *names], check=True)
+
+    def setting(self, key):
+        path = os.path.join(os.environ["XDG_CONFIG_HOME"], "FenwrightV6.ini")
+        with open(path) as settings:
+            section = settings.read().partition("[Settings6]")[2].partition("\n[")[0]
+        values = [line.partition("=")[2] for line in section.splitlines()
+                  if line.startswith(key + "=")]
+        return values[0] if values else None
+
+    def choose_update_file(self, data, version=b""):
+        lines = hex_file(data).splitlines()[:-1]
+        for address in range(0, len(version), 16):
+            part = version[address:address + 16]
+            at = 0x3FC0 + address
+            record = bytes([len(part), at >> 8, at & 0xFF, 0]) + part
+            lines.append(":" + record.hex().upper() + f"{-sum(record) & 0xFF:02X}")
+        self.write("fw.hex", "\r\n".join(lines + [":00000001FF", ""]))
+        click(find("OPEN", "push button"))
+        wait_for("the file dialog", lambda: find("アップデータを開く"))
+        time.sleep(0.5)
+        subprocess.run(["xdotool", "type", "--delay", "5", self.path("fw.hex")], check=True)
+        self.keys("Return")
+        wait_for("the file", lambda: self.update_status() == "ファイル名：fw.hexを指定しました。")
+
+    def update_status(self):
+        return text_of("アップデートのステータス")
+
+    def picture(self, name):
+        """A picture of the screen beside the one that the run leaves."""
+        time.sleep(0.3)
+        path = os.path.join(os.path.dirname(SCREENSHOT), name + ".png")
+        subprocess.run(["import", "-window", "root", path], check=True)
+
+    @staticmethod
+    def update_wire(data, version=b""):
+        frames = b""
+        for start, part in ((0, data), (0x1FE0, version)):
+            for i in range(0, len(part), 2):
+                word = start + i // 2
+                frames += bytes([word >> 8, word & 0xFF, part[i + 1], part[i]])
+        return b"U" + frames + b"\xff" * 4
+
+    def test_a_user_updates_the_boards_firmware(self):
+        self.start_board("--state", self.path("state"))
+        window = self.start_window()
+        self.write("LOG.txt", "old")
+        self.open_update_dialog()
+        self.assertEqual(self.read("LOG.txt"), b"")
+        self.picture("update-idle")
+        click(find("Version Read", "push button"))
+        read = "ファームウエアバージョンをリードしました。"
+        wait_for("the version", lambda: self.update_status() == read)
+        self.assertEqual(document("ファームウエアバージョン"), "KV-LOD350  V6.3")
+        version = b"KV-LOD350  V6.40\r\n"
+        self.choose_update_file(self.flash * 20, version)
+        click(find("UPDATE", "push button"))
+        wait_for("the middle", lambda: len(self.wire()) > 3000)
+        self.assertEqual(self.update_status(), "アップデート中です。電源は絶対に切らないでください。")
+        self.picture("update-running")
+        wait_for("the end", lambda: (self.update_status() or "").startswith("アップデート完了。  "))
+        wait_for("the box", lambda: find("OK", "push button"))
+        self.picture("update-finished")
+        click(find("OK", "push button"))
+        self.assertEqual(self.wire(), b"?" + self.update_wire(self.flash * 20, version))
+        click(find("閉じる", "push button"))
+        wait_for("the dialog to go", lambda: find("Version Read", "push button") is None)
+
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+        self.assertEqual(text_of("ボードのバージョン"), "KV-LOD350  V6.40")
+        click(find("OK", "push button"))
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        self.keys("alt+F4")
+        self.assertEqual(window.wait(10), 0)
+
+    def test_a_wrong_sum_turns_the_instructions_red(self):
+        self.start_board("--fault", "flip@40")
+        self.start_window()
+        self.open_update_dialog()
+        self.choose_update_file(self.flash)
+        click(find("UPDATE", "push button"))
+        wait_for("the failure", lambda: self.update_status() == "***　アップデート失敗　***")
+        self.assertIn("再開できない確立が高いです。", text_of("手順"))
+        self.assertIn("error data = 0x", text_of("手順"))
+        self.picture("update-failed")
+        self.assertEqual(len(self.wire()), 1 + 40 * 4)
+
+    def test_closing_in_the_middle_of_an_update_is_asked_about(self):
+        self.start_board("--baud", "57600")
+        window = self.start_window()
+        self.open_update_dialog()
+        self.choose_update_file(self.flash * 8)
+        click(find("UPDATE", "push button"))
+        wait_for("the first words", lambda: len(self.wire()) > 400)
+        self.keys("Escape")
+        question = wait_for("the question", lambda: find("いいえ(N)", "push button"))
+        self.picture("update-question")
+        click(question)
+        length = len(self.wire())
+        wait_for("it to go on", lambda: len(self.wire()) > length + 40)
+        self.keys("alt+F4")
+        click(wait_for("the question", lambda: find("はい(Y)", "push button")))
+        wait_for("the dialog to go", lambda: find("Version Read", "push button") is None)
+        wire = self.wire()
+        whole = self.update_wire(self.flash * 8)
+        self.assertEqual(wire, whole[:len(wire)])
+        self.assertEqual(len(wire) % 4, 1)
+        self.assertLess(len(wire), len(whole) - 4)
+        subprocess.run(["xdotool", "search", "--name", "^New Fenwright", "windowactivate",
+                        "--sync"], check=True)
+        self.keys("alt+F4")
+        self.assertEqual(window.wait(10), 0)
+
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1], verbosity=2)
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:], verbosity=2)

@@ -37,6 +37,10 @@ TEST_P(UpdateTimeOut, IsReportedInStatusAndBoxAndTheBarFallsBack) {
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, kTitle);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kFailedBox);
   EXPECT_EQ(run.Dialog_Update.Calls.back(), "bar at 0");
+  EXPECT_EQ(
+      run.Dialog_Update.Detail,
+      "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
+      "もう一度アップデートを最後まで実行してください。");
   EXPECT_EQ(run.Dialog_Update.Background, std::nullopt);
   EXPECT_EQ(run.Dialog_Update.Instructions, "");
   EXPECT_TRUE(run.UpdaterPort.PortOpen()) << "the port is left open";
@@ -111,6 +115,8 @@ TEST(UpdateFailures, AMissingFileIsReportedLikeATimeOutAfterTheU) {
   EXPECT_EQ(update::RunFirmwareUpdate(run.Context, "/files/none.hex"), UpdateOutcome::TimedOut);
   EXPECT_EQ(run.Update.UpdateFailed, -1);
   EXPECT_EQ(run.Dialog_Update.Status, "***　アップデート失敗　*** Address=0x0 Data=0x00");
+  EXPECT_EQ(run.Dialog_Update.Detail,
+            "ボードのファームウエアは変わっていません。ボードの電源を再投入してください。");
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kFailedBox);
 }
