@@ -79,12 +79,12 @@ void SetItems(QComboBox* combo, const std::vector<std::string>& items) {
 
 /// Black or white, whichever is the easier to read on `background`.
 QColor ReadableOn(const QColor& background) {
-  const auto linear = [](double part) {
+  const auto linear = [](int value) {
+    const double part = value / 255.0;
     return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
   };
-  const double luminance = 0.2126 * linear(background.redF()) +
-                           0.7152 * linear(background.greenF()) +
-                           0.0722 * linear(background.blueF());
+  const double luminance = 0.2126 * linear(background.red()) + 0.7152 * linear(background.green()) +
+                           0.0722 * linear(background.blue());
   constexpr double kEqualContrast = 0.179;
   return luminance > kEqualContrast ? Qt::black : Qt::white;
 }
