@@ -20,12 +20,12 @@ declare -Ar allowed_folders=(
   [core]='platform'
   [link]='platform core'
   [image]='platform core link'
-  [ops]='platform core link image'
-  [fuse]='platform core link image ops'
+  [fuse]='platform core link'
+  [ops]='platform core link image fuse'
   [update]='platform core link'
   [board]='platform'
   [adapters]='platform'
-  [ui]='platform core link image ops fuse update'
+  [ui]='platform core link image fuse ops update'
 )
 
 failures=0

@@ -1,18 +1,15 @@
 #include "device_commands.h"
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <sstream>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "image/dump_files.h"
 #include "image/hex_writer.h"
 #include "ops/commands.h"
-#include "ops/outcome.h"
 #include "ops/verify_device.h"
+#include "result.h"
 #include "session.h"
 
 namespace fenwright::cli {
@@ -99,149 +96,6 @@ ExitCode LoadFiles(Session& session, const Options& options) {
   WarnOf(out, options.CodeFile, opened.Report.Code, 2 * state.FlashWords);
   WarnOf(out, named, opened.Report.Data, state.EepromBytes);
   return ExitCode::Success;
-}
-
-/// True when a board was found but could not be used, or none was found at all.
-bool NoUsableProgrammer(const core::AppState& state) {
-  if (state.Chip.LinkReady) return false;
-  const bool device_refused = state.LinkError == 1 && state.FirmwareVersion > 0;
-  return !device_refused;
-}
-
-ExitCode CodeOf(const core::AppState& state, core::CommandEnding ending) {
-  if (ending == core::CommandEnding::Stopped) return ExitCode::Stopped;
-  if (ending == core::CommandEnding::FileError) return ExitCode::FileError;
-  if (ops::Succeeded(state)) return ExitCode::Success;
-  return NoUsableProgrammer(state) ? ExitCode::NoProgrammer : ExitCode::Failed;
-}
-
-const char* Name(ExitCode code) {
-  switch (code) {
-    case ExitCode::Success:
-      return "ok";
-    case ExitCode::Stopped:
-      return "stopped";
-    case ExitCode::NoProgrammer:
-      return "no programmer";
-    case ExitCode::FileError:
-      return "file error";
-    case ExitCode::Failed:
-    case ExitCode::Usage:
-      break;
-  }
-  return "failed";
-}
-
-const char* CommandName(core::DeviceOperation operation) {
-  switch (operation) {
-    case core::DeviceOperation::Read:
-      return "read";
-    case core::DeviceOperation::Verify:
-      return "verify";
-    case core::DeviceOperation::Erase:
-      return "erase";
-    case core::DeviceOperation::Program:
-      break;
-  }
-  return "program";
-}
-
-/// The text of what failed, or else of what was shown last.
-const std::string& MessageOf(const core::AppState& state, ExitCode code) {
-  if (code == ExitCode::Success) return state.StatusText;
-  if (state.Chip.VerifyFinished) return state.MessageText;
-  return state.LastFailure.empty() ? state.StatusText : state.LastFailure;
-}
-
-nlohmann::json Result(Session& session, ExitCode code, double seconds) {
-  core::RunContext& context = session.Context();
-  const core::AppState& state = context.State;
-  nlohmann::json result{
-      {"command", CommandName(state.Chip.Operation)},
-      {"result", Name(code)},
-      {"exit_code", static_cast<int>(code)},
-      {"device", context.DeviceForm.DeviceText()},
-      {"port", fmt::format("COM{}", context.ProgrammerPort.CommPort())},
-      {"device_path", state.LastPortOpen.Path},
-      {"board_version", state.FirmwareVersionText},
-      {"signature", session.StatusBar().Signature()},
-      {"code_file", state.CodeFileName},
-      {"data_file", state.DataFileName},
-      {"erased", state.Chip.Erased},
-      {"flash_words_written", state.Chip.FlashWordsWritten},
-      {"eeprom_bytes_done", state.Chip.EepromBytesDone},
-      {"chip_state", ops::DescribeChipState(state, ops::Language::English)},
-      {"message", MessageOf(state, code)},
-      {"cause", state.Chip.LinkReady ? "" : session.Dialog().Detail()},
-      {"seconds", seconds},
-      {"flash_write_seconds", state.Chip.FlashWriteSeconds},
-      {"flash_verify_seconds", state.Chip.FlashVerifySeconds},
-  };
-  if (state.Chip.VerifyFinished) {
-    result["verify"] = {{"flash", state.FlashNG ? "NG" : "OK"},
-                        {"eeprom", state.EepromNG ? "NG" : "OK"},
-                        {"report", state.AppFolder + std::string(ops::kVerifyReportFile)}};
-  }
-  return result;
-}
-
-void PrintResult(Session& session, ExitCode code, double seconds) {
-  const core::AppState& state = session.Context().State;
-  const std::string sentence = ops::DescribeChipState(state, ops::Language::English);
-  Console& out = session.Out();
-  if (code == ExitCode::Success) {
-    out.Print(fmt::format("ok: {} ({:.1f} s)", sentence, seconds));
-    return;
-  }
-  if (code == ExitCode::Failed && state.Chip.VerifyFinished) {
-    out.PrintError(fmt::format("report: {}{}", state.AppFolder, ops::kVerifyReportFile));
-  } else if (code == ExitCode::Failed) {
-    out.PrintError("error: " + MessageOf(state, code));
-  }
-  if (code == ExitCode::NoProgrammer) {
-    out.PrintError("error: " + state.StatusText);
-    if (!session.Dialog().Detail().empty()) out.PrintError(session.Dialog().Detail());
-  }
-  out.PrintError(fmt::format("{}: {}", Name(code), sentence));
-}
-
-/// JSON text; bytes of a file name that are no UTF-8 are replaced.
-std::string Dump(const nlohmann::json& value) {
-  return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
-/// Ends a call before anything was sent. With --json the cause, printed already, is the result.
-ExitCode EndEarly(Session& session, const Options& options, ExitCode code) {
-  if (!options.Json) return code;
-  session.Out().PrintAlways(Dump({{"result", Name(code)},
-                                  {"exit_code", static_cast<int>(code)},
-                                  {"message", session.Out().FirstError()}}));
-  return code;
-}
-
-/// Runs a device command and tells its result. `save` stores what a successful one has brought; it
-/// returns what went wrong, "" = nothing.
-ExitCode RunDeviceCommand(Session& session, const Options& options,
-                          core::CommandEnding (*command)(core::RunContext&),
-                          const std::function<std::string()>& save = {}) {
-  const auto start = std::chrono::steady_clock::now();
-  const core::CommandEnding ending = command(session.Context());
-  const double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  session.Out().EndProgress();
-  ExitCode code = CodeOf(session.Context().State, ending);
-  const std::string complaint = code == ExitCode::Success && save ? save() : "";
-  if (!complaint.empty()) {
-    code = ExitCode::FileError;
-    session.Out().PrintError("error: " + complaint);
-  }
-  if (!options.Json) {
-    PrintResult(session, code, seconds);
-    return code;
-  }
-  nlohmann::json result = Result(session, code, seconds);
-  if (!complaint.empty()) result["message"] = complaint;
-  return session.Out().PrintAlways(Dump(result)) ? code : ExitCode::FileError;
 }
 
 /// A file that a read is to save to must be writable, and new unless overwriting is allowed.

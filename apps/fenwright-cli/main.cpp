@@ -6,6 +6,7 @@
 
 #include "core/device_catalogue.h"
 #include "device_commands.h"
+#include "fuse_commands.h"
 #include "link_commands.h"
 #include "options.h"
 #include "update_commands.h"
@@ -44,6 +45,10 @@ ExitCode Run(const Options& options) {
       return fenwright::cli::RunVerify(options);
     case Command::Erase:
       return fenwright::cli::RunErase(options);
+    case Command::ReadFuses:
+      return fenwright::cli::RunReadFuses(options);
+    case Command::WriteFuses:
+      return fenwright::cli::RunWriteFuses(options);
     case Command::Dump:
       return fenwright::cli::RunDump(options);
     case Command::Ports:

@@ -18,7 +18,8 @@ constexpr const char* kFooter =
     "  fenwright-cli ports\n"
     "  fenwright-cli --port COM5 --device AT90S8515 program blink.hex\n"
     "  fenwright-cli --simulate --device ATtiny12L program toggle.hex --no-data\n"
-    "  fenwright-cli --port COM5 --device AT90S8515 read --code out.hex --data out.eep";
+    "  fenwright-cli --port COM5 --device AT90S8515 read --code out.hex --data out.eep\n"
+    "  fenwright-cli --port COM5 --device ATtiny26L write-fuses CKSEL=0100 BODEN=Enable";
 
 void AddGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--port", options.Port,
@@ -83,6 +84,21 @@ void AddCommands(CLI::App& app, Options& options) {
                       "compare the device with files and print the differences"),
            options);
   AddCommand(app, options, Command::Erase, "erase", "erase the device");
+  AddCommand(app, options, Command::ReadFuses, "read-fuses",
+             "read the device's fuse and lock bits and calibration bytes");
+  CLI::App& fuses = AddCommand(app, options, Command::WriteFuses, "write-fuses",
+                               "write fuse and lock bits; fields that are not named keep what the "
+                               "device has, or their defaults where it cannot be read");
+  fuses
+      .add_option("fields", options.Fields,
+                  "a field as read-fuses names it, and an item of its list, by its text or its "
+                  "position from 0; LOCK also takes none, write or write-verify")
+      ->type_name("FIELD=ITEM");
+  fuses.add_flag("--from-defaults", options.FromDefaults,
+                 "fields that are not named get their defaults");
+  fuses.add_flag("--dry-run", options.DryRun, "show what would be written and write nothing");
+  fuses.add_flag("--allow-reset-disable", options.AllowResetDisable,
+                 "allow a choice after which the programmer can never reach the device again");
   AddFiles(AddCommand(app, options, Command::Dump, "dump",
                       "print the flash dump of a code file; needs no programmer"),
            options);

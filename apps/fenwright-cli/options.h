@@ -23,6 +23,8 @@ struct Options {
     Read,
     Verify,
     Erase,
+    ReadFuses,
+    WriteFuses,
     Dump,
     Ports,
     Detect,
@@ -49,8 +51,12 @@ struct Options {
   std::string DataOutput;  ///< file that a read saves the EEPROM to, "" = none
   bool Force = false;      ///< a read may overwrite files
 
+  std::vector<std::string> Fields;  ///< "FIELD=ITEM" of a fuse write
+  bool FromDefaults = false;        ///< the other fields get their defaults, not the chip's
+  bool AllowResetDisable = false;   ///< the reset pin may be given away
+
   bool Yes = false;     ///< a firmware update is not asked about
-  bool DryRun = false;  ///< a firmware update ends before anything is sent
+  bool DryRun = false;  ///< a fuse write or a firmware update ends before anything is written
 };
 
 /// The arguments of a call, parsed; or the exit code of a call that ends here: help, version, or a

@@ -84,7 +84,8 @@ void Session::MakeContext() {
                                                                  .Views = views_,
                                                                  .DeviceForm = device_,
                                                                  .HandEdit = hand_edit_,
-                                                                 .Guide = guide_});
+                                                                 .Guide = guide_,
+                                                                 .Fuses = fuses_});
 }
 
 std::string Session::PortNumber() const {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "chosen_fuses.h"
 #include "cli_platform.h"
 #include "console.h"
 #include "core/run_context.h"
@@ -45,6 +46,7 @@ class Session {
   /// n of COMn as text, "" when there is no port.
   [[nodiscard]] std::string PortNumber() const;
   [[nodiscard]] Console& Out() { return console_; }
+  [[nodiscard]] ChosenFuses& Fuses() { return fuses_; }
   [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
   [[nodiscard]] const PrintedMessageDialog& Dialog() const { return dialog_; }
 
@@ -74,6 +76,7 @@ class Session {
   ChosenDevice device_;
   NoHandEdit hand_edit_;
   NoGuide guide_;
+  ChosenFuses fuses_;
   std::string folder_;
   platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;

@@ -17,7 +17,13 @@ inline constexpr std::int32_t kFlashBufferLast = 65536;
 inline constexpr std::int32_t kEepromBufferLast = 2048;
 
 /// The commands that work on the chip.
-enum class DeviceOperation { Program, Read, Verify, Erase };
+enum class DeviceOperation { Program, Read, Verify, Erase, ReadFuses, WriteFuses };
+
+/// A fuse or lock byte that went over the line.
+struct FuseTransfer {
+  std::string Name;  ///< "Fuse", "High", "Lock"; "Lock/Fuse" for a combined byte
+  std::uint8_t Value = 0;
+};
 
 /// What a running command has done to the chip so far. It is kept beside the error flag so that a
 /// failure, or a stop, can say in words what state the chip is in.
@@ -36,12 +42,22 @@ struct ChipReport {
   bool VerifyFinished = false;       ///< both memories were compared without a communication error
   std::int32_t FlashWordsRead = 0;   ///< words read into the buffer before a time-out
   bool ReadFinished = false;         ///< both memories were read without a communication error
-  double FlashWriteSeconds = 0;      ///< time from the first word written to the last
-  double FlashVerifySeconds = 0;     ///< time from the first word read back to the last
+  std::vector<FuseTransfer> FuseBytes;  ///< bytes read, or written and acknowledged, in order
+  bool FuseWriteStarted = false;        ///< a command that writes fuse or lock bits was sent
+  std::int32_t FuseWriteCount = 0;      ///< bytes that the write consists of
+  bool FusesFinished = false;           ///< all of them were read or written
+  double FlashWriteSeconds = 0;         ///< time from the first word written to the last
+  double FlashVerifySeconds = 0;        ///< time from the first word read back to the last
 };
 
 /// The one state record of a run. One thread uses it.
 struct AppState {
+  // Working bytes of the fuse and lock bits. They keep what they last held: see fuse/fuse_model.h.
+  std::uint8_t FuseByte = 0;      ///< fuse byte composed or read; low, then high on the ATtiny26L
+  std::uint8_t LockByte = 0;      ///< lock byte composed or read
+  std::uint8_t LockFuseByte = 0;  ///< combined byte that some AT90S chips give
+  std::vector<std::uint8_t> CalibrationBytes;  ///< as last read, empty = never
+
   // The selected device; 0 until a device has been applied, and for a name that is in no row.
   std::int32_t FlashWords = 0;
   std::int32_t EepromBytes = 0;

@@ -6,6 +6,7 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/fuse_form.h"
 #include "platform/guide_form.h"
 #include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
@@ -36,6 +37,7 @@ struct RunContext {
   platform::DeviceForm& DeviceForm;
   platform::HandEditForm& HandEdit;
   platform::GuideForm& Guide;
+  platform::FuseForm& Fuses;
 };
 
 }  // namespace fenwright::core

@@ -5,11 +5,14 @@
 
 #include "core/status.h"
 #include "core/trace_log.h"
+#include "fuse/fuse_reading.h"
+#include "fuse/fuse_writing.h"
 #include "image/buffers.h"
-#include "image/device_change.h"
 #include "image/hand_edit.h"
 #include "link/board_commands.h"
 #include "link/detection.h"
+#include "link/socket_check.h"
+#include "ops/device_change.h"
 #include "ops/device_session.h"
 #include "ops/outcome.h"
 #include "ops/program_device.h"
@@ -65,6 +68,7 @@ void ExplainFailure(core::RunContext& context) {
   // A notice that the user has closed already has been read.
   if (!dialog.IsLoaded() && context.State.NoticeShown) return;
   if (dialog.IsBusy() || !dialog.IsLoaded()) {
+    if (context.State.LastFailure.empty()) return dialog.Close();
     dialog.Show(context.State.LastFailure, platform::MessageMode::Notice);
   }
   dialog.SetDetail(DescribeChipState(context.State, Language::Japanese));
@@ -75,7 +79,7 @@ void Program(core::RunContext& context) {
   MarkStart(context, core::DeviceOperation::Program);
   StartTiming(context);
   if (!CheckLink(context)) return;
-  CheckSocketDevice(context);
+  link::CheckSocketDevice(context);
   if (!state.SignatureFailed) {
     EraseChip(context);
     state.VerifyStandalone = false;
@@ -90,6 +94,7 @@ void Read(core::RunContext& context) {
   StartTiming(context);
   if (!CheckLink(context)) return;
   ReadDevice(context);
+  if (context.State.LinkError == 0) fuse::ReadFuses(context);
   if (context.State.LinkError == 0) {
     core::ShowStatus(context,
                      "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
@@ -114,12 +119,26 @@ void Erase(core::RunContext& context) {
   // The signature has a flag of its own: a protected chip reads no signature and is erased all
   // the same.
   std::int16_t signature_error = 0;
-  ReadSignature(context, state.DetectedFlashWords, signature_error);
+  link::ReadSignature(context, state.DetectedFlashWords, signature_error);
   EraseChip(context);
   if (state.LinkError == 0) {
-    image::ShowDeviceInfo(context);
+    ShowDeviceInfo(context);
     core::ShowStatus(context, "チップ イレース完了。");
   }
+  ExplainFailure(context);
+}
+
+void ReadFuses(core::RunContext& context) {
+  MarkStart(context, core::DeviceOperation::ReadFuses);
+  if (!CheckLink(context)) return;
+  fuse::ReadFuses(context);
+  ExplainFailure(context);
+}
+
+void WriteFuses(core::RunContext& context) {
+  MarkStart(context, core::DeviceOperation::WriteFuses);
+  if (!CheckLink(context)) return;
+  fuse::WriteFuses(context);
   ExplainFailure(context);
 }
 
@@ -143,14 +162,14 @@ SaveResult Save(core::RunContext& context, image::SaveReport (*save)(core::RunCo
 }  // namespace
 
 CommandEnding PickDeviceCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] { image::PickDevice(context); });
+  return core::RunCommand(context, [&] { PickDevice(context); });
 }
 
 CommandEnding ClearBuffersCommand(core::RunContext& context) {
   return core::RunCommand(context, [&] {
     image::ClearFlashBuffer(context.State);
     image::ClearEepromBuffer(context.State);
-    image::ShowDeviceInfo(context);
+    ShowDeviceInfo(context);
     core::ShowStatus(context, "バッファーをクリアしました。");
   });
 }
@@ -229,6 +248,18 @@ CommandEnding VerifyCommand(core::RunContext& context) {
 
 CommandEnding EraseCommand(core::RunContext& context) {
   return RunDeviceCommand(context, [&] { Erase(context); });
+}
+
+CommandEnding ReadFusesCommand(core::RunContext& context) {
+  return RunDeviceCommand(context, [&] { ReadFuses(context); });
+}
+
+CommandEnding WriteFusesCommand(core::RunContext& context) {
+  return RunDeviceCommand(context, [&] { WriteFuses(context); });
+}
+
+CommandEnding PickRstDisableCommand(core::RunContext& context) {
+  return core::RunCommand(context, [&] { fuse::WarnOfResetDisable(context); });
 }
 
 }  // namespace fenwright::ops

@@ -71,7 +71,7 @@ core::CommandEnding WriteOneLocationCommand(core::RunContext& context);
 /// Erases, programs and verifies the chip in the socket.
 core::CommandEnding ProgramCommand(core::RunContext& context);
 
-/// Reads both memories of the chip into the buffers.
+/// Reads both memories of the chip into the buffers, and its fuse and lock bits into their lists.
 core::CommandEnding ReadCommand(core::RunContext& context);
 
 /// Compares both memories of the chip with the buffers.
@@ -79,5 +79,14 @@ core::CommandEnding VerifyCommand(core::RunContext& context);
 
 /// Erases the chip.
 core::CommandEnding EraseCommand(core::RunContext& context);
+
+/// Reads the fuse, lock and calibration bytes of the chip and shows them in the fuse frame.
+core::CommandEnding ReadFusesCommand(core::RunContext& context);
+
+/// Writes the fuse and lock bytes that the fuse frame stands for to the chip.
+core::CommandEnding WriteFusesCommand(core::RunContext& context);
+
+/// The user picked an item of the list of the reset pin's function: warns when it gives it away.
+core::CommandEnding PickRstDisableCommand(core::RunContext& context);
 
 }  // namespace fenwright::ops

@@ -1,123 +1,12 @@
 #include "ops/device_session.h"
 
-#include <algorithm>
-#include <array>
-#include <string>
-#include <string_view>
-
-#include "core/device_catalogue.h"
-#include "core/hex_format.h"
 #include "core/status.h"
 #include "image/dump_files.h"
 #include "link/board_commands.h"
-#include "link/serial_link.h"
 
 namespace fenwright::ops {
-namespace {
 
 using platform::MessageMode;
-
-constexpr std::int16_t kUnknownFlashWords = 512;
-
-/// The reply to the signature command: chip addresses 2, 1, 0.
-struct Signature {
-  std::uint8_t Part = 0;
-  std::uint8_t Family = 0;
-  std::uint8_t Vendor = 0;
-};
-
-/// Flash size in words that a family byte stands for. 0x97 gives 1024, although the code would
-/// suggest a larger part; that is deliberate.
-std::int16_t FlashWordsOfFamily(std::uint8_t family) {
-  switch (family) {
-    case 0x90:
-      return 512;
-    case 0x91:
-    case 0x97:
-      return 1024;
-    case 0x92:
-      return 2048;
-    case 0x93:
-      return 4096;
-    default:
-      return kUnknownFlashWords;
-  }
-}
-
-/// Up to five attempts; another one is made only while the family byte reads 0. False when every
-/// attempt timed out.
-bool ReadSignatureBytes(core::RunContext& context, Signature& signature) {
-  constexpr int kAttempts = 5;
-  bool answered = false;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    if (!link::ExchangeSignature(context)) continue;
-    answered = true;
-    const std::vector<std::uint8_t>& reply = context.State.RxBuf;
-    signature = {.Part = reply[0], .Family = reply[1], .Vendor = reply[2]};
-    if (signature.Family != 0) break;
-  }
-  return answered;
-}
-
-bool MatchesSelectedDevice(core::RunContext& context, const Signature& signature,
-                           std::int16_t detected_flash_words) {
-  if (context.State.FlashWords != detected_flash_words) return false;
-  const std::string_view found = core::LookUpSignature(signature.Family, signature.Part);
-  return core::NamesSameChip(found, context.DeviceForm.DeviceText());
-}
-
-/// What is wrong with a signature, for the user; "" when it is that of the selected device.
-std::string_view JudgeSignature(core::RunContext& context, const Signature& signature,
-                                std::int16_t detected_flash_words) {
-  const std::array<std::uint8_t, 3> bytes{signature.Vendor, signature.Family, signature.Part};
-  if (std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; })) {
-    return "デバイスがソケットに正しくセットされていないか、プロテクトされています。"
-           "プロテクトのときは、チップイレース([イレース]ボタン)を押してください。";
-  }
-  if (std::ranges::find(bytes, std::uint8_t{0xFF}) != bytes.end()) {
-    return "デバイスがソケットに正しくセットされていません。";
-  }
-  if (!MatchesSelectedDevice(context, signature, detected_flash_words)) {
-    return "デバイス選択と、ソケット上のデバイスが一致しません。\r\n"
-           "購入直後のデバイスを使用する場合は、チップイレース(<イレース>ボタン)を実行して"
-           "ください。";
-  }
-  return "";
-}
-
-}  // namespace
-
-void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words,
-                   std::int16_t& error) {
-  core::ShowStatus(context, platform::Panel::Signature, "--:--:--");
-  detected_flash_words = kUnknownFlashWords;
-  Signature signature;
-  if (!ReadSignatureBytes(context, signature)) {
-    link::ReportSignatureTimeout(context, error);
-    return;
-  }
-  context.State.MessageText = core::HexByte(signature.Vendor) + ":" +
-                              core::HexByte(signature.Family) + ":" + core::HexByte(signature.Part);
-  core::ShowStatus(context, platform::Panel::Signature, context.State.MessageText);
-  detected_flash_words = FlashWordsOfFamily(signature.Family);
-  const std::string_view complaint = JudgeSignature(context, signature, detected_flash_words);
-  if (complaint.empty()) return;
-  context.State.LastFailure = complaint;
-  core::ShowMessage(context, complaint, MessageMode::Notice);
-  error = 1;
-}
-
-void CheckSocketDevice(core::RunContext& context) {
-  core::AppState& state = context.State;
-  link::AvrExtendCommand(context, state.LinkError);
-  if (state.LinkError != 0) return;
-  link::EnterProgrammingMode(context, state.LinkError);
-  constexpr double kSettleSeconds = 0.05;
-  link::Rest(context, kSettleSeconds);
-  ReadSignature(context, state.DetectedFlashWords, state.LinkError);
-  state.SignatureFailed = state.LinkError == 1;
-  link::LeaveProgrammingMode(context, state.LinkError);
-}
 
 void EraseChip(core::RunContext& context) {
   core::AppState& state = context.State;

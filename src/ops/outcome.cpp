@@ -125,11 +125,24 @@ Sentence DescribeProgramming(const AppState& state) {
   return WrittenUnverified();
 }
 
-Sentence DescribeReading(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  if (chip.ReadFinished) {
+Sentence DescribeWholeRead(const AppState& state) {
+  if (state.LinkError != 0) {
+    return {
+        "フラッシュとEEPROMは読み出しましたが、フューズとロックビットは読み出せませんでした。"
+        "ソケットのデバイスとデバイスの選択を確かめて、もう一度リードしてください。",
+        "flash and EEPROM read, fuse and lock bits not read: check the device in the socket and "
+        "read again"};
+  }
+  if (state.Chip.FuseBytes.empty()) {
     return {"フラッシュとEEPROMを読み出しました。", "flash and EEPROM read"};
   }
+  return {"フラッシュ、EEPROM、フューズ、ロックビットを読み出しました。",
+          "flash, EEPROM, fuse and lock bits read"};
+}
+
+Sentence DescribeReading(const AppState& state) {
+  const ChipReport& chip = state.Chip;
+  if (chip.ReadFinished) return DescribeWholeRead(state);
   if (chip.FlashWordsRead == 0) {
     return {"何も読み出していません。バッファの内容は元のままです。",
             "nothing was read, the buffers are unchanged"};
@@ -160,6 +173,49 @@ Sentence DescribeErasing(const AppState& state) {
           "erase not confirmed: erase again"};
 }
 
+Sentence DescribeReadingFuses(const AppState& state) {
+  const ChipReport& chip = state.Chip;
+  if (chip.FusesFinished) {
+    return {"フューズとロックビットを読み出しました。", "fuse and lock bits read"};
+  }
+  if (chip.FuseBytes.empty()) {
+    return {
+        "フューズとロックビットは読み出していません。表示は元のままです。"
+        "接続とソケットのデバイスを確かめて、もう一度リードしてください。",
+        "no fuse or lock bits read, the lists are unchanged: check the connection and the device "
+        "in the socket and read again"};
+  }
+  return {"一部しか読み出していません。残りの表示は元のままです。もう一度リードしてください。",
+          "fuse and lock bits read in part, the other lists are unchanged: read again"};
+}
+
+/// A byte that was sent and not acknowledged may be in the chip all the same.
+Sentence DescribeWritingFuses(const AppState& state) {
+  const ChipReport& chip = state.Chip;
+  const auto written = static_cast<std::int32_t>(chip.FuseBytes.size());
+  if (chip.FusesFinished) {
+    return {"フューズとロックビットを書き込みました。", "fuse and lock bits written"};
+  }
+  if (!chip.FuseWriteStarted) return Untouched();
+  if (written == 0) {
+    return {
+        "書き込みを確認できませんでした。フューズが変わっている可能性があります。"
+        "リードして確かめてから、もう一度ライトしてください。",
+        "write not confirmed, the bits may have changed: read them, then write again"};
+  }
+  if (written == chip.FuseWriteCount) {
+    return {"すべて書き込みましたが、ボードの応答に誤りがありました。リードして確かめてください。",
+            "all bytes written, but the board answered wrongly: read the bits"};
+  }
+  const std::string all = std::to_string(chip.FuseWriteCount);
+  const std::string done = std::to_string(written);
+  return {all + "バイトのうち" + done +
+              "バイトを書き込みました。残りは確認できていません。"
+              "リードして確かめてから、もう一度ライトしてください。",
+          done + " of " + all +
+              " bytes written, the rest is not confirmed: read the bits, then write again"};
+}
+
 Sentence Describe(const AppState& state) {
   switch (state.Chip.Operation) {
     case core::DeviceOperation::Read:
@@ -168,6 +224,10 @@ Sentence Describe(const AppState& state) {
       return DescribeVerifying(state);
     case core::DeviceOperation::Erase:
       return DescribeErasing(state);
+    case core::DeviceOperation::ReadFuses:
+      return DescribeReadingFuses(state);
+    case core::DeviceOperation::WriteFuses:
+      return DescribeWritingFuses(state);
     case core::DeviceOperation::Program:
       break;
   }
@@ -189,6 +249,9 @@ bool Succeeded(const AppState& state) {
       return chip.Erased && state.LinkError == 0;
     case core::DeviceOperation::Verify:
       return VerifiedWithoutDifference(state);
+    case core::DeviceOperation::ReadFuses:
+    case core::DeviceOperation::WriteFuses:
+      return chip.FusesFinished;
     case core::DeviceOperation::Program:
       break;
   }

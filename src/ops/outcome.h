@@ -9,7 +9,8 @@ namespace fenwright::ops {
 enum class Language { Japanese, English };
 
 /// True when the last command did what it is for: the chip is programmed and verified without a
-/// difference (or erased, with nothing to program), read, verified without a difference, or erased.
+/// difference (or erased, with nothing to program), read, verified without a difference, erased, or
+/// its fuse and lock bits are read or written.
 bool Succeeded(const core::AppState& state);
 
 /// Says in words what state the last command left the chip in and what to do next, for

@@ -10,6 +10,7 @@
 #include "image/dump_files.h"
 #include "link/board_commands.h"
 #include "link/serial_link.h"
+#include "link/socket_check.h"
 #include "ops/device_session.h"
 #include "ops/verify_device.h"
 
@@ -116,7 +117,7 @@ void ProgramDevice(core::RunContext& context) {
     return;
   }
   state.LinkError = 0;
-  CheckSocketDevice(context);
+  link::CheckSocketDevice(context);
   if (state.LinkError != 0) {
     core::ShowStatus(context, "プログラミングを中止しました。");
     link::ShowCommError(context);

@@ -8,6 +8,7 @@
 #include "image/dump_files.h"
 #include "link/board_commands.h"
 #include "link/serial_link.h"
+#include "link/socket_check.h"
 #include "ops/device_session.h"
 
 namespace fenwright::ops {
@@ -83,7 +84,7 @@ void ReadEeprom(core::RunContext& context) {
 
 void ReadDevice(core::RunContext& context) {
   core::ShowMessage(context, kFlashText, MessageMode::Busy);
-  CheckSocketDevice(context);
+  link::CheckSocketDevice(context);
   if (context.State.LinkError != 0) {
     core::ShowStatus(context, "リードを中止しました。");
     return;

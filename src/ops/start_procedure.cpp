@@ -10,7 +10,7 @@
 #include "core/stored_number.h"
 #include "core/trace_log.h"
 #include "image/buffers.h"
-#include "image/device_change.h"
+#include "ops/device_change.h"
 
 namespace fenwright::ops {
 namespace {
@@ -71,7 +71,7 @@ int StoredDeviceIndex(const core::RunContext& context) {
 /// Setting the index counts as a pick.
 void RestoreDevice(core::RunContext& context) {
   context.DeviceForm.SetDeviceIndex(StoredDeviceIndex(context));
-  image::PickDevice(context);
+  PickDevice(context);
 }
 
 void AskForComPortOnce(core::RunContext& context, platform::MainForm& form) {
@@ -96,7 +96,7 @@ void Start(core::RunContext& context, platform::MainForm* form, const StartOptio
   BlankMemory(context.State);
   core::PopulateDeviceSelector(context);
   RestoreDevice(context);
-  image::ShowDeviceInfo(context);
+  ShowDeviceInfo(context);
   if (form) AskForComPortOnce(context, *form);
   if (form) ShowGuide(context, *form);
 }

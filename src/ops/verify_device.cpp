@@ -10,6 +10,7 @@
 #include "core/status.h"
 #include "image/buffers.h"
 #include "link/board_commands.h"
+#include "link/socket_check.h"
 #include "ops/device_session.h"
 
 namespace fenwright::ops {
@@ -115,7 +116,7 @@ void VerifyDevice(core::RunContext& context) {
   state.EepromNG = false;
   core::ShowMessage(context, kFlashText, MessageMode::Busy);
   if (state.VerifyStandalone) {
-    CheckSocketDevice(context);
+    link::CheckSocketDevice(context);
     if (state.LinkError != 0) {
       core::ShowStatus(context, "ベリファイを中止しました。");
       return;

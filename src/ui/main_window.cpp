@@ -17,6 +17,7 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSessionManager>
 #include <QSplitter>
 #include <QStatusBar>
@@ -29,6 +30,7 @@
 #include "ui/dropped_files.h"
 #include "ui/elided_label.h"
 #include "ui/fonts.h"
+#include "ui/fuse_frame.h"
 #include "ui/guide_window.h"
 #include "ui/hand_edit_box.h"
 #include "ui/icons.h"
@@ -43,7 +45,7 @@ namespace {
 
 constexpr int kMargin = 6;
 constexpr int kButtonSpacing = 4;
-constexpr int kSettingsWidth = 348;
+constexpr int kSettingsWidth = 368;
 constexpr QSize kCommandIconSize(20, 20);
 constexpr int kCommandButtonHeight = 36;
 
@@ -134,8 +136,11 @@ void MainWindow::Run(const std::function<void()>& command) {
 }
 
 QWidget* MainWindow::FocusedCommandControl() const {
-  const auto found = std::ranges::find(command_controls_, focusWidget());
-  return found == command_controls_.end() ? nullptr : *found;
+  QWidget* const focus = focusWidget();
+  const bool found = std::ranges::any_of(command_controls_, [focus](const QWidget* control) {
+    return control == focus || control->isAncestorOf(focus);
+  });
+  return found ? focus : nullptr;
 }
 
 bool MainWindow::MayEndSession() {
@@ -361,21 +366,43 @@ void MainWindow::AddCommandButton(QHBoxLayout* row, const ButtonDesign& design) 
 
 QWidget* MainWindow::BuildSettingsPanel() {
   auto* panel = new QWidget;
-  panel->setFixedWidth(kSettingsWidth);
   auto* rows = new QVBoxLayout(panel);
   rows->setContentsMargins(0, 0, 0, 0);
   rows->setSpacing(kMargin);
   rows->addWidget(BuildDeviceBox());
+  rows->addWidget(BuildFuseFrame());
   rows->addWidget(BuildFileBox());
   rows->addWidget(BuildHandEditBox());
   rows->addStretch(1);
-  return panel;
+
+  auto* area = new QScrollArea;
+  Name(area, "fraSettings", "設定");
+  area->setFrameShape(QFrame::NoFrame);
+  area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  area->setWidgetResizable(true);
+  area->setFixedWidth(kSettingsWidth);
+  // A control that gets the focus is scrolled into sight; the area itself needs none.
+  area->setFocusPolicy(Qt::NoFocus);
+  area->setWidget(panel);
+  return area;
+}
+
+QWidget* MainWindow::BuildFuseFrame() {
+  fuses_ = new FuseFrame;
+  connect(fuses_, &FuseFrame::ReadRequested, this, [this] { Run(commands_.ReadFuses); });
+  connect(fuses_, &FuseFrame::WriteRequested, this, [this] { Run(commands_.WriteFuses); });
+  connect(fuses_, &FuseFrame::ResetPinPicked, this, [this] { Run(commands_.PickRstDisable); });
+  // As a whole, since which of its controls a device has is not the window's business.
+  command_controls_.push_back(fuses_);
+  return fuses_;
 }
 
 QWidget* MainWindow::BuildDeviceBox() {
   auto* box = new QGroupBox("デバイス");
   Name(box, "fraDevice", "デバイスの設定");
   auto* rows = new QVBoxLayout(box);
+  rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+  rows->setSpacing(kMargin / 2);
 
   device_selector_ = new DeviceComboBox;
   Name(device_selector_, "Combo_device", "デバイス");

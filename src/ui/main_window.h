@@ -28,6 +28,7 @@ namespace fenwright::ui {
 
 class AboutDialog;
 class ElidedLabel;
+class FuseFrame;
 class GuideWindow;
 class HandEditBox;
 class ViewWindow;
@@ -61,6 +62,10 @@ struct MainWindowCommands {
   std::function<void()> OpenManual;
   std::function<void()> ShowHelpContents;
   std::function<void()> ShowAbout;
+  std::function<void()> ReadFuses;
+  std::function<void()> WriteFuses;
+  /// The user picked an item of the list of the reset pin.
+  std::function<void()> PickRstDisable;
 };
 
 /// `frmMain`: menus, command buttons, device selector, child windows and status bar. It holds no
@@ -107,6 +112,7 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] QFrame* DeviceFrame() const { return device_frame_; }
   [[nodiscard]] QLabel* FlashSizeLabel() const { return flash_size_; }
   [[nodiscard]] QLabel* EepromSizeLabel() const { return eeprom_size_; }
+  [[nodiscard]] FuseFrame& Fuses() const { return *fuses_; }
   [[nodiscard]] HandEditBox& HandEdit() const { return *hand_edit_; }
   [[nodiscard]] ElidedLabel* StatusPanel(platform::Panel panel) const;
   [[nodiscard]] ViewWindow* ViewOf(platform::View view) const;
@@ -145,6 +151,7 @@ class MainWindow : public QMainWindow {
   QWidget* BuildCommandBar();
   QWidget* BuildSettingsPanel();
   QWidget* BuildDeviceBox();
+  QWidget* BuildFuseFrame();
   QWidget* BuildFileBox();
   QWidget* BuildHandEditBox();
   void AddCommandButton(QHBoxLayout* row, const ButtonDesign& design);
@@ -189,6 +196,7 @@ class MainWindow : public QMainWindow {
   QFrame* device_frame_ = nullptr;
   QLabel* flash_size_ = nullptr;
   QLabel* eeprom_size_ = nullptr;
+  FuseFrame* fuses_ = nullptr;
   WrappedLabel* file_info_ = nullptr;
   HandEditBox* hand_edit_ = nullptr;
   QSplitter* columns_ = nullptr;

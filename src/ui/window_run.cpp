@@ -2,10 +2,12 @@
 
 #include "core/build_info.h"
 #include "core/shell_requests.h"
+#include "fuse/fuse_writing.h"
 #include "image/file_summary.h"
 #include "ops/stop_procedure.h"
 #include "ui/about_dialog.h"
 #include "ui/elided_label.h"
+#include "ui/fuse_frame.h"
 #include "ui/guide_window.h"
 #include "ui/text.h"
 #include "ui/update_dialog.h"
@@ -56,6 +58,7 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       views_(window_, outside.Files, outside.CodePage),
       device_form_(window_),
       hand_edit_form_(window_.HandEdit()),
+      fuse_form_(window_.Fuses()),
       com_dialog_(window_, state_, [this](int number) { return DescribePort(number); }),
       main_form_(window_, FormActions()),
       context_{.State = state_,
@@ -72,7 +75,8 @@ WindowRun::WindowRun(const WindowPlatform& outside)
                .Views = views_,
                .DeviceForm = device_form_,
                .HandEdit = hand_edit_form_,
-               .Guide = window_.Guide()},
+               .Guide = window_.Guide(),
+               .Fuses = fuse_form_},
       given_boxes_(outside.MessageBoxes),
       given_file_dialogs_(outside.FileDialogs),
       updater_port_(outside.UpdaterPort) {
@@ -82,6 +86,8 @@ WindowRun::WindowRun(const WindowPlatform& outside)
     core::OpenSupportPage(shell_, state_.SupportPageAddress, manual_folders_.front());
   });
   QObject::connect(&window_, &MainWindow::Closing, &window_, [this] { Stop(); });
+  QObject::connect(&window_.Fuses(), &FuseFrame::SelectionChanged, &window_,
+                   [this] { fuse::ShowFuseBytes(context_); });
 }
 
 MainWindowCommands WindowRun::Commands() {
@@ -124,6 +130,9 @@ MainWindowCommands WindowRun::Commands() {
       .OpenManual = [this] { core::OpenManual(shell_, ManualFolder()); },
       .ShowHelpContents = [this] { core::ShowHelpContents(context_, shell_, ManualFolder()); },
       .ShowAbout = [this] { ShowAbout(); },
+      .ReadFuses = [this] { ops::ReadFusesCommand(context_); },
+      .WriteFuses = [this] { ops::WriteFusesCommand(context_); },
+      .PickRstDisable = [this] { ops::PickRstDisableCommand(context_); },
   };
 }
 

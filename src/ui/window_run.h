@@ -13,6 +13,7 @@
 #include "ui/qt_device_form.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_file_dialogs.h"
+#include "ui/qt_fuse_form.h"
 #include "ui/qt_hand_edit_form.h"
 #include "ui/qt_main_form.h"
 #include "ui/qt_message_boxes.h"
@@ -98,6 +99,7 @@ class WindowRun {
   QtViews views_;
   QtDeviceForm device_form_;
   QtHandEditForm hand_edit_form_;
+  QtFuseForm fuse_form_;
   ComDialog com_dialog_;
   QtMainForm main_form_;
   core::RunContext context_;

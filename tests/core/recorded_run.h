@@ -169,7 +169,8 @@ class RecordedRun : public TestPlatform {
                            .Views = RecordedViews,
                            .DeviceForm = RecordedForm,
                            .HandEdit = HandEdit,
-                           .Guide = RecordedGuide};
+                           .Guide = RecordedGuide,
+                           .Fuses = Fuses};
 
   /// Selects a device as a pick does, and forgets what that did.
   void Start(std::string_view display_name);

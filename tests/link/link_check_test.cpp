@@ -185,7 +185,8 @@ TEST(CheckProgrammerLink, WithoutAStoredPortSaysSoAndOpensNothing) {
                            .Views = all.Views,
                            .DeviceForm = all.DeviceForm,
                            .HandEdit = all.HandEdit,
-                           .Guide = all.Guide};
+                           .Guide = all.Guide,
+                           .Fuses = all.Fuses};
   EXPECT_FALSE(CheckProgrammerLink(context));
   EXPECT_THAT(run.Port.Log,
               ElementsAre("Close", "CommPort=1", "Settings=57600,n,8,1", "Handshaking=0",

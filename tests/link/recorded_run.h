@@ -98,7 +98,8 @@ class RecordedRun : public TestPlatform {
                            .Views = Views,
                            .DeviceForm = Form,
                            .HandEdit = HandEdit,
-                           .Guide = Guide};
+                           .Guide = Guide,
+                           .Fuses = Fuses};
   RecordedRun() {
     Events.OnTurn = [this] {
       if (Port.Log.empty() || Port.Log.back() != "yield") Port.Log.emplace_back("yield");

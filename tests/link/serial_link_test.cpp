@@ -46,7 +46,8 @@ core::RunContext WithClock(ScriptedRun& run, platform::Clock& clock) {
           .Views = run.Views,
           .DeviceForm = run.Form,
           .HandEdit = run.HandEdit,
-          .Guide = run.Guide};
+          .Guide = run.Guide,
+          .Fuses = run.Fuses};
 }
 
 TEST(ClearInput, DiscardsEveryByteNotYetRead) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "core/device_catalogue.h"
+#include "link/socket_check.h"
 #include "ops/commands.h"
 #include "ops/device_session.h"
 #include "ops/outcome.h"
@@ -413,7 +414,7 @@ class SignatureCheck : public ::testing::Test {
     run_->Select(run_->Context, device);
     for (int i = 0; i < attempts; ++i) run_->Port.Expect("'s'", reply);
     std::int16_t error = 0;
-    ops::ReadSignature(run_->Context, words_, error);
+    link::ReadSignature(run_->Context, words_, error);
     return error;
   }
   std::unique_ptr<ScriptedRun> run_;
@@ -468,7 +469,7 @@ TEST_F(SignatureCheck, ASecondAttemptIsMadeOnlyWhileTheFamilyByteIsZero) {
   run_->Select(run_->Context, "AT90S2313");
   run_->Port.Expect("'s'", "00 00 00").Expect("'s'", "01 91 1E");
   std::int16_t error = 0;
-  ops::ReadSignature(run_->Context, words_, error);
+  link::ReadSignature(run_->Context, words_, error);
   EXPECT_EQ(error, 0);
 }
 
@@ -493,7 +494,7 @@ TEST_F(SignatureCheck, TheSessionRestsFiftyMillisecondsBeforeTheSignature) {
   run.Select(run.Context, "AT90S2313");
   run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "01 91 1E").Expect("'L'", "0D");
   const double before = run.Clock.Elapsed();
-  ops::CheckSocketDevice(run.Context);
+  link::CheckSocketDevice(run.Context);
   // 50 ms of settling, 100 ms after leaving programming mode, and the replies' milliseconds.
   EXPECT_GT(run.Clock.Elapsed() - before, 0.150);
   EXPECT_LT(run.Clock.Elapsed() - before, 0.165);
@@ -504,7 +505,7 @@ TEST_F(SignatureCheck, AFrameWithoutAcknowledgementSendsNothingElse) {
   run.Select(run.Context, "AT90S2313");
   run.State.SignatureFailed = true;
   run.Port.Expect("'A'", "");
-  ops::CheckSocketDevice(run.Context);
+  link::CheckSocketDevice(run.Context);
   EXPECT_EQ(run.State.LinkError, 1);
   EXPECT_TRUE(run.State.SignatureFailed);
 }

@@ -46,6 +46,19 @@ Bytes AddressedBytes(std::size_t count, char command) {
   return wire;
 }
 
+/// What reading the fuse and lock bits sends behind the memories: the check of the chip, and each
+/// byte in a programming mode of its own.
+Bytes FuseReadBytes(const std::string& device) {
+  Bytes wire = Hex("'APsL'");
+  if (device == "ATtiny12L" || device == "ATtiny15L") Append(wire, Hex("'APrLAPFLAPoL'"));
+  if (device == "ATtiny26L") Append(wire, Hex("'APrLAP:' 58 08 00 'LAPFLAPoL'"));
+  if (device == "AT90S4433") Append(wire, Hex("'APrLAPFL'"));
+  for (const char* combined : {"AT90S2323", "AT90S2343", "AT90S4434", "AT90S8535"}) {
+    if (device == combined) Append(wire, Hex("'APFL'"));
+  }
+  return wire;
+}
+
 class OnEveryDevice : public ::testing::TestWithParam<core::DeviceEntry> {
  protected:
   [[nodiscard]] std::string Name() const { return std::string(GetParam().DisplayName); }
@@ -71,6 +84,7 @@ TEST_P(OnEveryDevice, ReadSendsTheDescribedBytesAndFillsBothBuffers) {
   Append(wire, Hex("'LAP'"));
   Append(wire, AddressedBytes(EepromBytes(), 'd'));
   Append(wire, Hex("'L'"));
+  Append(wire, FuseReadBytes(Name()));
   EXPECT_EQ(run.Wire, wire);
   for (std::size_t i = 0; i < flash.size(); ++i) {
     ASSERT_EQ(run.State.FlashBuffer[i ^ 1U], flash[i]) << i;
@@ -187,10 +201,39 @@ TEST(Read, TracesItsStepsAndShowsItsCompletionAndTheElapsedTime) {
                        "ＥＥＰＲＯＭデータメモリ 読出し中.....",
                        "Enter programming Mode P : 0D",
                        "Leave programming Mode L : 0D",
+                       "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....",
+                       "A_AvrExtend command A : 0D",
+                       "Enter programming Mode P : 0D",
+                       "--:--:--",
+                       "1E:90:05",
+                       "Leave programming Mode L : 0D",
+                       "A_AvrExtendCommand",
+                       "A_AvrExtend command A : 0D",
+                       "P_enterProgrammingMode",
+                       "Enter programming Mode P : 0D",
+                       "r_readFuseBit",
+                       "L_leaveProgrammingMode",
+                       "Leave programming Mode L : 0D",
+                       "A_AvrExtendCommand",
+                       "A_AvrExtend command A : 0D",
+                       "P_enterProgrammingMode",
+                       "Enter programming Mode P : 0D",
+                       "F_readLockFuseBit",
+                       "Read Lock & Fuse bit F : FF",
+                       "L_leaveProgrammingMode",
+                       "Leave programming Mode L : 0D",
+                       "A_AvrExtendCommand",
+                       "A_AvrExtend command A : 0D",
+                       "P_enterProgrammingMode",
+                       "Enter programming Mode P : 0D",
+                       "o_readCalibtationByte",
+                       "L_leaveProgrammingMode",
+                       "Leave programming Mode L : 0D",
+                       "Lock/Fuse bit リードが完了しました。",
                        "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。",
                        run.PanelText(Panel::Elapsed)};
   EXPECT_EQ(run.NewTrace(), expected);
-  EXPECT_EQ(run.PanelText(Panel::Elapsed), "0秒");
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "1秒");
   EXPECT_FALSE(run.Dialog.Loaded);
 }
 
@@ -324,6 +367,44 @@ TEST(Read, TheElapsedTimeIsInWholeSecondsAndKeptInPlaceOfTheStart) {
   ops::ReadCommand(run.Context);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "5秒");
   EXPECT_EQ(run.State.OperationStartTime, 5.0);
+}
+
+TEST(Read, ShowsTheFuseAndLockBitsOfTheChip) {
+  BoardRun run(kTiny12, {.Baud = 0});
+  run.Chip().SetFuses(0x97, 0xFF);
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Cksel].Text(), "0111");
+  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Boden].Text(), "Enable");
+  EXPECT_EQ(run.Fuses.Calibration, "0x6B");
+  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+            "flash, EEPROM, fuse and lock bits read");
+}
+
+TEST(Read, OfADeviceWhoseFusesCannotBeReadReadsNoneAndIsComplete) {
+  BoardRun run("AT90S8515", {.Baud = 0});
+  ops::ReadCommand(run.Context);
+  EXPECT_TRUE(ops::Succeeded(run.State));
+  EXPECT_TRUE(run.State.Chip.FuseBytes.empty());
+  EXPECT_EQ(run.PanelText(Panel::Status),
+            "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
+  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English), "flash and EEPROM read");
+}
+
+TEST(Read, OfMemoriesThatFailedReadsNoFuses) {
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@528")}});
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(std::ranges::count(run.Wire, 'r'), 0);
+}
+
+TEST(Read, WhoseFusesFailIsNotComplete) {
+  // The memories end with reply 655; then A P s L, and A P r: reply 662.
+  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@662")}});
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.Dialog.Text, "Lock/Fuse bit リードに失敗しました。");
+  EXPECT_EQ(run.PanelText(Panel::Status), "Lock/Fuse bit リードに失敗しました。");
+  EXPECT_NE(run.PanelText(Panel::Elapsed), "");
+  EXPECT_FALSE(ops::Succeeded(run.State));
+  EXPECT_NE(run.Dialog.Detail.find("フラッシュとEEPROMは読み出しましたが"), std::string::npos);
 }
 
 TEST(Read, WithAFailingLinkCheckLeavesTheElapsedTimeEmpty) {

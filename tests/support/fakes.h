@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "platform/device_form.h"
 #include "platform/event_loop.h"
 #include "platform/file_dialogs.h"
+#include "platform/fuse_form.h"
 #include "platform/guide_form.h"
 #include "platform/hand_edit_form.h"
 #include "platform/message_boxes.h"
@@ -177,6 +179,60 @@ class FakeShell final : public platform::Shell {
   }
   std::vector<Request> Requests;
   bool Answer = true;
+};
+
+/// Keeps what the frame shows, and the calls in order.
+class FakeFuseForm final : public platform::FuseForm {
+ public:
+  struct List {
+    std::vector<std::string> Items;
+    int Index = -1;
+    bool Enabled = true;
+    [[nodiscard]] std::string Text() const {
+      return Index < 0 ? "" : Items.at(static_cast<std::size_t>(Index));
+    }
+  };
+  struct Call {
+    std::string Name;
+    std::optional<platform::FuseList> Where;
+  };
+
+  void SetItems(platform::FuseList list, std::span<const std::string_view> items) override {
+    Lists[list] = {.Items = {items.begin(), items.end()}, .Enabled = Lists[list].Enabled};
+    Calls.push_back({"items", list});
+  }
+  void Select(platform::FuseList list, int index) override {
+    Lists[list].Index = index;
+    Calls.push_back({"select", list});
+  }
+  [[nodiscard]] int SelectedIndex(platform::FuseList list) const override {
+    const auto found = Lists.find(list);
+    return found == Lists.end() ? -1 : found->second.Index;
+  }
+  void EnableList(platform::FuseList list, bool enable) override { Lists[list].Enabled = enable; }
+  void SetLockListVisible(bool visible) override { LockListVisible = visible; }
+  void EnableButtons(bool read, bool write) override {
+    ReadEnabled = read;
+    WriteEnabled = write;
+  }
+  void SetCalibrationText(std::string_view text) override {
+    Calibration = text;
+    Calls.push_back({"calibration", std::nullopt});
+  }
+  void SetByteLine(std::string_view text) override { ByteLine = text; }
+  void SetFrameVisible(bool visible) override {
+    FrameVisible = visible;
+    Calls.push_back({visible ? "show" : "hide", std::nullopt});
+  }
+
+  std::map<platform::FuseList, List> Lists;
+  std::vector<Call> Calls;
+  std::string Calibration;
+  std::string ByteLine;
+  bool LockListVisible = false;
+  bool ReadEnabled = false;
+  bool WriteEnabled = false;
+  bool FrameVisible = true;
 };
 
 class FakeViews final : public platform::Views {

@@ -7,7 +7,7 @@
 #include "core/device_catalogue.h"
 #include "core/settings_keys.h"
 #include "core/trace_log.h"
-#include "image/device_change.h"
+#include "ops/device_change.h"
 
 namespace fenwright::testing {
 namespace {
@@ -54,7 +54,8 @@ core::RunContext TestPlatform::ContextOn(platform::SerialControl& port) {
           .Views = Views,
           .DeviceForm = Form,
           .HandEdit = HandEdit,
-          .Guide = Guide};
+          .Guide = Guide,
+          .Fuses = Fuses};
 }
 
 void TestPlatform::Select(core::RunContext& context, std::string_view display_name) {
@@ -67,7 +68,7 @@ void TestPlatform::Select(core::RunContext& context, std::string_view display_na
     if (names[i] == display_name) Form.SetDeviceIndex(static_cast<int>(i));
   }
   if (Form.Index < 0) throw std::invalid_argument(std::string(display_name));
-  image::PickDevice(context);
+  ops::PickDevice(context);
 }
 
 std::string TestPlatform::FileText(std::string_view name) const {

@@ -32,6 +32,7 @@ class TestPlatform {
   FakeDeviceForm Form;
   FakeHandEditForm HandEdit;
   FakeGuideForm Guide;
+  FakeFuseForm Fuses;
 
   TestPlatform();
   [[nodiscard]] core::RunContext ContextOn(platform::SerialControl& port);

@@ -17,6 +17,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QStatusBar>
 #include <QTest>
@@ -29,6 +30,7 @@
 #include "ui/elided_label.h"
 #include "ui/hand_edit_box.h"
 #include "ui/qt_device_form.h"
+#include "ui/qt_fuse_form.h"
 #include "ui/qt_hand_edit_form.h"
 #include "ui/qt_status_bar.h"
 #include "ui/view_window.h"
@@ -67,8 +69,12 @@ class MainWindowTest : public ::testing::Test {
         .OpenManual = logged("manual"),
         .ShowHelpContents = logged("contents"),
         .ShowAbout = logged("about"),
+        .ReadFuses = logged("read fuses"),
+        .WriteFuses = logged("write fuses"),
+        .PickRstDisable = logged("pick reset pin"),
     });
     form_.SetDevices({"ATtiny12L", "ATtiny15L"});
+    fuses_.EnableButtons(true, true);
     window_.show();
     QApplication::processEvents();
   }
@@ -90,6 +96,7 @@ class MainWindowTest : public ::testing::Test {
   core::AppState state_;
   MainWindow window_{state_};
   QtDeviceForm form_{window_};
+  QtFuseForm fuses_{window_.Fuses()};
   QtStatusBar status_bar_{window_};
   AnsweredBoxes boxes_;
   std::vector<std::string> log_;
@@ -110,7 +117,7 @@ TEST_F(MainWindowTest, ASimulatedRunSaysSoInTheCaption) {
   EXPECT_TRUE(window_.windowTitle().endsWith(" [シミュレーション]"));
 }
 
-constexpr std::array<std::pair<const char*, const char*>, 10> kButtons{{
+constexpr std::array<std::pair<const char*, const char*>, 12> kButtons{{
     {"Cmd_btn_open", "open"},
     {"Cmd_btn_save", "save"},
     {"Cmd_btn_reload", "reload"},
@@ -119,6 +126,8 @@ constexpr std::array<std::pair<const char*, const char*>, 10> kButtons{{
     {"Cmd_btn_verify", "verify"},
     {"Cmd_btn_erase", "erase"},
     {"Cmd_btn_comselect", "select port"},
+    {"cmdFuseRead", "read fuses"},
+    {"cmdFuseWrite", "write fuses"},
     {"CmdRead", "read cell"},
     {"CmdWrite", "write cell"},
 }};
@@ -533,6 +542,9 @@ TEST_F(MainWindowTest, EverythingLiesInsideTheWindowAtItsFirstSize) {
         "lblData",        "Combo_device",  "Lbl_flash_size",    "Lbl_eeprom_size", "lblFileInfo",
         "frmProgram",     "frmEEprom",     "sbStatusBar_1",     "sbStatusBar_5"}) {
     auto* child = Find<QWidget>(window_, name);
+    // What the panel has no room for is scrolled into sight.
+    auto* panel = Find<QScrollArea>(window_, "fraSettings");
+    if (panel->isAncestorOf(child)) panel->ensureWidgetVisible(child);
     const QRect place(child->mapTo(&window_, QPoint(0, 0)), child->size());
     EXPECT_TRUE(whole.contains(place)) << name;
     if (!qobject_cast<QMdiSubWindow*>(child)) {

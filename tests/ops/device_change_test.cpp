@@ -1,4 +1,4 @@
-#include "image/device_change.h"
+#include "ops/device_change.h"
 
 #include <algorithm>
 
@@ -10,7 +10,7 @@
 #include "core/recorded_run.h"
 #include "image/dump_files.h"
 
-namespace fenwright::image {
+namespace fenwright::ops {
 namespace {
 
 using testing::Journal;
@@ -119,8 +119,8 @@ TEST_F(DeviceChange, APickDiscardsTheLoadedImage) {
   run_.Form.SetDeviceIndex(7);
   PickDevice(run_.Context);
   EXPECT_TRUE(BuffersHold(0xFF, 0xFF));
-  EXPECT_EQ(run_.Files.Files["/app/avrhex.txt"], FlashDump(State()));
-  EXPECT_EQ(run_.Files.Files["/app/avreep.txt"], EepromDump(State()));
+  EXPECT_EQ(run_.Files.Files["/app/avrhex.txt"], image::FlashDump(State()));
+  EXPECT_EQ(run_.Files.Files["/app/avreep.txt"], image::EepromDump(State()));
   EXPECT_EQ(run_.FileText("avrhex.txt").find("AAAA"), std::string::npos);
 }
 
@@ -165,4 +165,4 @@ TEST_F(DeviceChange, ADumpThatTheDiscRefusesEndsThePickWithTheDeviceApplied) {
 }
 
 }  // namespace
-}  // namespace fenwright::image
+}  // namespace fenwright::ops

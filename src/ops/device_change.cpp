@@ -1,32 +1,33 @@
-#include "image/device_change.h"
+#include "ops/device_change.h"
 
 #include "core/device_selection.h"
 #include "core/insertion_guide.h"
+#include "fuse/fuse_layout.h"
 #include "image/buffers.h"
 #include "image/dump_files.h"
 
-namespace fenwright::image {
+namespace fenwright::ops {
 
 void ShowDeviceInfo(core::RunContext& context) {
-  core::LoadSelectedDevice(context);
+  fuse::ApplyFuseLayout(context);
   core::StoreSelectedDevice(context);
   core::ShowMemorySizes(context);
-  RefreshFlashView(context);
-  RefreshEepromView(context);
+  image::RefreshFlashView(context);
+  image::RefreshEepromView(context);
   context.DeviceForm.ShowDeviceFrame();
 }
 
 void PickDevice(core::RunContext& context) {
   ShowDeviceInfo(context);
   context.Events.ProcessPendingEvents();
-  ClearFlashBuffer(context.State);
-  ClearEepromBuffer(context.State);
-  WriteFlashDump(context);
-  WriteEepromDump(context);
-  LoadFlashView(context);
-  LoadEepromView(context);
+  image::ClearFlashBuffer(context.State);
+  image::ClearEepromBuffer(context.State);
+  image::WriteFlashDump(context);
+  image::WriteEepromDump(context);
+  image::LoadFlashView(context);
+  image::LoadEepromView(context);
   context.Events.ProcessPendingEvents();
   core::RefreshInsertionGuide(context);
 }
 
-}  // namespace fenwright::image
+}  // namespace fenwright::ops

@@ -1,0 +1,59 @@
+#include "fuse/fuse_layout.h"
+
+#include <array>
+#include <string>
+
+#include "core/device_selection.h"
+#include "fuse/fuse_model.h"
+#include "fuse/fuse_writing.h"
+
+namespace fenwright::fuse {
+namespace {
+
+using platform::FuseList;
+
+void BuildLockList(core::RunContext& context, const FuseLayout& layout) {
+  BuildFuseList(context, FuseList::Lock, layout.LockListVisible);
+  context.Fuses.SetLockListVisible(layout.LockListVisible);
+  context.Fuses.EnableButtons(layout.ReadEnabled, layout.WriteEnabled);
+}
+
+}  // namespace
+
+void BuildFuseList(core::RunContext& context, FuseList list, bool has_field) {
+  platform::FuseForm& form = context.Fuses;
+  const OptionList* const options =
+      has_field ? OptionsOf(list, context.DeviceForm.DeviceText()) : nullptr;
+  if (options) {
+    form.SetItems(list, options->Items);
+    form.Select(list, options->DefaultIndex);
+  } else {
+    form.SetItems(list, std::array{kNoField});
+    form.Select(list, 0);
+  }
+  form.EnableList(list, options != nullptr);
+}
+
+void ApplyFuseLayout(core::RunContext& context) {
+  const std::string device = context.DeviceForm.DeviceText();
+  if (device.empty()) return;
+  const HiddenFuseFrame hidden(context);
+  core::LoadSelectedDevice(context);
+  const FuseLayout& layout = LayoutOf(device);
+  const auto build = [&](FuseList list) { BuildFuseList(context, list, HasField(layout, list)); };
+  build(FuseList::Fstrt);
+  build(FuseList::Rcen);
+  build(FuseList::Rstdisabl);
+  build(FuseList::Boden);
+  build(FuseList::Bodlevel);
+  build(FuseList::Cksel);
+  context.Fuses.SetCalibrationText(layout.CalibrationCount > 0 ? "?" : kNoField);
+  BuildLockList(context, layout);
+  build(FuseList::Eesave);
+  build(FuseList::Pllck);
+  build(FuseList::Ckopt);
+  build(FuseList::Sut);
+  ShowFuseBytes(context);
+}
+
+}  // namespace fenwright::fuse

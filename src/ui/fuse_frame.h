@@ -1,0 +1,60 @@
+#pragma once
+
+#include <map>
+
+#include <QWidget>
+
+#include "platform/fuse_form.h"
+
+class QComboBox;
+class QGridLayout;
+class QGroupBox;
+class QLabel;
+class QPushButton;
+
+namespace fenwright::ui {
+
+/// The frame "Lock/Fuse ビット ＆ Calib.データ" and the line with the bytes below it: a list with
+/// its label for each fuse field and for the lock mode, the calibration bytes, and the two buttons.
+/// It only shows what it is given and reports what the user does. Until it is given anything it
+/// looks as without a device.
+class FuseFrame final : public QWidget {
+  Q_OBJECT
+
+ public:
+  FuseFrame();
+
+  // The controls, for the adapter and tests.
+  [[nodiscard]] QGroupBox* Frame() const { return frame_; }
+  [[nodiscard]] QComboBox* List(platform::FuseList list) const { return lists_.at(list); }
+  [[nodiscard]] QLabel* LabelOf(platform::FuseList list) const { return labels_.at(list); }
+  [[nodiscard]] QLabel* Calibration() const { return calibration_; }
+  [[nodiscard]] QPushButton* ReadButton() const { return read_; }
+  [[nodiscard]] QPushButton* WriteButton() const { return write_; }
+  [[nodiscard]] QLabel* ByteLine() const { return byte_line_; }
+
+ signals:
+  void ReadRequested();
+  void WriteRequested();
+  /// The user has picked an item of `Combo_RSTDISABL`, even the one that was chosen already.
+  void ResetPinPicked();
+  /// The user has chosen another item of any list.
+  void SelectionChanged();
+
+ private:
+  struct FieldDesign;
+
+  void AddField(QGridLayout* grid, const FieldDesign& design);
+  void AddCalibration(QGridLayout* grid, int row);
+  void AddButtons(QGridLayout* grid, int row);
+
+  QGroupBox* frame_;
+  std::map<platform::FuseList, QComboBox*> lists_;
+  std::map<platform::FuseList, QLabel*> labels_;
+  QLabel* calibration_ = nullptr;
+  QPushButton* read_ = nullptr;
+  QPushButton* write_ = nullptr;
+  QLabel* byte_line_;
+};
+
+}  // namespace fenwright::ui

@@ -1,0 +1,233 @@
+// What the frame shows for every device, and how it is rebuilt.
+
+#include "fuse/fuse_layout.h"
+
+#include <gtest/gtest.h>
+
+#include "fuse/fuse_devices.h"
+
+namespace fenwright::fuse {
+namespace {
+
+using testing::FuseList;
+using testing::kAllDevices;
+using testing::kAllLists;
+using testing::ScriptedRun;
+using Items = std::vector<std::string>;
+
+const Items kFourBits{"0000", "0001", "0010", "0011", "0100", "0101", "0110", "0111",
+                      "1000", "1001", "1010", "1011", "1100", "1101", "1110", "1111"};
+const Items kThreeBits{"000", "001", "010", "011", "100", "101", "110", "111"};
+const Items kTwoBits{"00", "01", "10", "11"};
+const Items kEnable{"Enable", "Disable"};
+const Items kOneBit{"0", "1"};
+const Items kLock{"書込み & ベリファイ 禁止", "書込み禁止", "プロテクトなし"};
+
+struct Shown {
+  Items Texts;
+  int Index;
+};
+
+/// The lists that a device has; every other one shows "-".
+using Lists = std::map<FuseList, Shown>;
+
+struct Row {
+  Lists Fields;
+  std::string Calibration;
+  bool Read;
+  std::string ByteLine;
+};
+
+const std::map<std::string, Row>& Rows() {
+  static const Row lock_only{{}, "-", false, "Lock 0xFF"};
+  static const Row fstrt{{{FuseList::Fstrt, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"};
+  static const std::map<std::string, Row> rows{
+      {"ATtiny12L",
+       {{{FuseList::Cksel, {kFourBits, 2}},
+         {FuseList::Boden, {kEnable, 1}},
+         {FuseList::Bodlevel, {{"2.7V", "1.8V"}, 1}},
+         {FuseList::Rstdisabl, {{"PB5:I/O", "PB5:Reset"}, 1}}},
+        "?",
+        true,
+        "Fuse 0xD2  Lock 0xFF"}},
+      {"ATtiny15L",
+       {{{FuseList::Cksel, {kTwoBits, 0}},
+         {FuseList::Boden, {kEnable, 1}},
+         {FuseList::Bodlevel, {{"4.0V", "2.7V"}, 1}},
+         {FuseList::Rstdisabl, {{"PB5:I/O", "PB5:Reset"}, 1}}},
+        "?",
+        true,
+        "Fuse 0xD6  Lock 0xFF"}},
+      {"ATtiny26L",
+       {{{FuseList::Cksel, {kFourBits, 1}},
+         {FuseList::Sut, {kTwoBits, 2}},
+         {FuseList::Ckopt, {kOneBit, 1}},
+         {FuseList::Pllck, {kOneBit, 1}},
+         {FuseList::Boden, {kEnable, 1}},
+         {FuseList::Bodlevel, {{"4.0V", "2.7V"}, 1}},
+         {FuseList::Eesave, {kEnable, 1}},
+         {FuseList::Rstdisabl, {{"PB7:I/O", "PB7:Reset"}, 1}}},
+        "?",
+        true,
+        "Fuse 0xE1  High 0xF7  Lock 0xFF"}},
+      {"AT90S2323", fstrt},
+      {"AT90S2343", {{{FuseList::Rcen, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"}},
+      {"AT90S1200 (外部ｸﾛｯｸ)", lock_only},
+      {"AT90S1200A(内部RCｸﾛｯｸ1MHz)", lock_only},
+      {"AT90S2313", lock_only},
+      {"AT90S4433",
+       {{{FuseList::Cksel, {kThreeBits, 2}},
+         {FuseList::Boden, {kEnable, 1}},
+         {FuseList::Bodlevel, {{"4.0V", "2.7V"}, 1}}},
+        "-",
+        true,
+        "Fuse 0xBA  Lock 0xFF"}},
+      {"AT90S4414", lock_only},
+      {"AT90S4434", fstrt},
+      {"AT90S8515", lock_only},
+      {"AT90S8535", fstrt},
+  };
+  return rows;
+}
+
+void ExpectShown(const testing::FakeFuseForm& form, const Row& row) {
+  Lists lists = row.Fields;
+  lists[FuseList::Lock] = {kLock, 2};
+  for (const FuseList list : kAllLists) {
+    SCOPED_TRACE(static_cast<int>(list));
+    const auto wanted = lists.find(list);
+    const auto& shown = form.Lists.at(list);
+    EXPECT_EQ(shown.Items, wanted == lists.end() ? Items{"-"} : wanted->second.Texts);
+    EXPECT_EQ(shown.Index, wanted == lists.end() ? 0 : wanted->second.Index);
+    EXPECT_EQ(shown.Enabled, wanted != lists.end());
+  }
+  EXPECT_EQ(form.Calibration, row.Calibration);
+  EXPECT_TRUE(form.LockListVisible);
+  EXPECT_EQ(form.ReadEnabled, row.Read);
+  EXPECT_TRUE(form.WriteEnabled);
+  EXPECT_EQ(form.ByteLine, row.ByteLine);
+  EXPECT_TRUE(form.FrameVisible);
+}
+
+TEST(FuseLayoutOf, EveryDeviceHasItsListsItemsDefaultsAndButtons) {
+  for (const std::string device : kAllDevices) {
+    SCOPED_TRACE(device);
+    ScriptedRun run;
+    run.Select(run.Context, device);
+    ExpectShown(run.Fuses, Rows().at(device));
+  }
+}
+
+TEST(FuseLayoutOf, EveryChangeOfDeviceResetsAllFieldsWhateverWasChosenBefore) {
+  ScriptedRun run;
+  for (const std::string from : kAllDevices) {
+    for (const std::string to : kAllDevices) {
+      SCOPED_TRACE(from + " to " + to);
+      run.Select(run.Context, from);
+      for (const FuseList list : kAllLists) run.Fuses.Select(list, 0);
+      run.Fuses.SetCalibrationText("0x6B");
+      run.Select(run.Context, to);
+      ExpectShown(run.Fuses, Rows().at(to));
+    }
+  }
+}
+
+TEST(FuseLayoutOf, TheListsAreBuiltInTheirOrderWithTheFrameHidden) {
+  ScriptedRun run;
+  run.Select(run.Context, "ATtiny26L");
+  run.Fuses.Calls.clear();
+  ApplyFuseLayout(run.Context);
+  std::vector<std::string> steps;
+  for (const auto& [name, list] : run.Fuses.Calls) {
+    if (name == "items") steps.push_back(std::to_string(static_cast<int>(*list)));
+    if (name != "items" && name != "select") steps.push_back(name);
+  }
+  const auto at = [](FuseList list) { return std::to_string(static_cast<int>(list)); };
+  EXPECT_EQ(steps, (std::vector<std::string>{
+                       "hide", at(FuseList::Fstrt), at(FuseList::Rcen), at(FuseList::Rstdisabl),
+                       at(FuseList::Boden), at(FuseList::Bodlevel), at(FuseList::Cksel),
+                       "calibration", at(FuseList::Lock), at(FuseList::Eesave), at(FuseList::Pllck),
+                       at(FuseList::Ckopt), at(FuseList::Sut), "show"}));
+}
+
+TEST(FuseLayoutOf, WithAnEmptySelectorNothingChanges) {
+  ScriptedRun run;
+  run.Select(run.Context, "ATtiny12L");
+  run.Fuses.Select(FuseList::Cksel, 7);
+  run.Form.ForcedText = "";
+  run.Fuses.Calls.clear();
+  ApplyFuseLayout(run.Context);
+  EXPECT_TRUE(run.Fuses.Calls.empty());
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Index, 7);
+  EXPECT_EQ(run.State.FlashWords, 512);
+  EXPECT_EQ(run.State.DeviceCode, 0x55);
+}
+
+TEST(FuseLayoutOf, ANameThatIsNoDeviceHasNoFieldNoLockListAndNoButton) {
+  for (const char* name : {"ATtiny11L", "AT90S2333", "at90s8515", "ATtiny12L "}) {
+    SCOPED_TRACE(name);
+    ScriptedRun run;
+    run.Select(run.Context, "ATtiny26L");
+    run.Form.ForcedText = name;
+    ApplyFuseLayout(run.Context);
+    EXPECT_EQ(run.State.FlashWords, 0);
+    EXPECT_EQ(run.State.EepromBytes, 0);
+    EXPECT_EQ(run.State.DeviceCode, 0);
+    for (const FuseList list : kAllLists) {
+      EXPECT_EQ(run.Fuses.Lists.at(list).Items, Items{"-"});
+      EXPECT_FALSE(run.Fuses.Lists.at(list).Enabled);
+    }
+    EXPECT_EQ(run.Fuses.Calibration, "-");
+    EXPECT_FALSE(run.Fuses.LockListVisible);
+    EXPECT_FALSE(run.Fuses.ReadEnabled);
+    EXPECT_FALSE(run.Fuses.WriteEnabled);
+    EXPECT_TRUE(run.Fuses.FrameVisible);
+    EXPECT_EQ(run.Fuses.ByteLine, "");
+  }
+}
+
+TEST(FuseLayoutOf, TheListsKnowAChipThatTheSelectorNeverOffers) {
+  ScriptedRun run;
+  run.Form.ForcedText = "AT90S2333";
+  for (const FuseList list : {FuseList::Boden, FuseList::Bodlevel, FuseList::Cksel}) {
+    BuildFuseList(run.Context, list, true);
+    EXPECT_TRUE(run.Fuses.Lists[list].Enabled);
+  }
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Boden].Items, kEnable);
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Boden].Index, 1);
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Bodlevel].Items, (Items{"4.0V", "2.7V"}));
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Bodlevel].Index, 1);
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Items, kThreeBits);
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Index, 2);
+}
+
+TEST(FuseLayoutOf, AListThatDependsOnTheDeviceShowsNoFieldForAnUnknownOne) {
+  ScriptedRun run;
+  run.Form.ForcedText = "AT90S8515";
+  for (const FuseList list : {FuseList::Boden, FuseList::Bodlevel, FuseList::Cksel}) {
+    BuildFuseList(run.Context, list, true);
+    EXPECT_EQ(run.Fuses.Lists[list].Items, Items{"-"});
+    EXPECT_FALSE(run.Fuses.Lists[list].Enabled);
+  }
+}
+
+TEST(FuseLayoutOf, ADeviceWithoutReadableFusesKeepsItsLockList) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Lock].Text(), "プロテクトなし");
+  EXPECT_TRUE(run.Fuses.Lists[FuseList::Lock].Enabled);
+  EXPECT_FALSE(run.Fuses.ReadEnabled);
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Text(), "-");
+}
+
+TEST(FuseLayoutOf, FromATiny12ToATiny26TheResetPinChangesItsName) {
+  ScriptedRun run;
+  run.Select(run.Context, "ATtiny12L");
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Text(), "PB5:Reset");
+  run.Select(run.Context, "ATtiny26L");
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Items, (Items{"PB7:I/O", "PB7:Reset"}));
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Text(), "PB7:Reset");
+}
+
+}  // namespace
+}  // namespace fenwright::fuse

@@ -1,0 +1,307 @@
+// Writing fuse and lock bytes: wire, trace, messages, and the warning about the reset pin.
+
+#include "fuse/fuse_writing.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "fuse/fuse_devices.h"
+
+namespace fenwright::fuse {
+namespace {
+
+using platform::MessageMode;
+using testing::Exchange;
+using testing::FuseList;
+using testing::kAllDevices;
+using testing::Positions;
+using testing::ScriptedRun;
+using Texts = std::vector<std::string>;
+
+constexpr const char* kBusy = "Lock/Fuse bit ライト中....";
+constexpr const char* kDone = "Lock/Fuse bit ライトが完了しました。";
+constexpr const char* kFailed = "Lock/Fuse bit ライトに失敗しました。";
+
+const std::map<std::string, std::vector<Exchange>>& DefaultWrites() {
+  static const std::vector<Exchange> lock_only{{"'l' FF", "0D"}};
+  static const std::vector<Exchange> single{{"'f' BE", "0D"}, {"'l' FF", "0D"}};
+  static const std::map<std::string, std::vector<Exchange>> rows{
+      {"ATtiny12L", {{"'u' D2", "0D"}, {"'l' FF", "0D"}}},
+      {"ATtiny15L", {{"'u' D6", "0D"}, {"'l' FF", "0D"}}},
+      {"ATtiny26L", {{"'u' E1", "0D"}, {"';' AC A8 00 F7", "0D"}, {"';' AC E0 00 FF", "0D"}}},
+      {"AT90S2323", single},
+      {"AT90S2343", single},
+      {"AT90S1200 (外部ｸﾛｯｸ)", lock_only},
+      {"AT90S1200A(内部RCｸﾛｯｸ1MHz)", lock_only},
+      {"AT90S2313", lock_only},
+      {"AT90S4433", {{"'f' BA", "0D"}, {"'l' FF", "0D"}}},
+      {"AT90S4414", lock_only},
+      {"AT90S4434", single},
+      {"AT90S8515", lock_only},
+      {"AT90S8535", single},
+  };
+  return rows;
+}
+
+struct WritingRun : ScriptedRun {
+  explicit WritingRun(const std::string& device) : Device(device) {
+    Select(Context, device);
+    NewTrace();
+  }
+  void Choose(const Positions& positions) {
+    for (const auto& [list, index] : positions) Fuses.Select(list, index);
+  }
+  void Write() { WriteFuses(Context); }
+  void WriteExpecting(const std::vector<Exchange>& commands) {
+    for (const auto& [sent, reply] : testing::Transcript(Device, commands)) {
+      Port.Expect(sent, reply);
+    }
+    Write();
+  }
+
+  std::string Device;
+};
+
+/// Chooses, and expects these commands on the wire.
+void ExpectWritten(const std::string& device, const Positions& positions, const Texts& commands) {
+  SCOPED_TRACE(device + " " + commands.front());
+  WritingRun run(device);
+  run.Choose(positions);
+  std::vector<Exchange> exchanges;
+  for (const std::string& command : commands) exchanges.push_back({command, "0D"});
+  run.WriteExpecting(exchanges);
+  EXPECT_EQ(run.State.LinkError, 0);
+}
+
+TEST(FuseWriting, EveryDeviceIsWrittenWithItsDefaultsAsDescribed) {
+  for (const std::string device : kAllDevices) {
+    SCOPED_TRACE(device);
+    WritingRun run(device);
+    run.WriteExpecting(DefaultWrites().at(device));
+    EXPECT_EQ(run.State.LinkError, 0);
+    EXPECT_EQ(run.PanelText(platform::Panel::Status), kDone);
+    ASSERT_EQ(run.Dialog.Shown.size(), 1U);
+    EXPECT_EQ(run.Dialog.Shown.front().first, kBusy);
+    EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
+    EXPECT_FALSE(run.Dialog.Loaded);
+    EXPECT_TRUE(run.State.Chip.FusesFinished);
+  }
+}
+
+TEST(FuseWriting, EveryFieldReachesItsBitOnTheWire) {
+  ExpectWritten("ATtiny12L", {{FuseList::Cksel, 2}, {FuseList::Lock, 2}}, {"'u' D2", "'l' FF"});
+  ExpectWritten(
+      "ATtiny12L",
+      {{FuseList::Cksel, 15}, {FuseList::Rstdisabl, 0}, {FuseList::Boden, 0}, {FuseList::Lock, 1}},
+      {"'u' 8F", "'l' FD"});
+  ExpectWritten("ATtiny15L", {{FuseList::Cksel, 3}, {FuseList::Bodlevel, 0}, {FuseList::Lock, 0}},
+                {"'u' 57", "'l' F9"});
+  ExpectWritten("ATtiny15L", {{FuseList::Cksel, 2}}, {"'u' D6", "'l' FF"});
+  ExpectWritten("ATtiny26L",
+                {{FuseList::Cksel, 4},
+                 {FuseList::Sut, 0},
+                 {FuseList::Ckopt, 0},
+                 {FuseList::Pllck, 0},
+                 {FuseList::Boden, 0},
+                 {FuseList::Bodlevel, 0},
+                 {FuseList::Eesave, 0},
+                 {FuseList::Rstdisabl, 0},
+                 {FuseList::Lock, 0}},
+                {"'u' 04", "';' AC A8 00 E0", "';' AC E0 00 FC"});
+  ExpectWritten(
+      "ATtiny26L",
+      {{FuseList::Sut, 3}, {FuseList::Boden, 0}, {FuseList::Eesave, 0}, {FuseList::Lock, 1}},
+      {"'u' F1", "';' AC A8 00 F2", "';' AC E0 00 FE"});
+  ExpectWritten("AT90S4433", {{FuseList::Cksel, 7}, {FuseList::Boden, 0}, {FuseList::Bodlevel, 0}},
+                {"'f' A7", "'l' FF"});
+  ExpectWritten("AT90S2323", {{FuseList::Fstrt, 1}}, {"'f' BF", "'l' FF"});
+  ExpectWritten("AT90S4434", {{FuseList::Fstrt, 1}, {FuseList::Lock, 1}}, {"'f' BF", "'l' FD"});
+  ExpectWritten("AT90S8535", {{FuseList::Fstrt, 1}}, {"'f' BF", "'l' FF"});
+  ExpectWritten("AT90S2343", {{FuseList::Rcen, 1}, {FuseList::Lock, 0}}, {"'f' BF", "'l' F9"});
+  ExpectWritten("AT90S8515", {{FuseList::Lock, 0}}, {"'l' F9"});
+}
+
+TEST(FuseWriting, TheByteLineSaysWhatIsSent) {
+  for (const std::string device : kAllDevices) {
+    SCOPED_TRACE(device);
+    WritingRun run(device);
+    for (auto& [list, content] : run.Fuses.Lists) {
+      content.Index = static_cast<int>(content.Items.size()) - 1;
+    }
+    ShowFuseBytes(run.Context);
+    const std::string line = run.Fuses.ByteLine;
+    for (const auto& [sent, reply] : testing::Transcript(device, {})) run.Port.Expect(sent, reply);
+    // Nothing more is answered: the first byte is enough to compare here.
+    run.Port.Expect("'A'");
+    for (std::size_t i = 1; i < DefaultWrites().at(device).size(); ++i) {
+      run.Port.Expect("'A'", "0D");
+    }
+    run.Write();
+    const core::AppState& state = run.State;
+    const std::string last_fuse = testing::ToHex(std::array{state.FuseByte});
+    const std::string lock = testing::ToHex(std::array{state.LockByte});
+    EXPECT_TRUE(line.ends_with("Lock 0x" + lock)) << line;
+    if (device == "ATtiny26L") {
+      EXPECT_NE(line.find("High 0x" + last_fuse), std::string::npos);
+    }
+    if (line.starts_with("Fuse") && device != "ATtiny26L") {
+      EXPECT_TRUE(line.starts_with("Fuse 0x" + last_fuse)) << line;
+    }
+  }
+}
+
+TEST(FuseWriting, TheTraceHasNoLabelsOfItsOwn) {
+  WritingRun run("ATtiny12L");
+  run.WriteExpecting(DefaultWrites().at("ATtiny12L"));
+  const Texts mode{"A_AvrExtend command A : 0D", "Enter programming Mode P : 0D",
+                   "Leave programming Mode L : 0D"};
+  Texts expected{
+      kBusy,      "A_AvrExtend command A : 0D",   "Enter programming Mode P : 0D", "--:--:--",
+      "1E:90:05", "Leave programming Mode L : 0D"};
+  expected.insert(expected.end(), mode.begin(), mode.end());
+  expected.insert(expected.end(), mode.begin(), mode.end());
+  expected.emplace_back(kDone);
+  EXPECT_EQ(run.NewTrace(), expected);
+}
+
+TEST(FuseWriting, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
+  for (const std::string device : kAllDevices) {
+    const std::vector<Exchange> transcript =
+        testing::Transcript(device, DefaultWrites().at(device));
+    for (std::size_t failing = 0; failing < transcript.size(); ++failing) {
+      SCOPED_TRACE(device + " " + std::to_string(failing));
+      WritingRun run(device);
+      ScriptWithFailureAt(run.Port, transcript, failing);
+      run.Write();
+      const bool check = failing < testing::kCheckExchanges;
+      const Texts trace = run.NewTrace();
+      EXPECT_EQ(std::ranges::count(trace, kFailed), check ? 0 : 2);
+      EXPECT_EQ(std::ranges::count(trace, kDone), 0);
+      EXPECT_EQ(run.State.LinkError, 1);
+      EXPECT_EQ(run.State.Chip.FuseWriteStarted,
+                failing > testing::kCheckExchanges);  // its "A" is not enough
+      EXPECT_FALSE(run.State.Chip.FusesFinished);
+      if (!check) {
+        EXPECT_EQ(run.Dialog.Text, kFailed);
+        EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
+      }
+    }
+  }
+}
+
+TEST(FuseWriting, AWrongReplyNamesTheCommandAndTheLaterBytesAreNotWritten) {
+  WritingRun run("ATtiny12L");
+  for (const auto& [sent, reply] : testing::Transcript("ATtiny12L", {})) {
+    run.Port.Expect(sent, reply);
+  }
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'u' D2", "3F").Expect("'L'", "0D");
+  run.Port.Expect("'A'", "0D");
+  run.Write();
+  const Texts trace = run.NewTrace();
+  EXPECT_EQ(std::ranges::count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse bit u"), 1);
+  EXPECT_EQ(run.Dialog.Text, kFailed);
+  EXPECT_TRUE(run.State.Chip.FuseBytes.empty());
+}
+
+TEST(FuseWriting, AnotherChipInTheSocketIsNotWritten) {
+  for (const std::string device : kAllDevices) {
+    SCOPED_TRACE(device);
+    WritingRun run(device);
+    run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "04 90 1E").Expect("'L'", "0D");
+    run.Write();
+    EXPECT_EQ(run.State.LinkError, 1);
+    EXPECT_EQ(run.Dialog.Shown.size(), 2U);  // busy, and the check's own message
+    EXPECT_FALSE(run.State.Chip.FuseWriteStarted);
+  }
+}
+
+TEST(FuseWriting, WithAnEmptySelectorItStopsAfterTheCheck) {
+  WritingRun run("ATtiny12L");
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "05 90 1E").Expect("'L'", "0D");
+  run.Events.OnTurn = [&] {
+    if (run.Port.Sent.size() == 4) run.Form.ForcedText = "";
+  };
+  run.Write();
+  EXPECT_EQ(run.Port.Sent.size(), 4U);
+  const Texts trace = run.NewTrace();
+  EXPECT_EQ(std::ranges::count(trace, kDone), 0);
+}
+
+TEST(FuseWriting, ForANameThatIsNoDeviceNothingIsWrittenAndItCompletes) {
+  WritingRun run("ATtiny12L");
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "05 90 1E").Expect("'L'", "0D");
+  run.Events.OnTurn = [&] {
+    if (run.Port.Sent.size() == 4) run.Form.ForcedText = "AT90S2333";
+  };
+  run.Write();
+  EXPECT_EQ(run.Port.Sent.size(), 4U);
+  EXPECT_EQ(run.PanelText(platform::Panel::Status), kDone);
+}
+
+TEST(FuseWriting, AnUnsetListSendsWhatTheWorkingByteLastHeld) {
+  WritingRun run("AT90S4433");
+  run.State.FuseByte = 0x42;
+  run.State.LockByte = 0x24;
+  run.Choose({{FuseList::Cksel, -1},
+              {FuseList::Boden, -1},
+              {FuseList::Bodlevel, -1},
+              {FuseList::Lock, -1}});
+  run.WriteExpecting({{"'f' 42", "0D"}, {"'l' 24", "0D"}});
+  EXPECT_EQ(run.State.FuseByte, 0x42);
+}
+
+TEST(FuseWriting, AnUnsetBaseOfTheHighByteTakesTheLowByteJustWritten) {
+  WritingRun run("ATtiny26L");
+  run.Choose({{FuseList::Boden, -1},
+              {FuseList::Bodlevel, 0},
+              {FuseList::Eesave, 0},
+              {FuseList::Rstdisabl, 0}});
+  run.WriteExpecting({{"'u' E1", "0D"}, {"';' AC A8 00 E1", "0D"}, {"';' AC E0 00 FF", "0D"}});
+}
+
+TEST(FuseWriting, TheWorkingBytesHoldWhatWasSentLast) {
+  WritingRun run("ATtiny26L");
+  run.WriteExpecting(DefaultWrites().at("ATtiny26L"));
+  EXPECT_EQ(run.State.FuseByte, 0xF7);
+  EXPECT_EQ(run.State.LockByte, 0xFF);
+}
+
+constexpr const char* kWarning =
+    "ＰＢ５またはＰＢ７リセット機能の無効「PB5:I/O」または「PB7:I/"
+    "O」を選択しライトした場合、そのデバイスは、このプログラマ(Low-voltage Serial Programming "
+    "mode)ではアクセスできなくなります。ＯＴＰデバイスと同じ扱いとなりますので注意してください。";
+
+TEST(ResetDisableWarning, IsShownForTheFirstItemOfEachDeviceThatHasIt) {
+  for (const std::string device : kAllDevices) {
+    SCOPED_TRACE(device);
+    const bool has_it = device.starts_with("ATtiny");
+    WritingRun run(device);
+    run.Fuses.Select(FuseList::Rstdisabl, 0);
+    WarnOfResetDisable(run.Context);
+    EXPECT_EQ(run.Dialog.Shown.size(), has_it ? 1U : 0U);
+    EXPECT_EQ(run.NewTrace(), has_it ? Texts{kWarning} : Texts{});
+    EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Index, 0);
+    if (!has_it) continue;
+    EXPECT_EQ(run.Dialog.Text, kWarning);
+    EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
+  }
+}
+
+TEST(ResetDisableWarning, IsNotShownForTheSecondItem) {
+  WritingRun run("ATtiny26L");
+  run.Fuses.Select(FuseList::Rstdisabl, 1);
+  WarnOfResetDisable(run.Context);
+  EXPECT_TRUE(run.Dialog.Shown.empty());
+}
+
+TEST(ResetDisableWarning, TheWriteItselfAsksNothing) {
+  WritingRun run("ATtiny12L");
+  run.Fuses.Select(FuseList::Rstdisabl, 0);
+  run.WriteExpecting({{"'u' C2", "0D"}, {"'l' FF", "0D"}});
+  EXPECT_TRUE(run.Boxes.Questions.empty());
+  EXPECT_EQ(run.Dialog.Shown.size(), 1U);
+}
+
+}  // namespace
+}  // namespace fenwright::fuse
