@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <signal.h>
+#include <sstream>
 #include <sys/mount.h>
 #include <thread>
 #include <tuple>
@@ -539,7 +540,7 @@ TEST_F(Cli, AChipIsReadSavedAndProgrammedIntoAnother) {
     const Result read = Run({"--port", board.Link(), "--device", "ATtiny15L", "read", "--code",
                              "out.hex", "--data", "out.eep"});
     ASSERT_EQ(read.Code, 0) << read.Err;
-    EXPECT_THAT(read.Out, HasSubstr("ok: flash and EEPROM read"));
+    EXPECT_THAT(read.Out, HasSubstr("ok: flash, EEPROM, fuse and lock bits read"));
   }
   BoardProgram other("ATtiny15L");
   EXPECT_EQ(Program(other, "ATtiny15L", "out.hex").Code, 0);
@@ -737,9 +738,193 @@ TEST_F(Cli, AnEraseBlanksTheChip) {
   EXPECT_EQ(board.Dump(), std::string(1024 + 64, '\xFF'));
 }
 
+/// Whole lines of a text.
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+TEST_F(Cli, ReadFusesPrintsEachFieldTheBytesAndTheCalibration) {
+  const Result result = Run({"--simulate", "--quiet", "--device", "ATtiny26L", "read-fuses"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_EQ(
+      LinesOf(result.Out),
+      (std::vector<std::string>{
+          "CKSEL      0001  (1)", "SUT        10  (2)", "BODEN      Disable  (1)",
+          "BODLEVEL   2.7V  (1)", "CKOPT      1  (1)", "PLLCK      1  (1)",
+          "EESAVE     Disable  (1)", "RSTDISABL  PB7:Reset  (1)", "LOCK       プロテクトなし  (2)",
+          "bytes      Fuse 0xE1  High 0xF7  Lock 0xFF", "calib      0xA4 0x9F 0x9B 0x97"}));
+}
+
+TEST_F(Cli, ReadFusesAsJsonTellsFieldsBytesAndCalibration) {
+  const Result result = Run({"--simulate", "--json", "--device", "ATtiny12L", "read-fuses"});
+  EXPECT_EQ(result.Code, 0);
+  const auto json = nlohmann::json::parse(result.Out);
+  EXPECT_EQ(json["command"], "read-fuses");
+  EXPECT_EQ(json["result"], "ok");
+  EXPECT_EQ(json["fields"]["CKSEL"], (nlohmann::json{{"index", 2}, {"item", "0010"}}));
+  EXPECT_EQ(json["fields"]["LOCK"], (nlohmann::json{{"index", 2}, {"item", "プロテクトなし"}}));
+  EXPECT_EQ(json["fields"].size(), 5U);
+  EXPECT_EQ(json["bytes"], (nlohmann::json{{"Fuse", 0xD2}, {"Lock", 0xFF}}));
+  EXPECT_EQ(json["calibration"], nlohmann::json({0x6B}));
+}
+
+TEST_F(Cli, ReadFusesOfADeviceThatGivesNoneAwaySendsNothing) {
+  BoardProgram board("AT90S8515");
+  const Result result = Run({"--port", board.Link(), "--device", "AT90S8515", "read-fuses"});
+  EXPECT_EQ(result.Code, 2);
+  EXPECT_THAT(result.Err, HasSubstr("the fuse and lock bits of AT90S8515 cannot be read"));
+  EXPECT_TRUE(board.Wire().empty());
+}
+
+TEST_F(Cli, WriteFusesReadsFirstChangesTheNamedFieldsAndWritesLikeTheButton) {
+  BoardProgram board("ATtiny26L");
+  const Result result = Run({"--port", board.Link(), "--device", "ATtiny26L", "write-fuses",
+                             "cksel=0100", "BODEN=enable", "SUT=3"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, HasSubstr("old: Fuse 0xE1  High 0xF7  Lock 0xFF\n"
+                                    "  BODEN: Disable -> Enable\n"
+                                    "  CKSEL: 0001 -> 0100\n"
+                                    "  SUT: 10 -> 11\n"
+                                    "new: Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
+  EXPECT_THAT(result.Out, HasSubstr("ok: fuse and lock bits written ("));
+
+  BoardRun run("ATtiny26L");
+  ops::ReadFusesCommand(run.Context);
+  run.Fuses.Select(platform::FuseList::Cksel, 4);
+  run.Fuses.Select(platform::FuseList::Boden, 0);
+  run.Fuses.Select(platform::FuseList::Sut, 3);
+  ops::WriteFusesCommand(run.Context);
+  EXPECT_EQ(board.Wire(), run.Wire);
+
+  const Result read = Run({"--port", board.Link(), "--device", "ATtiny26L", "read-fuses"});
+  EXPECT_THAT(read.Out, HasSubstr("bytes      Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
+  // What is not named now keeps what the chip has.
+  const Result again =
+      Run({"--port", board.Link(), "--device", "ATtiny26L", "write-fuses", "CKOPT=0"});
+  EXPECT_THAT(again.Out, HasSubstr("new: Fuse 0xB4  High 0xF6  Lock 0xFF\n"));
+  const Result defaults = Run({"--port", board.Link(), "--device", "ATtiny26L", "write-fuses",
+                               "--from-defaults", "PLLCK=0"});
+  EXPECT_EQ(defaults.Code, 0);
+  EXPECT_THAT(defaults.Out, HasSubstr("new: Fuse 0x61  High 0xF7  Lock 0xFF\n"));
+}
+
+TEST_F(Cli, WriteFusesOfADeviceThatCannotBeReadStartsFromTheDefaults) {
+  BoardProgram board("AT90S8515");
+  const Result result =
+      Run({"--port", board.Link(), "--device", "AT90S8515", "write-fuses", "LOCK=write"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, HasSubstr("old: cannot be read on this device"));
+  EXPECT_THAT(result.Out, HasSubstr("new: Lock 0xFD\n"));
+  BoardRun run("AT90S8515");
+  run.Fuses.Select(platform::FuseList::Lock, 1);
+  ops::WriteFusesCommand(run.Context);
+  EXPECT_EQ(board.Wire(), run.Wire);
+}
+
+TEST_F(Cli, LockModesHaveEnglishNamesIndexesAndTheirTexts) {
+  const std::vector<std::pair<std::string, std::string>> rows{{"none", "0xFF"},
+                                                              {"write", "0xFD"},
+                                                              {"write-verify", "0xF9"},
+                                                              {"2", "0xFF"},
+                                                              {"1", "0xFD"},
+                                                              {"0", "0xF9"},
+                                                              {"プロテクトなし", "0xFF"},
+                                                              {"書込み禁止", "0xFD"},
+                                                              {"書込み & ベリファイ 禁止", "0xF9"}};
+  for (const auto& [item, byte] : rows) {
+    SCOPED_TRACE(item);
+    const Result result =
+        Run({"--simulate", "--device", "AT90S2313", "write-fuses", "--dry-run", "LOCK=" + item});
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    EXPECT_THAT(result.Out, HasSubstr("new: Lock " + byte + "\n"));
+  }
+}
+
+TEST_F(Cli, ADryRunWritesNothing) {
+  BoardProgram board("ATtiny12L");
+  const Result result = Run(
+      {"--port", board.Link(), "--device", "ATtiny12L", "write-fuses", "--dry-run", "CKSEL=15"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, HasSubstr("new: Fuse 0xDF  Lock 0xFF\nok: nothing was written"));
+  const Bytes wire = board.Wire();
+  EXPECT_EQ(std::count(wire.begin(), wire.end(), 'u'), 0);
+  EXPECT_EQ(std::count(wire.begin(), wire.end(), 'r'), 1);
+}
+
+TEST_F(Cli, GivingTheResetPinAwayNeedsToBeAllowed) {
+  const std::string warning =
+      "ＰＢ５またはＰＢ７リセット機能の無効「PB5:I/O」または「PB7:I/O」を選択しライトした場合、";
+  for (const std::string device : {"ATtiny12L", "ATtiny15L", "ATtiny26L"}) {
+    SCOPED_TRACE(device);
+    BoardProgram board(device);
+    for (const std::string& item :
+         {std::string("0"), std::string(device == "ATtiny26L" ? "PB7:I/O" : "PB5:I/O")}) {
+      const Result refused =
+          Run({"--port", board.Link(), "--device", device, "write-fuses", "RSTDISABL=" + item});
+      EXPECT_EQ(refused.Code, 2);
+      EXPECT_THAT(refused.Err, HasSubstr(warning));
+      EXPECT_TRUE(board.Wire().empty());
+    }
+    const Result allowed = Run({"--port", board.Link(), "--device", device, "write-fuses",
+                                "--allow-reset-disable", "RSTDISABL=0"});
+    EXPECT_EQ(allowed.Code, 0) << allowed.Err;
+    EXPECT_EQ(Run({"--port", board.Link(), "--device", device, "read-fuses"}).Code, 1);
+  }
+}
+
+TEST_F(Cli, AFieldOrAnItemThatDoesNotExistIsRefusedBeforeAnythingIsSent) {
+  BoardProgram board("ATtiny12L");
+  const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
+      {{"SUT=10"}, "its fields are CKSEL BODEN BODLEVEL RSTDISABL LOCK"},
+      {{"CKSEL=16"}, "its items are\n  0  0000\n"},
+      {{"CKSEL=-1"}, "no such item"},
+      {{"BODEN=on"}, "  0  Enable\n  1  Disable\n"},
+      {{"CKSEL"}, "write it as FIELD=ITEM"},
+      {{"CKSEL=1", "cksel=2"}, "given twice"},
+      {{}, "name what to write as FIELD=ITEM, or --from-defaults"}};
+  for (const auto& [fields, complaint] : rows) {
+    std::vector<std::string> arguments{"--port", board.Link(), "--device", "ATtiny12L",
+                                       "write-fuses"};
+    arguments.insert(arguments.end(), fields.begin(), fields.end());
+    const Result result = Run(arguments);
+    EXPECT_EQ(result.Code, 2);
+    EXPECT_THAT(result.Err, HasSubstr(complaint));
+  }
+  EXPECT_TRUE(board.Wire().empty());
+}
+
+TEST_F(Cli, WriteFusesAsJsonTellsOldAndNewBytes) {
+  const Result result = Run({"--simulate", "--json", "--device", "AT90S2323", "write-fuses",
+                             "FSTRT=Enable", "LOCK=write"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  const auto json = nlohmann::json::parse(result.Out);
+  EXPECT_EQ(json["command"], "write-fuses");
+  EXPECT_EQ(json["old_bytes"], (nlohmann::json{{"Lock/Fuse", 0xDF}}));
+  EXPECT_EQ(json["new_bytes"], (nlohmann::json{{"Fuse", 0xBE}, {"Lock", 0xFD}}));
+  EXPECT_EQ(json["written"], true);
+  const auto dry = nlohmann::json::parse(
+      Run({"--simulate", "--json", "--device", "AT90S2323", "write-fuses", "--dry-run", "FSTRT=0"})
+          .Out);
+  EXPECT_EQ(dry["written"], false);
+  EXPECT_EQ(dry["exit_code"], 0);
+}
+
+TEST_F(Cli, AFirstReadThatFailsEndsAFuseWrite) {
+  // The answer to "r" is the eleventh.
+  const Result result = Run({"--simulate", "--simulate-fault", "drop@11", "--device", "ATtiny12L",
+                             "write-fuses", "CKSEL=1"});
+  EXPECT_EQ(result.Code, 1);
+  EXPECT_THAT(result.Err, HasSubstr("no fuse or lock bits read"));
+  EXPECT_THAT(result.Out, Not(HasSubstr("new: ")));
+}
+
 TEST_F(Cli, TheOtherCommandsFailWithTheSameExitCodes) {
   MakeCode({0x0C, 0x94});
-  const std::vector<std::vector<std::string>> commands{{"read"}, {"erase"}, {"verify", "code.hex"}};
+  const std::vector<std::vector<std::string>> commands{
+      {"read"}, {"erase"}, {"verify", "code.hex"}, {"read-fuses"}, {"write-fuses", "CKSEL=1"}};
   for (const auto& command : commands) {
     SCOPED_TRACE(command.front());
     std::vector<std::string> silent{"--simulate", "--simulate-fault", "silent", "--device",

@@ -101,19 +101,24 @@ def program_wire(flash, eeprom):
     return wire + b"L"
 
 
-class WindowTest(unittest.TestCase):
+class WindowCase(unittest.TestCase):
+    """A board and a window in a folder of their own."""
+
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = folder.name
-        config = os.environ["XDG_CONFIG_HOME"]
-        with open(os.path.join(config, "FenwrightV6.ini"), "w") as settings:
-            settings.write(f"[Settings]\ndevice={DEVICE_INDEX}\nIndex_Com_Flag=1\n")
+        self.store_device(DEVICE_INDEX)
         generator = random.Random(8515)
         self.flash = generator.randbytes(2 * WORDS - 1) + b"\x5a"
         self.eeprom = generator.randbytes(39) + b"\x5a"
         self.write("code.hex", hex_file(self.flash))
         self.write("code.eep", hex_file(self.eeprom))
+
+    def store_device(self, index):
+        config = os.environ["XDG_CONFIG_HOME"]
+        with open(os.path.join(config, "FenwrightV6.ini"), "w") as settings:
+            settings.write(f"[Settings]\ndevice={index}\nIndex_Com_Flag=1\n")
 
     def path(self, name):
         return os.path.join(self.folder, name)
@@ -137,8 +142,8 @@ class WindowTest(unittest.TestCase):
         self.addCleanup(end)
         return process
 
-    def start_board(self, *options):
-        self.start([BOARD, "--device", "AT90S8515", "--link", self.path("port"), "--dump",
+    def start_board(self, *options, device="AT90S8515"):
+        self.start([BOARD, "--device", device, "--link", self.path("port"), "--dump",
                     self.path("dump"), "--log", self.path("log"), *options])
         wait_for("the board", lambda: os.path.exists(self.path("port")))
 
@@ -166,6 +171,8 @@ class WindowTest(unittest.TestCase):
                                  capture_output=True, text=True).stdout
         return int(colours)
 
+
+class WindowTest(WindowCase):
     def test_a_user_opens_a_file_and_programs_a_chip(self):
         self.start_board()
         window = self.start_window()
@@ -359,6 +366,106 @@ class WindowTest(unittest.TestCase):
                         "--sync"], check=True)
         self.keys("alt+F4")
         self.assertEqual(window.wait(10), 0)
+
+
+# The lists by their accessible names.
+CKSEL = "CKSEL リセットディレイセレクト"
+SUT = "SUT スタートアップタイムセレクト"
+BODEN = "BODEN ＢＯＤ有効ビット"
+BODLEVEL = "BODLEVEL ＢＯＤレベル"
+RESET = "RSTDISBL ＰＢ５端子、リセット機能無効ビット"
+FSTRT = "FSTRT ファーストスタートアップ有効ビット"
+RCEN = "RCEN ＲＣオシレータ有効ビット"
+LOCK = "Lock bit"
+
+# Each device with a choice for every list it has, the bytes that stand for it, and the fuse bytes
+# (low, high) and lock bits of the chip then. None: its fuses cannot be read back.
+FUSES = [
+    ("ATtiny12L", {CKSEL: 9, BODEN: 0, BODLEVEL: 0, RESET: 1, LOCK: 1},
+     "Fuse 0x19  Lock 0xFD", "19 FF"),
+    ("ATtiny15L", {CKSEL: 1, BODEN: 0, BODLEVEL: 0, RESET: 1, LOCK: 1},
+     "Fuse 0x17  Lock 0xFD", "1F FF"),
+    ("ATtiny26L", {CKSEL: 4, SUT: 1, BODEN: 0, BODLEVEL: 0, "CKOPT": 0, "PLLCK": 0, "EESAVE": 0,
+                   RESET: 1, LOCK: 1}, "Fuse 0x14  High 0xF0  Lock 0xFE", "14 F0"),
+    ("AT90S2323", {FSTRT: 1, LOCK: 1}, "Fuse 0xBF  Lock 0xFD", "DF FF"),
+    ("AT90S2343", {RCEN: 1, LOCK: 1}, "Fuse 0xBF  Lock 0xFD", "DF FF"),
+    ("AT90S1200 (外部ｸﾛｯｸ)", {LOCK: 1}, "Lock 0xFD", None),
+    ("AT90S1200A(内部RCｸﾛｯｸ1MHz)", {LOCK: 1}, "Lock 0xFD", None),
+    ("AT90S2313", {LOCK: 1}, "Lock 0xFD", None),
+    ("AT90S4433", {CKSEL: 5, BODEN: 0, BODLEVEL: 0, LOCK: 1}, "Fuse 0xA5  Lock 0xFD", "C5 FF"),
+    ("AT90S4414", {LOCK: 1}, "Lock 0xFD", None),
+    ("AT90S4434", {FSTRT: 1, LOCK: 1}, "Fuse 0xBF  Lock 0xFD", "DF FF"),
+    ("AT90S8515", {LOCK: 1}, "Lock 0xFD", None),
+    ("AT90S8535", {FSTRT: 1, LOCK: 1}, "Fuse 0xBF  Lock 0xFD", "DF FF"),
+]
+
+
+class FuseTest(WindowCase):
+    def choose(self, name, index):
+        """Opens a list with the mouse and picks an item with the keys."""
+        click(wait_for(name, lambda: find(name, "combo box")))
+        time.sleep(0.2)
+        subprocess.run(["xdotool", "key", "--delay", "20", "Home", *["Down"] * index, "Return"],
+                       check=True)
+        time.sleep(0.2)
+
+    def byte_line(self):
+        return text_of("書き込まれるバイト")
+
+    def chip_state(self, device):
+        """The lines about a device in the board's state file, by their first word."""
+        text = self.read("state").decode()
+        block = text.split(f"chip {device}\n", 1)[1].split("chip ", 1)[0]
+        return dict(line.split(" ", 1) for line in block.splitlines() if " " in line)
+
+    def press(self, button, done):
+        click(find(button, "push button"))
+        wait_for(done, lambda: text_of("ステータス") == done)
+
+    def write_and_read_back(self, index):
+        device, choices, line, fuses = FUSES[index]
+        self.store_device(index)
+        self.start_board("--baud", "0", "--state", self.path("state"), device=device)
+        window = self.start_window()
+        for name, item in choices.items():
+            self.choose(name, item)
+        wait_for(line, lambda: self.byte_line() == line)
+        self.press("Lock＆Fuseライト", "Lock/Fuse bit ライトが完了しました。")
+        state = wait_for("the state", lambda: self.chip_state(device))
+        self.assertEqual(state["lock"], "2")
+        if fuses:
+            self.assertEqual(state["fuses"], fuses)
+            # Another device and back: every list has its default again.
+            self.choose("デバイス", 12 - index)
+            self.choose("デバイス", index)
+            wait_for("the defaults", lambda: self.byte_line() not in (line, None))
+            self.press("Lock＆Fuseリード", "Lock/Fuse bit リードが完了しました。")
+            self.assertEqual(self.byte_line(), line)
+        window.terminate()
+        window.wait()
+
+    def test_every_list_of_every_device_is_written_and_read_back(self):
+        for index, (device, *_) in enumerate(FUSES):
+            with self.subTest(device):
+                self.write_and_read_back(index)
+                self.doCleanups()
+                self.setUp()
+
+    def test_giving_the_reset_pin_away_warns(self):
+        self.store_device(0)
+        self.start_board("--state", self.path("state"), device="ATtiny12L")
+        self.start_window()
+        self.choose(RESET, 0)
+        wait_for("the warning", lambda: (text_of("メッセージ") or "").startswith(
+            "ＰＢ５またはＰＢ７リセット機能の無効"))
+        click(find("OK", "push button"))
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        self.assertEqual(self.byte_line(), "Fuse 0xC2  Lock 0xFF")
+        self.press("Lock＆Fuseライト", "Lock/Fuse bit ライトが完了しました。")
+        self.assertEqual(self.chip_state("ATtiny12L")["fuses"], "C2 FF")
+        click(find("Lock＆Fuseリード", "push button"))
+        wait_for("the mismatch", lambda: text_of("メッセージ") ==
+                 "設定デバイスと、ソケット上のデバイスがミスマッチです。")
 
 
 if __name__ == "__main__":
