@@ -401,9 +401,15 @@ FUSES = [
 
 
 class FuseTest(WindowCase):
-    def choose(self, name, index):
+    def list_of(self, name):
+        """The list beside a label; a list's own name is the text of its item here."""
+        label = wait_for(name, lambda: find(name, "label"))
+        return next(relation.getTarget(0) for relation in label.getRelationSet()
+                    if relation.getRelationType() == pyatspi.RELATION_LABEL_FOR)
+
+    def choose(self, node, index):
         """Opens a list with the mouse and picks an item with the keys."""
-        click(wait_for(name, lambda: find(name, "combo box")))
+        click(node)
         time.sleep(0.2)
         subprocess.run(["xdotool", "key", "--delay", "20", "Home", *["Down"] * index, "Return"],
                        check=True)
@@ -428,7 +434,7 @@ class FuseTest(WindowCase):
         self.start_board("--baud", "0", "--state", self.path("state"), device=device)
         window = self.start_window()
         for name, item in choices.items():
-            self.choose(name, item)
+            self.choose(self.list_of(name), item)
         wait_for(line, lambda: self.byte_line() == line)
         self.press("Lock＆Fuseライト", "Lock/Fuse bit ライトが完了しました。")
         state = wait_for("the state", lambda: self.chip_state(device))
@@ -436,8 +442,10 @@ class FuseTest(WindowCase):
         if fuses:
             self.assertEqual(state["fuses"], fuses)
             # Another device and back: every list has its default again.
-            self.choose("デバイス", 12 - index)
-            self.choose("デバイス", index)
+            other = 12 - index
+            self.choose(find(device, "combo box"), other)
+            self.choose(wait_for("the other device", lambda: find(FUSES[other][0], "combo box")),
+                        index)
             wait_for("the defaults", lambda: self.byte_line() not in (line, None))
             self.press("Lock＆Fuseリード", "Lock/Fuse bit リードが完了しました。")
             self.assertEqual(self.byte_line(), line)
@@ -447,15 +455,17 @@ class FuseTest(WindowCase):
     def test_every_list_of_every_device_is_written_and_read_back(self):
         for index, (device, *_) in enumerate(FUSES):
             with self.subTest(device):
-                self.write_and_read_back(index)
-                self.doCleanups()
-                self.setUp()
+                try:
+                    self.write_and_read_back(index)
+                finally:
+                    self.doCleanups()
+                    self.setUp()
 
     def test_giving_the_reset_pin_away_warns(self):
         self.store_device(0)
         self.start_board("--state", self.path("state"), device="ATtiny12L")
         self.start_window()
-        self.choose(RESET, 0)
+        self.choose(self.list_of(RESET), 0)
         wait_for("the warning", lambda: (text_of("メッセージ") or "").startswith(
             "ＰＢ５またはＰＢ７リセット機能の無効"))
         click(find("OK", "push button"))

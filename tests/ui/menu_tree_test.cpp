@@ -259,7 +259,7 @@ TEST_F(MenuTree, TheSettingsAreaComesBackWhenItWasPushedAside) {
   EXPECT_TRUE(selector->visibleRegion().isEmpty());
   Choose("mmuOpenSettingWindow");
   EXPECT_FALSE(selector->visibleRegion().isEmpty());
-  EXPECT_EQ(columns->sizes().at(1), 348);
+  EXPECT_EQ(columns->sizes().at(1), 368);
   EXPECT_TRUE(selector->hasFocus());
 }
 
@@ -276,7 +276,7 @@ TEST_F(MenuTree, TheRearrangementOpensSettingsProgramAndEepromInThisOrder) {
   window_.ChildArea()->setActiveSubWindow(window_.ViewOf(platform::View::Eeprom));
   activated.clear();
   Choose("mmuWindowReDrow");
-  EXPECT_EQ(columns->sizes().at(1), 348);
+  EXPECT_EQ(columns->sizes().at(1), 368);
   EXPECT_EQ(Flash()->geometry(), QRect(3, 3, 360, 267));
   EXPECT_EQ(Eeprom()->geometry(), QRect(3, 273, 360, 133));
   EXPECT_EQ(activated, (std::vector<QString>{"frmProgram", "frmEEprom"}));
