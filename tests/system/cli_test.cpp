@@ -588,7 +588,7 @@ TEST_F(Cli, AReadOnlyTargetIsReportedAndStaysAsItWas) {
   const auto json = nlohmann::json::parse(result.Out);
   EXPECT_EQ(json["result"], "file error");
   EXPECT_EQ(json["exit_code"], 4);
-  EXPECT_EQ(json["chip_state"], "flash and EEPROM read");
+  EXPECT_EQ(json["chip_state"], "flash, EEPROM, fuse and lock bits read");
   EXPECT_THAT(json["message"], ::testing::StartsWith("out.hex: cannot be written: "));
 }
 

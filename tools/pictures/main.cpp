@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
@@ -172,6 +173,25 @@ QImage About() {
   return Studio::OfModal([&studio] { studio.Press("mnuHelpAbout"); });
 }
 
+QImage ComPort() {
+  Studio studio;
+  return Studio::OfModal([&studio] { studio.Press("Cmd_btn_comselect"); });
+}
+
+QImage FirmwareUpdate() {
+  Studio studio;
+  return Studio::OfModal([&studio] { studio.Press("mnuFirmwareUpdate"); });
+}
+
+/// The frame with the fuse and lock lists of a device, after its bits were read where it lets them.
+QImage Fuses(const std::string& device) {
+  Studio studio({.Device = device, .Chip = device.substr(0, std::string_view("AT90S1200").size())});
+  auto* const read = dynamic_cast<QAbstractButton*>(Studio::Find("cmdFuseRead"));
+  if (read->isEnabled()) read->click();
+  studio.Run().MessageDialog().Close();
+  return Studio::Of(*Studio::Find("fraFuse"));
+}
+
 /// Every picture that there is; a new window or state gets its row here.
 const std::vector<Picture>& Pictures() {
   static const std::vector<Picture> pictures{
@@ -193,6 +213,9 @@ const std::vector<Picture>& Pictures() {
       {"question-close", CloseQuestion},
       {"dialog-open", OpenDialog},
       {"dialog-about", About},
+      {"dialog-com", ComPort},
+      {"dialog-update", FirmwareUpdate},
+      {"fuses", [] { return Fuses("ATtiny26L"); }},
   };
   return pictures;
 }

@@ -80,15 +80,19 @@ QImage Framed(QWidget& window) {
 }  // namespace
 
 Studio::Studio(const StudioOptions& options)
-    : port_({.Chip = options.Chip,
-             .Board = {.VersionLine = options.VersionLine},
-             .Faults = options.Faults},
-            time_.Source()),
+    : board_(std::make_shared<board::SimulatedBoard>(
+          board::SimulatedBoardOptions{.Chip = options.Chip,
+                                       .Board = {.VersionLine = options.VersionLine},
+                                       .Faults = options.Faults})),
+      port_(board_, time_.Source()),
+      updater_port_(board_, time_.Source()),
       run_({.ProgrammerPort = port_,
             .Clock = time_,
             .Files = files_,
             .CodePage = code_page_,
-            .Settings = settings_}) {
+            .Settings = settings_,
+            .Ports = &ports_,
+            .UpdaterPort = &updater_port_}) {
   settings_.Write("Settings", "ComNox", "5");
   settings_.Write("Settings", "device", IndexOf(options.Device));
   settings_.Write("Settings", "Index_Com_Flag", "1");

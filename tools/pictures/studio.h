@@ -1,11 +1,13 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include <QImage>
 #include <QString>
 
+#include "board/simulated_port_infos.h"
 #include "board/simulated_serial_control.h"
 #include "pictures/memory_files.h"
 #include "pictures/simulated_time.h"
@@ -64,7 +66,10 @@ class Studio {
   MemoryFiles files_;
   platform::Cp932CodePage code_page_;
   platform::MemorySettingsStore settings_;
+  std::shared_ptr<board::SimulatedBoard> board_;
   board::SimulatedSerialControl port_;
+  board::SimulatedSerialControl updater_port_;
+  board::SimulatedPortInfos ports_;
   ui::WindowRun run_;
 };
 
