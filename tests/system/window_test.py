@@ -59,7 +59,9 @@ def find(name, role=None):
 
 
 def click(node):
-    """Presses a control with the mouse."""
+    """Presses a control with the mouse, as soon as it can be pressed."""
+    wait_for(f"{node.name} to be enabled",
+             lambda: node.getState().contains(pyatspi.STATE_ENABLED))
     box = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
     x, y = box.x + box.width // 2, box.y + box.height // 2
     subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
