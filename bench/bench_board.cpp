@@ -24,9 +24,9 @@
 #include "core/settings_keys.h"
 #include "platform/asio/asio_serial_control.h"
 #include "platform/memory/memory_settings_store.h"
-#include "platform/posix/code_page.h"
-#include "platform/posix/system_clock.h"
-#include "platform/posix/text_files.h"
+#include "platform/system/code_page.h"
+#include "platform/system/system_clock.h"
+#include "platform/system/text_files.h"
 #include "ui/update_dialog.h"
 #include "ui/window_run.h"
 

@@ -1,5 +1,12 @@
 # The one place that says which warnings the project builds with; every target links it.
 add_library(fenwright_warnings INTERFACE)
+if(MSVC)
+  # Sources and texts are UTF-8; the C++ rules as the other compilers know them.
+  target_compile_options(fenwright_warnings INTERFACE /W4 /utf-8 /permissive- /EHsc
+                                                      /Zc:__cplusplus)
+  target_compile_definitions(fenwright_warnings INTERFACE _CRT_SECURE_NO_WARNINGS)
+  return()
+endif()
 target_compile_options(
   fenwright_warnings
   INTERFACE -Wall

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <unistd.h>
 
 #include <fmt/format.h>
+
+#include "platform/system/terminal.h"
 
 namespace fenwright::cli {
 
@@ -28,7 +29,7 @@ bool WriteTo(std::FILE* file, std::string_view text) {
 
 }  // namespace
 
-Console::Console(Amount amount) : amount_(amount), terminal_(isatty(STDOUT_FILENO) == 1) {}
+Console::Console(Amount amount) : amount_(amount), terminal_(platform::OutputIsTerminal()) {}
 
 void Console::Print(std::string_view text) {
   if (amount_ == Amount::ErrorsOnly || text == last_line_) return;

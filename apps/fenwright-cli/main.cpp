@@ -1,5 +1,7 @@
 #include <cstdio>
 #include <exception>
+#include <string>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -9,6 +11,7 @@
 #include "fuse_commands.h"
 #include "link_commands.h"
 #include "options.h"
+#include "platform/system/terminal.h"
 #include "update_commands.h"
 
 namespace {
@@ -71,7 +74,12 @@ ExitCode Run(const Options& options) {
 
 int main(int argc, char** argv) {
   try {
-    const fenwright::cli::ParseResult parsed = fenwright::cli::ParseOptions(argc, argv);
+    const fenwright::platform::Utf8Terminal terminal;
+    std::vector<std::string> arguments = fenwright::platform::Utf8Arguments(argc, argv);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    const fenwright::cli::ParseResult parsed =
+        fenwright::cli::ParseOptions(static_cast<int>(pointers.size()), pointers.data());
     return parsed.Ends ? parsed.EndCode : static_cast<int>(Run(parsed.Values));
   } catch (const std::exception& error) {
     // Out of memory, say; nothing of the program's own throws this far.

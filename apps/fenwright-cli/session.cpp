@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <unistd.h>
 
 #include <fmt/format.h>
 
@@ -13,6 +12,7 @@
 #include "device_name.h"
 #include "ops/commands.h"
 #include "platform/asio/asio_serial_control.h"
+#include "platform/system/folders.h"
 #include "platform/system/system_port_infos.h"
 
 namespace fenwright::cli {
@@ -100,7 +100,7 @@ ExitCode Session::ChooseFolder() {
         fmt::format("error: --folder {}: there is no such folder", options_.Folder));
     return ExitCode::FileError;
   }
-  if (access(folder.c_str(), W_OK | X_OK) != 0) {
+  if (!platform::MayWriteInto(folder.string())) {
     console_.PrintError(
         fmt::format("error: --folder {}: the folder cannot be written; the trace, the dumps and "
                     "the report go there, so name another one",

@@ -10,10 +10,10 @@
 #include "options.h"
 #include "platform/memory/memory_settings_store.h"
 #include "platform/port_info.h"
-#include "platform/posix/code_page.h"
-#include "platform/posix/port_names.h"
-#include "platform/posix/system_clock.h"
-#include "platform/posix/text_files.h"
+#include "platform/system/code_page.h"
+#include "platform/system/port_names.h"
+#include "platform/system/system_clock.h"
+#include "platform/system/text_files.h"
 
 namespace fenwright::cli {
 

@@ -1,4 +1,4 @@
-#include "platform/posix/code_page.h"
+#include "platform/system/code_page.h"
 
 #include <string>
 

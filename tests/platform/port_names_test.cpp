@@ -1,4 +1,4 @@
-#include "platform/posix/port_names.h"
+#include "platform/system/port_names.h"
 
 #include <gtest/gtest.h>
 

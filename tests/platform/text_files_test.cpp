@@ -1,4 +1,4 @@
-#include "platform/posix/text_files.h"
+#include "platform/system/text_files.h"
 
 #include <csignal>
 #include <filesystem>

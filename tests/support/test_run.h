@@ -9,7 +9,7 @@
 #include "board/simulated_serial_control.h"
 #include "core/run_context.h"
 #include "platform/memory/memory_settings_store.h"
-#include "platform/posix/code_page.h"
+#include "platform/system/code_page.h"
 #include "support/fakes.h"
 #include "support/scripted_port.h"
 

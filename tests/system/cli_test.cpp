@@ -13,7 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ops/commands.h"
-#include "platform/posix/code_page.h"
+#include "platform/system/code_page.h"
 #include "support/test_run.h"
 #include "system/board_program.h"
 

@@ -4,7 +4,7 @@
 #include <QScrollBar>
 #include <gtest/gtest.h>
 
-#include "platform/posix/code_page.h"
+#include "platform/system/code_page.h"
 #include "support/fakes.h"
 #include "ui/main_window.h"
 #include "ui/qt_views.h"

@@ -16,8 +16,8 @@
 
 #include "board/simulated_serial_control.h"
 #include "platform/memory/memory_settings_store.h"
-#include "platform/posix/code_page.h"
-#include "platform/posix/system_clock.h"
+#include "platform/system/code_page.h"
+#include "platform/system/system_clock.h"
 #include "support/fakes.h"
 #include "ui/window_run.h"
 

@@ -147,16 +147,17 @@ class AsioSerialControl::Line {
   }
 
   bool IsGone() {
-    if (!gone_ && native::WaitReadable(Handle(), 0) == native::Wake::Gone) {
-      ReceiveLastAndBecomeGone();
-    }
+    if (!gone_ && native::IsGone(Handle())) ReceiveLastAndBecomeGone();
     return gone_;
   }
 
   void RestUntilInput(double seconds) {
     // With a full buffer the count cannot grow, and waiting for what is there would not sleep.
     if (gone_ || !MakeRoom()) return native::Rest(seconds);
-    if (native::WaitReadable(Handle(), seconds) == native::Wake::Gone) ReceiveLastAndBecomeGone();
+    const std::span<std::uint8_t> room = std::span(received_).subspan(count_);
+    const native::Transfer taken = native::ReadWithin(Handle(), room, seconds);
+    count_ += taken.Count;
+    if (taken.Gone) ReceiveLastAndBecomeGone();
   }
 
   void SetRts(bool enable) {

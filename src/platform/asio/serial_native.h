@@ -52,11 +52,15 @@ Transfer Read(Handle handle, std::span<std::uint8_t> room);
 /// Hands over as many bytes as the system takes now, possibly none.
 Transfer Write(Handle handle, std::span<const std::uint8_t> bytes);
 
+/// Sleeps until bytes have arrived, the line is gone, or `seconds` have passed, and takes bytes
+/// that have arrived, at most as many as `room` (not empty) holds and possibly not all.
+Transfer ReadWithin(Handle handle, std::span<std::uint8_t> room, double seconds);
+
+/// True when the line is unplugged or hung up. Just looks.
+bool IsGone(Handle handle);
+
 /// Why a wait ended.
 enum class Wake { TimeOver, Ready, Gone };
-
-/// Sleeps until bytes have arrived, the line is gone, or `seconds` have passed. 0 just looks.
-Wake WaitReadable(Handle handle, double seconds);
 
 /// Sleeps until the line takes bytes, the line is gone, or `seconds` have passed.
 Wake WaitWritable(Handle handle, double seconds);

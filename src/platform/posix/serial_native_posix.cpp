@@ -132,7 +132,19 @@ Transfer Write(Handle handle, std::span<const std::uint8_t> bytes) {
   return TransferOf(write(handle, bytes.data(), bytes.size()), /*nothing_means_gone=*/false);
 }
 
-Wake WaitReadable(Handle handle, double seconds) { return Wait(handle, POLLIN, seconds); }
+Transfer ReadWithin(Handle handle, std::span<std::uint8_t> room, double seconds) {
+  switch (Wait(handle, POLLIN, seconds)) {
+    case Wake::Ready:
+      return Read(handle, room);
+    case Wake::Gone:
+      return {.Gone = true};
+    case Wake::TimeOver:
+      break;
+  }
+  return {};
+}
+
+bool IsGone(Handle handle) { return Wait(handle, POLLIN, 0) == Wake::Gone; }
 
 Wake WaitWritable(Handle handle, double seconds) { return Wait(handle, POLLOUT, seconds); }
 

@@ -12,11 +12,14 @@ namespace fenwright::platform {
 ///
 /// - A folder or a special file (device, pipe) is refused for reading and writing alike, without
 ///   waiting for anything: AccessRefused. Delete() leaves them alone.
-/// - Every write and close is checked, so a full disc or a file size limit is reported. The
-///   constructor makes the process ignore SIGXFSZ, unless somebody handles it, since reaching a
-///   limit would end the program otherwise.
+/// - Every write and close is checked, so a full disc or a file size limit is reported.
 /// - Files above 16 MiB are not read: Failed.
-/// - ENOENT is NotFound; EACCES, EPERM, EROFS and EISDIR are AccessRefused; the rest is Failed.
+/// - A file or folder that is not there is NotFound; one that the user may not use, or that is no
+///   regular file, is AccessRefused; the rest is Failed.
+/// - POSIX: the constructor makes the process ignore SIGXFSZ, unless somebody handles it, since
+///   reaching a size limit would end the program otherwise.
+/// - Windows: paths of any length. A file that another program holds at the moment (virus scanners
+///   and indexers look at new files) is tried again for half a second before it is refused.
 class SystemTextFiles final : public TextFiles {
  public:
   SystemTextFiles();

@@ -15,8 +15,12 @@ inline constexpr int kLastComNumber = 20;
 /// Section of the settings whose keys "COM1" to "COM20" give device paths.
 inline constexpr std::string_view kPortsSection = "Ports";
 
-/// The device that a COM number stands for unless told otherwise: COM1-4 are /dev/ttyS0-3,
-/// COM5-12 /dev/ttyUSB0-7, COM13-20 /dev/ttyACM0-7. "" for any other number.
+/// What stands between a folder and a file in a path of the system.
+extern const char kFolderSeparator;
+
+/// The device that a COM number stands for unless told otherwise: on Linux COM1-4 are
+/// /dev/ttyS0-3, COM5-12 /dev/ttyUSB0-7, COM13-20 /dev/ttyACM0-7; on Windows COMn is \\.\COMn. ""
+/// for any other number.
 std::string DefaultDevicePath(int com_number);
 
 /// Device paths by COM number that were given for this run.
@@ -36,8 +40,8 @@ struct PortOption {
 };
 
 /// Parses "COM5", "COM5=PATH" ("COM" in either case, 1 to 20) or a bare path, which is anything
-/// else with a "/" in it. A bare path takes the number whose default it is, else number 1. Nothing
-/// for any other text.
+/// else with a folder separator in it. A bare path takes the number whose default it is, else
+/// number 1. Nothing for any other text.
 std::optional<PortOption> ParsePortOption(std::string_view text);
 
 }  // namespace fenwright::platform

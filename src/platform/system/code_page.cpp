@@ -1,9 +1,9 @@
-#include "platform/posix/code_page.h"
+#include "platform/system/code_page.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iconv.h>
+
+#include "platform/system/cp932_converter.h"
 
 namespace fenwright::platform {
 namespace {
@@ -62,45 +62,11 @@ bool IsLeadByte(std::uint8_t byte) {
   return IsBetween(byte, 0x81, 0x9F) || IsBetween(byte, 0xE0, 0xFC);
 }
 
-/// Opens a converter; null when the system has none.
-void* OpenConverter(const char* to, const char* from) {
-  iconv_t const converter = iconv_open(to, from);
-  // iconv reports a failure as the pointer value -1.
-  const bool failed = reinterpret_cast<std::intptr_t>(converter) == -1;
-  return failed ? nullptr : converter;
-}
-
-/// One character's conversion.
-struct Converted {
-  std::array<char, 8> Bytes{};
-  std::size_t Size = 0;  ///< 0 when there is no counterpart
-};
-
-Converted Convert(void* converter, std::string_view character) {
-  Converted result;
-  if (converter == nullptr) return result;
-  std::array<char, 4> source{};
-  character.copy(source.data(), source.size());
-  char* in = source.data();
-  std::size_t in_left = character.size();
-  char* out = result.Bytes.data();
-  std::size_t out_left = result.Bytes.size();
-  iconv(converter, nullptr, nullptr, nullptr, nullptr);
-  if (iconv(converter, &in, &in_left, &out, &out_left) == 0 && in_left == 0) {
-    result.Size = result.Bytes.size() - out_left;
-  }
-  return result;
-}
-
 }  // namespace
 
-Cp932CodePage::Cp932CodePage()
-    : to_cp932_(OpenConverter("CP932", "UTF-8")), from_cp932_(OpenConverter("UTF-8", "CP932")) {}
+Cp932CodePage::Cp932CodePage() : converter_(MakeCp932Converter()) {}
 
-Cp932CodePage::~Cp932CodePage() {
-  if (to_cp932_ != nullptr) iconv_close(to_cp932_);
-  if (from_cp932_ != nullptr) iconv_close(from_cp932_);
-}
+Cp932CodePage::~Cp932CodePage() = default;
 
 std::string Cp932CodePage::FromUtf8(std::string_view text) const {
   std::string bytes;
@@ -117,7 +83,8 @@ std::string Cp932CodePage::FromUtf8(std::string_view text) const {
       bytes += kWaveDashBytes;
       continue;
     }
-    const Converted found = length == 0 ? Converted{} : Convert(to_cp932_, character);
+    const ConvertedCharacter found =
+        length == 0 ? ConvertedCharacter{} : converter_->ToCp932(character);
     if (found.Size == 0 || IsAscii(static_cast<std::uint8_t>(found.Bytes[0]))) {
       bytes += kSubstitute;
     } else {
@@ -133,8 +100,8 @@ std::string Cp932CodePage::ToUtf8(std::string_view bytes) const {
   while (!bytes.empty()) {
     const std::uint8_t first = ByteAt(bytes, 0);
     const std::size_t length = IsLeadByte(first) && bytes.size() > 1 ? 2 : 1;
-    const Converted found =
-        IsAscii(first) ? Converted{} : Convert(from_cp932_, bytes.substr(0, length));
+    const ConvertedCharacter found =
+        IsAscii(first) ? ConvertedCharacter{} : converter_->ToUtf8(bytes.substr(0, length));
     if (IsAscii(first)) {
       text += bytes[0];
     } else if (found.Size == 0) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -7,7 +8,9 @@
 
 namespace fenwright::platform {
 
-/// CP932 by the system's iconv. One thread uses an object.
+class Cp932Converter;
+
+/// CP932 by the system's converter. One thread uses an object.
 ///
 /// A character outside ASCII never becomes an ASCII byte other than "?": a yen sign that turned
 /// into a backslash would change a path. The wave dash U+301C and the full-width tilde U+FF5E, two
@@ -24,8 +27,7 @@ class Cp932CodePage final : public CodePage {
   [[nodiscard]] std::string ToUtf8(std::string_view bytes) const override;
 
  private:
-  void* to_cp932_;    ///< iconv_t
-  void* from_cp932_;  ///< iconv_t
+  std::unique_ptr<Cp932Converter> converter_;
 };
 
 }  // namespace fenwright::platform

@@ -1,23 +1,10 @@
-#include "platform/posix/port_names.h"
+#include "platform/system/port_names.h"
 
-#include <array>
 #include <charconv>
 #include <cstddef>
 
 namespace fenwright::platform {
 namespace {
-
-struct DeviceFamily {
-  int FirstNumber;
-  int LastNumber;
-  std::string_view Prefix;
-};
-
-constexpr std::array<DeviceFamily, 3> kFamilies{{
-    {.FirstNumber = 1, .LastNumber = 4, .Prefix = "/dev/ttyS"},
-    {.FirstNumber = 5, .LastNumber = 12, .Prefix = "/dev/ttyUSB"},
-    {.FirstNumber = 13, .LastNumber = kLastComNumber, .Prefix = "/dev/ttyACM"},
-}};
 
 constexpr std::string_view kComPrefix = "COM";
 
@@ -53,15 +40,6 @@ int NumberOfDefaultPath(std::string_view path) {
 
 }  // namespace
 
-std::string DefaultDevicePath(int com_number) {
-  for (const DeviceFamily& family : kFamilies) {
-    if (com_number >= family.FirstNumber && com_number <= family.LastNumber) {
-      return std::string(family.Prefix) + std::to_string(com_number - family.FirstNumber);
-    }
-  }
-  return "";
-}
-
 std::string DevicePath(const SettingsStore& settings, const PortOverrides& overrides,
                        int com_number) {
   const auto given = overrides.find(com_number);
@@ -81,7 +59,8 @@ std::optional<PortOption> ParsePortOption(std::string_view text) {
     if (path.empty()) return std::nullopt;
     return PortOption{.Number = *number, .Path = std::string(path)};
   }
-  if (StartsWithCom(text) || text.find('/') == std::string_view::npos) return std::nullopt;
+  if (StartsWithCom(text) || text.find(kFolderSeparator) == std::string_view::npos)
+    return std::nullopt;
   // The path goes along even where it is the default: the settings may say otherwise.
   return PortOption{.Number = NumberOfDefaultPath(text), .Path = std::string(text)};
 }

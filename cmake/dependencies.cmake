@@ -1,0 +1,20 @@
+# The libraries. A usual build finds them where they are installed; the cross build for Windows
+# takes those that are headers alone from the host, and GoogleTest from its sources.
+find_package(Threads REQUIRED)
+
+if(CMAKE_CROSSCOMPILING AND WIN32)
+  include(cmake/cross-windows.cmake)
+else()
+  find_package(fmt REQUIRED)
+  find_package(CLI11 REQUIRED)
+  find_package(nlohmann_json REQUIRED)
+  find_package(GTest REQUIRED)
+endif()
+
+find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets Test)
+find_path(FENWRIGHT_ASIO_INCLUDE_DIR asio/serial_port.hpp REQUIRED)
+
+# Where the compiler does not look by itself.
+function(fenwright_use_asio target)
+  target_include_directories(${target} SYSTEM PRIVATE ${FENWRIGHT_ASIO_INCLUDE_DIR})
+endfunction()

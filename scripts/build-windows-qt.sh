@@ -1,0 +1,115 @@
+#!/usr/bin/env bash
+# Cross-builds the static Qt for Windows that the programs are linked with, from Debian's source
+# package of the version that the host's own Qt tools have. Prints the folder it is installed in.
+#
+#   scripts/build-windows-qt.sh
+#
+# It takes long, so the result is kept outside the repository, in ${FENWRIGHT_CACHE:-~/.cache/fenwright},
+# under a name that changes with the recipe; a folder of that name is complete and is used as it is.
+set -euo pipefail
+
+script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=scripts/lib.sh
+source "$script_dir/lib.sh"
+
+readonly toolchain=$repo_root/cmake/windows-toolchain.cmake
+readonly cache=${FENWRIGHT_CACHE:-${HOME:-$repo_root/build}/.cache/fenwright}
+
+# Widgets, Gui, Core and Test, with all that Qt brings itself (zlib, PNG, JPEG, PCRE, FreeType ...).
+# The header for tablets is missing from Debian's package.
+readonly options=(
+  -DCMAKE_BUILD_TYPE=Release
+  -DBUILD_SHARED_LIBS=OFF
+  -DQT_BUILD_EXAMPLES=OFF
+  -DQT_BUILD_TESTS=OFF
+  -DFEATURE_testlib=ON
+  -DFEATURE_opengl=OFF
+  -DFEATURE_vulkan=OFF
+  -DFEATURE_sql=OFF
+  -DFEATURE_network=OFF
+  -DFEATURE_dbus=OFF
+  -DFEATURE_xml=OFF
+  -DFEATURE_concurrent=OFF
+  -DFEATURE_icu=OFF
+  -DFEATURE_printsupport=OFF
+  -DFEATURE_tabletevent=OFF
+  -DFEATURE_system_zlib=OFF
+  -DFEATURE_pkg_config=OFF
+)
+
+version=$(dpkg-query -W -f='${source:Version}' qt6-base-dev 2>/dev/null) ||
+  die "the host's own Qt (qt6-base-dev) is not installed: scripts/install-packages.sh build"
+compiler=$(x86_64-w64-mingw32-g++-posix --version | head -n 1) ||
+  die "the cross compiler is not installed: scripts/install-packages.sh windows"
+recipe=$({
+  printf '%s\n' "$version" "$compiler" "${options[@]}"
+  cat "$toolchain"
+} | sha256sum | cut -c1-12)
+readonly folder=$cache/qt-windows-${version%%+*}-$recipe
+
+if [[ -d $folder ]]; then
+  echo "$folder"
+  exit 0
+fi
+
+mkdir -p "$cache"
+exec 9>"$folder.lock"
+flock 9
+# Another build may have finished it meanwhile.
+if [[ -d $folder ]]; then
+  echo "$folder"
+  exit 0
+fi
+
+# Beside the result, so that the closing rename is one step.
+work=$(mktemp -d "$folder.work-XXXXXX")
+trap 'rm -rf "$work" "$folder.lock"' EXIT
+
+# fetch_source: unpacks the source package into $work/source. The places are those that the machine
+# gets its own Debian packages from; lists and configuration are private, the machine's stay as they are.
+fetch_source() {
+  mkdir -p "$work/apt/lists/partial" "$work/apt/cache/archives/partial" "$work/download"
+  # shellcheck disable=SC2016  # apt fills in the names
+  apt-get indextargets --format 'deb-src $(SITE) $(RELEASE) $(COMPONENT)' \
+    'Created-By: Packages' 'Origin: Debian' | sort -u >"$work/apt/sources.list"
+  [[ -s $work/apt/sources.list ]] ||
+    die "the machine's apt knows no Debian packages: apt-get update"
+  local apt_get=(apt-get -qq
+    -o "Dir::Etc::sourcelist=$work/apt/sources.list" -o "Dir::Etc::sourceparts=-"
+    -o "Dir::State::lists=$work/apt/lists" -o "Dir::Cache=$work/apt/cache")
+  if ((EUID == 0)); then
+    # The unprivileged downloader could not write here.
+    apt_get+=(-o "APT::Sandbox::User=root")
+  fi
+  "${apt_get[@]}" update
+  (cd "$work/download" && "${apt_get[@]}" source --download-only "qt6-base=$version")
+  dpkg-source --no-check --extract "$work/download/"*.dsc "$work/source"
+}
+
+host_cmake_dir() {
+  local file
+  file=$(dpkg -L qt6-base-dev | grep '/cmake/Qt6/Qt6Config.cmake$')
+  dirname "$(dirname "$file")"
+}
+
+# The project's own objects are what the compiler cache is for.
+unset CMAKE_CXX_COMPILER_LAUNCHER CMAKE_C_COMPILER_LAUNCHER
+
+build() {
+  say "Fetching the source of Qt $version"
+  fetch_source
+  say "Cross-building Qt $version for Windows; this takes about 15 minutes on 2 cores"
+  cmake -G Ninja -S "$work/source" -B "$work/build" \
+    -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_INSTALL_PREFIX="$work/installed" \
+    -DQT_HOST_PATH=/usr -DQT_HOST_PATH_CMAKE_DIR="$(host_cmake_dir)" "${options[@]}"
+  cmake --build "$work/build" --parallel "${FENWRIGHT_JOBS:-$(nproc)}"
+  cmake --install "$work/build"
+}
+
+log=$cache/qt-windows-build.log
+if ! build >"$log" 2>&1; then
+  tail -n 60 "$log" >&2
+  die "Qt was not built; the whole log is $log"
+fi
+mv -T "$work/installed" "$folder"
+echo "$folder"
