@@ -131,7 +131,7 @@ class BoardStateFile : public testing::Test {
 TEST_F(BoardStateFile, AFileIsReplacedWholeAndReadBack) {
   SimulatedBoard board(Fast());
   Fill(board);
-  const std::string path = folder_ / "state";
+  const std::string path = (folder_ / "state").string();
   std::string error;
   ASSERT_TRUE(ReplaceFile(path, "old", error)) << error;
   ASSERT_TRUE(ReplaceFile(path, FormatState(board), error)) << error;
@@ -144,11 +144,11 @@ TEST_F(BoardStateFile, AFileIsReplacedWholeAndReadBack) {
 TEST_F(BoardStateFile, MissingFilesAndFoldersAreErrors) {
   SimulatedBoard board({});
   std::string error;
-  EXPECT_FALSE(LoadState(folder_ / "none", board, error));
+  EXPECT_FALSE(LoadState((folder_ / "none").string(), board, error));
   EXPECT_THAT(error, HasSubstr("none"));
-  EXPECT_FALSE(ReplaceFile(folder_ / "no" / "file", "x", error));
+  EXPECT_FALSE(ReplaceFile((folder_ / "no" / "file").string(), "x", error));
   EXPECT_THAT(error, HasSubstr("file"));
-  EXPECT_FALSE(ReplaceFile(folder_, "x", error));
+  EXPECT_FALSE(ReplaceFile(folder_.string(), "x", error));
   EXPECT_FALSE(std::filesystem::exists(folder_.string() + ".new"));
 }
 

@@ -2,6 +2,7 @@
 // run works without a restart.
 
 #include <algorithm>
+#include <cstddef>
 
 #include <gtest/gtest.h>
 
@@ -35,7 +36,9 @@ bool Contains(const Texts& texts, const std::string& text) {
   return std::ranges::find(texts, text) != texts.end();
 }
 
-long Count(const Texts& texts, const std::string& text) { return std::ranges::count(texts, text); }
+std::ptrdiff_t Count(const Texts& texts, const std::string& text) {
+  return std::ranges::count(texts, text);
+}
 
 /// Replies of a run before the first reply of the flash phase: "?" "?" "A" "T", the signature
 /// session (A P s L), the erase (A P e L), the second session (A P s L).

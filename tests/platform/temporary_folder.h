@@ -1,9 +1,8 @@
 #pragma once
 
 #include <filesystem>
-#include <stdlib.h>
+#include <random>
 #include <string>
-#include <sys/stat.h>
 #include <system_error>
 
 #include <gtest/gtest.h>
@@ -14,9 +13,13 @@ namespace fenwright::platform {
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    path_ = (std::filesystem::temp_directory_path() / "fenwright-XXXXXX").string();
-    if (mkdtemp(path_.data()) == nullptr) ADD_FAILURE() << "no folder " << path_;
-    chmod(path_.c_str(), 0755);
+    std::random_device random;
+    const auto base = std::filesystem::temp_directory_path();
+    do {
+      path_ = (base / ("fenwright-" + std::to_string(random()))).generic_string();
+    } while (!std::filesystem::create_directory(path_));
+    constexpr auto kMode = std::filesystem::perms{0755};
+    std::filesystem::permissions(path_, kMode);
   }
   ~TemporaryFolder() {
     std::error_code ignored;

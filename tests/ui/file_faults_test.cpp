@@ -17,7 +17,7 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
-#include "platform/posix/text_files.h"
+#include "platform/system/text_files.h"
 #include "support/process.h"
 #include "support/test_run.h"
 #include "ui/elided_label.h"

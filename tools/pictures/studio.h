@@ -12,7 +12,7 @@
 #include "pictures/memory_files.h"
 #include "pictures/simulated_time.h"
 #include "platform/memory/memory_settings_store.h"
-#include "platform/posix/code_page.h"
+#include "platform/system/code_page.h"
 #include "ui/window_run.h"
 
 class QWidget;
