@@ -8,7 +8,10 @@
 set -euo pipefail
 
 script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-export WINEPREFIX=${FENWRIGHT_WINEPREFIX:-$(dirname "$script_dir")/build/windows/wine}
+# shellcheck source=scripts/lib.sh
+source "$script_dir/lib.sh"  # Wine, too, takes file names for what the locale says
+
+export WINEPREFIX=${FENWRIGHT_WINEPREFIX:-$repo_root/build/windows/wine}
 export WINEARCH=win64
 export WINEDEBUG=${WINEDEBUG--all}
 # Neither menus on the user's desktop nor questions about parts that are not needed.

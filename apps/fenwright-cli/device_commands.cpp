@@ -9,6 +9,7 @@
 #include "image/hex_writer.h"
 #include "ops/commands.h"
 #include "ops/verify_device.h"
+#include "paths.h"
 #include "result.h"
 #include "session.h"
 
@@ -57,7 +58,8 @@ void WarnOf(Console& out, const std::string& path, const image::HexReadReport& r
 
 const char* WhyNoFile(const std::string& path) {
   std::error_code ignored;
-  return std::filesystem::exists(path, ignored) ? "is no regular file" : "there is no such file";
+  return std::filesystem::exists(ToPath(path), ignored) ? "is no regular file"
+                                                        : "there is no such file";
 }
 
 /// Loads the files of the call; a file that may not be programmed ends the call.
@@ -65,7 +67,7 @@ ExitCode LoadFiles(Session& session, const Options& options) {
   Console& out = session.Out();
   std::error_code ignored;
   const bool data_given = !options.DataFile.empty();
-  if (data_given && !std::filesystem::is_regular_file(options.DataFile, ignored)) {
+  if (data_given && !std::filesystem::is_regular_file(ToPath(options.DataFile), ignored)) {
     out.PrintError(fmt::format("error: {}: {}", options.DataFile, WhyNoFile(options.DataFile)));
     return ExitCode::FileError;
   }
@@ -101,13 +103,14 @@ ExitCode LoadFiles(Session& session, const Options& options) {
 /// A file that a read is to save to must be writable, and new unless overwriting is allowed.
 bool MayWrite(Console& out, const std::string& path, bool force) {
   std::error_code ignored;
-  const std::filesystem::path folder = std::filesystem::absolute(path, ignored).parent_path();
+  const std::filesystem::path folder =
+      std::filesystem::absolute(ToPath(path), ignored).parent_path();
   std::string complaint;
-  if (std::filesystem::is_directory(path, ignored)) {
+  if (std::filesystem::is_directory(ToPath(path), ignored)) {
     complaint = "is a folder";
   } else if (!std::filesystem::is_directory(folder, ignored)) {
     complaint = "its folder does not exist";
-  } else if (std::filesystem::exists(path, ignored)) {
+  } else if (std::filesystem::exists(ToPath(path), ignored)) {
     if (!force) complaint = "exists; --force overwrites it";
   }
   if (complaint.empty()) return true;

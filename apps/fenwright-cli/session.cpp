@@ -11,6 +11,7 @@
 #include "core/settings_keys.h"
 #include "device_name.h"
 #include "ops/commands.h"
+#include "paths.h"
 #include "platform/asio/asio_serial_control.h"
 #include "platform/system/folders.h"
 #include "platform/system/system_port_infos.h"
@@ -27,7 +28,7 @@ Console::Amount AmountOf(const Options& options) {
 std::optional<platform::PortOption> ParsePort(const std::string& text) {
   if (const auto port = platform::ParsePortOption(text)) return port;
   std::error_code ignored;
-  if (!std::filesystem::exists(text, ignored)) return std::nullopt;
+  if (!std::filesystem::exists(ToPath(text), ignored)) return std::nullopt;
   return platform::ParsePortOption("./" + text);
 }
 
@@ -94,20 +95,20 @@ std::string Session::PortNumber() const {
 
 ExitCode Session::ChooseFolder() {
   std::error_code error;
-  const std::filesystem::path folder = std::filesystem::absolute(options_.Folder, error);
+  const std::filesystem::path folder = std::filesystem::absolute(ToPath(options_.Folder), error);
   if (error || !std::filesystem::is_directory(folder, error)) {
     console_.PrintError(
         fmt::format("error: --folder {}: there is no such folder", options_.Folder));
     return ExitCode::FileError;
   }
-  if (!platform::MayWriteInto(folder.string())) {
+  if (!platform::MayWriteInto(ToUtf8(folder))) {
     console_.PrintError(
         fmt::format("error: --folder {}: the folder cannot be written; the trace, the dumps and "
                     "the report go there, so name another one",
                     options_.Folder));
     return ExitCode::FileError;
   }
-  folder_ = (folder / "").string();
+  folder_ = ToUtf8(folder / "");
   return ExitCode::Success;
 }
 
