@@ -24,6 +24,7 @@ readonly options=(
   -DQT_BUILD_TESTS=OFF
   -DFEATURE_testlib=ON
   -DFEATURE_opengl=OFF
+  -DFEATURE_dynamicgl=OFF
   -DFEATURE_vulkan=OFF
   -DFEATURE_sql=OFF
   -DFEATURE_network=OFF
@@ -61,13 +62,15 @@ if [[ -d $folder ]]; then
   exit 0
 fi
 
-# Beside the result, so that the closing rename is one step.
-work=$(mktemp -d "$folder.work-XXXXXX")
-trap 'rm -rf "$work" "$folder.lock"' EXIT
+# Beside the result, so that the closing rename is one step. A build that was interrupted goes on
+# where it stopped.
+readonly work=$folder.work
+mkdir -p "$work"
 
 # fetch_source: unpacks the source package into $work/source. The places are those that the machine
 # gets its own Debian packages from; lists and configuration are private, the machine's stay as they are.
 fetch_source() {
+  rm -rf "$work/apt" "$work/download" "$work/source"
   mkdir -p "$work/apt/lists/partial" "$work/apt/cache/archives/partial" "$work/download"
   # shellcheck disable=SC2016  # apt fills in the names
   apt-get indextargets --format 'deb-src $(SITE) $(RELEASE) $(COMPONENT)' \
@@ -83,7 +86,8 @@ fetch_source() {
   fi
   "${apt_get[@]}" update
   (cd "$work/download" && "${apt_get[@]}" source --download-only "qt6-base=$version")
-  dpkg-source --no-check --extract "$work/download/"*.dsc "$work/source"
+  dpkg-source --no-check --extract "$work/download/"*.dsc "$work/source.new"
+  mv "$work/source.new" "$work/source"
 }
 
 host_cmake_dir() {
@@ -96,20 +100,29 @@ host_cmake_dir() {
 unset CMAKE_CXX_COMPILER_LAUNCHER CMAKE_C_COMPILER_LAUNCHER
 
 build() {
-  say "Fetching the source of Qt $version"
-  fetch_source
-  say "Cross-building Qt $version for Windows; this takes about 15 minutes on 2 cores"
+  if [[ ! -d $work/source ]]; then
+    say "Fetching the source of Qt $version"
+    fetch_source
+  fi
+  say "Cross-building Qt $version for Windows"
   cmake -G Ninja -S "$work/source" -B "$work/build" \
-    -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_INSTALL_PREFIX="$work/installed" \
+    -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_INSTALL_PREFIX="$folder" \
     -DQT_HOST_PATH=/usr -DQT_HOST_PATH_CMAKE_DIR="$(host_cmake_dir)" "${options[@]}"
   cmake --build "$work/build" --parallel "${FENWRIGHT_JOBS:-$(nproc)}"
-  cmake --install "$work/build"
+  rm -rf "$work/stage"
+  DESTDIR=$work/stage cmake --install "$work/build"
 }
 
 log=$cache/qt-windows-build.log
-if ! build >"$log" 2>&1; then
+tell_failure() {
   tail -n 60 "$log" >&2
-  die "Qt was not built; the whole log is $log"
-fi
-mv -T "$work/installed" "$folder"
+  echo "build-windows-qt.sh: Qt was not built; the whole log is $log" >&2
+}
+# Not by asking for the result of build(): a function that is asked goes on after a failure.
+trap 'if (($? != 0)); then tell_failure; fi' EXIT
+echo "Cross-building Qt $version for Windows; this takes about 15 minutes on 2 cores" >&2
+build >"$log" 2>&1
+
+mv -T "$work/stage$folder" "$folder"
+rm -rf "$work" "$folder.lock"
 echo "$folder"

@@ -15,10 +15,10 @@ constexpr double kMonospacedPoints = 8;
 constexpr double kMonospacedSpacing = -0.15;  ///< pixels added to each cell
 
 QStringList Installed(const QStringList& wanted) {
-  const QStringList families = QFontDatabase::families();
   QStringList found;
   for (const QString& family : wanted) {
-    if (families.contains(family)) found.append(family);
+    // A font can be known by its English and by its Japanese name.
+    if (QFontDatabase::hasFamily(family)) found.append(family);
   }
   return found;
 }
@@ -26,8 +26,9 @@ QStringList Installed(const QStringList& wanted) {
 }  // namespace
 
 void ApplyInterfaceFont(QApplication& application) {
-  const QStringList families =
-      Installed({"Noto Sans CJK JP", "Yu Gothic UI", "Meiryo", "VL Gothic", "IPAPGothic"});
+  // The system's own come first: the Windows fonts are not found elsewhere.
+  const QStringList families = Installed({"Yu Gothic UI", "Meiryo UI", "MS UI Gothic",
+                                          "Noto Sans CJK JP", "VL Gothic", "IPAPGothic"});
   QFont font = QApplication::font();
   if (!families.isEmpty()) font.setFamilies(families);
   font.setPointSizeF(kInterfacePoints);
@@ -38,7 +39,7 @@ QFont MonospacedFont() {
   // DejaVu comes last: it has no half-width katakana, and the letters of another font that stand
   // in for them are of another width.
   const QStringList families =
-      Installed({"Noto Sans Mono CJK JP", "MS Gothic", "VL Gothic", "DejaVu Sans Mono"});
+      Installed({"MS Gothic", "Noto Sans Mono CJK JP", "VL Gothic", "DejaVu Sans Mono"});
   QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
   if (!families.isEmpty()) font.setFamilies(families);
   font.setStyleHint(QFont::Monospace);

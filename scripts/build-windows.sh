@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Cross-builds the Windows programs and packs them: static fenwright.exe and fenwright-cli.exe, a
+# portable archive and an installer, all in build/windows/dist.
+#
+#   scripts/build-windows.sh
+#
+# The first run also builds Qt for Windows, which takes long; scripts/build-windows-qt.sh keeps it
+# for the next ones.
+set -euo pipefail
+
+script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=scripts/lib.sh
+source "$script_dir/lib.sh"
+cd "$repo_root"
+
+readonly build_dir=$repo_root/build/windows
+readonly dist_dir=$build_dir/dist
+readonly manual=readme_tarnwick6.pdf
+
+"$script_dir/install-packages.sh" build windows
+
+say "Qt for Windows"
+FENWRIGHT_QT_DIR=$("$script_dir/build-windows-qt.sh" | tail -n 1)
+export FENWRIGHT_QT_DIR
+echo "$FENWRIGHT_QT_DIR"
+
+say "Building the windows preset in build/windows"
+use_ccache
+build_preset windows
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:[^=]*=//p' "$build_dir/CMakeCache.txt")
+[[ -n $version ]] || die "the build does not tell the version"
+
+# The manual is made by a program of the project, which runs here.
+if [[ -f tools/manual/CMakeLists.txt ]]; then
+  say "Making the manual"
+  build_preset dev manual
+fi
+
+# with_crlf FILE OUT: a text as Windows programs expect it.
+with_crlf() { sed 's/\r*$/\r/' "$1" >"$2"; }
+
+say "Packing version $version"
+readonly name=fenwright-$version-windows
+readonly folder=$dist_dir/$name
+rm -rf "$dist_dir"
+mkdir -p "$folder"
+for program in fenwright fenwright-cli; do
+  x86_64-w64-mingw32-strip -o "$folder/$program.exe" "$build_dir/apps/$program/$program.exe"
+done
+if [[ -f build/dev/apps/fenwright/$manual ]]; then
+  cp "build/dev/apps/fenwright/$manual" "$folder/"
+fi
+with_crlf packaging/windows/readme.txt "$folder/readme.txt"
+while IFS= read -r file; do
+  mkdir -p "$folder/$(dirname "$file")"
+  cp "$file" "$folder/$file"
+done < <(find examples -mindepth 1 -type f ! -name '*.sh' | LC_ALL=C sort)
+
+(cd "$dist_dir" && cmake -E tar cf "$name.zip" --format=zip "$name")
+makensis -V2 -INPUTCHARSET UTF8 "-DVERSION=$version" "-DSOURCE=$folder" \
+  "-DOUTPUT=$dist_dir/fenwright-$version-setup.exe" packaging/windows/installer.nsi
+
+(cd "$dist_dir" && du -h --apparent-size "$name"/*.exe ./*.zip ./*-setup.exe)

@@ -1,0 +1,242 @@
+"""Drives the window program for Windows under Wine, as a user would, against fenwright-board.
+
+COM3 of Wine is a link to the board's pseudo terminal. What the program did is looked at from the
+board's side, in its files, in the registry and on the screen. scripts/test-windows.sh runs it on a
+display of its own:
+
+    windows_window_test.py WINE WINEPREFIX FOLDER SETUP BOARD PICTURES
+
+WINE runs Windows programs; FOLDER holds fenwright.exe and what is delivered with it, SETUP is the
+installer, BOARD fenwright-board, and PICTURES a folder for pictures of the screen.
+"""
+
+import os
+import random
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+from board_side import hex_file, program_wire
+
+WINE, PREFIX, FOLDER, SETUP, BOARD, PICTURES = sys.argv[1:7]
+SETTINGS = r"HKCU\Software\FenwrightV6\Settings"
+DEVICE_INDEX = 11  # AT90S8515 in the selector
+WORDS = 150
+CAPTION = "^New Fenwright"
+
+
+def wait_for(what, condition, seconds=60):
+    """Polls until condition() is true and returns what it gave."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.1)
+    subprocess.run(["import", "-window", "root", os.path.join(PICTURES, "failure.png")])
+    raise AssertionError(f"waited in vain for {what}")
+
+
+def run(*command, seconds=60, check=True):
+    done = subprocess.run(command, check=check, capture_output=True, timeout=seconds)
+    return done.stdout.decode("utf-8", "replace").replace("\r", "")
+
+
+def wine(*command, seconds=60, check=True):
+    return run(WINE, *command, seconds=seconds, check=check)
+
+
+def registry(key):
+    """Values of a key of the registry by name; empty when there is no such key."""
+    text = wine("reg", "query", key, check=False)
+    return dict(re.findall(r"^    (\S.*?)    REG_\w+    ?(.*)$", text, re.MULTILINE))
+
+
+def set_value(name, value):
+    wine("reg", "add", SETTINGS, "/v", name, "/d", str(value), "/f")
+
+
+def windows(caption=CAPTION):
+    """The windows on the screen with such a caption; a search can meet one that is just going."""
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", caption],
+                           capture_output=True, text=True).stdout
+    return found.split()
+
+
+def geometry(window):
+    """Place and size of a window without its frame."""
+    text = run("xdotool", "getwindowgeometry", "--shell", window)
+    values = dict(line.split("=") for line in text.split())
+    return [int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")]
+
+
+def key(window, *keys):
+    run("xdotool", "windowactivate", "--sync", window)
+    for name in keys:
+        run("xdotool", "key", "--clearmodifiers", name)
+        time.sleep(0.3)
+
+
+def picture(name):
+    """Takes a picture of the screen and gives its number of colours."""
+    path = os.path.join(PICTURES, name)
+    run("import", "-window", "root", path)
+    return int(run("identify", "-format", "%k", path))
+
+
+class WindowsWindowTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        wine("reg", "delete", r"HKCU\Software\FenwrightV6", "/f", check=False)
+        set_value("device", DEVICE_INDEX)
+        set_value("ComNox", 3)
+        set_value("Index_Com_Flag", 1)
+        generator = random.Random(8515)
+        self.flash = generator.randbytes(2 * WORDS - 1) + b"\x5a"
+        self.eeprom = generator.randbytes(19) + b"\x5a"
+        self.write("コード.hex", hex_file(self.flash))
+        self.write("コード.eep", hex_file(self.eeprom))
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def write(self, name, text):
+        with open(self.path(name), "w", newline="") as file:
+            file.write(text)
+
+    def read(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def start(self, *command):
+        log = open(self.path("program.log"), "ab")
+        self.addCleanup(log.close)
+        process = subprocess.Popen(command, cwd=self.folder, stdout=log, stderr=log)
+
+        def end():
+            if process.poll() is None:
+                process.kill()
+            process.wait()
+
+        self.addCleanup(end)
+        return process
+
+    def start_board(self):
+        link = os.path.join(PREFIX, "dosdevices", "com3")
+        if os.path.lexists(link):
+            os.remove(link)
+        self.start(BOARD, "--device", "AT90S8515", "--link", link, "--dump", self.path("dump"),
+                   "--log", self.path("log"), "--baud", "0")
+        wait_for("the board", lambda: os.path.exists(link))
+
+    def start_window(self, *arguments, program=os.path.join(FOLDER, "fenwright.exe")):
+        began = time.monotonic()
+        process = self.start(WINE, program, *arguments)
+        found = wait_for("the window", windows)
+        print(f"the window is there after {time.monotonic() - began:.1f} s")
+        time.sleep(1)  # other windows may still follow
+        return process, found[0]
+
+    def close_window(self, process, window):
+        key(window, "alt+F4")
+        self.assertEqual(process.wait(30), 0)
+
+    def wire(self):
+        lines = self.read("log").decode().splitlines()
+        return b"".join(bytes.fromhex(line[2:]) for line in lines if line.startswith("> "))
+
+    def trace(self):
+        if not os.path.exists(self.path("_debug_avr.txt")):
+            return ""
+        return self.read("_debug_avr.txt").decode("cp932")
+
+    def test_a_user_opens_a_file_and_programs_a_chip(self):
+        self.start_board()
+        process, window = self.start_window("--folder", self.folder, self.path("コード.hex"))
+        wait_for("the file", lambda: "ファイルをオープンしました。" in self.trace())
+        self.assertGreater(picture("windows-opened.png"), 100, "the picture is all but empty")
+
+        key(window, "F5")
+
+        wait_for("the result", lambda: "プログラミング正常終了。" in self.trace())
+        wait_for("the elapsed time", lambda: re.search(r"\n\d+秒\t", self.trace()))
+        self.assertEqual(self.wire(), program_wire(self.flash, self.eeprom))
+        dump = self.read("dump")
+        self.assertEqual(dump[:len(self.flash)], self.flash)
+        self.assertEqual(dump[8192:8192 + len(self.eeprom)], self.eeprom)
+        time.sleep(1)
+        self.assertGreater(picture("windows-programmed.png"), 100, "the picture is all but empty")
+        run("xdotool", "key", "Return")  # the message about the result
+        time.sleep(1)
+        self.close_window(process, window)
+        self.assertIn("\r\n>>>>> START <<<<<\t", self.trace())
+        self.assertFalse(os.path.exists(self.path("avrhex.txt")))
+
+    def test_geometry_is_kept_in_the_registry_and_restored(self):
+        process, window = self.start_window("--folder", self.folder, "--simulate")
+        self.close_window(process, window)
+        process, window = self.start_window("--folder", self.folder)
+        run("xdotool", "windowsize", "--sync", window, "820", "600")
+        run("xdotool", "windowmove", window, "150", "90")
+        time.sleep(1)
+        placed = geometry(window)
+        self.close_window(process, window)
+        stored = registry(SETTINGS)
+        for name in ("MainLeft", "MainTop", "MainWidth", "MainHeight", "PgmLeft", "PgmTop",
+                     "PgmWidth", "PgmHeight", "EEpLeft", "EEpTop", "EEpWidth", "EEpHeight"):
+            self.assertRegex(stored.get(name, ""), r"^-?\d+$", name)
+        self.assertEqual(stored["ComNox"], "3")
+        self.assertEqual(stored["device"], str(DEVICE_INDEX))
+        process, window = self.start_window("--folder", self.folder)
+        for was, now in zip(placed, geometry(window)):
+            self.assertAlmostEqual(was, now, delta=2)
+        self.close_window(process, window)
+
+    def test_a_second_run_ends_at_once_and_the_first_goes_on(self):
+        process, window = self.start_window("--folder", self.folder)
+        second = self.start(WINE, os.path.join(FOLDER, "fenwright.exe"), "--folder", self.folder)
+        self.assertEqual(second.wait(30), 0)
+        self.assertEqual(windows(), [window])
+        self.assertIsNone(process.poll())
+        self.close_window(process, window)
+
+    def test_the_installer_installs_and_uninstalls_without_asking(self):
+        def class_values():
+            return (registry(r"HKCU\Software\Classes\.hex\OpenWithProgids"),
+                    registry(r"HKCU\Software\Classes\Fenwright.HexFile\shell\open\command"))
+
+        wine(SETUP, "/S", seconds=120)
+        place = registry(r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Fenwright")
+        self.assertEqual(place["DisplayVersion"], "6.5.5")
+        installed = wine("winepath", "-u", place["InstallLocation"]).strip()
+        self.assertIn("AppData/Local/Programs/Fenwright", installed)
+        program = os.path.join(installed, "fenwright.exe")
+        for folder, _, files in os.walk(FOLDER):
+            for name in files:
+                relative = os.path.relpath(os.path.join(folder, name), FOLDER)
+                self.assertTrue(os.path.exists(os.path.join(installed, relative)), relative)
+        types, command = class_values()
+        self.assertIn("Fenwright.HexFile", types)
+        self.assertEqual(command["(Default)"],
+                         '"' + place["InstallLocation"] + '\\fenwright.exe" "%1"')
+
+        process, window = self.start_window("--simulate", program=program)
+        picture("windows-installed.png")
+        self.close_window(process, window)
+        self.assertTrue(os.path.exists(os.path.join(installed, "_debug_avr.txt")))
+
+        wine(os.path.join(installed, "uninstall.exe"), "/S", seconds=120)
+        wait_for("the folder to go", lambda: not os.path.exists(installed))
+        self.assertEqual(class_values(), ({}, {}))
+        self.assertEqual(
+            registry(r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Fenwright"), {})
+        self.assertEqual(registry(SETTINGS)["device"], str(DEVICE_INDEX), "settings must stay")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
