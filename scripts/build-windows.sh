@@ -58,6 +58,6 @@ done < <(find examples -mindepth 1 -type f ! -name '*.sh' | LC_ALL=C sort)
 
 (cd "$dist_dir" && cmake -E tar cf "$name.zip" --format=zip "$name")
 makensis -V2 -INPUTCHARSET UTF8 "-DVERSION=$version" "-DSOURCE=$folder" \
-  "-DOUTPUT=$dist_dir/fenwright-$version-setup.exe" packaging/windows/installer.nsi
+  "-DOUTPUT=$dist_dir/fenwright-$version-setup.exe" "$repo_root/packaging/windows/installer.nsi"
 
 (cd "$dist_dir" && du -h --apparent-size "$name"/*.exe ./*.zip ./*-setup.exe)

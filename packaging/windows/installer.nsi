@@ -4,6 +4,8 @@
 ;
 ; FOLDER holds what the portable archive holds. /S installs and uninstalls without a window, /D=DIR
 ; names another folder.
+; As the programs: for 64-bit Windows.
+Target amd64-unicode
 Unicode true
 SetCompressor /SOLID lzma
 ManifestDPIAware true
