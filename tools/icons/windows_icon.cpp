@@ -1,6 +1,6 @@
 // Writes the program's icon in the sizes that Windows asks for.
 //
-//   fenwright-icon FILE.ico
+//   fenwright-windows-icon FILE.ico
 
 #include <iostream>
 
@@ -58,13 +58,13 @@ QByteArray IconFile(const QIcon& icon) {
 int main(int argc, char** argv) {
   const QGuiApplication application(argc, argv);
   if (argc != 2) {
-    std::cerr << "usage: fenwright-icon FILE.ico\n";
+    std::cerr << "usage: fenwright-windows-icon FILE.ico\n";
     return 2;
   }
   QFile file(QString::fromLocal8Bit(argv[1]));
   const QByteArray content = IconFile(fenwright::ui::ChipIcon());
   const bool written =
       file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush();
-  if (!written) std::cerr << "fenwright-icon: " << file.errorString().toStdString() << '\n';
+  if (!written) std::cerr << "fenwright-windows-icon: " << file.errorString().toStdString() << '\n';
   return written ? 0 : 1;
 }
