@@ -1,6 +1,5 @@
 #include "link_commands.h"
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ops/link_commands.h"
+#include "platform/system/low_latency.h"
 #include "session.h"
 
 namespace fenwright::cli {
@@ -183,24 +183,11 @@ LinkReport MakeReport(const core::RunContext& context, std::vector<double> times
   return report;
 }
 
-/// The file of a USB adapter that says how long it may hold a reply back, "" for other ports.
-std::string LatencyFile(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path device = std::filesystem::canonical(path, error);
-  const std::string name = error ? "" : device.filename().string();
-  if (!name.starts_with("ttyUSB")) return "";
-  return "/sys/bus/usb-serial/devices/" + name + "/latency_timer";
-}
-
 std::string Advice(const LinkReport& report, const std::string& path) {
-  const std::string file = LatencyFile(path);
-  const std::string cure = file.empty()
-                               ? "set its latency to 1 ms"
-                               : fmt::format("set its latency to 1 ms: echo 1 | sudo tee {}", file);
   return fmt::format(
       "every reply comes {:.1f} ms late. Most often a USB adapter holds replies back: {}; connect "
       "it without a hub, or use a serial port of the machine itself",
-      report.Extra * kMilliseconds, cure);
+      report.Extra * kMilliseconds, platform::LowLatencyCure(path));
 }
 
 nlohmann::json ReportAsJson(const LinkReport& report, const std::string& path) {
