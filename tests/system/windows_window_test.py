@@ -178,8 +178,6 @@ class WindowsWindowTest(unittest.TestCase):
         self.assertFalse(os.path.exists(self.path("avrhex.txt")))
 
     def test_geometry_is_kept_in_the_registry_and_restored(self):
-        process, window = self.start_window("--folder", self.folder, "--simulate")
-        self.close_window(process, window)
         process, window = self.start_window("--folder", self.folder)
         run("xdotool", "windowsize", "--sync", window, "820", "600")
         run("xdotool", "windowmove", window, "150", "90")
@@ -225,7 +223,7 @@ class WindowsWindowTest(unittest.TestCase):
         self.assertEqual(command["(Default)"],
                          '"' + place["InstallLocation"] + '\\fenwright.exe" "%1"')
 
-        process, window = self.start_window("--simulate", program=program)
+        process, window = self.start_window(program=program)
         picture("windows-installed.png")
         self.close_window(process, window)
         self.assertTrue(os.path.exists(os.path.join(installed, "_debug_avr.txt")))
