@@ -123,7 +123,8 @@ bool IsOneFile(const Options& options) {
   if (options.CodeOutput.empty() || options.DataOutput.empty()) return false;
   const auto real_path = [](const std::string& path) {
     std::error_code ignored;
-    return std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(ToPath(path), ignored),
+                                             ignored);
   };
   return real_path(options.CodeOutput) == real_path(options.DataOutput);
 }

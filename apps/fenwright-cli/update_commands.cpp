@@ -1,15 +1,13 @@
 #include "update_commands.h"
 
-#include <array>
 #include <chrono>
 #include <optional>
-#include <poll.h>
-#include <unistd.h>
 #include <utility>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "platform/system/terminal.h"
 #include "session.h"
 #include "update/update_check.h"
 #include "update/update_protocol.h"
@@ -258,13 +256,11 @@ bool UpdateCall::Confirmed() {
   for (;;) {
     run.Events.ProcessPendingEvents();
     if (run.State.StopRequested) return false;
-    constexpr int kMilliseconds = 50;
-    pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
-    if (poll(&input, 1, kMilliseconds) <= 0) continue;
-    std::array<char, 64> bytes{};
-    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
-    if (count <= 0) break;
-    answer.append(bytes.data(), static_cast<std::size_t>(count));
+    constexpr double kSeconds = 0.05;
+    const std::optional<std::string> input = platform::ReadInputWithin(kSeconds);
+    if (!input) continue;
+    if (input->empty()) break;
+    answer += *input;
     if (answer.find('\n') != std::string::npos) break;
   }
   answer = answer.substr(0, answer.find_first_of("\r\n"));

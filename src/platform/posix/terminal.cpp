@@ -1,5 +1,8 @@
 #include "platform/system/terminal.h"
 
+#include <array>
+#include <cstddef>
+#include <poll.h>
 #include <unistd.h>
 
 namespace fenwright::platform {
@@ -9,6 +12,15 @@ std::vector<std::string> Utf8Arguments(int count, char** arguments) {
 }
 
 bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
+std::optional<std::string> ReadInputWithin(double seconds) {
+  constexpr double kMilliseconds = 1e3;
+  pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+  if (poll(&input, 1, static_cast<int>(seconds * kMilliseconds)) <= 0) return std::nullopt;
+  std::array<char, 64> bytes{};
+  const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
+  return count <= 0 ? "" : std::string(bytes.data(), static_cast<std::size_t>(count));
+}
 
 // Terminals are as wanted already.
 Utf8Terminal::Utf8Terminal() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,10 @@ std::vector<std::string> Utf8Arguments(int count, char** arguments);
 
 /// True when standard output is a terminal.
 bool OutputIsTerminal();
+
+/// What has come on standard input, up to a line; nothing when there is none within `seconds`, ""
+/// at its end.
+std::optional<std::string> ReadInputWithin(double seconds);
 
 /// Makes the terminal show UTF-8 and obey escape sequences, as long as the object lives.
 class Utf8Terminal {

@@ -1,5 +1,6 @@
 #include "platform/system/terminal.h"
 
+#include <array>
 #include <windows.h>
 // After windows.h, which it needs.
 #include <shellapi.h>
@@ -27,6 +28,20 @@ std::vector<std::string> Utf8Arguments(int count, char** arguments) {
 bool OutputIsTerminal() {
   DWORD mode = 0;
   return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+}
+
+std::optional<std::string> ReadInputWithin(double seconds) {
+  constexpr double kMilliseconds = 1e3;
+  HANDLE const input = GetStdHandle(STD_INPUT_HANDLE);
+  // A console is waited for; anything else is read at once.
+  if (WaitForSingleObject(input, static_cast<DWORD>(seconds * kMilliseconds)) == WAIT_TIMEOUT) {
+    return std::nullopt;
+  }
+  std::array<char, 64> bytes{};
+  DWORD count = 0;
+  const DWORD room = static_cast<DWORD>(bytes.size());
+  if (ReadFile(input, bytes.data(), room, &count, nullptr) == 0) return "";
+  return std::string(bytes.data(), count);
 }
 
 Utf8Terminal::Utf8Terminal() {
