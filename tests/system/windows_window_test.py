@@ -223,10 +223,12 @@ class WindowsWindowTest(unittest.TestCase):
         self.assertEqual(command["(Default)"],
                          '"' + place["InstallLocation"] + '\\fenwright.exe" "%1"')
 
-        process, window = self.start_window(program=program)
+        # Its own folder is the one that it works in.
+        trace = os.path.join(installed, "_debug_avr.txt")
+        process, window = self.start_window(self.path("コード.hex"), program=program)
+        wait_for("the trace", lambda: os.path.exists(trace))
         picture("windows-installed.png")
         self.close_window(process, window)
-        self.assertTrue(os.path.exists(os.path.join(installed, "_debug_avr.txt")))
 
         wine(os.path.join(installed, "uninstall.exe"), "/S", seconds=120)
         wait_for("the folder to go", lambda: not os.path.exists(installed))
