@@ -27,8 +27,8 @@ QStringList Installed(const QStringList& wanted) {
 
 void ApplyInterfaceFont(QApplication& application) {
   // The system's own come first: the Windows fonts are not found elsewhere.
-  const QStringList families = Installed({"Yu Gothic UI", "Meiryo UI", "MS UI Gothic",
-                                          "Noto Sans CJK JP", "VL Gothic", "IPAPGothic"});
+  const QStringList families = Installed(
+      {"Yu Gothic UI", "Meiryo UI", "MS UI Gothic", "Noto Sans CJK JP", "VL Gothic", "IPAPGothic"});
   QFont font = QApplication::font();
   if (!families.isEmpty()) font.setFamilies(families);
   font.setPointSizeF(kInterfacePoints);
