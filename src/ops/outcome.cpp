@@ -128,7 +128,7 @@ Sentence DescribeProgramming(const AppState& state) {
 Sentence DescribeWholeRead(const AppState& state) {
   if (state.LinkError != 0) {
     return {
-        "フラッシュとEEPROMは読み出しましたが、フューズとロックビットは読み出せませんでした。"
+        "フラッシュとEEPROMは読み出しましたが、ヒューズとロックビットは読み出せませんでした。"
         "ソケットのデバイスとデバイスの選択を確かめて、もう一度リードしてください。",
         "flash and EEPROM read, fuse and lock bits not read: check the device in the socket and "
         "read again"};
@@ -136,7 +136,7 @@ Sentence DescribeWholeRead(const AppState& state) {
   if (state.Chip.FuseBytes.empty()) {
     return {"フラッシュとEEPROMを読み出しました。", "flash and EEPROM read"};
   }
-  return {"フラッシュ、EEPROM、フューズ、ロックビットを読み出しました。",
+  return {"フラッシュ、EEPROM、ヒューズ、ロックビットを読み出しました。",
           "flash, EEPROM, fuse and lock bits read"};
 }
 
@@ -176,11 +176,11 @@ Sentence DescribeErasing(const AppState& state) {
 Sentence DescribeReadingFuses(const AppState& state) {
   const ChipReport& chip = state.Chip;
   if (chip.FusesFinished) {
-    return {"フューズとロックビットを読み出しました。", "fuse and lock bits read"};
+    return {"ヒューズとロックビットを読み出しました。", "fuse and lock bits read"};
   }
   if (chip.FuseBytes.empty()) {
     return {
-        "フューズとロックビットは読み出していません。表示は元のままです。"
+        "ヒューズとロックビットは読み出していません。表示は元のままです。"
         "接続とソケットのデバイスを確かめて、もう一度リードしてください。",
         "no fuse or lock bits read, the lists are unchanged: check the connection and the device "
         "in the socket and read again"};
@@ -194,12 +194,12 @@ Sentence DescribeWritingFuses(const AppState& state) {
   const ChipReport& chip = state.Chip;
   const auto written = static_cast<std::int32_t>(chip.FuseBytes.size());
   if (chip.FusesFinished) {
-    return {"フューズとロックビットを書き込みました。", "fuse and lock bits written"};
+    return {"ヒューズとロックビットを書き込みました。", "fuse and lock bits written"};
   }
   if (!chip.FuseWriteStarted) return Untouched();
   if (written == 0) {
     return {
-        "書き込みを確認できませんでした。フューズが変わっている可能性があります。"
+        "書き込みを確認できませんでした。ヒューズが変わっている可能性があります。"
         "リードして確かめてから、もう一度ライトしてください。",
         "write not confirmed, the bits may have changed: read them, then write again"};
   }

@@ -238,10 +238,10 @@ void FuseFrame::AddCalibration(QGridLayout* grid, int row) {
 
 void FuseFrame::AddButtons(QGridLayout* grid, int row) {
   read_ = new QPushButton("Lock＆Fuseリード");
-  Name(read_, "cmdFuseRead", read_->text(), "チップのフューズ、ロックビット、校正値を読み出します");
+  Name(read_, "cmdFuseRead", read_->text(), "チップのヒューズ、ロックビット、校正値を読み出します");
   write_ = new QPushButton("Lock＆Fuseライト");
   Name(write_, "cmdFuseWrite", write_->text(),
-       "選んだフューズとロックビットをチップに書き込みます");
+       "選んだヒューズとロックビットをチップに書き込みます");
   auto* buttons = new QHBoxLayout;
   buttons->setSpacing(kGap);
   for (QPushButton* button : {read_, write_}) {
