@@ -89,10 +89,11 @@ inline std::vector<Exchange> Transcript(const std::string& device,
   return all;
 }
 
-/// Scripts a transcript in which the exchange at `failing` is not answered: the rest of its own
-/// programming mode is sent unless its "A" failed, and each later one sends its "A" and stops.
+/// Scripts a transcript in which the exchange at `failing` is answered with `reply`, "" = not at
+/// all: the rest of its own programming mode is sent unless its "A" failed, and each later one
+/// sends its "A" and stops.
 inline void ScriptWithFailureAt(ScriptedPort& port, const std::vector<Exchange>& transcript,
-                                std::size_t failing) {
+                                std::size_t failing, const std::string& reply = "") {
   constexpr std::size_t kStepsOfAMode = 4;
   const std::size_t mode_end = (failing / kStepsOfAMode + 1) * kStepsOfAMode;
   for (std::size_t i = 0; i < transcript.size(); ++i) {
@@ -100,7 +101,7 @@ inline void ScriptWithFailureAt(ScriptedPort& port, const std::vector<Exchange>&
     const bool extend = i % kStepsOfAMode == 0;
     if (i == failing) {
       const int attempts = exchange.Sent == "'s'" ? 5 : 1;
-      for (int attempt = 0; attempt < attempts; ++attempt) port.Expect(exchange.Sent);
+      for (int attempt = 0; attempt < attempts; ++attempt) port.Expect(exchange.Sent, reply);
       if (extend) i = mode_end - 1;
     } else if (i < mode_end || extend) {
       port.Expect(exchange.Sent, exchange.Reply);

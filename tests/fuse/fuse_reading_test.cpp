@@ -168,6 +168,27 @@ TEST(FuseReading, TheTraceOfATiny26HasAnEmptyLineAndAHeaderBeforeEachRead) {
   EXPECT_EQ(run.NewTrace(), expected);
 }
 
+TEST(FuseReading, OnlyATiny26TracesHeaders) {
+  ReadingRun tiny("ATtiny15L");
+  tiny.ReadWith(Rows().at("ATtiny15L").Commands);
+  Texts expected{kBusy};
+  Append(expected, CheckTrace("1E:90:06"));
+  Append(expected, Labelled("r_readFuseBit"));
+  Append(expected, Labelled("F_readLockFuseBit", {"Read Lock & Fuse bit F : F9"}));
+  Append(expected, Labelled("o_readCalibtationByte"));
+  Append(expected, {kDone});
+  EXPECT_EQ(tiny.NewTrace(), expected);
+
+  ReadingRun at90s("AT90S4433");
+  at90s.ReadWith(Rows().at("AT90S4433").Commands);
+  expected = {kBusy};
+  Append(expected, CheckTrace("1E:92:03"));
+  Append(expected, Labelled("r_readFuseBit"));
+  Append(expected, Labelled("F_readLockFuseBit", {"Read Lock & Fuse bit F : F9"}));
+  Append(expected, {kDone});
+  EXPECT_EQ(at90s.NewTrace(), expected);
+}
+
 TEST(FuseReading, ACombinedByteIsReadWithoutLabels) {
   ReadingRun run("AT90S8535");
   run.ReadWith({{"'F'", "FF"}});
@@ -272,6 +293,46 @@ TEST(FuseReading, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
       EXPECT_EQ(std::ranges::count(trace, kDone), 0);
     }
   }
+}
+
+TEST(FuseReading, AWrongAcknowledgementEndsItLikeNoneWhicheverItIs) {
+  for (const std::string device : kAllDevices) {
+    const std::vector<Exchange> transcript =
+        testing::Transcript(device, Rows().at(device).Commands);
+    for (std::size_t failing = 0; failing < transcript.size(); ++failing) {
+      if (transcript[failing].Reply != "0D") continue;
+      SCOPED_TRACE(device + " " + std::to_string(failing));
+      ReadingRun run(device);
+      ScriptWithFailureAt(run.Port, transcript, failing, "3F");
+      run.Read();
+      EXPECT_EQ(run.Dialog.Text, failing < testing::kCheckExchanges ? kMismatch : kFailed);
+      EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
+      EXPECT_FALSE(run.State.Chip.FusesFinished);
+    }
+  }
+}
+
+TEST(FuseReading, AByteThatArrivesIsShownEvenIfItsProgrammingModeWasNotAcknowledged) {
+  ReadingRun run("ATtiny12L");
+  ScriptWithFailureAt(run.Port, testing::Transcript("ATtiny12L", Rows().at("ATtiny12L").Commands),
+                      testing::kCheckExchanges + 1, "3F");
+  run.Read();
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Index, 15);
+  EXPECT_EQ(run.Fuses.Lists[FuseList::Boden].Index, 0);
+  EXPECT_EQ(run.Dialog.Text, kFailed);
+}
+
+TEST(FuseReading, OnlyTheFlagOfAMismatchEndsItAfterTheCheck) {
+  constexpr std::int16_t kOther = 2;
+  ReadingRun run("AT90S8535");
+  // Before the answer to the check's last "L".
+  run.Events.OnTurn = [&] {
+    if (run.Port.Sent.size() == 4) run.State.LinkError = kOther;
+  };
+  run.ReadWith({{"'F'", "FF"}});
+  EXPECT_EQ(run.State.LinkError, 0);
+  EXPECT_EQ(run.Text(FuseList::Fstrt), "Disable");
+  EXPECT_EQ(run.PanelText(platform::Panel::Status), kDone);
 }
 
 TEST(FuseReading, AByteThatDoesNotArriveChangesNoList) {

@@ -190,6 +190,39 @@ TEST(FuseWriting, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
   }
 }
 
+TEST(FuseWriting, AWrongAcknowledgementEndsItLikeNoneWhicheverItIs) {
+  for (const std::string device : kAllDevices) {
+    const std::vector<Exchange> transcript =
+        testing::Transcript(device, DefaultWrites().at(device));
+    for (std::size_t failing = 0; failing < transcript.size(); ++failing) {
+      if (transcript[failing].Reply != "0D") continue;
+      SCOPED_TRACE(device + " " + std::to_string(failing));
+      WritingRun run(device);
+      ScriptWithFailureAt(run.Port, transcript, failing, "3F");
+      run.Write();
+      const Texts trace = run.NewTrace();
+      EXPECT_EQ(std::ranges::count(trace, kFailed), failing < testing::kCheckExchanges ? 0 : 2);
+      EXPECT_EQ(std::ranges::count(trace, kDone), 0);
+      EXPECT_EQ(run.State.LinkError, 1);
+      EXPECT_FALSE(run.State.Chip.FusesFinished);
+    }
+  }
+}
+
+TEST(FuseWriting, AnyFlagThatTheCheckLeavesEndsIt) {
+  constexpr std::int16_t kOther = 2;
+  WritingRun run("AT90S8535");
+  // Before the answer to the check's last "L".
+  run.Events.OnTurn = [&] {
+    if (run.Port.Sent.size() == 4) run.State.LinkError = kOther;
+  };
+  run.WriteExpecting({});
+  EXPECT_EQ(run.State.LinkError, kOther);
+  EXPECT_FALSE(run.State.Chip.FuseWriteStarted);
+  const Texts trace = run.NewTrace();
+  EXPECT_EQ(std::ranges::count(trace, kFailed), 0);
+}
+
 TEST(FuseWriting, AWrongReplyNamesTheCommandAndTheLaterBytesAreNotWritten) {
   WritingRun run("ATtiny12L");
   for (const auto& [sent, reply] : testing::Transcript("ATtiny12L", {})) {

@@ -119,7 +119,6 @@ TEST(FuseCommands, AFailureSaysInASecondLineWhatStateTheChipIsIn) {
              "all bytes written, but the board answered wrongly: read the bits"}}) {
     SCOPED_TRACE(fault);
     const bool no_signature = std::string(fault) == "drop@7";
-    BoardRun run("ATtiny12L");
     // Each of the five attempts to read the signature has to fail.
     std::vector<board::Fault> faults{MakeFault(fault)};
     for (int more = 8; no_signature && more <= 11; ++more) {
