@@ -78,6 +78,16 @@ std::optional<int> FindLockMode(std::string_view text) {
   return found == modes.end() ? std::nullopt : std::optional(found->second);
 }
 
+/// Reads a position. With a zero in front it is none: "011" is meant as bits, and takes the item of
+/// that text or nothing.
+std::optional<int> ReadPosition(std::string_view text) {
+  if (text.size() > 1 && text.front() == '0') return std::nullopt;
+  int position = 0;
+  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), position);
+  const bool number = code == std::errc{} && stop == text.data() + text.size();
+  return number ? std::optional(position) : std::nullopt;
+}
+
 /// Position of an item that is given by its text, else by its position.
 std::optional<int> FindItem(Session& session, FuseList list, std::string_view text) {
   const std::vector<std::string>& items = session.Fuses().Items(list);
@@ -87,11 +97,9 @@ std::optional<int> FindItem(Session& session, FuseList list, std::string_view te
   if (list == FuseList::Lock) {
     if (const auto mode = FindLockMode(text)) return mode;
   }
-  int index = 0;
-  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), index);
-  const bool number = code == std::errc{} && stop == text.data() + text.size();
-  if (!number || index < 0 || std::cmp_greater_equal(index, items.size())) return std::nullopt;
-  return index;
+  const std::optional<int> position = ReadPosition(text);
+  const bool exists = position && *position >= 0 && std::cmp_less(*position, items.size());
+  return exists ? position : std::nullopt;
 }
 
 /// Reads one FIELD=ITEM into the choices; what is wrong with it, "" when nothing is.
@@ -180,6 +188,7 @@ struct Plan {
   FuseBytes OldBytes;  ///< as read from the device, empty when it cannot be read
   FuseBytes NewBytes;
   std::vector<std::string> Changes;  ///< "CKSEL: 0010 -> 0100"
+  std::vector<std::string> Notes;    ///< "CKSEL: 00 is written as 10"
 };
 
 /// What is chosen in each list, as text.
@@ -187,6 +196,25 @@ std::map<FuseList, std::string> ChosenTexts(Session& session) {
   std::map<FuseList, std::string> texts;
   for (const FuseList list : ListsOf(session)) texts[list] = session.Fuses().ChosenText(list);
   return texts;
+}
+
+/// The lists that would show something else once the bytes are written and read back: not every
+/// item has bits of its own.
+std::vector<std::string> DescribeOtherBits(Session& session, const FuseBytes& bytes) {
+  std::vector<std::string> notes;
+  const ChosenFuses& lists = session.Fuses();
+  for (const fuse::ReadStep& step : LayoutOf(session).ReadSteps) {
+    const auto byte = std::ranges::find(bytes, step.Caption, &core::FuseTransfer::Name);
+    if (byte == bytes.end()) continue;
+    for (const fuse::DecodedField& field : step.Fields) {
+      const int index = fuse::DecodeIndex(field, byte->Value);
+      if (index == fuse::kLeaveAsItIs || index == lists.SelectedIndex(field.List)) continue;
+      notes.push_back(fmt::format("{}: {} is written as {}", fuse::FieldName(field.List),
+                                  lists.ChosenText(field.List),
+                                  lists.Items(field.List).at(static_cast<std::size_t>(index))));
+    }
+  }
+  return notes;
 }
 
 /// Chooses in the lists what is to be written.
@@ -202,6 +230,7 @@ Plan MakePlan(Session& session, const Options& options, const Choices& choices) 
         fmt::format("{}: {} -> {}", fuse::FieldName(list), before.at(list), text));
   }
   plan.NewBytes = fuse::ComposeFuseBytes(session.Context());
+  plan.Notes = DescribeOtherBits(session, plan.NewBytes);
   return plan;
 }
 
@@ -213,6 +242,7 @@ void PrintPlan(Session& session, const Plan& plan) {
     out.Print("old: " + fuse::DescribeFuseBytes(plan.OldBytes));
     for (const std::string& change : plan.Changes) out.Print("  " + change);
   }
+  for (const std::string& note : plan.Notes) out.Print("  " + note);
   out.Print("new: " + fuse::DescribeFuseBytes(plan.NewBytes));
 }
 

@@ -92,7 +92,7 @@ void AddCommands(CLI::App& app, Options& options) {
   fuses
       .add_option("fields", options.Fields,
                   "a field as read-fuses names it, and an item of its list, by its text or its "
-                  "position from 0; LOCK also takes none, write or write-verify")
+                  "position from 0; LOCK also takes write-verify (0), write (1) or none (2)")
       ->type_name("FIELD=ITEM");
   fuses.add_flag("--from-defaults", options.FromDefaults,
                  "fields that are not named get their defaults");

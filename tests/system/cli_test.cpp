@@ -824,6 +824,22 @@ TEST_F(Cli, WriteFusesOfADeviceThatCannotBeReadStartsFromTheDefaults) {
   EXPECT_EQ(board.Wire(), run.Wire);
 }
 
+TEST_F(Cli, AnItemWithoutBitsOfItsOwnIsToldBeforeItIsWritten) {
+  const std::string note = "  CKSEL: 00 is written as 10\n";
+  const auto dry_run = [&](const std::string& device, const std::string& field) {
+    return Run({"--simulate", "--device", device, "write-fuses", "--dry-run", field}).Out;
+  };
+  // The chip comes with "00", and writing any other field writes that field too.
+  EXPECT_THAT(dry_run("ATtiny15L", "BODEN=Enable"),
+              HasSubstr("old: Fuse 0xDC  Lock 0xFF\n  BODEN: Disable -> Enable\n" + note +
+                        "new: Fuse 0x96  Lock 0xFF\n"));
+  EXPECT_THAT(dry_run("ATtiny15L", "CKSEL=01"), HasSubstr("  CKSEL: 01 is written as 11\n"));
+  EXPECT_THAT(dry_run("ATtiny15L", "CKSEL=10"), Not(HasSubstr("is written as")));
+  EXPECT_THAT(dry_run("ATtiny26L", "CKSEL=0011"), Not(HasSubstr("is written as")));
+  EXPECT_THAT(dry_run("AT90S4433", "LOCK=write"), Not(HasSubstr("is written as")));
+  EXPECT_THAT(dry_run("AT90S2323", "FSTRT=1"), Not(HasSubstr("is written as")));
+}
+
 TEST_F(Cli, LockModesHaveEnglishNamesIndexesAndTheirTexts) {
   const std::vector<std::pair<std::string, std::string>> rows{{"none", "0xFF"},
                                                               {"write", "0xFD"},
@@ -881,6 +897,8 @@ TEST_F(Cli, AFieldOrAnItemThatDoesNotExistIsRefusedBeforeAnythingIsSent) {
       {{"SUT=10"}, "its fields are CKSEL BODEN BODLEVEL RSTDISABL LOCK"},
       {{"CKSEL=16"}, "its items are\n  0  0000\n"},
       {{"CKSEL=-1"}, "no such item"},
+      {{"CKSEL=011"}, "no such item"},  // not the eleventh: it is meant as bits
+      {{"BODEN=00"}, "no such item"},
       {{"BODEN=on"}, "  0  Enable\n  1  Disable\n"},
       {{"CKSEL"}, "write it as FIELD=ITEM"},
       {{"CKSEL=1", "cksel=2"}, "given twice"},
