@@ -170,9 +170,11 @@ std::vector<std::uint8_t> CalibrationOf(Session& session) {
 
 void PrintFields(Session& session) {
   for (const FuseList list : ListsOf(session)) {
-    session.Out().PrintAlways(fmt::format("{:<10} {}  ({})", fuse::FieldName(list),
-                                          session.Fuses().ChosenText(list),
-                                          session.Fuses().SelectedIndex(list)));
+    const int index = session.Fuses().SelectedIndex(list);
+    const std::string item = index < 0
+                                 ? "no item stands for these bits"
+                                 : fmt::format("{}  ({})", session.Fuses().ChosenText(list), index);
+    session.Out().PrintAlways(fmt::format("{:<10} {}", fuse::FieldName(list), item));
   }
   std::string bytes = fuse::DescribeFuseBytes(session.Context().State.Chip.FuseBytes);
   session.Out().PrintAlways("bytes      " + bytes);
@@ -188,7 +190,7 @@ struct Plan {
   FuseBytes OldBytes;  ///< as read from the device, empty when it cannot be read
   FuseBytes NewBytes;
   std::vector<std::string> Changes;  ///< "CKSEL: 0010 -> 0100"
-  std::vector<std::string> Notes;    ///< "CKSEL: 00 is written as 10"
+  std::vector<std::string> Notes;    ///< what else comes of it: "CKSEL: 00 is written as 10"
 };
 
 /// What is chosen in each list, as text.
@@ -222,15 +224,24 @@ Plan MakePlan(Session& session, const Options& options, const Choices& choices) 
   Plan plan;
   plan.OldBytes = session.Context().State.Chip.FuseBytes;
   const std::map<FuseList, std::string> before = ChosenTexts(session);
+  constexpr int kNotLocked = 2;
+  const bool locked =
+      !plan.OldBytes.empty() && session.Fuses().SelectedIndex(FuseList::Lock) != kNotLocked;
+  bool other_fuses = false;
   if (options.FromDefaults) fuse::ApplyFuseLayout(session.Context());
   for (const auto& [list, index] : choices) session.Fuses().Select(list, index);
   for (const auto& [list, text] : ChosenTexts(session)) {
     if (text == before.at(list)) continue;
+    other_fuses = other_fuses || list != FuseList::Lock;
     plan.Changes.push_back(
         fmt::format("{}: {} -> {}", fuse::FieldName(list), before.at(list), text));
   }
   plan.NewBytes = fuse::ComposeFuseBytes(session.Context());
   plan.Notes = DescribeOtherBits(session, plan.NewBytes);
+  // It acknowledges the write all the same.
+  if (locked && other_fuses) {
+    plan.Notes.emplace_back("the device is locked: it keeps its fuse bits until it is erased");
+  }
   return plan;
 }
 
@@ -290,6 +301,8 @@ ExitCode RunReadFuses(const Options& options) {
                                          session.Context().DeviceForm.DeviceText()));
     return EndEarly(session, options, ExitCode::Usage);
   }
+  // Bits that no item stands for leave the list as it is; its default must not pass for them.
+  session.Fuses().Select(FuseList::Lock, -1);
   const CommandRun run = TimeDeviceCommand(session, ops::ReadFusesCommand);
   if (run.Code != ExitCode::Success) return Finish(session, options, run, {});
   if (!options.Json) PrintFields(session);

@@ -771,6 +771,19 @@ TEST_F(Cli, ReadFusesAsJsonTellsFieldsBytesAndCalibration) {
   EXPECT_EQ(json["calibration"], nlohmann::json({0x6B}));
 }
 
+TEST_F(Cli, ReadFusesTakesNoLockModeForBitsThatStandForNone) {
+  TemporaryFolder folder;
+  WriteFile(folder.File("state"), "fenwright-board-state 1\nchip ATtiny12L\nlock 1\n");
+  BoardProgram board("ATtiny12L", {"--state", folder.File("state")});
+  const Result result = Run({"--port", board.Link(), "--device", "ATtiny12L", "read-fuses"});
+  EXPECT_EQ(result.Code, 0) << result.Err;
+  EXPECT_THAT(result.Out, HasSubstr("LOCK       no item stands for these bits\n"
+                                    "bytes      Fuse 0xD2  Lock 0xFB\n"));
+  const auto json = nlohmann::json::parse(
+      Run({"--port", board.Link(), "--json", "--device", "ATtiny12L", "read-fuses"}).Out);
+  EXPECT_EQ(json["fields"]["LOCK"], (nlohmann::json{{"index", -1}, {"item", ""}}));
+}
+
 TEST_F(Cli, ReadFusesOfADeviceThatGivesNoneAwaySendsNothing) {
   BoardProgram board("AT90S8515");
   const Result result = Run({"--port", board.Link(), "--device", "AT90S8515", "read-fuses"});
@@ -838,6 +851,21 @@ TEST_F(Cli, AnItemWithoutBitsOfItsOwnIsToldBeforeItIsWritten) {
   EXPECT_THAT(dry_run("ATtiny26L", "CKSEL=0011"), Not(HasSubstr("is written as")));
   EXPECT_THAT(dry_run("AT90S4433", "LOCK=write"), Not(HasSubstr("is written as")));
   EXPECT_THAT(dry_run("AT90S2323", "FSTRT=1"), Not(HasSubstr("is written as")));
+}
+
+TEST_F(Cli, ALockedDeviceIsSaidToKeepItsFuseBits) {
+  const char* const note = "  the device is locked: it keeps its fuse bits until it is erased\n";
+  BoardProgram board("ATtiny12L");
+  const auto write = [&](const std::string& field) {
+    const Result result =
+        Run({"--port", board.Link(), "--device", "ATtiny12L", "write-fuses", field});
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    return result.Out;
+  };
+  EXPECT_THAT(write("LOCK=write"), Not(HasSubstr(note)));
+  EXPECT_THAT(write("CKSEL=4"), HasSubstr(note));
+  EXPECT_THAT(write("LOCK=write"),
+              ::testing::AllOf(HasSubstr("old: Fuse 0xD2"), Not(HasSubstr(note))));
 }
 
 TEST_F(Cli, LockModesHaveEnglishNamesIndexesAndTheirTexts) {
