@@ -413,6 +413,36 @@ TEST(Read, WithAFailingLinkCheckLeavesTheElapsedTimeEmpty) {
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
 }
 
+TEST(Read, OfAnotherChipInTheSocketThanAtItsStartEndsWithTheMismatchAndTheElapsedTime) {
+  BoardRun run(kTiny12, {.Baud = 0});
+  // The chip goes between the memories and the fuse and lock bits.
+  run.Events.OnTurn = [&] {
+    if (run.Dialog.Text == "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....") run.Chip().SetLockBits(0);
+  };
+  ops::ReadCommand(run.Context);
+  EXPECT_EQ(run.Dialog.Text, "設定デバイスと、ソケット上のデバイスがミスマッチです。");
+  EXPECT_EQ(std::ranges::count(run.Wire, 'r'), 0);
+  EXPECT_EQ(run.State.LinkError, 1);
+  EXPECT_FALSE(Contains(
+      run.NewTrace(), "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。"));
+  EXPECT_NE(run.PanelText(Panel::Elapsed), "");
+}
+
+TEST(EraseCommand, ResetsTheFuseListsToTheirDefaultsOnlyWhenItSucceeds) {
+  BoardRun failing(kTiny12, {.Faults = {MakeFault("silent")}});
+  failing.Fuses.Select(platform::FuseList::Cksel, 7);
+  ops::EraseCommand(failing.Context);
+  EXPECT_EQ(failing.Fuses.Lists[platform::FuseList::Cksel].Text(), "0111");
+  BoardRun run(kTiny12, {.Baud = 0});
+  run.Fuses.Select(platform::FuseList::Cksel, 7);
+  run.Fuses.Select(platform::FuseList::Lock, 0);
+  run.Fuses.SetCalibrationText("0x6B");
+  ops::EraseCommand(run.Context);
+  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Cksel].Text(), "0010");
+  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Lock].Text(), "プロテクトなし");
+  EXPECT_EQ(run.Fuses.Calibration, "?");
+}
+
 TEST(VerifyCommand, ReportsItsEndWhateverItFound) {
   // The first word is reply 12.
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@12")}});

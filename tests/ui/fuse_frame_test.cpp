@@ -294,6 +294,17 @@ TEST_F(FuseFrameTest, GivingTheResetPinAwayWarnsAndKeepsTheChoice) {
   EXPECT_FALSE(bench_.Run.MessageDialog().IsLoaded());
 }
 
+TEST_F(FuseFrameTest, PickingTheItemThatIsChosenAlreadyWarnsToo) {
+  PickDevice(kTiny26);
+  bench_.Run.Context().Fuses.Select(FuseList::Rstdisabl, 0);
+  QComboBox* const list = List(FuseList::Rstdisabl);
+  list->showPopup();
+  QTest::keyClick(list->view(), Qt::Key_Return);
+  EXPECT_TRUE(QString::fromStdString(bench_.Run.State().MessageText)
+                  .startsWith("ＰＢ５またはＰＢ７リセット機能の無効"));
+  EXPECT_EQ(list->currentIndex(), 0);
+}
+
 TEST_F(FuseFrameTest, WhatIsReadOrRebuiltDoesNotWarn) {
   PickDevice(kTiny26);
   const platform::FuseList list = FuseList::Rstdisabl;
