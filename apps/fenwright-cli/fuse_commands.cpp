@@ -73,9 +73,9 @@ std::optional<FuseList> FindField(Session& session, std::string_view name) {
 
 /// Position of a lock mode's English name; the list counts from the closed mode to the open one.
 std::optional<int> FindLockMode(std::string_view text) {
-  static const std::map<std::string, int> modes{{"write-verify", 0}, {"write", 1}, {"none", 2}};
-  const auto found = modes.find(Lower(text));
-  return found == modes.end() ? std::nullopt : std::optional(found->second);
+  static const std::map<std::string, int> kModes{{"write-verify", 0}, {"write", 1}, {"none", 2}};
+  const auto found = kModes.find(Lower(text));
+  return found == kModes.end() ? std::nullopt : std::optional(found->second);
 }
 
 /// Reads a position. With a zero in front it is none: "011" is meant as bits, and takes the item of
@@ -219,14 +219,17 @@ std::vector<std::string> DescribeOtherBits(Session& session, const FuseBytes& by
   return notes;
 }
 
+/// True when the lists show a lock mode that prohibits writing.
+bool ShowsLock(Session& session) {
+  return session.Fuses().SelectedIndex(FuseList::Lock) != FindLockMode("none");
+}
+
 /// Chooses in the lists what is to be written.
 Plan MakePlan(Session& session, const Options& options, const Choices& choices) {
   Plan plan;
   plan.OldBytes = session.Context().State.Chip.FuseBytes;
   const std::map<FuseList, std::string> before = ChosenTexts(session);
-  constexpr int kNotLocked = 2;
-  const bool locked =
-      !plan.OldBytes.empty() && session.Fuses().SelectedIndex(FuseList::Lock) != kNotLocked;
+  const bool locked = !plan.OldBytes.empty() && ShowsLock(session);
   bool other_fuses = false;
   if (options.FromDefaults) fuse::ApplyFuseLayout(session.Context());
   for (const auto& [list, index] : choices) session.Fuses().Select(list, index);
