@@ -11,6 +11,7 @@
 namespace fenwright::update {
 namespace {
 
+constexpr int kFirstPort = 1;
 constexpr int kLastPort = 20;
 constexpr const char* kUnset = "?";
 constexpr const char* kUsedSpeed = "57600";
@@ -55,7 +56,8 @@ bool PortChosen(UpdateContext& context) {
 
 void FillSelectors(UpdateContext& context) {
   std::vector<std::string> ports;
-  for (int number = 1; number <= kLastPort; ++number) ports.push_back(std::to_string(number));
+  for (int number = kFirstPort; number <= kLastPort; ++number)
+    ports.push_back(std::to_string(number));
   context.Form.SetPortItems(ports);
   context.Form.SetPortText(Stored(context, core::kUpdatePortReadKey, kUnset));
   context.Form.SetSpeedItems({" 9600", "19200", "57600"});
@@ -82,6 +84,9 @@ void Load(UpdateContext& context) {
   context.Form.PlaceDivider();
   // It is left empty, and a folder that refuses it is no reason to refuse the dialog.
   context.Run.Files.Write(context.Run.State.AppFolder + std::string(kUpdateLogFile), "");
+  // With "?" in the selector the number that the port has is opened: it must not be the one of an
+  // earlier opening of the dialog.
+  context.UpdaterPort.SetCommPort(kFirstPort);
   FillSelectors(context);
   context.State.UpdateFilePath.clear();
   context.Form.SetSpeedText(kUsedSpeed);

@@ -12,7 +12,8 @@ namespace fenwright::update {
 /// How the update button's press ended.
 enum class StartOutcome { Ignored, NoPort, NoFile, PortNotOpened, Ran };
 
-/// Prepares the dialog: empties "LOG.txt", fills the selectors, shows the instructions.
+/// Prepares the dialog: empties "LOG.txt", fills the selectors, shows the instructions. A port
+/// picked in an earlier opening is remembered neither by the selector nor by `UpdaterPort`.
 void Load(UpdateContext& context);
 
 /// An item of the port selector was picked: its text is stored, under a key that Load() does not

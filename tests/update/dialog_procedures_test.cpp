@@ -278,6 +278,25 @@ TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
   }
 }
 
+TEST(UpdateDialogPorts, APortOfAnEarlierOpeningIsNotOpenedAgain) {
+  ScriptedUpdate run;
+  const char* const version = "'KV-LOD350  V6.38' 0D 0A";
+  update::Load(run.Context);
+  run.Dialog_Update.Port = "7";
+  run.UpdaterPort.Expect("'?'", version);
+  update::ReadVersionPressed(run.Context);
+  EXPECT_EQ(run.UpdaterPort.CommPort(), 7);
+  update::Unload(run.Context);
+
+  update::Load(run.Context);
+  EXPECT_EQ(run.Dialog_Update.Port, "?");
+  run.UpdaterPort.Expect("'?'", version);
+  update::ReadVersionPressed(run.Context);
+  EXPECT_EQ(run.UpdaterPort.CommPort(), 1);
+  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
+}
+
 TEST(UpdateDialogPorts, UnloadTouchesOnlyWhatIsNotAsItShouldBe) {
   ScriptedUpdate run;
   update::Unload(run.Context);
