@@ -240,7 +240,8 @@ bool UpdateDialog::RequestClose() {
   if (asking_) return false;
   if (state_.Now == update::Activity::Updating && !close_pending_) {
     asking_ = true;
-    const bool stop = context_.MessageBoxes.Ask(ToUtf8(windowTitle()), update::StopQuestion());
+    const bool stop =
+        context_.MessageBoxes.Ask(ToUtf8(windowTitle()), update::StopQuestion(state_));
     asking_ = false;
     if (!stop) return false;
   }

@@ -99,6 +99,8 @@ ImageReport CheckImage(std::string_view content) {
     report.Fault = ImageFault::NoDataRecord;
   } else if (!ended) {
     report.Fault = ImageFault::NoEndRecord;
+  } else if (report.WordsToSend == 0) {
+    report.Fault = ImageFault::NoWordToSend;
   }
   return report;
 }

@@ -14,7 +14,8 @@ enum class ImageFault {
   UnusedAddress,  ///< an extended address other than 0, which an update does not follow
   OddAddress,     ///< a data record that begins in the middle of a word
   DataAfterEnd,   ///< a data record behind the end record, which an update sends all the same
-  NoEndRecord     ///< no end record: the file may have been cut short
+  NoEndRecord,    ///< no end record: the file may have been cut short
+  NoWordToSend    ///< every word is skipped
 };
 
 /// What an update would do with a file, found before anything is sent.

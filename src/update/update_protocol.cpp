@@ -164,6 +164,7 @@ UpdateOutcome FailByTimeOut(UpdateContext& context, const UpdateWord& word) {
 /// No message box, and the bar stays as it is.
 UpdateOutcome FailByMismatch(UpdateContext& context) {
   context.State.Now = Activity::Busy;
+  context.Form.SetDetail(DescribeBoardState(context.State, Language::Japanese));
   context.Form.SetInstructionsBackground(kRed);
   // "確立" is deliberate.
   context.Form.SetInstructions(

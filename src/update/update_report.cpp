@@ -12,7 +12,7 @@ struct Sentence {
 };
 
 /// By ImageFault.
-constexpr std::array<Sentence, 8> kFaults{{
+constexpr std::array<Sentence, 9> kFaults{{
     {"", ""},
     {"データレコードがありません", "has no data record, so there is nothing to send"},
     {"Intel HEX の正しいレコードではありません", "is not a whole Intel HEX record"},
@@ -23,6 +23,8 @@ constexpr std::array<Sentence, 8> kFaults{{
     {"エンドレコードの後にデータがあります", "is a data record behind the end record"},
     {"エンドレコードがありません。ファイルが途中で切れている可能性があります",
      "has no end record; the file may have been cut short"},
+    {"ボードに送るワードがありません。データはすべて、送られないアドレスにあります",
+     "has no word to send: all its data lies at addresses that are skipped"},
 }};
 
 std::string Choose(const Sentence& sentence, Language language) {
@@ -51,12 +53,17 @@ std::string DescribeBoardState(const UpdateState& state, Language language) {
                 language);
 }
 
-std::string StopQuestion() {
-  return "ファームウエアのアップデートを実行しています。\n\n"
-         "ここで閉じると、実行中の通信が終わったところでアップデートを中止します。"
-         "ボードのファームウエアは途中までしか書き込まれていない状態で残り、もう一度アップデートを"
-         "最後まで実行するまで、ボードは使用できません。\n\n"
-         "アップデートを中止して閉じますか？";
+std::string StopQuestion(const UpdateState& state) {
+  const char* const consequence =
+      state.WordsSent == 0
+          ? "ここで閉じると、最初のワードを送る前にアップデートを中止します。"
+            "ボードのファームウエアは変わりません。閉じた後で、ボードの電源を再投入してください。"
+          : "ここで閉じると、実行中の通信が終わったところでアップデートを中止します。"
+            "ボードのファームウエアは途中までしか書き込まれていない状態で残り、もう一度アップデート"
+            "を"
+            "最後まで実行するまで、ボードは使用できません。";
+  return std::string("ファームウエアのアップデートを実行しています。\n\n") + consequence +
+         "\n\nアップデートを中止して閉じますか？";
 }
 
 }  // namespace fenwright::update

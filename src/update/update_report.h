@@ -16,7 +16,8 @@ std::string DescribeFault(const ImageReport& report, Language language);
 /// The firmware that an update which did not finish has left the board with, and what to do next.
 std::string DescribeBoardState(const UpdateState& state, Language language);
 
-/// Asks whether to end a running update, in words that say what happens to the board.
-std::string StopQuestion();
+/// Asks whether to end a running update, in words that say what happens to the board: it depends
+/// on whether a word has been sent.
+std::string StopQuestion(const UpdateState& state);
 
 }  // namespace fenwright::update

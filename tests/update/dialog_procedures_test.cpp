@@ -152,8 +152,11 @@ TEST(UpdateDialogUpdate, AnEmptyPortTextIsTold) {
   run.Dialog_Update.Port = "";
   EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::NoPort);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "");
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
   EXPECT_EQ(run.Dialog_Update.Calls, Calls{});
+  EXPECT_TRUE(run.MainPort.PortOpen());
 }
 
 TEST(UpdateDialogUpdate, WithoutAFileTheStatusSaysSo) {
@@ -310,6 +313,16 @@ TEST(UpdateDialogPorts, UnloadTouchesOnlyWhatIsNotAsItShouldBe) {
   EXPECT_EQ(run.UpdaterPort.Log, Calls{"Close"});
 }
 
+TEST(UpdateDialogPorts, AMainPortThatCannotBeOpenedIsLeftToTheNextOperation) {
+  ScriptedUpdate run;
+  run.MainPort.Close();
+  run.MainPort.OpenResult.Status = platform::PortOpenStatus::Missing;
+  update::Unload(run.Context);
+  EXPECT_EQ(run.MainPort.Log, (Calls{"Close", "Open"})) << "tried once";
+  EXPECT_FALSE(run.MainPort.PortOpen());
+  EXPECT_TRUE(run.DialogBoxes.Boxes.empty());
+}
+
 TEST(UpdateDialogPorts, AfterAnUpdateTheMainPortTalksToTheNewFirmware) {
   BoardUpdate run({.Baud = 0});
   run.Open();
@@ -330,6 +343,24 @@ TEST(UpdateReport, SaysWhatFirmwareTheBoardIsLeftWith) {
       update::DescribeBoardState(state, update::Language::Japanese),
       "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
       "もう一度アップデートを最後まで実行してください。");
+}
+
+TEST(UpdateReport, TheStopQuestionSaysWhatHappensToTheBoard) {
+  update::UpdateState state;
+  EXPECT_EQ(
+      update::StopQuestion(state),
+      "ファームウエアのアップデートを実行しています。\n\n"
+      "ここで閉じると、最初のワードを送る前にアップデートを中止します。ボードのファームウエアは"
+      "変わりません。閉じた後で、ボードの電源を再投入してください。\n\n"
+      "アップデートを中止して閉じますか？");
+  state.WordsSent = 1;
+  EXPECT_EQ(
+      update::StopQuestion(state),
+      "ファームウエアのアップデートを実行しています。\n\n"
+      "ここで閉じると、実行中の通信が終わったところでアップデートを中止します。"
+      "ボードのファームウエアは途中までしか書き込まれていない状態で残り、もう一度アップデートを"
+      "最後まで実行するまで、ボードは使用できません。\n\n"
+      "アップデートを中止して閉じますか？");
 }
 
 }  // namespace

@@ -45,7 +45,9 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{":020000021000EC\r\n:020000000102FB\r\n", ImageFault::UnusedAddress, 1},
         Refused{":020001000102FA\r\n:00000001FF\r\n", ImageFault::OddAddress, 1},
         Refused{":00000001FF\r\n:020000000102FB\r\n", ImageFault::DataAfterEnd, 2},
-        Refused{":020000000102FB\r\n", ImageFault::NoEndRecord, 0}));
+        Refused{":020000000102FB\r\n", ImageFault::NoEndRecord, 0},
+        Refused{":023E0000AABB5B\r\n:024000000102BB\r\n:00000001FF\r\n", ImageFault::NoWordToSend,
+                0}));
 
 TEST(UpdateCheck, AGoodFileHasItsWordsCounted) {
   const ImageReport report = CheckImage(HexText(Bytes(0x4000, 0x5A)));
@@ -81,6 +83,8 @@ TEST(UpdateCheck, FaultsAreToldInBothLanguages) {
             "has no data record, so there is nothing to send");
   EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoEndRecord}, Language::Japanese),
             "エンドレコードがありません。ファイルが途中で切れている可能性があります");
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoWordToSend}, Language::English),
+            "has no word to send: all its data lies at addresses that are skipped");
 }
 
 }  // namespace

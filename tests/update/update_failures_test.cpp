@@ -10,6 +10,9 @@ using update::UpdateOutcome;
 
 constexpr const char* kTitle = "ファームウエアアップデート";
 constexpr const char* kFailedBox = "　　　***　アップデート失敗　***　　　　　　\r\n　";
+constexpr const char* kIncomplete =
+    "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
+    "もう一度アップデートを最後まで実行してください。";
 constexpr const char* kThreeWords = ":060000000C940CAB3412 00\r\n";
 
 /// An update of the words AB0C... fails at one of its three frames.
@@ -37,10 +40,7 @@ TEST_P(UpdateTimeOut, IsReportedInStatusAndBoxAndTheBarFallsBack) {
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, kTitle);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kFailedBox);
   EXPECT_EQ(run.Dialog_Update.Calls.back(), "bar at 0");
-  EXPECT_EQ(
-      run.Dialog_Update.Detail,
-      "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
-      "もう一度アップデートを最後まで実行してください。");
+  EXPECT_EQ(run.Dialog_Update.Detail, kIncomplete);
   EXPECT_EQ(run.Dialog_Update.Background, std::nullopt);
   EXPECT_EQ(run.Dialog_Update.Instructions, "");
   EXPECT_TRUE(run.UpdaterPort.PortOpen()) << "the port is left open";
@@ -101,6 +101,7 @@ TEST_P(UpdateMismatch, PaintsTheLabelAndShowsNoBoxAndLeavesTheBar) {
   expected.insert(expected.end(),
                   {"background 255", text, "status \"***　アップデート失敗　***\""});
   EXPECT_EQ(run.Dialog_Update.Calls, expected);
+  EXPECT_EQ(run.Dialog_Update.Detail, kIncomplete);
   EXPECT_TRUE(run.DialogBoxes.Boxes.empty());
   EXPECT_EQ(run.Update.UpdateFailed, 0) << "it is for time-outs";
   EXPECT_TRUE(run.UpdaterPort.PortOpen());
@@ -143,6 +144,18 @@ TEST(UpdateFailures, TheFirstFailureEndsTheUpdateAndANewOneBeginsWithU) {
   EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Mismatch);
   EXPECT_EQ(update::RunFirmwareUpdate(run.Context, kUpdateFile), UpdateOutcome::Finished);
   EXPECT_EQ(run.Dialog_Update.Background, 255U) << "nothing takes the red back";
+}
+
+TEST(UpdateFailures, TheFlagOfATimeOutStaysUntilTheNextVersionRead) {
+  ScriptedUpdate run;
+  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "");
+  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("FF FF FF FF");
+  run.UpdaterPort.Expect("'?'", "'KV-LOD350  V6.38' 0D 0A");
+  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::TimedOut);
+  EXPECT_EQ(update::RunFirmwareUpdate(run.Context, kUpdateFile), UpdateOutcome::Finished);
+  EXPECT_EQ(run.Update.UpdateFailed, -1);
+  update::ReadVersion(run.Context);
+  EXPECT_EQ(run.Update.UpdateFailed, 0);
 }
 
 TEST(UpdateFailures, TheFileIsClosedBeforeTheFirstWordGoesOut) {

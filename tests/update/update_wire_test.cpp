@@ -163,6 +163,13 @@ TEST(UpdateWire, ARecordAtAnOddAddressUsesTheIntegerPartOfItsWordAddresses) {
   ExpectUpdate(HexRecord(0x0003, {1, 2, 3, 4}), {"00 01 02 01", "00 02 04 03"});
 }
 
+TEST(UpdateWire, AtOddAddressesTheIntegerPartDecidesWhatIsSkipped) {
+  ExpectUpdate(HexRecord(0x3DFF, {1, 2}) + HexRecord(0x3E01, {3, 4}) + HexRecord(0x3FBF, {5, 6}) +
+                   HexRecord(0x3FC1, {7, 8}) + HexRecord(0x3FFD, {9, 10}) +
+                   HexRecord(0x3FFF, {11, 12}),
+               {"1E FF 02 01", "1F E0 08 07", "1F FE 0A 09"});
+}
+
 TEST(UpdateWire, OfAnAcknowledgementOfSeveralBytesTheFirstCounts) {
   ScriptedUpdate run;
   run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03 99 98").Expect("FF FF FF FF");
@@ -183,6 +190,23 @@ TEST(UpdateWire, ABoardThatAcknowledgesLateIsWaitedForTwoSecondsAndNoMore) {
     if (in_time) run.UpdaterPort.Expect("FF FF FF FF");
     EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"),
               in_time ? UpdateOutcome::Finished : UpdateOutcome::TimedOut);
+  }
+}
+
+TEST(UpdateWire, AQuestionThatStandsForLongInTheMiddleDoesNotEndTheUpdate) {
+  // Whoever asks, asks within a turn of events; the acknowledgement comes while the user thinks.
+  for (const double delay : {0.5, 29.5}) {
+    ScriptedUpdate run;
+    run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", delay).Expect("00 01 04 03", "08");
+    run.UpdaterPort.Expect("FF FF FF FF");
+    bool asked = false;
+    run.Events.OnTurn = [&run, &asked] {
+      if (asked || run.Update.WordsSent == 0) return;
+      asked = true;
+      run.Clock.Advance(30);
+    };
+    EXPECT_EQ(run.RunUpdate(":0400000001020304F2\r\n"), UpdateOutcome::Finished) << delay;
+    EXPECT_TRUE(asked);
   }
 }
 
