@@ -224,10 +224,8 @@ bool UpdateCall::CheckFile() {
     return false;
   }
   if (report.FirstOddLine != 0) {
-    Out().PrintError(fmt::format(
-        "warning: {}: line {} has an odd number of bytes; its last one is sent together with the "
-        "line's checksum",
-        call_.File, report.FirstOddLine));
+    Out().PrintError(
+        fmt::format("warning: {}: {}", call_.File, DescribeOddRecord(report, Language::English)));
   }
   call_.Image = report;
   return true;

@@ -65,17 +65,20 @@ void FillSelectors(UpdateContext& context) {
   context.Form.EnableSpeed(false);
 }
 
+/// What there is to say about a file before it is sent, "" for nothing.
+std::string Complaint(UpdateContext& context, const std::string& path) {
+  const std::string advice = "警告：このファイルでアップデートしないでください。";
+  std::string content;
+  const platform::FileResult read = context.Run.Files.Read(path, content);
+  if (!read) return advice + read.Reason;
+  const ImageReport report = CheckImage(content);
+  if (report.Fault != ImageFault::None) return advice + DescribeFault(report, Language::Japanese);
+  return DescribeOddRecord(report, Language::Japanese);
+}
+
 /// A damaged file can still be chosen and sent, but not without a word.
 void WarnOfFile(UpdateContext& context, const std::string& path) {
-  std::string content;
-  std::string complaint;
-  if (const platform::FileResult read = context.Run.Files.Read(path, content); !read) {
-    complaint = read.Reason;
-  } else {
-    complaint = DescribeFault(CheckImage(content), Language::Japanese);
-  }
-  context.Form.SetDetail(
-      complaint.empty() ? "" : "警告：このファイルでアップデートしないでください。" + complaint);
+  context.Form.SetDetail(Complaint(context, path));
 }
 
 }  // namespace

@@ -40,6 +40,16 @@ std::string DescribeFault(const ImageReport& report, Language language) {
   return language == Language::Japanese ? line + "行目：" + text : "line " + line + " " + text;
 }
 
+std::string DescribeOddRecord(const ImageReport& report, Language language) {
+  if (report.FirstOddLine == 0) return "";
+  const std::string line = std::to_string(report.FirstOddLine);
+  return language == Language::Japanese
+             ? line + "行目のバイト数が奇数です。最後のバイトはチェックサムと組にして送られます。"
+             : "line " + line +
+                   " has an odd number of bytes; its last one is sent together with the line's "
+                   "checksum";
+}
+
 std::string DescribeBoardState(const UpdateState& state, Language language) {
   if (state.WordsSent == 0) {
     return Choose({"ボードのファームウエアは変わっていません。ボードの電源を再投入してください。",

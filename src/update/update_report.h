@@ -13,6 +13,10 @@ enum class Language { Japanese, English };
 /// lower case, to stand behind a colon.
 std::string DescribeFault(const ImageReport& report, Language language);
 
+/// The first data record with an odd byte count, whose last byte goes out with the checksum; ""
+/// when there is none. It is no fault: what lies behind the last byte may not matter.
+std::string DescribeOddRecord(const ImageReport& report, Language language);
+
 /// The firmware that an update which did not finish has left the board with, and what to do next.
 std::string DescribeBoardState(const UpdateState& state, Language language);
 

@@ -334,6 +334,28 @@ TEST_P(UpdateDialogWaysOut, DuringAnUpdateYesEndsItAfterTheRunningExchange) {
   EXPECT_EQ(Window().isVisible(), !GetParam().ClosesMainWindow);
 }
 
+TEST_P(UpdateDialogWaysOut, BeforeTheFirstWordTheQuestionSaysThatNothingChanges) {
+  Make();
+  bench_->Boxes.Answer = true;
+  InDialog([this] {
+    bench_->Dialogs.Choice = bench_->GivenHexFile(kWords);
+    Button("CmdOpen")->click();
+    // 0.4 s for the ports, then 1 s for the board to enter its update mode.
+    QTimer::singleShot(900, &Dialog(), [this] {
+      ASSERT_EQ(Dialog().State().Now, update::Activity::Updating);
+      ASSERT_EQ(Dialog().State().WordsSent, 0);
+      GetParam().Close(Dialog(), Window());
+    });
+    Button("CmdUpdate")->click();
+  });
+  ASSERT_EQ(bench_->Boxes.Questions.size(), 1U);
+  EXPECT_NE(bench_->Boxes.Questions[0].find("ボードのファームウエアは変わりません。"),
+            std::string::npos);
+  EXPECT_EQ(wire_, Wire{'U'});
+  EXPECT_FALSE(bench_->Board->Protocol().UpdateUnfinished());
+  EXPECT_TRUE(bench_->Port.PortOpen());
+}
+
 TEST_P(UpdateDialogWaysOut, WhenNothingRunsNothingIsAsked) {
   Make();
   InDialog([this] { GetParam().Close(Dialog(), Window()); });

@@ -120,6 +120,16 @@ TEST(UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllTheSame) {
             "警告：このファイルでアップデートしないでください。no such file");
 }
 
+TEST(UpdateDialogOpen, NamesTheFirstRecordWithAnOddByteCount) {
+  ScriptedUpdate run;
+  run.GivenFile(":020000000102FB\r\n:0300020011223395\r\n:01000600AB4E\r\n:00000001FF\r\n");
+  run.Chooser.Choice = kUpdateFile;
+  update::ChooseUpdateFile(run.Context);
+  EXPECT_EQ(run.Dialog_Update.Detail,
+            "2行目のバイト数が奇数です。最後のバイトはチェックサムと組にして送られます。");
+  EXPECT_TRUE(run.Dialog_Update.UpdateEnabled);
+}
+
 TEST(UpdateDialogOpen, CancellingChangesNothing) {
   ScriptedUpdate run;
   run.Update.UpdateFilePath = "/old/old.hex";
