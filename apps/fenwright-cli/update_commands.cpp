@@ -123,6 +123,7 @@ class UpdateCall {
   bool StartSession(bool port_required);
   bool ReadVersion();
   bool CheckFile();
+  bool StillTheCheckedFile();
   void PrintPlan();
   bool Confirmed();
   void RunUpdate();
@@ -134,6 +135,7 @@ class UpdateCall {
   update::UpdateState state_;
   MutedMessageBoxes boxes_;
   std::optional<PrintedUpdateForm> form_;
+  std::string checked_content_;
   Call call_;
 };
 
@@ -228,7 +230,19 @@ bool UpdateCall::CheckFile() {
         fmt::format("warning: {}: {}", call_.File, DescribeOddRecord(report, Language::English)));
   }
   call_.Image = report;
+  checked_content_ = content;
   return true;
+}
+
+/// The question may have been on the screen for long, and the update reads the file anew.
+bool UpdateCall::StillTheCheckedFile() {
+  std::string content;
+  if (session_.Context().Files.Read(call_.File, content) && content == checked_content_) {
+    return true;
+  }
+  Fail(ExitCode::FileError, call_.File + ": has changed since it was checked");
+  Out().PrintError("the board was not changed");
+  return false;
 }
 
 void UpdateCall::PrintPlan() {
@@ -316,6 +330,7 @@ ExitCode UpdateCall::Update() {
          "not confirmed (--yes confirms); the board was not changed");
     return End();
   }
+  if (!StillTheCheckedFile()) return End();
   RunUpdate();
   return End();
 }

@@ -1125,6 +1125,17 @@ TEST_F(CliUpdate, AsksAndTakesOnlyYes) {
   }
 }
 
+TEST_F(CliUpdate, RefusesAFileThatChangesWhileItAsks) {
+  BoardProgram board("AT90S8515");
+  const std::string command = "(sleep 2; echo broken > fw.hex; echo y) | '" +
+                              std::string(FENWRIGHT_CLI_PROGRAM) + "' --port '" + board.Link() +
+                              "' update-firmware fw.hex";
+  Process process({"sh", "-c", command}, {.Folder = folder_.Path().string()});
+  EXPECT_EQ(process.Wait(), 4) << process.Errors();
+  EXPECT_THAT(process.Errors(), HasSubstr("error: fw.hex: has changed since it was checked\n"));
+  EXPECT_EQ(board.Wire(), Bytes{'?'});
+}
+
 TEST_F(CliUpdate, ADryRunAsksForNoMoreThanTheVersion) {
   BoardProgram board("AT90S8515");
   const Result result = Update(board, {"--dry-run"});
