@@ -30,6 +30,7 @@
 #include "platform/system/text_files.h"
 #include "ui/app_folder.h"
 #include "ui/command_line.h"
+#include "ui/dark_style.h"
 #include "ui/fonts.h"
 #include "ui/qt_settings_store.h"
 #include "ui/text.h"
@@ -215,6 +216,7 @@ int main(int argc, char** argv) {
   if (own_texts_of_qt.load("qtbase_ja", QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
     QCoreApplication::installTranslator(&own_texts_of_qt);
   }
+  fenwright::ui::ApplyDarkStyle(application);
   fenwright::ui::ApplyInterfaceFont(application);
 
   const CommandLine arguments = fenwright::ui::ParseCommandLine(QCoreApplication::arguments());

@@ -23,6 +23,7 @@
 
 #include "core/settings_keys.h"
 #include "pictures/studio.h"
+#include "ui/dark_style.h"
 #include "ui/fonts.h"
 #include "ui/text.h"
 
@@ -267,6 +268,7 @@ int main(int argc, char** argv) {
     QCoreApplication::installTranslator(&own_texts_of_qt);
   }
   QApplication::setStyle(QStyleFactory::create("Fusion"));
+  fenwright::ui::ApplyDarkStyle(application);
   fenwright::ui::ApplyInterfaceFont(application);
 
   QCommandLineParser parser;

@@ -1,0 +1,70 @@
+#include "ui/dark_style.h"
+
+#include <QApplication>
+#include <QPalette>
+#include <QStyleOption>
+
+namespace fenwright::ui {
+namespace {
+
+/// The style that is drawn by Qt alone, on every system.
+constexpr const char* kUsualStyle = "fusion";
+
+bool IsDark(const QPalette& palette) {
+  return palette.window().color().lightness() < palette.windowText().color().lightness();
+}
+
+/// A colour that is a clear line on the window, even after the style has darkened it.
+QColor LineColour(const QPalette& palette) {
+  constexpr double kPart = 0.85;
+  const QColor window = palette.window().color();
+  const QColor text = palette.windowText().color();
+  const auto mixed = [](double from, double to) { return from + (to - from) * kPart; };
+  return QColor::fromRgbF(static_cast<float>(mixed(window.redF(), text.redF())),
+                          static_cast<float>(mixed(window.greenF(), text.greenF())),
+                          static_cast<float>(mixed(window.blueF(), text.blueF())));
+}
+
+/// Lines only: what these elements fill is not in the colour of the window.
+bool IsOutlined(QStyle::PrimitiveElement element) {
+  return element == QStyle::PE_FrameLineEdit || element == QStyle::PE_IndicatorRadioButton ||
+         element == QStyle::PE_IndicatorCheckBox;
+}
+
+}  // namespace
+
+void DarkStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
+                              QPainter* painter, const QWidget* widget) const {
+  if (!IsOutlined(element) || !IsDark(option->palette)) {
+    QProxyStyle::drawPrimitive(element, option, painter, widget);
+    return;
+  }
+  QStyleOption visible(*option);
+  visible.palette.setColor(QPalette::Window, LineColour(option->palette));
+  QProxyStyle::drawPrimitive(element, &visible, painter, widget);
+}
+
+void DarkStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                   QPainter* painter, const QWidget* widget) const {
+  const auto* title = qstyleoption_cast<const QStyleOptionTitleBar*>(option);
+  if (control != CC_TitleBar || !title || !IsDark(option->palette)) {
+    QProxyStyle::drawComplexControl(control, option, painter, widget);
+    return;
+  }
+  QStyleOptionTitleBar visible(*title);
+  // An active title is white, with a shadow in the colour of texts: two white ones would blur.
+  visible.palette.setColor(QPalette::Text, option->palette.window().color());
+  // It has white buttons, and the highlight is all that tells it from the others.
+  if ((title->titleBarState & State_Active) == 0) {
+    visible.titleBarState |= State_Active;
+    visible.palette.setColor(QPalette::Highlight, option->palette.window().color());
+  }
+  QProxyStyle::drawComplexControl(control, &visible, painter, widget);
+}
+
+void ApplyDarkStyle(QApplication& application) {
+  if (QApplication::style()->name() != kUsualStyle) return;
+  application.setStyle(new DarkStyle(kUsualStyle));
+}
+
+}  // namespace fenwright::ui
