@@ -9,10 +9,17 @@ namespace {
 
 constexpr double kInterfacePoints = 9;
 
+struct CellDesign {
+  double Points;
+  double Spacing;  ///< pixels added to each cell
+};
+
 /// Small and tight enough for a whole line of the flash dump, 62 cells, in the view's default
 /// width.
-constexpr double kMonospacedPoints = 8;
-constexpr double kMonospacedSpacing = -0.15;  ///< pixels added to each cell
+constexpr CellDesign kMonospaced{.Points = 8, .Spacing = -0.18};
+
+/// The same for a line of the EEPROM dump, 70 cells.
+constexpr CellDesign kNarrowMonospaced{.Points = 7.5, .Spacing = -0.3};
 
 QStringList Installed(const QStringList& wanted) {
   QStringList found;
@@ -21,6 +28,20 @@ QStringList Installed(const QStringList& wanted) {
     if (QFontDatabase::hasFamily(family)) found.append(family);
   }
   return found;
+}
+
+QFont Monospaced(const CellDesign& cell) {
+  // DejaVu comes last: it has no half-width katakana, and the letters of another font that stand
+  // in for them are of another width.
+  const QStringList families =
+      Installed({"MS Gothic", "Noto Sans Mono CJK JP", "VL Gothic", "DejaVu Sans Mono"});
+  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+  if (!families.isEmpty()) font.setFamilies(families);
+  font.setStyleHint(QFont::Monospace);
+  font.setFixedPitch(true);
+  font.setPointSizeF(cell.Points);
+  font.setLetterSpacing(QFont::AbsoluteSpacing, cell.Spacing);
+  return font;
 }
 
 }  // namespace
@@ -35,18 +56,8 @@ void ApplyInterfaceFont(QApplication& application) {
   application.setFont(font);
 }
 
-QFont MonospacedFont() {
-  // DejaVu comes last: it has no half-width katakana, and the letters of another font that stand
-  // in for them are of another width.
-  const QStringList families =
-      Installed({"MS Gothic", "Noto Sans Mono CJK JP", "VL Gothic", "DejaVu Sans Mono"});
-  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  if (!families.isEmpty()) font.setFamilies(families);
-  font.setStyleHint(QFont::Monospace);
-  font.setFixedPitch(true);
-  font.setPointSizeF(kMonospacedPoints);
-  font.setLetterSpacing(QFont::AbsoluteSpacing, kMonospacedSpacing);
-  return font;
-}
+QFont MonospacedFont() { return Monospaced(kMonospaced); }
+
+QFont NarrowMonospacedFont() { return Monospaced(kNarrowMonospaced); }
 
 }  // namespace fenwright::ui

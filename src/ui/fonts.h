@@ -14,4 +14,7 @@ void ApplyInterfaceFont(QApplication& application);
 /// of it, like a Latin letter, so that the columns of a dump stay in line.
 QFont MonospacedFont();
 
+/// The same with narrower cells, for the longer lines of the EEPROM view.
+QFont NarrowMonospacedFont();
+
 }  // namespace fenwright::ui

@@ -449,9 +449,11 @@ QWidget* MainWindow::BuildHandEditBox() {
 }
 
 void MainWindow::BuildChildWindows() {
-  flash_view_ = new ViewWindow("frmProgram", "txtPrg", "フラッシュプログラムメモリ");
-  eeprom_view_ = new ViewWindow("frmEEprom", "txtEEp", "EEPROMデータメモリ");
-  verify_view_ = new ViewWindow("frmVerify", "rtVerify", "ベリファイ結果");
+  flash_view_ =
+      new ViewWindow("frmProgram", "txtPrg", "フラッシュプログラムメモリ", MonospacedFont());
+  eeprom_view_ =
+      new ViewWindow("frmEEprom", "txtEEp", "EEPROMデータメモリ", NarrowMonospacedFont());
+  verify_view_ = new ViewWindow("frmVerify", "rtVerify", "ベリファイ結果", MonospacedFont());
   for (ViewWindow* view : {flash_view_, eeprom_view_, verify_view_}) children_->addSubWindow(view);
   flash_view_->setGeometry(kFlashViewPlace.ToPixels());
   eeprom_view_->setGeometry(kEepromViewPlace.ToPixels());

@@ -14,21 +14,21 @@ using platform::GuidePosition;
 
 // The drawing is made on a canvas of this size. A contact of the socket is 0.1 inch from the next
 // and kPitch units on the canvas; all outlines are to that scale.
-constexpr QSizeF kCanvas(364, 292);
-constexpr double kPitch = 11;
+constexpr QSizeF kCanvas(344, 266);
+constexpr double kPitch = 10;
 constexpr int kRows = 20;
 
-constexpr double kSocketCentre = 84;
-constexpr double kFirstRow = 46;
+constexpr double kSocketCentre = 78;
+constexpr double kFirstRow = 44;
 constexpr QRectF kSocketBody(kSocketCentre - 5 * kPitch, kFirstRow - 17, 10 * kPitch,
                              (kRows - 1) * kPitch + 34);
 
 constexpr double kBadgeSize = 15;
-constexpr double kKeyLeft = 158;
-constexpr double kKeyTop = 8;
-constexpr double kKeyWidth = 198;
-constexpr double kKeyHeight = 51;
-constexpr double kKeyStep = 56;
+constexpr double kKeyLeft = 146;
+constexpr double kKeyTop = 6;
+constexpr double kKeyWidth = 192;
+constexpr double kKeyHeight = 47;
+constexpr double kKeyStep = 52;
 
 const QColor kSocketColour(0x23, 0x2A, 0x33);
 const QColor kSocketEdge(0x8F, 0x9B, 0xAA);
@@ -252,9 +252,9 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
   painter.setBrush(Qt::NoBrush);
   painter.setPen(QPen(colour, highlighted ? 3.5 : 1));
   painter.drawRoundedRect(row, 4, 4);
-  DrawBadge(painter, row.topLeft() + QPointF(14, 14), place.Letter, colour);
+  DrawBadge(painter, row.topLeft() + QPointF(14, 12), place.Letter, colour);
 
-  const QRectF line(row.left() + 28, row.top() + 5, row.width() - 34, 16);
+  const QRectF line(row.left() + 28, row.top() + 3, row.width() - 34, 16);
   const auto write = [&painter, &line](double down, Qt::Alignment side, const QString& words) {
     painter.drawText(line.translated(0, down), static_cast<int>(side | Qt::AlignVCenter), words);
   };
@@ -263,8 +263,8 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
   write(0, Qt::AlignLeft, PinsOf(place) + QString(" (1番ピンを %1 へ)").arg(place.FirstRow + 1));
   if (highlighted) write(0, Qt::AlignRight, "◀ ここ");
   painter.setFont(CanvasFont(painter, 11, highlighted));
-  write(15, Qt::AlignLeft, place.FirstDevices);
-  write(28, Qt::AlignLeft, place.FurtherDevices);
+  write(14, Qt::AlignLeft, place.FirstDevices);
+  write(27, Qt::AlignLeft, place.FurtherDevices);
 }
 
 }  // namespace

@@ -48,6 +48,6 @@ inline constexpr TwipsRect kFlashViewPlace = FromPlace(core::kFlashViewKeys.Defa
 inline constexpr TwipsRect kEepromViewPlace = FromPlace(core::kEepromViewKeys.Default);
 /// Over the lower part of the flash view, so that the titles of all three views stay in sight.
 inline constexpr TwipsRect kVerifyViewPlace{
-    .Left = 250, .Top = 1500, .Width = 5400, .Height = 3600};
+    .Left = 250, .Top = 1500, .Width = 5150, .Height = 3600};
 
 }  // namespace fenwright::ui

@@ -3,8 +3,6 @@
 #include <QPlainTextEdit>
 #include <QScrollBar>
 
-#include "ui/fonts.h"
-
 namespace fenwright::ui {
 namespace {
 
@@ -12,7 +10,8 @@ constexpr double kTextMargin = 2;
 
 }  // namespace
 
-ViewWindow::ViewWindow(const QString& name, const QString& control_name, const QString& caption)
+ViewWindow::ViewWindow(const QString& name, const QString& control_name, const QString& caption,
+                       const QFont& font)
     : ChildWindow(name, caption, caption), text_(new QPlainTextEdit) {
   text_->setObjectName(control_name);
   text_->setAccessibleName(caption);
@@ -20,7 +19,7 @@ ViewWindow::ViewWindow(const QString& name, const QString& control_name, const Q
   text_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   text_->setTabChangesFocus(true);
   text_->setLineWrapMode(QPlainTextEdit::NoWrap);
-  text_->setFont(MonospacedFont());
+  text_->setFont(font);
   text_->setFrameShape(QFrame::NoFrame);
   text_->setUndoRedoEnabled(false);
   text_->document()->setDocumentMargin(kTextMargin);

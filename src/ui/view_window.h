@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QFont>
+
 #include "ui/child_window.h"
 
 class QPlainTextEdit;
@@ -11,7 +13,8 @@ class ViewWindow : public ChildWindow {
   Q_OBJECT
 
  public:
-  ViewWindow(const QString& name, const QString& control_name, const QString& caption);
+  ViewWindow(const QString& name, const QString& control_name, const QString& caption,
+             const QFont& font);
 
   /// Replaces the text. The part in sight stays in sight, as far as the new text reaches.
   void SetContent(const QString& text);

@@ -529,6 +529,21 @@ int NeededWidth(const QWidget& widget) {
   return button->fontMetrics().horizontalAdvance(button->text()) + kPadding;
 }
 
+TEST_F(MainWindowTest, AllChildWindowsFitIntoTheirAreaAtTheFirstSize) {
+  window_.ViewOf(platform::View::Verify)->show();
+  window_.ShowGuide();
+  QApplication::processEvents();
+  EXPECT_EQ(window_.size(), QSize(753, 527));
+  auto* area = Find<QMdiArea>(window_, "mdiArea");
+  EXPECT_FALSE(area->horizontalScrollBar()->isVisible());
+  EXPECT_FALSE(area->verticalScrollBar()->isVisible());
+  for (const QMdiSubWindow* child : area->subWindowList()) {
+    EXPECT_TRUE(child->isVisible());
+    EXPECT_TRUE(area->viewport()->rect().contains(child->geometry()))
+        << child->objectName().toStdString();
+  }
+}
+
 TEST_F(MainWindowTest, EverythingLiesInsideTheWindowAtItsFirstSize) {
   form_.SetMemoryLabels("ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 4096 word", "EEPROMﾃﾞｰﾀﾒﾓﾘ: 512 byte");
   form_.ShowDeviceFrame();

@@ -53,6 +53,25 @@ TEST_F(ViewsTest, TheTwoMemoryViewsStandAtTheirPlacesAndTheVerifyViewIsHidden) {
   EXPECT_FALSE(window_.ViewOf(View::Verify)->isVisible());
 }
 
+TEST_F(ViewsTest, AWholeLineOfEachDumpIsSeenInTheViewsDefaultWidth) {
+  std::string flash;
+  std::string eeprom;
+  for (int line = 0; line < 32; ++line) {
+    flash += "0000: FFFF FFFF FFFF FFFF FFFF FFFF FFFF FFFF " + std::string(16, '\xA5') + "\r\n";
+    eeprom +=
+        "0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF " + std::string(16, 'W') + "\r\n";
+  }
+  files_.Files["/app/avrhex.txt"] = flash;
+  files_.Files["/app/avreep.txt"] = eeprom;
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  views_.Load(View::Eeprom, "/app/avreep.txt");
+  QApplication::processEvents();
+  for (const View view : {View::Flash, View::Eeprom}) {
+    EXPECT_GT(TextOf(view)->verticalScrollBar()->maximum(), 0);
+    EXPECT_EQ(TextOf(view)->horizontalScrollBar()->maximum(), 0);
+  }
+}
+
 TEST_F(ViewsTest, TheCp932Code165IsShownAsTheHalfWidthMiddleDot) {
   files_.Files["/app/avrhex.txt"] = "0000: FFFF \xA5\xA5\r\n";
   views_.Load(View::Flash, "/app/avrhex.txt");
