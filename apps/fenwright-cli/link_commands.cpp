@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include <fmt/format.h>
@@ -225,14 +226,19 @@ nlohmann::json AsJson(const PortInfo& port) {
           {"state", Word(port.State)}, {"reason", port.Reason}};
 }
 
-/// The cause of a missing device is its absence; the other causes come with their cure.
+/// The absence of a device needs no words; the other causes come with their cure.
+bool NeedsReason(const PortInfo& port) {
+  if (port.State == PortState::Usable || port.Reason.empty()) return false;
+  std::error_code ignored;
+  return port.State != PortState::Missing || std::filesystem::exists(port.Path, ignored);
+}
+
 std::string Line(const PortInfo& port) {
   std::string line = fmt::format("{:5}  {:13}  {:13}", fmt::format("COM{}", port.Number), port.Path,
                                  Word(port.State));
   if (!port.Description.empty()) line += "  " + port.Description;
-  const bool explain = port.State == PortState::Busy || port.State == PortState::NoPermission;
-  if (explain) line += "\n       " + port.Reason;
   while (line.ends_with(' ')) line.pop_back();
+  if (NeedsReason(port)) line += "\n       " + port.Reason;
   return line;
 }
 

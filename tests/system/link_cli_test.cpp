@@ -62,6 +62,15 @@ TEST_F(LinkCli, PortsKnowsAPortGivenForTheCall) {
   EXPECT_THAT(free[7]["reason"].get<std::string>(), HasSubstr("/dev/ttyUSB3"));
 }
 
+TEST_F(LinkCli, PortsSayWhyAFileThatIsThereIsNoPort) {
+  const std::string out = Run({"--port", "COM20=/etc/passwd", "ports"}).Out;
+  EXPECT_THAT(out, HasSubstr("COM20  /etc/passwd    missing\n"
+                             "       /etc/passwd はシリアルポートではありません。"));
+  const std::string absent = Run({"--port", "COM20=/dev/not_there", "ports"}).Out;
+  EXPECT_THAT(absent, HasSubstr("COM20  /dev/not_there  missing\n"));
+  EXPECT_THAT(absent, ::testing::Not(HasSubstr("/dev/not_there がありません")));
+}
+
 TEST_F(LinkCli, PortsOfASimulatedRunAreAllTheSimulatedBoard) {
   const json list = json::parse(Run({"--json", "--simulate", "ports"}).Out);
   for (const json& port : list) {
