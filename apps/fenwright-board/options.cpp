@@ -97,9 +97,9 @@ bool Complete(const Arguments& arguments, Options& options) {
               << board::ListChipNames();
     return false;
   }
-  for (const std::string& spec : arguments.Faults) {
+  for (const std::string& form : arguments.Faults) {
     std::string error;
-    const auto fault = board::ParseFault(spec, error);
+    const auto fault = board::ParseFault(form, error);
     if (!fault) {
       std::cerr << error;
       return false;

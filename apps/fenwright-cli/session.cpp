@@ -177,9 +177,9 @@ ExitCode Session::MakeRealPort() {
 
 ExitCode Session::MakeSimulatedPort() {
   board::SimulatedBoardOptions board_options;
-  for (const std::string& spec : options_.Faults) {
+  for (const std::string& form : options_.Faults) {
     std::string error;
-    const auto fault = board::ParseFault(spec, error);
+    const auto fault = board::ParseFault(form, error);
     if (!fault) {
       console_.PrintError("error: --simulate-fault: " + error);
       return ExitCode::Usage;

@@ -168,8 +168,8 @@ std::vector<std::uint8_t> AllBytes(const std::vector<ReplyPart>& parts) {
 
 }  // namespace
 
-std::optional<Fault> ParseFault(std::string_view spec, std::string& error) {
-  const auto [word, arguments] = Cut(spec, '@');
+std::optional<Fault> ParseFault(std::string_view form, std::string& error) {
+  const auto [word, arguments] = Cut(form, '@');
   const std::string_view name = word;
   const auto* const reader = std::find_if(kReaders.begin(), kReaders.end(),
                                           [name](const Reader& r) { return r.Word == name; });
@@ -178,7 +178,7 @@ std::optional<Fault> ParseFault(std::string_view spec, std::string& error) {
       return fault;
     }
   }
-  error = "fault \"" + std::string(spec) + "\" is not one of these:\n" + FaultForms();
+  error = "fault \"" + std::string(form) + "\" is not one of these:\n" + FaultForms();
   return std::nullopt;
 }
 

@@ -41,7 +41,7 @@ struct Fault {
 };
 
 /// Reads one fault as written above. Nothing on a bad one; `error` then names it and all forms.
-std::optional<Fault> ParseFault(std::string_view spec, std::string& error);
+std::optional<Fault> ParseFault(std::string_view form, std::string& error);
 
 /// The forms of ParseFault(), one a line with what each does, for help texts.
 std::string FaultForms();

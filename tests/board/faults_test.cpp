@@ -16,9 +16,9 @@ using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 using testing::HasSubstr;
 
-Fault Parse(std::string_view spec) {
+Fault Parse(std::string_view form) {
   std::string error;
-  const auto fault = ParseFault(spec, error);
+  const auto fault = ParseFault(form, error);
   EXPECT_TRUE(fault.has_value()) << error;
   return fault.value_or(Fault{});
 }
@@ -55,7 +55,7 @@ TEST(ParseFault, ReadsEveryForm) {
 }
 
 TEST(ParseFault, RefusesBadSpecsNamingThemAndTheForms) {
-  for (const char* spec : {"",
+  for (const char* form : {"",
                            "loud",
                            "drop",
                            "drop@",
@@ -87,8 +87,8 @@ TEST(ParseFault, RefusesBadSpecsNamingThemAndTheForms) {
                            "Silent",
                            "silent "}) {
     std::string error;
-    EXPECT_FALSE(ParseFault(spec, error).has_value()) << spec;
-    EXPECT_THAT(error, HasSubstr("\"" + std::string(spec) + "\""));
+    EXPECT_FALSE(ParseFault(form, error).has_value()) << form;
+    EXPECT_THAT(error, HasSubstr("\"" + std::string(form) + "\""));
     EXPECT_THAT(error, HasSubstr("late@N:MS"));
     EXPECT_THAT(error, HasSubstr("stuck@eeprom:ADDR:BIT=V"));
   }
@@ -105,8 +105,8 @@ TEST(FaultForms, HasALineForEveryKind) {
 /// A board on an infinitely fast line, with faults; it can wait for what comes later.
 class FaultyBoard {
  public:
-  explicit FaultyBoard(const std::vector<std::string>& specs)
-      : Board({.Chip = "AT90S8515", .Baud = 0, .Latency = {}, .Board = {}, .Faults = All(specs)}) {}
+  explicit FaultyBoard(const std::vector<std::string>& forms)
+      : Board({.Chip = "AT90S8515", .Baud = 0, .Latency = {}, .Board = {}, .Faults = All(forms)}) {}
 
   Bytes operator()(char letter, std::initializer_list<int> arguments = {}) {
     return Send(Say(letter, arguments));
@@ -133,10 +133,10 @@ class FaultyBoard {
   SimulatedBoard Board;
 
  private:
-  static std::vector<Fault> All(const std::vector<std::string>& specs) {
+  static std::vector<Fault> All(const std::vector<std::string>& forms) {
     std::vector<Fault> faults;
-    for (const std::string& spec : specs) {
-      faults.push_back(Parse(spec));
+    for (const std::string& form : forms) {
+      faults.push_back(Parse(form));
     }
     return faults;
   }

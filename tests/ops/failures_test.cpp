@@ -47,8 +47,8 @@ constexpr int kRepliesBeforeFlash = 16;
 /// Replies of a whole run of SmallImage() with two EEPROM bytes: flash 10, EEPROM 7, verify 7 + 7.
 constexpr int kRepliesOfSmallRun = kRepliesBeforeFlash + 31;
 
-board::SimulatedBoardOptions WithFault(const std::string& spec) {
-  return {.Faults = {MakeFault(spec)}};
+board::SimulatedBoardOptions WithFault(const std::string& form) {
+  return {.Faults = {MakeFault(form)}};
 }
 
 board::SimulatedBoardOptions FaultAfter(const char* kind, int replies, const char* rest = "") {

@@ -143,9 +143,9 @@ std::string HexFile(const Bytes& data) {
   return text + ":00000001FF\r\n";
 }
 
-board::Fault MakeFault(std::string_view spec) {
+board::Fault MakeFault(std::string_view form) {
   std::string error;
-  const auto fault = board::ParseFault(spec, error);
+  const auto fault = board::ParseFault(form, error);
   if (!fault) throw std::invalid_argument(error);
   return *fault;
 }

@@ -91,6 +91,6 @@ Bytes RandomBytes(std::size_t count, unsigned seed);
 std::string HexFile(const Bytes& data);
 
 /// A fault from its text.
-board::Fault MakeFault(std::string_view spec);
+board::Fault MakeFault(std::string_view form);
 
 }  // namespace fenwright::testing

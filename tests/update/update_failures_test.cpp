@@ -175,9 +175,9 @@ class UpdateFault : public ::testing::TestWithParam<std::tuple<std::string, int>
 
 TEST_P(UpdateFault, EndsTheUpdateAndTheNextOneSucceeds) {
   const auto& [kind, frame] = GetParam();
-  std::string spec = kind + "@" + std::to_string(frame);
-  if (kind == "late") spec += ":2500";
-  BoardUpdate run({.Baud = 0, .Faults = {MakeFault(spec)}});
+  std::string form = kind + "@" + std::to_string(frame);
+  if (kind == "late") form += ":2500";
+  BoardUpdate run({.Baud = 0, .Faults = {MakeFault(form)}});
   run.Open();
   ASSERT_EQ(run.UpdateWith(HexText({1, 2, 3, 4, 5, 6})), update::StartOutcome::Ran);
   const bool time_out = kind != "flip";
