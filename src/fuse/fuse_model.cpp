@@ -286,7 +286,7 @@ std::uint8_t ComposeByte(const WriteStep& step, const Selection& selected, std::
 }
 
 int DecodeIndex(const DecodedField& field, std::uint8_t byte) {
-  const unsigned bits = byte >> field.LowestBit & ((1U << field.BitCount) - 1U);
+  const unsigned bits = unsigned{byte} >> field.LowestBit & ((1U << field.BitCount) - 1U);
   return field.IndexOfBits.empty() ? static_cast<int>(bits) : field.IndexOfBits[bits];
 }
 

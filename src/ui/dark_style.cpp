@@ -16,13 +16,12 @@ bool IsDark(const QPalette& palette) {
 
 /// A colour that is a clear line on the window, even after the style has darkened it.
 QColor LineColour(const QPalette& palette) {
-  constexpr double kPart = 0.85;
+  constexpr int kPercent = 85;
   const QColor window = palette.window().color();
   const QColor text = palette.windowText().color();
-  const auto mixed = [](double from, double to) { return from + (to - from) * kPart; };
-  return QColor::fromRgbF(static_cast<float>(mixed(window.redF(), text.redF())),
-                          static_cast<float>(mixed(window.greenF(), text.greenF())),
-                          static_cast<float>(mixed(window.blueF(), text.blueF())));
+  const auto mixed = [](int from, int to) { return from + (to - from) * kPercent / 100; };
+  return {mixed(window.red(), text.red()), mixed(window.green(), text.green()),
+          mixed(window.blue(), text.blue())};
 }
 
 /// Lines only: what these elements fill is not in the colour of the window.
