@@ -53,4 +53,6 @@ mkdir -p "$images"
 for name in "${names[@]}"; do
   convert "$folder/$name.png" +dither -colors 256 -strip "png8:$images/$name.png"
 done
-echo "wrote $images (${#names[@]} pictures, $(du -sh "$images" | cut -f1))"
+take 1 "$folder" window-program
+cp "$folder/window-program.png" docs/images/main-window.png
+echo "wrote docs/images/main-window.png and $images (${#names[@]} pictures, $(du -sh "$images" | cut -f1))"

@@ -29,7 +29,8 @@ void ElidedLabel::mouseReleaseEvent(QMouseEvent* event) {
 void ElidedLabel::paintEvent(QPaintEvent* event) {
   QFrame::paintEvent(event);
   QPainter painter(this);
-  const QString line = text().simplified();
+  // Line breaks cannot be shown; the blanks within a text are its own.
+  const QString line = text().replace("\r\n", " ").trimmed();
   const QRect area = contentsRect().marginsRemoved({margin(), margin(), margin(), margin()});
   style()->drawItemText(&painter, area, static_cast<int>(alignment()), palette(), isEnabled(),
                         fontMetrics().elidedText(line, Qt::ElideRight, area.width()),
