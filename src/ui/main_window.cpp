@@ -118,6 +118,10 @@ MainWindow::MainWindow(core::AppState& state, QWidget* parent)
           Qt::DirectConnection);
 }
 
+// A window that is destroyed while shown hides its children, which signal that they lost the focus:
+// by then there is no main window left to tell.
+MainWindow::~MainWindow() { children_->disconnect(this); }
+
 void MainWindow::SetCommands(MainWindowCommands commands) { commands_ = std::move(commands); }
 
 void MainWindow::Run(const std::function<void()>& command) {

@@ -80,6 +80,9 @@ class MainWindow : public QMainWindow {
 
  public:
   explicit MainWindow(core::AppState& state, QWidget* parent = nullptr);
+  ~MainWindow() override;
+  MainWindow(const MainWindow&) = delete;
+  MainWindow& operator=(const MainWindow&) = delete;
 
   /// To be called before the window is shown.
   void SetCommands(MainWindowCommands commands);
