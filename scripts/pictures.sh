@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Takes pictures of the program's windows and dialogs, on a simulated board and without a display.
 #
-#   scripts/pictures.sh             the manual's pictures, into docs/manual/images
+#   scripts/pictures.sh             the manual's pictures, into docs/manual/images, and the
+#                                   README's, docs/images/main-window.png
 #   scripts/pictures.sh --review    every picture at 100 %, at 200 % and with a dark palette, into
 #                                   build/pictures
 #
