@@ -64,6 +64,7 @@ class SessionTest(window_test.WindowTest):
 
     def choose(self, presses):
         """Moves the selection of the list, which has the focus."""
+        window_test.wait_for_keyboard("通信ポート選択")
         time.sleep(0.3)
         for _ in range(presses):
             xdotool("key", "Down")

@@ -20,6 +20,7 @@ PROGRAM, BOARD, SCREENSHOT = sys.argv[1:4]
 DEVICE_INDEX = 11  # AT90S8515 in the selector
 WORDS = 300
 OK_TEXT = "ベリファイ　FLASH : OK / EEPROM : OK"
+UPDATE_TITLE = "ファームウエアアップデート"
 
 
 def wait_for(what, condition, seconds=30):
@@ -81,6 +82,55 @@ def document(name):
     return text.getText(0, text.characterCount)
 
 
+def keys(*names):
+    subprocess.run(["xdotool", "key", "--clearmodifiers", *names], check=True)
+
+
+def wait_for_keyboard(title):
+    """Waits until the window with this title has the keyboard."""
+    def title_of_active():
+        return subprocess.run(["xdotool", "getactivewindow", "getwindowname"],
+                              capture_output=True, text=True).stdout.strip()
+
+    wait_for(f"the keyboard to be at {title}", lambda: title_of_active() == title)
+
+
+def focused_text():
+    """The content of the text field that has the focus, or None."""
+    desktop = pyatspi.Registry.getDesktop(0)
+    for i in range(desktop.childCount):
+        for node in nodes(desktop[i]):
+            try:
+                if node.getRoleName() == "text" and node.getState().contains(
+                        pyatspi.STATE_FOCUSED):
+                    text = node.queryText()
+                    return text.getText(0, text.characterCount)
+            except Exception:
+                continue
+    return None
+
+
+def choose_in_file_dialog(title, path):
+    """Types the name of a file into the file dialog, once it is ready for it, and accepts it."""
+    wait_for("the file dialog", lambda: find(title))
+    wait_for_keyboard(title)
+    wait_for("the field for the name", lambda: focused_text() == "")
+
+    def typed():
+        # The dialog can take the keys while it is still reading the folder.
+        keys("ctrl+a")
+        subprocess.run(["xdotool", "type", "--delay", "5", path], check=True)
+        end = time.monotonic() + 2
+        while time.monotonic() < end:
+            if focused_text() == path:
+                return True
+            time.sleep(0.1)
+        return False
+
+    wait_for("the name to be typed", typed)
+    keys("Return")
+
+
 class WindowCase(unittest.TestCase):
     """A board and a window in a folder of their own."""
 
@@ -135,10 +185,7 @@ class WindowCase(unittest.TestCase):
 
     def open_file(self):
         click(find("オープン", "push button"))
-        wait_for("the file dialog", lambda: find("コードファイル ＆ データファイルを開く"))
-        time.sleep(0.5)
-        subprocess.run(["xdotool", "type", "--delay", "5", self.path("code.hex")], check=True)
-        subprocess.run(["xdotool", "key", "Return"], check=True)
+        choose_in_file_dialog("コードファイル ＆ データファイルを開く", self.path("code.hex"))
         wait_for("the file", lambda: text_of("ステータス") == "ファイルをオープンしました。")
 
     def wire(self):
@@ -227,12 +274,14 @@ class WindowTest(WindowCase):
         time.sleep(0.3)
         click(wait_for("the item", lambda: find("ファームウエアのアップデート")))
         wait_for("the dialog", lambda: find("Version Read", "push button"))
-        time.sleep(0.3)
-        self.keys("Home")  # port 1 in the list that has the focus
-        wait_for("the port", lambda: self.setting("Com") == "1")
+        wait_for_keyboard(UPDATE_TITLE)
 
-    def keys(self, *names):
-        subprocess.run(["xdotool", "key", "--clearmodifiers", *names], check=True)
+        def port_chosen():
+            keys("Home")  # port 1 in the list that has the focus
+            time.sleep(0.2)
+            return self.setting("Com") == "1"
+
+        wait_for("the port", port_chosen)
 
     def setting(self, key):
         path = os.path.join(os.environ["XDG_CONFIG_HOME"], "FenwrightV6.ini")
@@ -251,10 +300,7 @@ class WindowTest(WindowCase):
             lines.append(":" + record.hex().upper() + f"{-sum(record) & 0xFF:02X}")
         self.write("fw.hex", "\r\n".join(lines + [":00000001FF", ""]))
         click(find("OPEN", "push button"))
-        wait_for("the file dialog", lambda: find("アップデータを開く"))
-        time.sleep(0.5)
-        subprocess.run(["xdotool", "type", "--delay", "5", self.path("fw.hex")], check=True)
-        self.keys("Return")
+        choose_in_file_dialog("アップデータを開く", self.path("fw.hex"))
         wait_for("the file", lambda: self.update_status() == "ファイル名：fw.hexを指定しました。")
 
     def update_status(self):
@@ -306,7 +352,7 @@ class WindowTest(WindowCase):
         self.assertEqual(text_of("ボードのバージョン"), "KV-LOD350  V6.40")
         click(find("OK", "push button"))
         wait_for("the dialog to go", lambda: find("メッセージ") is None)
-        self.keys("alt+F4")
+        keys("alt+F4")
         self.assertEqual(window.wait(10), 0)
 
     def test_a_wrong_sum_turns_the_instructions_red(self):
@@ -328,13 +374,13 @@ class WindowTest(WindowCase):
         self.choose_update_file(self.flash * 8)
         click(find("UPDATE", "push button"))
         wait_for("the first words", lambda: len(self.wire()) > 400)
-        self.keys("Escape")
+        keys("Escape")
         question = wait_for("the question", lambda: find("いいえ(N)", "push button"))
         self.picture("update-question")
         click(question)
         length = len(self.wire())
         wait_for("it to go on", lambda: len(self.wire()) > length + 40)
-        self.keys("alt+F4")
+        keys("alt+F4")
         click(wait_for("the question", lambda: find("はい(Y)", "push button")))
         wait_for("the dialog to go", lambda: find("Version Read", "push button") is None)
         wire = self.wire()
@@ -344,7 +390,7 @@ class WindowTest(WindowCase):
         self.assertLess(len(wire), len(whole) - 4)
         subprocess.run(["xdotool", "search", "--name", "^New Fenwright", "windowactivate",
                         "--sync"], check=True)
-        self.keys("alt+F4")
+        keys("alt+F4")
         self.assertEqual(window.wait(10), 0)
 
 
