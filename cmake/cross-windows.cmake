@@ -37,3 +37,9 @@ endforeach()
 set(FENWRIGHT_QT_DIR "" CACHE PATH "Folder of the static Qt for Windows")
 list(APPEND CMAKE_FIND_ROOT_PATH ${FENWRIGHT_QT_DIR})
 list(APPEND CMAKE_PREFIX_PATH ${FENWRIGHT_QT_DIR})
+
+# The static Qt has no folder of translations; the programs bring its Japanese texts themselves.
+set(FENWRIGHT_QT_TRANSLATION /usr/share/qt6/translations/qtbase_ja.qm)
+if(NOT EXISTS ${FENWRIGHT_QT_TRANSLATION})
+  message(FATAL_ERROR "${FENWRIGHT_QT_TRANSLATION} is missing: scripts/install-packages.sh windows")
+endif()

@@ -20,8 +20,9 @@ readonly wine=$script_dir/wine.sh
 export FENWRIGHT_WINEPREFIX=$build_dir/wine
 
 unpacked=$(echo "$build_dir"/dist/fenwright-*-windows)
+archive=$unpacked.zip
 setup=$(echo "$build_dir"/dist/fenwright-*-setup.exe)
-[[ -x $unpacked/fenwright.exe && -f $setup ]] ||
+[[ -x $unpacked/fenwright.exe && -f $archive && -f $setup ]] ||
   die "nothing to test: scripts/build-windows.sh builds it"
 
 "$script_dir/install-packages.sh" build test windows-test
@@ -89,7 +90,7 @@ run_window_tests() {
     kill "$window_manager" 2>/dev/null
     exit "$status"
   ' window_test tests/system/windows_window_test.py "$wine" "$FENWRIGHT_WINEPREFIX" "$unpacked" \
-    "$setup" "$dev_dir/apps/fenwright-board/fenwright-board" "$pictures"
+    "$archive" "$setup" "$dev_dir/apps/fenwright-board/fenwright-board" "$pictures"
 }
 
 summary=()

@@ -36,6 +36,10 @@
 #include "ui/text.h"
 #include "ui/window_run.h"
 
+#ifdef Q_OS_WIN
+#include "platform/windows/windows_shell.h"
+#endif
+
 namespace {
 
 using fenwright::platform::PortOption;
@@ -174,6 +178,12 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
     ports = fenwright::platform::MakeSystemPortInfos(path_of);
   }
 
+  fenwright::platform::Shell* shell = nullptr;
+#ifdef Q_OS_WIN
+  fenwright::platform::WindowsShell windows_shell;
+  shell = &windows_shell;
+#endif
+
   fenwright::ui::WindowRun run({.ProgrammerPort = *port,
                                 .Clock = clock,
                                 .Files = files,
@@ -182,6 +192,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Ports = ports.get(),
                                 .Instance = instance.get(),
                                 .UpdaterPort = updater_port.get(),
+                                .Shell = shell,
                                 .ManualFolders = ManualFolders()});
   ChoosePort(run.Settings(), port_option, arguments.Simulate);
   if (simulated) {
@@ -213,7 +224,9 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationVersion(ToQString(fenwright::core::kVersion));
   QLocale::setDefault(QLocale(QLocale::Japanese, QLocale::Japan));
   QTranslator own_texts_of_qt;
-  if (own_texts_of_qt.load("qtbase_ja", QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+  // A Qt that is linked in has brought them along.
+  if (own_texts_of_qt.load("qtbase_ja", QLibraryInfo::path(QLibraryInfo::TranslationsPath)) ||
+      own_texts_of_qt.load(":/translations/qtbase_ja.qm")) {
     QCoreApplication::installTranslator(&own_texts_of_qt);
   }
   fenwright::ui::ApplyDarkStyle(application);

@@ -43,6 +43,11 @@ LangString ManualName ${LANG_ENGLISH} "Fenwright manual (Japanese)"
 LangString FileTypeName ${LANG_JAPANESE} "Intel HEX ファイル"
 LangString FileTypeName ${LANG_ENGLISH} "Intel HEX file"
 
+LangString IsRunning ${LANG_JAPANESE} \
+  "$0 を書き換えられません。Fenwright を終了してから「再試行」を押してください。"
+LangString IsRunning ${LANG_ENGLISH} \
+  "$0 cannot be replaced. Close Fenwright, then press Retry."
+
 VIProductVersion "${VERSION}.0"
 VIAddVersionKey /LANG=${LANG_JAPANESE} "ProductName" "Fenwright"
 VIAddVersionKey /LANG=${LANG_JAPANESE} "FileDescription" "Fenwright のインストーラー"
@@ -55,12 +60,34 @@ VIAddVersionKey /LANG=${LANG_ENGLISH} "FileVersion" "${VERSION}"
 VIAddVersionKey /LANG=${LANG_ENGLISH} "ProductVersion" "${VERSION}"
 VIAddVersionKey /LANG=${LANG_ENGLISH} "LegalCopyright" ""
 
+; A program that runs cannot be opened for writing. Nothing is changed before all of them have
+; ended; without a window the exit code is 2.
+!macro WaitForEndOf PROGRAM
+  !define LABEL "wait_${__COUNTER__}"
+  StrCpy $0 "$INSTDIR\${PROGRAM}"
+  IfFileExists "$0" ${LABEL}_try ${LABEL}_ended
+  ${LABEL}_try:
+    ClearErrors
+    FileOpen $1 "$0" a
+    IfErrors ${LABEL}_runs
+    FileClose $1
+    Goto ${LABEL}_ended
+  ${LABEL}_runs:
+    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$(IsRunning)" /SD IDCANCEL IDRETRY ${LABEL}_try
+    SetErrorLevel 2
+    Quit
+  ${LABEL}_ended:
+  !undef LABEL
+!macroend
+
 Function .onInit
   !insertmacro MUI_LANGDLL_DISPLAY
 FunctionEnd
 
 ; The file type is offered under "Open with"; whatever opens such files today goes on doing so.
 Section
+  !insertmacro WaitForEndOf "fenwright.exe"
+  !insertmacro WaitForEndOf "fenwright-cli.exe"
   SetOutPath "$INSTDIR"
   File /r "${SOURCE}/*"
 
@@ -94,6 +121,8 @@ SectionEnd
 ; What the program itself has written into its folder goes too; the user's own files and the
 ; settings stay.
 Section "Uninstall"
+  !insertmacro WaitForEndOf "fenwright.exe"
+  !insertmacro WaitForEndOf "fenwright-cli.exe"
   Delete "$INSTDIR\_debug_avr.txt"
   Delete "$INSTDIR\avrhex.txt"
   Delete "$INSTDIR\avreep.txt"

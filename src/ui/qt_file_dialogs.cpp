@@ -22,8 +22,12 @@ QString Patterns(const QString& list) {
       patterns.append("*");
       continue;
     }
+#ifdef Q_OS_WIN
+    patterns.append(pattern);  // the system takes both cases for one
+#else
     patterns.append(pattern.toLower());
     patterns.append(pattern.toUpper());
+#endif
   }
   patterns.removeDuplicates();
   return patterns.join(' ');

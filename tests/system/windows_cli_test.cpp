@@ -195,6 +195,56 @@ TEST_F(WindowsCli, VerifiesAndTellsDifferences) {
   EXPECT_THAT(result.Out, HasSubstr("ベリファイ　FLASH : NG / EEPROM : OK"));
 }
 
+TEST_F(WindowsCli, ReadsAndWritesFusesWithTheSameBytesAsTheEngine) {
+  BoardOnComPort port("ATtiny26L");
+  const Result result = Run({"--port", "COM3", "--device", "ATtiny26L", "write-fuses", "CKSEL=0100",
+                             "BODEN=Enable", "SUT=3"});
+  EXPECT_EQ(result.Code, 0) << result.Out << result.Err;
+  EXPECT_THAT(result.Out, HasSubstr("old: Fuse 0xE1  High 0xF7  Lock 0xFF\n"));
+  EXPECT_THAT(result.Out, HasSubstr("new: Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
+  BoardRun run("ATtiny26L");
+  ops::ReadFusesCommand(run.Context);
+  run.Fuses.Select(platform::FuseList::Cksel, 4);
+  run.Fuses.Select(platform::FuseList::Boden, 0);
+  run.Fuses.Select(platform::FuseList::Sut, 3);
+  ops::WriteFusesCommand(run.Context);
+  EXPECT_EQ(port.Board.Wire(), run.Wire);
+  const Result read = Run({"--port", "COM3", "--device", "ATtiny26L", "read-fuses"});
+  EXPECT_THAT(read.Out, HasSubstr("LOCK       プロテクトなし  (2)\n"
+                                  "bytes      Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
+}
+
+TEST_F(WindowsCli, DetectsTheBoardAndMeasuresItsRoundTrip) {
+  BoardOnComPort port("AT90S8515");
+  const Result detected = Run({"--port", "COM3", "--device", "AT90S8515", "detect"});
+  EXPECT_EQ(detected.Code, 0) << detected.Out << detected.Err;
+  EXPECT_THAT(detected.Out, HasSubstr("COM3"));
+  EXPECT_THAT(detected.Out, HasSubstr("KV-LOD350  V6.38"));
+  const Result checked = Run({"--port", "COM3", "--device", "AT90S8515", "check-link"});
+  EXPECT_EQ(checked.Code, 0) << checked.Out << checked.Err;
+  EXPECT_THAT(checked.Out, ::testing::ContainsRegex("median"));
+}
+
+TEST_F(WindowsCli, UpdatesTheBoardsFirmwareWithTheSameBytesAsOnLinux) {
+  // A word at 0 and the version that the board gives from then on.
+  WriteFile(folder_.File("fw.hex"),
+            ":040000000C942A0032\r\n"
+            ":123FC0004B562D4C4F44333530202056362E34300D0A35\r\n"
+            ":00000001FF\r\n");
+  const auto update = [&](const std::string& port, std::vector<std::string> program) {
+    const Result result = RunIn(folder_.Path().string(), std::move(program),
+                                {"--port", port, "update-firmware", "fw.hex", "--yes"});
+    EXPECT_EQ(result.Code, 0) << result.Out << result.Err;
+  };
+  BoardOnComPort port("AT90S8515");
+  update("COM3", {Variable("FENWRIGHT_WINE"), Variable("FENWRIGHT_WINDOWS_CLI")});
+  const BoardProgram board("AT90S8515");
+  update(board.Link(), {FENWRIGHT_CLI_PROGRAM});
+  EXPECT_EQ(port.Board.Wire().size(), 1U + 1 + 4 * (2 + 9) + 4);
+  EXPECT_EQ(port.Board.Wire(), board.Wire());
+  EXPECT_EQ(Run({"--port", "COM3", "board-version"}).Out, "KV-LOD350  V6.40\n");
+}
+
 TEST_F(WindowsCli, AMissingPortIsNamedWithItsCause) {
   MakeCode({1, 2});
   const Result result = Run({"--port", "COM19", "--device", "ATtiny12L", "program", "code.hex"});

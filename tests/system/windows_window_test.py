@@ -4,10 +4,11 @@ COM3 of Wine is a link to the board's pseudo terminal. What the program did is l
 board's side, in its files, in the registry and on the screen. scripts/test-windows.sh runs it on a
 display of its own:
 
-    windows_window_test.py WINE WINEPREFIX FOLDER SETUP BOARD PICTURES
+    windows_window_test.py WINE WINEPREFIX FOLDER ARCHIVE SETUP BOARD PICTURES
 
-WINE runs Windows programs; FOLDER holds fenwright.exe and what is delivered with it, SETUP is the
-installer, BOARD fenwright-board, and PICTURES a folder for pictures of the screen.
+WINE runs Windows programs; FOLDER holds fenwright.exe and what is delivered with it, ARCHIVE is the
+portable archive of it, SETUP the installer, BOARD fenwright-board, and PICTURES a folder for
+pictures of the screen.
 """
 
 import os
@@ -18,10 +19,11 @@ import sys
 import tempfile
 import time
 import unittest
+import zipfile
 
 from board_side import hex_file, program_wire
 
-WINE, PREFIX, FOLDER, SETUP, BOARD, PICTURES = sys.argv[1:7]
+WINE, PREFIX, FOLDER, ARCHIVE, SETUP, BOARD, PICTURES = sys.argv[1:8]
 SETTINGS = r"HKCU\Software\FenwrightV6\Settings"
 DEVICE_INDEX = 11  # AT90S8515 in the selector
 WORDS = 150
@@ -146,8 +148,9 @@ class WindowsWindowTest(unittest.TestCase):
         key(window, "alt+F4")
         self.assertEqual(process.wait(30), 0)
 
-    def wire(self):
-        lines = self.read("log").decode().splitlines()
+    def wire(self, folder=None):
+        with open(os.path.join(folder or self.folder, "log")) as log:
+            lines = log.read().splitlines()
         return b"".join(bytes.fromhex(line[2:]) for line in lines if line.startswith("> "))
 
     def trace(self):
@@ -176,6 +179,57 @@ class WindowsWindowTest(unittest.TestCase):
         self.close_window(process, window)
         self.assertIn("\r\n>>>>> START <<<<<\t", self.trace())
         self.assertFalse(os.path.exists(self.path("avrhex.txt")))
+
+    def test_the_portable_archive_works_where_it_was_unpacked(self):
+        place = self.path("取り出した 場所")
+        with zipfile.ZipFile(ARCHIVE) as archive:
+            archive.extractall(place)
+        home = os.path.join(place, os.path.basename(FOLDER))
+        self.write("code.hex", hex_file(self.flash))
+        self.start_board()
+        process, window = self.start_window(program=os.path.join(home, "fenwright.exe"))
+        self.folder = home  # where the program leaves its files
+
+        # The system's own dialog.
+        key(window, "ctrl+o")
+        dialog = wait_for("the file dialog", lambda: windows("コードファイル ＆ データファイルを開く"))
+        run("xdotool", "windowactivate", "--sync", dialog[0])
+        time.sleep(1)
+        picture("windows-file-dialog.png")
+        run("xdotool", "type", "--delay", "30", wine("winepath", "-w", os.path.join(
+            os.path.dirname(place), "code.hex")).strip())
+        run("xdotool", "key", "Return")
+        wait_for("the file", lambda: "ファイルをオープンしました。" in self.trace())
+        wait_for("the dialog to go", lambda: windows() == [window] and not windows(
+            "コードファイル ＆ データファイルを開く"))
+
+        key(window, "F5")
+        wait_for("the result", lambda: "プログラミング正常終了。" in self.trace())
+        self.assertEqual(self.wire(os.path.dirname(place)), program_wire(self.flash, b""))
+        self.assertNotEqual(self.read("avrhex.txt"), b"")
+        time.sleep(1)
+        run("xdotool", "key", "Return")  # the message about the result
+        time.sleep(1)
+
+        # The manual is opened by the program that is registered for such files.
+        manual = "readme_tarnwick6.pdf"
+        self.register_reader(r'cmd.exe /c copy "%1" C:\manual.part && ren C:\manual.part opened.pdf')
+        opened = os.path.join(PREFIX, "drive_c", "opened.pdf")
+        self.addCleanup(lambda: os.path.exists(opened) and os.remove(opened))
+        key(window, "alt+h", "h")
+        wait_for("the manual", lambda: os.path.exists(opened))
+        with open(opened, "rb") as file:
+            self.assertEqual(file.read(), self.read(manual))
+        self.close_window(process, window)
+
+    def register_reader(self, command):
+        """Has files with the ending .pdf opened with a command; Wine 8 knows the machine's types alone."""
+        classes = r"HKLM\Software\Classes"
+        wine("reg", "add", classes + r"\.pdf", "/ve", "/d", "Fenwright.Reader", "/f")
+        wine("reg", "add", classes + r"\Fenwright.Reader\shell\open\command", "/ve", "/d", command,
+             "/f")
+        for name in (".pdf", "Fenwright.Reader"):
+            self.addCleanup(wine, "reg", "delete", classes + "\\" + name, "/f", check=False)
 
     def test_geometry_is_kept_in_the_registry_and_restored(self):
         process, window = self.start_window("--folder", self.folder)
@@ -228,9 +282,17 @@ class WindowsWindowTest(unittest.TestCase):
         process, window = self.start_window(self.path("コード.hex"), program=program)
         wait_for("the trace", lambda: os.path.exists(trace))
         picture("windows-installed.png")
+
+        # While it runs neither a new version nor an uninstallation touches anything.
+        uninstall = os.path.join(installed, "uninstall.exe")
+        for command in ((SETUP, "/S"), (uninstall, "/S", "_?=" + place["InstallLocation"])):
+            done = subprocess.run([WINE, *command], capture_output=True, timeout=120)
+            self.assertEqual(done.returncode, 2, command)
+            for name in os.listdir(FOLDER):
+                self.assertTrue(os.path.exists(os.path.join(installed, name)), name)
         self.close_window(process, window)
 
-        wine(os.path.join(installed, "uninstall.exe"), "/S", seconds=120)
+        wine(uninstall, "/S", seconds=120)
         wait_for("the folder to go", lambda: not os.path.exists(installed))
         self.assertEqual(class_values(), ({}, {}))
         self.assertEqual(
