@@ -10,6 +10,7 @@
 
 #include "ops/link_commands.h"
 #include "platform/system/low_latency.h"
+#include "result.h"
 #include "session.h"
 
 namespace fenwright::cli {
@@ -79,38 +80,8 @@ const char* Sentence(BoardVerdict verdict) {
   return "no supported programmer answered";
 }
 
-const char* ResultWord(ExitCode code) {
-  switch (code) {
-    case ExitCode::Success:
-      return "ok";
-    case ExitCode::Stopped:
-      return "stopped";
-    case ExitCode::NoProgrammer:
-      return "no programmer";
-    case ExitCode::FileError:
-      return "file error";
-    case ExitCode::Failed:
-    case ExitCode::Usage:
-      break;
-  }
-  return "failed";
-}
-
-/// JSON text; bytes of a path that are no UTF-8 are replaced.
-std::string JsonText(const nlohmann::json& value) {
-  return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
 std::string PortName(const core::RunContext& context) {
   return fmt::format("COM{}", context.ProgrammerPort.CommPort());
-}
-
-ExitCode EndBeforeStart(Session& session, const Options& options, ExitCode code) {
-  if (!options.Json) return code;
-  session.Out().PrintAlways(JsonText({{"result", ResultWord(code)},
-                                      {"exit_code", static_cast<int>(code)},
-                                      {"message", session.Out().FirstError()}}));
-  return code;
 }
 
 ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending) {
@@ -125,7 +96,7 @@ nlohmann::json DetectionAsJson(Session& session, const char* command, ExitCode c
   const core::RunContext& context = session.Context();
   const core::AppState& state = context.State;
   return {{"command", command},
-          {"result", ResultWord(code)},
+          {"result", Name(code)},
           {"exit_code", static_cast<int>(code)},
           {"port", PortName(context)},
           {"device_path", state.LastPortOpen.Path},
@@ -157,7 +128,7 @@ void PrintFailure(Session& session, ExitCode code) {
   Console& out = session.Out();
   out.PrintError("error: " + session.Context().State.StatusText);
   if (!session.Dialog().Detail().empty()) out.PrintError(session.Dialog().Detail());
-  out.PrintError(ResultWord(code));
+  out.PrintError(Name(code));
 }
 
 ExitCode Detect(Session& session) {
@@ -248,7 +219,7 @@ ExitCode RunPorts(const Options& options) {
   Session session(options);
   std::unique_ptr<platform::PortInfos> ports;
   if (const ExitCode code = session.FindPorts(ports); code != ExitCode::Success) {
-    return EndBeforeStart(session, options, code);
+    return EndEarly(session, options, code);
   }
   nlohmann::json list = nlohmann::json::array();
   std::string lines;
@@ -257,19 +228,18 @@ ExitCode RunPorts(const Options& options) {
     list.push_back(AsJson(port));
     lines += Line(port) + "\n";
   }
-  const bool printed = session.Out().PrintAlways(options.Json ? JsonText(list) : lines);
+  const bool printed = session.Out().PrintAlways(options.Json ? Dump(list) : lines);
   return printed ? ExitCode::Success : ExitCode::FileError;
 }
 
 ExitCode RunDetect(const Options& options) {
   Session session(options);
   if (const ExitCode code = session.Start(); code != ExitCode::Success) {
-    return EndBeforeStart(session, options, code);
+    return EndEarly(session, options, code);
   }
   const ExitCode code = Detect(session);
   if (options.Json) {
-    const bool printed =
-        session.Out().PrintAlways(JsonText(DetectionAsJson(session, "detect", code)));
+    const bool printed = session.Out().PrintAlways(Dump(DetectionAsJson(session, "detect", code)));
     return printed ? code : ExitCode::FileError;
   }
   PrintDetection(session);
@@ -280,13 +250,13 @@ ExitCode RunDetect(const Options& options) {
 ExitCode RunCheckLink(const Options& options) {
   Session session(options);
   if (const ExitCode code = session.Start(); code != ExitCode::Success) {
-    return EndBeforeStart(session, options, code);
+    return EndEarly(session, options, code);
   }
   ExitCode code = Detect(session);
   nlohmann::json json = DetectionAsJson(session, "check-link", code);
   if (!options.Json) PrintDetection(session);
   if (code != ExitCode::Success) {
-    if (options.Json) session.Out().PrintAlways(JsonText(json));
+    if (options.Json) session.Out().PrintAlways(Dump(json));
     if (!options.Json) PrintFailure(session, code);
     return code;
   }
@@ -305,10 +275,10 @@ ExitCode RunCheckLink(const Options& options) {
           : fmt::format("exchange {} of {} was not answered", report.Times.size() + 1, kExchanges);
   if (options.Json) {
     json.update(ReportAsJson(report, session.Context().State.LastPortOpen.Path));
-    json["result"] = ResultWord(code);
+    json["result"] = Name(code);
     json["exit_code"] = static_cast<int>(code);
     if (!complaint.empty()) json["message"] = complaint;
-    return session.Out().PrintAlways(JsonText(json)) ? code : ExitCode::FileError;
+    return session.Out().PrintAlways(Dump(json)) ? code : ExitCode::FileError;
   }
   if (!report.Times.empty()) PrintReport(session, report);
   if (!complaint.empty()) session.Out().PrintError("error: " + complaint);
