@@ -12,24 +12,55 @@ function(fenwright_add_library name)
     PRIVATE fenwright_warnings)
 endfunction()
 
-# fenwright_add_test(NAME sources... LINK targets... [TIMEOUT seconds])
+# fenwright_add_test(NAME sources... LINK targets... [TIMEOUT seconds] [SHARDS n] [EXCEPT filter]
+#                    [LABELS labels...] [ENVIRONMENT variables...])
 #
-# A GoogleTest program, run as one CTest test per GoogleTest case's suite program; every test has a
-# time-out and a settings folder of its own, so that a run never touches the user's settings.
+# A GoogleTest program, run as one CTest test; with SHARDS as NAME_1 to NAME_n, which share its
+# tests out among them and can run at the same time. EXCEPT leaves out the tests of that filter:
+# fenwright_add_serial_test() runs them. Every test has a time-out and a settings folder of its own,
+# so that a run never touches the user's settings.
 function(fenwright_add_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK;ENVIRONMENT" ${ARGN})
-  if(NOT ARG_TIMEOUT)
-    set(ARG_TIMEOUT 60)
-  endif()
+  cmake_parse_arguments(ARG "" "TIMEOUT;SHARDS;EXCEPT" "SOURCES;LINK;LABELS;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src
                                              ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${ARG_LINK} fenwright_warnings GTest::gtest GTest::gmock
                                         GTest::gtest_main)
-  add_test(NAME ${name} COMMAND ${name})
+  set(command ${name})
+  if(ARG_EXCEPT)
+    list(APPEND command --gtest_filter=-${ARG_EXCEPT})
+  endif()
+  if(NOT ARG_SHARDS)
+    add_test(NAME ${name} COMMAND ${command})
+    fenwright_set_up_test(${name} "${ARG_TIMEOUT}" "${ARG_LABELS}" "${ARG_ENVIRONMENT}")
+    return()
+  endif()
+  foreach(shard RANGE 1 ${ARG_SHARDS})
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${name}_${shard} COMMAND ${command})
+    fenwright_set_up_test(
+      ${name}_${shard} "${ARG_TIMEOUT}" "${ARG_LABELS}"
+      "GTEST_TOTAL_SHARDS=${ARG_SHARDS};GTEST_SHARD_INDEX=${index};${ARG_ENVIRONMENT}")
+  endforeach()
+endfunction()
+
+# fenwright_add_serial_test(NAME PROGRAM FILTER [TIMEOUT seconds] [ENVIRONMENT variables...])
+#
+# Some tests of a GoogleTest program, with nothing else running beside them.
+function(fenwright_add_serial_test name program filter)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "ENVIRONMENT" ${ARGN})
+  add_test(NAME ${name} COMMAND ${program} --gtest_filter=${filter})
+  fenwright_set_up_test(${name} "${ARG_TIMEOUT}" "" "${ARG_ENVIRONMENT}")
+  set_tests_properties(${name} PROPERTIES RUN_SERIAL TRUE)
+endfunction()
+
+function(fenwright_set_up_test name timeout labels environment)
+  if(NOT timeout)
+    set(timeout 60)
+  endif()
   set(home ${CMAKE_CURRENT_BINARY_DIR}/${name}_home)
   set_tests_properties(
-    ${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT}
+    ${name} PROPERTIES TIMEOUT ${timeout} LABELS "${labels}"
                        ENVIRONMENT
-                       "HOME=${home};XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data;${ARG_ENVIRONMENT}")
+                       "HOME=${home};XDG_CONFIG_HOME=${home}/config;XDG_DATA_HOME=${home}/data;${environment}")
 endfunction()
