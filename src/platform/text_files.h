@@ -37,13 +37,16 @@ class TextFiles {
   /// Reads a whole file into `content`.
   virtual FileResult Read(std::string_view path, std::string& content) = 0;
 
-  /// Replaces a file's content in place, creating the file when missing.
+  /// Replaces a file's whole content, creating the file when missing: all of the new content is
+  /// there afterwards or, after a failure, all of the old. Some files can only be written in place;
+  /// a failure in the middle leaves those torn.
   virtual FileResult Write(std::string_view path, std::string_view content) = 0;
 
   /// Appends in one write, creating the file when missing.
   virtual FileResult Append(std::string_view path, std::string_view content) = 0;
 
-  /// Opens a file for writing, cut to nothing; null with `result` set when that fails.
+  /// Opens a file for writing in place, cut to nothing; null with `result` set when that fails.
+  /// What is written stays, whatever fails later.
   virtual std::unique_ptr<FileWriter> OpenForWriting(std::string_view path, FileResult& result) = 0;
 
   /// Deletes a file; errors are ignored.

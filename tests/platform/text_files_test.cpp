@@ -1,11 +1,14 @@
 #include "platform/system/text_files.h"
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -30,6 +33,25 @@ class TheSystemsFiles : public testing::Test {
 
   static void Make(const std::string& path, std::string_view content) {
     std::ofstream(path, std::ios::binary) << content;
+  }
+
+  static struct stat InfoOf(const std::string& path) {
+    struct stat info {};
+    EXPECT_EQ(stat(path.c_str(), &info), 0);
+    return info;
+  }
+
+  static void SetMode(const std::string& path, mode_t mode) {
+    EXPECT_EQ(chmod(path.c_str(), mode), 0);
+  }
+
+  /// What is in the folder.
+  [[nodiscard]] std::set<std::string> Names() const {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+      names.insert(entry.path().filename().string());
+    }
+    return names;
   }
 
   TemporaryFolder folder_;
@@ -105,16 +127,167 @@ TEST_F(TheSystemsFiles, WritingReplacesTheContentUnchanged) {
   EXPECT_EQ(ContentOf(Path()), bytes);
 }
 
-TEST_F(TheSystemsFiles, WritingKeepsTheFileItselfAndItsMode) {
+TEST_F(TheSystemsFiles, WritingPutsAnotherFileOfTheSameModeInTheFilesPlace) {
   Make(Path(), "before");
-  chmod(Path().c_str(), 0640);
-  struct stat before {};
-  struct stat after {};
-  stat(Path().c_str(), &before);
+  SetMode(Path(), 0640);
+  const struct stat before = InfoOf(Path());
+  std::ifstream reader(Path(), std::ios::binary);
   EXPECT_TRUE(files_.Write(Path(), "after"));
-  stat(Path().c_str(), &after);
-  EXPECT_EQ(after.st_ino, before.st_ino);
+  const struct stat after = InfoOf(Path());
+  EXPECT_NE(after.st_ino, before.st_ino);
   EXPECT_EQ(after.st_mode, before.st_mode);
+  EXPECT_EQ(ContentOf(Path()), "after");
+  const std::string content_read(std::istreambuf_iterator<char>(reader), {});
+  EXPECT_EQ(content_read, "before") << "what somebody reads meanwhile stays whole";
+}
+
+TEST_F(TheSystemsFiles, WritingLeavesNoOtherFileBehind) {
+  EXPECT_TRUE(files_.Write(Path(), "new"));
+  EXPECT_TRUE(files_.Write(Path(), "newer"));
+  EXPECT_EQ(Names(), std::set<std::string>{"file"});
+}
+
+TEST_F(TheSystemsFiles, ANewFileGetsTheModeThatTheUserAskedFor) {
+  const std::string outcome = RunInChild([&] {
+    umask(0027);
+    return Named(files_.Write(Path(), "new"));
+  });
+  EXPECT_EQ(outcome, "ok");
+  EXPECT_EQ(InfoOf(Path()).st_mode & 07777, mode_t{0640});
+}
+
+TEST_F(TheSystemsFiles, WritingKeepsOwnerAndGroup) {
+  constexpr uid_t kOwner = 65534;
+  constexpr gid_t kGroup = 65533;
+  if (geteuid() != 0) GTEST_SKIP() << "Only the superuser can give files away";
+  Make(Path(), "before");
+  ASSERT_EQ(chown(Path().c_str(), kOwner, kGroup), 0);
+  const struct stat before = InfoOf(Path());
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_NE(InfoOf(Path()).st_ino, before.st_ino);
+  EXPECT_EQ(InfoOf(Path()).st_uid, kOwner);
+  EXPECT_EQ(InfoOf(Path()).st_gid, kGroup);
+}
+
+TEST_F(TheSystemsFiles, AFileThatCannotBeGivenToItsOwnerIsWrittenInPlace) {
+  if (geteuid() != 0) GTEST_SKIP() << "Only the superuser has files of two users";
+  Make(Path(), "something longer that stood there before");
+  SetMode(Path(), 0666);
+  SetMode(folder_.Path(), 0777);
+  const struct stat before = InfoOf(Path());
+  const std::string outcome = RunInChild([&] {
+    DropPrivileges();
+    return Named(files_.Write(Path(), "after"));
+  });
+  EXPECT_EQ(outcome, "ok");
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_EQ(InfoOf(Path()).st_ino, before.st_ino);
+  EXPECT_EQ(InfoOf(Path()).st_uid, before.st_uid);
+  EXPECT_EQ(Names(), std::set<std::string>{"file"});
+}
+
+TEST_F(TheSystemsFiles, AFileInAFolderThatTakesNoOtherIsWrittenInPlace) {
+  Make(Path(), "something longer that stood there before");
+  SetMode(Path(), 0666);
+  SetMode(folder_.Path(), 0555);
+  const struct stat before = InfoOf(Path());
+  const std::string outcome = RunInChild([&] {
+    DropPrivileges();
+    return Named(files_.Write(Path(), "after"));
+  });
+  EXPECT_EQ(outcome, "ok");
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_EQ(InfoOf(Path()).st_ino, before.st_ino);
+}
+
+TEST_F(TheSystemsFiles, AFileWithAListOfRightsIsWrittenInPlaceAndKeepsIt) {
+  constexpr char kName[] = "system.posix_acl_access";
+  // The owner and one more user may read and write, their group and the others may not.
+  const std::string list(
+      "\x02\0\0\0"
+      "\x01\0\x06\0\xFF\xFF\xFF\xFF"
+      "\x02\0\x06\0\xFE\xFF\0\0"
+      "\x04\0\0\0\xFF\xFF\xFF\xFF"
+      "\x10\0\x06\0\xFF\xFF\xFF\xFF"
+      "\x20\0\0\0\xFF\xFF\xFF\xFF",
+      44);
+  Make(Path(), "something longer that stood there before");
+  if (setxattr(Path().c_str(), kName, list.data(), list.size(), 0) != 0) {
+    ASSERT_EQ(errno, ENOTSUP);
+    GTEST_SKIP() << "The file system has no lists of rights";
+  }
+  const struct stat before = InfoOf(Path());
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_EQ(InfoOf(Path()).st_ino, before.st_ino);
+  EXPECT_EQ(getxattr(Path().c_str(), kName, nullptr, 0), static_cast<ssize_t>(list.size()));
+  EXPECT_EQ(Names(), std::set<std::string>{"file"});
+}
+
+TEST_F(TheSystemsFiles, AFileOfSeveralNamesIsWrittenInPlaceForAllOfThem) {
+  Make(Path(), "something longer that stood there before");
+  std::filesystem::create_hard_link(Path(), Path("other"));
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_EQ(ContentOf(Path("other")), "after");
+  EXPECT_EQ(InfoOf(Path()).st_ino, InfoOf(Path("other")).st_ino);
+  EXPECT_EQ(Names(), (std::set<std::string>{"file", "other"}));
+}
+
+TEST_F(TheSystemsFiles, ALinkStaysALinkAndItsFileIsReplaced) {
+  std::filesystem::create_directory(Path("folder"));
+  Make(Path("folder/file"), "before");
+  std::filesystem::create_symlink("folder/second", Path("first"));
+  std::filesystem::create_symlink("file", Path("folder/second"));
+  const struct stat before = InfoOf(Path("folder/file"));
+  EXPECT_TRUE(files_.Write(Path("first"), "after"));
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("first")));
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("folder/second")));
+  EXPECT_FALSE(std::filesystem::is_symlink(Path("folder/file")));
+  EXPECT_EQ(ContentOf(Path("folder/file")), "after");
+  EXPECT_NE(InfoOf(Path("folder/file")).st_ino, before.st_ino);
+}
+
+TEST_F(TheSystemsFiles, ALinkToNothingStaysALinkAndGetsItsFile) {
+  std::filesystem::create_symlink(Path("file"), Path("link"));
+  EXPECT_TRUE(files_.Write(Path("link"), "new"));
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
+  EXPECT_FALSE(std::filesystem::is_symlink(Path("file")));
+  EXPECT_EQ(ContentOf(Path("file")), "new");
+  EXPECT_EQ(Names(), (std::set<std::string>{"file", "link"}));
+}
+
+TEST_F(TheSystemsFiles, ALinkToItselfFailsAndStays) {
+  std::filesystem::create_symlink("link", Path("link"));
+  EXPECT_EQ(files_.Write(Path("link"), "x").Code, Status::Failed);
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
+  EXPECT_EQ(Names(), std::set<std::string>{"link"});
+}
+
+TEST_F(TheSystemsFiles, AFileWithTheNameOfATemporaryOneIsLeftAlone) {
+  const std::string temporary = Path(".fenwright-" + std::to_string(getpid()) + "-0");
+  Make(Path(), "before");
+  Make(temporary, "somebody's");
+  const struct stat before = InfoOf(Path());
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_NE(InfoOf(Path()).st_ino, before.st_ino);
+  EXPECT_EQ(ContentOf(temporary), "somebody's");
+  EXPECT_EQ(Names().size(), 2U);
+}
+
+TEST_F(TheSystemsFiles, AFileMayHaveTheLongestNameThereIs) {
+  const std::string longest(255, 'x');
+  EXPECT_TRUE(files_.Write(Path(longest), "one"));
+  EXPECT_TRUE(files_.Write(Path(longest), "two"));
+  EXPECT_EQ(ContentOf(Path(longest)), "two");
+  EXPECT_EQ(files_.Write(Path(longest + "x"), "three").Code, Status::Failed);
+  EXPECT_EQ(Names(), std::set<std::string>{longest});
+}
+
+TEST_F(TheSystemsFiles, AnEmptyPathAndAMissingFolderAreRefused) {
+  EXPECT_EQ(files_.Write("", "x").Code, Status::NotFound);
+  EXPECT_EQ(files_.Write(Path("none") + "/", "x").Code, Status::AccessRefused);
+  EXPECT_EQ(Names(), std::set<std::string>{});
 }
 
 TEST_F(TheSystemsFiles, WritingCreatesAMissingFileButNoFolder) {
@@ -227,6 +400,21 @@ TEST_F(TheSystemsFiles, AReadOnlyFolderAndAReadOnlyFileRefuseWriting) {
   EXPECT_EQ(ContentOf(Path("kept")), "kept");
 }
 
+TEST_F(TheSystemsFiles, AReadOnlyFileInAFolderThatTakesFilesIsRefusedAndStays) {
+  Make(Path(), "kept");
+  SetMode(Path(), 0444);
+  SetMode(folder_.Path(), 0777);
+  const struct stat before = InfoOf(Path());
+  const std::string outcome = RunInChild([&] {
+    DropPrivileges();
+    return Named(files_.Write(Path(), "x"));
+  });
+  EXPECT_EQ(outcome, "refused");
+  EXPECT_EQ(ContentOf(Path()), "kept");
+  EXPECT_EQ(InfoOf(Path()).st_ino, before.st_ino);
+  EXPECT_EQ(Names(), std::set<std::string>{"file"});
+}
+
 TEST_F(TheSystemsFiles, AFileThatMayNotBeReadIsRefused) {
   Make(Path(), "secret");
   chmod(Path().c_str(), 0000);
@@ -256,6 +444,34 @@ TEST_F(TheSystemsFiles, AFullDiscIsReportedByEveryWayOfWriting) {
     return report;
   });
   EXPECT_EQ(outcome, "ok, failed, ok, failed, ok, taken, lost, lost, lost, bad");
+}
+
+TEST_F(TheSystemsFiles, AFullDiscLeavesTheOldContentAndNoOtherFile) {
+  Make(Path(), "before");
+  const std::string outcome = RunInChild([&] {
+    LimitFileSize(4096);
+    SystemTextFiles files;
+    const std::string too_much(6000, 'x');
+    return Named(files.Write(Path(), too_much)) + ", " + Named(files.Write(Path("new"), too_much));
+  });
+  EXPECT_EQ(outcome, "failed, failed");
+  EXPECT_EQ(ContentOf(Path()), "before");
+  EXPECT_EQ(Names(), std::set<std::string>{"file"});
+}
+
+TEST_F(TheSystemsFiles, AWriterThatTheDiscRefusesLeavesWhatItCouldWrite) {
+  Make(Path(), "before");
+  const std::string outcome = RunInChild([&] {
+    LimitFileSize(4096);
+    SystemTextFiles files;
+    FileResult result;
+    const auto writer = files.OpenForWriting(Path(), result);
+    writer->Write("after");
+    writer->Write(std::string(6000, 'x'));
+    return std::string(writer->Close() ? "good" : "bad");
+  });
+  EXPECT_EQ(outcome, "bad");
+  EXPECT_EQ(ContentOf(Path()), "after" + std::string(4096 - 5, 'x'));
 }
 
 TEST_F(TheSystemsFiles, AHandlerThatSomebodySetForTheSizeLimitStays) {

@@ -1,13 +1,19 @@
 #include "platform/system/text_files.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdio>
 #include <fcntl.h>
 #include <new>
+#include <optional>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <utility>
+
+#include <climits>
 
 #include "platform/posix/system_reason.h"
 
@@ -17,6 +23,11 @@ namespace {
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 constexpr std::size_t kReadBlock = std::size_t{64} << 10;
 constexpr mode_t kNewFileMode = 0666;
+/// Nobody else looks into a replacement before it has the mode of what it replaces.
+constexpr mode_t kPrivateMode = 0600;
+constexpr mode_t kModeBits = 07777;
+constexpr int kMostLinks = 40;
+constexpr int kTemporaryNames = 100;
 /// Non-blocking, so that a pipe put in a file's place holds nobody up.
 constexpr int kCommonFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
@@ -117,6 +128,122 @@ FileResult WriteAndClose(File& file, std::string_view content) {
   return ResultOf(write_error != 0 ? write_error : close_error);
 }
 
+FileResult WriteInPlace(std::string_view path, std::string_view content) {
+  File file;
+  const FileResult opened = Open(path, O_WRONLY | O_CREAT | O_TRUNC, file);
+  return opened ? WriteAndClose(file, content) : opened;
+}
+
+/// The part of a path before the name, with the slash at its end; empty for the current folder.
+std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
+
+/// The path that a symbolic link stands for in the end, whether there is something or not.
+std::string FollowLinks(std::string path) {
+  std::array<char, PATH_MAX> target{};
+  for (int i = 0; i < kMostLinks; ++i) {
+    const ssize_t size = readlink(path.c_str(), target.data(), target.size());
+    if (size <= 0) break;
+    const std::string link(target.data(), static_cast<std::size_t>(size));
+    path = link.starts_with('/') ? std::string() : FolderOf(path);
+    path += link;
+  }
+  return path;
+}
+
+/// True when another file can take the open one's place under `path` with nothing lost: no other
+/// name leads to it, nor is there a list of rights besides its mode.
+bool IsReplaceable(const File& existing, const std::string& path) {
+  struct stat opened {};
+  struct stat named {};
+  if (fstat(existing.Handle(), &opened) != 0 || lstat(path.c_str(), &named) != 0) return false;
+  // Some links in /proc lead elsewhere than their text says.
+  const bool is_same = opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+  const bool has_more_rights =
+      fgetxattr(existing.Handle(), "system.posix_acl_access", nullptr, 0) >= 0;
+  return is_same && opened.st_nlink == 1 && !has_more_rights;
+}
+
+/// A folder that takes no new file, or does not let go of the one that is to be replaced.
+bool IsRefusedByFolder(int error) {
+  return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == EXDEV ||
+         error == EEXIST || error == ENAMETOOLONG;
+}
+
+/// A new file that goes with the object, unless it has taken another one's place.
+class TemporaryFile {
+ public:
+  TemporaryFile() = default;
+  ~TemporaryFile() {
+    if (!path_.empty()) unlink(path_.c_str());
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  /// `errno` value of the failure, 0 for success; as the other calls.
+  int Create(const std::string& folder, mode_t mode) {
+    const std::string start = folder + ".fenwright-" + std::to_string(getpid()) + "-";
+    for (int i = 0; i < kTemporaryNames; ++i) {
+      const std::string path = start + std::to_string(i);
+      file_ = File(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | kCommonFlags, mode));
+      if (file_.Handle() >= 0) {
+        path_ = path;
+        return 0;
+      }
+      if (errno != EEXIST) return errno;
+    }
+    return EEXIST;
+  }
+
+  /// Takes owner, group and mode of another file.
+  int BelongAs(const File& other) {
+    struct stat wanted {};
+    struct stat own {};
+    const int handle = file_.Handle();
+    if (fstat(other.Handle(), &wanted) != 0 || fstat(handle, &own) != 0) return errno;
+    const bool is_owned = own.st_uid == wanted.st_uid && own.st_gid == wanted.st_gid;
+    if (!is_owned && fchown(handle, wanted.st_uid, wanted.st_gid) != 0) return errno;
+    if (own.st_mode != wanted.st_mode && fchmod(handle, wanted.st_mode & kModeBits) != 0) {
+      return errno;
+    }
+    return 0;
+  }
+
+  FileResult Fill(std::string_view content) { return WriteAndClose(file_, content); }
+
+  int MoveTo(const std::string& path) {
+    if (std::rename(path_.c_str(), path.c_str()) != 0) return errno;
+    path_.clear();
+    return 0;
+  }
+
+ private:
+  std::string path_;
+  File file_;
+};
+
+/// Has a file with the content take the place of what is there. Nothing when that cannot be: what
+/// is there is untouched then, and may be written in place.
+std::optional<FileResult> Replace(std::string_view path, std::string_view content) {
+  File existing;
+  const FileResult opened = Open(path, O_WRONLY, existing);
+  const bool is_new = opened.Code == FileResult::Status::NotFound;
+  if (!opened && !is_new) return opened;
+  const std::string target = FollowLinks(std::string(path));
+  if (target.empty() || target.ends_with('/')) return std::nullopt;
+  if (!is_new && !IsReplaceable(existing, target)) return std::nullopt;
+
+  TemporaryFile replacement;
+  int error = replacement.Create(FolderOf(target), is_new ? kNewFileMode : kPrivateMode);
+  if (IsRefusedByFolder(error)) return std::nullopt;
+  if (error != 0) return ResultOf(error);
+  if (!is_new && replacement.BelongAs(existing) != 0) return std::nullopt;
+  FileResult filled = replacement.Fill(content);
+  if (!filled) return filled;
+  error = replacement.MoveTo(target);
+  if (IsRefusedByFolder(error)) return std::nullopt;
+  return ResultOf(error);
+}
+
 int ReadAll(int handle, std::string& content) {
   std::size_t size = 0;
   while (true) {
@@ -184,9 +311,8 @@ FileResult SystemTextFiles::Read(std::string_view path, std::string& content) {
 }
 
 FileResult SystemTextFiles::Write(std::string_view path, std::string_view content) {
-  File file;
-  const FileResult opened = Open(path, O_WRONLY | O_CREAT | O_TRUNC, file);
-  return opened ? WriteAndClose(file, content) : opened;
+  const std::optional<FileResult> replaced = Replace(path, content);
+  return replaced ? *replaced : WriteInPlace(path, content);
 }
 
 FileResult SystemTextFiles::Append(std::string_view path, std::string_view content) {

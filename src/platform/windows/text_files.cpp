@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <new>
+#include <optional>
 #include <utility>
+#include <vector>
 #include <windows.h>
 
 #include "platform/windows/system_reason.h"
@@ -19,6 +21,8 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 
 constexpr int kAttempts = 11;
 constexpr DWORD kMillisecondsBetweenAttempts = 50;
+
+constexpr int kTemporaryNames = 100;
 
 FileResult ResultOf(DWORD error) {
   using Status = FileResult::Status;
@@ -84,16 +88,17 @@ std::wstring FullPath(const std::wstring& path) {
 
 /// The path as the system takes it. Above a certain length it takes full paths alone, marked so
 /// that it leaves them as they are.
-std::wstring SystemPath(std::string_view path) {
+std::wstring SystemPath(const std::wstring& wide) {
   constexpr std::size_t kLongestPlainPath = 240;
   constexpr std::wstring_view kShare = LR"(\\)";
-  std::wstring wide = ToWide(path);
   if (wide.empty() || wide.starts_with(LR"(\\?\)")) return wide;
   std::wstring full = FullPath(wide);
   if (full.size() < kLongestPlainPath) return wide;
   if (full.starts_with(kShare)) return LR"(\\?\UNC\)" + full.substr(kShare.size());
   return LR"(\\?\)" + full;
 }
+
+std::wstring SystemPath(std::string_view path) { return SystemPath(ToWide(path)); }
 
 bool IsFolder(DWORD attributes) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -120,13 +125,14 @@ DWORD WithPatience(const std::wstring& path, Attempt attempt) {
   return error;
 }
 
-enum class Way { Read, Replace, Append };
+/// `Examine` opens what is there for writing and leaves it as it is.
+enum class Way { Read, Examine, Replace, Append };
 
 DWORD OpenOnce(const std::wstring& path, Way way, File& file) {
   const DWORD access = way == Way::Read     ? GENERIC_READ
                        : way == Way::Append ? FILE_APPEND_DATA | SYNCHRONIZE
                                             : GENERIC_WRITE;
-  const DWORD creation = way == Way::Read ? OPEN_EXISTING : OPEN_ALWAYS;
+  const DWORD creation = way == Way::Read || way == Way::Examine ? OPEN_EXISTING : OPEN_ALWAYS;
   file = File(CreateFileW(path.c_str(), access, kShareAll, nullptr, creation, FILE_ATTRIBUTE_NORMAL,
                           nullptr));
   return file.IsOpen() ? ERROR_SUCCESS : GetLastError();
@@ -165,6 +171,160 @@ FileResult WriteAndClose(File& file, std::string_view content) {
   const DWORD write_error = WriteAll(file.Handle(), content);
   const DWORD close_error = file.Close();
   return ResultOf(write_error != ERROR_SUCCESS ? write_error : close_error);
+}
+
+FileResult WriteInPlace(std::string_view path, std::string_view content) {
+  File file;
+  const FileResult opened = Open(path, Way::Replace, file);
+  return opened ? WriteAndClose(file, content) : opened;
+}
+
+/// A full path; `Name` is empty when it names no whole file.
+struct Target {
+  std::wstring Path;
+  std::wstring Folder;
+  std::wstring Name;
+};
+
+Target Divided(const std::wstring& path) {
+  const std::size_t name_start = path.rfind(L'\\') + 1;
+  const std::wstring name = path.substr(name_start);
+  // A colon leads to one of the streams in a file.
+  if (name.find(L':') != std::wstring::npos) return {};
+  return {path, path.substr(0, name_start), name};
+}
+
+/// Where an open file is, all links followed; empty when the system does not say.
+std::wstring PlaceOf(const File& file) {
+  constexpr DWORD kForm = FILE_NAME_NORMALIZED | VOLUME_NAME_DOS;
+  const DWORD size = GetFinalPathNameByHandleW(file.Handle(), nullptr, 0, kForm);
+  std::wstring path(size, L'\0');
+  path.resize(GetFinalPathNameByHandleW(file.Handle(), path.data(), size, kForm));
+  return path;
+}
+
+/// What a path stands for, `existing` being the file that was found there, if any.
+Target TargetOf(std::string_view path, const File& existing) {
+  const std::wstring full = SystemPath(FullPath(ToWide(path)));
+  const DWORD attributes = GetFileAttributesW(full.c_str());
+  const bool is_link =
+      attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  if (!is_link) return Divided(full);
+  return existing.IsOpen() ? Divided(PlaceOf(existing)) : Target{};
+}
+
+/// Whom the system lets do what with a file; empty when it does not say.
+std::vector<std::byte> RightsOf(const File& file) {
+  DWORD size = 0;
+  GetKernelObjectSecurity(file.Handle(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  std::vector<std::byte> rights(size);
+  if (GetKernelObjectSecurity(file.Handle(), DACL_SECURITY_INFORMATION, rights.data(), size,
+                              &size) == 0) {
+    return {};
+  }
+  return rights;
+}
+
+/// A folder that takes no new file, or a file that does not let itself be replaced.
+bool IsRefused(DWORD error) {
+  return error == ERROR_ACCESS_DENIED || error == ERROR_WRITE_PROTECT ||
+         error == ERROR_SHARING_VIOLATION || error == ERROR_FILE_EXISTS ||
+         error == ERROR_FILENAME_EXCED_RANGE;
+}
+
+/// True when somebody has the file open and does not want it deleted or written.
+bool IsGuarded(const std::wstring& path) {
+  const File probe(CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, kShareAll, nullptr,
+                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  return !probe.IsOpen() && GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
+/// A new file that goes with the object, unless it has taken another one's place.
+class TemporaryFile {
+ public:
+  TemporaryFile() = default;
+  ~TemporaryFile() {
+    file_.Close();
+    if (path_.empty()) return;
+    WithPatience(path_, [this]() -> DWORD {
+      return DeleteFileW(path_.c_str()) != 0 ? ERROR_SUCCESS : GetLastError();
+    });
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  DWORD Create(const std::wstring& folder, DWORD attributes) {
+    const std::wstring start =
+        folder + L".fenwright-" + std::to_wstring(GetCurrentProcessId()) + L"-";
+    for (int i = 0; i < kTemporaryNames; ++i) {
+      const std::wstring path = SystemPath(start + std::to_wstring(i));
+      file_ = File(CreateFileW(path.c_str(), GENERIC_WRITE, kShareAll, nullptr, CREATE_NEW,
+                               attributes, nullptr));
+      if (file_.IsOpen()) {
+        path_ = path;
+        return ERROR_SUCCESS;
+      }
+      const DWORD error = GetLastError();
+      if (error != ERROR_FILE_EXISTS) return error;
+    }
+    return ERROR_FILE_EXISTS;
+  }
+
+  /// True when it differs from another file in nothing but content and age.
+  [[nodiscard]] bool IsLike(const File& other, DWORD attributes_of_other) const {
+    // Whatever is written gets the archive attribute.
+    constexpr DWORD kIgnored = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NORMAL;
+    BY_HANDLE_FILE_INFORMATION own{};
+    return GetFileInformationByHandle(file_.Handle(), &own) != 0 &&
+           ((own.dwFileAttributes ^ attributes_of_other) & ~kIgnored) == 0 &&
+           RightsOf(file_) == RightsOf(other);
+  }
+
+  FileResult Fill(std::string_view content) { return WriteAndClose(file_, content); }
+
+  DWORD MoveTo(const std::wstring& path) {
+    const DWORD error = WithPatience(path, [&]() -> DWORD {
+      return MoveFileExW(path_.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != 0
+                 ? ERROR_SUCCESS
+                 : GetLastError();
+    });
+    if (error == ERROR_SUCCESS) path_.clear();
+    return error;
+  }
+
+ private:
+  std::wstring path_;
+  File file_;
+};
+
+/// Has a file with the content take the place of what is there. Nothing when that cannot be: what
+/// is there is untouched then, and may be written in place.
+std::optional<FileResult> Replace(std::string_view path, std::string_view content) {
+  constexpr DWORD kAttributesKept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+  File existing;
+  const FileResult opened = Open(path, Way::Examine, existing);
+  const bool is_new = opened.Code == FileResult::Status::NotFound;
+  if (!opened && !is_new) return opened;
+  const Target target = TargetOf(path, existing);
+  if (target.Name.empty()) return std::nullopt;
+  BY_HANDLE_FILE_INFORMATION info{};
+  if (!is_new &&
+      (GetFileInformationByHandle(existing.Handle(), &info) == 0 || info.nNumberOfLinks != 1)) {
+    return std::nullopt;
+  }
+
+  TemporaryFile replacement;
+  DWORD error = replacement.Create(
+      target.Folder, FILE_ATTRIBUTE_ARCHIVE | (info.dwFileAttributes & kAttributesKept));
+  if (IsRefused(error)) return std::nullopt;
+  if (error != ERROR_SUCCESS) return ResultOf(error);
+  if (!is_new && !replacement.IsLike(existing, info.dwFileAttributes)) return std::nullopt;
+  FileResult filled = replacement.Fill(content);
+  if (!filled) return filled;
+  existing.Close();
+  error = replacement.MoveTo(target.Path);
+  if (IsRefused(error) && !IsGuarded(target.Path)) return std::nullopt;
+  return ResultOf(error);
 }
 
 DWORD ReadAll(HANDLE handle, std::string& content) {
@@ -228,9 +388,8 @@ FileResult SystemTextFiles::Read(std::string_view path, std::string& content) {
 }
 
 FileResult SystemTextFiles::Write(std::string_view path, std::string_view content) {
-  File file;
-  const FileResult opened = Open(path, Way::Replace, file);
-  return opened ? WriteAndClose(file, content) : opened;
+  const std::optional<FileResult> replaced = Replace(path, content);
+  return replaced ? *replaced : WriteInPlace(path, content);
 }
 
 FileResult SystemTextFiles::Append(std::string_view path, std::string_view content) {

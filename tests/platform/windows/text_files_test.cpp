@@ -4,9 +4,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <thread>
 #include <windows.h>
+// After what it needs.
+#include <sddl.h>
 
 #include <gtest/gtest.h>
 
@@ -34,11 +37,43 @@ class TheSystemsFiles : public testing::Test {
     std::ofstream(std::filesystem::path(path), std::ios::binary) << content;
   }
 
-  /// Holds a file as a virus scanner does: nobody else may have it.
-  static HANDLE Hold(const std::string& path) {
-    return CreateFileW(std::filesystem::path(path).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
-                       0, nullptr);
+  /// Holds a file as a virus scanner does; nobody else may have it but as `sharing` says.
+  static HANDLE Hold(const std::string& path, DWORD sharing = 0) {
+    return CreateFileW(std::filesystem::path(path).c_str(), GENERIC_READ, sharing, nullptr,
+                       OPEN_EXISTING, 0, nullptr);
   }
+
+  /// What tells a file from all others on its disc, whatever its name.
+  static ULONGLONG IdentityOf(const std::string& path) {
+    HANDLE const file = Hold(path, kShareAll);
+    BY_HANDLE_FILE_INFORMATION info{};
+    EXPECT_NE(GetFileInformationByHandle(file, &info), 0);
+    CloseHandle(file);
+    return (ULONGLONG{info.nFileIndexHigh} << 32) | info.nFileIndexLow;
+  }
+
+  /// Whom the system lets do what with a file, in no form in particular.
+  static std::string RightsOf(const std::filesystem::path& path) {
+    std::string rights(4096, '\0');
+    DWORD size = 0;
+    EXPECT_NE(GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, rights.data(),
+                               static_cast<DWORD>(rights.size()), &size),
+              0);
+    rights.resize(size);
+    return rights;
+  }
+
+  /// What is in the folder.
+  [[nodiscard]] std::set<std::wstring> Names() const {
+    std::set<std::wstring> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+      names.insert(entry.path().filename().wstring());
+    }
+    return names;
+  }
+
+  static constexpr DWORD kShareWriting = FILE_SHARE_READ | FILE_SHARE_WRITE;
+  static constexpr DWORD kShareAll = kShareWriting | FILE_SHARE_DELETE;
 
   TemporaryFolder folder_;
   SystemTextFiles files_;
@@ -92,6 +127,97 @@ TEST_F(TheSystemsFiles, WritingReplacesTheContentUnchanged) {
   EXPECT_EQ(ContentOf(Path()), bytes);
 }
 
+TEST_F(TheSystemsFiles, WritingPutsAnotherFileInTheFilesPlaceAndLeavesNoOtherBehind) {
+  Make(Path(), "before");
+  const ULONGLONG before = IdentityOf(Path());
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_NE(IdentityOf(Path()), before);
+  EXPECT_EQ(Names(), std::set<std::wstring>{L"file"});
+}
+
+TEST_F(TheSystemsFiles, AFileOfSeveralNamesIsWrittenInPlaceForAllOfThem) {
+  Make(Path(), "something longer that stood there before");
+  ASSERT_NE(CreateHardLinkW(std::filesystem::path(Path("other")).c_str(),
+                            std::filesystem::path(Path()).c_str(), nullptr),
+            0);
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_EQ(ContentOf(Path("other")), "after");
+  EXPECT_EQ(IdentityOf(Path()), IdentityOf(Path("other")));
+  EXPECT_EQ(Names(), (std::set<std::wstring>{L"file", L"other"}));
+}
+
+TEST_F(TheSystemsFiles, AFileWithRightsOfItsOwnIsWrittenInPlaceAndKeepsThem) {
+  Make(Path(), "something longer that stood there before");
+  const std::filesystem::path path(Path());
+  PSECURITY_DESCRIPTOR everybody = nullptr;
+  ASSERT_NE(ConvertStringSecurityDescriptorToSecurityDescriptorW(
+                L"D:P(A;;FA;;;WD)", SDDL_REVISION_1, &everybody, nullptr),
+            0);
+  const std::string rights_at_first = RightsOf(path);
+  ASSERT_NE(SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, everybody), 0);
+  LocalFree(everybody);
+  const std::string rights = RightsOf(path);
+  ASSERT_NE(rights, rights_at_first);
+  const ULONGLONG before = IdentityOf(Path());
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_EQ(IdentityOf(Path()), before);
+  EXPECT_EQ(RightsOf(path), rights);
+  EXPECT_EQ(Names(), std::set<std::wstring>{L"file"});
+}
+
+TEST_F(TheSystemsFiles, ALinkStaysALinkAndItsFileIsReplaced) {
+  Make(Path(), "before");
+  const std::filesystem::path link(Path("link"));
+  CreateSymbolicLinkW(link.c_str(), L"file", SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE);
+  // Wine makes none and says that it did.
+  if (GetFileAttributesW(link.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    GTEST_SKIP() << "The system makes no links for this user";
+  }
+  const ULONGLONG before = IdentityOf(Path());
+  EXPECT_TRUE(files_.Write(Path("link"), "after"));
+  EXPECT_NE(GetFileAttributesW(link.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0U);
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_NE(IdentityOf(Path()), before);
+}
+
+TEST_F(TheSystemsFiles, AFileWithTheNameOfATemporaryOneIsLeftAlone) {
+  const std::string temporary = Path(".fenwright-" + std::to_string(GetCurrentProcessId()) + "-0");
+  Make(Path(), "before");
+  Make(temporary, "somebody's");
+  const ULONGLONG before = IdentityOf(Path());
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_NE(IdentityOf(Path()), before);
+  EXPECT_EQ(ContentOf(temporary), "somebody's");
+  EXPECT_EQ(Names().size(), 2U);
+}
+
+TEST_F(TheSystemsFiles, ThePathOfTheTemporaryFileAloneMayBeLongerThanTheOldLimit) {
+  constexpr std::size_t kFolderLength = 237;
+  std::wstring folder = std::filesystem::path(folder_.Path()).make_preferred().wstring();
+  ASSERT_LT(folder.size() + 2, kFolderLength);
+  const std::size_t own_length = folder.size();
+  folder += L"\\" + std::wstring(kFolderLength - own_length - 1, L'x');
+  ASSERT_NE(CreateDirectoryW((LR"(\\?\)" + folder).c_str(), nullptr), 0);
+  const std::string path = std::filesystem::path(folder).string() + "\\f";
+  ASSERT_EQ(path.size(), 239U);
+  Make(path, "before");
+  const ULONGLONG before = IdentityOf(path);
+  EXPECT_TRUE(files_.Write(path, "after"));
+  EXPECT_EQ(ContentOf(path), "after");
+  EXPECT_NE(IdentityOf(path), before);
+}
+
+TEST_F(TheSystemsFiles, AStreamInAFileIsNoTargetForAReplacement) {
+  Make(Path(), "before");
+  const ULONGLONG before = IdentityOf(Path());
+  files_.Write(Path("file:stream"), "in it");
+  EXPECT_EQ(ContentOf(Path()), "before");
+  EXPECT_EQ(IdentityOf(Path()), before);
+}
+
 TEST_F(TheSystemsFiles, WritingCreatesAMissingFileButNoFolder) {
   EXPECT_TRUE(files_.Write(Path(), "new"));
   EXPECT_EQ(ContentOf(Path()), "new");
@@ -102,9 +228,11 @@ TEST_F(TheSystemsFiles, AHiddenFileIsReplacedAndStaysHidden) {
   Make(Path(), "before");
   const std::filesystem::path path(Path());
   ASSERT_NE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN), 0);
+  const ULONGLONG before = IdentityOf(Path());
   EXPECT_TRUE(files_.Write(Path(), "after"));
   EXPECT_EQ(ContentOf(Path()), "after");
   EXPECT_NE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_HIDDEN, 0U);
+  EXPECT_NE(IdentityOf(Path()), before);
 }
 
 TEST_F(TheSystemsFiles, APathMayBeJapanese) {
@@ -214,6 +342,49 @@ TEST_F(TheSystemsFiles, AFileThatIsHeldForGoodIsRefusedAndKeepsItsContent) {
   EXPECT_LT(time, 2s);
   CloseHandle(held);
   EXPECT_EQ(ContentOf(Path()), "before");
+  EXPECT_EQ(Names(), std::set<std::wstring>{L"file"});
+}
+
+TEST_F(TheSystemsFiles, AFileThatMayNotBeReplacedForAMomentIsWaitedFor) {
+  Make(Path(), "before");
+  const ULONGLONG before = IdentityOf(Path());
+  HANDLE const held = Hold(Path(), kShareWriting);
+  ASSERT_NE(held, INVALID_HANDLE_VALUE);
+  std::thread scanner([held] {
+    std::this_thread::sleep_for(200ms);
+    CloseHandle(held);
+  });
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 150ms);
+  scanner.join();
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_NE(IdentityOf(Path()), before);
+  EXPECT_EQ(Names(), std::set<std::wstring>{L"file"});
+}
+
+TEST_F(TheSystemsFiles, AFileThatMayNotBeReplacedForGoodIsRefusedAndKeepsItsContent) {
+  Make(Path(), "before");
+  HANDLE const held = Hold(Path(), kShareWriting);
+  ASSERT_NE(held, INVALID_HANDLE_VALUE);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(files_.Write(Path(), "after").Code, Status::AccessRefused);
+  const auto time = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(time, 400ms);
+  EXPECT_LT(time, 2s);
+  CloseHandle(held);
+  EXPECT_EQ(ContentOf(Path()), "before");
+  EXPECT_EQ(Names(), std::set<std::wstring>{L"file"});
+}
+
+TEST_F(TheSystemsFiles, AFileThatSomebodySharesForEverythingIsWritten) {
+  Make(Path(), "something longer that stood there before");
+  HANDLE const held = Hold(Path(), kShareAll);
+  ASSERT_NE(held, INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(files_.Write(Path(), "after"));
+  CloseHandle(held);
+  EXPECT_EQ(ContentOf(Path()), "after");
+  EXPECT_EQ(Names(), std::set<std::wstring>{L"file"});
 }
 
 TEST_F(TheSystemsFiles, AFileMayBeReadWhileItIsBeingWritten) {
