@@ -31,7 +31,14 @@ def wait_for(what, condition, seconds=30):
         if value:
             return value
         time.sleep(0.05)
+    picture("failure")
     raise AssertionError(f"waited in vain for {what}")
+
+
+def picture(name):
+    """A picture of the screen beside the one that the run leaves."""
+    path = os.path.join(os.path.dirname(SCREENSHOT), name + ".png")
+    subprocess.run(["import", "-window", "root", path], check=True)
 
 
 def nodes(node):
@@ -307,10 +314,8 @@ class WindowTest(WindowCase):
         return text_of("アップデートのステータス")
 
     def picture(self, name):
-        """A picture of the screen beside the one that the run leaves."""
         time.sleep(0.3)
-        path = os.path.join(os.path.dirname(SCREENSHOT), name + ".png")
-        subprocess.run(["import", "-window", "root", path], check=True)
+        picture(name)
 
     @staticmethod
     def update_wire(data, version=b""):

@@ -13,10 +13,16 @@ mkdir -p "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR"
 chmod 700 "$XDG_RUNTIME_DIR"
 unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS
 
+# -noreset: without it the display starts anew, and what is just connecting fails, whenever its last
+# program leaves.
 # shellcheck disable=SC2016  # expanded by the inner shell
-xvfb-run -a -s "-screen 0 1024x768x24" dbus-run-session -- bash -c '
+xvfb-run -a -s "-screen 0 1024x768x24 -noreset" dbus-run-session -- bash -c '
   openbox >/dev/null 2>&1 &
   window_manager=$!
+  for ((i = 0; i < 100; ++i)); do
+    if xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; then break; fi
+    sleep 0.1
+  done
   /usr/libexec/at-spi-bus-launcher --launch-immediately >/dev/null 2>&1 &
   bus=$!
   status=0

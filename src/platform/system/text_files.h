@@ -30,13 +30,12 @@ namespace fenwright::platform {
 ///   the old one, and where the file has several names (hard links). On POSIX also one that cannot
 ///   be given to the other's owner, or that has a list of rights besides its mode. On Windows also
 ///   one that has rights or attributes which a new file does not get there, a stream in a file,
-///   what a link to nothing stands for, and a file that somebody has open and shares for
-///   everything.
+///   what a link to nothing stands for, and a file that somebody has open, shares for writing and
+///   does not close within half a second.
 /// - POSIX: the constructor makes the process ignore SIGXFSZ, unless somebody handles it, since
 ///   reaching a size limit would end the program otherwise.
 /// - Windows: paths of any length. A file that another program holds at the moment (virus scanners
-///   and indexers look at new files) is tried again for half a second before it is refused; so is
-///   one that may not be replaced at the moment.
+///   and indexers look at new files) is tried again for half a second before it is refused.
 class SystemTextFiles final : public TextFiles {
  public:
   SystemTextFiles();

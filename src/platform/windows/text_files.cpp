@@ -232,13 +232,6 @@ bool IsRefused(DWORD error) {
          error == ERROR_FILENAME_EXCED_RANGE;
 }
 
-/// True when somebody has the file open and does not want it deleted or written.
-bool IsGuarded(const std::wstring& path) {
-  const File probe(CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, kShareAll, nullptr,
-                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  return !probe.IsOpen() && GetLastError() == ERROR_SHARING_VIOLATION;
-}
-
 /// A new file that goes with the object, unless it has taken another one's place.
 class TemporaryFile {
  public:
@@ -323,7 +316,7 @@ std::optional<FileResult> Replace(std::string_view path, std::string_view conten
   if (!filled) return filled;
   existing.Close();
   error = replacement.MoveTo(target.Path);
-  if (IsRefused(error) && !IsGuarded(target.Path)) return std::nullopt;
+  if (IsRefused(error)) return std::nullopt;
   return ResultOf(error);
 }
 
