@@ -82,7 +82,7 @@ run_window_tests() {
   end_wine
   mkdir -p "$pictures"
   # shellcheck disable=SC2016  # expanded by the inner shell
-  with_limit 900 xvfb-run -a -s "-screen 0 1280x960x24" bash -c '
+  with_limit 900 xvfb-run -a -s "-screen 0 1280x960x24 -noreset" bash -c '
     openbox >/dev/null 2>&1 &
     window_manager=$!
     status=0

@@ -73,8 +73,7 @@ class SessionTest(window_test.WindowTest):
         click(find(name, "push button"))
 
     def close_window(self, process):
-        xdotool("windowactivate", "--sync", main_window())
-        xdotool("key", "--clearmodifiers", "alt+F4")
+        window_test.close_window(window_test.MAIN_TITLE)
         self.assertEqual(process.wait(10), 0)
 
     def first_session(self):

@@ -145,7 +145,7 @@ class WindowsWindowTest(unittest.TestCase):
         return process, found[0]
 
     def close_window(self, process, window):
-        key(window, "alt+F4")
+        run("wmctrl", "-i", "-c", hex(int(window)))
         self.assertEqual(process.wait(30), 0)
 
     def wire(self, folder=None):
