@@ -28,6 +28,9 @@ SETTINGS = r"HKCU\Software\FenwrightV6\Settings"
 DEVICE_INDEX = 11  # AT90S8515 in the selector
 WORDS = 150
 CAPTION = "^New Fenwright"
+MESSAGE = "^FenwrightV6$"
+COM_DIALOG = "^通信ポート選択$"
+FILE_DIALOG = "^コードファイル ＆ データファイルを開く$"
 
 
 def wait_for(what, condition, seconds=60):
@@ -75,11 +78,26 @@ def geometry(window):
     return [int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")]
 
 
+def activate(window):
+    """Gives a window the keyboard, and Wine the time to notice."""
+    wait_for("the keyboard", lambda: subprocess.run(
+        ["xdotool", "windowactivate", window, "getactivewindow"], capture_output=True,
+        text=True).stdout.strip() == window)
+    time.sleep(0.5)
+
+
 def key(window, *keys):
-    run("xdotool", "windowactivate", "--sync", window)
+    activate(window)
     for name in keys:
         run("xdotool", "key", "--clearmodifiers", name)
         time.sleep(0.3)
+
+
+def answer(caption, *keys):
+    """Presses keys in the dialog with such a caption, which is to go then."""
+    dialog = wait_for("the dialog " + caption, lambda: windows(caption))
+    key(dialog[0], *keys)
+    wait_for("the dialog to go: " + caption, lambda: dialog[0] not in windows(caption))
 
 
 def picture(name):
@@ -87,6 +105,13 @@ def picture(name):
     path = os.path.join(PICTURES, name)
     run("import", "-window", "root", path)
     return int(run("identify", "-format", "%k", path))
+
+
+def looks(window):
+    """What stands in the status line of a window, as a text that differs when the looks do."""
+    left, top, width, height = geometry(window)
+    return run("import", "-window", "root", "-crop", f"{width}x40+{left}+{top + height - 40}",
+               "-format", "%#", "info:")
 
 
 class WindowsWindowTest(unittest.TestCase):
@@ -163,6 +188,7 @@ class WindowsWindowTest(unittest.TestCase):
         process, window = self.start_window("--folder", self.folder, self.path("コード.hex"))
         wait_for("the file", lambda: "ファイルをオープンしました。" in self.trace())
         self.assertGreater(picture("windows-opened.png"), 100, "the picture is all but empty")
+        status_line = looks(window)
 
         key(window, "F5")
 
@@ -172,10 +198,11 @@ class WindowsWindowTest(unittest.TestCase):
         dump = self.read("dump")
         self.assertEqual(dump[:len(self.flash)], self.flash)
         self.assertEqual(dump[8192:8192 + len(self.eeprom)], self.eeprom)
-        time.sleep(1)
-        self.assertGreater(picture("windows-programmed.png"), 100, "the picture is all but empty")
-        run("xdotool", "key", "Return")  # the message about the result
-        time.sleep(1)
+        wait_for("the message about the result", lambda: windows(MESSAGE))
+        time.sleep(0.5)
+        picture("windows-programmed.png")
+        answer(MESSAGE, "Return")
+        self.assertNotEqual(looks(window), status_line, "the status line tells no result")
         self.close_window(process, window)
         self.assertIn("\r\n>>>>> START <<<<<\t", self.trace())
         self.assertFalse(os.path.exists(self.path("avrhex.txt")))
@@ -192,24 +219,19 @@ class WindowsWindowTest(unittest.TestCase):
 
         # The system's own dialog.
         key(window, "ctrl+o")
-        dialog = wait_for("the file dialog", lambda: windows("コードファイル ＆ データファイルを開く"))
-        run("xdotool", "windowactivate", "--sync", dialog[0])
-        time.sleep(1)
+        dialog = wait_for("the file dialog", lambda: windows(FILE_DIALOG))
+        activate(dialog[0])
         picture("windows-file-dialog.png")
         run("xdotool", "type", "--delay", "30", wine("winepath", "-w", os.path.join(
             os.path.dirname(place), "code.hex")).strip())
-        run("xdotool", "key", "Return")
+        answer(FILE_DIALOG, "Return")
         wait_for("the file", lambda: "ファイルをオープンしました。" in self.trace())
-        wait_for("the dialog to go", lambda: windows() == [window] and not windows(
-            "コードファイル ＆ データファイルを開く"))
 
         key(window, "F5")
         wait_for("the result", lambda: "プログラミング正常終了。" in self.trace())
         self.assertEqual(self.wire(os.path.dirname(place)), program_wire(self.flash, b""))
         self.assertNotEqual(self.read("avrhex.txt"), b"")
-        time.sleep(1)
-        run("xdotool", "key", "Return")  # the message about the result
-        time.sleep(1)
+        answer(MESSAGE, "Return")
 
         # The manual is opened by the program that is registered for such files.
         manual = "readme_tarnwick6.pdf"
@@ -251,11 +273,50 @@ class WindowsWindowTest(unittest.TestCase):
 
     def test_a_second_run_ends_at_once_and_the_first_goes_on(self):
         process, window = self.start_window("--folder", self.folder)
+        trace = self.trace()
+        began = time.monotonic()
         second = self.start(WINE, os.path.join(FOLDER, "fenwright.exe"), "--folder", self.folder)
         self.assertEqual(second.wait(30), 0)
+        self.assertLess(time.monotonic() - began, 10)
         self.assertEqual(windows(), [window])
         self.assertIsNone(process.poll())
+        self.assertEqual(self.trace(), trace)
         self.close_window(process, window)
+
+    def test_the_first_start_asks_for_the_port_and_the_second_does_not(self):
+        wine("reg", "delete", r"HKCU\Software\FenwrightV6", "/f")
+        self.start_board()
+        process = self.start(WINE, os.path.join(FOLDER, "fenwright.exe"), "--folder", self.folder)
+        dialog = wait_for("the dialog for the port", lambda: windows(COM_DIALOG))
+        # There is no COM7 here: the box says so, the dialog stays and nothing is stored.
+        key(dialog[0], *["Down"] * 7)
+        picture("windows-com-dialog.png")
+        key(dialog[0], "Return")
+        answer("^ポートオープン失敗$", "Return")
+        self.assertNotIn("ComNox", registry(SETTINGS))
+        self.assertEqual(windows(COM_DIALOG), dialog)
+        self.assertEqual(self.wire(), b"")
+
+        answer(COM_DIALOG, *["Up"] * 4, "Return")
+        wait_for("the link check", self.wire)
+        window = wait_for("the window", windows)
+        wait_for("the port to be stored", lambda: registry(SETTINGS).get("ComNox") == "3")
+        self.assertEqual(registry(SETTINGS)["Index_Com_Flag"], "1")
+        time.sleep(1)
+        self.close_window(process, window[0])
+
+        process, window = self.start_window("--folder", self.folder)
+        self.assertEqual(windows(COM_DIALOG), [])
+        self.close_window(process, window)
+
+    def test_a_setting_that_makes_no_sense_ends_the_start_with_a_message(self):
+        set_value("MainWidth", "wide")
+        process = self.start(WINE, os.path.join(FOLDER, "fenwright.exe"), "--folder", self.folder)
+        wait_for("the message", lambda: windows(MESSAGE))
+        picture("windows-bad-setting.png")
+        answer(MESSAGE, "Return")
+        self.assertEqual(process.wait(30), 1)
+        self.assertEqual(registry(SETTINGS)["MainWidth"], "wide")
 
     def test_the_installer_installs_and_uninstalls_without_asking(self):
         def class_values():
