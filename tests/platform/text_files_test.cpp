@@ -21,6 +21,20 @@ namespace {
 
 using Status = FileResult::Status;
 
+std::string Named(const FileResult& result) {
+  switch (result.Code) {
+    case Status::Ok:
+      return "ok";
+    case Status::NotFound:
+      return "not found";
+    case Status::AccessRefused:
+      return "refused";
+    case Status::Failed:
+      break;
+  }
+  return "failed";
+}
+
 class TheSystemsFiles : public testing::Test {
  protected:
   std::string Path(const std::string& name = "file") const { return folder_.File(name); }
@@ -54,23 +68,17 @@ class TheSystemsFiles : public testing::Test {
     return names;
   }
 
+  /// What Write() tells a user who has no rights but those that everybody has.
+  std::string WriteWithoutPrivileges(std::string_view content) {
+    return RunInChild([&] {
+      DropPrivileges();
+      return Named(files_.Write(Path(), content));
+    });
+  }
+
   TemporaryFolder folder_;
   SystemTextFiles files_;
 };
-
-std::string Named(const FileResult& result) {
-  switch (result.Code) {
-    case Status::Ok:
-      return "ok";
-    case Status::NotFound:
-      return "not found";
-    case Status::AccessRefused:
-      return "refused";
-    case Status::Failed:
-      break;
-  }
-  return "failed";
-}
 
 TEST_F(TheSystemsFiles, AnExistingFileIsSeenAndAFolderIsNone) {
   EXPECT_FALSE(files_.Exists(Path()));
@@ -175,10 +183,7 @@ TEST_F(TheSystemsFiles, AFileThatCannotBeGivenToItsOwnerIsWrittenInPlace) {
   SetMode(Path(), 0666);
   SetMode(folder_.Path(), 0777);
   const struct stat before = InfoOf(Path());
-  const std::string outcome = RunInChild([&] {
-    DropPrivileges();
-    return Named(files_.Write(Path(), "after"));
-  });
+  const std::string outcome = WriteWithoutPrivileges("after");
   EXPECT_EQ(outcome, "ok");
   EXPECT_EQ(ContentOf(Path()), "after");
   EXPECT_EQ(InfoOf(Path()).st_ino, before.st_ino);
@@ -191,10 +196,7 @@ TEST_F(TheSystemsFiles, AFileInAFolderThatTakesNoOtherIsWrittenInPlace) {
   SetMode(Path(), 0666);
   SetMode(folder_.Path(), 0555);
   const struct stat before = InfoOf(Path());
-  const std::string outcome = RunInChild([&] {
-    DropPrivileges();
-    return Named(files_.Write(Path(), "after"));
-  });
+  const std::string outcome = WriteWithoutPrivileges("after");
   EXPECT_EQ(outcome, "ok");
   EXPECT_EQ(ContentOf(Path()), "after");
   EXPECT_EQ(InfoOf(Path()).st_ino, before.st_ino);
@@ -405,10 +407,7 @@ TEST_F(TheSystemsFiles, AReadOnlyFileInAFolderThatTakesFilesIsRefusedAndStays) {
   SetMode(Path(), 0444);
   SetMode(folder_.Path(), 0777);
   const struct stat before = InfoOf(Path());
-  const std::string outcome = RunInChild([&] {
-    DropPrivileges();
-    return Named(files_.Write(Path(), "x"));
-  });
+  const std::string outcome = WriteWithoutPrivileges("x");
   EXPECT_EQ(outcome, "refused");
   EXPECT_EQ(ContentOf(Path()), "kept");
   EXPECT_EQ(InfoOf(Path()).st_ino, before.st_ino);
