@@ -23,7 +23,7 @@ target_compile_options(
             -Wnull-dereference
             -Wdouble-promotion
             -Wformat=2
-            -Werror
+            $<$<BOOL:${FENWRIGHT_WERROR}>:-Werror>
             # Designated initialisers leave out fields on purpose: they keep their defaults.
             -Wno-missing-field-initializers
             # GCC 12 reports both inside libstdc++'s own strings (for the latter see GCC's bug 105651).

@@ -67,25 +67,59 @@ fi
 readonly work=$folder.work
 mkdir -p "$work"
 
+# debian_entries: the entries of the machine's source lists for Debian's own packages, as FILE:NUMBER.
+debian_entries() {
+  # shellcheck disable=SC2016  # apt fills in the name
+  apt-get indextargets --format '$(SOURCESENTRY)' 'Created-By: Packages' 'Origin: Debian' | sort -u
+}
+
+# write_source_lists FOLDER: the same entries for source packages, with all that they say about
+# keys. The number is that of the line in a .list, of the stanza in a .sources.
+write_source_lists() {
+  local entries entry
+  entries=$(debian_entries)
+  if [[ -z $entries ]]; then
+    # Nobody has fetched the lists, or somebody has removed them.
+    need_root "run: apt-get update"
+    apt_get update
+    entries=$(debian_entries)
+  fi
+  [[ -n $entries ]] || die "the machine's apt gets no packages from Debian"
+  while IFS= read -r entry; do
+    case "$entry" in
+      *.sources:*)
+        awk -v wanted="${entry##*:}" '
+          /^#/ { next }
+          /^[ \t]*$/ { inside = 0; next }
+          !inside { inside = 1; ++stanza }
+          stanza == wanted { print tolower($0) ~ /^types:/ ? "Types: deb-src" : $0 }
+          END { print "" }
+        ' "${entry%:*}" >>"$1/debian.sources"
+        ;;
+      *)
+        sed -n "${entry##*:}s/^[[:blank:]]*deb\([[:blank:]]\)/deb-src\1/p" "${entry%:*}" \
+          >>"$1/debian.list"
+        ;;
+    esac
+  done <<<"$entries"
+}
+
 # fetch_source: unpacks the source package into $work/source. The places are those that the machine
-# gets its own Debian packages from; lists and configuration are private, the machine's stay as they are.
+# gets its own Debian packages from; lists and configuration are private.
 fetch_source() {
-  rm -rf "$work/apt" "$work/download" "$work/source"
-  mkdir -p "$work/apt/lists/partial" "$work/apt/cache/archives/partial" "$work/download"
-  # shellcheck disable=SC2016  # apt fills in the names
-  apt-get indextargets --format 'deb-src $(SITE) $(RELEASE) $(COMPONENT)' \
-    'Created-By: Packages' 'Origin: Debian' | sort -u >"$work/apt/sources.list"
-  [[ -s $work/apt/sources.list ]] ||
-    die "the machine's apt knows no Debian packages: apt-get update"
-  local apt_get=(apt-get -qq
-    -o "Dir::Etc::sourcelist=$work/apt/sources.list" -o "Dir::Etc::sourceparts=-"
+  rm -rf "$work/apt" "$work/download" "$work/source.new"
+  mkdir -p "$work/apt/sources" "$work/apt/lists/partial" "$work/apt/cache/archives/partial" \
+    "$work/download"
+  write_source_lists "$work/apt/sources"
+  local private_apt=(apt-get -qq
+    -o "Dir::Etc::sourcelist=-" -o "Dir::Etc::sourceparts=$work/apt/sources"
     -o "Dir::State::lists=$work/apt/lists" -o "Dir::Cache=$work/apt/cache")
   if ((EUID == 0)); then
     # The unprivileged downloader could not write here.
-    apt_get+=(-o "APT::Sandbox::User=root")
+    private_apt+=(-o "APT::Sandbox::User=root")
   fi
-  "${apt_get[@]}" update
-  (cd "$work/download" && "${apt_get[@]}" source --download-only "qt6-base=$version")
+  "${private_apt[@]}" update
+  (cd "$work/download" && "${private_apt[@]}" source --download-only "qt6-base=$version")
   dpkg-source --no-check --extract "$work/download/"*.dsc "$work/source.new"
   mv "$work/source.new" "$work/source"
 }

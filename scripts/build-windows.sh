@@ -26,6 +26,11 @@ echo "$FENWRIGHT_QT_DIR"
 
 say "Building the windows preset in build/windows"
 use_ccache
+# What CMake has found in the folder of another Qt it would go on using.
+configured_qt=$(sed -n 's/^FENWRIGHT_QT_DIR:[^=]*=//p' "$build_dir/CMakeCache.txt" 2>/dev/null || true)
+if [[ -n $configured_qt && $configured_qt != "$FENWRIGHT_QT_DIR" ]]; then
+  configure_preset windows --fresh
+fi
 build_preset windows
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:[^=]*=//p' "$build_dir/CMakeCache.txt")
 [[ -n $version ]] || die "the build does not tell the version"
@@ -36,8 +41,22 @@ if [[ -f tools/manual/CMakeLists.txt ]]; then
   build_preset dev manual
 fi
 
-# with_crlf FILE OUT: a text as Windows programs expect it.
-with_crlf() { sed 's/\r*$/\r/' "$1" >"$2"; }
+# windows_text FILE: the text as every editor of Windows reads it. Older ones take a text without the
+# mark at the beginning for one in the system's code page.
+windows_text() {
+  printf '\xEF\xBB\xBF'
+  sed 's/\r*$/\r/' "$1"
+}
+
+# removal_of FOLDER: the installer's commands that remove what is in FOLDER from $INSTDIR, and
+# nothing else.
+# shellcheck disable=SC2016  # $INSTDIR is the installer's
+removal_of() {
+  find "$1" -mindepth 1 -type f -printf '%P\n' | LC_ALL=C sort |
+    sed 's|/|\\|g; s|.*|Delete "$INSTDIR\\&"|'
+  find "$1" -mindepth 1 -depth -type d -printf '%P\n' |
+    sed 's|/|\\|g; s|.*|RMDir "$INSTDIR\\&"|'
+}
 
 say "Packing version $version"
 readonly name=fenwright-$version-windows
@@ -50,14 +69,16 @@ done
 if [[ -f build/dev/apps/fenwright/$manual ]]; then
   cp "build/dev/apps/fenwright/$manual" "$folder/"
 fi
-with_crlf packaging/windows/readme.txt "$folder/readme.txt"
+windows_text packaging/windows/readme_fenwright.txt >"$folder/readme_fenwright.txt"
 while IFS= read -r file; do
   mkdir -p "$folder/$(dirname "$file")"
   cp "$file" "$folder/$file"
 done < <(find examples -mindepth 1 -type f ! -name '*.sh' | LC_ALL=C sort)
 
 (cd "$dist_dir" && cmake -E tar cf "$name.zip" --format=zip "$name")
+removal_of "$folder" >"$build_dir/removal.nsh"
 makensis -V2 -INPUTCHARSET UTF8 "-DVERSION=$version" "-DSOURCE=$folder" \
-  "-DOUTPUT=$dist_dir/fenwright-$version-setup.exe" "$repo_root/packaging/windows/installer.nsi"
+  "-DREMOVAL=$build_dir/removal.nsh" "-DOUTPUT=$dist_dir/fenwright-$version-setup.exe" \
+  "$repo_root/packaging/windows/installer.nsi"
 
 (cd "$dist_dir" && du -h --apparent-size "$name"/*.exe ./*.zip ./*-setup.exe)

@@ -53,16 +53,8 @@ if ((${#missing[@]} == 0)); then
   exit 0
 fi
 
-as_root=()
-if ((EUID != 0)); then
-  command -v sudo >/dev/null || die "not root and no sudo; as root, install: ${missing[*]}"
-  as_root=(sudo)
-fi
+need_root "install: ${missing[*]}"
 
 echo "Installing ${#missing[@]} Debian packages (${groups[*]}): ${missing[*]}"
-apt_get() {
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get -qq -o DPkg::Lock::Timeout=300 -o Dpkg::Use-Pty=0 "$@"
-}
 apt_get update
 apt_get install -y --no-install-recommends "${missing[@]}" >/dev/null

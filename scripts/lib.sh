@@ -9,11 +9,32 @@ if [[ -z ${LC_ALL-} && -z ${LC_CTYPE-} && -z ${LANG-} ]]; then
   export LC_ALL=C.UTF-8
 fi
 
+# The scripts change folders; a relative one is meant from where they are called.
+if [[ -n ${FENWRIGHT_CACHE-} ]]; then
+  FENWRIGHT_CACHE=$(realpath -m -- "$FENWRIGHT_CACHE")
+  export FENWRIGHT_CACHE
+fi
+
 say() { printf '\n==> %s\n' "$*"; }
 
 die() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2
   exit 1
+}
+
+# need_root WHAT: ends the script when apt_get could not become root; WHAT is left to the reader.
+need_root() {
+  ((EUID == 0)) || command -v sudo >/dev/null || die "not root and no sudo; as root, $1"
+}
+
+# apt_get ARGUMENT...: the machine's own apt-get, as root and without questions.
+apt_get() {
+  local as_root=()
+  if ((EUID != 0)); then
+    as_root=(sudo)
+  fi
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -qq -o DPkg::Lock::Timeout=300 -o Dpkg::Use-Pty=0 "$@"
 }
 
 # CMake takes the compiler launcher from the environment when a build folder is made.
@@ -28,11 +49,11 @@ use_ccache() {
   fi
 }
 
-# configure_preset NAME: quiet unless it fails.
+# configure_preset NAME [OPTION...]: quiet unless it fails.
 configure_preset() {
   local log
   log=$(mktemp)
-  if ! (cd "$repo_root" && cmake --preset "$1") >"$log" 2>&1; then
+  if ! (cd "$repo_root" && cmake --preset "$@") >"$log" 2>&1; then
     cat "$log" >&2
     rm -f "$log"
     return 1

@@ -24,6 +24,10 @@ archive=$unpacked.zip
 setup=$(echo "$build_dir"/dist/fenwright-*-setup.exe)
 [[ -x $unpacked/fenwright.exe && -f $archive && -f $setup ]] ||
   die "nothing to test: scripts/build-windows.sh builds it"
+for program in fenwright fenwright-cli; do
+  [[ $unpacked/$program.exe -nt $build_dir/apps/$program/$program.exe ]] ||
+    die "build/windows/dist has an older $program.exe than was built: scripts/build-windows.sh packs it"
+done
 
 "$script_dir/install-packages.sh" build test windows-test
 

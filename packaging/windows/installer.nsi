@@ -1,15 +1,17 @@
 ; The installer: for the user alone, without asking for an administrator.
 ;
-;   makensis -INPUTCHARSET UTF8 -DVERSION=6.5.5 -DSOURCE=FOLDER -DOUTPUT=FILE.exe installer.nsi
+;   makensis -INPUTCHARSET UTF8 -DVERSION=6.5.5 -DSOURCE=FOLDER -DREMOVAL=FILE.nsh -DOUTPUT=FILE.exe
+;            installer.nsi
 ;
-; FOLDER holds what the portable archive holds. /S installs and uninstalls without a window, /D=DIR
-; names another folder.
+; SOURCE holds what the portable archive holds, REMOVAL the commands that remove just that from
+; $INSTDIR. /S installs and uninstalls without a window, /D=DIR names another folder.
 ; As the programs: for 64-bit Windows.
 Target amd64-unicode
 Unicode true
 SetCompressor /SOLID lzma
 ManifestDPIAware true
 
+!include "FileFunc.nsh"
 !include "MUI2.nsh"
 
 !define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\Fenwright"
@@ -43,10 +45,10 @@ LangString ManualName ${LANG_ENGLISH} "Fenwright manual (Japanese)"
 LangString FileTypeName ${LANG_JAPANESE} "Intel HEX ファイル"
 LangString FileTypeName ${LANG_ENGLISH} "Intel HEX file"
 
-LangString IsRunning ${LANG_JAPANESE} \
-  "$0 を書き換えられません。Fenwright を終了してから「再試行」を押してください。"
-LangString IsRunning ${LANG_ENGLISH} \
-  "$0 cannot be replaced. Close Fenwright, then press Retry."
+LangString CannotBeWritten ${LANG_JAPANESE} \
+  "$0 に書き込めません。$\r$\n$\r$\nFenwright が動いている場合は、終了してから「再試行」を押してください。$\r$\n動いていない場合は、このフォルダーに書き込む権限があるかどうかを確認してください。"
+LangString CannotBeWritten ${LANG_ENGLISH} \
+  "$0 cannot be written.$\r$\n$\r$\nIf Fenwright is running, close it, then press Retry.$\r$\nIf it is not, check that you have the right to write to this folder."
 
 VIProductVersion "${VERSION}.0"
 VIAddVersionKey /LANG=${LANG_JAPANESE} "ProductName" "Fenwright"
@@ -60,8 +62,8 @@ VIAddVersionKey /LANG=${LANG_ENGLISH} "FileVersion" "${VERSION}"
 VIAddVersionKey /LANG=${LANG_ENGLISH} "ProductVersion" "${VERSION}"
 VIAddVersionKey /LANG=${LANG_ENGLISH} "LegalCopyright" ""
 
-; A program that runs cannot be opened for writing. Nothing is changed before all of them have
-; ended; without a window the exit code is 2.
+; A program that runs cannot be opened for writing, nor can one in a folder that the user may not
+; write to. Nothing is changed before all of them can be; without a window the exit code is 2.
 !macro WaitForEndOf PROGRAM
   !define LABEL "wait_${__COUNTER__}"
   StrCpy $0 "$INSTDIR\${PROGRAM}"
@@ -73,7 +75,8 @@ VIAddVersionKey /LANG=${LANG_ENGLISH} "LegalCopyright" ""
     FileClose $1
     Goto ${LABEL}_ended
   ${LABEL}_runs:
-    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$(IsRunning)" /SD IDCANCEL IDRETRY ${LABEL}_try
+    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$(CannotBeWritten)" /SD IDCANCEL \
+      IDRETRY ${LABEL}_try
     SetErrorLevel 2
     Quit
   ${LABEL}_ended:
@@ -85,7 +88,7 @@ Function .onInit
 FunctionEnd
 
 ; The file type is offered under "Open with"; whatever opens such files today goes on doing so.
-Section
+Section "" INSTALLATION
   !insertmacro WaitForEndOf "fenwright.exe"
   !insertmacro WaitForEndOf "fenwright-cli.exe"
   SetOutPath "$INSTDIR"
@@ -114,12 +117,16 @@ Section
   WriteRegStr HKCU "${UNINSTALL_KEY}" "InstallLocation" "$INSTDIR"
   WriteRegStr HKCU "${UNINSTALL_KEY}" "UninstallString" '"$INSTDIR\uninstall.exe"'
   WriteRegStr HKCU "${UNINSTALL_KEY}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /S'
+  WriteRegStr HKCU "${UNINSTALL_KEY}" "Publisher" "Fenwright"
+  SectionGetSize ${INSTALLATION} $0
+  WriteRegDWORD HKCU "${UNINSTALL_KEY}" "EstimatedSize" $0
   WriteRegDWORD HKCU "${UNINSTALL_KEY}" "NoModify" 1
   WriteRegDWORD HKCU "${UNINSTALL_KEY}" "NoRepair" 1
+  ${RefreshShellIcons}
 SectionEnd
 
 ; What the program itself has written into its folder goes too; the user's own files and the
-; settings stay.
+; settings stay, and with them the folders that they are in.
 Section "Uninstall"
   !insertmacro WaitForEndOf "fenwright.exe"
   !insertmacro WaitForEndOf "fenwright-cli.exe"
@@ -128,15 +135,12 @@ Section "Uninstall"
   Delete "$INSTDIR\avreep.txt"
   Delete "$INSTDIR\avrvfy.txt"
   Delete "$INSTDIR\LOG.txt"
-  Delete "$INSTDIR\fenwright.exe"
-  Delete "$INSTDIR\fenwright-cli.exe"
-  Delete "$INSTDIR\readme_tarnwick6.pdf"
-  Delete "$INSTDIR\readme.txt"
-  RMDir /r "$INSTDIR\examples"
+  !include "${REMOVAL}"
   Delete "$INSTDIR\uninstall.exe"
   RMDir "$INSTDIR"
 
-  RMDir /r "$SMPROGRAMS\Fenwright"
+  Delete "$SMPROGRAMS\Fenwright\*.lnk"
+  RMDir "$SMPROGRAMS\Fenwright"
 
   DeleteRegValue HKCU "${CLASSES}\.hex\OpenWithProgids" "${FILE_TYPE}"
   DeleteRegKey /ifempty HKCU "${CLASSES}\.hex\OpenWithProgids"
@@ -147,4 +151,5 @@ Section "Uninstall"
   DeleteRegKey HKCU "${CLASSES}\${FILE_TYPE}"
   DeleteRegKey HKCU "${CLASSES}\Applications\fenwright.exe"
   DeleteRegKey HKCU "${UNINSTALL_KEY}"
+  ${RefreshShellIcons}
 SectionEnd

@@ -11,6 +11,7 @@ portable archive of it, SETUP the installer, BOARD fenwright-board, and PICTURES
 pictures of the screen.
 """
 
+import glob
 import os
 import random
 import re
@@ -319,20 +320,33 @@ class WindowsWindowTest(unittest.TestCase):
         self.assertEqual(registry(SETTINGS)["MainWidth"], "wide")
 
     def test_the_installer_installs_and_uninstalls_without_asking(self):
+        entry = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Fenwright"
+        shipped = [os.path.relpath(os.path.join(folder, name), FOLDER)
+                   for folder, _, files in os.walk(FOLDER) for name in files]
+        self.assertIn("examples/blink/blink.hex", shipped)
+
         def class_values():
             return (registry(r"HKCU\Software\Classes\.hex\OpenWithProgids"),
                     registry(r"HKCU\Software\Classes\Fenwright.HexFile\shell\open\command"))
 
         wine(SETUP, "/S", seconds=120)
-        place = registry(r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Fenwright")
+        place = registry(entry)
         self.assertEqual(place["DisplayVersion"], "6.5.5")
+        self.assertEqual(place["Publisher"], "Fenwright")
+        size = sum(os.path.getsize(os.path.join(FOLDER, name)) for name in shipped) / 1024
+        self.assertAlmostEqual(int(place["EstimatedSize"], 16), size, delta=size / 50)
         installed = wine("winepath", "-u", place["InstallLocation"]).strip()
         self.assertIn("AppData/Local/Programs/Fenwright", installed)
         program = os.path.join(installed, "fenwright.exe")
-        for folder, _, files in os.walk(FOLDER):
-            for name in files:
-                relative = os.path.relpath(os.path.join(folder, name), FOLDER)
-                self.assertTrue(os.path.exists(os.path.join(installed, relative)), relative)
+        for name in shipped:
+            self.assertTrue(os.path.exists(os.path.join(installed, name)), name)
+        with open(os.path.join(installed, "readme_fenwright.txt"), "rb") as file:
+            readme = file.read()
+        self.assertTrue(readme.startswith("\ufeffFenwright - ".encode()), readme[:20])
+        self.assertEqual(readme.count(b"\n"), readme.count(b"\r\n"))
+        [menu] = glob.glob(os.path.join(PREFIX, "drive_c/users/*/AppData/Roaming/Microsoft/Windows"
+                                                "/Start Menu/Programs/Fenwright"))
+        self.assertIn("Fenwright.lnk", os.listdir(menu))
         types, command = class_values()
         self.assertIn("Fenwright.HexFile", types)
         self.assertEqual(command["(Default)"],
@@ -354,11 +368,30 @@ class WindowsWindowTest(unittest.TestCase):
         self.close_window(process, window)
 
         wine(uninstall, "/S", seconds=120)
-        wait_for("the folder to go", lambda: not os.path.exists(installed))
+        wait_for("the entry to go", lambda: not registry(entry))  # the last thing that goes
+        self.assertFalse(os.path.exists(installed))
         self.assertEqual(class_values(), ({}, {}))
-        self.assertEqual(
-            registry(r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Fenwright"), {})
+        self.assertFalse(os.path.exists(menu))
         self.assertEqual(registry(SETTINGS)["device"], str(DEVICE_INDEX), "settings must stay")
+
+        # In a folder of the user's own his files stay as they are, and nothing else does.
+        chosen = self.path("道具箱")
+        own = ["readme.txt", "道具.exe", "examples/自作.hex", "examples/blink/blink.bak"]
+        for name in own:
+            os.makedirs(os.path.dirname(os.path.join(chosen, name)), exist_ok=True)
+            self.write(os.path.join(chosen, name), "own " + name)
+        wine(SETUP, "/S", "/D=" + wine("winepath", "-w", chosen).strip(), seconds=120)
+        for name in shipped:
+            self.assertTrue(os.path.exists(os.path.join(chosen, name)), name)
+        wine(os.path.join(chosen, "uninstall.exe"), "/S", seconds=120)
+        wait_for("the entry to go", lambda: not registry(entry))
+        left = [os.path.relpath(os.path.join(folder, name), chosen)
+                for folder, _, files in os.walk(chosen) for name in files]
+        self.assertEqual(sorted(left), sorted(own))
+        for name in own:
+            self.assertEqual(self.read(os.path.join(chosen, name)), ("own " + name).encode())
+        self.assertEqual(os.listdir(os.path.join(chosen, "examples", "blink")), ["blink.bak"])
+        self.assertFalse(os.path.exists(os.path.join(chosen, "examples", "counter-eeprom")))
 
 
 if __name__ == "__main__":
