@@ -277,6 +277,8 @@ nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
           {"fields", FieldsAsJson(session)},
           {"old_bytes", BytesAsJson(plan.OldBytes)},
           {"new_bytes", BytesAsJson(plan.NewBytes)},
+          {"changes", plan.Changes},
+          {"notes", plan.Notes},
           {"written", written}};
 }
 

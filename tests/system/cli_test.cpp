@@ -853,6 +853,14 @@ TEST_F(Cli, AnItemWithoutBitsOfItsOwnIsToldBeforeItIsWritten) {
   EXPECT_THAT(dry_run("AT90S2323", "FSTRT=1"), Not(HasSubstr("is written as")));
 }
 
+TEST_F(Cli, WriteFusesAsJsonTellsWhatElseComesOfIt) {
+  const auto dry = nlohmann::json::parse(Run({"--simulate", "--json", "--device", "ATtiny15L",
+                                              "write-fuses", "--dry-run", "BODEN=Enable"})
+                                             .Out);
+  EXPECT_EQ(dry["changes"], nlohmann::json::array({"BODEN: Disable -> Enable"}));
+  EXPECT_EQ(dry["notes"], nlohmann::json::array({"CKSEL: 00 is written as 10"}));
+}
+
 TEST_F(Cli, ALockedDeviceIsSaidToKeepItsFuseBits) {
   const char* const note = "  the device is locked: it keeps its fuse bits until it is erased\n";
   BoardProgram board("ATtiny12L");
@@ -950,6 +958,9 @@ TEST_F(Cli, WriteFusesAsJsonTellsOldAndNewBytes) {
   EXPECT_EQ(json["command"], "write-fuses");
   EXPECT_EQ(json["old_bytes"], (nlohmann::json{{"Lock/Fuse", 0xDF}}));
   EXPECT_EQ(json["new_bytes"], (nlohmann::json{{"Fuse", 0xBE}, {"Lock", 0xFD}}));
+  EXPECT_EQ(json["changes"],
+            (nlohmann::json{"FSTRT: Disable -> Enable", "LOCK: プロテクトなし -> 書込み禁止"}));
+  EXPECT_EQ(json["notes"], nlohmann::json::array());
   EXPECT_EQ(json["written"], true);
   const auto dry = nlohmann::json::parse(
       Run({"--simulate", "--json", "--device", "AT90S2323", "write-fuses", "--dry-run", "FSTRT=0"})
