@@ -1,7 +1,9 @@
 #include "cli_platform.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstddef>
+#include <thread>
 
 namespace fenwright::cli {
 namespace {
@@ -13,9 +15,20 @@ void NoteSignal(int number) {
   std::signal(number, SIG_DFL);
 }
 
+#ifdef SIGBREAK
+/// Comes on a thread of its own for Ctrl-Break, and when the console is closed or the user logs
+/// off: the process ends with the return then, so the run is given the time to end by itself. The
+/// system does not wait longer than this either.
+void NoteBreak(int number) {
+  constexpr std::chrono::seconds kLongest{5};
+  NoteSignal(number);
+  std::this_thread::sleep_for(kLongest);
+}
+#endif
+
 /// A signal that the caller has the program ignore (nohup, a background job) stays ignored.
-void Watch(int number) {
-  if (std::signal(number, NoteSignal) == SIG_IGN) std::signal(number, SIG_IGN);
+void Watch(int number, void (*note)(int) = NoteSignal) {
+  if (std::signal(number, note) == SIG_IGN) std::signal(number, SIG_IGN);
 }
 
 }  // namespace
@@ -25,6 +38,9 @@ SignalEventLoop::SignalEventLoop(core::AppState& state) : state_(state) {
   Watch(SIGTERM);
 #ifdef SIGHUP
   Watch(SIGHUP);
+#endif
+#ifdef SIGBREAK
+  Watch(SIGBREAK, NoteBreak);
 #endif
 #ifdef SIGPIPE
   // A reader of the output that goes away must not end the program in the middle of a write.

@@ -21,8 +21,9 @@ namespace fenwright::cli {
 
 // The window's interfaces at the command line: texts are printed, nothing is asked.
 
-/// Turns Ctrl-C (and a request to terminate) into a stop request, which takes effect when the
-/// running exchange has returned. A second one ends the program at once. One object per process.
+/// Turns Ctrl-C (and a request to terminate, and on Windows Ctrl-Break and the closing of the
+/// console) into a stop request, which takes effect when the running exchange has returned. A
+/// second one ends the program at once. One object per process.
 class SignalEventLoop final : public platform::EventLoop {
  public:
   explicit SignalEventLoop(core::AppState& state);
