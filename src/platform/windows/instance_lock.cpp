@@ -20,7 +20,8 @@ class NamedMutex final : public SingleInstance {
   bool Claim() override {
     if (handle_ != nullptr) return true;
     HANDLE const made = CreateMutexW(nullptr, FALSE, name_.c_str());
-    if (made == nullptr) return true;
+    // A run with higher rights keeps its mutex from this one.
+    if (made == nullptr) return GetLastError() != ERROR_ACCESS_DENIED;
     if (GetLastError() == ERROR_ALREADY_EXISTS) {
       CloseHandle(made);
       return false;
