@@ -176,6 +176,9 @@ TEST_F(WindowsCli, ReadsWhatIsInTheChipAndSavesTheSameFilesAsOnLinux) {
   const std::string code = ReadFile(folder_.File("読み出し.hex"));
   const std::string data = ReadFile(folder_.File("読み出し.eep"));
   EXPECT_THAT(code, ::testing::StartsWith(":10"));
+  for (const char* name : {"読み出し.hex", "読み出し.eep"}) {
+    ASSERT_TRUE(std::filesystem::remove(folder_.File(name))) << name;
+  }
   ASSERT_EQ(RunIn(folder_.Path().string(), {FENWRIGHT_CLI_PROGRAM},
                   with_port("COM3=" + port.Board.Link(), read))
                 .Code,
