@@ -2,14 +2,14 @@
 
 #include <windows.h>
 
-#include "platform/windows/wide_text.h"
+#include "platform/windows/system_path.h"
 
 namespace fenwright::platform {
 
 // Rights depend on too much here: only making a file tells.
 bool MayWriteInto(const std::string& path) {
   const std::wstring probe =
-      ToWide(path + "\\fenwright-" + std::to_string(GetCurrentProcessId()) + ".tmp");
+      SystemPath(path + "\\fenwright-" + std::to_string(GetCurrentProcessId()) + ".tmp");
   HANDLE const file = CreateFileW(probe.c_str(), GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
                                   FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;

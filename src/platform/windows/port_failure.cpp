@@ -3,10 +3,14 @@
 #include <string_view>
 #include <windows.h>
 
+#include "platform/windows/patience.h"
 #include "platform/windows/system_reason.h"
 
 namespace fenwright::platform {
 namespace {
+
+/// The system may make each pause half as long again.
+constexpr Patience kPatience{.Attempts = 5, .MillisecondsBetween = 40};
 
 constexpr std::string_view kDevicePrefix = R"(\\.\)";
 
@@ -53,6 +57,11 @@ std::string ReasonOf(PortOpenStatus status, const std::string& name, unsigned lo
 PortOpenResult DescribePortFailure(const std::string& path, unsigned long error) {
   const PortOpenStatus status = StatusOf(error);
   return {status, path, ReasonOf(status, NameOf(path), error) + " (" + SystemReason(error) + ")"};
+}
+
+unsigned long OpenPatiently(const std::function<unsigned long()>& open) {
+  return WithPatience(kPatience, open,
+                      [](unsigned long error) { return error == ERROR_ACCESS_DENIED; });
 }
 
 }  // namespace fenwright::platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "platform/serial_control.h"
@@ -15,5 +16,10 @@ namespace fenwright::platform {
 ///   refusal means that another program has the port open.
 /// - anything else: failed.
 PortOpenResult DescribePortFailure(const std::string& path, unsigned long error);
+
+/// Calls `open`, which gives a value of GetLastError(), until the port is not refused any more
+/// (ERROR_ACCESS_DENIED), for 0.3 s at most: some adapters' drivers refuse a port for a moment
+/// after it was closed. Gives the last value.
+unsigned long OpenPatiently(const std::function<unsigned long()>& open);
 
 }  // namespace fenwright::platform

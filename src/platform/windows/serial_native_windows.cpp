@@ -107,11 +107,15 @@ std::wstring DeviceName(const std::string& path) {
 }  // namespace
 
 PortOpenResult OpenExclusive(const std::string& path, Handle& handle) {
-  const HANDLE opened =
-      CreateFileW(DeviceName(path).c_str(), GENERIC_READ | GENERIC_WRITE,
-                  /*dwShareMode=*/0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) return DescribePortFailure(path, GetLastError());
-  const DWORD error = TakeOver(opened);
+  const std::wstring name = DeviceName(path);
+  HANDLE opened = INVALID_HANDLE_VALUE;
+  DWORD error = OpenPatiently([&]() -> DWORD {
+    opened = CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, /*dwShareMode=*/0, nullptr,
+                         OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    return opened != INVALID_HANDLE_VALUE ? ERROR_SUCCESS : GetLastError();
+  });
+  if (error != ERROR_SUCCESS) return DescribePortFailure(path, error);
+  error = TakeOver(opened);
   if (error != ERROR_SUCCESS) {
     CloseHandle(opened);
     return DescribePortFailure(path, error);

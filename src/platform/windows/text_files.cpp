@@ -8,6 +8,8 @@
 #include <vector>
 #include <windows.h>
 
+#include "platform/windows/patience.h"
+#include "platform/windows/system_path.h"
 #include "platform/windows/system_reason.h"
 #include "platform/windows/wide_text.h"
 
@@ -19,8 +21,7 @@ constexpr std::size_t kBlock = std::size_t{64} << 10;
 /// Other programs may do with the file what they like, as on any other system.
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-constexpr int kAttempts = 11;
-constexpr DWORD kMillisecondsBetweenAttempts = 50;
+constexpr Patience kPatience{.Attempts = 11, .MillisecondsBetween = 50};
 
 constexpr int kTemporaryNames = 100;
 
@@ -79,27 +80,6 @@ class File {
 /// A NUL in a path would cut it short and name another file.
 bool IsUsable(std::string_view path) { return path.find('\0') == std::string_view::npos; }
 
-std::wstring FullPath(const std::wstring& path) {
-  const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-  std::wstring full(size, L'\0');
-  full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
-  return full;
-}
-
-/// The path as the system takes it. Above a certain length it takes full paths alone, marked so
-/// that it leaves them as they are.
-std::wstring SystemPath(const std::wstring& wide) {
-  constexpr std::size_t kLongestPlainPath = 240;
-  constexpr std::wstring_view kShare = LR"(\\)";
-  if (wide.empty() || wide.starts_with(LR"(\\?\)")) return wide;
-  std::wstring full = FullPath(wide);
-  if (full.size() < kLongestPlainPath) return wide;
-  if (full.starts_with(kShare)) return LR"(\\?\UNC\)" + full.substr(kShare.size());
-  return LR"(\\?\)" + full;
-}
-
-std::wstring SystemPath(std::string_view path) { return SystemPath(ToWide(path)); }
-
 bool IsFolder(DWORD attributes) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
@@ -117,12 +97,8 @@ bool IsHeld(DWORD error, const std::wstring& path) {
 /// Calls `attempt`, which gives an error code, again while the file is held.
 template <typename Attempt>
 DWORD WithPatience(const std::wstring& path, Attempt attempt) {
-  DWORD error = attempt();
-  for (int i = 1; i < kAttempts && error != ERROR_SUCCESS && IsHeld(error, path); ++i) {
-    Sleep(kMillisecondsBetweenAttempts);
-    error = attempt();
-  }
-  return error;
+  return platform::WithPatience(kPatience, attempt,
+                                [&](DWORD error) { return IsHeld(error, path); });
 }
 
 /// `Examine` opens what is there for writing and leaves it as it is.

@@ -1,5 +1,8 @@
 #include "platform/windows/port_failure.h"
 
+#include <algorithm>
+#include <chrono>
+#include <vector>
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -40,6 +43,53 @@ TEST(PortFailure, TheSystemsWordsFollowOnOneLine) {
   EXPECT_TRUE(reason.ends_with(")"));
   EXPECT_THAT(reason, Not(HasSubstr("\n")));
   EXPECT_THAT(reason, Not(HasSubstr("()")));
+}
+
+/// Opens a port that gives these values, and the last of them from then on.
+struct Opening {
+  explicit Opening(const std::vector<unsigned long>& values) {
+    const auto start = std::chrono::steady_clock::now();
+    Value = OpenPatiently([&] {
+      const std::size_t index = static_cast<std::size_t>(Attempts++);
+      return values.at(std::min(index, values.size() - 1));
+    });
+    Seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  }
+
+  unsigned long Value = 0;
+  int Attempts = 0;
+  double Seconds = 0;
+};
+
+TEST(OpeningAPort, IsTriedAgainWhileTheDriverRefusesIt) {
+  const Opening opening({ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED, ERROR_SUCCESS});
+  EXPECT_EQ(opening.Value, ERROR_SUCCESS);
+  EXPECT_EQ(opening.Attempts, 3);
+  EXPECT_GE(opening.Seconds, 0.06);
+}
+
+TEST(OpeningAPort, IsGivenUpSoonWhenItStaysRefused) {
+  const Opening opening({ERROR_ACCESS_DENIED});
+  EXPECT_EQ(opening.Value, ERROR_ACCESS_DENIED);
+  EXPECT_EQ(opening.Attempts, 5);
+  EXPECT_GE(opening.Seconds, 0.12);
+  EXPECT_LE(opening.Seconds, 0.3);
+}
+
+TEST(OpeningAPort, EndsWithWhatCameAfterARefusal) {
+  const Opening opening({ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND, ERROR_SUCCESS});
+  EXPECT_EQ(opening.Value, ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(opening.Attempts, 2);
+}
+
+TEST(OpeningAPort, IsTriedOnceWhenItIsThereOrFailsForAnythingElse) {
+  const std::vector<unsigned long> values{ERROR_SUCCESS, ERROR_FILE_NOT_FOUND,
+                                          ERROR_SHARING_VIOLATION, ERROR_GEN_FAILURE};
+  for (const unsigned long value : values) {
+    const Opening opening({value, ERROR_SUCCESS});
+    EXPECT_EQ(opening.Value, value);
+    EXPECT_EQ(opening.Attempts, 1) << value;
+  }
 }
 
 }  // namespace
