@@ -1,7 +1,7 @@
 #include "console.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iostream>
 
 #include <fmt/format.h>
 
@@ -21,10 +21,11 @@ std::string AsLine(std::string_view text) {
   return line + "\n";
 }
 
-/// fmt::print() throws when the output takes nothing.
-bool WriteTo(std::FILE* file, std::string_view text) {
-  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-  return std::fflush(file) == 0 && written;
+/// What failed before does not keep this text from its chance.
+bool WriteTo(std::ostream& stream, std::string_view text) {
+  stream.clear();
+  stream << text << std::flush;
+  return stream.good();
 }
 
 }  // namespace
@@ -39,13 +40,13 @@ void Console::Print(std::string_view text) {
 
 bool Console::PrintAlways(std::string_view text) {
   ClearBar();
-  return WriteTo(stdout, AsLine(text));
+  return WriteTo(std::cout, AsLine(text));
 }
 
 void Console::PrintError(std::string_view text) {
   ClearBar();
   if (first_error_.empty()) first_error_ = text;
-  WriteTo(stderr, AsLine(text));
+  WriteTo(std::cerr, AsLine(text));
 }
 
 void Console::StartProgress(int maximum) {
@@ -83,14 +84,14 @@ void Console::EndProgress() {
 void Console::DrawBar(int percent, double seconds_left) {
   constexpr int kWidth = 40;
   const int filled = kWidth * percent / 100;
-  WriteTo(stdout, fmt::format("\r[{:#<{}}{:.<{}}] {:3} %  {:.0f} s left \x1B[K", "", filled, "",
-                              kWidth - filled, percent, seconds_left));
+  WriteTo(std::cout, fmt::format("\r[{:#<{}}{:.<{}}] {:3} %  {:.0f} s left \x1B[K", "", filled, "",
+                                 kWidth - filled, percent, seconds_left));
   bar_drawn_ = true;
 }
 
 void Console::ClearBar() {
   if (!bar_drawn_) return;
-  WriteTo(stdout, "\r\x1B[K");
+  WriteTo(std::cout, "\r\x1B[K");
   bar_drawn_ = false;
 }
 

@@ -1,11 +1,12 @@
-#include <cstdio>
 #include <exception>
+#include <iostream>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "console.h"
 #include "core/device_catalogue.h"
 #include "device_commands.h"
 #include "fuse_commands.h"
@@ -22,19 +23,20 @@ using fenwright::cli::Options;
 /// The catalogue as a table, or as JSON.
 ExitCode ListDevices(const Options& options) {
   nlohmann::json list = nlohmann::json::array();
+  std::string table;
   for (const auto& device : fenwright::core::DeviceCatalogue()) {
     list.push_back({{"name", device.DisplayName},
                     {"flash_words", device.FlashWords},
                     {"eeprom_bytes", device.EepromBytes},
                     {"device_code", device.DeviceCode},
                     {"signature", {0x1E, device.Signature[0], device.Signature[1]}}});
-    if (options.Json) continue;
-    fmt::print("flash {:5} word  EEPROM {:4} byte  signature 1E:{:02X}:{:02X}  {}\n",
-               device.FlashWords, device.EepromBytes, device.Signature[0], device.Signature[1],
-               device.DisplayName);
+    table += fmt::format("flash {:5} word  EEPROM {:4} byte  signature 1E:{:02X}:{:02X}  {}\n",
+                         device.FlashWords, device.EepromBytes, device.Signature[0],
+                         device.Signature[1], device.DisplayName);
   }
-  if (options.Json) fmt::print("{}\n", list.dump(2));
-  return ExitCode::Success;
+  fenwright::cli::Console out(fenwright::cli::Console::Amount::Everything);
+  return out.PrintAlways(options.Json ? list.dump(2) : table) ? ExitCode::Success
+                                                              : ExitCode::FileError;
 }
 
 ExitCode Run(const Options& options) {
@@ -70,11 +72,8 @@ ExitCode Run(const Options& options) {
   return ListDevices(options);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int RunArguments(int argc, char** argv) {
   try {
-    const fenwright::platform::Utf8Terminal terminal;
     std::vector<std::string> arguments = fenwright::platform::Utf8Arguments(argc, argv);
     std::vector<char*> pointers;
     for (std::string& argument : arguments) pointers.push_back(argument.data());
@@ -83,7 +82,14 @@ int main(int argc, char** argv) {
     return parsed.Ends ? parsed.EndCode : static_cast<int>(Run(parsed.Values));
   } catch (const std::exception& error) {
     // Out of memory, say; nothing of the program's own throws this far.
-    std::fprintf(stderr, "fenwright-cli: %s\n", error.what());
+    std::cerr << "fenwright-cli: " << error.what() << std::endl;
     return static_cast<int>(ExitCode::Failed);
   }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const fenwright::platform::Utf8Terminal terminal;
+  return RunArguments(argc, argv);
 }

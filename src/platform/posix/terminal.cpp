@@ -25,6 +25,4 @@ std::optional<std::string> ReadInputWithin(double seconds) {
 // Terminals are as wanted already.
 Utf8Terminal::Utf8Terminal() = default;
 
-Utf8Terminal::~Utf8Terminal() = default;
-
 }  // namespace fenwright::platform

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,16 +17,16 @@ bool OutputIsTerminal();
 /// at its end.
 std::optional<std::string> ReadInputWithin(double seconds);
 
-/// Makes the terminal show UTF-8 and obey escape sequences, as long as the object lives.
+/// As long as the object lives, a terminal shows the UTF-8 that is written to std::cout and
+/// std::cerr, and obeys the escape sequences in it. What is redirected gets the bytes themselves.
 class Utf8Terminal {
  public:
   Utf8Terminal();
-  ~Utf8Terminal();
   Utf8Terminal(const Utf8Terminal&) = delete;
   Utf8Terminal& operator=(const Utf8Terminal&) = delete;
 
  private:
-  std::function<void()> restore_;  ///< set where there is something to put back
+  std::shared_ptr<void> changes_;  ///< set where there is something to put back
 };
 
 }  // namespace fenwright::platform

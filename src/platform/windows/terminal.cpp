@@ -1,10 +1,12 @@
 #include "platform/system/terminal.h"
 
 #include <array>
+#include <iostream>
 #include <windows.h>
 // After windows.h, which it needs.
 #include <shellapi.h>
 
+#include "platform/windows/console_buffer.h"
 #include "platform/windows/wide_text.h"
 
 // Not in every set of headers.
@@ -13,6 +15,73 @@
 #endif
 
 namespace fenwright::platform {
+namespace {
+
+/// Nothing for what is no console.
+std::optional<DWORD> ModeOf(HANDLE output) {
+  DWORD mode = 0;
+  if (GetConsoleMode(output, &mode) == 0) return std::nullopt;
+  return mode;
+}
+
+bool Show(HANDLE console, std::wstring_view text) {
+  while (!text.empty()) {
+    DWORD count = 0;
+    const DWORD size = static_cast<DWORD>(text.size());
+    if (WriteConsoleW(console, text.data(), size, &count, nullptr) == 0 || count == 0) return false;
+    text.remove_prefix(count);
+  }
+  return true;
+}
+
+/// Has a stream write to its console, if it has one. The console's code page is left alone: it is
+/// also that of programs that run later, or beside this one.
+class ConsoleStream {
+ public:
+  ConsoleStream(std::ostream& stream, DWORD output)
+      : stream_(stream), buffer_([console = GetStdHandle(output)](std::wstring_view text) {
+          return Show(console, text);
+        }) {
+    if (ModeOf(GetStdHandle(output))) before_ = stream.rdbuf(&buffer_);
+  }
+  ~ConsoleStream() {
+    if (before_ == nullptr) return;
+    stream_.flush();
+    stream_.rdbuf(before_);
+  }
+  ConsoleStream(const ConsoleStream&) = delete;
+  ConsoleStream& operator=(const ConsoleStream&) = delete;
+
+ private:
+  std::ostream& stream_;
+  ConsoleBuffer buffer_;
+  std::streambuf* before_ = nullptr;
+};
+
+/// Has the console of standard output obey escape sequences.
+class EscapeSequences {
+ public:
+  EscapeSequences() {
+    if (mode_) SetConsoleMode(output_, *mode_ | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+  }
+  ~EscapeSequences() {
+    if (mode_) SetConsoleMode(output_, *mode_);
+  }
+  EscapeSequences(const EscapeSequences&) = delete;
+  EscapeSequences& operator=(const EscapeSequences&) = delete;
+
+ private:
+  HANDLE output_ = GetStdHandle(STD_OUTPUT_HANDLE);
+  std::optional<DWORD> mode_ = ModeOf(output_);
+};
+
+struct ConsoleOutputs {
+  EscapeSequences Sequences;
+  ConsoleStream Output{std::cout, STD_OUTPUT_HANDLE};
+  ConsoleStream Error{std::cerr, STD_ERROR_HANDLE};
+};
+
+}  // namespace
 
 // What main() gets is in the code page of the user's language, which lacks most characters.
 std::vector<std::string> Utf8Arguments(int count, char** arguments) {
@@ -25,10 +94,7 @@ std::vector<std::string> Utf8Arguments(int count, char** arguments) {
   return result;
 }
 
-bool OutputIsTerminal() {
-  DWORD mode = 0;
-  return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
-}
+bool OutputIsTerminal() { return ModeOf(GetStdHandle(STD_OUTPUT_HANDLE)).has_value(); }
 
 std::optional<std::string> ReadInputWithin(double seconds) {
   constexpr double kMilliseconds = 1e3;
@@ -44,20 +110,6 @@ std::optional<std::string> ReadInputWithin(double seconds) {
   return std::string(bytes.data(), count);
 }
 
-Utf8Terminal::Utf8Terminal() {
-  HANDLE const terminal = GetStdHandle(STD_OUTPUT_HANDLE);
-  DWORD mode = 0;
-  if (GetConsoleMode(terminal, &mode) == 0) return;
-  restore_ = [terminal, mode, code_page = GetConsoleOutputCP()] {
-    SetConsoleOutputCP(code_page);
-    SetConsoleMode(terminal, mode);
-  };
-  SetConsoleMode(terminal, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-  SetConsoleOutputCP(CP_UTF8);
-}
-
-Utf8Terminal::~Utf8Terminal() {
-  if (restore_) restore_();
-}
+Utf8Terminal::Utf8Terminal() : changes_(std::make_shared<ConsoleOutputs>()) {}
 
 }  // namespace fenwright::platform
