@@ -42,7 +42,9 @@ QtSettingsStore& QtSettingsStore::operator=(QtSettingsStore&& other) noexcept = 
 
 std::optional<std::string> QtSettingsStore::Read(std::string_view section,
                                                  std::string_view key) const {
-  const QVariant value = settings_->value(KeyOf(section, key));
+  const QString name = KeyOf(section, key);
+  if (const auto refused = refused_.find(name); refused != refused_.end()) return refused->second;
+  const QVariant value = settings_->value(name);
   if (!value.isValid()) return std::nullopt;
   // A text with a comma that was typed into the INI file by hand is read as a list.
   if (value.metaType().id() == QMetaType::QStringList) {
@@ -53,9 +55,14 @@ std::optional<std::string> QtSettingsStore::Read(std::string_view section,
 
 bool QtSettingsStore::Write(std::string_view section, std::string_view key,
                             std::string_view value) {
-  settings_->setValue(KeyOf(section, key), ToQString(value));
+  const QString name = KeyOf(section, key);
+  settings_->setValue(name, ToQString(value));
   settings_->sync();
-  return settings_->status() == QSettings::NoError;
+  const bool written = settings_->status() == QSettings::NoError;
+  refused_.erase(name);
+  // Only of a file does QSettings itself keep what could not be written.
+  if (!written) refused_.emplace(name, value);
+  return written;
 }
 
 QString QtSettingsStore::Location() const { return settings_->fileName(); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 
 #include <QString>
@@ -35,6 +36,7 @@ class QtSettingsStore final : public platform::SettingsStore {
   explicit QtSettingsStore(std::unique_ptr<QSettings> settings);
 
   std::unique_ptr<QSettings> settings_;
+  std::map<QString, std::string> refused_;  ///< what the store did not take, by section/key
 };
 
 }  // namespace fenwright::ui

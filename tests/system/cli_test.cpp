@@ -315,6 +315,8 @@ TEST_F(Cli, AnOutputThatTakesNothingStopsNothing) {
                             "\"$1/code.hex\" >/dev/full"),
                 FENWRIGHT_CLI_PROGRAM, folder_.Path().string()});
   EXPECT_EQ(json.Wait(), 4);
+  Process list({"sh", "-c", "\"$0\" devices >/dev/full", FENWRIGHT_CLI_PROGRAM});
+  EXPECT_EQ(list.Wait(), 4);
 }
 
 TEST_F(Cli, AnIgnoredHangUpStaysIgnored) {

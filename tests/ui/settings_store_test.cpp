@@ -1,6 +1,4 @@
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <gtest/gtest.h>
 
 #include "platform/settings_store_contract.h"
@@ -55,23 +53,6 @@ TEST(QtSettingsStore, WritingWhereNothingCanBeWrittenIsReportedAndKeptForTheRun)
   QtSettingsStore store(not_a_folder.fileName() + "/a.ini");
   EXPECT_FALSE(store.Write("Settings", "device", "3"));
   EXPECT_EQ(store.Read("Settings", "device"), "3");
-}
-
-TEST(QtSettingsStore, ASimulatedRunHasAStoreOfItsOwn) {
-  auto real = QtSettingsStore::ForApplication("FenwrightV6");
-  auto simulated = QtSettingsStore::ForApplication("FenwrightV6-simulated");
-  EXPECT_NE(real.Location(), simulated.Location());
-  real.Write("Settings", "device", "7");
-  simulated.Write("Settings", "device", "2");
-  EXPECT_EQ(real.Read("Settings", "device"), "7");
-  EXPECT_EQ(simulated.Read("Settings", "device"), "2");
-}
-
-TEST(QtSettingsStore, TheUsersStoreIsNamedAfterTheApplicationInTheConfigurationFolder) {
-  const auto store = QtSettingsStore::ForApplication("FenwrightV6");
-  EXPECT_EQ(QFileInfo(store.Location()).fileName(), "FenwrightV6.ini");
-  EXPECT_EQ(QFileInfo(store.Location()).path(),
-            QDir::cleanPath(qEnvironmentVariable("XDG_CONFIG_HOME")));
 }
 
 }  // namespace
