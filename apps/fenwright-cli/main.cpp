@@ -76,6 +76,7 @@ int RunArguments(int argc, char** argv) {
   try {
     std::vector<std::string> arguments = fenwright::platform::Utf8Arguments(argc, argv);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     const fenwright::cli::ParseResult parsed =
         fenwright::cli::ParseOptions(static_cast<int>(pointers.size()), pointers.data());
