@@ -32,12 +32,25 @@ class Cli : public ::testing::Test {
     std::string Err;
   };
 
-  Result Run(std::vector<std::string> arguments, Process::Setup setup = {}) {
-    arguments.insert(arguments.begin(), FENWRIGHT_CLI_PROGRAM);
+  Result Run(std::vector<std::string> arguments, Process::Setup setup = {},
+             const std::string& program = FENWRIGHT_CLI_PROGRAM) {
+    arguments.insert(arguments.begin(), program);
     setup.Folder = folder_.Path().string();
     Process process(arguments, setup);
     const int code = process.Wait();
     return {.Code = code, .Out = process.Output(), .Err = process.Errors()};
+  }
+
+  /// Runs the program as a user whom the rights of files bind. The build may lie where nobody else
+  /// comes to, in a home folder say, so a copy of the program is run.
+  Result RunWithoutPrivileges(const std::vector<std::string>& arguments) {
+    constexpr unsigned kNobody = 65534;
+    if (getuid() != 0) return Run(arguments);
+    std::filesystem::permissions(folder_.Path(), std::filesystem::perms::all);
+    const std::string copy = folder_.File("fenwright-cli");
+    std::filesystem::copy_file(FENWRIGHT_CLI_PROGRAM, copy);
+    std::filesystem::permissions(copy, std::filesystem::perms(0755));
+    return Run(arguments, {.UserId = kNobody}, copy);
   }
 
   /// Programs a file on a board's port.
@@ -443,12 +456,10 @@ TEST_F(Cli, AnUnwritableFolderIsRefusedBeforeAnythingIsSent) {
   EXPECT_EQ(
       Run({"--folder", "none", "--simulate", "--device", "ATtiny12L", "program", "code.hex"}).Code,
       4);
-  std::filesystem::permissions(folder_.Path(), std::filesystem::perms::all);
   std::filesystem::create_directory(folder_.File("closed"));
   std::filesystem::permissions(folder_.File("closed"), std::filesystem::perms(0555));
-  const Result result =
-      Run({"--folder", "closed", "--simulate", "--device", "ATtiny12L", "program", "code.hex"},
-          {.UserId = 65534});
+  const Result result = RunWithoutPrivileges(
+      {"--folder", "closed", "--simulate", "--device", "ATtiny12L", "program", "code.hex"});
   EXPECT_EQ(result.Code, 4) << result.Out;
   EXPECT_THAT(result.Err, HasSubstr("closed"));
 }
@@ -574,14 +585,13 @@ TEST_F(Cli, AReadInAFreshRunSavesTheImageThatWasProgrammed) {
 }
 
 TEST_F(Cli, AReadOnlyTargetIsReportedAndStaysAsItWas) {
-  std::filesystem::permissions(folder_.Path(), std::filesystem::perms::all);
   for (const char* name : {"out.hex", "out.eep"}) {
     WriteFile(folder_.File(name), "precious");
     std::filesystem::permissions(folder_.File(name), std::filesystem::perms(0444));
   }
-  const Result result = Run({"--json", "--simulate", "--device", "ATtiny12L", "read", "--force",
-                             "--code", "out.hex", "--data", "out.eep"},
-                            {.UserId = getuid() == 0 ? 65534U : 0U});
+  const Result result =
+      RunWithoutPrivileges({"--json", "--simulate", "--device", "ATtiny12L", "read", "--force",
+                            "--code", "out.hex", "--data", "out.eep"});
   EXPECT_EQ(result.Code, 4);
   EXPECT_THAT(result.Err, HasSubstr("ファイル保存\nリードオンリーファイルにアクセスしました。\n"));
   EXPECT_THAT(result.Err, HasSubstr("error: out.hex: cannot be written: "));
