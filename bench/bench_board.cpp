@@ -88,20 +88,20 @@ class BareLine {
 };
 
 /// Boxes that nobody has to press, and a file that is always chosen.
-class SilentBoxes final : public platform::MessageBoxes {
+class SilentBoxes final : public screen::MessageBoxes {
  public:
-  void Show(platform::MessageIcon /*icon*/, std::string_view /*title*/,
+  void Show(screen::MessageIcon /*icon*/, std::string_view /*title*/,
             std::string_view /*text*/) override {}
   bool Ask(std::string_view /*title*/, std::string_view /*text*/) override { return false; }
 };
 
-class OneFile final : public platform::FileDialogs {
+class OneFile final : public screen::FileDialogs {
  public:
   std::string Path;
-  std::optional<std::string> Open(const platform::FileDialogRequest& /*request*/) override {
+  std::optional<std::string> Open(const screen::FileDialogRequest& /*request*/) override {
     return Path;
   }
-  std::optional<std::string> Save(const platform::FileDialogRequest& /*request*/) override {
+  std::optional<std::string> Save(const screen::FileDialogRequest& /*request*/) override {
     return std::nullopt;
   }
 };

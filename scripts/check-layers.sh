@@ -3,10 +3,10 @@
 #
 #   scripts/check-layers.sh [ROOT]    ROOT: the tree to check, the repository by default
 #
-# - The engine's folders, the platform interfaces and the simulated board include nothing but the
-#   C++ standard library and the folders below them.
-# - An adapter (a subfolder of src/platform) may use the system and libraries; of the project it
-#   knows the platform interfaces and what its row below names.
+# - A folder includes, of the project, what its library links: the LINK list in its CMakeLists.txt.
+# - The engine's folders, the interfaces and the simulated board include nothing else but the C++
+#   standard library.
+# - An adapter (a subfolder of src/platform) may use the system and libraries.
 # - Qt is known in src/ui, apps/ and tools/ alone.
 # - Includes name the folder: "folder/file.h", from src/ on.
 set -euo pipefail
@@ -14,19 +14,27 @@ set -euo pipefail
 script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=${1:-$(dirname "$script_dir")}
 
-# The project folders that a folder may include besides itself.
-declare -Ar allowed_folders=(
-  [platform]=''
-  [core]='platform'
-  [link]='platform core'
-  [image]='platform core link'
-  [fuse]='platform core link'
-  [ops]='platform core link image fuse'
-  [update]='platform core link'
-  [board]='platform'
-  [adapters]='platform'
-  [ui]='platform core link image fuse ops update'
-)
+# linked_by TARGET: the project's targets that a target links by its CMake rule, directly or not.
+linked_by() {
+  local linked
+  for linked in $(cat src/CMakeLists.txt src/*/CMakeLists.txt | tr '\n' ' ' |
+    sed -nE "s/.*(fenwright_add_library|target_link_libraries)\\( *fenwright_$1 ([^)]*[[:space:]])?(LINK|INTERFACE) ([^)]*)\\).*/\4/p" |
+    grep -oE 'fenwright_[a-z]+'); do
+    echo "${linked#fenwright_}"
+    linked_by "${linked#fenwright_}"
+  done
+}
+
+# The project folders that a folder may include besides itself: those that its library links.
+declare -A allowed_folders=()
+read_layers() {
+  local folder
+  for folder in src/*/CMakeLists.txt adapters; do
+    folder=${folder%/CMakeLists.txt}
+    folder=${folder#src/}
+    allowed_folders[$folder]=$(linked_by "$folder" | sort -u | tr '\n' ' ')
+  done
+}
 
 failures=0
 report() {
@@ -48,8 +56,8 @@ layer_of() {
 
 is_pure() {
   case "$1" in
-    platform | core | link | image | ops | fuse | update | board) return 0 ;;
-    *) return 1 ;;
+    adapters | ui | apps) return 1 ;;
+    *) return 0 ;;
   esac
 }
 
@@ -105,6 +113,7 @@ list_includes() {
 }
 
 cd "$root"
+read_layers
 checked=0
 while IFS=$'\t' read -r file line kind header; do
   layer=$(layer_of "$file")
@@ -113,7 +122,7 @@ while IFS=$'\t' read -r file line kind header; do
     continue
   fi
   if [[ $layer != apps && -z ${allowed_folders[$layer]+known} ]]; then
-    report "$file" "$line" "folder \"$layer\" has no row in scripts/check-layers.sh"
+    report "$file" "$line" "folder \"$layer\" has no CMakeLists.txt"
     continue
   fi
   if [[ $kind == '<' ]]; then

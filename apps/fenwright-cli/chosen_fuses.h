@@ -5,17 +5,17 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/fuse_form.h"
+#include "screen/fuse_form.h"
 
 namespace fenwright::cli {
 
 /// The fuse frame without a window: the lists with their items and what is chosen in each.
-class ChosenFuses final : public platform::FuseForm {
+class ChosenFuses final : public screen::FuseForm {
  public:
-  void SetItems(platform::FuseList list, std::span<const std::string_view> items) override;
-  void Select(platform::FuseList list, int index) override { lists_[list].Index = index; }
-  [[nodiscard]] int SelectedIndex(platform::FuseList list) const override;
-  void EnableList(platform::FuseList list, bool enable) override { lists_[list].Enabled = enable; }
+  void SetItems(screen::FuseList list, std::span<const std::string_view> items) override;
+  void Select(screen::FuseList list, int index) override { lists_[list].Index = index; }
+  [[nodiscard]] int SelectedIndex(screen::FuseList list) const override;
+  void EnableList(screen::FuseList list, bool enable) override { lists_[list].Enabled = enable; }
   void SetLockListVisible(bool /*visible*/) override {}
   void EnableButtons(bool /*read*/, bool /*write*/) override {}
   void SetCalibrationText(std::string_view /*text*/) override {}
@@ -23,10 +23,10 @@ class ChosenFuses final : public platform::FuseForm {
   void SetFrameVisible(bool /*visible*/) override {}
 
   /// True when the device has that field.
-  [[nodiscard]] bool Has(platform::FuseList list) const;
-  [[nodiscard]] const std::vector<std::string>& Items(platform::FuseList list) const;
+  [[nodiscard]] bool Has(screen::FuseList list) const;
+  [[nodiscard]] const std::vector<std::string>& Items(screen::FuseList list) const;
   /// Text of the chosen item, "" when none is chosen.
-  [[nodiscard]] std::string ChosenText(platform::FuseList list) const;
+  [[nodiscard]] std::string ChosenText(screen::FuseList list) const;
 
  private:
   struct List {
@@ -35,7 +35,7 @@ class ChosenFuses final : public platform::FuseForm {
     bool Enabled = false;
   };
 
-  std::map<platform::FuseList, List> lists_;
+  std::map<screen::FuseList, List> lists_;
 };
 
 }  // namespace fenwright::cli

@@ -52,17 +52,17 @@ void SignalEventLoop::ProcessPendingEvents() {
   if (interrupted != 0) state_.StopRequested = true;
 }
 
-void PrintedStatusBar::SetPanelText(platform::Panel panel, std::string_view text) {
-  if (panel == platform::Panel::Signature) signature_ = text;
-  if (panel == platform::Panel::Status) console_.Print(text);
+void PrintedStatusBar::SetPanelText(screen::Panel panel, std::string_view text) {
+  if (panel == screen::Panel::Signature) signature_ = text;
+  if (panel == screen::Panel::Status) console_.Print(text);
 }
 
-void PrintedMessageDialog::Show(std::string_view text, platform::MessageMode mode) {
+void PrintedMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
   console_.EndProgress();
   console_.Print(text);
   detail_.clear();
   loaded_ = true;
-  busy_ = mode == platform::MessageMode::Busy;
+  busy_ = mode == screen::MessageMode::Busy;
 }
 
 void PrintedMessageDialog::SetText(std::string_view text) {
@@ -76,33 +76,33 @@ void PrintedMessageDialog::Close() {
   busy_ = false;
 }
 
-void PrintedMessageBoxes::Show(platform::MessageIcon /*icon*/, std::string_view title,
+void PrintedMessageBoxes::Show(screen::MessageIcon /*icon*/, std::string_view title,
                                std::string_view text) {
   if (!title.empty()) console_.PrintError(title);
   console_.PrintError(text);
 }
 
 bool PrintedMessageBoxes::Ask(std::string_view title, std::string_view text) {
-  Show(platform::MessageIcon::Information, title, text);
+  Show(screen::MessageIcon::Information, title, text);
   return false;
 }
 
-std::optional<std::string> NoFileDialogs::Open(const platform::FileDialogRequest& /*request*/) {
+std::optional<std::string> NoFileDialogs::Open(const screen::FileDialogRequest& /*request*/) {
   return std::nullopt;
 }
 
-std::optional<std::string> NoFileDialogs::Save(const platform::FileDialogRequest& /*request*/) {
+std::optional<std::string> NoFileDialogs::Save(const screen::FileDialogRequest& /*request*/) {
   return std::nullopt;
 }
 
 void NoHandEdit::SetDataText(std::string_view /*text*/) {}
 
-void NoGuide::SetIdle(platform::GuidePosition /*position*/) {}
-void NoGuide::SetHighlighted(platform::GuidePosition /*position*/) {}
+void NoGuide::SetIdle(screen::GuidePosition /*position*/) {}
+void NoGuide::SetHighlighted(screen::GuidePosition /*position*/) {}
 
-void NoViews::Clear(platform::View /*view*/) {}
+void NoViews::Clear(screen::View /*view*/) {}
 
-void NoViews::Load(platform::View /*view*/, std::string_view /*path*/) {}
+void NoViews::Load(screen::View /*view*/, std::string_view /*path*/) {}
 
 void ChosenDevice::SetDevices(const std::vector<std::string>& display_names) {
   names_ = display_names;

@@ -7,15 +7,16 @@
 
 #include "console.h"
 #include "core/app_state.h"
-#include "platform/device_form.h"
 #include "platform/event_loop.h"
-#include "platform/file_dialogs.h"
-#include "platform/guide_form.h"
-#include "platform/hand_edit_form.h"
-#include "platform/message_boxes.h"
-#include "platform/message_dialog.h"
-#include "platform/status_bar.h"
-#include "platform/views.h"
+#include "screen/com_form.h"
+#include "screen/device_form.h"
+#include "screen/file_dialogs.h"
+#include "screen/guide_form.h"
+#include "screen/hand_edit_form.h"
+#include "screen/message_boxes.h"
+#include "screen/message_dialog.h"
+#include "screen/status_bar.h"
+#include "screen/views.h"
 
 namespace fenwright::cli {
 
@@ -34,10 +35,10 @@ class SignalEventLoop final : public platform::EventLoop {
 };
 
 /// Prints panel 1; keeps the others for the result.
-class PrintedStatusBar final : public platform::StatusBar {
+class PrintedStatusBar final : public screen::StatusBar {
  public:
   explicit PrintedStatusBar(Console& console) : console_(console) {}
-  void SetPanelText(platform::Panel panel, std::string_view text) override;
+  void SetPanelText(screen::Panel panel, std::string_view text) override;
   [[nodiscard]] const std::string& Signature() const { return signature_; }
 
  private:
@@ -46,10 +47,10 @@ class PrintedStatusBar final : public platform::StatusBar {
 };
 
 /// Prints the dialog's texts, and its progress as a bar.
-class PrintedMessageDialog final : public platform::MessageDialog {
+class PrintedMessageDialog final : public screen::MessageDialog {
  public:
   explicit PrintedMessageDialog(Console& console) : console_(console) {}
-  void Show(std::string_view text, platform::MessageMode mode) override;
+  void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override;
   void SetDetail(std::string_view text) override { detail_ = text; }
   void ShowButton() override { busy_ = false; }
@@ -71,10 +72,10 @@ class PrintedMessageDialog final : public platform::MessageDialog {
 };
 
 /// Prints on standard error, so that an advice or a failure is seen with --quiet too.
-class PrintedMessageBoxes final : public platform::MessageBoxes {
+class PrintedMessageBoxes final : public screen::MessageBoxes {
  public:
   explicit PrintedMessageBoxes(Console& console) : console_(console) {}
-  void Show(platform::MessageIcon icon, std::string_view title, std::string_view text) override;
+  void Show(screen::MessageIcon icon, std::string_view title, std::string_view text) override;
   /// Nobody is asked: the answer is always no.
   bool Ask(std::string_view title, std::string_view text) override;
 
@@ -83,14 +84,14 @@ class PrintedMessageBoxes final : public platform::MessageBoxes {
 };
 
 /// Files are named on the command line; a dialog counts as cancelled.
-class NoFileDialogs final : public platform::FileDialogs {
+class NoFileDialogs final : public screen::FileDialogs {
  public:
-  std::optional<std::string> Open(const platform::FileDialogRequest& request) override;
-  std::optional<std::string> Save(const platform::FileDialogRequest& request) override;
+  std::optional<std::string> Open(const screen::FileDialogRequest& request) override;
+  std::optional<std::string> Save(const screen::FileDialogRequest& request) override;
 };
 
 /// There is no hand-edit frame at the command line.
-class NoHandEdit final : public platform::HandEditForm {
+class NoHandEdit final : public screen::HandEditForm {
  public:
   [[nodiscard]] std::string AddressText() const override { return ""; }
   [[nodiscard]] std::string DataText() const override { return ""; }
@@ -99,21 +100,34 @@ class NoHandEdit final : public platform::HandEditForm {
 };
 
 /// There is no drawing of the socket at the command line.
-class NoGuide final : public platform::GuideForm {
+class NoGuide final : public screen::GuideForm {
  public:
-  void SetIdle(platform::GuidePosition position) override;
-  void SetHighlighted(platform::GuidePosition position) override;
+  void SetIdle(screen::GuidePosition position) override;
+  void SetHighlighted(screen::GuidePosition position) override;
+};
+
+/// The port is named on the command line; the dialog counts as cancelled.
+class NoComForm final : public screen::ComForm {
+ public:
+  void PlaceOverMainWindow() override {}
+  void SetItems(const std::vector<std::string>& /*items*/) override {}
+  void SetListIndex(int /*index*/) override {}
+  [[nodiscard]] int ListIndex() const override { return 0; }
+  void SetNote(std::string_view /*text*/) override {}
+  screen::ComFormButton WaitForButton() override { return screen::ComFormButton::Cancel; }
+  void Hide() override {}
+  void Unload() override {}
 };
 
 /// The dump files themselves are the view.
-class NoViews final : public platform::Views {
+class NoViews final : public screen::Views {
  public:
-  void Clear(platform::View view) override;
-  void Load(platform::View view, std::string_view path) override;
+  void Clear(screen::View view) override;
+  void Load(screen::View view, std::string_view path) override;
 };
 
 /// The selector without a window.
-class ChosenDevice final : public platform::DeviceForm {
+class ChosenDevice final : public screen::DeviceForm {
  public:
   void SetDevices(const std::vector<std::string>& display_names) override;
   [[nodiscard]] std::string DeviceText() const override;

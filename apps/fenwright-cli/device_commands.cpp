@@ -159,7 +159,7 @@ std::string SaveBuffers(Session& session, const Options& options) {
 void PrintDifferences(Session& session) {
   core::RunContext& context = session.Context();
   std::string report;
-  context.Files.Read(context.State.AppFolder + std::string(ops::kVerifyReportFile), report);
+  context.Storage.Files.Read(context.State.AppFolder + std::string(ops::kVerifyReportFile), report);
   std::istringstream lines(report);
   for (std::string line; std::getline(lines, line);) {
     const bool difference = line.starts_with("PROGRAM") || line.starts_with("EEPROM  ");
@@ -230,12 +230,12 @@ ExitCode RunDump(const Options& options) {
     return EndEarly(session, options, code);
   }
   const core::RunContext& context = session.Context();
-  std::string dump = context.CodePage.ToUtf8(image::FlashDump(context.State));
+  std::string dump = context.Storage.CodePage.ToUtf8(image::FlashDump(context.State));
   if (options.Json) {
     dump = Dump({{"command", "dump"},
                  {"result", Name(ExitCode::Success)},
                  {"exit_code", static_cast<int>(ExitCode::Success)},
-                 {"device", context.DeviceForm.DeviceText()},
+                 {"device", context.Screen.DeviceForm.DeviceText()},
                  {"code_file", context.State.CodeFileName},
                  {"dump", dump}});
   }

@@ -22,7 +22,7 @@
 namespace fenwright::cli {
 namespace {
 
-using platform::FuseList;
+using screen::FuseList;
 using Choices = std::map<FuseList, int>;
 using FuseBytes = std::vector<core::FuseTransfer>;
 
@@ -35,7 +35,7 @@ std::string Lower(std::string_view text) {
 }
 
 const fuse::FuseLayout& LayoutOf(Session& session) {
-  return fuse::LayoutOf(session.Context().DeviceForm.DeviceText());
+  return fuse::LayoutOf(session.Context().Screen.DeviceForm.DeviceText());
 }
 
 /// The lists of the selected device, in the order of the window's frame.
@@ -111,7 +111,7 @@ std::string ReadChoice(Session& session, const std::string& text, Choices& choic
   const std::optional<FuseList> list = FindField(session, name);
   if (!list) {
     return fmt::format("{}: {} has no such field; its fields are {}", text,
-                       session.Context().DeviceForm.DeviceText(), ListFieldNames(session));
+                       session.Context().Screen.DeviceForm.DeviceText(), ListFieldNames(session));
   }
   const std::optional<int> index = FindItem(session, *list, item);
   if (!index) {
@@ -135,7 +135,7 @@ ExitCode ReadChoices(Session& session, const Options& options, Choices& choices)
   session.Out().PrintError(
       fmt::format("error: name what to write as FIELD=ITEM, or --from-defaults; the fields of {} "
                   "are {}",
-                  session.Context().DeviceForm.DeviceText(), ListFieldNames(session)));
+                  session.Context().Screen.DeviceForm.DeviceText(), ListFieldNames(session)));
   return ExitCode::Usage;
 }
 
@@ -290,7 +290,7 @@ ExitCode FinishDryRun(Session& session, const Options& options, const Plan& plan
   nlohmann::json result = PlanAsJson(session, plan, false);
   result["result"] = Name(ExitCode::Success);
   result["exit_code"] = static_cast<int>(ExitCode::Success);
-  result["device"] = session.Context().DeviceForm.DeviceText();
+  result["device"] = session.Context().Screen.DeviceForm.DeviceText();
   return session.Out().PrintAlways(Dump(result)) ? ExitCode::Success : ExitCode::FileError;
 }
 
@@ -303,7 +303,7 @@ ExitCode RunReadFuses(const Options& options) {
   }
   if (!LayoutOf(session).ReadEnabled) {
     session.Out().PrintError(fmt::format("error: the fuse and lock bits of {} cannot be read",
-                                         session.Context().DeviceForm.DeviceText()));
+                                         session.Context().Screen.DeviceForm.DeviceText()));
     return EndEarly(session, options, ExitCode::Usage);
   }
   // Bits that no item stands for leave the list as it is; its default must not pass for them.

@@ -81,7 +81,7 @@ const char* Sentence(BoardVerdict verdict) {
 }
 
 std::string PortName(const core::RunContext& context) {
-  return fmt::format("COM{}", context.ProgrammerPort.CommPort());
+  return fmt::format("COM{}", context.Line.ProgrammerPort.CommPort());
 }
 
 ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending) {
@@ -102,7 +102,7 @@ nlohmann::json DetectionAsJson(Session& session, const char* command, ExitCode c
           {"device_path", state.LastPortOpen.Path},
           {"board_version", state.FirmwareVersionText},
           {"firmware", Word(ops::VerdictOf(state))},
-          {"device", context.DeviceForm.DeviceText()},
+          {"device", context.Screen.DeviceForm.DeviceText()},
           {"device_answer", Word(ops::DeviceAnswerOf(state))},
           {"message", state.StatusText},
           {"cause", state.Chip.LinkReady ? "" : session.Dialog().Detail()}};
@@ -119,7 +119,7 @@ void PrintDetection(Session& session) {
     out.Print("board:    " + state.FirmwareVersionText);
   }
   out.Print(fmt::format("firmware: {}", Sentence(ops::VerdictOf(state))));
-  out.Print(fmt::format("device:   {}: {}", context.DeviceForm.DeviceText(),
+  out.Print(fmt::format("device:   {}: {}", context.Screen.DeviceForm.DeviceText(),
                         Word(ops::DeviceAnswerOf(state))));
 }
 
@@ -184,7 +184,7 @@ void PrintReport(Session& session, const LinkReport& report) {
   out.Print(
       fmt::format("forecast: {} in full: {:.1f} s to write, {:.1f} s to verify, and what the "
                   "chip itself takes",
-                  session.Context().DeviceForm.DeviceText(), report.Forecast.WriteSeconds,
+                  session.Context().Screen.DeviceForm.DeviceText(), report.Forecast.WriteSeconds,
                   report.Forecast.VerifySeconds));
   if (report.IsLate()) {
     out.PrintError("advice: " + Advice(report, session.Context().State.LastPortOpen.Path));

@@ -71,22 +71,20 @@ ExitCode Session::StartWithoutDevice(Needs needs) {
 }
 
 void Session::MakeContext() {
-  context_ = std::make_unique<core::RunContext>(core::RunContext{.State = state_,
-                                                                 .ProgrammerPort = *port_,
-                                                                 .Clock = clock_,
-                                                                 .Events = events_,
-                                                                 .Files = files_,
-                                                                 .CodePage = code_page_,
-                                                                 .Settings = settings_,
-                                                                 .StatusBar = status_bar_,
-                                                                 .MessageDialog = dialog_,
-                                                                 .MessageBoxes = boxes_,
-                                                                 .FileDialogs = file_dialogs_,
-                                                                 .Views = views_,
-                                                                 .DeviceForm = device_,
-                                                                 .HandEdit = hand_edit_,
-                                                                 .Guide = guide_,
-                                                                 .Fuses = fuses_});
+  context_ = std::make_unique<core::RunContext>(
+      core::RunContext{.State = state_,
+                       .Line = {.ProgrammerPort = *port_, .Clock = clock_, .Events = events_},
+                       .Storage = {.Files = files_, .CodePage = code_page_, .Settings = settings_},
+                       .Screen = {.StatusBar = status_bar_,
+                                  .MessageDialog = dialog_,
+                                  .MessageBoxes = boxes_,
+                                  .FileDialogs = file_dialogs_,
+                                  .Views = views_,
+                                  .DeviceForm = device_,
+                                  .HandEdit = hand_edit_,
+                                  .Guide = guide_,
+                                  .Fuses = fuses_,
+                                  .ComForm = com_form_}});
 }
 
 std::string Session::PortNumber() const {

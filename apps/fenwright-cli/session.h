@@ -76,6 +76,7 @@ class Session {
   ChosenDevice device_;
   NoHandEdit hand_edit_;
   NoGuide guide_;
+  NoComForm com_form_;
   ChosenFuses fuses_;
   std::string folder_;
   platform::PortOverrides overrides_;

@@ -20,7 +20,7 @@ using update::Language;
 
 /// The dialog's controls at the command line: the port is the one of the call, texts are printed,
 /// and the bar counts the words.
-class PrintedUpdateForm final : public platform::UpdateForm {
+class PrintedUpdateForm final : public screen::UpdateForm {
  public:
   PrintedUpdateForm(Console& console, const update::UpdateState& state, std::string port)
       : console_(console), state_(state), port_(std::move(port)) {}
@@ -68,9 +68,9 @@ class PrintedUpdateForm final : public platform::UpdateForm {
 };
 
 /// The boxes of an update repeat what the result says.
-class MutedMessageBoxes final : public platform::MessageBoxes {
+class MutedMessageBoxes final : public screen::MessageBoxes {
  public:
-  void Show(platform::MessageIcon /*icon*/, std::string_view /*title*/,
+  void Show(screen::MessageIcon /*icon*/, std::string_view /*title*/,
             std::string_view /*text*/) override {}
   bool Ask(std::string_view /*title*/, std::string_view /*text*/) override { return false; }
 };
@@ -117,7 +117,7 @@ class UpdateCall {
             .UpdaterPort = session_.UpdaterPort(),
             .Form = *form_,
             .MessageBoxes = boxes_,
-            .FileDialogs = session_.Context().FileDialogs};
+            .FileDialogs = session_.Context().Screen.FileDialogs};
   }
 
   bool StartSession(bool port_required);
@@ -213,7 +213,7 @@ ExitCode UpdateCall::ReadVersionOnly() {
 bool UpdateCall::CheckFile() {
   call_.File = options_.CodeFile;
   std::string content;
-  if (const auto read = session_.Context().Files.Read(call_.File, content); !read) {
+  if (const auto read = session_.Context().Storage.Files.Read(call_.File, content); !read) {
     Fail(ExitCode::FileError, fmt::format("{}: cannot be read: {}", call_.File, read.Reason));
     return false;
   }
@@ -237,7 +237,7 @@ bool UpdateCall::CheckFile() {
 /// The question may have been on the screen for long, and the update reads the file anew.
 bool UpdateCall::StillTheCheckedFile() {
   std::string content;
-  if (session_.Context().Files.Read(call_.File, content) && content == checked_content_) {
+  if (session_.Context().Storage.Files.Read(call_.File, content) && content == checked_content_) {
     return true;
   }
   Fail(ExitCode::FileError, call_.File + ": has changed since it was checked");
@@ -266,7 +266,7 @@ bool UpdateCall::Confirmed() {
   core::RunContext& run = session_.Context();
   std::string answer;
   for (;;) {
-    run.Events.ProcessPendingEvents();
+    run.Line.Events.ProcessPendingEvents();
     if (run.State.StopRequested) return false;
     constexpr double kSeconds = 0.05;
     const std::optional<std::string> input = platform::ReadInputWithin(kSeconds);

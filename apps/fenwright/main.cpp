@@ -196,7 +196,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .ManualFolders = ManualFolders()});
   ChoosePort(run.Settings(), port_option, arguments.Simulate);
   if (simulated) {
-    simulated->ChipInSocket = [&run] { return run.Context().DeviceForm.DeviceText(); };
+    simulated->ChipInSocket = [&run] { return run.Context().Screen.DeviceForm.DeviceText(); };
     run.Window().MarkSimulated();
   }
 

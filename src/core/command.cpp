@@ -48,9 +48,9 @@ CommandEnding RunCommand(RunContext& context, const std::function<void()>& body,
   } catch (const CommandEnd& end) {
     context.State.StopRequested = false;
     RunIgnoringEnd(on_early_end);
-    context.MessageDialog.Close();
+    context.Screen.MessageDialog.Close();
     if (!end.Text.empty()) {
-      context.MessageBoxes.Show(platform::MessageIcon::Critical, "", end.Text);
+      context.Screen.MessageBoxes.Show(screen::MessageIcon::Critical, "", end.Text);
     }
     return end.Ending;
   }

@@ -11,11 +11,11 @@ namespace fenwright::core {
 void PopulateDeviceSelector(RunContext& context) {
   std::vector<std::string> names;
   for (const DeviceEntry& device : DeviceCatalogue()) names.emplace_back(device.DisplayName);
-  context.DeviceForm.SetDevices(names);
+  context.Screen.DeviceForm.SetDevices(names);
 }
 
 void LoadSelectedDevice(RunContext& context) {
-  const std::string name = context.DeviceForm.DeviceText();
+  const std::string name = context.Screen.DeviceForm.DeviceText();
   if (name.empty()) return;
   const DeviceEntry* device = FindDevice(name);
   AppState& state = context.State;
@@ -25,13 +25,13 @@ void LoadSelectedDevice(RunContext& context) {
 }
 
 void StoreSelectedDevice(RunContext& context) {
-  context.Settings.Write(kSettingsSection, kDeviceKey,
-                         std::to_string(context.DeviceForm.DeviceIndex()));
+  context.Storage.Settings.Write(kSettingsSection, kDeviceKey,
+                                 std::to_string(context.Screen.DeviceForm.DeviceIndex()));
 }
 
 void ShowMemorySizes(RunContext& context) {
   // The blank before each number is the place of its sign.
-  context.DeviceForm.SetMemoryLabels(
+  context.Screen.DeviceForm.SetMemoryLabels(
       "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : " + std::to_string(context.State.FlashWords) + " word",
       "EEPROMﾃﾞｰﾀﾒﾓﾘ: " + std::to_string(context.State.EepromBytes) + " byte");
 }

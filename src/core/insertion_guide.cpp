@@ -9,7 +9,7 @@
 namespace fenwright::core {
 namespace {
 
-using platform::GuidePosition;
+using screen::GuidePosition;
 
 struct GuideEntry {
   std::string_view Device;
@@ -36,10 +36,11 @@ constexpr std::array<GuideEntry, 13> kGuideEntries{{
 }  // namespace
 
 void RefreshInsertionGuide(RunContext& context) {
-  for (const GuidePosition position : platform::kGuidePositions) context.Guide.SetIdle(position);
-  const std::string selected = context.DeviceForm.DeviceText();
+  for (const GuidePosition position : screen::kGuidePositions)
+    context.Screen.Guide.SetIdle(position);
+  const std::string selected = context.Screen.DeviceForm.DeviceText();
   for (const GuideEntry& entry : kGuideEntries) {
-    if (NamesSameChip(entry.Device, selected)) context.Guide.SetHighlighted(entry.Position);
+    if (NamesSameChip(entry.Device, selected)) context.Screen.Guide.SetHighlighted(entry.Position);
   }
 }
 

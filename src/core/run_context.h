@@ -3,41 +3,35 @@
 #include "core/app_state.h"
 #include "platform/clock.h"
 #include "platform/code_page.h"
-#include "platform/device_form.h"
 #include "platform/event_loop.h"
-#include "platform/file_dialogs.h"
-#include "platform/fuse_form.h"
-#include "platform/guide_form.h"
-#include "platform/hand_edit_form.h"
-#include "platform/message_boxes.h"
-#include "platform/message_dialog.h"
 #include "platform/serial_control.h"
 #include "platform/settings_store.h"
-#include "platform/status_bar.h"
 #include "platform/text_files.h"
-#include "platform/views.h"
+#include "screen/screen.h"
 
 namespace fenwright::core {
 
-/// All that an operation may touch: the state of the run and the platform. Every operation takes
-/// one by reference; a program holds one, a test as many as it likes. It owns nothing.
-struct RunContext {
-  AppState& State;
-  platform::SerialControl& ProgrammerPort;
+/// The line to the board, the time that passes on it, and what else runs meanwhile.
+struct Line {
+  platform::SerialControl& ProgrammerPort;  ///< `MSComm100` of the main window
   platform::Clock& Clock;
   platform::EventLoop& Events;
+};
+
+/// What outlives a command: files and settings.
+struct Storage {
   platform::TextFiles& Files;
   platform::CodePage& CodePage;
   platform::SettingsStore& Settings;
-  platform::StatusBar& StatusBar;
-  platform::MessageDialog& MessageDialog;
-  platform::MessageBoxes& MessageBoxes;
-  platform::FileDialogs& FileDialogs;
-  platform::Views& Views;
-  platform::DeviceForm& DeviceForm;
-  platform::HandEditForm& HandEdit;
-  platform::GuideForm& Guide;
-  platform::FuseForm& Fuses;
+};
+
+/// All that an operation may touch. Every operation takes one by reference; a program holds one, a
+/// test as many as it likes. It owns nothing.
+struct RunContext {
+  AppState& State;
+  core::Line Line;
+  core::Storage Storage;
+  screen::Screen Screen;
 };
 
 }  // namespace fenwright::core

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/main_form.h"
+#include "screen/main_form.h"
 
 namespace fenwright::core {
 
@@ -29,7 +29,7 @@ struct PlaceKeys {
   std::string_view Top;
   std::string_view Width;
   std::string_view Height;
-  platform::TwipsPlace Default;
+  screen::TwipsPlace Default;
 };
 
 inline constexpr PlaceKeys kMainWindowKeys{

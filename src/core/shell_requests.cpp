@@ -26,10 +26,10 @@ void OpenManual(platform::Shell& shell, std::string_view folder) {
 }
 
 void ShowHelpContents(RunContext& context, platform::Shell& shell, std::string_view folder) {
-  if (context.Files.Exists(ManualIn(folder))) {
+  if (context.Storage.Files.Exists(ManualIn(folder))) {
     OpenManual(shell, folder);
   } else {
-    context.MessageBoxes.Show(platform::MessageIcon::Information, "", kNoHelpContents);
+    context.Screen.MessageBoxes.Show(screen::MessageIcon::Information, "", kNoHelpContents);
   }
 }
 

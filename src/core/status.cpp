@@ -4,26 +4,26 @@
 
 namespace fenwright::core {
 
-void ShowStatus(RunContext& context, platform::Panel panel, std::string_view text) {
-  if (panel == platform::Panel::Status) context.State.StatusText = text;
-  context.StatusBar.SetPanelText(panel, text);
+void ShowStatus(RunContext& context, screen::Panel panel, std::string_view text) {
+  if (panel == screen::Panel::Status) context.State.StatusText = text;
+  context.Screen.StatusBar.SetPanelText(panel, text);
   TraceLog(context).AppendMessage(text);
 }
 
 void ShowStatus(RunContext& context, std::string_view text) {
-  ShowStatus(context, platform::Panel::Status, text);
+  ShowStatus(context, screen::Panel::Status, text);
 }
 
-void ShowMessage(RunContext& context, std::string_view text, platform::MessageMode mode) {
+void ShowMessage(RunContext& context, std::string_view text, screen::MessageMode mode) {
   context.State.MessageText = text;
-  context.State.NoticeShown = mode != platform::MessageMode::Busy;
-  context.MessageDialog.Show(text, mode);
+  context.State.NoticeShown = mode != screen::MessageMode::Busy;
+  context.Screen.MessageDialog.Show(text, mode);
   TraceLog(context).AppendMessage(text);
 }
 
 void ReportResult(RunContext& context, std::string_view text) {
   ShowStatus(context, text);
-  ShowMessage(context, text, platform::MessageMode::Notice);
+  ShowMessage(context, text, screen::MessageMode::Notice);
 }
 
 }  // namespace fenwright::core

@@ -7,13 +7,13 @@
 namespace fenwright::core {
 
 /// Shows a text in a status panel and traces it. Panel 1 is kept in `AppState::StatusText`.
-void ShowStatus(RunContext& context, platform::Panel panel, std::string_view text);
+void ShowStatus(RunContext& context, screen::Panel panel, std::string_view text);
 
 /// Shows a text in panel 1 and traces it.
 void ShowStatus(RunContext& context, std::string_view text);
 
 /// Shows a text in the message dialog and traces it; kept in `AppState::MessageText`.
-void ShowMessage(RunContext& context, std::string_view text, platform::MessageMode mode);
+void ShowMessage(RunContext& context, std::string_view text, screen::MessageMode mode);
 
 /// A result that the user must see: traced in panel 1, then shown as a notice in the dialog.
 void ReportResult(RunContext& context, std::string_view text);

@@ -33,7 +33,7 @@ std::optional<double> ParseStoredNumber(std::string_view text) {
 }
 
 double ReadStoredNumber(const RunContext& context, std::string_view key, double missing) {
-  const auto text = context.Settings.Read(kSettingsSection, key);
+  const auto text = context.Storage.Settings.Read(kSettingsSection, key);
   if (!text) return missing;
   if (const auto number = ParseStoredNumber(*text)) return *number;
   EndCommandOnBadSetting(key, *text, "この値を削除するか、数字に直してから起動してください。");
@@ -43,7 +43,7 @@ void StoreNumber(RunContext& context, std::string_view key, double value) {
   std::array<char, 400> text{};
   const auto [end, code] =
       std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
-  context.Settings.Write(
+  context.Storage.Settings.Write(
       kSettingsSection, key,
       std::string_view(text.data(), static_cast<std::size_t>(end - text.data())));
 }

@@ -19,14 +19,14 @@ void TraceLog::AppendMessage(std::string_view text) { Append(text); }
 void TraceLog::AppendStartMarker() { Append("\r\n>>>>> START <<<<<"); }
 
 void TraceLog::Delete() {
-  context_.Files.Delete(context_.State.AppFolder + std::string(kTraceFileName));
+  context_.Storage.Files.Delete(context_.State.AppFolder + std::string(kTraceFileName));
 }
 
 void TraceLog::Append(std::string_view text) {
   const std::string path = context_.State.AppFolder + std::string(kTraceFileName);
-  const std::string line =
-      context_.CodePage.FromUtf8(text) + "\t" + FormatDateTime(context_.Clock.Now()) + "\r\n";
-  const platform::FileResult result = context_.Files.Append(path, line);
+  const std::string line = context_.Storage.CodePage.FromUtf8(text) + "\t" +
+                           FormatDateTime(context_.Line.Clock.Now()) + "\r\n";
+  const platform::FileResult result = context_.Storage.Files.Append(path, line);
   if (!result) EndCommandOnFileError(path, result);
 }
 

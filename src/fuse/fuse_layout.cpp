@@ -10,20 +10,20 @@
 namespace fenwright::fuse {
 namespace {
 
-using platform::FuseList;
+using screen::FuseList;
 
 void BuildLockList(core::RunContext& context, const FuseLayout& layout) {
   BuildFuseList(context, FuseList::Lock, layout.LockListVisible);
-  context.Fuses.SetLockListVisible(layout.LockListVisible);
-  context.Fuses.EnableButtons(layout.ReadEnabled, layout.WriteEnabled);
+  context.Screen.Fuses.SetLockListVisible(layout.LockListVisible);
+  context.Screen.Fuses.EnableButtons(layout.ReadEnabled, layout.WriteEnabled);
 }
 
 }  // namespace
 
 void BuildFuseList(core::RunContext& context, FuseList list, bool has_field) {
-  platform::FuseForm& form = context.Fuses;
+  screen::FuseForm& form = context.Screen.Fuses;
   const OptionList* const options =
-      has_field ? OptionsOf(list, context.DeviceForm.DeviceText()) : nullptr;
+      has_field ? OptionsOf(list, context.Screen.DeviceForm.DeviceText()) : nullptr;
   if (options) {
     form.SetItems(list, options->Items);
     form.Select(list, options->DefaultIndex);
@@ -35,7 +35,7 @@ void BuildFuseList(core::RunContext& context, FuseList list, bool has_field) {
 }
 
 void ApplyFuseLayout(core::RunContext& context) {
-  const std::string device = context.DeviceForm.DeviceText();
+  const std::string device = context.Screen.DeviceForm.DeviceText();
   if (device.empty()) return;
   const HiddenFuseFrame hidden(context);
   core::LoadSelectedDevice(context);
@@ -47,7 +47,7 @@ void ApplyFuseLayout(core::RunContext& context) {
   build(FuseList::Boden);
   build(FuseList::Bodlevel);
   build(FuseList::Cksel);
-  context.Fuses.SetCalibrationText(layout.CalibrationCount > 0 ? "?" : kNoField);
+  context.Screen.Fuses.SetCalibrationText(layout.CalibrationCount > 0 ? "?" : kNoField);
   BuildLockList(context, layout);
   build(FuseList::Eesave);
   build(FuseList::Pllck);

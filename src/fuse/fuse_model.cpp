@@ -6,7 +6,7 @@
 namespace fenwright::fuse {
 namespace {
 
-using platform::FuseList;
+using screen::FuseList;
 using Names = std::span<const std::string_view>;
 
 // --- The lists ------------------------------------------------------------------------------

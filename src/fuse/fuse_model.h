@@ -6,7 +6,7 @@
 #include <span>
 #include <string_view>
 
-#include "platform/fuse_form.h"
+#include "screen/fuse_form.h"
 
 namespace fenwright::fuse {
 
@@ -17,7 +17,7 @@ namespace fenwright::fuse {
 
 /// The items of one list, for the devices that share them.
 struct OptionList {
-  platform::FuseList List;
+  screen::FuseList List;
   /// Display names of the devices; empty = every device.
   std::span<const std::string_view> Devices;
   std::span<const std::string_view> Items;
@@ -35,7 +35,7 @@ enum class WriteCommand { FuseAt90s, FuseTiny, FuseHigh, Lock, LockTiny26 };
 
 /// A field's place in a byte that was read.
 struct DecodedField {
-  platform::FuseList List;
+  screen::FuseList List;
   unsigned LowestBit = 0;
   unsigned BitCount = 1;
   /// List position by the value of the bits, kLeaveAsItIs for a value that no item stands for.
@@ -54,7 +54,7 @@ struct ReadStep {
 
 /// What a list adds to the byte being composed, by its position. Other positions add nothing.
 struct AddedField {
-  platform::FuseList List;
+  screen::FuseList List;
   std::array<std::uint8_t, 4> Amounts{};
 };
 
@@ -63,7 +63,7 @@ struct AddedField {
 struct WriteStep {
   WriteCommand Command;
   std::string_view Caption;  ///< name of the byte, "Fuse"
-  platform::FuseList BaseList;
+  screen::FuseList BaseList;
   std::span<const std::uint8_t> BaseValues;
   std::span<const AddedField> Added;
 };
@@ -71,7 +71,7 @@ struct WriteStep {
 /// The fields of one device.
 struct FuseLayout {
   std::string_view DisplayName;
-  std::span<const platform::FuseList> Fields;  ///< the fuse lists that are filled
+  std::span<const screen::FuseList> Fields;  ///< the fuse lists that are filled
   int CalibrationCount = 0;
   bool LockListVisible = false;
   bool ReadEnabled = false;
@@ -88,16 +88,16 @@ std::span<const FuseLayout> FuseLayouts();
 const FuseLayout& LayoutOf(std::string_view display_name);
 
 /// True when the layout fills that fuse list.
-bool HasField(const FuseLayout& layout, platform::FuseList list);
+bool HasField(const FuseLayout& layout, screen::FuseList list);
 
 /// The items of a list on a device, null when the list knows nothing of the device.
-const OptionList* OptionsOf(platform::FuseList list, std::string_view display_name);
+const OptionList* OptionsOf(screen::FuseList list, std::string_view display_name);
 
 /// True for the two commands that write lock bits.
 bool WritesLock(WriteCommand command);
 
 /// Gives the selected position of a list.
-using Selection = std::function<int(platform::FuseList)>;
+using Selection = std::function<int(screen::FuseList)>;
 
 /// The byte that a step writes, for the selected positions. `held` is what the working byte holds.
 std::uint8_t ComposeByte(const WriteStep& step, const Selection& selected, std::uint8_t held);
@@ -106,13 +106,13 @@ std::uint8_t ComposeByte(const WriteStep& step, const Selection& selected, std::
 int DecodeIndex(const DecodedField& field, std::uint8_t byte);
 
 /// Every list, in the order of the frame.
-inline constexpr std::array<platform::FuseList, 11> kFrameOrder{
-    platform::FuseList::Cksel,    platform::FuseList::Sut,       platform::FuseList::Boden,
-    platform::FuseList::Bodlevel, platform::FuseList::Ckopt,     platform::FuseList::Pllck,
-    platform::FuseList::Eesave,   platform::FuseList::Rstdisabl, platform::FuseList::Fstrt,
-    platform::FuseList::Rcen,     platform::FuseList::Lock};
+inline constexpr std::array<screen::FuseList, 11> kFrameOrder{
+    screen::FuseList::Cksel,    screen::FuseList::Sut,       screen::FuseList::Boden,
+    screen::FuseList::Bodlevel, screen::FuseList::Ckopt,     screen::FuseList::Pllck,
+    screen::FuseList::Eesave,   screen::FuseList::Rstdisabl, screen::FuseList::Fstrt,
+    screen::FuseList::Rcen,     screen::FuseList::Lock};
 
 /// Name of a list as its control has it: "CKSEL", ... "LOCK".
-std::string_view FieldName(platform::FuseList list);
+std::string_view FieldName(screen::FuseList list);
 
 }  // namespace fenwright::fuse

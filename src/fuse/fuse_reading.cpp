@@ -85,16 +85,16 @@ void ShowByte(core::RunContext& context, const ReadStep& step, std::uint8_t byte
   const HiddenFuseFrame hidden(context);
   for (const DecodedField& field : step.Fields) {
     const int index = DecodeIndex(field, byte);
-    if (index != kLeaveAsItIs) context.Fuses.Select(field.List, index);
+    if (index != kLeaveAsItIs) context.Screen.Fuses.Select(field.List, index);
   }
   ShowFuseBytes(context);
 }
 
 void ShowCalibration(core::RunContext& context) {
   const std::vector<std::uint8_t>& bytes = context.State.CalibrationBytes;
-  const int count = LayoutOf(context.DeviceForm.DeviceText()).CalibrationCount;
+  const int count = LayoutOf(context.Screen.DeviceForm.DeviceText()).CalibrationCount;
   if (count == 1) {
-    context.Fuses.SetCalibrationText("0x" + core::HexByte(bytes.at(0)));
+    context.Screen.Fuses.SetCalibrationText("0x" + core::HexByte(bytes.at(0)));
     return;
   }
   // Several bytes have a blank behind each of them.
@@ -102,7 +102,7 @@ void ShowCalibration(core::RunContext& context) {
   for (std::size_t i = 0; std::cmp_less(i, count); ++i) {
     text += "0x" + core::HexByte(bytes.at(i)) + " ";
   }
-  context.Fuses.SetCalibrationText(text);
+  context.Screen.Fuses.SetCalibrationText(text);
 }
 
 void RunStep(core::RunContext& context, const ReadStep& step) {
@@ -122,17 +122,17 @@ void RunStep(core::RunContext& context, const ReadStep& step) {
 
 void ReadFuses(core::RunContext& context) {
   core::AppState& state = context.State;
-  core::ShowMessage(context, "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....", platform::MessageMode::Busy);
+  core::ShowMessage(context, "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....", screen::MessageMode::Busy);
   state.LinkError = 0;
   link::CheckSocketDevice(context);
   if (state.LinkError == 1) {
     core::ShowMessage(context, "設定デバイスと、ソケット上のデバイスがミスマッチです。",
-                      platform::MessageMode::Notice);
+                      screen::MessageMode::Notice);
     return;
   }
   // Whatever other value it has: that failure of the check is deliberately ignored.
   state.LinkError = 0;
-  const std::string device = context.DeviceForm.DeviceText();
+  const std::string device = context.Screen.DeviceForm.DeviceText();
   if (device.empty()) return;
   for (const ReadStep& step : LayoutOf(device).ReadSteps) RunStep(context, step);
   if (state.LinkError != 0) {
@@ -141,7 +141,7 @@ void ReadFuses(core::RunContext& context) {
   }
   state.Chip.FusesFinished = true;
   core::ShowStatus(context, "Lock/Fuse bit リードが完了しました。");
-  context.MessageDialog.Close();
+  context.Screen.MessageDialog.Close();
 }
 
 }  // namespace fenwright::fuse

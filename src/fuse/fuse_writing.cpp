@@ -12,10 +12,10 @@
 namespace fenwright::fuse {
 namespace {
 
-using platform::FuseList;
+using screen::FuseList;
 
 Selection SelectionOf(core::RunContext& context) {
-  return [&form = context.Fuses](FuseList list) { return form.SelectedIndex(list); };
+  return [&form = context.Screen.Fuses](FuseList list) { return form.SelectedIndex(list); };
 }
 
 void SendByte(core::RunContext& context, WriteCommand command, std::uint8_t byte,
@@ -60,11 +60,11 @@ const std::string_view kResetDisableWarning =
 
 void WriteFuses(core::RunContext& context) {
   core::AppState& state = context.State;
-  core::ShowMessage(context, "Lock/Fuse bit ライト中....", platform::MessageMode::Busy);
+  core::ShowMessage(context, "Lock/Fuse bit ライト中....", screen::MessageMode::Busy);
   state.LinkError = 0;
   link::CheckSocketDevice(context);
   if (state.LinkError != 0) return;
-  const std::string device = context.DeviceForm.DeviceText();
+  const std::string device = context.Screen.DeviceForm.DeviceText();
   if (device.empty()) return;
   const std::span<const WriteStep> steps = LayoutOf(device).WriteSteps;
   state.Chip.FuseWriteCount = static_cast<std::int32_t>(steps.size());
@@ -75,14 +75,14 @@ void WriteFuses(core::RunContext& context) {
   }
   state.Chip.FusesFinished = true;
   core::ShowStatus(context, "Lock/Fuse bit ライトが完了しました。");
-  context.MessageDialog.Close();
+  context.Screen.MessageDialog.Close();
 }
 
 std::vector<core::FuseTransfer> ComposeFuseBytes(core::RunContext& context) {
   std::uint8_t fuse = context.State.FuseByte;
   std::uint8_t lock = context.State.LockByte;
   std::vector<core::FuseTransfer> bytes;
-  for (const WriteStep& step : LayoutOf(context.DeviceForm.DeviceText()).WriteSteps) {
+  for (const WriteStep& step : LayoutOf(context.Screen.DeviceForm.DeviceText()).WriteSteps) {
     std::uint8_t& byte = WritesLock(step.Command) ? lock : fuse;
     byte = ComposeByte(step, SelectionOf(context), byte);
     bytes.push_back({.Name = std::string(step.Caption), .Value = byte});
@@ -100,18 +100,18 @@ std::string DescribeFuseBytes(const std::vector<core::FuseTransfer>& bytes) {
 }
 
 void ShowFuseBytes(core::RunContext& context) {
-  context.Fuses.SetByteLine(DescribeFuseBytes(ComposeFuseBytes(context)));
+  context.Screen.Fuses.SetByteLine(DescribeFuseBytes(ComposeFuseBytes(context)));
 }
 
 bool DisablesReset(core::RunContext& context) {
-  const FuseLayout& layout = LayoutOf(context.DeviceForm.DeviceText());
+  const FuseLayout& layout = LayoutOf(context.Screen.DeviceForm.DeviceText());
   return HasField(layout, FuseList::Rstdisabl) &&
-         context.Fuses.SelectedIndex(FuseList::Rstdisabl) == 0;
+         context.Screen.Fuses.SelectedIndex(FuseList::Rstdisabl) == 0;
 }
 
 void WarnOfResetDisable(core::RunContext& context) {
   if (!DisablesReset(context)) return;
-  core::ShowMessage(context, kResetDisableWarning, platform::MessageMode::Notice);
+  core::ShowMessage(context, kResetDisableWarning, screen::MessageMode::Notice);
 }
 
 }  // namespace fenwright::fuse

@@ -39,7 +39,7 @@ std::string Dump(const std::vector<std::uint8_t>& buffer, std::size_t byte_count
 
 void WriteDump(core::RunContext& context, std::string_view file_name, const std::string& text) {
   const std::string path = context.State.AppFolder + std::string(file_name);
-  const platform::FileResult result = context.Files.Write(path, text);
+  const platform::FileResult result = context.Storage.Files.Write(path, text);
   if (!result) core::EndCommandOnFileError(path, result);
 }
 
@@ -62,12 +62,13 @@ void WriteEepromDump(core::RunContext& context) {
 }
 
 void LoadFlashView(core::RunContext& context) {
-  context.Views.Load(platform::View::Flash, context.State.AppFolder + std::string(kFlashDumpFile));
+  context.Screen.Views.Load(screen::View::Flash,
+                            context.State.AppFolder + std::string(kFlashDumpFile));
 }
 
 void LoadEepromView(core::RunContext& context) {
-  context.Views.Load(platform::View::Eeprom,
-                     context.State.AppFolder + std::string(kEepromDumpFile));
+  context.Screen.Views.Load(screen::View::Eeprom,
+                            context.State.AppFolder + std::string(kEepromDumpFile));
 }
 
 void RefreshFlashView(core::RunContext& context) {

@@ -24,7 +24,7 @@ void ShowMissingCodeFile(core::RunContext& context) {
   core::ShowStatus(context, "Program : Not found HEX file");
   ClearFlashBuffer(context.State);
   RefreshFlashView(context);
-  core::ShowMessage(context, kFileNotOpenedText, platform::MessageMode::Notice);
+  core::ShowMessage(context, kFileNotOpenedText, screen::MessageMode::Notice);
 }
 
 void ShowUnsetReloadName(core::RunContext& context) {
@@ -33,11 +33,11 @@ void ShowUnsetReloadName(core::RunContext& context) {
                     "再ロードするファイル名 ： " + (name.empty() ? "?" : name) +
                         "\r\n再ロードするファイルが未指定です。 一度、メニューバーのファイルから"
                         "ＨＥＸファイルを開くと自動的にファイル名が指定されます。",
-                    platform::MessageMode::Notice);
+                    screen::MessageMode::Notice);
 }
 
 bool CodeFileFound(core::RunContext& context, OpenReport& report) {
-  report.CodeFileFound = context.Files.Exists(context.State.CodeFileName);
+  report.CodeFileFound = context.Storage.Files.Exists(context.State.CodeFileName);
   return report.CodeFileFound;
 }
 
@@ -62,7 +62,7 @@ bool TakeCodeFile(core::RunContext& context, OpenReport& report) {
 bool TakeDataFile(core::RunContext& context, OpenReport& report) {
   const std::string& name = context.State.DataFileName;
   report.DataFileReached = true;
-  report.DataFileFound = context.Files.Exists(name);
+  report.DataFileFound = context.Storage.Files.Exists(name);
   if (!report.DataFileFound) {
     core::ShowStatus(context, "EEPROM memory : Not found EEP file");
     ClearEepromBuffer(context.State);
@@ -78,27 +78,28 @@ bool TakeDataFile(core::RunContext& context, OpenReport& report) {
 /// dialog says why there is no more.
 void ExplainFileError(core::RunContext& context, std::string_view path,
                       const HexReadReport& report) {
-  core::ShowMessage(context, kFileNotOpenedText, platform::MessageMode::Notice);
+  core::ShowMessage(context, kFileNotOpenedText, screen::MessageMode::Notice);
   const std::string cause = report.End == HexReadEnd::OutsideBuffer
                                 ? std::to_string(report.StoppedAtLine) +
                                       "行目のアドレスがバッファの範囲を超えています。"
                                       "選択したデバイス用のファイルか確認してください。"
                                 : report.Reason;
-  context.MessageDialog.SetDetail(std::string(path) + "\n" + cause);
+  context.Screen.MessageDialog.SetDetail(std::string(path) + "\n" + cause);
 }
 
 /// An open of a code file alone that failed, whatever the reason.
 void ForgetCodeFile(core::RunContext& context) {
   context.State.CodeFileName.clear();
-  context.MessageBoxes.Show(platform::MessageIcon::Information, "", kFileNotOpenedText);
+  context.Screen.MessageBoxes.Show(screen::MessageIcon::Information, "", kFileNotOpenedText);
 }
 
 std::optional<std::string> AskForName(core::RunContext& context, std::string_view title,
                                       std::string_view filter, std::string_view extension) {
-  return context.FileDialogs.Open({.Title = std::string(title),
-                                   .Filter = std::string(filter),
-                                   .DefaultExtension = std::string(extension),
-                                   .StartFolder = StoredFolder(context, core::kOpenFolderKey)});
+  return context.Screen.FileDialogs.Open(
+      {.Title = std::string(title),
+       .Filter = std::string(filter),
+       .DefaultExtension = std::string(extension),
+       .StartFolder = StoredFolder(context, core::kOpenFolderKey)});
 }
 
 }  // namespace

@@ -46,11 +46,11 @@ bool HasCodeFileExtension(std::string_view path) {
 }
 
 std::string StoredFolder(const core::RunContext& context, std::string_view key) {
-  return context.Settings.Read(core::kSettingsSection, key).value_or("");
+  return context.Storage.Settings.Read(core::kSettingsSection, key).value_or("");
 }
 
 void StoreFolderOf(core::RunContext& context, std::string_view key, std::string_view path) {
-  context.Settings.Write(core::kSettingsSection, key, FolderOf(path));
+  context.Storage.Settings.Write(core::kSettingsSection, key, FolderOf(path));
 }
 
 }  // namespace fenwright::image

@@ -26,7 +26,7 @@ std::int32_t Parse(std::string_view text, std::int16_t& link_error) {
 }
 
 void ShowNotice(core::RunContext& context, std::string_view text) {
-  core::ShowMessage(context, text, platform::MessageMode::Notice);
+  core::ShowMessage(context, text, screen::MessageMode::Notice);
 }
 
 /// True when the frame's texts are good; says otherwise.
@@ -38,7 +38,7 @@ bool CheckInput(core::RunContext& context) {
 
 /// True when the address lies within the chosen memory's limit; says otherwise.
 bool CheckAddress(core::RunContext& context, std::int32_t address) {
-  const bool flash = context.HandEdit.FlashChosen();
+  const bool flash = context.Screen.HandEdit.FlashChosen();
   const std::int32_t last =
       flash ? 2 * context.State.FlashWords - 1 : context.State.EepromBytes - 1;
   if (address <= last) return true;
@@ -54,28 +54,28 @@ std::uint8_t LowByte(std::int32_t value) { return static_cast<std::uint8_t>(valu
 
 void ReadOneLocation(core::RunContext& context) {
   core::AppState& state = context.State;
-  const std::string address_text = context.HandEdit.AddressText();
+  const std::string address_text = context.Screen.HandEdit.AddressText();
   if (address_text.empty()) return;
   state.LinkError = 0;
   const std::int32_t address = Parse(address_text, state.LinkError);
   if (!CheckInput(context) || !CheckAddress(context, address)) return;
   const auto cell = static_cast<std::size_t>(address);
-  if (context.HandEdit.FlashChosen()) {
-    context.HandEdit.SetDataText(core::HexByte(state.FlashBuffer[2 * cell]) +
-                                 core::HexByte(state.FlashBuffer[2 * cell + 1]));
+  if (context.Screen.HandEdit.FlashChosen()) {
+    context.Screen.HandEdit.SetDataText(core::HexByte(state.FlashBuffer[2 * cell]) +
+                                        core::HexByte(state.FlashBuffer[2 * cell + 1]));
   } else {
-    context.HandEdit.SetDataText(core::HexByte(state.EepromBuffer[cell]));
+    context.Screen.HandEdit.SetDataText(core::HexByte(state.EepromBuffer[cell]));
   }
 }
 
 void WriteOneLocation(core::RunContext& context) {
   core::AppState& state = context.State;
   state.LinkError = 0;
-  const std::int32_t address = Parse(context.HandEdit.AddressText(), state.LinkError);
-  const std::int32_t value = Parse(context.HandEdit.DataText(), state.LinkError);
+  const std::int32_t address = Parse(context.Screen.HandEdit.AddressText(), state.LinkError);
+  const std::int32_t value = Parse(context.Screen.HandEdit.DataText(), state.LinkError);
   if (!CheckInput(context) || !CheckAddress(context, address)) return;
   const auto cell = static_cast<std::size_t>(address);
-  if (context.HandEdit.FlashChosen()) {
+  if (context.Screen.HandEdit.FlashChosen()) {
     state.FlashBuffer[2 * cell] = HighByte(value);
     state.FlashBuffer[2 * cell + 1] = LowByte(value);
     RefreshFlashView(context);

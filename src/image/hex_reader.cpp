@@ -103,7 +103,8 @@ HexReadReport ReadHexFile(core::RunContext& context, const Target& target) {
     return report;
   }
   std::string content;
-  if (const platform::FileResult opened = context.Files.Read(target.FileName, content); !opened) {
+  if (const platform::FileResult opened = context.Storage.Files.Read(target.FileName, content);
+      !opened) {
     report.End = HexReadEnd::NotOpened;
     report.Reason = opened.Reason;
     return report;

@@ -70,7 +70,7 @@ HexWriteReport OpenFile(core::RunContext& context, std::string_view path,
                 "プログラムを再起動してください。"};
   }
   platform::FileResult result;
-  file = context.Files.OpenForWriting(path, result);
+  file = context.Storage.Files.OpenForWriting(path, result);
   if (file != nullptr) return {};
   const bool refused = result.Code == platform::FileResult::Status::AccessRefused;
   return {.End = refused ? HexWriteEnd::AccessRefused : HexWriteEnd::NotOpened,
@@ -94,10 +94,10 @@ HexWriteReport WriteFile(core::RunContext& context, std::string_view path, const
 HexWriteReport WriteHexFile(core::RunContext& context, std::string_view path, const Lines& lines) {
   HexWriteReport report = WriteFile(context, path, lines);
   if (!report) {
-    context.MessageBoxes.Show(platform::MessageIcon::Critical, "ファイル保存",
-                              report.End == HexWriteEnd::AccessRefused
-                                  ? "リードオンリーファイルにアクセスしました。"
-                                  : "ファイル保存できませんでした。");
+    context.Screen.MessageBoxes.Show(screen::MessageIcon::Critical, "ファイル保存",
+                                     report.End == HexWriteEnd::AccessRefused
+                                         ? "リードオンリーファイルにアクセスしました。"
+                                         : "ファイル保存できませんでした。");
   }
   return report;
 }

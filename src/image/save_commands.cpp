@@ -16,14 +16,15 @@ constexpr std::string_view kDataFilter = "Eep File|*.eep|All Files|*.*|";
 
 std::optional<std::string> AskForName(core::RunContext& context, std::string_view title,
                                       std::string_view filter, std::string_view extension) {
-  return context.FileDialogs.Save({.Title = std::string(title),
-                                   .Filter = std::string(filter),
-                                   .DefaultExtension = std::string(extension),
-                                   .StartFolder = StoredFolder(context, core::kSaveFolderKey)});
+  return context.Screen.FileDialogs.Save(
+      {.Title = std::string(title),
+       .Filter = std::string(filter),
+       .DefaultExtension = std::string(extension),
+       .StartFolder = StoredFolder(context, core::kSaveFolderKey)});
 }
 
 bool MayOverwrite(core::RunContext& context) {
-  return context.MessageBoxes.Ask("ファイル保存", "ファイルが存在します。上書きしますか？");
+  return context.Screen.MessageBoxes.Ask("ファイル保存", "ファイルが存在します。上書きしますか？");
 }
 
 SaveEnd EndOf(const SaveReport& report) {
@@ -35,7 +36,7 @@ SaveEnd EndOf(const SaveReport& report) {
 SaveReport SaveFiles(core::RunContext& context) {
   core::AppState& state = context.State;
   if (state.CodeFileName.empty()) {
-    core::ShowMessage(context, "ファイルがオープンされていません．", platform::MessageMode::Notice);
+    core::ShowMessage(context, "ファイルがオープンされていません．", screen::MessageMode::Notice);
     core::ShowStatus(context, "ファイルがオープンされていません");
     return {.End = SaveEnd::NothingToSave, .Code = {}, .Data = {}};
   }
@@ -56,7 +57,7 @@ SaveReport SaveCodeFileAs(core::RunContext& context) {
   if (!chosen) return report;
   std::string& name = context.State.CodeSaveFileName;
   name = *chosen;
-  if (context.Files.Exists(name) && !MayOverwrite(context)) return report;
+  if (context.Storage.Files.Exists(name) && !MayOverwrite(context)) return report;
   StoreFolderOf(context, core::kSaveFolderKey, name);
   report.Code = WriteCodeHexFile(context);
   report.End = EndOf(report);
@@ -70,7 +71,7 @@ SaveReport SaveDataFileAs(core::RunContext& context) {
   if (!chosen) return report;
   std::string& name = context.State.DataSaveFileName;
   name = DataFileNameFor(*chosen);
-  if (context.Files.Exists(name) && !MayOverwrite(context)) return report;
+  if (context.Storage.Files.Exists(name) && !MayOverwrite(context)) return report;
   StoreFolderOf(context, core::kSaveFolderKey, name);
   report.Data = WriteDataHexFile(context);
   report.End = EndOf(report);
@@ -85,8 +86,8 @@ SaveReport SaveBothFilesAs(core::RunContext& context) {
   core::AppState& state = context.State;
   state.CodeSaveFileName = *chosen;
   state.DataSaveFileName = DataFileNameFor(*chosen);
-  const bool exists =
-      context.Files.Exists(state.CodeSaveFileName) || context.Files.Exists(state.DataSaveFileName);
+  const bool exists = context.Storage.Files.Exists(state.CodeSaveFileName) ||
+                      context.Storage.Files.Exists(state.DataSaveFileName);
   if (exists && !MayOverwrite(context)) return report;
   StoreFolderOf(context, core::kSaveFolderKey, state.CodeSaveFileName);
   report.Code = WriteCodeHexFile(context);

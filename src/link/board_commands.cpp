@@ -336,8 +336,8 @@ void SelectDevice(core::RunContext& context, std::uint8_t device_code, std::int1
                    "ｺﾏﾝﾄﾞ送信 : Select device command T , 0x" + core::HexUnpadded(device_code));
   const ExchangeEnd end = Exchange(context, kSelectDevice, device_code, error);
   if (end == ExchangeEnd::Good) return;
-  context.MessageDialog.SetText(context.State.StatusText);
-  context.MessageDialog.ShowButton();
+  context.Screen.MessageDialog.SetText(context.State.StatusText);
+  context.Screen.MessageDialog.ShowButton();
 }
 
 void AvrExtendCommand(core::RunContext& context, std::int16_t& error) {

@@ -18,8 +18,8 @@
 namespace fenwright::link {
 namespace {
 
-using platform::MessageMode;
-using platform::Panel;
+using screen::MessageMode;
+using screen::Panel;
 
 constexpr char kEscape = 0x1B;
 constexpr char kIdentify = '?';
@@ -35,7 +35,7 @@ constexpr std::string_view kUnreadableVersionText =
 constexpr double kIdentifyRestSeconds = 0.1;
 
 std::string ReadTextInput(core::RunContext& context) {
-  const std::vector<std::uint8_t> bytes = context.ProgrammerPort.Input();
+  const std::vector<std::uint8_t> bytes = context.Line.ProgrammerPort.Input();
   return {bytes.begin(), bytes.end()};
 }
 
@@ -71,17 +71,17 @@ void ReportNoBoard(core::RunContext& context, double& version, std::int16_t& err
   constexpr std::string_view kText =
       "ライターを検出できませんでした。使用可能な通信ポートを設定してください。";
   core::ShowStatus(context, kText);
-  context.MessageDialog.SetText(kText);
+  context.Screen.MessageDialog.SetText(kText);
   core::ShowMessage(context, kText, MessageMode::Notice);
   ForgetVersion(context, version);
-  context.MessageDialog.ShowButton();
+  context.Screen.MessageDialog.ShowButton();
   error = 1;
 }
 
 void ReportUnreadableVersion(core::RunContext& context, double& version, std::int16_t& error) {
   core::ShowStatus(context, kUnreadableVersionText);
-  context.MessageDialog.SetText(kUnreadableVersionText);
-  context.MessageDialog.ShowButton();
+  context.Screen.MessageDialog.SetText(kUnreadableVersionText);
+  context.Screen.MessageDialog.ShowButton();
   ForgetVersion(context, version);
   error = 1;
 }
@@ -91,9 +91,9 @@ void ReportFirmwareTooOld(core::RunContext& context, std::int16_t& error) {
       "このソフトは使用できません。\r\n"
       "ファームウエアバージョン6.38以降にアップデートしてください。";
   core::ShowStatus(context, kText);
-  context.MessageDialog.SetText(kText);
+  context.Screen.MessageDialog.SetText(kText);
   core::ShowMessage(context, kText, MessageMode::Notice);
-  context.MessageDialog.ShowButton();
+  context.Screen.MessageDialog.ShowButton();
   error = 2;
 }
 
@@ -104,10 +104,11 @@ void AcceptVersionLine(core::RunContext& context, const std::string& line, doubl
     ReportUnreadableVersion(context, version, error);
     return;
   }
-  const std::string found =
-      "ライターを COM" + std::to_string(context.ProgrammerPort.CommPort()) + "に検出しました。";
+  const std::string found = "ライターを COM" +
+                            std::to_string(context.Line.ProgrammerPort.CommPort()) +
+                            "に検出しました。";
   core::ShowStatus(context, found);
-  context.MessageDialog.SetText(found);
+  context.Screen.MessageDialog.SetText(found);
   context.State.FirmwareVersionText = line;
   core::ShowStatus(context, Panel::BoardVersion, line);
   const std::optional<double> number = ParseNumber(line.substr(kModelLength));
@@ -135,7 +136,7 @@ void RestForExtendAcknowledgement(core::RunContext& context) {
 
 /// The stored port number; nothing when none was ever stored, or what is stored is no number.
 std::optional<int> StoredPortNumber(const core::RunContext& context) {
-  const auto text = context.Settings.Read(core::kSettingsSection, core::kPortNumberKey);
+  const auto text = context.Storage.Settings.Read(core::kSettingsSection, core::kPortNumberKey);
   if (!text) return std::nullopt;
   const std::optional<double> number = ParseNumber(*text);
   constexpr double kLargestPort = 20;
@@ -144,7 +145,7 @@ std::optional<int> StoredPortNumber(const core::RunContext& context) {
 }
 
 void PreparePort(core::RunContext& context, int port_number) {
-  platform::SerialControl& port = context.ProgrammerPort;
+  platform::SerialControl& port = context.Line.ProgrammerPort;
   port.SetCommPort(port_number);
   core::ShowStatus(context, Panel::Port, "COM" + std::to_string(port_number));
   port.SetSettings(kPortSettings);
@@ -167,39 +168,41 @@ void ReportNoPortChosen(core::RunContext& context) {
 /// A second, smaller line below the message: why the board could not be found, and the cure.
 void ExplainMissingBoard(core::RunContext& context) {
   const platform::PortOpenResult& opened = context.State.LastPortOpen;
-  std::string name = "COM" + std::to_string(context.ProgrammerPort.CommPort());
+  std::string name = "COM" + std::to_string(context.Line.ProgrammerPort.CommPort());
   if (!opened.Path.empty()) name += " (" + opened.Path + ")";
   if (opened.Status != platform::PortOpenStatus::Ok) {
-    context.MessageDialog.SetDetail(name + " : " + opened.Reason);
-  } else if (context.ProgrammerPort.IsGone()) {
-    context.MessageDialog.SetDetail(
+    context.Screen.MessageDialog.SetDetail(name + " : " + opened.Reason);
+  } else if (context.Line.ProgrammerPort.IsGone()) {
+    context.Screen.MessageDialog.SetDetail(
         name + " : 通信ポートがなくなりました。USBケーブルと電源を確認してください。");
   } else if (context.State.StatusText == kUnreadableVersionText) {
-    context.MessageDialog.SetDetail(name +
-                                    " から返答はありましたが、対応しているライターではありません。"
-                                    "ポート番号を確認してください。");
+    context.Screen.MessageDialog.SetDetail(
+        name +
+        " から返答はありましたが、対応しているライターではありません。"
+        "ポート番号を確認してください。");
   } else if (context.State.LinkError == 1) {
-    context.MessageDialog.SetDetail(name +
-                                    " は開けましたが、ライターとしての返答がありません。"
-                                    "ライターの電源、ケーブル、ポート番号を確認してください。");
+    context.Screen.MessageDialog.SetDetail(
+        name +
+        " は開けましたが、ライターとしての返答がありません。"
+        "ライターの電源、ケーブル、ポート番号を確認してください。");
   }
 }
 
 }  // namespace
 
 void DetectProgrammer(core::RunContext& context, double& version, std::int16_t& error) {
-  platform::SerialControl& port = context.ProgrammerPort;
+  platform::SerialControl& port = context.Line.ProgrammerPort;
   core::ShowStatus(context, "ｺﾏﾝﾄﾞ送信 : Avr Extend command A");
   port.SetInputMode(platform::InputMode::Text);
   ClearInput(context);
   SendText(context, kEscape);
   Rest(context, kIdentifyRestSeconds);
-  context.Events.ProcessPendingEvents();
+  context.Line.Events.ProcessPendingEvents();
   // The first "?" wakes a board that was in the middle of something; its answer is thrown away.
   ClearInput(context);
   SendText(context, kIdentify);
   Rest(context, kIdentifyRestSeconds);
-  context.Events.ProcessPendingEvents();
+  context.Line.Events.ProcessPendingEvents();
   ClearInput(context);
   SendText(context, kIdentify);
   constexpr double kVersionTimeoutSeconds = 1;
@@ -236,14 +239,14 @@ void AdviseFirmwareUpdate(core::RunContext& context) {
       "推奨するファームウエアバージョン ： KV-LOD350 V6.38 、または、それ以降。　\r\n"
       "　\r\n"
       "（現在使用中のファームウエアバージョンは、メイン画面の右下に表示されます。）\r\n";
-  context.MessageBoxes.Show(platform::MessageIcon::Critical, "", text);
+  context.Screen.MessageBoxes.Show(screen::MessageIcon::Critical, "", text);
 }
 
 bool CheckProgrammerLink(core::RunContext& context) {
   core::AppState& state = context.State;
-  platform::SerialControl& port = context.ProgrammerPort;
+  platform::SerialControl& port = context.Line.ProgrammerPort;
   core::ShowStatus(context, "ライタと通信中！");
-  context.Events.ProcessPendingEvents();
+  context.Line.Events.ProcessPendingEvents();
   port.Close();
   constexpr int kDefaultPort = 1;
   const std::optional<int> stored = StoredPortNumber(context);
@@ -267,12 +270,12 @@ bool CheckProgrammerLink(core::RunContext& context) {
     RestForExtendAcknowledgement(context);
     SelectDevice(context, state.DeviceCode, state.LinkError);
     if (state.LinkError == 0) {
-      context.MessageDialog.Close();
+      context.Screen.MessageDialog.Close();
       ready = true;
       core::ShowStatus(context, "ライタの準備　ＯＫ ！！");
-      context.Events.ProcessPendingEvents();
+      context.Line.Events.ProcessPendingEvents();
     } else {
-      context.MessageDialog.SetDetail(
+      context.Screen.MessageDialog.SetDetail(
           "デバイスには何も書き込んでいません。デバイスの選択と、ライターのファームウエア"
           "バージョンを確認してください。");
     }

@@ -21,40 +21,40 @@ constexpr double kShortestRestSeconds = 0.0001;
 /// until a byte arrives, a few milliseconds at most. Every wait of the program goes through here.
 void Turn(core::RunContext& context, platform::SerialControl& port,
           double longest_rest = kTurnSeconds) {
-  context.Events.ProcessPendingEvents();
+  context.Line.Events.ProcessPendingEvents();
   port.RestUntilInput(std::clamp(longest_rest, kShortestRestSeconds, kTurnSeconds));
 }
 
 /// Turns until `seconds` have passed since `start`, or the day ends.
 void TurnUntil(core::RunContext& context, double start, double seconds) {
   for (;;) {
-    const double now = context.Clock.SecondsSinceMidnight();
+    const double now = context.Line.Clock.SecondsSinceMidnight();
     const double left = start + seconds - now;
     if (left <= 0 || now < start) return;
     // Takes note of what has arrived: an arrived byte that nobody has counted ends a rest at once.
-    context.ProgrammerPort.InBufferCount();
-    Turn(context, context.ProgrammerPort, left);
+    context.Line.ProgrammerPort.InBufferCount();
+    Turn(context, context.Line.ProgrammerPort, left);
   }
 }
 
 }  // namespace
 
-void ClearInput(core::RunContext& context) { context.ProgrammerPort.DiscardInput(); }
+void ClearInput(core::RunContext& context) { context.Line.ProgrammerPort.DiscardInput(); }
 
 void SendText(core::RunContext& context, char character) {
   if (context.State.StopRequested) throw core::CommandEnd{};
   const std::array<std::uint8_t, 1> bytes{static_cast<std::uint8_t>(character)};
-  context.ProgrammerPort.Output(bytes);
+  context.Line.ProgrammerPort.Output(bytes);
 }
 
 void SendByte(core::RunContext& context, std::uint8_t value) {
   context.State.TxByte = {value};
-  context.ProgrammerPort.Output(context.State.TxByte);
+  context.Line.ProgrammerPort.Output(context.State.TxByte);
 }
 
 bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds) {
-  context.State.WaitStart = context.Clock.SecondsSinceMidnight();
-  return WaitForBytesOn(context, context.ProgrammerPort, count, context.State.WaitStart,
+  context.State.WaitStart = context.Line.Clock.SecondsSinceMidnight();
+  return WaitForBytesOn(context, context.Line.ProgrammerPort, count, context.State.WaitStart,
                         timeout_seconds);
 }
 
@@ -64,33 +64,35 @@ bool WaitForBytesOn(core::RunContext& context, platform::SerialControl& port, in
     // Bytes may have arrived just before the line went, or during the turn that the time ended in:
     // the count has the last word.
     if (port.IsGone()) {
-      context.Events.ProcessPendingEvents();
+      context.Line.Events.ProcessPendingEvents();
       return port.InBufferCount() >= count;
     }
     Turn(context, port);
-    if (context.Clock.SecondsSinceMidnight() > start + timeout_seconds) {
+    if (context.Line.Clock.SecondsSinceMidnight() > start + timeout_seconds) {
       return port.InBufferCount() >= count;
     }
   }
   return true;
 }
 
-void ReadReply(core::RunContext& context) { context.State.RxBuf = context.ProgrammerPort.Input(); }
+void ReadReply(core::RunContext& context) {
+  context.State.RxBuf = context.Line.ProgrammerPort.Input();
+}
 
 void Pause(core::RunContext& context, double seconds) {
-  context.State.WaitStart = context.Clock.SecondsSinceMidnight();
+  context.State.WaitStart = context.Line.Clock.SecondsSinceMidnight();
   TurnUntil(context, context.State.WaitStart, seconds);
 }
 
 void Rest(core::RunContext& context, double seconds) {
-  TurnUntil(context, context.Clock.SecondsSinceMidnight(), seconds);
+  TurnUntil(context, context.Line.Clock.SecondsSinceMidnight(), seconds);
 }
 
 bool RestForBytes(core::RunContext& context, int count, double seconds) {
-  platform::SerialControl& port = context.ProgrammerPort;
-  const double start = context.Clock.SecondsSinceMidnight();
+  platform::SerialControl& port = context.Line.ProgrammerPort;
+  const double start = context.Line.Clock.SecondsSinceMidnight();
   while (port.InBufferCount() < count) {
-    const double now = context.Clock.SecondsSinceMidnight();
+    const double now = context.Line.Clock.SecondsSinceMidnight();
     if (port.IsGone() || now >= start + seconds || now < start) return false;
     Turn(context, port, start + seconds - now);
   }
@@ -98,15 +100,15 @@ bool RestForBytes(core::RunContext& context, int count, double seconds) {
 }
 
 void SendEscape(core::RunContext& context) {
-  context.ProgrammerPort.SetInputMode(platform::InputMode::Text);
+  context.Line.ProgrammerPort.SetInputMode(platform::InputMode::Text);
   ClearInput(context);
   const std::array<std::uint8_t, 1> bytes{kEscape};
-  context.ProgrammerPort.Output(bytes);
-  context.ProgrammerPort.SetInputMode(platform::InputMode::Binary);
+  context.Line.ProgrammerPort.Output(bytes);
+  context.Line.ProgrammerPort.SetInputMode(platform::InputMode::Binary);
 }
 
 void ShowCommError(core::RunContext& context) {
-  core::ShowMessage(context, "通信エラーが発生しました。", platform::MessageMode::Notice);
+  core::ShowMessage(context, "通信エラーが発生しました。", screen::MessageMode::Notice);
 }
 
 }  // namespace fenwright::link

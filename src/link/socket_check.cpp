@@ -14,7 +14,7 @@
 namespace fenwright::link {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 
 constexpr std::int16_t kUnknownFlashWords = 512;
 
@@ -62,7 +62,7 @@ bool MatchesSelectedDevice(core::RunContext& context, const Signature& signature
                            std::int16_t detected_flash_words) {
   if (context.State.FlashWords != detected_flash_words) return false;
   const std::string_view found = core::LookUpSignature(signature.Family, signature.Part);
-  return core::NamesSameChip(found, context.DeviceForm.DeviceText());
+  return core::NamesSameChip(found, context.Screen.DeviceForm.DeviceText());
 }
 
 /// What is wrong with a signature, for the user; "" when it is that of the selected device.
@@ -88,7 +88,7 @@ std::string_view JudgeSignature(core::RunContext& context, const Signature& sign
 
 void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words,
                    std::int16_t& error) {
-  core::ShowStatus(context, platform::Panel::Signature, "--:--:--");
+  core::ShowStatus(context, screen::Panel::Signature, "--:--:--");
   detected_flash_words = kUnknownFlashWords;
   Signature signature;
   if (!ReadSignatureBytes(context, signature)) {
@@ -97,7 +97,7 @@ void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words
   }
   context.State.MessageText = core::HexByte(signature.Vendor) + ":" +
                               core::HexByte(signature.Family) + ":" + core::HexByte(signature.Part);
-  core::ShowStatus(context, platform::Panel::Signature, context.State.MessageText);
+  core::ShowStatus(context, screen::Panel::Signature, context.State.MessageText);
   detected_flash_words = FlashWordsOfFamily(signature.Family);
   const std::string_view complaint = JudgeSignature(context, signature, detected_flash_words);
   if (complaint.empty()) return;

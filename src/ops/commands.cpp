@@ -23,14 +23,14 @@ namespace fenwright::ops {
 namespace {
 
 using core::CommandEnding;
-using platform::Panel;
+using screen::Panel;
 
 CommandEnding RunDeviceCommand(core::RunContext& context, const std::function<void()>& body) {
   const CommandEnding ending =
       core::RunCommand(context, body, [&] { link::LeaveProgrammingModeIfEntered(context); });
   if (ending == CommandEnding::FileError) {
-    context.MessageDialog.Show(DescribeChipState(context.State, Language::Japanese),
-                               platform::MessageMode::Notice);
+    context.Screen.MessageDialog.Show(DescribeChipState(context.State, Language::Japanese),
+                                      screen::MessageMode::Notice);
   }
   return ending;
 }
@@ -45,7 +45,7 @@ void MarkStart(core::RunContext& context, core::DeviceOperation operation) {
 
 void StartTiming(core::RunContext& context) {
   core::ShowStatus(context, Panel::Elapsed, "");
-  context.State.OperationStartTime = context.Clock.SecondsSinceMidnight();
+  context.State.OperationStartTime = context.Line.Clock.SecondsSinceMidnight();
 }
 
 bool CheckLink(core::RunContext& context) {
@@ -54,7 +54,7 @@ bool CheckLink(core::RunContext& context) {
 
 void ShowElapsedTime(core::RunContext& context) {
   double& time = context.State.OperationStartTime;
-  time = std::trunc(context.Clock.SecondsSinceMidnight() - time);
+  time = std::trunc(context.Line.Clock.SecondsSinceMidnight() - time);
   core::ShowStatus(context, Panel::Elapsed, std::to_string(static_cast<std::int32_t>(time)) + "秒");
 }
 
@@ -64,12 +64,12 @@ void ShowElapsedTime(core::RunContext& context) {
 /// this is traced: it repeats what the trace holds.
 void ExplainFailure(core::RunContext& context) {
   if (Succeeded(context.State)) return;
-  platform::MessageDialog& dialog = context.MessageDialog;
+  screen::MessageDialog& dialog = context.Screen.MessageDialog;
   // A notice that the user has closed already has been read.
   if (!dialog.IsLoaded() && context.State.NoticeShown) return;
   if (dialog.IsBusy() || !dialog.IsLoaded()) {
     if (context.State.LastFailure.empty()) return dialog.Close();
-    dialog.Show(context.State.LastFailure, platform::MessageMode::Notice);
+    dialog.Show(context.State.LastFailure, screen::MessageMode::Notice);
   }
   dialog.SetDetail(DescribeChipState(context.State, Language::Japanese));
 }

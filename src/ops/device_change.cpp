@@ -14,19 +14,19 @@ void ShowDeviceInfo(core::RunContext& context) {
   core::ShowMemorySizes(context);
   image::RefreshFlashView(context);
   image::RefreshEepromView(context);
-  context.DeviceForm.ShowDeviceFrame();
+  context.Screen.DeviceForm.ShowDeviceFrame();
 }
 
 void PickDevice(core::RunContext& context) {
   ShowDeviceInfo(context);
-  context.Events.ProcessPendingEvents();
+  context.Line.Events.ProcessPendingEvents();
   image::ClearFlashBuffer(context.State);
   image::ClearEepromBuffer(context.State);
   image::WriteFlashDump(context);
   image::WriteEepromDump(context);
   image::LoadFlashView(context);
   image::LoadEepromView(context);
-  context.Events.ProcessPendingEvents();
+  context.Line.Events.ProcessPendingEvents();
   core::RefreshInsertionGuide(context);
 }
 

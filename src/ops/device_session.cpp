@@ -6,7 +6,7 @@
 
 namespace fenwright::ops {
 
-using platform::MessageMode;
+using screen::MessageMode;
 
 void EraseChip(core::RunContext& context) {
   core::AppState& state = context.State;
@@ -21,12 +21,12 @@ void EraseChip(core::RunContext& context) {
     return;
   }
   image::RefreshEepromView(context);
-  context.MessageDialog.Close();
+  context.Screen.MessageDialog.Close();
 }
 
 void UpdateProgress(core::RunContext& context, std::int32_t value) {
-  context.MessageDialog.SetProgress(value);
-  context.Events.ProcessPendingEvents();
+  context.Screen.MessageDialog.SetProgress(value);
+  context.Line.Events.ProcessPendingEvents();
 }
 
 }  // namespace fenwright::ops

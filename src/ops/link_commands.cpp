@@ -35,10 +35,10 @@ bool MeasureRoundTrip(core::RunContext& context, double& seconds) {
   constexpr double kTimeoutSeconds = 1;
   constexpr double kSecondsPerDay = 86400;
   link::ClearInput(context);
-  const double start = context.Clock.SecondsSinceMidnight();
+  const double start = context.Line.Clock.SecondsSinceMidnight();
   link::SendText(context, kExtend);
   if (!link::WaitForBytes(context, 1, kTimeoutSeconds)) return false;
-  seconds = context.Clock.SecondsSinceMidnight() - start;
+  seconds = context.Line.Clock.SecondsSinceMidnight() - start;
   if (seconds < 0) seconds += kSecondsPerDay;
   link::ReadReply(context);
   return true;
@@ -96,7 +96,7 @@ double RoundTripWireSeconds() { return 2 * kSecondsPerByte; }
 ProgrammingForecast Forecast(const core::RunContext& context, double extra_seconds) {
   const int words = context.State.FlashWords;
   const int data_bytes = context.State.EepromBytes;
-  const bool tiny26 = context.DeviceForm.DeviceText() == "ATtiny26L";
+  const bool tiny26 = context.Screen.DeviceForm.DeviceText() == "ATtiny26L";
   const CellCost& write_word = tiny26 ? kWriteWordTiny26 : kWriteWord;
   return {.WriteSeconds = SecondsFor(write_word, words, extra_seconds) +
                           SecondsFor(kWriteDataByte, data_bytes, extra_seconds),

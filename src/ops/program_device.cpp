@@ -17,7 +17,7 @@
 namespace fenwright::ops {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 
 constexpr std::string_view kFlashText = "フラッシュプログラムメモリ プログラム中.....";
 
@@ -29,7 +29,7 @@ void WriteFlashWord(core::RunContext& context, std::int32_t word) {
   const auto index = 2 * static_cast<std::size_t>(word);
   const std::uint8_t high = state.FlashBuffer[index];
   const std::uint8_t low = state.FlashBuffer[index + 1];
-  if (context.DeviceForm.DeviceText() == core::kTiny26) {
+  if (context.Screen.DeviceForm.DeviceText() == core::kTiny26) {
     link::WriteProgramWordTiny26(context, high, low, state.LinkError);
   } else {
     link::WriteProgramWord(context, high, low, state.LinkError);
@@ -46,16 +46,16 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return PhaseEnd::FrameRefused;
   core::ShowMessage(context, kFlashText, MessageMode::Busy);
-  context.MessageDialog.SetProgressRange(state.FlashProgramCount);
+  context.Screen.MessageDialog.SetProgressRange(state.FlashProgramCount);
   state.Chip.FlashStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
   link::SelectAddress(context, 0, state.LinkError);
-  const double start = context.Clock.SecondsSinceMidnight();
+  const double start = context.Line.Clock.SecondsSinceMidnight();
   for (std::int32_t word = 0; word < state.FlashProgramCount; ++word) {
     UpdateProgress(context, word);
     WriteFlashWord(context, word);
   }
-  state.Chip.FlashWriteSeconds = context.Clock.SecondsSinceMidnight() - start;
+  state.Chip.FlashWriteSeconds = context.Line.Clock.SecondsSinceMidnight() - start;
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     state.Chip.FlashFailed = true;
@@ -63,7 +63,7 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
     return PhaseEnd::Ran;
   }
   image::RefreshFlashView(context);
-  context.MessageDialog.Close();
+  context.Screen.MessageDialog.Close();
   return PhaseEnd::Ran;
 }
 
@@ -86,7 +86,7 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return PhaseEnd::FrameRefused;
   core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ プログラム中.....", MessageMode::Busy);
-  context.MessageDialog.SetProgressRange(state.EepromProgramCount);
+  context.Screen.MessageDialog.SetProgressRange(state.EepromProgramCount);
   state.Chip.EepromStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
   for (std::int32_t byte = 0; byte < state.EepromProgramCount; ++byte) {
@@ -100,7 +100,7 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
     return PhaseEnd::Ran;
   }
   image::RefreshEepromView(context);
-  context.MessageDialog.Close();
+  context.Screen.MessageDialog.Close();
   return PhaseEnd::Ran;
 }
 

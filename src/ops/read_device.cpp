@@ -14,7 +14,7 @@
 namespace fenwright::ops {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 
 // The blank after the comma is an ideographic space, in this text alone.
 constexpr std::string_view kFlashText = "フラッシュプログラムメモリ　読出し中.....";
@@ -36,7 +36,7 @@ bool ReadFlashWords(core::RunContext& context) {
 /// The flash phase; false when the operation ends with it.
 bool ReadFlash(core::RunContext& context) {
   core::AppState& state = context.State;
-  context.MessageDialog.SetProgressRange(state.FlashWords);
+  context.Screen.MessageDialog.SetProgressRange(state.FlashWords);
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return false;
   core::ShowMessage(context, kFlashText, MessageMode::Busy);
@@ -53,7 +53,7 @@ bool ReadFlash(core::RunContext& context) {
     return true;
   }
   image::RefreshFlashView(context);
-  context.MessageDialog.Close();
+  context.Screen.MessageDialog.Close();
   return true;
 }
 
@@ -62,7 +62,7 @@ void ReadEeprom(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return;
   core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ 読出し中.....", MessageMode::Busy);
-  context.MessageDialog.SetProgressRange(state.EepromBytes);
+  context.Screen.MessageDialog.SetProgressRange(state.EepromBytes);
   link::EnterProgrammingMode(context, state.LinkError);
   for (std::int32_t byte = 0; byte < state.EepromBytes; ++byte) {
     UpdateProgress(context, byte);
@@ -77,7 +77,7 @@ void ReadEeprom(core::RunContext& context) {
   }
   state.Chip.ReadFinished = true;
   image::RefreshEepromView(context);
-  context.MessageDialog.Close();
+  context.Screen.MessageDialog.Close();
 }
 
 }  // namespace

@@ -16,27 +16,27 @@ namespace fenwright::ops {
 namespace {
 
 using core::CommandEnding;
-using platform::View;
+using screen::View;
 
-void SetCaptions(platform::MainForm& form) {
+void SetCaptions(screen::MainForm& form) {
   form.SetSupportPageLabel("ｻﾎﾟｰﾄﾍﾟｰｼﾞ : " + std::string(core::kSupportUrl));
   form.SetCaption("New Fenwright Version " + std::string(core::kVersion));
 }
 
-platform::TwipsPlace StoredPlace(const core::RunContext& context, const core::PlaceKeys& keys) {
+screen::TwipsPlace StoredPlace(const core::RunContext& context, const core::PlaceKeys& keys) {
   return {.Left = core::ReadStoredNumber(context, keys.Left, keys.Default.Left),
           .Top = core::ReadStoredNumber(context, keys.Top, keys.Default.Top),
           .Width = core::ReadStoredNumber(context, keys.Width, keys.Default.Width),
           .Height = core::ReadStoredNumber(context, keys.Height, keys.Default.Height)};
 }
 
-void LoadMainWindow(const core::RunContext& context, platform::MainForm& form) {
+void LoadMainWindow(const core::RunContext& context, screen::MainForm& form) {
   form.Place(StoredPlace(context, core::kMainWindowKeys));
   form.PlaceView(View::Flash, StoredPlace(context, core::kFlashViewKeys));
   form.PlaceView(View::Eeprom, StoredPlace(context, core::kEepromViewKeys));
 }
 
-void ShowMainWindow(const core::RunContext& context, platform::MainForm& form) {
+void ShowMainWindow(const core::RunContext& context, screen::MainForm& form) {
   LoadMainWindow(context, form);
   form.Show();
   form.EnableTimer();
@@ -61,7 +61,7 @@ std::optional<int> ParseDeviceIndex(const std::string& text) {
 
 int StoredDeviceIndex(const core::RunContext& context) {
   const std::string text =
-      context.Settings.Read(core::kSettingsSection, core::kDeviceKey).value_or("0");
+      context.Storage.Settings.Read(core::kSettingsSection, core::kDeviceKey).value_or("0");
   if (const std::optional<int> index = ParseDeviceIndex(text)) return *index;
   core::EndCommandOnBadSetting(
       core::kDeviceKey, text,
@@ -70,23 +70,23 @@ int StoredDeviceIndex(const core::RunContext& context) {
 
 /// Setting the index counts as a pick.
 void RestoreDevice(core::RunContext& context) {
-  context.DeviceForm.SetDeviceIndex(StoredDeviceIndex(context));
+  context.Screen.DeviceForm.SetDeviceIndex(StoredDeviceIndex(context));
   PickDevice(context);
 }
 
-void AskForComPortOnce(core::RunContext& context, platform::MainForm& form) {
+void AskForComPortOnce(core::RunContext& context, screen::MainForm& form) {
   if (core::ReadStoredNumber(context, core::kComPortAskedKey, 0) != 0) return;
   form.SelectComPort();
   core::StoreNumber(context, core::kComPortAskedKey, 1);
 }
 
-void ShowGuide(const core::RunContext& context, platform::MainForm& form) {
+void ShowGuide(const core::RunContext& context, screen::MainForm& form) {
   form.ShowGuide({.Left = core::ReadStoredNumber(context, core::kGuideLeftKey, 0),
                   .Top = core::ReadStoredNumber(context, core::kGuideTopKey, 0)});
 }
 
 /// The order is the program's contract. Without a form, what concerns windows is left out.
-void Start(core::RunContext& context, platform::MainForm* form, const StartOptions& options) {
+void Start(core::RunContext& context, screen::MainForm* form, const StartOptions& options) {
   // The program's folder is not known yet: the bare name is deleted.
   core::TraceLog(context).Delete();
   context.State.CommandArgument = options.CommandArgument;
@@ -107,7 +107,7 @@ CommandEnding StartCommand(core::RunContext& context, const StartOptions& option
   return core::RunCommand(context, [&] { Start(context, nullptr, options); });
 }
 
-CommandEnding StartWindowCommand(core::RunContext& context, platform::MainForm& form,
+CommandEnding StartWindowCommand(core::RunContext& context, screen::MainForm& form,
                                  platform::SingleInstance& instance, const StartOptions& options) {
   if (!instance.Claim()) return CommandEnding::AnotherInstance;
   return core::RunCommand(context, [&] { Start(context, &form, options); });

@@ -4,8 +4,8 @@
 
 #include "core/command.h"
 #include "core/run_context.h"
-#include "platform/main_form.h"
 #include "platform/single_instance.h"
+#include "screen/main_form.h"
 
 namespace fenwright::ops {
 
@@ -25,7 +25,7 @@ core::CommandEnding StartCommand(core::RunContext& context, const StartOptions& 
 /// The same with windows: the whole start procedure, in its order. It ends at once, with
 /// AnotherInstance, when the program is running already. Any stored number that is none ends it
 /// with BadSetting, like the device.
-core::CommandEnding StartWindowCommand(core::RunContext& context, platform::MainForm& form,
+core::CommandEnding StartWindowCommand(core::RunContext& context, screen::MainForm& form,
                                        platform::SingleInstance& instance,
                                        const StartOptions& options);
 

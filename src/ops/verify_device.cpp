@@ -16,7 +16,7 @@
 namespace fenwright::ops {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 
 /// The report file while it is being written. A disc that refuses it ends the running command.
 class Report {
@@ -24,7 +24,7 @@ class Report {
   explicit Report(core::RunContext& context)
       : path_(context.State.AppFolder + std::string(kVerifyReportFile)) {
     platform::FileResult result;
-    writer_ = context.Files.OpenForWriting(path_, result);
+    writer_ = context.Storage.Files.OpenForWriting(path_, result);
     if (!writer_) core::EndCommandOnFileError(path_, result);
   }
 
@@ -50,8 +50,8 @@ class Report {
 void CompareFlash(core::RunContext& context, Report& report) {
   core::AppState& state = context.State;
   const std::int32_t extent = image::UsedFlashWords(state);
-  context.MessageDialog.SetProgressRange(extent);
-  const double start = context.Clock.SecondsSinceMidnight();
+  context.Screen.MessageDialog.SetProgressRange(extent);
+  const double start = context.Line.Clock.SecondsSinceMidnight();
   for (std::int32_t word = 0; word < extent; ++word) {
     UpdateProgress(context, word);
     std::uint8_t high = 0;
@@ -66,13 +66,13 @@ void CompareFlash(core::RunContext& context, Report& report) {
                 "  Original = " + core::HexByte(expected_high) + core::HexByte(expected_low) +
                 "   NG = " + core::HexByte(high) + core::HexByte(low));
   }
-  state.Chip.FlashVerifySeconds = context.Clock.SecondsSinceMidnight() - start;
+  state.Chip.FlashVerifySeconds = context.Line.Clock.SecondsSinceMidnight() - start;
 }
 
 void CompareEeprom(core::RunContext& context, Report& report) {
   core::AppState& state = context.State;
   const std::int32_t extent = image::UsedEepromBytes(state);
-  context.MessageDialog.SetProgressRange(extent);
+  context.Screen.MessageDialog.SetProgressRange(extent);
   for (std::int32_t byte = 0; byte < extent; ++byte) {
     UpdateProgress(context, byte);
     link::SelectAddress(context, byte, state.LinkError);
@@ -98,13 +98,13 @@ void ShowResult(core::RunContext& context) {
     core::ShowStatus(context, "ベリファイ　FLASH : OK / EEPROM : OK 　プログラミング正常終了。");
     core::ShowMessage(context, "ベリファイ　FLASH : OK / EEPROM : OK", MessageMode::Notice);
   }
-  context.Views.Clear(platform::View::Verify);
-  context.Views.Load(platform::View::Verify, state.AppFolder + std::string(kVerifyReportFile));
+  context.Screen.Views.Clear(screen::View::Verify);
+  context.Screen.Views.Load(screen::View::Verify, state.AppFolder + std::string(kVerifyReportFile));
   if (good) return;
   const std::string flash = state.FlashNG ? "NG" : "OK";
   const std::string eeprom = state.EepromNG ? "NG" : "OK";
   core::ReportResult(context, "ベリファイ　FLASH : " + flash + " / EEPROM : " + eeprom);
-  context.MessageDialog.FocusButton();
+  context.Screen.MessageDialog.FocusButton();
 }
 
 }  // namespace

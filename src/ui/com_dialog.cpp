@@ -85,10 +85,10 @@ void ComDialog::Build() {
 
   auto* buttons = new QHBoxLayout;
   buttons->addStretch(1);
-  QPushButton* ok = BuildButton("Command_ok", "OK", platform::ComFormButton::Ok);
+  QPushButton* ok = BuildButton("Command_ok", "OK", screen::ComFormButton::Ok);
   ok->setDefault(true);
   buttons->addWidget(ok);
-  QPushButton* cancel = BuildButton("Command_cancel", "CANCEL", platform::ComFormButton::Cancel);
+  QPushButton* cancel = BuildButton("Command_cancel", "CANCEL", screen::ComFormButton::Cancel);
   cancel->setAutoDefault(false);
   buttons->addWidget(cancel);
 
@@ -100,7 +100,7 @@ void ComDialog::Build() {
 }
 
 QPushButton* ComDialog::BuildButton(const QString& name, const QString& caption,
-                                    platform::ComFormButton meaning) {
+                                    screen::ComFormButton meaning) {
   auto* button = new QPushButton(caption);
   button->setObjectName(name);
   button->setAccessibleName(caption);
@@ -131,7 +131,7 @@ void ComDialog::SetNote(std::string_view text) {
   ShowPortLine();
 }
 
-platform::ComFormButton ComDialog::WaitForButton() {
+screen::ComFormButton ComDialog::WaitForButton() {
   QEventLoop loop;
   waiting_ = &loop;
   ShowPortLine();
@@ -150,15 +150,15 @@ void ComDialog::Hide() { hide(); }
 
 void ComDialog::Unload() { hide(); }
 
-void ComDialog::reject() { Finish(platform::ComFormButton::Cancel); }
+void ComDialog::reject() { Finish(screen::ComFormButton::Cancel); }
 
 void ComDialog::closeEvent(QCloseEvent* event) {
   event->ignore();
-  Finish(platform::ComFormButton::Cancel);
+  Finish(screen::ComFormButton::Cancel);
 }
 
 /// Outside of a wait the buttons do nothing: the last one pressed is still being carried out.
-void ComDialog::Finish(platform::ComFormButton button) {
+void ComDialog::Finish(screen::ComFormButton button) {
   if (!waiting_) return;
   button_ = button;
   waiting_->quit();

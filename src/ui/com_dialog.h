@@ -7,7 +7,7 @@
 #include <QTimer>
 
 #include "core/app_state.h"
-#include "platform/com_form.h"
+#include "screen/com_form.h"
 
 class QComboBox;
 class QEventLoop;
@@ -20,7 +20,7 @@ class WrappedLabel;
 /// `frmCom`: the dialog in which the user picks the COM port. Below the list a line of its own says
 /// what the selected number is on this system; it is brought up to date about once a second, since
 /// adapters come and go.
-class ComDialog final : public QDialog, public platform::ComForm {
+class ComDialog final : public QDialog, public screen::ComForm {
   Q_OBJECT
 
  public:
@@ -34,7 +34,7 @@ class ComDialog final : public QDialog, public platform::ComForm {
   void SetListIndex(int index) override;
   [[nodiscard]] int ListIndex() const override;
   void SetNote(std::string_view text) override;
-  platform::ComFormButton WaitForButton() override;
+  screen::ComFormButton WaitForButton() override;
   void Hide() override;
   void Unload() override;
 
@@ -47,8 +47,8 @@ class ComDialog final : public QDialog, public platform::ComForm {
  private:
   void Build();
   QPushButton* BuildButton(const QString& name, const QString& caption,
-                           platform::ComFormButton meaning);
-  void Finish(platform::ComFormButton button);
+                           screen::ComFormButton meaning);
+  void Finish(screen::ComFormButton button);
   void Refresh();
   void ShowPortLine();
   [[nodiscard]] QString PortLine() const;
@@ -60,7 +60,7 @@ class ComDialog final : public QDialog, public platform::ComForm {
   std::string note_;
   QTimer refresh_;
   QEventLoop* waiting_ = nullptr;  ///< while a button is awaited
-  platform::ComFormButton button_ = platform::ComFormButton::Cancel;
+  screen::ComFormButton button_ = screen::ComFormButton::Cancel;
 
   QComboBox* list_ = nullptr;
   WrappedLabel* port_line_ = nullptr;

@@ -14,7 +14,7 @@
 namespace fenwright::ui {
 namespace {
 
-using platform::FuseList;
+using screen::FuseList;
 
 constexpr int kSpacing = 2;
 constexpr int kGap = 4;

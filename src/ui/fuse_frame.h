@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-#include "platform/fuse_form.h"
+#include "screen/fuse_form.h"
 
 class QComboBox;
 class QGridLayout;
@@ -26,8 +26,8 @@ class FuseFrame final : public QWidget {
 
   // The controls, for the adapter and tests.
   [[nodiscard]] QGroupBox* Frame() const { return frame_; }
-  [[nodiscard]] QComboBox* List(platform::FuseList list) const { return lists_.at(list); }
-  [[nodiscard]] QLabel* LabelOf(platform::FuseList list) const { return labels_.at(list); }
+  [[nodiscard]] QComboBox* List(screen::FuseList list) const { return lists_.at(list); }
+  [[nodiscard]] QLabel* LabelOf(screen::FuseList list) const { return labels_.at(list); }
   [[nodiscard]] QLabel* Calibration() const { return calibration_; }
   [[nodiscard]] QPushButton* ReadButton() const { return read_; }
   [[nodiscard]] QPushButton* WriteButton() const { return write_; }
@@ -49,8 +49,8 @@ class FuseFrame final : public QWidget {
   void AddButtons(QGridLayout* grid, int row);
 
   QGroupBox* frame_;
-  std::map<platform::FuseList, QComboBox*> lists_;
-  std::map<platform::FuseList, QLabel*> labels_;
+  std::map<screen::FuseList, QComboBox*> lists_;
+  std::map<screen::FuseList, QLabel*> labels_;
   QLabel* calibration_ = nullptr;
   QPushButton* read_ = nullptr;
   QPushButton* write_ = nullptr;

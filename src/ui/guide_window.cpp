@@ -10,11 +10,11 @@ GuideWindow::GuideWindow()
   setWidget(drawing_);
 }
 
-void GuideWindow::SetIdle(platform::GuidePosition position) {
+void GuideWindow::SetIdle(screen::GuidePosition position) {
   drawing_->SetHighlighted(position, false);
 }
 
-void GuideWindow::SetHighlighted(platform::GuidePosition position) {
+void GuideWindow::SetHighlighted(screen::GuidePosition position) {
   drawing_->SetHighlighted(position, true);
 }
 

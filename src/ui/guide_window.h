@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/guide_form.h"
+#include "screen/guide_form.h"
 #include "ui/child_window.h"
 
 namespace fenwright::ui {
@@ -9,14 +9,14 @@ class SocketDrawing;
 
 /// `frmIndex`: the child window that shows where in the board's socket a chip goes, and marks the
 /// place of the selected one.
-class GuideWindow : public ChildWindow, public platform::GuideForm {
+class GuideWindow : public ChildWindow, public screen::GuideForm {
   Q_OBJECT
 
  public:
   GuideWindow();
 
-  void SetIdle(platform::GuidePosition position) override;
-  void SetHighlighted(platform::GuidePosition position) override;
+  void SetIdle(screen::GuidePosition position) override;
+  void SetHighlighted(screen::GuidePosition position) override;
 
   [[nodiscard]] SocketDrawing& Drawing() const { return *drawing_; }
 

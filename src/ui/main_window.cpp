@@ -165,17 +165,17 @@ void MainWindow::MarkSimulated() {
   SetCaption(windowTitle());
 }
 
-ElidedLabel* MainWindow::StatusPanel(platform::Panel panel) const {
+ElidedLabel* MainWindow::StatusPanel(screen::Panel panel) const {
   return panels_.at(static_cast<std::size_t>(panel) - 1);
 }
 
-ViewWindow* MainWindow::ViewOf(platform::View view) const {
+ViewWindow* MainWindow::ViewOf(screen::View view) const {
   switch (view) {
-    case platform::View::Flash:
+    case screen::View::Flash:
       return flash_view_;
-    case platform::View::Eeprom:
+    case screen::View::Eeprom:
       return eeprom_view_;
-    case platform::View::Verify:
+    case screen::View::Verify:
       break;
   }
   return verify_view_;

@@ -9,9 +9,9 @@
 #include <QMainWindow>
 
 #include "core/app_state.h"
-#include "platform/message_boxes.h"
-#include "platform/status_bar.h"
-#include "platform/views.h"
+#include "screen/message_boxes.h"
+#include "screen/status_bar.h"
+#include "screen/views.h"
 
 class QAction;
 class QComboBox;
@@ -88,7 +88,7 @@ class MainWindow : public QMainWindow {
   void SetCommands(MainWindowCommands commands);
 
   /// Who asks whether to end a running command. Without one the window closes without asking.
-  void SetMessageBoxes(platform::MessageBoxes& boxes) { boxes_ = &boxes; }
+  void SetMessageBoxes(screen::MessageBoxes& boxes) { boxes_ = &boxes; }
 
   /// Who decides, in place of the usual question, whether the running command may be ended, and
   /// closes what it has on the screen; empty = the usual question.
@@ -117,8 +117,8 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] QLabel* EepromSizeLabel() const { return eeprom_size_; }
   [[nodiscard]] FuseFrame& Fuses() const { return *fuses_; }
   [[nodiscard]] HandEditBox& HandEdit() const { return *hand_edit_; }
-  [[nodiscard]] ElidedLabel* StatusPanel(platform::Panel panel) const;
-  [[nodiscard]] ViewWindow* ViewOf(platform::View view) const;
+  [[nodiscard]] ElidedLabel* StatusPanel(screen::Panel panel) const;
+  [[nodiscard]] ViewWindow* ViewOf(screen::View view) const;
   [[nodiscard]] QMdiArea* ChildArea() const { return children_; }
   [[nodiscard]] GuideWindow& Guide() const { return *guide_; }
   [[nodiscard]] AboutDialog& About() const { return *about_; }
@@ -185,7 +185,7 @@ class MainWindow : public QMainWindow {
 
   core::AppState& state_;
   MainWindowCommands commands_;
-  platform::MessageBoxes* boxes_ = nullptr;
+  screen::MessageBoxes* boxes_ = nullptr;
   QString caption_mark_;  ///< what stands behind the caption
   std::function<bool()> close_request_;
   bool asking_ = false;         ///< the question about closing is on the screen

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "platform/device_form.h"
+#include "screen/device_form.h"
 
 namespace fenwright::ui {
 
 class MainWindow;
 
 /// The device selector of the main window and what depends on the device.
-class QtDeviceForm final : public platform::DeviceForm {
+class QtDeviceForm final : public screen::DeviceForm {
  public:
   explicit QtDeviceForm(MainWindow& window) : window_(window) {}
   void SetDevices(const std::vector<std::string>& display_names) override;

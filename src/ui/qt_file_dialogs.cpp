@@ -34,7 +34,7 @@ QString Patterns(const QString& list) {
 }
 
 void Prepare(QFileDialog& dialog, const QString& object_name, QFileDialog::AcceptMode mode,
-             const platform::FileDialogRequest& request) {
+             const screen::FileDialogRequest& request) {
   dialog.setObjectName(object_name);
   dialog.setAcceptMode(mode);
   dialog.setWindowTitle(ToQString(request.Title));
@@ -87,7 +87,7 @@ QString DefaultSuffix(const std::string& default_extension) {
   return first.startsWith("*.") ? first.mid(2) : first;
 }
 
-std::optional<std::string> QtFileDialogs::Open(const platform::FileDialogRequest& request) {
+std::optional<std::string> QtFileDialogs::Open(const screen::FileDialogRequest& request) {
   QFileDialog dialog(parent_);
   Prepare(dialog, "dlgOpen", QFileDialog::AcceptOpen, request);
   dialog.setFileMode(QFileDialog::ExistingFile);
@@ -95,7 +95,7 @@ std::optional<std::string> QtFileDialogs::Open(const platform::FileDialogRequest
   return Run(dialog);
 }
 
-std::optional<std::string> QtFileDialogs::Save(const platform::FileDialogRequest& request) {
+std::optional<std::string> QtFileDialogs::Save(const screen::FileDialogRequest& request) {
   QFileDialog dialog(parent_);
   Prepare(dialog, "dlgSave", QFileDialog::AcceptSave, request);
   dialog.setFileMode(QFileDialog::AnyFile);

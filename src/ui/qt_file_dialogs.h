@@ -2,18 +2,18 @@
 
 #include <QStringList>
 
-#include "platform/file_dialogs.h"
+#include "screen/file_dialogs.h"
 
 class QWidget;
 
 namespace fenwright::ui {
 
 /// The system's file dialogs over a window.
-class QtFileDialogs final : public platform::FileDialogs {
+class QtFileDialogs final : public screen::FileDialogs {
  public:
   explicit QtFileDialogs(QWidget* parent) : parent_(parent) {}
-  std::optional<std::string> Open(const platform::FileDialogRequest& request) override;
-  std::optional<std::string> Save(const platform::FileDialogRequest& request) override;
+  std::optional<std::string> Open(const screen::FileDialogRequest& request) override;
+  std::optional<std::string> Save(const screen::FileDialogRequest& request) override;
 
  private:
   QWidget* parent_;

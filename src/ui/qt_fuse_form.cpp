@@ -19,7 +19,7 @@ void Show(QLabel* label, std::string_view text) {
 
 }  // namespace
 
-void QtFuseForm::SetItems(platform::FuseList list, std::span<const std::string_view> items) {
+void QtFuseForm::SetItems(screen::FuseList list, std::span<const std::string_view> items) {
   QComboBox* const box = frame_.List(list);
   const QSignalBlocker silent(box);
   box->clear();
@@ -27,23 +27,23 @@ void QtFuseForm::SetItems(platform::FuseList list, std::span<const std::string_v
   box->setCurrentIndex(-1);
 }
 
-void QtFuseForm::Select(platform::FuseList list, int index) {
+void QtFuseForm::Select(screen::FuseList list, int index) {
   QComboBox* const box = frame_.List(list);
   const QSignalBlocker silent(box);
   box->setCurrentIndex(index);
 }
 
-int QtFuseForm::SelectedIndex(platform::FuseList list) const {
+int QtFuseForm::SelectedIndex(screen::FuseList list) const {
   return frame_.List(list)->currentIndex();
 }
 
-void QtFuseForm::EnableList(platform::FuseList list, bool enable) {
+void QtFuseForm::EnableList(screen::FuseList list, bool enable) {
   frame_.List(list)->setEnabled(enable);
 }
 
 void QtFuseForm::SetLockListVisible(bool visible) {
-  frame_.List(platform::FuseList::Lock)->setVisible(visible);
-  frame_.LabelOf(platform::FuseList::Lock)->setVisible(visible);
+  frame_.List(screen::FuseList::Lock)->setVisible(visible);
+  frame_.LabelOf(screen::FuseList::Lock)->setVisible(visible);
 }
 
 void QtFuseForm::EnableButtons(bool read, bool write) {

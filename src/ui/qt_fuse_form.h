@@ -1,19 +1,19 @@
 #pragma once
 
-#include "platform/fuse_form.h"
+#include "screen/fuse_form.h"
 
 namespace fenwright::ui {
 
 class FuseFrame;
 
 /// The fuse frame of the main window.
-class QtFuseForm final : public platform::FuseForm {
+class QtFuseForm final : public screen::FuseForm {
  public:
   explicit QtFuseForm(FuseFrame& frame) : frame_(frame) {}
-  void SetItems(platform::FuseList list, std::span<const std::string_view> items) override;
-  void Select(platform::FuseList list, int index) override;
-  [[nodiscard]] int SelectedIndex(platform::FuseList list) const override;
-  void EnableList(platform::FuseList list, bool enable) override;
+  void SetItems(screen::FuseList list, std::span<const std::string_view> items) override;
+  void Select(screen::FuseList list, int index) override;
+  [[nodiscard]] int SelectedIndex(screen::FuseList list) const override;
+  void EnableList(screen::FuseList list, bool enable) override;
   void SetLockListVisible(bool visible) override;
   void EnableButtons(bool read, bool write) override;
   void SetCalibrationText(std::string_view text) override;

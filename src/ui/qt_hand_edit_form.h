@@ -1,13 +1,13 @@
 #pragma once
 
-#include "platform/hand_edit_form.h"
+#include "screen/hand_edit_form.h"
 
 namespace fenwright::ui {
 
 class HandEditBox;
 
 /// The hand-edit frame of the main window.
-class QtHandEditForm final : public platform::HandEditForm {
+class QtHandEditForm final : public screen::HandEditForm {
  public:
   explicit QtHandEditForm(HandEditBox& box) : box_(box) {}
   [[nodiscard]] std::string AddressText() const override;

@@ -29,7 +29,7 @@ int TitleHeight(const QWidget& window) {
   return window.style()->pixelMetric(QStyle::PM_TitleBarHeight);
 }
 
-platform::TwipsPlace ToTwips(const QPoint& position, const QSize& size) {
+screen::TwipsPlace ToTwips(const QPoint& position, const QSize& size) {
   return {.Left = static_cast<double>(PixelsToTwips(position.x())),
           .Top = static_cast<double>(PixelsToTwips(position.y())),
           .Width = static_cast<double>(PixelsToTwips(size.width())),
@@ -41,9 +41,9 @@ platform::TwipsPlace ToTwips(const QPoint& position, const QSize& size) {
 QtMainForm::QtMainForm(MainWindow& window, Actions actions)
     : window_(window),
       actions_(std::move(actions)),
-      flash_place_(*window.ViewOf(platform::View::Flash)),
-      eeprom_place_(*window.ViewOf(platform::View::Eeprom)),
-      verify_place_(*window.ViewOf(platform::View::Verify)),
+      flash_place_(*window.ViewOf(screen::View::Flash)),
+      eeprom_place_(*window.ViewOf(screen::View::Eeprom)),
+      verify_place_(*window.ViewOf(screen::View::Verify)),
       guide_place_(window.Guide()) {
   timer_.setInterval(kTimerMilliseconds);
   QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] { actions_.WatchPort(); });
@@ -57,7 +57,7 @@ void QtMainForm::SetCaption(std::string_view text) { window_.SetCaption(ToQStrin
 
 /// The position is that of the window's frame, the size that of what is inside: this is the pair
 /// that brings a window back to the pixel where it was.
-void QtMainForm::Place(const platform::TwipsPlace& place) {
+void QtMainForm::Place(const screen::TwipsPlace& place) {
   const int title = TitleHeight(window_);
   const QRect wanted = FromPlace(place).ToPixels().adjusted(0, 0, 0, title);
   const QRect reachable = ReachablePlace(wanted, Screens(), title);
@@ -65,30 +65,30 @@ void QtMainForm::Place(const platform::TwipsPlace& place) {
   window_.move(reachable.topLeft());
 }
 
-void QtMainForm::PlaceView(platform::View view, const platform::TwipsPlace& place) {
+void QtMainForm::PlaceView(screen::View view, const screen::TwipsPlace& place) {
   window_.ViewOf(view)->setGeometry(ReachableChildPlace(FromPlace(place).ToPixels()));
 }
 
 void QtMainForm::Show() { window_.show(); }
 
-void QtMainForm::ShowGuide(const platform::TwipsPosition& position) {
+void QtMainForm::ShowGuide(const screen::TwipsPosition& position) {
   const QPoint wanted(TwipsToPixels(position.Left), TwipsToPixels(position.Top));
   GuideWindow& guide = window_.Guide();
   guide.move(ReachableChildPlace(QRect(wanted, guide.size())).topLeft());
   window_.ShowGuide();
 }
 
-platform::TwipsPosition QtMainForm::GuidePosition() const {
+screen::TwipsPosition QtMainForm::GuidePosition() const {
   const QPoint place = guide_place_.Get().topLeft();
   return {.Left = static_cast<double>(PixelsToTwips(place.x())),
           .Top = static_cast<double>(PixelsToTwips(place.y()))};
 }
 
-platform::TwipsPlace QtMainForm::CurrentPlace() const {
+screen::TwipsPlace QtMainForm::CurrentPlace() const {
   return ToTwips(window_.pos(), window_.size());
 }
 
-platform::TwipsPlace QtMainForm::CurrentPlaceOf(platform::View view) const {
+screen::TwipsPlace QtMainForm::CurrentPlaceOf(screen::View view) const {
   const QRect place = PlaceOf(view).Get();
   return ToTwips(place.topLeft(), place.size());
 }
@@ -100,13 +100,13 @@ void QtMainForm::UnloadOtherForms() {
   actions_.UnloadOthers();
 }
 
-const NormalPlace& QtMainForm::PlaceOf(platform::View view) const {
+const NormalPlace& QtMainForm::PlaceOf(screen::View view) const {
   switch (view) {
-    case platform::View::Flash:
+    case screen::View::Flash:
       return flash_place_;
-    case platform::View::Eeprom:
+    case screen::View::Eeprom:
       return eeprom_place_;
-    case platform::View::Verify:
+    case screen::View::Verify:
       break;
   }
   return verify_place_;

@@ -5,7 +5,7 @@
 
 #include <QTimer>
 
-#include "platform/main_form.h"
+#include "screen/main_form.h"
 #include "ui/normal_place.h"
 
 namespace fenwright::ui {
@@ -14,7 +14,7 @@ class MainWindow;
 
 /// The windows of the program as its start and stop see them. Twips become logical pixels, so a
 /// place means the same at every scale of the screen.
-class QtMainForm final : public platform::MainForm {
+class QtMainForm final : public screen::MainForm {
  public:
   /// What it needs of the run that it belongs to.
   struct Actions {
@@ -26,20 +26,20 @@ class QtMainForm final : public platform::MainForm {
 
   void SetSupportPageLabel(std::string_view text) override;
   void SetCaption(std::string_view text) override;
-  void Place(const platform::TwipsPlace& place) override;
-  void PlaceView(platform::View view, const platform::TwipsPlace& place) override;
+  void Place(const screen::TwipsPlace& place) override;
+  void PlaceView(screen::View view, const screen::TwipsPlace& place) override;
   void Show() override;
   void EnableTimer() override { timer_.start(); }
   void SelectComPort() override { actions_.SelectComPort(); }
-  void ShowGuide(const platform::TwipsPosition& position) override;
-  [[nodiscard]] platform::TwipsPlace CurrentPlace() const override;
-  [[nodiscard]] platform::TwipsPlace CurrentPlaceOf(platform::View view) const override;
-  [[nodiscard]] platform::TwipsPosition GuidePosition() const override;
+  void ShowGuide(const screen::TwipsPosition& position) override;
+  [[nodiscard]] screen::TwipsPlace CurrentPlace() const override;
+  [[nodiscard]] screen::TwipsPlace CurrentPlaceOf(screen::View view) const override;
+  [[nodiscard]] screen::TwipsPosition GuidePosition() const override;
   [[nodiscard]] bool IsMinimised() const override;
   void UnloadOtherForms() override;
 
  private:
-  [[nodiscard]] const NormalPlace& PlaceOf(platform::View view) const;
+  [[nodiscard]] const NormalPlace& PlaceOf(screen::View view) const;
   [[nodiscard]] QRect ReachableChildPlace(const QRect& wanted) const;
 
   MainWindow& window_;

@@ -46,12 +46,11 @@ QPushButton* AddButton(QMessageBox& box, const QString& object_name, const QStri
 
 }  // namespace
 
-void QtMessageBoxes::Show(platform::MessageIcon icon, std::string_view title,
-                          std::string_view text) {
+void QtMessageBoxes::Show(screen::MessageIcon icon, std::string_view title, std::string_view text) {
   QMessageBox box(OwnerOf(parent_));
   Design(box, "msgBox", title, text);
-  box.setIcon(icon == platform::MessageIcon::Critical ? QMessageBox::Critical
-                                                      : QMessageBox::Information);
+  box.setIcon(icon == screen::MessageIcon::Critical ? QMessageBox::Critical
+                                                    : QMessageBox::Information);
   box.setDefaultButton(AddButton(box, "msgBoxOk", "OK", QMessageBox::AcceptRole));
   box.exec();
 }

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "platform/message_boxes.h"
+#include "screen/message_boxes.h"
 
 class QWidget;
 
 namespace fenwright::ui {
 
 /// Modal message boxes over a window.
-class QtMessageBoxes final : public platform::MessageBoxes {
+class QtMessageBoxes final : public screen::MessageBoxes {
  public:
   explicit QtMessageBoxes(QWidget* parent) : parent_(parent) {}
-  void Show(platform::MessageIcon icon, std::string_view title, std::string_view text) override;
+  void Show(screen::MessageIcon icon, std::string_view title, std::string_view text) override;
   bool Ask(std::string_view title, std::string_view text) override;
 
  private:

@@ -28,13 +28,13 @@ constexpr int kPictureSize = 48;
 constexpr int kTopTwips = 500;
 constexpr int kSettleMilliseconds = 100;
 
-QIcon PictureOf(platform::MessageMode mode) {
+QIcon PictureOf(screen::MessageMode mode) {
   switch (mode) {
-    case platform::MessageMode::Notice:
+    case screen::MessageMode::Notice:
       return InformationIcon();
-    case platform::MessageMode::Choice:
+    case screen::MessageMode::Choice:
       return QuestionIcon();
-    case platform::MessageMode::Busy:
+    case screen::MessageMode::Busy:
       break;
   }
   return ProgramIcon();
@@ -122,7 +122,7 @@ QPushButton* QtMessageDialog::BuildButton(const QString& name, const QString& ca
   return button;
 }
 
-void QtMessageDialog::Show(std::string_view text, platform::MessageMode mode) {
+void QtMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
   mode_ = mode;
   detail_->SetText({});
   detail_->hide();
@@ -130,7 +130,7 @@ void QtMessageDialog::Show(std::string_view text, platform::MessageMode mode) {
   ApplyMode();
   Load();
   FitHeight();
-  if (mode == platform::MessageMode::Notice) {
+  if (mode == screen::MessageMode::Notice) {
     raise();
     activateWindow();
     FocusButton();
@@ -215,9 +215,9 @@ void QtMessageDialog::Load() {
 }
 
 void QtMessageDialog::ApplyMode() {
-  const bool busy = mode_ == platform::MessageMode::Busy;
-  const bool notice = mode_ == platform::MessageMode::Notice;
-  const bool choice = mode_ == platform::MessageMode::Choice;
+  const bool busy = mode_ == screen::MessageMode::Busy;
+  const bool notice = mode_ == screen::MessageMode::Notice;
+  const bool choice = mode_ == screen::MessageMode::Choice;
   progress_->setVisible(busy);
   ok_notice_->setVisible(notice);
   ok_choice_->setVisible(choice);

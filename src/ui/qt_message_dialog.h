@@ -5,7 +5,7 @@
 #include <QTimer>
 
 #include "core/app_state.h"
-#include "platform/message_dialog.h"
+#include "screen/message_dialog.h"
 
 class QLabel;
 class QProgressBar;
@@ -21,13 +21,13 @@ class WrappedLabel;
 /// Its buttons record their meaning in `AppState::CancelRequested` and unload it; closing it by its
 /// title bar or with Escape is the same as CANCEL. Unloading only hides it, so that it never
 /// disappears under an operation that is using it.
-class QtMessageDialog final : public QDialog, public platform::MessageDialog {
+class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   Q_OBJECT
 
  public:
   QtMessageDialog(MainWindow& owner, core::AppState& state);
 
-  void Show(std::string_view text, platform::MessageMode mode) override;
+  void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override;
   void SetDetail(std::string_view text) override;
   void ShowButton() override;
@@ -54,7 +54,7 @@ class QtMessageDialog final : public QDialog, public platform::MessageDialog {
 
   MainWindow& owner_;
   core::AppState& state_;
-  platform::MessageMode mode_ = platform::MessageMode::Busy;
+  screen::MessageMode mode_ = screen::MessageMode::Busy;
   bool loaded_ = false;
   QPoint place_;  ///< where it was loaded
   QElapsedTimer since_load_;

@@ -6,7 +6,7 @@
 
 namespace fenwright::ui {
 
-void QtStatusBar::SetPanelText(platform::Panel panel, std::string_view text) {
+void QtStatusBar::SetPanelText(screen::Panel panel, std::string_view text) {
   window_.StatusPanel(panel)->SetText(ToQString(text));
 }
 

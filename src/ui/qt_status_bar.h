@@ -1,16 +1,16 @@
 #pragma once
 
-#include "platform/status_bar.h"
+#include "screen/status_bar.h"
 
 namespace fenwright::ui {
 
 class MainWindow;
 
 /// The five panels of the main window.
-class QtStatusBar final : public platform::StatusBar {
+class QtStatusBar final : public screen::StatusBar {
  public:
   explicit QtStatusBar(MainWindow& window) : window_(window) {}
-  void SetPanelText(platform::Panel panel, std::string_view text) override;
+  void SetPanelText(screen::Panel panel, std::string_view text) override;
 
  private:
   MainWindow& window_;

@@ -8,17 +8,17 @@
 
 namespace fenwright::ui {
 
-void QtViews::Clear(platform::View view) { window_.ViewOf(view)->SetContent({}); }
+void QtViews::Clear(screen::View view) { window_.ViewOf(view)->SetContent({}); }
 
-void QtViews::Load(platform::View view, std::string_view path) {
+void QtViews::Load(screen::View view, std::string_view path) {
   std::string bytes;
   if (!files_.Read(path, bytes)) bytes.clear();
   window_.ViewOf(view)->SetContent(ToQString(code_page_.ToUtf8(bytes)).replace("\r\n", "\n"));
-  if (view == platform::View::Verify) ShowVerifyView();
+  if (view == screen::View::Verify) ShowVerifyView();
 }
 
 void QtViews::ShowVerifyView() {
-  ViewWindow* view = window_.ViewOf(platform::View::Verify);
+  ViewWindow* view = window_.ViewOf(screen::View::Verify);
   if (view->isMinimized() || view->isHidden()) view->showNormal();
   view->raise();
   window_.ChildArea()->setActiveSubWindow(view);

@@ -2,19 +2,19 @@
 
 #include "platform/code_page.h"
 #include "platform/text_files.h"
-#include "platform/views.h"
+#include "screen/views.h"
 
 namespace fenwright::ui {
 
 class MainWindow;
 
 /// The child windows of the main window.
-class QtViews final : public platform::Views {
+class QtViews final : public screen::Views {
  public:
   QtViews(MainWindow& window, platform::TextFiles& files, platform::CodePage& code_page)
       : window_(window), files_(files), code_page_(code_page) {}
-  void Clear(platform::View view) override;
-  void Load(platform::View view, std::string_view path) override;
+  void Clear(screen::View view) override;
+  void Load(screen::View view, std::string_view path) override;
 
  private:
   void ShowVerifyView();

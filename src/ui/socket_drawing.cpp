@@ -10,7 +10,7 @@
 namespace fenwright::ui {
 namespace {
 
-using platform::GuidePosition;
+using screen::GuidePosition;
 
 // The drawing is made on a canvas of this size. A contact of the socket is 0.1 inch from the next
 // and kPitch units on the canvas; all outlines are to that scale.

@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-#include "platform/guide_form.h"
+#include "screen/guide_form.h"
 
 class QPainter;
 
@@ -26,11 +26,11 @@ class SocketDrawing : public QWidget {
 
   explicit SocketDrawing(QWidget* parent = nullptr);
 
-  void SetHighlighted(platform::GuidePosition position, bool highlighted);
-  [[nodiscard]] bool IsHighlighted(platform::GuidePosition position) const;
+  void SetHighlighted(screen::GuidePosition position, bool highlighted);
+  [[nodiscard]] bool IsHighlighted(screen::GuidePosition position) const;
 
   /// The body of the package in that place, in the widget's coordinates.
-  [[nodiscard]] QRectF PackagePlace(platform::GuidePosition position) const;
+  [[nodiscard]] QRectF PackagePlace(screen::GuidePosition position) const;
 
   [[nodiscard]] QSize sizeHint() const override;
   [[nodiscard]] QSize minimumSizeHint() const override;
@@ -45,7 +45,7 @@ class SocketDrawing : public QWidget {
   void DrawFocusFrame();
   void DescribeHighlight();
 
-  std::array<bool, platform::kGuidePositions.size()> highlighted_{};
+  std::array<bool, screen::kGuidePositions.size()> highlighted_{};
 };
 
 }  // namespace fenwright::ui

@@ -38,7 +38,7 @@ struct TwipsRect {
   }
 };
 
-constexpr TwipsRect FromPlace(const platform::TwipsPlace& place) {
+constexpr TwipsRect FromPlace(const screen::TwipsPlace& place) {
   return {.Left = place.Left, .Top = place.Top, .Width = place.Width, .Height = place.Height};
 }
 

@@ -2,7 +2,7 @@
 
 #include <QDialog>
 
-#include "platform/update_form.h"
+#include "screen/update_form.h"
 #include "ui/qt_file_dialogs.h"
 #include "ui/qt_message_boxes.h"
 #include "update/update_commands.h"
@@ -24,14 +24,14 @@ class WrappedLabel;
 /// While words are on their way to the board, closing it, in whatever way, is asked about and
 /// carried out once the running exchange has returned. Closing it during any other exchange is not
 /// asked about, but has to wait for the exchange too.
-class UpdateDialog final : public QDialog, public platform::UpdateForm {
+class UpdateDialog final : public QDialog, public screen::UpdateForm {
   Q_OBJECT
 
  public:
   /// In place of the dialog's own; null = the dialog's own.
   struct Substitutes {
-    platform::MessageBoxes* MessageBoxes = nullptr;
-    platform::FileDialogs* FileDialogs = nullptr;
+    screen::MessageBoxes* MessageBoxes = nullptr;
+    screen::FileDialogs* FileDialogs = nullptr;
   };
 
   /// `run` and `updater_port` must outlive the dialog. Nothing is touched before Run().

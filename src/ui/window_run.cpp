@@ -61,26 +61,26 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       fuse_form_(window_.Fuses()),
       com_dialog_(window_, state_, [this](int number) { return DescribePort(number); }),
       main_form_(window_, FormActions()),
-      context_{.State = state_,
-               .ProgrammerPort = outside.ProgrammerPort,
-               .Clock = outside.Clock,
-               .Events = events_,
-               .Files = outside.Files,
-               .CodePage = outside.CodePage,
-               .Settings = settings_,
-               .StatusBar = status_bar_,
-               .MessageDialog = message_dialog_,
-               .MessageBoxes = outside.MessageBoxes ? *outside.MessageBoxes : message_boxes_,
-               .FileDialogs = outside.FileDialogs ? *outside.FileDialogs : file_dialogs_,
-               .Views = views_,
-               .DeviceForm = device_form_,
-               .HandEdit = hand_edit_form_,
-               .Guide = window_.Guide(),
-               .Fuses = fuse_form_},
+      context_{
+          .State = state_,
+          .Line = {.ProgrammerPort = outside.ProgrammerPort,
+                   .Clock = outside.Clock,
+                   .Events = events_},
+          .Storage = {.Files = outside.Files, .CodePage = outside.CodePage, .Settings = settings_},
+          .Screen = {.StatusBar = status_bar_,
+                     .MessageDialog = message_dialog_,
+                     .MessageBoxes = outside.MessageBoxes ? *outside.MessageBoxes : message_boxes_,
+                     .FileDialogs = outside.FileDialogs ? *outside.FileDialogs : file_dialogs_,
+                     .Views = views_,
+                     .DeviceForm = device_form_,
+                     .HandEdit = hand_edit_form_,
+                     .Guide = window_.Guide(),
+                     .Fuses = fuse_form_,
+                     .ComForm = com_dialog_}},
       given_boxes_(outside.MessageBoxes),
       given_file_dialogs_(outside.FileDialogs),
       updater_port_(outside.UpdaterPort) {
-  window_.SetMessageBoxes(context_.MessageBoxes);
+  window_.SetMessageBoxes(context_.Screen.MessageBoxes);
   window_.SetCommands(Commands());
   QObject::connect(&window_.About(), &AboutDialog::SupportPageRequested, &window_, [this] {
     core::OpenSupportPage(shell_, state_.SupportPageAddress, manual_folders_.front());
@@ -164,7 +164,7 @@ core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
 }
 
 std::string WindowRun::ManualFolder() const {
-  return core::FindManualFolder(context_.Files, manual_folders_);
+  return core::FindManualFolder(context_.Storage.Files, manual_folders_);
 }
 
 void WindowRun::ShowAbout() {
@@ -192,16 +192,16 @@ std::string WindowRun::DescribePort(int number) const {
 void WindowRun::WatchPort() {
   if (state_.CommandRunning) return;
   ReportUnwritableSettings();
-  ElidedLabel* const panel = window_.StatusPanel(platform::Panel::Port);
+  ElidedLabel* const panel = window_.StatusPanel(screen::Panel::Port);
   if (!ports_ || !panel->text().startsWith("COM")) return;
-  panel->setToolTip(ToQString(DescribePort(context_.ProgrammerPort.CommPort())));
+  panel->setToolTip(ToQString(DescribePort(context_.Line.ProgrammerPort.CommPort())));
 }
 
 void WindowRun::ReportUnwritableSettings() {
   if (unwritable_settings_reported_ || !settings_.WriteFailed()) return;
   unwritable_settings_reported_ = true;
-  context_.MessageBoxes.Show(
-      platform::MessageIcon::Information, "",
+  context_.Screen.MessageBoxes.Show(
+      screen::MessageIcon::Information, "",
       "設定を保存できません。\r\nこのまま使用できますが、ウインドウの位置、デバイス、"
       "通信ポートの選択は次の起動に引き継がれません。\r\n"
       "設定を保存するフォルダーの書き込み許可とディスクの空き容量を確認してください。");

@@ -36,8 +36,8 @@ struct WindowPlatform {
   /// Null = other runs of the program do not matter.
   platform::SingleInstance* Instance = nullptr;
   /// In place of the window's own; null = the window's own.
-  platform::MessageBoxes* MessageBoxes = nullptr;
-  platform::FileDialogs* FileDialogs = nullptr;
+  screen::MessageBoxes* MessageBoxes = nullptr;
+  screen::FileDialogs* FileDialogs = nullptr;
   /// The firmware update dialog's own serial control; null = no firmware can be updated.
   platform::SerialControl* UpdaterPort = nullptr;
   platform::Shell* Shell = nullptr;
@@ -106,8 +106,8 @@ class WindowRun {
   bool started_ = false;  ///< the start procedure has run to its end
   bool stopped_ = false;
   bool unwritable_settings_reported_ = false;
-  platform::MessageBoxes* given_boxes_;
-  platform::FileDialogs* given_file_dialogs_;
+  screen::MessageBoxes* given_boxes_;
+  screen::FileDialogs* given_file_dialogs_;
   platform::SerialControl* updater_port_;
   std::string code_info_;  ///< about the code file in the flash buffer
   std::string data_info_;  ///< about the data file in the EEPROM buffer

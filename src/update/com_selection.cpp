@@ -12,7 +12,7 @@
 namespace fenwright::update {
 namespace {
 
-using platform::Panel;
+using screen::Panel;
 
 constexpr int kLastPort = 20;
 constexpr std::string_view kNoPortItem = "????";
@@ -25,9 +25,9 @@ std::vector<std::string> ListItems() {
   return items;
 }
 
-void SelectStoredPort(core::RunContext& context, platform::ComForm& form) {
+void SelectStoredPort(core::RunContext& context, screen::ComForm& form) {
   const std::string text =
-      context.Settings.Read(core::kSettingsSection, core::kPortNumberKey).value_or("0");
+      context.Storage.Settings.Read(core::kSettingsSection, core::kPortNumberKey).value_or("0");
   int number = 0;
   const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool is_number = code == std::errc{} && stop == text.data() + text.size();
@@ -41,14 +41,14 @@ void SelectStoredPort(core::RunContext& context, platform::ComForm& form) {
 
 /// The line break is a lone CR.
 void ReportOpenFailed(core::RunContext& context, std::string_view what_failed) {
-  context.MessageBoxes.Show(
-      platform::MessageIcon::Critical, "ポートオープン失敗",
+  context.Screen.MessageBoxes.Show(
+      screen::MessageIcon::Critical, "ポートオープン失敗",
       std::string(what_failed) + "のオープンに失敗しました。\rポート番号を再設定してください。");
   context.State.LinkError = 1;
 }
 
 bool OpenPort(core::RunContext& context, int number) {
-  platform::SerialControl& port = context.ProgrammerPort;
+  platform::SerialControl& port = context.Line.ProgrammerPort;
   port.SetCommPort(number);
   port.SetSettings(link::kPortSettings);
   port.SetHandshaking(0);
@@ -62,16 +62,16 @@ bool OpenPort(core::RunContext& context, int number) {
 
 }  // namespace
 
-void LoadComSelection(core::RunContext& context, platform::ComForm& form) {
+void LoadComSelection(core::RunContext& context, screen::ComForm& form) {
   form.PlaceOverMainWindow();
   form.SetItems(ListItems());
   SelectStoredPort(context, form);
-  if (form.ListIndex() != 0) context.ProgrammerPort.SetCommPort(form.ListIndex());
+  if (form.ListIndex() != 0) context.Line.ProgrammerPort.SetCommPort(form.ListIndex());
   core::TraceLog(context).AppendMessage("");
 }
 
-bool CommandOk(core::RunContext& context, platform::ComForm& form) {
-  platform::SerialControl& port = context.ProgrammerPort;
+bool CommandOk(core::RunContext& context, screen::ComForm& form) {
+  platform::SerialControl& port = context.Line.ProgrammerPort;
   if (port.PortOpen()) port.Close();
   const int number = form.ListIndex();
   if (number == 0) {
@@ -85,8 +85,8 @@ bool CommandOk(core::RunContext& context, platform::ComForm& form) {
     ReportOpenFailed(context, PortName(number) + " ");
     return false;
   }
-  context.Settings.Write(core::kSettingsSection, core::kPortNumberKey,
-                         std::to_string(port.CommPort()));
+  context.Storage.Settings.Write(core::kSettingsSection, core::kPortNumberKey,
+                                 std::to_string(port.CommPort()));
   form.Hide();
   link::CheckProgrammerLink(context);
   context.State.LinkError = 0;
@@ -94,21 +94,21 @@ bool CommandOk(core::RunContext& context, platform::ComForm& form) {
   return true;
 }
 
-void CommandCancel(core::RunContext& context, platform::ComForm& form) {
+void CommandCancel(core::RunContext& context, screen::ComForm& form) {
   core::TraceLog(context).AppendMessage("ライター接続確認が終了していません。");
   context.State.LinkError = 1;
   form.Unload();
 }
 
-void SelectComPort(core::RunContext& context, platform::ComForm& form) {
+void SelectComPort(core::RunContext& context, screen::ComForm& form) {
   LoadComSelection(context, form);
-  while (form.WaitForButton() == platform::ComFormButton::Ok) {
+  while (form.WaitForButton() == screen::ComFormButton::Ok) {
     if (CommandOk(context, form)) return;
   }
   CommandCancel(context, form);
 }
 
-core::CommandEnding SelectComPortCommand(core::RunContext& context, platform::ComForm& form) {
+core::CommandEnding SelectComPortCommand(core::RunContext& context, screen::ComForm& form) {
   return core::RunCommand(
       context, [&] { SelectComPort(context, form); }, [&] { form.Unload(); });
 }

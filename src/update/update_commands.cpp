@@ -32,11 +32,12 @@ class BusyGuard {
 bool IsBusy(const UpdateContext& context) { return context.State.Now != Activity::Idle; }
 
 std::string Stored(const UpdateContext& context, std::string_view key, std::string_view missing) {
-  return context.Run.Settings.Read(core::kUpdateSection, key).value_or(std::string(missing));
+  return context.Run.Storage.Settings.Read(core::kUpdateSection, key)
+      .value_or(std::string(missing));
 }
 
 void Store(UpdateContext& context, std::string_view key, std::string_view value) {
-  context.Run.Settings.Write(core::kUpdateSection, key, value);
+  context.Run.Storage.Settings.Write(core::kUpdateSection, key, value);
 }
 
 /// Where the bare name of a path begins.
@@ -49,8 +50,7 @@ std::size_t NameStart(std::string_view path) {
 /// A port text of "?" is let through: it is told when the port is opened.
 bool PortChosen(UpdateContext& context) {
   if (!context.Form.PortText().empty()) return true;
-  context.MessageBoxes.Show(platform::MessageIcon::Information, "",
-                            "ポート番号を設定してください。");
+  context.MessageBoxes.Show(screen::MessageIcon::Information, "", "ポート番号を設定してください。");
   return false;
 }
 
@@ -69,7 +69,7 @@ void FillSelectors(UpdateContext& context) {
 std::string Complaint(UpdateContext& context, const std::string& path) {
   const std::string advice = "警告：このファイルでアップデートしないでください。";
   std::string content;
-  const platform::FileResult read = context.Run.Files.Read(path, content);
+  const platform::FileResult read = context.Run.Storage.Files.Read(path, content);
   if (!read) return advice + read.Reason;
   const ImageReport report = CheckImage(content);
   if (report.Fault != ImageFault::None) return advice + DescribeFault(report, Language::Japanese);
@@ -86,7 +86,7 @@ void WarnOfFile(UpdateContext& context, const std::string& path) {
 void Load(UpdateContext& context) {
   context.Form.PlaceDivider();
   // It is left empty, and a folder that refuses it is no reason to refuse the dialog.
-  context.Run.Files.Write(context.Run.State.AppFolder + std::string(kUpdateLogFile), "");
+  context.Run.Storage.Files.Write(context.Run.State.AppFolder + std::string(kUpdateLogFile), "");
   // With "?" in the selector the number that the port has is opened: it must not be the one of an
   // earlier opening of the dialog.
   context.UpdaterPort.SetCommPort(kFirstPort);
@@ -153,7 +153,7 @@ StartOutcome StartUpdate(UpdateContext& context) {
 
 void Unload(UpdateContext& context) {
   if (context.UpdaterPort.PortOpen()) context.UpdaterPort.Close();
-  platform::SerialControl& port = context.Run.ProgrammerPort;
+  platform::SerialControl& port = context.Run.Line.ProgrammerPort;
   if (!port.PortOpen()) port.Open();
 }
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "core/run_context.h"
-#include "platform/update_form.h"
+#include "screen/update_form.h"
 
 namespace fenwright::update {
 
@@ -39,9 +39,9 @@ struct UpdateContext {
   core::RunContext& Run;
   UpdateState& State;
   platform::SerialControl& UpdaterPort;
-  platform::UpdateForm& Form;
-  platform::MessageBoxes& MessageBoxes;
-  platform::FileDialogs& FileDialogs;
+  screen::UpdateForm& Form;
+  screen::MessageBoxes& MessageBoxes;
+  screen::FileDialogs& FileDialogs;
 };
 
 }  // namespace fenwright::update

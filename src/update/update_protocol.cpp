@@ -18,7 +18,7 @@
 namespace fenwright::update {
 namespace {
 
-using platform::MessageIcon;
+using screen::MessageIcon;
 
 constexpr std::array<std::uint8_t, 1> kEnterUpdate{'U'};
 constexpr std::array<std::uint8_t, 4> kEndFrame{0xFF, 0xFF, 0xFF, 0xFF};
@@ -50,15 +50,15 @@ void Sleep(UpdateContext& context, double seconds) {
   constexpr double kTurnSeconds = 0.005;
   const int turns = static_cast<int>(std::lround(seconds / kTurnSeconds));
   for (int turn = 0; turn < turns; ++turn) {
-    context.Run.Events.ProcessPendingEvents();
-    context.Run.Clock.Sleep(kTurnSeconds);
+    context.Run.Line.Events.ProcessPendingEvents();
+    context.Run.Line.Clock.Sleep(kTurnSeconds);
   }
 }
 
 bool StopRequested(const UpdateContext& context) { return context.Run.State.StopRequested; }
 
 bool WaitForBytes(UpdateContext& context, int count, double timeout_seconds) {
-  const double start = context.Run.Clock.SecondsSinceMidnight();
+  const double start = context.Run.Line.Clock.SecondsSinceMidnight();
   return link::WaitForBytesOn(context.Run, context.UpdaterPort, count, start, timeout_seconds);
 }
 
@@ -84,7 +84,7 @@ std::string VersionText(const UpdateContext& context) {
   const std::span<const std::uint8_t> reply(context.State.ReceiveBuffer);
   for (const std::uint8_t value : reply.first(std::min(reply.size(), kVersionTextLength))) {
     const char byte = static_cast<char>(value);
-    text += context.Run.CodePage.ToUtf8({&byte, 1});
+    text += context.Run.Storage.CodePage.ToUtf8({&byte, 1});
   }
   return text;
 }
@@ -109,7 +109,7 @@ Step StreamRecord(UpdateContext& context, std::string_view line, UpdateWord& wor
   const auto head = ReadRecordHead(line);
   if (!head) return Step::TimedOut;
   for (std::int32_t offset = 0; HasWordAt(*head, offset); offset += kWordCharacters) {
-    context.Run.Events.ProcessPendingEvents();
+    context.Run.Line.Events.ProcessPendingEvents();
     if (StopRequested(context)) return Step::Stopped;
     const auto next = ReadWord(line, *head, offset);
     if (!next) return Step::TimedOut;
@@ -124,7 +124,7 @@ Step StreamRecord(UpdateContext& context, std::string_view line, UpdateWord& wor
 
 Step StreamFile(UpdateContext& context, const std::string& path, UpdateWord& word) {
   std::string content;
-  if (!context.Run.Files.Read(path, content)) return Step::TimedOut;
+  if (!context.Run.Storage.Files.Read(path, content)) return Step::TimedOut;
   for (std::string_view rest = content; !rest.empty();) {
     const std::string_view line = core::TakeLine(rest);
     if (!IsDataRecord(line)) continue;
@@ -137,7 +137,7 @@ UpdateOutcome Finish(UpdateContext& context, double start) {
   context.UpdaterPort.DiscardInput();
   context.UpdaterPort.Output(kEndFrame);
   context.State.Now = Activity::Busy;
-  const double seconds = std::trunc(context.Run.Clock.SecondsSinceMidnight() - start);
+  const double seconds = std::trunc(context.Run.Line.Clock.SecondsSinceMidnight() - start);
   ShowStatus(context,
              "アップデート完了。  " + std::to_string(static_cast<std::int32_t>(seconds)) + "sec");
   context.MessageBoxes.Show(
@@ -187,11 +187,11 @@ UpdateOutcome Stop(UpdateContext& context) {
 }  // namespace
 
 void ReleaseMainPort(UpdateContext& context) {
-  platform::SerialControl& port = context.Run.ProgrammerPort;
+  platform::SerialControl& port = context.Run.Line.ProgrammerPort;
   port.DiscardInput();
   port.DiscardOutput();
   for (int round = 0; round < 2; ++round) Sleep(context, kReleaseRestSeconds);
-  context.Run.Events.ProcessPendingEvents();
+  context.Run.Line.Events.ProcessPendingEvents();
   if (port.PortOpen()) port.Close();
 }
 
@@ -235,7 +235,7 @@ void ShowProgress(UpdateContext& context, std::string_view mode, int minimum, in
                   int value) {
   if (EqualsIgnoringCase(mode, "OFF") || maximum <= value) {
     context.Form.SetProgress(minimum);
-    context.Run.Events.ProcessPendingEvents();
+    context.Run.Line.Events.ProcessPendingEvents();
     return;
   }
   constexpr double kParts = 100;
@@ -271,14 +271,14 @@ UpdateOutcome RunFirmwareUpdate(UpdateContext& context, const std::string& path)
   context.State.WordsSent = 0;
   if (StopRequested(context)) return Stop(context);
   context.State.Now = Activity::Updating;
-  const double start = context.Run.Clock.SecondsSinceMidnight();
+  const double start = context.Run.Line.Clock.SecondsSinceMidnight();
   context.UpdaterPort.DiscardInput();
   context.UpdaterPort.Output(kEnterUpdate);
   Sleep(context, kEnterRestSeconds);
   UpdateWord word;
-  const double first_word = context.Run.Clock.SecondsSinceMidnight();
+  const double first_word = context.Run.Line.Clock.SecondsSinceMidnight();
   const Step step = StreamFile(context, path, word);
-  context.State.StreamSeconds = context.Run.Clock.SecondsSinceMidnight() - first_word;
+  context.State.StreamSeconds = context.Run.Line.Clock.SecondsSinceMidnight() - first_word;
   switch (step) {
     case Step::Good:
       return Finish(context, start);

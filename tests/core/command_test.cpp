@@ -11,8 +11,8 @@
 namespace fenwright::core {
 namespace {
 
-using platform::MessageIcon;
-using platform::MessageMode;
+using screen::MessageIcon;
+using screen::MessageMode;
 using testing::Journal;
 
 constexpr char kTracePath[] = "/app/_debug_avr.txt";

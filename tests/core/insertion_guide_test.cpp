@@ -12,7 +12,7 @@
 namespace fenwright::core {
 namespace {
 
-using platform::GuidePosition;
+using screen::GuidePosition;
 using Positions = std::set<GuidePosition>;
 
 class InsertionGuide : public ::testing::Test {

@@ -6,15 +6,15 @@
 namespace fenwright::testing {
 namespace {
 
-std::string PanelNumber(platform::Panel panel) { return std::to_string(static_cast<int>(panel)); }
+std::string PanelNumber(screen::Panel panel) { return std::to_string(static_cast<int>(panel)); }
 
-std::string NameOf(platform::View view) {
+std::string NameOf(screen::View view) {
   switch (view) {
-    case platform::View::Flash:
+    case screen::View::Flash:
       return "flash view";
-    case platform::View::Eeprom:
+    case screen::View::Eeprom:
       return "EEPROM view";
-    case platform::View::Verify:
+    case screen::View::Verify:
       return "verify view";
   }
   return "?";
@@ -79,22 +79,22 @@ void RecordingTextFiles::Delete(std::string_view path) {
   files_.Delete(path);
 }
 
-void RecordingViews::Clear(platform::View view) {
+void RecordingViews::Clear(screen::View view) {
   journal_.push_back(Joined("clear", NameOf(view)));
   views_.Clear(view);
 }
 
-void RecordingViews::Load(platform::View view, std::string_view path) {
+void RecordingViews::Load(screen::View view, std::string_view path) {
   journal_.push_back(Joined("load", NameOf(view)));
   views_.Load(view, path);
 }
 
-void RecordingStatusBar::SetPanelText(platform::Panel panel, std::string_view text) {
+void RecordingStatusBar::SetPanelText(screen::Panel panel, std::string_view text) {
   journal_.push_back(Joined("panel " + PanelNumber(panel), text));
   bar_.SetPanelText(panel, text);
 }
 
-void RecordingMessageDialog::Show(std::string_view text, platform::MessageMode mode) {
+void RecordingMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
   journal_.push_back(Joined("dialog", text));
   dialog_.Show(text, mode);
 }
@@ -104,7 +104,7 @@ void RecordingMessageDialog::Close() {
   dialog_.Close();
 }
 
-void RecordingMessageBoxes::Show(platform::MessageIcon icon, std::string_view title,
+void RecordingMessageBoxes::Show(screen::MessageIcon icon, std::string_view title,
                                  std::string_view text) {
   journal_.emplace_back("message box");
   boxes_.Show(icon, title, text);
@@ -130,12 +130,12 @@ void RecordingDeviceForm::ShowDeviceFrame() {
   form_.ShowDeviceFrame();
 }
 
-void RecordingGuideForm::SetIdle(platform::GuidePosition position) {
+void RecordingGuideForm::SetIdle(screen::GuidePosition position) {
   journal_.push_back("idle " + std::string(1, "ABCDE"[static_cast<std::size_t>(position)]));
   form_.SetIdle(position);
 }
 
-void RecordingGuideForm::SetHighlighted(platform::GuidePosition position) {
+void RecordingGuideForm::SetHighlighted(screen::GuidePosition position) {
   journal_.push_back("highlight " + std::string(1, "ABCDE"[static_cast<std::size_t>(position)]));
   form_.SetHighlighted(position);
 }

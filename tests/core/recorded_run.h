@@ -36,32 +36,32 @@ class RecordingTextFiles final : public platform::TextFiles {
   Journal& journal_;
 };
 
-class RecordingViews final : public platform::Views {
+class RecordingViews final : public screen::Views {
  public:
   RecordingViews(FakeViews& views, Journal& journal) : views_(views), journal_(journal) {}
-  void Clear(platform::View view) override;
-  void Load(platform::View view, std::string_view path) override;
+  void Clear(screen::View view) override;
+  void Load(screen::View view, std::string_view path) override;
 
  private:
   FakeViews& views_;
   Journal& journal_;
 };
 
-class RecordingStatusBar final : public platform::StatusBar {
+class RecordingStatusBar final : public screen::StatusBar {
  public:
   RecordingStatusBar(FakeStatusBar& bar, Journal& journal) : bar_(bar), journal_(journal) {}
-  void SetPanelText(platform::Panel panel, std::string_view text) override;
+  void SetPanelText(screen::Panel panel, std::string_view text) override;
 
  private:
   FakeStatusBar& bar_;
   Journal& journal_;
 };
 
-class RecordingMessageDialog final : public platform::MessageDialog {
+class RecordingMessageDialog final : public screen::MessageDialog {
  public:
   RecordingMessageDialog(FakeMessageDialog& dialog, Journal& journal)
       : dialog_(dialog), journal_(journal) {}
-  void Show(std::string_view text, platform::MessageMode mode) override;
+  void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override { dialog_.SetText(text); }
   void SetDetail(std::string_view text) override { dialog_.SetDetail(text); }
   void ShowButton() override { dialog_.ShowButton(); }
@@ -77,11 +77,11 @@ class RecordingMessageDialog final : public platform::MessageDialog {
   Journal& journal_;
 };
 
-class RecordingMessageBoxes final : public platform::MessageBoxes {
+class RecordingMessageBoxes final : public screen::MessageBoxes {
  public:
   RecordingMessageBoxes(FakeMessageBoxes& boxes, Journal& journal)
       : boxes_(boxes), journal_(journal) {}
-  void Show(platform::MessageIcon icon, std::string_view title, std::string_view text) override;
+  void Show(screen::MessageIcon icon, std::string_view title, std::string_view text) override;
   bool Ask(std::string_view title, std::string_view text) override;
 
  private:
@@ -89,7 +89,7 @@ class RecordingMessageBoxes final : public platform::MessageBoxes {
   Journal& journal_;
 };
 
-class RecordingDeviceForm final : public platform::DeviceForm {
+class RecordingDeviceForm final : public screen::DeviceForm {
  public:
   RecordingDeviceForm(FakeDeviceForm& form, Journal& journal) : form_(form), journal_(journal) {}
   void SetDevices(const std::vector<std::string>& display_names) override;
@@ -104,11 +104,11 @@ class RecordingDeviceForm final : public platform::DeviceForm {
   Journal& journal_;
 };
 
-class RecordingGuideForm final : public platform::GuideForm {
+class RecordingGuideForm final : public screen::GuideForm {
  public:
   RecordingGuideForm(FakeGuideForm& form, Journal& journal) : form_(form), journal_(journal) {}
-  void SetIdle(platform::GuidePosition position) override;
-  void SetHighlighted(platform::GuidePosition position) override;
+  void SetIdle(screen::GuidePosition position) override;
+  void SetHighlighted(screen::GuidePosition position) override;
 
  private:
   FakeGuideForm& form_;
@@ -155,22 +155,20 @@ class RecordedRun : public TestPlatform {
   RecordingEventLoop RecordedEvents{Events, Recorded};
   RecordingSettings RecordedSettings{Settings, Recorded};
   ScriptedPort Port{Clock};
-  core::RunContext Context{.State = State,
-                           .ProgrammerPort = Port,
-                           .Clock = Clock,
-                           .Events = RecordedEvents,
-                           .Files = RecordedFiles,
-                           .CodePage = CodePage,
-                           .Settings = RecordedSettings,
-                           .StatusBar = RecordedStatusBar,
-                           .MessageDialog = RecordedDialog,
-                           .MessageBoxes = RecordedBoxes,
-                           .FileDialogs = FileDialogs,
-                           .Views = RecordedViews,
-                           .DeviceForm = RecordedForm,
-                           .HandEdit = HandEdit,
-                           .Guide = RecordedGuide,
-                           .Fuses = Fuses};
+  core::RunContext Context{
+      .State = State,
+      .Line = {.ProgrammerPort = Port, .Clock = Clock, .Events = RecordedEvents},
+      .Storage = {.Files = RecordedFiles, .CodePage = CodePage, .Settings = RecordedSettings},
+      .Screen = {.StatusBar = RecordedStatusBar,
+                 .MessageDialog = RecordedDialog,
+                 .MessageBoxes = RecordedBoxes,
+                 .FileDialogs = FileDialogs,
+                 .Views = RecordedViews,
+                 .DeviceForm = RecordedForm,
+                 .HandEdit = HandEdit,
+                 .Guide = RecordedGuide,
+                 .Fuses = Fuses,
+                 .ComForm = ComForm}};
 
   /// Selects a device as a pick does, and forgets what that did.
   void Start(std::string_view display_name);

@@ -62,7 +62,7 @@ TEST(ShellRequests, WithoutAManualTheHelpContentsCannotBeShown) {
   ShowHelpContents(run.Context, shell, "/opt/");
   EXPECT_TRUE(shell.Requests.empty());
   ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.Boxes.Boxes[0].Title, "");
   EXPECT_EQ(run.Boxes.Boxes[0].Text,
             "ﾍﾙﾌﾟの目次を表示できません。 "

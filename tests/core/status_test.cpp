@@ -8,8 +8,8 @@
 namespace fenwright::core {
 namespace {
 
-using platform::MessageMode;
-using platform::Panel;
+using screen::MessageMode;
+using screen::Panel;
 using testing::Journal;
 
 class Status : public ::testing::Test {

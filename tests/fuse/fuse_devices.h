@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "platform/fuse_form.h"
+#include "screen/fuse_form.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 
-using platform::FuseList;
+using screen::FuseList;
 
 /// The thirteen devices in the selector's order.
 inline constexpr std::array<const char*, 13> kAllDevices{"ATtiny12L",

@@ -11,7 +11,7 @@
 namespace fenwright::fuse {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 using testing::Exchange;
 using testing::FuseList;
 using testing::kAllDevices;
@@ -111,7 +111,7 @@ TEST(FuseReading, EveryDeviceIsReadAsDescribedAndShown) {
     EXPECT_EQ(PositionsOf(run.Fuses), expected);
     EXPECT_EQ(run.Fuses.Calibration, calibration);
     EXPECT_EQ(run.State.LinkError, 0);
-    EXPECT_EQ(run.PanelText(platform::Panel::Status), kDone);
+    EXPECT_EQ(run.PanelText(screen::Panel::Status), kDone);
     EXPECT_EQ(run.Dialog.Shown.front().first, kBusy);
     EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
     EXPECT_EQ(run.Dialog.Shown.size(), 1U);
@@ -239,7 +239,7 @@ TEST(FuseReading, LockBitsWithoutAnItemLeaveTheListAndTheReadIsComplete) {
   combined.ReadWith({{"'F'", "BE"}});
   EXPECT_EQ(combined.Text(FuseList::Rcen), "Enable");
   EXPECT_EQ(combined.Fuses.Lists[FuseList::Lock].Index, 0);
-  EXPECT_EQ(combined.PanelText(platform::Panel::Status), kDone);
+  EXPECT_EQ(combined.PanelText(screen::Panel::Status), kDone);
 
   ReadingRun tiny("ATtiny12L");
   tiny.Fuses.Select(FuseList::Lock, 1);
@@ -332,7 +332,7 @@ TEST(FuseReading, OnlyTheFlagOfAMismatchEndsItAfterTheCheck) {
   run.ReadWith({{"'F'", "FF"}});
   EXPECT_EQ(run.State.LinkError, 0);
   EXPECT_EQ(run.Text(FuseList::Fstrt), "Disable");
-  EXPECT_EQ(run.PanelText(platform::Panel::Status), kDone);
+  EXPECT_EQ(run.PanelText(screen::Panel::Status), kDone);
 }
 
 TEST(FuseReading, AByteThatDoesNotArriveChangesNoList) {

@@ -11,7 +11,7 @@
 namespace fenwright::fuse {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 using testing::Exchange;
 using testing::FuseList;
 using testing::kAllDevices;
@@ -80,7 +80,7 @@ TEST(FuseWriting, EveryDeviceIsWrittenWithItsDefaultsAsDescribed) {
     WritingRun run(device);
     run.WriteExpecting(DefaultWrites().at(device));
     EXPECT_EQ(run.State.LinkError, 0);
-    EXPECT_EQ(run.PanelText(platform::Panel::Status), kDone);
+    EXPECT_EQ(run.PanelText(screen::Panel::Status), kDone);
     ASSERT_EQ(run.Dialog.Shown.size(), 1U);
     EXPECT_EQ(run.Dialog.Shown.front().first, kBusy);
     EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
@@ -269,7 +269,7 @@ TEST(FuseWriting, ForANameThatIsNoDeviceNothingIsWrittenAndItCompletes) {
   };
   run.Write();
   EXPECT_EQ(run.Port.Sent.size(), 4U);
-  EXPECT_EQ(run.PanelText(platform::Panel::Status), kDone);
+  EXPECT_EQ(run.PanelText(screen::Panel::Status), kDone);
 }
 
 TEST(FuseWriting, AnUnsetListSendsWhatTheWorkingByteLastHeld) {

@@ -137,8 +137,8 @@ TEST_F(DumpFiles, AFileIsRewrittenWhole) {
 TEST_F(DumpFiles, TheViewsLoadTheFiles) {
   LoadFlashView(run_.Context);
   LoadEepromView(run_.Context);
-  EXPECT_EQ(run_.Views.Paths[platform::View::Flash], "/app/avrhex.txt");
-  EXPECT_EQ(run_.Views.Paths[platform::View::Eeprom], "/app/avreep.txt");
+  EXPECT_EQ(run_.Views.Paths[screen::View::Flash], "/app/avrhex.txt");
+  EXPECT_EQ(run_.Views.Paths[screen::View::Eeprom], "/app/avreep.txt");
 }
 
 TEST_F(DumpFiles, ARefreshWritesTheFileBeforeTheViewLoadsIt) {
@@ -154,7 +154,7 @@ TEST_F(DumpFiles, AFlashDumpThatTheDiscRefusesEndsTheCommandBeforeTheViewLoads) 
             core::CommandEnding::FileError);
   EXPECT_EQ(run_.TakeJournal(), (Journal{"write /app/avrhex.txt", "close dialog", "message box"}));
   ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
   EXPECT_EQ(run_.Boxes.Boxes[0].Text,
             "ファイルに書き込めないため、処理を中止しました。\r\n"
             "/app/avrhex.txt\r\n"

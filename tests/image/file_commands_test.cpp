@@ -11,7 +11,7 @@
 namespace fenwright::image {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 using testing::Journal;
 
 constexpr char kCodePath[] = "/home/files/prog.hex";
@@ -57,7 +57,7 @@ TEST_F(FileCommands, TheDialogHasItsTitleFilterExtensionAndTheStoredFolder) {
   run_.Settings.Write("Settings", "OPEN_DIR", "/home/last");
   ChooseCodeAndDataFile(run_.Context);
   ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
-  const platform::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  const screen::FileDialogRequest& request = run_.FileDialogs.Requests[0];
   EXPECT_EQ(request.Title, "コードファイル ＆ データファイルを開く");
   EXPECT_EQ(request.Filter, "Hex File|*.hex;*.rom|All Files|*.*|");
   EXPECT_EQ(request.DefaultExtension, "hex;rom");
@@ -423,7 +423,7 @@ TEST_F(FileCommands, TheDialogForACodeFileHasItsTitleFilterExtensionAndFolder) {
   run_.Settings.Write("Settings", "SAVE_DIR", "/home/saved");
   EXPECT_FALSE(ChooseCodeFile(run_.Context));
   ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
-  const platform::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  const screen::FileDialogRequest& request = run_.FileDialogs.Requests[0];
   EXPECT_EQ(request.Title, "コードファイル(*.hex)を開く");
   EXPECT_EQ(request.Filter, "Hex File|*.hex;*.rom|All Files|*.*|");
   EXPECT_EQ(request.DefaultExtension, "hex;rom");
@@ -503,7 +503,7 @@ TEST_F(FileCommands, ACodeFileThatCannotBeReadForgetsItsNameAndIsReportedInAMess
   EXPECT_EQ(report.Code.Reason, "Permission denied");
   EXPECT_EQ(State().CodeFileName, "");
   ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run_.Boxes.Boxes[0].Text, kNotOpened);
   EXPECT_TRUE(run_.Dialog.Shown.empty());
   EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
@@ -580,7 +580,7 @@ TEST_F(FileCommands, TheDialogForADataFileHasItsTitleFilterExtensionAndFolder) {
   run_.Settings.Write("Settings", "SAVE_DIR", "/home/saved");
   EXPECT_FALSE(ChooseDataFile(run_.Context));
   ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
-  const platform::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  const screen::FileDialogRequest& request = run_.FileDialogs.Requests[0];
   EXPECT_EQ(request.Title, "データファイル(*.eep)を開く");
   EXPECT_EQ(request.Filter, "eep File|*.eep|All Files|*.*|");
   EXPECT_EQ(request.DefaultExtension, "eep");

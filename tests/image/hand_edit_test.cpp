@@ -55,7 +55,7 @@ class HandEdit : public ::testing::Test {
   /// Only the notice was shown and traced; nothing was stored or rewritten.
   void ExpectOnlyNotice(const std::string& text) {
     EXPECT_EQ(run_.TakeJournal(), (Journal{"dialog " + text, kTrace}));
-    EXPECT_EQ(run_.Dialog.Mode, platform::MessageMode::Notice);
+    EXPECT_EQ(run_.Dialog.Mode, screen::MessageMode::Notice);
     EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{text});
     EXPECT_TRUE(BuffersAreBlank());
   }

@@ -304,14 +304,14 @@ TEST_F(HexReader, ABlankLineEndsTheReadAndKeepsTheLinesBeforeIt) {
 
 TEST_F(HexReader, ABadLineOfACodeFileIsShownInPanelOneAndTraced) {
   ReadCode("hello\r\n");
-  EXPECT_EQ(run_.PanelText(platform::Panel::Status), "HEX ファイルのオープンエラー");
+  EXPECT_EQ(run_.PanelText(screen::Panel::Status), "HEX ファイルのオープンエラー");
   EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"HEX ファイルのオープンエラー"});
 }
 
 TEST_F(HexReader, ABadLineOfADataFileHasItsOwnTextWithTwoBlanks) {
   const HexReadReport report = ReadData("hello\r\n");
   EXPECT_EQ(report.End, HexReadEnd::BadLine);
-  EXPECT_EQ(run_.PanelText(platform::Panel::Status), "EEP  ファイルのオープンエラー");
+  EXPECT_EQ(run_.PanelText(screen::Panel::Status), "EEP  ファイルのオープンエラー");
   EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"EEP  ファイルのオープンエラー"});
 }
 

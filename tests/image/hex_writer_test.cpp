@@ -89,7 +89,7 @@ class HexWriter : public ::testing::Test {
   }
   void ExpectBox(const std::string& text) {
     ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-    EXPECT_EQ(run_.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+    EXPECT_EQ(run_.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
     EXPECT_EQ(run_.Boxes.Boxes[0].Title, "ファイル保存");
     EXPECT_EQ(run_.Boxes.Boxes[0].Text, text);
   }

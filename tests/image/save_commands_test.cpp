@@ -47,7 +47,7 @@ class SaveCommands : public ::testing::Test {
     run_.Settings.Write("Settings", "OPEN_DIR", "/home/opened");
     command(run_.Context);
     ASSERT_EQ(run_.FileDialogs.SaveRequests.size(), 1U);
-    const platform::FileDialogRequest& request = run_.FileDialogs.SaveRequests[0];
+    const screen::FileDialogRequest& request = run_.FileDialogs.SaveRequests[0];
     EXPECT_EQ(request.Title, title);
     EXPECT_EQ(request.Filter, filter);
     EXPECT_EQ(request.DefaultExtension, extension);
@@ -98,7 +98,7 @@ TEST_F(SaveCommands, SaveWithNothingOpenedGivesTwoMessagesAndWritesNothing) {
   EXPECT_EQ(report.End, SaveEnd::NothingToSave);
   EXPECT_EQ(run_.TakeJournal(), (Journal{"dialog ファイルがオープンされていません．", kTrace,
                                          "panel 1 ファイルがオープンされていません", kTrace}));
-  EXPECT_EQ(run_.Dialog.Mode, platform::MessageMode::Notice);
+  EXPECT_EQ(run_.Dialog.Mode, screen::MessageMode::Notice);
 }
 
 TEST_F(SaveCommands, SaveWithOnlyADataFileOpenedCountsAsNothingOpened) {

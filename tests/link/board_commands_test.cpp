@@ -283,7 +283,7 @@ class EveryCommand : public ::testing::TestWithParam<CommandCase> {
   static void ExpectTimeOutReported(ScriptedRun& run, std::int16_t error) {
     EXPECT_EQ(error, 1);
     EXPECT_EQ(run.NewTrace(), ExpectedTrace("", GetParam().TimeoutText));
-    EXPECT_EQ(run.PanelText(platform::Panel::Status), GetParam().TimeoutText);
+    EXPECT_EQ(run.PanelText(screen::Panel::Status), GetParam().TimeoutText);
     EXPECT_EQ(run.State.StatusText, GetParam().TimeoutText);
   }
 };
@@ -941,7 +941,7 @@ TEST(SelectDevice, SendsTheCodeOfEveryDeviceInTheCatalogue) {
 
 TEST(SelectDevice, ShowsItsTimeOutInTheDialogWithAButton) {
   ScriptedRun run;
-  run.Dialog.Show("busy", platform::MessageMode::Busy);
+  run.Dialog.Show("busy", screen::MessageMode::Busy);
   run.Port.Expect("'T' 4C");
   std::int16_t error = 0;
   SelectDevice(run.Context, 0x4C, error);
@@ -956,19 +956,19 @@ TEST(SelectDevice, ShowsItsRefusalInTheDialogWithAButton) {
       "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T \r\n"
       "プログラマは、選択したマイコンを認識できませんでした。";
   ScriptedRun run;
-  run.Dialog.Show("busy", platform::MessageMode::Busy);
+  run.Dialog.Show("busy", screen::MessageMode::Busy);
   run.Port.Expect("'T' 4C", "3F");
   std::int16_t error = 0;
   SelectDevice(run.Context, 0x4C, error);
   EXPECT_EQ(run.Dialog.Text, text);
   EXPECT_TRUE(run.Dialog.ButtonVisible);
   EXPECT_EQ(run.State.StatusText, text);
-  EXPECT_EQ(run.PanelText(platform::Panel::Status), text);
+  EXPECT_EQ(run.PanelText(screen::Panel::Status), text);
 }
 
 TEST(SelectDevice, LeavesTheDialogAloneOnSuccess) {
   ScriptedRun run;
-  run.Dialog.Show("busy", platform::MessageMode::Busy);
+  run.Dialog.Show("busy", screen::MessageMode::Busy);
   run.Port.Expect("'T' 4C", "0D");
   std::int16_t error = 0;
   SelectDevice(run.Context, 0x4C, error);

@@ -16,8 +16,8 @@ namespace fenwright::link {
 namespace {
 
 using platform::InputMode;
-using platform::MessageMode;
-using platform::Panel;
+using screen::MessageMode;
+using screen::Panel;
 using ::testing::ElementsAre;
 using testing::Hex;
 using ::testing::IsEmpty;
@@ -418,7 +418,7 @@ TEST(AdviseFirmwareUpdate, ShowsTheWholeTextInACriticalBox) {
   ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
   const std::string url(core::kSupportUrl);
   ASSERT_NE(url, "");
-  EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+  EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
   EXPECT_EQ(run.Boxes.Boxes[0].Title, "") << "the application's own title";
   EXPECT_EQ(run.Boxes.Boxes[0].Text,
             "ファームウエアバージョンが古いのでアップデートを行なってください。　　　　\r\n"

@@ -22,9 +22,9 @@ namespace fenwright::link {
 namespace {
 
 using platform::InputMode;
-using platform::MessageMode;
-using platform::Panel;
 using platform::PortOpenStatus;
+using screen::MessageMode;
+using screen::Panel;
 using ::testing::AllOf;
 using testing::BoardRun;
 using ::testing::Contains;
@@ -171,22 +171,11 @@ TEST(CheckProgrammerLink, WithoutAStoredPortSaysSoAndOpensNothing) {
   ScriptedRun run;
   platform::MemorySettingsStore empty;
   const core::RunContext& all = run.Context;
-  core::RunContext context{.State = all.State,
-                           .ProgrammerPort = all.ProgrammerPort,
-                           .Clock = all.Clock,
-                           .Events = all.Events,
-                           .Files = all.Files,
-                           .CodePage = all.CodePage,
-                           .Settings = empty,
-                           .StatusBar = all.StatusBar,
-                           .MessageDialog = all.MessageDialog,
-                           .MessageBoxes = all.MessageBoxes,
-                           .FileDialogs = all.FileDialogs,
-                           .Views = all.Views,
-                           .DeviceForm = all.DeviceForm,
-                           .HandEdit = all.HandEdit,
-                           .Guide = all.Guide,
-                           .Fuses = all.Fuses};
+  core::RunContext context{
+      .State = all.State,
+      .Line = all.Line,
+      .Storage = {.Files = run.Files, .CodePage = run.CodePage, .Settings = empty},
+      .Screen = all.Screen};
   EXPECT_FALSE(CheckProgrammerLink(context));
   EXPECT_THAT(run.Port.Log,
               ElementsAre("Close", "CommPort=1", "Settings=57600,n,8,1", "Handshaking=0",

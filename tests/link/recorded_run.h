@@ -8,10 +8,10 @@
 namespace fenwright::testing {
 
 /// Notes every panel text in a port's log and passes it on.
-class RecordingStatusBar final : public platform::StatusBar {
+class RecordingStatusBar final : public screen::StatusBar {
  public:
-  RecordingStatusBar(ScriptedPort& port, platform::StatusBar& next) : port_(port), next_(next) {}
-  void SetPanelText(platform::Panel panel, std::string_view text) override {
+  RecordingStatusBar(ScriptedPort& port, screen::StatusBar& next) : port_(port), next_(next) {}
+  void SetPanelText(screen::Panel panel, std::string_view text) override {
     port_.Log.push_back("panel " + std::to_string(static_cast<int>(panel)) + ": " +
                         std::string(text));
     next_.SetPanelText(panel, text);
@@ -19,16 +19,16 @@ class RecordingStatusBar final : public platform::StatusBar {
 
  private:
   ScriptedPort& port_;
-  platform::StatusBar& next_;
+  screen::StatusBar& next_;
 };
 
 /// Notes what happens to the message dialog in a port's log and passes it on. The detail line is
 /// passed on alone.
-class RecordingMessageDialog final : public platform::MessageDialog {
+class RecordingMessageDialog final : public screen::MessageDialog {
  public:
-  RecordingMessageDialog(ScriptedPort& port, platform::MessageDialog& next)
+  RecordingMessageDialog(ScriptedPort& port, screen::MessageDialog& next)
       : port_(port), next_(next) {}
-  void Show(std::string_view text, platform::MessageMode mode) override {
+  void Show(std::string_view text, screen::MessageMode mode) override {
     port_.Log.push_back("dialog shown in mode " + std::to_string(static_cast<int>(mode)) + ": " +
                         std::string(text));
     next_.Show(text, mode);
@@ -54,15 +54,15 @@ class RecordingMessageDialog final : public platform::MessageDialog {
 
  private:
   ScriptedPort& port_;
-  platform::MessageDialog& next_;
+  screen::MessageDialog& next_;
 };
 
 /// Notes every message box in a port's log and passes it on.
-class RecordingMessageBoxes final : public platform::MessageBoxes {
+class RecordingMessageBoxes final : public screen::MessageBoxes {
  public:
-  RecordingMessageBoxes(ScriptedPort& port, platform::MessageBoxes& next)
+  RecordingMessageBoxes(ScriptedPort& port, screen::MessageBoxes& next)
       : port_(port), next_(next) {}
-  void Show(platform::MessageIcon icon, std::string_view title, std::string_view text) override {
+  void Show(screen::MessageIcon icon, std::string_view title, std::string_view text) override {
     port_.Log.emplace_back("message box");
     next_.Show(icon, title, text);
   }
@@ -73,7 +73,7 @@ class RecordingMessageBoxes final : public platform::MessageBoxes {
 
  private:
   ScriptedPort& port_;
-  platform::MessageBoxes& next_;
+  screen::MessageBoxes& next_;
 };
 
 /// A scripted run whose port log also holds, in order, what the user is shown and when window
@@ -84,22 +84,9 @@ class RecordedRun : public TestPlatform {
   RecordingStatusBar RecordedStatusBar{Port, StatusBar};
   RecordingMessageDialog RecordedDialog{Port, Dialog};
   RecordingMessageBoxes RecordedBoxes{Port, Boxes};
-  core::RunContext Context{.State = State,
-                           .ProgrammerPort = Port,
-                           .Clock = Clock,
-                           .Events = Events,
-                           .Files = Files,
-                           .CodePage = CodePage,
-                           .Settings = Settings,
-                           .StatusBar = RecordedStatusBar,
-                           .MessageDialog = RecordedDialog,
-                           .MessageBoxes = RecordedBoxes,
-                           .FileDialogs = FileDialogs,
-                           .Views = Views,
-                           .DeviceForm = Form,
-                           .HandEdit = HandEdit,
-                           .Guide = Guide,
-                           .Fuses = Fuses};
+  core::RunContext Context = ContextOn(Port, {.StatusBar = RecordedStatusBar,
+                                              .MessageDialog = RecordedDialog,
+                                              .MessageBoxes = RecordedBoxes});
   RecordedRun() {
     Events.OnTurn = [this] {
       if (Port.Log.empty() || Port.Log.back() != "yield") Port.Log.emplace_back("yield");

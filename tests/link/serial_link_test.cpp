@@ -33,21 +33,9 @@ class StandingClock final : public platform::Clock {
 
 core::RunContext WithClock(ScriptedRun& run, platform::Clock& clock) {
   return {.State = run.State,
-          .ProgrammerPort = run.Port,
-          .Clock = clock,
-          .Events = run.Events,
-          .Files = run.Files,
-          .CodePage = run.CodePage,
-          .Settings = run.Settings,
-          .StatusBar = run.StatusBar,
-          .MessageDialog = run.Dialog,
-          .MessageBoxes = run.Boxes,
-          .FileDialogs = run.FileDialogs,
-          .Views = run.Views,
-          .DeviceForm = run.Form,
-          .HandEdit = run.HandEdit,
-          .Guide = run.Guide,
-          .Fuses = run.Fuses};
+          .Line = {.ProgrammerPort = run.Port, .Clock = clock, .Events = run.Events},
+          .Storage = run.Context.Storage,
+          .Screen = run.Context.Screen};
 }
 
 TEST(ClearInput, DiscardsEveryByteNotYetRead) {
@@ -433,7 +421,7 @@ TEST(SendEscape, OnAClosedPortDoesNothingHarmful) {
 
 TEST(ShowCommError, ShowsItsTextWithoutTheProgressBar) {
   ScriptedRun run;
-  run.Dialog.Show("busy", platform::MessageMode::Busy);
+  run.Dialog.Show("busy", screen::MessageMode::Busy);
   ASSERT_TRUE(run.Dialog.BarVisible);
   ShowCommError(run.Context);
   EXPECT_TRUE(run.Dialog.Loaded);

@@ -19,8 +19,8 @@ namespace fenwright::testing {
 namespace {
 
 using core::CommandEnding;
-using platform::MessageMode;
-using platform::Panel;
+using screen::MessageMode;
+using screen::Panel;
 using Texts = std::vector<std::string>;
 
 constexpr const char* kTiny12 = "ATtiny12L";
@@ -277,7 +277,7 @@ TEST_F(ProgramFailure, ALostWordInTheVerifyEndsAsACommunicationError) {
   EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'R'}), 3);
   EXPECT_EQ(run.Wire.back(), 'A');
   EXPECT_EQ(run.Files.Files["/app/avrvfy.txt"], "Flash Program memory address verify\r\n\r\n");
-  EXPECT_EQ(run.Views.Paths.count(platform::View::Verify), 0U);
+  EXPECT_EQ(run.Views.Paths.count(screen::View::Verify), 0U);
   ExpectNextRunWorks(run);
 }
 
@@ -322,8 +322,8 @@ TEST_F(ProgramFailure, TheVerifyViewIsClearedAndThenLoaded) {
   const std::size_t calls = run.Views.Calls.size();
   ASSERT_GE(calls, 2U);
   EXPECT_EQ(run.Views.Calls[calls - 2].first, "clear");
-  EXPECT_EQ(run.Views.Calls[calls - 1], (std::pair{std::string("load"), platform::View::Verify}));
-  EXPECT_EQ(run.Views.Paths[platform::View::Verify], "/app/avrvfy.txt");
+  EXPECT_EQ(run.Views.Calls[calls - 1], (std::pair{std::string("load"), screen::View::Verify}));
+  EXPECT_EQ(run.Views.Paths[screen::View::Verify], "/app/avrvfy.txt");
 }
 
 TEST_F(ProgramFailure, AChipThatWasNotErasedIsNoSuccessEvenWithoutADifference) {
@@ -702,7 +702,7 @@ TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {
   EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::FileError);
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
   ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+  EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
   EXPECT_NE(run.Boxes.Boxes[0].Text.find("/app/_debug_avr.txt"), std::string::npos);
 
   run.Events.OnTurn = {};

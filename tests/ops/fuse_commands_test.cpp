@@ -14,7 +14,7 @@ namespace fenwright::testing {
 namespace {
 
 using core::CommandEnding;
-using platform::MessageMode;
+using screen::MessageMode;
 using Texts = std::vector<std::string>;
 
 std::uint8_t CodeOf(const std::string& device) { return core::FindDevice(device)->DeviceCode; }
@@ -87,7 +87,7 @@ TEST(FuseCommands, AChipWhoseResetPinWasGivenAwayIsNeverReachedAgain) {
     EXPECT_TRUE(ops::Succeeded(run.State));
     ops::ReadFusesCommand(run.Context);
     EXPECT_FALSE(ops::Succeeded(run.State));
-    EXPECT_EQ(run.PanelText(platform::Panel::Signature), "FF:FF:FF");
+    EXPECT_EQ(run.PanelText(screen::Panel::Signature), "FF:FF:FF");
     ops::WriteFusesCommand(run.Context);
     EXPECT_FALSE(run.State.Chip.FuseWriteStarted);
   }
@@ -164,7 +164,7 @@ TEST(FuseCommands, AnyReplyMayBeLostAndTheNextCommandWorks) {
         EXPECT_TRUE(run.Fuses.FrameVisible);
         run.Clock.Advance(2);
         command(run.Context);
-        EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(platform::Panel::Status);
+        EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(screen::Panel::Status);
       }
     }
   }

@@ -15,8 +15,8 @@ namespace fenwright::testing {
 namespace {
 
 using core::CommandEnding;
-using platform::MessageMode;
-using platform::Panel;
+using screen::MessageMode;
+using screen::Panel;
 using Texts = std::vector<std::string>;
 
 constexpr const char* kTiny12 = "ATtiny12L";
@@ -373,8 +373,8 @@ TEST(Read, ShowsTheFuseAndLockBitsOfTheChip) {
   BoardRun run(kTiny12, {.Baud = 0});
   run.Chip().SetFuses(0x97, 0xFF);
   ops::ReadCommand(run.Context);
-  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Cksel].Text(), "0111");
-  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Boden].Text(), "Enable");
+  EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Cksel].Text(), "0111");
+  EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Boden].Text(), "Enable");
   EXPECT_EQ(run.Fuses.Calibration, "0x6B");
   EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
             "flash, EEPROM, fuse and lock bits read");
@@ -430,16 +430,16 @@ TEST(Read, OfAnotherChipInTheSocketThanAtItsStartEndsWithTheMismatchAndTheElapse
 
 TEST(EraseCommand, ResetsTheFuseListsToTheirDefaultsOnlyWhenItSucceeds) {
   BoardRun failing(kTiny12, {.Faults = {MakeFault("silent")}});
-  failing.Fuses.Select(platform::FuseList::Cksel, 7);
+  failing.Fuses.Select(screen::FuseList::Cksel, 7);
   ops::EraseCommand(failing.Context);
-  EXPECT_EQ(failing.Fuses.Lists[platform::FuseList::Cksel].Text(), "0111");
+  EXPECT_EQ(failing.Fuses.Lists[screen::FuseList::Cksel].Text(), "0111");
   BoardRun run(kTiny12, {.Baud = 0});
-  run.Fuses.Select(platform::FuseList::Cksel, 7);
-  run.Fuses.Select(platform::FuseList::Lock, 0);
+  run.Fuses.Select(screen::FuseList::Cksel, 7);
+  run.Fuses.Select(screen::FuseList::Lock, 0);
   run.Fuses.SetCalibrationText("0x6B");
   ops::EraseCommand(run.Context);
-  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Cksel].Text(), "0010");
-  EXPECT_EQ(run.Fuses.Lists[platform::FuseList::Lock].Text(), "プロテクトなし");
+  EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Cksel].Text(), "0010");
+  EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Lock].Text(), "プロテクトなし");
   EXPECT_EQ(run.Fuses.Calibration, "?");
 }
 

@@ -13,8 +13,8 @@ namespace fenwright::testing {
 namespace {
 
 using core::CommandEnding;
-using platform::Panel;
-using platform::View;
+using screen::Panel;
+using screen::View;
 
 struct DeviceRow {
   const char* Name;
@@ -301,7 +301,7 @@ TEST(ProgramWire, BothBuffersBlankEraseTheChipAndSendNothingMore) {
   EXPECT_EQ(run.Wire, wire.All());
   EXPECT_EQ(run.Chip().FlashWord(5), 0xFFFF);
   EXPECT_EQ(run.Dialog.Text, "全てのメモリは消去されました。");
-  EXPECT_EQ(run.Dialog.Mode, platform::MessageMode::Notice);
+  EXPECT_EQ(run.Dialog.Mode, screen::MessageMode::Notice);
   EXPECT_EQ(run.PanelText(Panel::Status), "全てのメモリは消去されました。");
   EXPECT_TRUE(ops::Succeeded(run.State));
 }

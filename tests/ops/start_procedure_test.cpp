@@ -16,9 +16,9 @@ namespace fenwright::testing {
 namespace {
 
 using core::CommandEnding;
-using platform::TwipsPlace;
-using platform::TwipsPosition;
-using platform::View;
+using screen::TwipsPlace;
+using screen::TwipsPosition;
+using screen::View;
 
 struct WindowStart : ScriptedRun {
   FakeMainForm Window;
@@ -162,7 +162,7 @@ TEST(WindowStart, AnyStoredTextInPlaceOfANumberEndsItAndIsNamed) {
       run.Store(key, value);
       EXPECT_EQ(run.Start(), CommandEnding::BadSetting);
       ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-      EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+      EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
       const std::string named =
           "セクション Settings、キー " + std::string(key) + "、値 \"" + value + "\"";
       EXPECT_NE(run.Boxes.Boxes[0].Text.find(named), std::string::npos) << run.Boxes.Boxes[0].Text;

@@ -44,7 +44,7 @@ TEST(Start, BlanksBothBuffersAndShowsTheirDumps) {
   EXPECT_TRUE(std::ranges::all_of(run.State.EepromBuffer, [](auto byte) { return byte == 0xFF; }));
   EXPECT_EQ(run.Files.Files["/app/avreep.txt"].substr(0, 57),
             "0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF \xA5\xA5\xA5");
-  EXPECT_EQ(run.Views.Paths[platform::View::Flash], "/app/avrhex.txt");
+  EXPECT_EQ(run.Views.Paths[screen::View::Flash], "/app/avrhex.txt");
 }
 
 TEST(Start, DeletesTheTraceOfTheWorkingFolderAndKeepsThatOfAnother) {
@@ -74,7 +74,7 @@ TEST(Start, AStoredDeviceThatMakesNoSenseEndsItWithACriticalBox) {
     run.Settings.Write("Settings", "device", value);
     EXPECT_EQ(run.Start(), CommandEnding::BadSetting);
     ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-    EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+    EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
     for (const std::string part : {"Settings", "device", value}) {
       EXPECT_NE(run.Boxes.Boxes[0].Text.find(part), std::string::npos);
     }
@@ -95,7 +95,7 @@ TEST(Open, AFileByItsPathStoresItsWordsHighByteFirst) {
   ops::OpenBothCommand(run.Context, "/p/a.hex");
   EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
   EXPECT_EQ(run.State.FlashBuffer[1], 0x0C);
-  EXPECT_EQ(run.PanelText(platform::Panel::Status), "ファイルをオープンしました。");
+  EXPECT_EQ(run.PanelText(screen::Panel::Status), "ファイルをオープンしました。");
 }
 
 TEST(Pick, DiscardsTheLoadedImageAndStoresTheSelection) {

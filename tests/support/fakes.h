@@ -13,19 +13,19 @@
 #include <vector>
 
 #include "platform/clock.h"
-#include "platform/device_form.h"
 #include "platform/event_loop.h"
-#include "platform/file_dialogs.h"
-#include "platform/fuse_form.h"
-#include "platform/guide_form.h"
-#include "platform/hand_edit_form.h"
-#include "platform/message_boxes.h"
-#include "platform/message_dialog.h"
 #include "platform/shell.h"
-#include "platform/status_bar.h"
 #include "platform/text_files.h"
-#include "platform/update_form.h"
-#include "platform/views.h"
+#include "screen/device_form.h"
+#include "screen/file_dialogs.h"
+#include "screen/fuse_form.h"
+#include "screen/guide_form.h"
+#include "screen/hand_edit_form.h"
+#include "screen/message_boxes.h"
+#include "screen/message_dialog.h"
+#include "screen/status_bar.h"
+#include "screen/update_form.h"
+#include "screen/views.h"
 
 namespace fenwright::testing {
 
@@ -64,26 +64,26 @@ class FakeEventLoop final : public platform::EventLoop {
   std::function<void()> OnTurn;
 };
 
-class FakeStatusBar final : public platform::StatusBar {
+class FakeStatusBar final : public screen::StatusBar {
  public:
-  void SetPanelText(platform::Panel panel, std::string_view text) override {
+  void SetPanelText(screen::Panel panel, std::string_view text) override {
     Texts[panel] = text;
     History.emplace_back(panel, text);
   }
-  std::map<platform::Panel, std::string> Texts;
-  std::vector<std::pair<platform::Panel, std::string>> History;
+  std::map<screen::Panel, std::string> Texts;
+  std::vector<std::pair<screen::Panel, std::string>> History;
 };
 
 /// Behaves as the contract of the dialog says; nobody presses its buttons unless a test does.
-class FakeMessageDialog final : public platform::MessageDialog {
+class FakeMessageDialog final : public screen::MessageDialog {
  public:
-  void Show(std::string_view text, platform::MessageMode mode) override {
+  void Show(std::string_view text, screen::MessageMode mode) override {
     Loaded = true;
     Text = text;
     Mode = mode;
     Detail.clear();
-    ButtonVisible = mode != platform::MessageMode::Busy;
-    BarVisible = mode == platform::MessageMode::Busy;
+    ButtonVisible = mode != screen::MessageMode::Busy;
+    BarVisible = mode == screen::MessageMode::Busy;
     Shown.emplace_back(text, mode);
   }
   void SetText(std::string_view text) override {
@@ -105,20 +105,20 @@ class FakeMessageDialog final : public platform::MessageDialog {
   bool BarVisible = false;
   std::string Text;
   std::string Detail;
-  platform::MessageMode Mode = platform::MessageMode::Busy;
+  screen::MessageMode Mode = screen::MessageMode::Busy;
   int ProgressMaximum = -1;
   std::vector<int> Progress;
-  std::vector<std::pair<std::string, platform::MessageMode>> Shown;
+  std::vector<std::pair<std::string, screen::MessageMode>> Shown;
 };
 
-class FakeMessageBoxes final : public platform::MessageBoxes {
+class FakeMessageBoxes final : public screen::MessageBoxes {
  public:
   struct Box {
-    platform::MessageIcon Icon;
+    screen::MessageIcon Icon;
     std::string Title;
     std::string Text;
   };
-  void Show(platform::MessageIcon icon, std::string_view title, std::string_view text) override {
+  void Show(screen::MessageIcon icon, std::string_view title, std::string_view text) override {
     Boxes.push_back({icon, std::string(title), std::string(text)});
   }
   bool Ask(std::string_view title, std::string_view text) override {
@@ -130,22 +130,22 @@ class FakeMessageBoxes final : public platform::MessageBoxes {
   bool Answer = false;
 };
 
-class FakeFileDialogs final : public platform::FileDialogs {
+class FakeFileDialogs final : public screen::FileDialogs {
  public:
-  std::optional<std::string> Open(const platform::FileDialogRequest& request) override {
+  std::optional<std::string> Open(const screen::FileDialogRequest& request) override {
     Requests.push_back(request);
     return Choice;
   }
-  std::optional<std::string> Save(const platform::FileDialogRequest& request) override {
+  std::optional<std::string> Save(const screen::FileDialogRequest& request) override {
     SaveRequests.push_back(request);
     return Choice;
   }
-  std::vector<platform::FileDialogRequest> SaveRequests;
-  std::vector<platform::FileDialogRequest> Requests;
+  std::vector<screen::FileDialogRequest> SaveRequests;
+  std::vector<screen::FileDialogRequest> Requests;
   std::optional<std::string> Choice;
 };
 
-class FakeHandEditForm final : public platform::HandEditForm {
+class FakeHandEditForm final : public screen::HandEditForm {
  public:
   [[nodiscard]] std::string AddressText() const override { return Address; }
   [[nodiscard]] std::string DataText() const override { return Data; }
@@ -156,11 +156,11 @@ class FakeHandEditForm final : public platform::HandEditForm {
   bool Flash = true;
 };
 
-class FakeGuideForm final : public platform::GuideForm {
+class FakeGuideForm final : public screen::GuideForm {
  public:
-  void SetIdle(platform::GuidePosition position) override { Highlighted.erase(position); }
-  void SetHighlighted(platform::GuidePosition position) override { Highlighted.insert(position); }
-  std::set<platform::GuidePosition> Highlighted;
+  void SetIdle(screen::GuidePosition position) override { Highlighted.erase(position); }
+  void SetHighlighted(screen::GuidePosition position) override { Highlighted.insert(position); }
+  std::set<screen::GuidePosition> Highlighted;
 };
 
 /// A desktop that opens nothing; `Answer` is what it says about it.
@@ -182,7 +182,7 @@ class FakeShell final : public platform::Shell {
 };
 
 /// Keeps what the frame shows, and the calls in order.
-class FakeFuseForm final : public platform::FuseForm {
+class FakeFuseForm final : public screen::FuseForm {
  public:
   struct List {
     std::vector<std::string> Items;
@@ -194,22 +194,22 @@ class FakeFuseForm final : public platform::FuseForm {
   };
   struct Call {
     std::string Name;
-    std::optional<platform::FuseList> Where;
+    std::optional<screen::FuseList> Where;
   };
 
-  void SetItems(platform::FuseList list, std::span<const std::string_view> items) override {
+  void SetItems(screen::FuseList list, std::span<const std::string_view> items) override {
     Lists[list] = {.Items = {items.begin(), items.end()}, .Enabled = Lists[list].Enabled};
     Calls.push_back({"items", list});
   }
-  void Select(platform::FuseList list, int index) override {
+  void Select(screen::FuseList list, int index) override {
     Lists[list].Index = index;
     Calls.push_back({"select", list});
   }
-  [[nodiscard]] int SelectedIndex(platform::FuseList list) const override {
+  [[nodiscard]] int SelectedIndex(screen::FuseList list) const override {
     const auto found = Lists.find(list);
     return found == Lists.end() ? -1 : found->second.Index;
   }
-  void EnableList(platform::FuseList list, bool enable) override { Lists[list].Enabled = enable; }
+  void EnableList(screen::FuseList list, bool enable) override { Lists[list].Enabled = enable; }
   void SetLockListVisible(bool visible) override { LockListVisible = visible; }
   void EnableButtons(bool read, bool write) override {
     ReadEnabled = read;
@@ -225,7 +225,7 @@ class FakeFuseForm final : public platform::FuseForm {
     Calls.push_back({visible ? "show" : "hide", std::nullopt});
   }
 
-  std::map<platform::FuseList, List> Lists;
+  std::map<screen::FuseList, List> Lists;
   std::vector<Call> Calls;
   std::string Calibration;
   std::string ByteLine;
@@ -235,18 +235,18 @@ class FakeFuseForm final : public platform::FuseForm {
   bool FrameVisible = true;
 };
 
-class FakeViews final : public platform::Views {
+class FakeViews final : public screen::Views {
  public:
-  void Clear(platform::View view) override { Calls.emplace_back("clear", view); }
-  void Load(platform::View view, std::string_view path) override {
+  void Clear(screen::View view) override { Calls.emplace_back("clear", view); }
+  void Load(screen::View view, std::string_view path) override {
     Calls.emplace_back("load", view);
     Paths[view] = path;
   }
-  std::vector<std::pair<std::string, platform::View>> Calls;
-  std::map<platform::View, std::string> Paths;
+  std::vector<std::pair<std::string, screen::View>> Calls;
+  std::map<screen::View, std::string> Paths;
 };
 
-class FakeDeviceForm final : public platform::DeviceForm {
+class FakeDeviceForm final : public screen::DeviceForm {
  public:
   void SetDevices(const std::vector<std::string>& display_names) override {
     Names = display_names;
@@ -273,7 +273,7 @@ class FakeDeviceForm final : public platform::DeviceForm {
 };
 
 /// The update dialog's controls; every change is also written down in `Calls`, in order.
-class FakeUpdateForm final : public platform::UpdateForm {
+class FakeUpdateForm final : public screen::UpdateForm {
  public:
   void PlaceDivider() override { Calls.emplace_back("divider"); }
   void SetPortItems(const std::vector<std::string>& items) override {

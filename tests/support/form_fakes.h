@@ -7,15 +7,15 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/com_form.h"
-#include "platform/main_form.h"
 #include "platform/port_info.h"
 #include "platform/single_instance.h"
+#include "screen/com_form.h"
+#include "screen/main_form.h"
 
 namespace fenwright::testing {
 
 /// The windows of a program that has none: keeps what it is told, in order.
-class FakeMainForm final : public platform::MainForm {
+class FakeMainForm final : public screen::MainForm {
  public:
   void SetSupportPageLabel(std::string_view text) override {
     SupportPageLabel = text;
@@ -25,26 +25,26 @@ class FakeMainForm final : public platform::MainForm {
     Caption = text;
     Calls.emplace_back("caption");
   }
-  void Place(const platform::TwipsPlace& place) override {
+  void Place(const screen::TwipsPlace& place) override {
     MainPlace = place;
     Calls.emplace_back("place main");
   }
-  void PlaceView(platform::View view, const platform::TwipsPlace& place) override {
+  void PlaceView(screen::View view, const screen::TwipsPlace& place) override {
     ViewPlaces[view] = place;
-    Calls.emplace_back(view == platform::View::Flash ? "place flash" : "place eeprom");
+    Calls.emplace_back(view == screen::View::Flash ? "place flash" : "place eeprom");
   }
   void Show() override { Call("show"); }
   void EnableTimer() override { Calls.emplace_back("timer"); }
   void SelectComPort() override { Call("com dialog"); }
-  void ShowGuide(const platform::TwipsPosition& position) override {
+  void ShowGuide(const screen::TwipsPosition& position) override {
     Guide = position;
     Call("guide");
   }
-  [[nodiscard]] platform::TwipsPlace CurrentPlace() const override { return MainPlace; }
-  [[nodiscard]] platform::TwipsPlace CurrentPlaceOf(platform::View view) const override {
+  [[nodiscard]] screen::TwipsPlace CurrentPlace() const override { return MainPlace; }
+  [[nodiscard]] screen::TwipsPlace CurrentPlaceOf(screen::View view) const override {
     return ViewPlaces.at(view);
   }
-  [[nodiscard]] platform::TwipsPosition GuidePosition() const override { return Guide; }
+  [[nodiscard]] screen::TwipsPosition GuidePosition() const override { return Guide; }
   [[nodiscard]] bool IsMinimised() const override { return Minimised; }
   void UnloadOtherForms() override { Call("unload others"); }
 
@@ -53,9 +53,9 @@ class FakeMainForm final : public platform::MainForm {
   std::map<std::string, std::function<void()>> At;
   std::string SupportPageLabel;
   std::string Caption;
-  platform::TwipsPlace MainPlace;
-  std::map<platform::View, platform::TwipsPlace> ViewPlaces;
-  platform::TwipsPosition Guide;
+  screen::TwipsPlace MainPlace;
+  std::map<screen::View, screen::TwipsPlace> ViewPlaces;
+  screen::TwipsPosition Guide;
   bool Minimised = false;
 
  private:
@@ -73,11 +73,11 @@ class FakeInstance final : public platform::SingleInstance {
 };
 
 /// The COM port dialog, its user a list of what he does: choose an item, and press a button.
-class FakeComForm final : public platform::ComForm {
+class FakeComForm final : public screen::ComForm {
  public:
   struct Step {
     int Choice = -1;  ///< index to choose first, -1 = leave the list alone
-    platform::ComFormButton Button = platform::ComFormButton::Ok;
+    screen::ComFormButton Button = screen::ComFormButton::Ok;
   };
 
   void PlaceOverMainWindow() override { Calls.emplace_back("place"); }
@@ -88,10 +88,10 @@ class FakeComForm final : public platform::ComForm {
   void SetListIndex(int index) override { Index = index; }
   [[nodiscard]] int ListIndex() const override { return Index; }
   void SetNote(std::string_view text) override { Note = text; }
-  platform::ComFormButton WaitForButton() override {
+  screen::ComFormButton WaitForButton() override {
     Calls.emplace_back("wait");
     if (WhileWaiting) WhileWaiting();
-    if (Steps.empty()) return platform::ComFormButton::Cancel;
+    if (Steps.empty()) return screen::ComFormButton::Cancel;
     const Step step = Steps.front();
     Steps.pop_front();
     if (step.Choice >= 0) Index = step.Choice;

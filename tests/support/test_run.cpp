@@ -40,22 +40,23 @@ TestPlatform::TestPlatform() {
 }
 
 core::RunContext TestPlatform::ContextOn(platform::SerialControl& port) {
+  return ContextOn(port, {.StatusBar = StatusBar, .MessageDialog = Dialog, .MessageBoxes = Boxes});
+}
+
+core::RunContext TestPlatform::ContextOn(platform::SerialControl& port, const Shown& shown) {
   return {.State = State,
-          .ProgrammerPort = port,
-          .Clock = Clock,
-          .Events = Events,
-          .Files = Files,
-          .CodePage = CodePage,
-          .Settings = Settings,
-          .StatusBar = StatusBar,
-          .MessageDialog = Dialog,
-          .MessageBoxes = Boxes,
-          .FileDialogs = FileDialogs,
-          .Views = Views,
-          .DeviceForm = Form,
-          .HandEdit = HandEdit,
-          .Guide = Guide,
-          .Fuses = Fuses};
+          .Line = {.ProgrammerPort = port, .Clock = Clock, .Events = Events},
+          .Storage = {.Files = Files, .CodePage = CodePage, .Settings = Settings},
+          .Screen = {.StatusBar = shown.StatusBar,
+                     .MessageDialog = shown.MessageDialog,
+                     .MessageBoxes = shown.MessageBoxes,
+                     .FileDialogs = FileDialogs,
+                     .Views = Views,
+                     .DeviceForm = Form,
+                     .HandEdit = HandEdit,
+                     .Guide = Guide,
+                     .Fuses = Fuses,
+                     .ComForm = ComForm}};
 }
 
 void TestPlatform::Select(core::RunContext& context, std::string_view display_name) {
@@ -96,7 +97,7 @@ std::vector<std::string> TestPlatform::NewTrace() {
   return fresh;
 }
 
-std::string TestPlatform::PanelText(platform::Panel panel) const {
+std::string TestPlatform::PanelText(screen::Panel panel) const {
   const auto text = StatusBar.Texts.find(panel);
   return text == StatusBar.Texts.end() ? "" : text->second;
 }

@@ -11,6 +11,7 @@
 #include "platform/memory/memory_settings_store.h"
 #include "platform/system/code_page.h"
 #include "support/fakes.h"
+#include "support/form_fakes.h"
 #include "support/scripted_port.h"
 
 namespace fenwright::testing {
@@ -33,9 +34,18 @@ class TestPlatform {
   FakeHandEditForm HandEdit;
   FakeGuideForm Guide;
   FakeFuseForm Fuses;
+  FakeComForm ComForm;
 
   TestPlatform();
   [[nodiscard]] core::RunContext ContextOn(platform::SerialControl& port);
+
+  /// What a test may put in place of its own: where texts are shown.
+  struct Shown {
+    screen::StatusBar& StatusBar;
+    screen::MessageDialog& MessageDialog;
+    screen::MessageBoxes& MessageBoxes;
+  };
+  [[nodiscard]] core::RunContext ContextOn(platform::SerialControl& port, const Shown& shown);
 
   /// Selects a device by its display name and applies it. The buffers become blank.
   void Select(core::RunContext& context, std::string_view display_name);
@@ -49,7 +59,7 @@ class TestPlatform {
   /// The trace's texts since the last call of this function.
   std::vector<std::string> NewTrace();
 
-  [[nodiscard]] std::string PanelText(platform::Panel panel) const;
+  [[nodiscard]] std::string PanelText(screen::Panel panel) const;
 
  private:
   std::size_t traced_ = 0;

@@ -818,9 +818,9 @@ TEST_F(Cli, WriteFusesReadsFirstChangesTheNamedFieldsAndWritesLikeTheButton) {
 
   BoardRun run("ATtiny26L");
   ops::ReadFusesCommand(run.Context);
-  run.Fuses.Select(platform::FuseList::Cksel, 4);
-  run.Fuses.Select(platform::FuseList::Boden, 0);
-  run.Fuses.Select(platform::FuseList::Sut, 3);
+  run.Fuses.Select(screen::FuseList::Cksel, 4);
+  run.Fuses.Select(screen::FuseList::Boden, 0);
+  run.Fuses.Select(screen::FuseList::Sut, 3);
   ops::WriteFusesCommand(run.Context);
   EXPECT_EQ(board.Wire(), run.Wire);
 
@@ -844,7 +844,7 @@ TEST_F(Cli, WriteFusesOfADeviceThatCannotBeReadStartsFromTheDefaults) {
   EXPECT_THAT(result.Out, HasSubstr("old: cannot be read on this device"));
   EXPECT_THAT(result.Out, HasSubstr("new: Lock 0xFD\n"));
   BoardRun run("AT90S8515");
-  run.Fuses.Select(platform::FuseList::Lock, 1);
+  run.Fuses.Select(screen::FuseList::Lock, 1);
   ops::WriteFusesCommand(run.Context);
   EXPECT_EQ(board.Wire(), run.Wire);
 }

@@ -207,9 +207,9 @@ TEST_F(WindowsCli, ReadsAndWritesFusesWithTheSameBytesAsTheEngine) {
   EXPECT_THAT(result.Out, HasSubstr("new: Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
   BoardRun run("ATtiny26L");
   ops::ReadFusesCommand(run.Context);
-  run.Fuses.Select(platform::FuseList::Cksel, 4);
-  run.Fuses.Select(platform::FuseList::Boden, 0);
-  run.Fuses.Select(platform::FuseList::Sut, 3);
+  run.Fuses.Select(screen::FuseList::Cksel, 4);
+  run.Fuses.Select(screen::FuseList::Boden, 0);
+  run.Fuses.Select(screen::FuseList::Sut, 3);
   ops::WriteFusesCommand(run.Context);
   EXPECT_EQ(port.Board.Wire(), run.Wire);
   const Result read = Run({"--port", "COM3", "--device", "ATtiny26L", "read-fuses"});

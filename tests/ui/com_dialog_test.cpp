@@ -18,8 +18,8 @@
 namespace fenwright::ui {
 namespace {
 
-using platform::ComFormButton;
 using platform::PortState;
+using screen::ComFormButton;
 
 struct DialogBench {
   QWidget Owner;
@@ -193,8 +193,8 @@ TEST(ComDialogInTheProgram, TheButtonOpensItAndTheChosenPortIsChecked) {
   Press(bench, "Cmd_btn_comselect");
   EXPECT_FALSE(bench.Run.ComPortDialog().isVisible());
   EXPECT_EQ(bench.Settings.Read("Settings", "ComNox"), "6");
-  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Port)->text(), "COM6");
-  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::BoardVersion)->text(),
+  EXPECT_EQ(bench.Run.Window().StatusPanel(screen::Panel::Port)->text(), "COM6");
+  EXPECT_EQ(bench.Run.Window().StatusPanel(screen::Panel::BoardVersion)->text(),
             "KV-LOD350  V6.38");
   EXPECT_TRUE(bench.Port.PortOpen());
   EXPECT_TRUE(Find<QPushButton>(bench.Run.Window(), "Cmd_btn_comselect")->isEnabled());
@@ -203,7 +203,7 @@ TEST(ComDialogInTheProgram, TheButtonOpensItAndTheChosenPortIsChecked) {
 TEST(ComDialogInTheProgram, AClickOnThePanelThatNamesThePortOpensIt) {
   WindowBench bench;
   bench.Start();
-  ElidedLabel* panel = bench.Run.Window().StatusPanel(platform::Panel::Port);
+  ElidedLabel* panel = bench.Run.Window().StatusPanel(screen::Panel::Port);
   int opened = 0;
   QTest::mouseClick(panel, Qt::LeftButton);
   EXPECT_FALSE(bench.Run.ComPortDialog().isVisible()) << "the panel is empty";
@@ -257,7 +257,7 @@ TEST(ComDialogInTheProgram, AChosenPortThatGoesIsSaidInItsPanelsTip) {
   WindowBench bench(kInstantly, &ports);
   bench.Start();
   Press(bench, "Cmd_btn_verify");
-  const ElidedLabel* panel = bench.Run.Window().StatusPanel(platform::Panel::Port);
+  const ElidedLabel* panel = bench.Run.Window().StatusPanel(screen::Panel::Port);
   EXPECT_TRUE(
       QTest::qWaitFor([&] { return panel->toolTip() == "/dev/ttyUSB0 : 使用できます。"; }, 5000));
   ports.Ports[1] = {.Number = 1, .Path = "/dev/ttyUSB0", .Reason = "抜かれました。"};

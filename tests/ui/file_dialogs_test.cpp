@@ -12,10 +12,10 @@
 namespace fenwright::ui {
 namespace {
 
-const platform::FileDialogRequest kRequest{.Title = "コードファイル ＆ データファイルを開く",
-                                           .Filter = "Hex File|*.hex;*.rom|All Files|*.*|",
-                                           .DefaultExtension = "hex;rom",
-                                           .StartFolder = {}};
+const screen::FileDialogRequest kRequest{.Title = "コードファイル ＆ データファイルを開く",
+                                         .Filter = "Hex File|*.hex;*.rom|All Files|*.*|",
+                                         .DefaultExtension = "hex;rom",
+                                         .StartFolder = {}};
 
 /// Does something to the file dialog as soon as it is on the screen.
 void OnDialog(const std::function<void(QFileDialog&)>& action) {
@@ -49,7 +49,7 @@ TEST(FileDialogs, TheOpenDialogShowsTheRequestAndReturnsTheChosenPath) {
   const platform::TemporaryFolder folder;
   QFile file(ToQString(folder.File("prog.HEX")));
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  platform::FileDialogRequest request = kRequest;
+  screen::FileDialogRequest request = kRequest;
   request.StartFolder = folder.Path();
   OnDialog([&](QFileDialog& dialog) {
     EXPECT_EQ(ToUtf8(dialog.windowTitle()), kRequest.Title);
@@ -64,14 +64,14 @@ TEST(FileDialogs, TheOpenDialogShowsTheRequestAndReturnsTheChosenPath) {
   EXPECT_EQ(QtFileDialogs(nullptr).Open(request), folder.File("prog.HEX"));
 }
 
-const platform::FileDialogRequest kSaveRequest{.Title = "コードファイル(*.hex)の保存",
-                                               .Filter = "Hex File|*.HEX|All Files|*.*|",
-                                               .DefaultExtension = "*.hex",
-                                               .StartFolder = {}};
+const screen::FileDialogRequest kSaveRequest{.Title = "コードファイル(*.hex)の保存",
+                                             .Filter = "Hex File|*.HEX|All Files|*.*|",
+                                             .DefaultExtension = "*.hex",
+                                             .StartFolder = {}};
 
 /// Types a name into the save dialog that comes up, and accepts it.
 std::optional<std::string> SaveUnder(const platform::TemporaryFolder& folder, const QString& name,
-                                     platform::FileDialogRequest request = kSaveRequest) {
+                                     screen::FileDialogRequest request = kSaveRequest) {
   request.StartFolder = folder.Path();
   OnDialog([&](QFileDialog& dialog) {
     EXPECT_EQ(ToUtf8(dialog.windowTitle()), request.Title);
@@ -98,7 +98,7 @@ TEST(FileDialogs, ATypedExtensionStays) {
 
 TEST(FileDialogs, WithoutADefaultExtensionTheNameStaysAsTyped) {
   const platform::TemporaryFolder folder;
-  platform::FileDialogRequest request = kSaveRequest;
+  screen::FileDialogRequest request = kSaveRequest;
   request.DefaultExtension.clear();
   EXPECT_EQ(SaveUnder(folder, "prog", request), folder.File("prog"));
 }

@@ -38,13 +38,13 @@ constexpr char kNotSaved[] = "ファイル保存できませんでした。";
 constexpr char kNotOpened[] = "指定されたファイルを開くことができませんでした。";
 
 /// A dialog in which somebody chooses a file, and what happens before the program gets to it.
-class ChosenFile final : public platform::FileDialogs {
+class ChosenFile final : public screen::FileDialogs {
  public:
-  std::optional<std::string> Open(const platform::FileDialogRequest& /*request*/) override {
+  std::optional<std::string> Open(const screen::FileDialogRequest& /*request*/) override {
     if (Afterwards) Afterwards();
     return Path;
   }
-  std::optional<std::string> Save(const platform::FileDialogRequest& request) override {
+  std::optional<std::string> Save(const screen::FileDialogRequest& request) override {
     return Open(request);
   }
   std::string Path;
@@ -115,7 +115,7 @@ class FileFaults : public ::testing::Test {
       fs::create_directory(path);
       fs::permissions(path, fs::perms::all);
     }
-    port_.ChipInSocket = [this] { return run_.Context().DeviceForm.DeviceText(); };
+    port_.ChipInSocket = [this] { return run_.Context().Screen.DeviceForm.DeviceText(); };
     settings_.Write("Settings", "ComNox", "1");
     settings_.Write("Settings", "Index_Com_Flag", "1");
     Put("neighbour.hex", "of somebody else");
@@ -141,12 +141,12 @@ class FileFaults : public ::testing::Test {
     QTest::mouseClick(Find<QPushButton>(run_.Window(), button), Qt::LeftButton);
   }
   [[nodiscard]] std::string Status() {
-    return run_.Window().StatusPanel(platform::Panel::Status)->text().toStdString();
+    return run_.Window().StatusPanel(screen::Panel::Status)->text().toStdString();
   }
   /// The message dialog's text, "" when it is not on the screen.
   [[nodiscard]] std::string Message() { return DialogText("txtMsg"); }
   [[nodiscard]] std::string Detail() { return DialogText("lblDetail"); }
-  [[nodiscard]] std::string ViewText(platform::View view) {
+  [[nodiscard]] std::string ViewText(screen::View view) {
     return run_.Window().ViewOf(view)->TextControl()->toPlainText().toStdString();
   }
   [[nodiscard]] Snapshot Files() const { return SnapshotOf(files_folder_); }
@@ -343,7 +343,7 @@ TEST_F(TimeoutInMidRead, EndsTheReadKeepsTheRestAndTouchesNoFile) {
   EXPECT_EQ(Detail(),
             "フラッシュはワード 0x0002 まで読み出し済み、残りのバッファは元のままです。"
             "もう一度リードしてください。");
-  EXPECT_EQ(run_.Window().StatusPanel(platform::Panel::Elapsed)->text(), "5秒");
+  EXPECT_EQ(run_.Window().StatusPanel(screen::Panel::Elapsed)->text(), "5秒");
   EXPECT_EQ(run_.State().FlashBuffer[0], 0xFF) << "the blank chip's word, over the file's";
   EXPECT_EQ(run_.State().EepromBuffer[0], 0x11);
   EXPECT_EQ(Files(), before);

@@ -22,7 +22,7 @@
 namespace fenwright::ui {
 namespace {
 
-using platform::FuseList;
+using screen::FuseList;
 
 struct Field {
   FuseList List;
@@ -252,7 +252,7 @@ TEST_F(FuseFrameTest, TheButtonsReadAndWriteTheChip) {
   PickDevice(kTiny26);
   EXPECT_EQ(List(FuseList::Cksel)->currentText(), "0001");
   Frame().ReadButton()->click();
-  EXPECT_EQ(Window().StatusPanel(platform::Panel::Status)->text(),
+  EXPECT_EQ(Window().StatusPanel(screen::Panel::Status)->text(),
             "Lock/Fuse bit リードが完了しました。");
 }
 
@@ -296,7 +296,7 @@ TEST_F(FuseFrameTest, GivingTheResetPinAwayWarnsAndKeepsTheChoice) {
 
 TEST_F(FuseFrameTest, PickingTheItemThatIsChosenAlreadyWarnsToo) {
   PickDevice(kTiny26);
-  bench_.Run.Context().Fuses.Select(FuseList::Rstdisabl, 0);
+  bench_.Run.Context().Screen.Fuses.Select(FuseList::Rstdisabl, 0);
   QComboBox* const list = List(FuseList::Rstdisabl);
   list->showPopup();
   QTest::keyClick(list->view(), Qt::Key_Return);
@@ -307,8 +307,8 @@ TEST_F(FuseFrameTest, PickingTheItemThatIsChosenAlreadyWarnsToo) {
 
 TEST_F(FuseFrameTest, WhatIsReadOrRebuiltDoesNotWarn) {
   PickDevice(kTiny26);
-  const platform::FuseList list = FuseList::Rstdisabl;
-  bench_.Run.Context().Fuses.Select(list, 0);
+  const screen::FuseList list = FuseList::Rstdisabl;
+  bench_.Run.Context().Screen.Fuses.Select(list, 0);
   QApplication::processEvents();
   EXPECT_FALSE(bench_.Run.MessageDialog().IsLoaded());
 }

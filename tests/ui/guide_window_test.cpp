@@ -17,8 +17,8 @@
 namespace fenwright::ui {
 namespace {
 
-using platform::GuidePosition;
-using platform::kGuidePositions;
+using screen::GuidePosition;
+using screen::kGuidePositions;
 
 const QColor kGrey(0x80, 0x80, 0x80);
 const QColor kRed(192, 0, 0);

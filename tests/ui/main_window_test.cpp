@@ -292,14 +292,14 @@ TEST_F(MainWindowTest, TheFocusIsBackWhereItWasAfterACommand) {
 
 TEST_F(MainWindowTest, AViewThatACommandBringsForwardStaysThere) {
   window_.activateWindow();
-  window_.ChildArea()->setActiveSubWindow(window_.ViewOf(platform::View::Eeprom));
-  window_.ViewOf(platform::View::Eeprom)->TextControl()->setFocus();
+  window_.ChildArea()->setActiveSubWindow(window_.ViewOf(screen::View::Eeprom));
+  window_.ViewOf(screen::View::Eeprom)->TextControl()->setFocus();
   during_command_ = [this] {
-    window_.ViewOf(platform::View::Verify)->show();
-    window_.ChildArea()->setActiveSubWindow(window_.ViewOf(platform::View::Verify));
+    window_.ViewOf(screen::View::Verify)->show();
+    window_.ChildArea()->setActiveSubWindow(window_.ViewOf(screen::View::Verify));
   };
   window_.Run([this] { RunCommand("verify"); });
-  EXPECT_EQ(window_.ChildArea()->activeSubWindow(), window_.ViewOf(platform::View::Verify));
+  EXPECT_EQ(window_.ChildArea()->activeSubWindow(), window_.ViewOf(screen::View::Verify));
 }
 
 TEST_F(MainWindowTest, EveryChangeOfTheAddressReadsTheCell) {
@@ -315,7 +315,7 @@ TEST_F(MainWindowTest, EveryChangeOfTheAddressReadsTheCell) {
 
 TEST_F(MainWindowTest, TypingGoesOnInTheAddressAndNoViewComesForward) {
   window_.activateWindow();
-  ViewWindow* verify = window_.ViewOf(platform::View::Verify);
+  ViewWindow* verify = window_.ViewOf(screen::View::Verify);
   verify->show();
   window_.ChildArea()->setActiveSubWindow(verify);
   auto* address = Find<QLineEdit>(window_, "txtAddress");
@@ -530,7 +530,7 @@ int NeededWidth(const QWidget& widget) {
 }
 
 TEST_F(MainWindowTest, AllChildWindowsFitIntoTheirAreaAtTheFirstSize) {
-  window_.ViewOf(platform::View::Verify)->show();
+  window_.ViewOf(screen::View::Verify)->show();
   window_.ShowGuide();
   QApplication::processEvents();
   EXPECT_EQ(window_.size(), QSize(753, 527));
@@ -581,7 +581,7 @@ TEST_F(MainWindowTest, MemoryLabelsShowTheirTextsAndTheFrameAppears) {
 }
 
 TEST_F(MainWindowTest, EachStatusPanelShowsItsOwnText) {
-  using platform::Panel;
+  using screen::Panel;
   for (const Panel panel :
        {Panel::Status, Panel::Signature, Panel::BoardVersion, Panel::Port, Panel::Elapsed}) {
     const std::string name = "sbStatusBar_" + std::to_string(static_cast<int>(panel));
@@ -592,10 +592,10 @@ TEST_F(MainWindowTest, EachStatusPanelShowsItsOwnText) {
 
 TEST_F(MainWindowTest, ALongStatusTextDoesNotWidenTheWindowAndStaysWholeInItsTip) {
   const std::string text = "Program : /home/user/" + std::string(500, 'x') + ".hex";
-  status_bar_.SetPanelText(platform::Panel::Status, text);
+  status_bar_.SetPanelText(screen::Panel::Status, text);
   QApplication::processEvents();
   EXPECT_EQ(window_.size(), QSize(753, 527));
-  const ElidedLabel* panel = window_.StatusPanel(platform::Panel::Status);
+  const ElidedLabel* panel = window_.StatusPanel(screen::Panel::Status);
   EXPECT_EQ(panel->text().toStdString(), text);
   EXPECT_EQ(panel->toolTip().toStdString(), text);
 }
@@ -612,8 +612,8 @@ TEST_F(MainWindowTest, ALongFileInfoBreaksInsideTheWindow) {
 
 TEST_F(MainWindowTest, TilingPutsTheShownViewsOneAboveTheOther) {
   Choose("mnuWindowTileHorizontal");
-  const QRect flash = window_.ViewOf(platform::View::Flash)->geometry();
-  const QRect eeprom = window_.ViewOf(platform::View::Eeprom)->geometry();
+  const QRect flash = window_.ViewOf(screen::View::Flash)->geometry();
+  const QRect eeprom = window_.ViewOf(screen::View::Eeprom)->geometry();
   EXPECT_EQ(flash.bottom() + 1, eeprom.top());
   EXPECT_EQ(flash.width(), window_.ChildArea()->viewport()->width());
   EXPECT_EQ(eeprom.bottom() + 1, window_.ChildArea()->viewport()->height());
@@ -621,8 +621,8 @@ TEST_F(MainWindowTest, TilingPutsTheShownViewsOneAboveTheOther) {
 
 TEST_F(MainWindowTest, TilingPutsTheShownViewsSideBySide) {
   Choose("mnuWindowTileVertical");
-  const QRect flash = window_.ViewOf(platform::View::Flash)->geometry();
-  const QRect eeprom = window_.ViewOf(platform::View::Eeprom)->geometry();
+  const QRect flash = window_.ViewOf(screen::View::Flash)->geometry();
+  const QRect eeprom = window_.ViewOf(screen::View::Eeprom)->geometry();
   EXPECT_EQ(flash.right() + 1, eeprom.left());
   EXPECT_EQ(flash.height(), window_.ChildArea()->viewport()->height());
 }
@@ -630,15 +630,15 @@ TEST_F(MainWindowTest, TilingPutsTheShownViewsSideBySide) {
 TEST_F(MainWindowTest, CascadingKeepsTheViewsInsideTheArea) {
   Choose("mnuWindowCascade");
   const QRect area(QPoint(0, 0), window_.ChildArea()->viewport()->size());
-  const QRect flash = window_.ViewOf(platform::View::Flash)->geometry();
-  const QRect eeprom = window_.ViewOf(platform::View::Eeprom)->geometry();
+  const QRect flash = window_.ViewOf(screen::View::Flash)->geometry();
+  const QRect eeprom = window_.ViewOf(screen::View::Eeprom)->geometry();
   EXPECT_TRUE(area.contains(flash));
   EXPECT_TRUE(area.contains(eeprom));
   EXPECT_GT(eeprom.top(), flash.top());
 }
 
 TEST_F(MainWindowTest, AClosedViewComesBackAtItsDefaultPlace) {
-  ViewWindow* view = window_.ViewOf(platform::View::Eeprom);
+  ViewWindow* view = window_.ViewOf(screen::View::Eeprom);
   view->setGeometry(10, 10, 200, 200);
   view->close();
   EXPECT_FALSE(view->isVisible());

@@ -55,8 +55,8 @@ class MenuTree : public ::testing::Test {
   }
 
   void Choose(const char* item) { Find<QAction>(window_, item)->trigger(); }
-  ViewWindow* Flash() { return window_.ViewOf(platform::View::Flash); }
-  ViewWindow* Eeprom() { return window_.ViewOf(platform::View::Eeprom); }
+  ViewWindow* Flash() { return window_.ViewOf(screen::View::Flash); }
+  ViewWindow* Eeprom() { return window_.ViewOf(screen::View::Eeprom); }
 
   core::AppState state_;
   MainWindow window_{state_};
@@ -196,7 +196,7 @@ TEST_F(MenuTree, TheHelpKeyAsksForTheHelpContents) {
 
 TEST_F(MenuTree, AClickOnAPanelThatNamesAComPortOpensTheChoiceOfPortWithoutATraceLine) {
   for (int panel = 1; panel <= 5; ++panel) {
-    ElidedLabel* label = window_.StatusPanel(static_cast<platform::Panel>(panel));
+    ElidedLabel* label = window_.StatusPanel(static_cast<screen::Panel>(panel));
     log_.clear();
     label->SetText("COM3");
     QTest::mouseClick(label, Qt::LeftButton);
@@ -206,16 +206,16 @@ TEST_F(MenuTree, AClickOnAPanelThatNamesAComPortOpensTheChoiceOfPortWithoutATrac
 
 TEST_F(MenuTree, AClickOnAnyOtherPanelDoesNothing) {
   for (const char* text : {"", "バッファーをクリアしました。", "com3", " COM3", "CO"}) {
-    window_.StatusPanel(platform::Panel::Port)->SetText(text);
-    QTest::mouseClick(window_.StatusPanel(platform::Panel::Port), Qt::LeftButton);
+    window_.StatusPanel(screen::Panel::Port)->SetText(text);
+    QTest::mouseClick(window_.StatusPanel(screen::Panel::Port), Qt::LeftButton);
   }
-  window_.StatusPanel(platform::Panel::Port)->SetText("COM3");
-  QTest::mouseClick(window_.StatusPanel(platform::Panel::Port), Qt::RightButton);
+  window_.StatusPanel(screen::Panel::Port)->SetText("COM3");
+  QTest::mouseClick(window_.StatusPanel(screen::Panel::Port), Qt::RightButton);
   EXPECT_EQ(log_, Log{});
 }
 
 TEST_F(MenuTree, NeitherMenuNorPanelStartsACommandWhileOneRuns) {
-  window_.StatusPanel(platform::Panel::Port)->SetText("COM3");
+  window_.StatusPanel(screen::Panel::Port)->SetText("COM3");
   window_.Run([this] {
     state_.CommandRunning = true;
     for (const char* item : {"mmuCominucation", "mnuPC_buffer_clear", "mnuFirmwareUpdate",
@@ -223,7 +223,7 @@ TEST_F(MenuTree, NeitherMenuNorPanelStartsACommandWhileOneRuns) {
       Choose(item);
       EXPECT_FALSE(Find<QAction>(window_, item)->isEnabled()) << item;
     }
-    QTest::mouseClick(window_.StatusPanel(platform::Panel::Port), Qt::LeftButton);
+    QTest::mouseClick(window_.StatusPanel(screen::Panel::Port), Qt::LeftButton);
     QTest::keyClick(&window_, Qt::Key_F1);
     state_.CommandRunning = false;
   });
@@ -273,7 +273,7 @@ TEST_F(MenuTree, TheRearrangementOpensSettingsProgramAndEepromInThisOrder) {
                    [&activated](const QMdiSubWindow* child) {
                      if (child) activated.push_back(child->objectName());
                    });
-  window_.ChildArea()->setActiveSubWindow(window_.ViewOf(platform::View::Eeprom));
+  window_.ChildArea()->setActiveSubWindow(window_.ViewOf(screen::View::Eeprom));
   activated.clear();
   Choose("mmuWindowReDrow");
   EXPECT_EQ(columns->sizes().at(1), 368);
@@ -283,13 +283,13 @@ TEST_F(MenuTree, TheRearrangementOpensSettingsProgramAndEepromInThisOrder) {
 }
 
 TEST_F(MenuTree, AllOpenChildrenAreArranged) {
-  window_.ViewOf(platform::View::Verify)->show();
+  window_.ViewOf(screen::View::Verify)->show();
   window_.ShowGuide();
   Eeprom()->close();
   Choose("mnuWindowTileVertical");
   const int width = window_.ChildArea()->maximumViewportSize().width();
   EXPECT_EQ(Flash()->x(), 0);
-  EXPECT_EQ(window_.ViewOf(platform::View::Verify)->x(), width / 3);
+  EXPECT_EQ(window_.ViewOf(screen::View::Verify)->x(), width / 3);
   EXPECT_EQ(window_.Guide().x(), width * 2 / 3);
 }
 

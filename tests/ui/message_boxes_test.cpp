@@ -31,7 +31,7 @@ TEST(MessageBoxes, ABoxWithoutTitleIsTitledWithTheApplication) {
     EXPECT_EQ(box.icon(), QMessageBox::Critical);
     QTest::mouseClick(Find<QPushButton>(box, "msgBoxOk"), Qt::LeftButton);
   });
-  QtMessageBoxes(nullptr).Show(platform::MessageIcon::Critical, "", "1行目\r\n2行目");
+  QtMessageBoxes(nullptr).Show(screen::MessageIcon::Critical, "", "1行目\r\n2行目");
 }
 
 TEST(MessageBoxes, ANoticeHasTheInformationIconAndItsOwnTitle) {
@@ -40,7 +40,7 @@ TEST(MessageBoxes, ANoticeHasTheInformationIconAndItsOwnTitle) {
     EXPECT_EQ(box.icon(), QMessageBox::Information);
     box.reject();
   });
-  QtMessageBoxes(nullptr).Show(platform::MessageIcon::Information, "ファイル", "text");
+  QtMessageBoxes(nullptr).Show(screen::MessageIcon::Information, "ファイル", "text");
 }
 
 TEST(MessageBoxes, YesAnswersTrue) {

@@ -13,7 +13,7 @@
 namespace fenwright::ui {
 namespace {
 
-using platform::MessageMode;
+using screen::MessageMode;
 
 class MessageDialogTest : public ::testing::Test {
  protected:

@@ -215,7 +215,7 @@ TEST_F(ReentrancyTest, NothingThatTheUserDoesDuringOperationsChangesTheWire) {
     ASSERT_EQ(Operate(kCycle.at(step)), undisturbed.at(step)) << kCycle.at(step);
   }
   const std::vector<std::uint8_t> flash = bench_.Run.State().FlashBuffer;
-  const std::string device = bench_.Run.Context().DeviceForm.DeviceText();
+  const std::string device = bench_.Run.Context().Screen.DeviceForm.DeviceText();
 
   std::cout << "seed " << kSeed << '\n';
   RestlessUser user(bench_, kSeed);
@@ -234,7 +234,7 @@ TEST_F(ReentrancyTest, NothingThatTheUserDoesDuringOperationsChangesTheWire) {
   constexpr int kLongerThanAButtonStaysDown = 250;
   QTest::qWait(kLongerThanAButtonStaysDown);
   EXPECT_EQ(StartMarks(), operations_);
-  EXPECT_EQ(bench_.Run.Context().DeviceForm.DeviceText(), device);
+  EXPECT_EQ(bench_.Run.Context().Screen.DeviceForm.DeviceText(), device);
   EXPECT_TRUE(bench_.Dialogs.Requests.empty());
   EXPECT_TRUE(bench_.Dialogs.SaveRequests.empty());
   EXPECT_FALSE(bench_.Boxes.Questions.empty());

@@ -25,7 +25,7 @@ namespace fenwright::ui {
 namespace {
 
 using core::CommandEnding;
-using platform::View;
+using screen::View;
 
 /// The user's settings, kept from one run to the next.
 class Sessions {
@@ -57,7 +57,7 @@ class OneRun {
               .Instance = instance,
               .MessageBoxes = &Boxes,
               .FileDialogs = &dialogs_}) {
-    port_.ChipInSocket = [this] { return run_.Context().DeviceForm.DeviceText(); };
+    port_.ChipInSocket = [this] { return run_.Context().Screen.DeviceForm.DeviceText(); };
   }
 
   /// Starts; the dialog of the first run, when it comes, is left with CANCEL.
@@ -284,7 +284,7 @@ TEST(Session, APortGivenForTheRunIsUsedAndNotStored) {
   run.Run().Settings().GiveForThisRun("Settings", "ComNox", "8");
   run.Start();
   QTest::mouseClick(Find<QPushButton>(run.Window(), "Cmd_btn_verify"), Qt::LeftButton);
-  EXPECT_EQ(run.Run().Context().ProgrammerPort.CommPort(), 8);
+  EXPECT_EQ(run.Run().Context().Line.ProgrammerPort.CommPort(), 8);
   run.Close();
   EXPECT_EQ(sessions.Stored("ComNox"), "3");
 }

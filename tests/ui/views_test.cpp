@@ -14,7 +14,7 @@
 namespace fenwright::ui {
 namespace {
 
-using platform::View;
+using screen::View;
 
 class ViewsTest : public ::testing::Test {
  protected:

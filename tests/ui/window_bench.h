@@ -55,9 +55,9 @@ inline bool DropFiles(QWidget& target, const QStringList& paths) {
 }
 
 /// Message boxes that a test answers, with a look at the program while one is on the screen.
-class AnsweredBoxes final : public platform::MessageBoxes {
+class AnsweredBoxes final : public screen::MessageBoxes {
  public:
-  void Show(platform::MessageIcon /*icon*/, std::string_view /*title*/,
+  void Show(screen::MessageIcon /*icon*/, std::string_view /*title*/,
             std::string_view text) override {
     Shown.emplace_back(text);
   }
@@ -97,7 +97,7 @@ class WindowBench {
              .UpdaterPort = &UpdaterPort,
              .Shell = &Shell,
              .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
-    Port.ChipInSocket = [this] { return Run.Context().DeviceForm.DeviceText(); };
+    Port.ChipInSocket = [this] { return Run.Context().Screen.DeviceForm.DeviceText(); };
     Settings.Write("Settings", "ComNox", "1");
     Settings.Write("Settings", "Index_Com_Flag", "1");
   }

@@ -73,8 +73,7 @@ TEST(WindowRun, AfterTheStartTheSelectorHasTheThirteenDevicesAndTheFirstIsChosen
 TEST(WindowRun, AFileGivenAtTheStartIsInTheFlashView) {
   WindowBench bench;
   bench.Start(bench.GivenHexFile(kProgramWords));
-  const QString text =
-      bench.Run.Window().ViewOf(platform::View::Flash)->TextControl()->toPlainText();
+  const QString text = bench.Run.Window().ViewOf(screen::View::Flash)->TextControl()->toPlainText();
   EXPECT_TRUE(text.startsWith("0000: 0000 0701 0E02 ")) << text.left(40).toStdString();
 }
 
@@ -86,8 +85,7 @@ TEST(WindowRun, PickingADeviceByKeyboardShowsItsSizesAndBlankMemory) {
   QTest::keyClick(selector, Qt::Key_End);
   EXPECT_EQ(selector->currentText(), "AT90S8535");
   EXPECT_EQ(bench.Run.Window().FlashSizeLabel()->text(), "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 4096 word");
-  const QString text =
-      bench.Run.Window().ViewOf(platform::View::Flash)->TextControl()->toPlainText();
+  const QString text = bench.Run.Window().ViewOf(screen::View::Flash)->TextControl()->toPlainText();
   EXPECT_TRUE(text.startsWith("0000: FFFF FFFF ")) << text.left(40).toStdString();
   EXPECT_EQ(bench.Settings.Read("Settings", "device"), "12");
 }
@@ -100,7 +98,7 @@ TEST(WindowRun, OpenThenProgramWritesTheChipAndShowsTheResult) {
   Press(bench, "Cmd_btn_program");
   EXPECT_TRUE(ChipHoldsBuffer(bench));
   EXPECT_TRUE(MessageShown(bench, "ベリファイ　FLASH : OK / EEPROM : OK"));
-  EXPECT_TRUE(bench.Run.Window().ViewOf(platform::View::Verify)->isVisible());
+  EXPECT_TRUE(bench.Run.Window().ViewOf(screen::View::Verify)->isVisible());
   EXPECT_TRUE(Find<QPushButton>(bench.Run.Window(), "Cmd_btn_program")->isEnabled());
 }
 
@@ -108,7 +106,7 @@ std::string FileInfo(WindowBench& bench) {
   return Find<QLabel>(bench.Run.Window(), "lblFileInfo")->text().toStdString();
 }
 
-QString ViewText(WindowBench& bench, platform::View view) {
+QString ViewText(WindowBench& bench, screen::View view) {
   return bench.Run.Window().ViewOf(view)->TextControl()->toPlainText();
 }
 
@@ -121,11 +119,11 @@ TEST(WindowRun, ClearingTheBuffersShowsBlankMemoryAndForgetsWhatIsSaidAboutTheFi
   bench.Start(bench.GivenHexFile(kProgramWords));
   EXPECT_NE(FileInfo(bench).find("prog.hex"), std::string::npos);
   Choose(bench, "mnuPC_buffer_clear");
-  EXPECT_TRUE(ViewText(bench, platform::View::Flash)
+  EXPECT_TRUE(ViewText(bench, screen::View::Flash)
                   .startsWith("0000: FFFF FFFF FFFF FFFF FFFF FFFF FFFF FFFF "));
-  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom)
+  EXPECT_TRUE(ViewText(bench, screen::View::Eeprom)
                   .startsWith("0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF "));
-  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Status)->text(),
+  EXPECT_EQ(bench.Run.Window().StatusPanel(screen::Panel::Status)->text(),
             "バッファーをクリアしました。");
   EXPECT_EQ(FileInfo(bench).find("prog.hex"), std::string::npos);
 }
@@ -139,8 +137,8 @@ TEST(WindowRun, AChipReadAndSavedIsTheFileThatWasProgrammed) {
   Press(bench, "Cmd_btn_read");
   const std::vector<std::uint8_t>& read = bench.Run.State().FlashBuffer;
   EXPECT_TRUE(std::equal(programmed.begin(), programmed.begin() + 2 * kProgramWords, read.begin()));
-  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: 0000 0701 0E02 "));
-  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Status)->text(),
+  EXPECT_TRUE(ViewText(bench, screen::View::Flash).startsWith("0000: 0000 0701 0E02 "));
+  EXPECT_EQ(bench.Run.Window().StatusPanel(screen::Panel::Status)->text(),
             "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
   EXPECT_EQ(FileInfo(bench),
             "デバイスから読み出した内容\n400 / 512 word (79 %)\n0 / 64 byte (0 %)\n"
@@ -181,7 +179,7 @@ TEST(WindowRun, SaveWritesTheOpenedFilesAndReloadBringsThemBack) {
   EXPECT_TRUE(bench.Files.Files.contains("/files/prog.eep"));
   bench.Files.Files["/files/prog.hex"] = ":02000000CDAB86\r\n:00000001FF\r\n";
   Press(bench, "Cmd_btn_reload");
-  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: ABCD FFFF "));
+  EXPECT_TRUE(ViewText(bench, screen::View::Flash).startsWith("0000: ABCD FFFF "));
   EXPECT_NE(FileInfo(bench).find("prog.hex\n1 / 512 word"), std::string::npos) << FileInfo(bench);
 }
 
@@ -189,10 +187,10 @@ TEST(WindowRun, TheVerifyButtonComparesAndShowsTheReport) {
   WindowBench bench;
   bench.Start(bench.GivenHexFile(kProgramWords));
   Press(bench, "Cmd_btn_program");
-  bench.Run.Window().ViewOf(platform::View::Verify)->close();
+  bench.Run.Window().ViewOf(screen::View::Verify)->close();
   Press(bench, "Cmd_btn_verify");
-  EXPECT_TRUE(bench.Run.Window().ViewOf(platform::View::Verify)->isVisible());
-  EXPECT_EQ(bench.Run.Window().StatusPanel(platform::Panel::Status)->text(),
+  EXPECT_TRUE(bench.Run.Window().ViewOf(screen::View::Verify)->isVisible());
+  EXPECT_EQ(bench.Run.Window().StatusPanel(screen::Panel::Status)->text(),
             "ベリファイ終了しました。");
 }
 
@@ -213,14 +211,14 @@ TEST(WindowRun, OpeningOneFileKeepsWhatIsKnownAboutTheOther) {
   bench.Files.Files["/files/table.eep"] = ":0200000011AA43\r\n:00000001FF\r\n";
   bench.Dialogs.Choice = "/files/table.eep";
   Choose(bench, "mnuFileOpenData");
-  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom).startsWith("0000: 11 AA FF "));
+  EXPECT_TRUE(ViewText(bench, screen::View::Eeprom).startsWith("0000: 11 AA FF "));
   EXPECT_NE(FileInfo(bench).find("prog.hex\n400 / 512 word"), std::string::npos);
   EXPECT_NE(FileInfo(bench).find("table.eep\n2 / 64 byte"), std::string::npos) << FileInfo(bench);
 
   bench.Files.Files["/files/other.hex"] = ":02000000CDAB86\r\n:00000001FF\r\n";
   bench.Dialogs.Choice = "/files/other.hex";
   Choose(bench, "mnuFileOpenCode");
-  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: ABCD FFFF "));
+  EXPECT_TRUE(ViewText(bench, screen::View::Flash).startsWith("0000: ABCD FFFF "));
   EXPECT_NE(FileInfo(bench).find("other.hex\n1 / 512 word"), std::string::npos);
   EXPECT_NE(FileInfo(bench).find("table.eep"), std::string::npos);
 
@@ -269,8 +267,8 @@ TEST(WindowRun, ADroppedFileIsOpenedWithTheDataFileBesideIt) {
   bench.Files.Files["/files/prog.eep"] = ":0200000011AA43\r\n:00000001FF\r\n";
   EXPECT_TRUE(DropFiles(bench.Run.Window(), {"/files/prog.hex"}));
   QApplication::processEvents();
-  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: 0000 0701 "));
-  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom).startsWith("0000: 11 AA FF "));
+  EXPECT_TRUE(ViewText(bench, screen::View::Flash).startsWith("0000: 0000 0701 "));
+  EXPECT_TRUE(ViewText(bench, screen::View::Eeprom).startsWith("0000: 11 AA FF "));
   EXPECT_NE(FileInfo(bench).find("prog.eep"), std::string::npos);
 }
 
@@ -285,7 +283,7 @@ TEST(WindowRun, ACellIsShownAsItsAddressIsTypedAndCanBeChanged) {
   data->selectAll();
   QTest::keyClicks(data, "BEEF");
   Press(bench, "CmdWrite");
-  EXPECT_TRUE(ViewText(bench, platform::View::Flash).startsWith("0000: 0000 0701 BEEF "));
+  EXPECT_TRUE(ViewText(bench, screen::View::Flash).startsWith("0000: 0000 0701 BEEF "));
   data->clear();
   Press(bench, "CmdRead");
   EXPECT_EQ(data->text(), "BEEF");
@@ -296,7 +294,7 @@ TEST(WindowRun, AHandEditKeepsThePartOfTheViewInSight) {
   bench.Start(bench.GivenHexFile(kProgramWords));
   QApplication::processEvents();
   QScrollBar* bar =
-      bench.Run.Window().ViewOf(platform::View::Flash)->TextControl()->verticalScrollBar();
+      bench.Run.Window().ViewOf(screen::View::Flash)->TextControl()->verticalScrollBar();
   bar->setValue(20);
   ASSERT_EQ(bar->value(), 20);
   Find<QLineEdit>(bench.Run.Window(), "txtAddress")->setText("A0");
@@ -316,7 +314,7 @@ TEST(WindowRun, AnEepromCellIsChangedByItsOwnOption) {
   Find<QLineEdit>(bench.Run.Window(), "txtData")->setText("5A");
   Press(bench, "CmdWrite");
   EXPECT_EQ(bench.Run.State().EepromBuffer.at(0x3F), 0x5A);
-  EXPECT_TRUE(ViewText(bench, platform::View::Eeprom).contains("FF 5A "));
+  EXPECT_TRUE(ViewText(bench, screen::View::Eeprom).contains("FF 5A "));
 }
 
 TEST(WindowRun, AWrongAddressIsSaidInTheMessageDialogAndTypingGoesOn) {

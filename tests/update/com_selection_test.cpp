@@ -12,10 +12,10 @@
 namespace fenwright::update {
 namespace {
 
-using platform::ComFormButton;
-using platform::MessageIcon;
-using platform::Panel;
 using platform::PortOpenStatus;
+using screen::ComFormButton;
+using screen::MessageIcon;
+using screen::Panel;
 using ::testing::ElementsAre;
 using testing::FakeComForm;
 using ::testing::HasSubstr;

@@ -84,7 +84,7 @@ TEST(UpdateDialogOpen, AsksForTheFile) {
   run.Settings.Write("Settings6", "OPEN_DIR0", "/fw/");
   update::ChooseUpdateFile(run.Context);
   ASSERT_EQ(run.Chooser.Requests.size(), 1U);
-  const platform::FileDialogRequest& request = run.Chooser.Requests[0];
+  const screen::FileDialogRequest& request = run.Chooser.Requests[0];
   EXPECT_EQ(request.Title, "アップデータを開く");
   EXPECT_EQ(request.Filter, "アップデータファイル|*.HEX|全てのファイル|*.*|");
   EXPECT_EQ(request.DefaultExtension, "HEX");
@@ -148,7 +148,7 @@ TEST(UpdateDialogOpen, AnEmptyPortTextIsToldAndAQuestionMarkPasses) {
   run.Dialog_Update.Port = "";
   update::ChooseUpdateFile(run.Context);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
   EXPECT_TRUE(run.Chooser.Requests.empty());
   run.Dialog_Update.Port = "?";
@@ -162,7 +162,7 @@ TEST(UpdateDialogUpdate, AnEmptyPortTextIsTold) {
   run.Dialog_Update.Port = "";
   EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::NoPort);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "");
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
   EXPECT_EQ(run.Dialog_Update.Calls, Calls{});

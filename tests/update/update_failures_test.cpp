@@ -36,7 +36,7 @@ TEST_P(UpdateTimeOut, IsReportedInStatusAndBoxAndTheBarFallsBack) {
   EXPECT_EQ(run.Update.UpdateFailed, -1);
   EXPECT_EQ(run.Dialog_Update.Status, GetParam().Status);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, kTitle);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kFailedBox);
   EXPECT_EQ(run.Dialog_Update.Calls.back(), "bar at 0");

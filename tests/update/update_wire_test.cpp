@@ -80,7 +80,7 @@ TEST(UpdateWire, AFileWithOnlyAnEndRecordSendsTheEndFrameAtOnceAndFinishes) {
   EXPECT_TRUE(run.Dialog_Update.Status.starts_with("アップデート完了。  "));
   EXPECT_TRUE(run.Dialog_Update.Status.ends_with("sec"));
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "ファームウエアアップデート");
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kDone);
   EXPECT_TRUE(run.UpdaterPort.PortOpen());

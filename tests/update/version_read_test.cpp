@@ -50,7 +50,7 @@ TEST(VersionRead, FifteenBytesAreNone) {
   EXPECT_EQ(update::ReadVersion(run.Context), VersionOutcome::NoReply);
   EXPECT_EQ(run.Update.UpdateFailed, -1);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "") << "the application's own";
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kNoAnswer);
   EXPECT_EQ(run.Dialog_Update.Version, "old");
@@ -92,7 +92,7 @@ TEST(VersionRead, AnUnsetPortIsToldAndOpeningIsStillTriedOnTheOldNumber) {
     run.UpdaterPort.Expect("'?'", "'KV-LOD350  V6.38' 0D 0A");
     EXPECT_EQ(update::ReadVersion(run.Context), VersionOutcome::Read);
     ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-    EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, platform::MessageIcon::Information);
+    EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
     EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "");
     EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, "ポート番号を設定してください。");
     EXPECT_EQ(run.UpdaterPort.CommPort(), 7);

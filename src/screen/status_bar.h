@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// The five panels of the main window's status bar.
 enum class Panel {
@@ -20,4 +20,4 @@ class StatusBar {
   virtual void SetPanelText(Panel panel, std::string_view text) = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

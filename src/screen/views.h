@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 enum class View { Flash, Eeprom, Verify };
 
@@ -17,4 +17,4 @@ class Views {
   virtual void Load(View view, std::string_view path) = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

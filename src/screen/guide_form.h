@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// The places in the board's socket where chips go. Each chip belongs to exactly one.
 enum class GuidePosition { A, B, C, D, E };
@@ -23,4 +23,4 @@ class GuideForm {
   virtual void SetHighlighted(GuidePosition position) = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// Which buttons the message dialog shows.
 enum class MessageMode {
@@ -49,4 +49,4 @@ class MessageDialog {
   [[nodiscard]] virtual bool IsBusy() const = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// How the user left the COM port dialog alone.
 enum class ComFormButton {
@@ -40,4 +40,4 @@ class ComForm {
   virtual void Unload() = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

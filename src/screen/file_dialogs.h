@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// One open or save dialog. `Filter` lists pairs "label|patterns|", patterns split by ";".
 struct FileDialogRequest {
@@ -26,4 +26,4 @@ class FileDialogs {
   virtual std::optional<std::string> Save(const FileDialogRequest& request) = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

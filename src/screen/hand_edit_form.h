@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// The frame in which one cell of a buffer is looked at and changed by hand (`txtAddress`,
 /// `txtData`, `OptionProgram`, `OptionEeprom`).
@@ -17,4 +17,4 @@ class HandEditForm {
   [[nodiscard]] virtual bool FlashChosen() const = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

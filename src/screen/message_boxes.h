@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 enum class MessageIcon { Information, Critical };
 
@@ -16,4 +16,4 @@ class MessageBoxes {
   virtual bool Ask(std::string_view title, std::string_view text) = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

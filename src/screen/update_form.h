@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// The controls of the firmware update dialog. Setting a text or an item here runs no handler.
 class UpdateForm {
@@ -47,4 +47,4 @@ class UpdateForm {
   virtual void ShowProgress(int minimum, int maximum, int value) = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

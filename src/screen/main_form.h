@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "platform/views.h"
+#include "screen/views.h"
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// A position in twips, 1/1440 inch in the logical units of the window system. A child window's
 /// counts from the corner of the area that holds the children.
@@ -63,4 +63,4 @@ class MainForm {
   virtual void UnloadOtherForms() = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

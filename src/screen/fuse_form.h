@@ -3,7 +3,7 @@
 #include <span>
 #include <string_view>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// The drop-down lists of the fuse frame, in the order in which they are built.
 enum class FuseList {
@@ -56,4 +56,4 @@ class FuseForm {
   virtual void SetFrameVisible(bool visible) = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen

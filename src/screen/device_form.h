@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace fenwright::platform {
+namespace fenwright::screen {
 
 /// The device selector (`Combo_device`) and the labels and the frame that depend on the device.
 class DeviceForm {
@@ -30,4 +30,4 @@ class DeviceForm {
   virtual void ShowDeviceFrame() = 0;
 };
 
-}  // namespace fenwright::platform
+}  // namespace fenwright::screen
