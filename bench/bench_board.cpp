@@ -226,9 +226,9 @@ Times RunWindow(const Board& board, const std::string& hex_file, double& longest
   bench.Run.Window().findChild<QPushButton*>("Cmd_btn_program")->click();
   longest_gap = heartbeat.LongestGap();
   const core::AppState& state = bench.Run.State();
-  if (!state.Chip.VerifyFinished || state.FlashNG) throw std::runtime_error(state.StatusText);
-  return {.Write = state.Chip.FlashWriteSeconds,
-          .Verify = state.Chip.FlashVerifySeconds,
+  if (!state.Command.VerifyFinished || state.FlashNG) throw std::runtime_error(state.StatusText);
+  return {.Write = state.Command.FlashWriteSeconds,
+          .Verify = state.Command.FlashVerifySeconds,
           .Processor = ProcessorSeconds() - processor,
           .Whole = SecondsSince(start)};
 }

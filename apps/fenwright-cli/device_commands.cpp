@@ -7,6 +7,7 @@
 
 #include "image/dump_files.h"
 #include "image/hex_writer.h"
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/verify_device.h"
 #include "paths.h"
@@ -73,21 +74,24 @@ ExitCode LoadFiles(Session& session, const Options& options) {
   }
   const std::string pair = image::DataFileNameFor(options.CodeFile);
   const std::string named = data_given ? options.DataFile : pair;
-  const ops::OpenResult opened =
-      ops::OpenBothCommand(session.Context(), options.CodeFile, options.NoData ? "" : named);
-  if (opened.Ending != core::CommandEnding::Finished) return ExitCode::FileError;
+  image::OpenReport opened;
+  const core::CommandEnding ending =
+      ops::RunCommand(session.Context(), [&](core::RunContext& context) {
+        opened = ops::OpenFiles(context, options.CodeFile, options.NoData ? "" : named);
+      });
+  if (ending != core::CommandEnding::Finished) return ExitCode::FileError;
   std::string complaint;
-  if (!opened.Report.CodeFileFound) {
+  if (!opened.CodeFileFound) {
     complaint = fmt::format("{}: {}", options.CodeFile, WhyNoFile(options.CodeFile));
-  } else if (!opened.Report.KnownExtension) {
+  } else if (!opened.KnownExtension) {
     complaint = fmt::format("{}: a code file's name ends in .hex or .rom", options.CodeFile);
   } else {
-    complaint = Complaint(options.CodeFile, opened.Report.Code);
-    if (complaint.empty() && opened.Report.Code.DataRecords == 0) {
+    complaint = Complaint(options.CodeFile, opened.Code);
+    if (complaint.empty() && opened.Code.DataRecords == 0) {
       complaint =
           fmt::format("{}: has no data record; to blank a device, erase it", options.CodeFile);
     }
-    if (complaint.empty()) complaint = Complaint(named, opened.Report.Data);
+    if (complaint.empty()) complaint = Complaint(named, opened.Data);
   }
   if (!complaint.empty()) {
     out.PrintError("error: " + complaint);
@@ -95,8 +99,8 @@ ExitCode LoadFiles(Session& session, const Options& options) {
     return ExitCode::FileError;
   }
   const core::AppState& state = session.Context().State;
-  WarnOf(out, options.CodeFile, opened.Report.Code, 2 * state.FlashWords);
-  WarnOf(out, named, opened.Report.Data, state.EepromBytes);
+  WarnOf(out, options.CodeFile, opened.Code, 2 * state.FlashWords);
+  WarnOf(out, named, opened.Data, state.EepromBytes);
   return ExitCode::Success;
 }
 
@@ -177,7 +181,7 @@ ExitCode RunProgram(const Options& options) {
   if (const ExitCode code = LoadFiles(session, options); code != ExitCode::Success) {
     return EndEarly(session, options, code);
   }
-  return RunDeviceCommand(session, options, ops::ProgramCommand);
+  return RunDeviceCommand(session, options, ops::Cmd_btn_program_Click);
 }
 
 ExitCode RunRead(const Options& options) {
@@ -194,7 +198,7 @@ ExitCode RunRead(const Options& options) {
       return EndEarly(session, options, ExitCode::FileError);
     }
   }
-  return RunDeviceCommand(session, options, ops::ReadCommand,
+  return RunDeviceCommand(session, options, ops::Cmd_btn_read_Click,
                           [&] { return SaveBuffers(session, options); });
 }
 
@@ -206,8 +210,8 @@ ExitCode RunVerify(const Options& options) {
   if (const ExitCode code = LoadFiles(session, options); code != ExitCode::Success) {
     return EndEarly(session, options, code);
   }
-  const ExitCode code = RunDeviceCommand(session, options, ops::VerifyCommand);
-  if (session.Context().State.Chip.VerifyFinished && !options.Json) PrintDifferences(session);
+  const ExitCode code = RunDeviceCommand(session, options, ops::Cmd_btn_verify_Click);
+  if (session.Context().State.Command.VerifyFinished && !options.Json) PrintDifferences(session);
   return code;
 }
 
@@ -216,7 +220,7 @@ ExitCode RunErase(const Options& options) {
   if (const ExitCode code = session.Start(); code != ExitCode::Success) {
     return EndEarly(session, options, code);
   }
-  return RunDeviceCommand(session, options, ops::EraseCommand);
+  return RunDeviceCommand(session, options, ops::Cmd_btn_erase_Click);
 }
 
 ExitCode RunDump(const Options& options) {

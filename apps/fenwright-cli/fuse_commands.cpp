@@ -176,7 +176,7 @@ void PrintFields(Session& session) {
                                  : fmt::format("{}  ({})", session.Fuses().ChosenText(list), index);
     session.Out().PrintAlways(fmt::format("{:<10} {}", fuse::FieldName(list), item));
   }
-  std::string bytes = fuse::DescribeFuseBytes(session.Context().State.Chip.FuseBytes);
+  std::string bytes = fuse::DescribeFuseBytes(session.Context().State.Command.FuseBytes);
   session.Out().PrintAlways("bytes      " + bytes);
   std::string calibration;
   for (const std::uint8_t byte : CalibrationOf(session)) {
@@ -227,7 +227,7 @@ bool ShowsLock(Session& session) {
 /// Chooses in the lists what is to be written.
 Plan MakePlan(Session& session, const Options& options, const Choices& choices) {
   Plan plan;
-  plan.OldBytes = session.Context().State.Chip.FuseBytes;
+  plan.OldBytes = session.Context().State.Command.FuseBytes;
   const std::map<FuseList, std::string> before = ChosenTexts(session);
   const bool locked = !plan.OldBytes.empty() && ShowsLock(session);
   bool other_fuses = false;
@@ -308,12 +308,12 @@ ExitCode RunReadFuses(const Options& options) {
   }
   // Bits that no item stands for leave the list as it is; its default must not pass for them.
   session.Fuses().Select(FuseList::Lock, -1);
-  const CommandRun run = TimeDeviceCommand(session, ops::ReadFusesCommand);
+  const CommandRun run = TimeDeviceCommand(session, ops::cmdFuseRead_Click);
   if (run.Code != ExitCode::Success) return Finish(session, options, run, {});
   if (!options.Json) PrintFields(session);
   return Finish(session, options, run,
                 {{"fields", FieldsAsJson(session)},
-                 {"bytes", BytesAsJson(session.Context().State.Chip.FuseBytes)},
+                 {"bytes", BytesAsJson(session.Context().State.Command.FuseBytes)},
                  {"calibration", CalibrationOf(session)}});
 }
 
@@ -331,7 +331,7 @@ ExitCode RunWriteFuses(const Options& options) {
     return EndEarly(session, options, RefuseResetDisable(session, "nothing was sent"));
   }
   if (LayoutOf(session).ReadEnabled) {
-    const CommandRun read = TimeDeviceCommand(session, ops::ReadFusesCommand);
+    const CommandRun read = TimeDeviceCommand(session, ops::cmdFuseRead_Click);
     if (read.Code != ExitCode::Success) {
       return Finish(session, options, read, {{"command", "write-fuses"}, {"written", false}});
     }
@@ -343,7 +343,7 @@ ExitCode RunWriteFuses(const Options& options) {
     return EndEarly(session, options, RefuseResetDisable(session, "nothing was written"));
   }
   if (options.DryRun) return FinishDryRun(session, options, plan);
-  const CommandRun run = TimeDeviceCommand(session, ops::WriteFusesCommand);
+  const CommandRun run = TimeDeviceCommand(session, ops::cmdFuseWrite_Click);
   return Finish(session, options, run, PlanAsJson(session, plan, run.Code == ExitCode::Success));
 }
 

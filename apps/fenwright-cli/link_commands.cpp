@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "ops/command.h"
 #include "ops/link_commands.h"
 #include "platform/system/low_latency.h"
 #include "result.h"
@@ -87,7 +88,7 @@ std::string PortName(const core::RunContext& context) {
 ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending) {
   if (ending == core::CommandEnding::Stopped) return ExitCode::Stopped;
   if (ending != core::CommandEnding::Finished) return ExitCode::FileError;
-  if (state.Chip.LinkReady) return ExitCode::Success;
+  if (state.Command.LinkReady) return ExitCode::Success;
   const bool device_refused = ops::DeviceAnswerOf(state) == DeviceAnswer::Refused;
   return device_refused ? ExitCode::Failed : ExitCode::NoProgrammer;
 }
@@ -105,7 +106,7 @@ nlohmann::json DetectionAsJson(Session& session, const char* command, ExitCode c
           {"device", context.Screen.DeviceForm.DeviceText()},
           {"device_answer", Word(ops::DeviceAnswerOf(state))},
           {"message", state.StatusText},
-          {"cause", state.Chip.LinkReady ? "" : session.Dialog().Detail()}};
+          {"cause", state.Command.LinkReady ? "" : session.Dialog().Detail()}};
 }
 
 void PrintDetection(Session& session) {
@@ -132,7 +133,7 @@ void PrintFailure(Session& session, ExitCode code) {
 }
 
 ExitCode Detect(Session& session) {
-  const core::CommandEnding ending = ops::DetectCommand(session.Context());
+  const core::CommandEnding ending = ops::RunCommand(session.Context(), ops::Detect);
   return CodeOfDetection(session.Context().State, ending);
 }
 
@@ -261,8 +262,9 @@ ExitCode RunCheckLink(const Options& options) {
     return code;
   }
   std::vector<double> times;
-  const core::CommandEnding ending =
-      ops::MeasureRoundTripsCommand(session.Context(), kExchanges, times);
+  const core::CommandEnding ending = ops::RunCommand(
+      session.Context(),
+      [&times](core::RunContext& context) { ops::MeasureRoundTrips(context, kExchanges, times); });
   const LinkReport report = MakeReport(session.Context(), std::move(times));
   if (ending != core::CommandEnding::Finished) {
     code = CodeOfDetection(session.Context().State, ending);

@@ -12,7 +12,7 @@ namespace {
 
 /// True when a board was found but could not be used, or none was found at all.
 bool NoUsableProgrammer(const core::AppState& state) {
-  if (state.Chip.LinkReady) return false;
+  if (state.Command.LinkReady) return false;
   const bool device_refused = state.LinkError == 1 && state.FirmwareVersion > 0;
   return !device_refused;
 }
@@ -29,6 +29,7 @@ const char* CommandName(core::DeviceOperation operation) {
       return "read-fuses";
     case core::DeviceOperation::WriteFuses:
       return "write-fuses";
+    case core::DeviceOperation::None:
     case core::DeviceOperation::Program:
       break;
   }
@@ -38,8 +39,8 @@ const char* CommandName(core::DeviceOperation operation) {
 /// The text of what failed, or else of what was shown last.
 const std::string& MessageOf(const core::AppState& state, ExitCode code) {
   if (code == ExitCode::Success) return state.StatusText;
-  if (state.Chip.VerifyFinished) return state.MessageText;
-  return state.LastFailure.empty() ? state.StatusText : state.LastFailure;
+  if (state.Command.VerifyFinished) return state.MessageText;
+  return state.Command.LastFailure.empty() ? state.StatusText : state.Command.LastFailure;
 }
 
 }  // namespace
@@ -72,7 +73,7 @@ nlohmann::json Result(Session& session, ExitCode code, double seconds) {
   core::RunContext& context = session.Context();
   const core::AppState& state = context.State;
   nlohmann::json result{
-      {"command", CommandName(state.Chip.Operation)},
+      {"command", CommandName(state.Command.Operation)},
       {"result", Name(code)},
       {"exit_code", static_cast<int>(code)},
       {"device", context.Screen.DeviceForm.DeviceText()},
@@ -82,17 +83,17 @@ nlohmann::json Result(Session& session, ExitCode code, double seconds) {
       {"signature", session.StatusBar().Signature()},
       {"code_file", state.CodeFileName},
       {"data_file", state.DataFileName},
-      {"erased", state.Chip.Erased},
-      {"flash_words_written", state.Chip.FlashWordsWritten},
-      {"eeprom_bytes_done", state.Chip.EepromBytesDone},
+      {"erased", state.Command.Erased},
+      {"flash_words_written", state.Command.FlashWordsWritten},
+      {"eeprom_bytes_done", state.Command.EepromBytesDone},
       {"chip_state", ops::DescribeChipState(state, ops::Language::English)},
       {"message", MessageOf(state, code)},
-      {"cause", state.Chip.LinkReady ? "" : session.Dialog().Detail()},
+      {"cause", state.Command.LinkReady ? "" : session.Dialog().Detail()},
       {"seconds", seconds},
-      {"flash_write_seconds", state.Chip.FlashWriteSeconds},
-      {"flash_verify_seconds", state.Chip.FlashVerifySeconds},
+      {"flash_write_seconds", state.Command.FlashWriteSeconds},
+      {"flash_verify_seconds", state.Command.FlashVerifySeconds},
   };
-  if (state.Chip.VerifyFinished) {
+  if (state.Command.VerifyFinished) {
     result["verify"] = {{"flash", state.FlashNG ? "NG" : "OK"},
                         {"eeprom", state.EepromNG ? "NG" : "OK"},
                         {"report", state.AppFolder + std::string(ops::kVerifyReportFile)}};
@@ -108,7 +109,7 @@ void PrintResult(Session& session, ExitCode code, double seconds) {
     out.Print(fmt::format("ok: {} ({:.1f} s)", sentence, seconds));
     return;
   }
-  if (code == ExitCode::Failed && state.Chip.VerifyFinished) {
+  if (code == ExitCode::Failed && state.Command.VerifyFinished) {
     out.PrintError(fmt::format("report: {}{}", state.AppFolder, ops::kVerifyReportFile));
   } else if (code == ExitCode::Failed) {
     out.PrintError("error: " + MessageOf(state, code));
@@ -132,17 +133,16 @@ ExitCode EndEarly(Session& session, const Options& options, ExitCode code) {
   return code;
 }
 
-CommandRun TimeDeviceCommand(Session& session, core::CommandEnding (*command)(core::RunContext&)) {
+CommandRun TimeDeviceCommand(Session& session, const ops::Entry& command) {
   const auto start = std::chrono::steady_clock::now();
-  const core::CommandEnding ending = command(session.Context());
+  const core::CommandEnding ending = ops::RunCommand(session.Context(), command);
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   session.Out().EndProgress();
   return {.Code = CodeOf(session.Context().State, ending), .Seconds = seconds};
 }
 
-ExitCode RunDeviceCommand(Session& session, const Options& options,
-                          core::CommandEnding (*command)(core::RunContext&),
+ExitCode RunDeviceCommand(Session& session, const Options& options, const ops::Entry& command,
                           const std::function<std::string()>& save) {
   auto [code, seconds] = TimeDeviceCommand(session, command);
   const std::string complaint = code == ExitCode::Success && save ? save() : "";

@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/command.h"
+#include "ops/command.h"
 #include "options.h"
 #include "session.h"
 
@@ -34,12 +34,11 @@ struct CommandRun {
   ExitCode Code = ExitCode::Success;
   double Seconds = 0;
 };
-CommandRun TimeDeviceCommand(Session& session, core::CommandEnding (*command)(core::RunContext&));
+CommandRun TimeDeviceCommand(Session& session, const ops::Entry& command);
 
 /// Runs a device command and tells its result. `save` stores what a successful one has brought; it
 /// returns what went wrong, "" = nothing.
-ExitCode RunDeviceCommand(Session& session, const Options& options,
-                          core::CommandEnding (*command)(core::RunContext&),
+ExitCode RunDeviceCommand(Session& session, const Options& options, const ops::Entry& command,
                           const std::function<std::string()>& save = {});
 
 }  // namespace fenwright::cli

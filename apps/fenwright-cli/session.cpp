@@ -10,7 +10,8 @@
 #include "core/device_catalogue.h"
 #include "core/settings_keys.h"
 #include "device_name.h"
-#include "ops/commands.h"
+#include "ops/command.h"
+#include "ops/start_procedure.h"
 #include "paths.h"
 #include "platform/asio/asio_serial_control.h"
 #include "platform/system/folders.h"
@@ -54,8 +55,9 @@ ExitCode Session::Start(Needs needs) {
     if (const ExitCode code = (this->*step)(); code != ExitCode::Success) return code;
   }
   MakeContext();
-  const core::CommandEnding ending =
-      ops::StartCommand(*context_, {.AppFolder = folder_, .CommandArgument = ""});
+  const core::CommandEnding ending = ops::RunCommand(*context_, [this](core::RunContext& context) {
+    ops::Start(context, {.AppFolder = folder_, .CommandArgument = ""});
+  });
   return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;
 }
 

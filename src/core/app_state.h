@@ -17,7 +17,7 @@ inline constexpr std::int32_t kFlashBufferLast = 65536;
 inline constexpr std::int32_t kEepromBufferLast = 2048;
 
 /// The commands that work on the chip.
-enum class DeviceOperation { Program, Read, Verify, Erase, ReadFuses, WriteFuses };
+enum class DeviceOperation { None, Program, Read, Verify, Erase, ReadFuses, WriteFuses };
 
 /// A fuse or lock byte that went over the line.
 struct FuseTransfer {
@@ -25,11 +25,15 @@ struct FuseTransfer {
   std::uint8_t Value = 0;
 };
 
-/// What a running command has done to the chip so far. It is kept beside the error flag so that a
-/// failure, or a stop, can say in words what state the chip is in.
-struct ChipReport {
-  DeviceOperation Operation = DeviceOperation::Program;
-  bool LinkReady = false;  ///< the board was found and has accepted the device
+/// What the running command, or else the last one, has done so far. It is kept beside the error
+/// flag so that a failure, or a stop, can say in words what state the chip is in. Every command
+/// starts with a new one, by one assignment.
+struct CommandRecord {
+  DeviceOperation Operation = DeviceOperation::None;  ///< None for a command without a chip
+  bool LinkReady = false;          ///< the board was found and has accepted the device
+  bool InProgrammingMode = false;  ///< the board was told to enter programming mode
+  std::string LastFailure;         ///< what last failed: an exchange, or the signature
+  bool NoticeShown = false;        ///< the last message was a notice, no busy text
   bool EraseStarted = false;
   bool Erased = false;
   bool FlashStarted = false;
@@ -109,12 +113,11 @@ struct AppState {
   std::int16_t CancelRequested = 0;
 
   // What the front ends need beside the flags above.
-  bool CommandRunning = false;     ///< a command is on the stack; no other may start
-  bool StopRequested = false;      ///< the program is to end: no further exchange may start
-  bool InProgrammingMode = false;  ///< the board was told to enter programming mode
-  ChipReport Chip;
-  std::string LastFailure;   ///< what last failed in the running command: exchange or signature
-  bool NoticeShown = false;  ///< the running command's last message was a notice, no busy text
+  bool CommandRunning = false;  ///< a command is on the stack; no other may start
+  bool StopRequested = false;   ///< the program is to end: no further exchange may start
+  CommandRecord Command;
+  std::string CodeInfo;  ///< what the window says about the code file in the flash buffer
+  std::string DataInfo;  ///< likewise about the data file in the EEPROM buffer
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 

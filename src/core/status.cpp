@@ -16,7 +16,7 @@ void ShowStatus(RunContext& context, std::string_view text) {
 
 void ShowMessage(RunContext& context, std::string_view text, screen::MessageMode mode) {
   context.State.MessageText = text;
-  context.State.NoticeShown = mode != screen::MessageMode::Busy;
+  context.State.Command.NoticeShown = mode != screen::MessageMode::Busy;
   context.Screen.MessageDialog.Show(text, mode);
   TraceLog(context).AppendMessage(text);
 }

@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/settings_keys.h"
 
 namespace fenwright::core {

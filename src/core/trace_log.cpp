@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-#include "core/command.h"
+#include "core/command_end.h"
 
 namespace fenwright::core {
 

@@ -114,7 +114,7 @@ void RunStep(core::RunContext& context, const ReadStep& step) {
     return;
   }
   const std::uint8_t byte = TargetOf(context.State, step.Command);
-  context.State.Chip.FuseBytes.push_back({.Name = std::string(step.Caption), .Value = byte});
+  context.State.Command.FuseBytes.push_back({.Name = std::string(step.Caption), .Value = byte});
   ShowByte(context, step, byte);
 }
 
@@ -139,7 +139,7 @@ void ReadFuses(core::RunContext& context) {
     core::ReportResult(context, "Lock/Fuse bit リードに失敗しました。");
     return;
   }
-  state.Chip.FusesFinished = true;
+  state.Command.FusesFinished = true;
   core::ShowStatus(context, "Lock/Fuse bit リードが完了しました。");
   context.Screen.MessageDialog.Close();
 }

@@ -40,14 +40,14 @@ void RunStep(core::RunContext& context, const WriteStep& step) {
   std::uint8_t& byte = WritesLock(step.Command) ? state.LockByte : state.FuseByte;
   byte = ComposeByte(step, SelectionOf(context), byte);
   FuseExchange(context, {}, [&] {
-    state.Chip.FuseWriteStarted = true;
+    state.Command.FuseWriteStarted = true;
     std::int16_t error = 0;
     SendByte(context, step.Command, byte, error);
     if (error != 0) {
       state.LinkError = error;
       return;
     }
-    state.Chip.FuseBytes.push_back({.Name = std::string(step.Caption), .Value = byte});
+    state.Command.FuseBytes.push_back({.Name = std::string(step.Caption), .Value = byte});
   });
 }
 
@@ -67,13 +67,13 @@ void WriteFuses(core::RunContext& context) {
   const std::string device = context.Screen.DeviceForm.DeviceText();
   if (device.empty()) return;
   const std::span<const WriteStep> steps = LayoutOf(device).WriteSteps;
-  state.Chip.FuseWriteCount = static_cast<std::int32_t>(steps.size());
+  state.Command.FuseWriteCount = static_cast<std::int32_t>(steps.size());
   for (const WriteStep& step : steps) RunStep(context, step);
   if (state.LinkError != 0) {
     core::ReportResult(context, "Lock/Fuse bit ライトに失敗しました。");
     return;
   }
-  state.Chip.FusesFinished = true;
+  state.Command.FusesFinished = true;
   core::ShowStatus(context, "Lock/Fuse bit ライトが完了しました。");
   context.Screen.MessageDialog.Close();
 }

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/hex_format.h"
 
 namespace fenwright::image {

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/settings_keys.h"
 #include "core/status.h"
 #include "image/buffers.h"

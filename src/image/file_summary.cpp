@@ -53,23 +53,20 @@ std::string Doubts(std::string_view path, const HexReadReport& report, std::int3
 
 }  // namespace
 
-std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& report) {
-  std::string text;
+std::string DescribeCodeFile(const core::AppState& state, const OpenReport& report) {
   // A code file that could not be opened has had its name forgotten.
-  const bool has_code =
-      report.CodeFileFound && report.KnownExtension && !state.CodeFileName.empty();
-  if (has_code) {
-    text += std::string(NameOf(state.CodeFileName)) + "\n" +
-            Usage(UsedFlashWords(state), state.FlashWords, "word");
-  }
-  if (report.DataFileFound) {
-    if (!text.empty()) text += "\n";
-    text += std::string(NameOf(state.DataFileName)) + "\n" +
-            Usage(UsedEepromBytes(state), state.EepromBytes, "byte");
-  }
-  if (has_code) text += Doubts(state.CodeFileName, report.Code, 2 * state.FlashWords);
-  if (report.DataFileFound) text += Doubts(state.DataFileName, report.Data, state.EepromBytes);
-  return text;
+  const std::string& path = state.CodeFileName;
+  if (!report.CodeFileFound || !report.KnownExtension || path.empty()) return "";
+  return std::string(NameOf(path)) + "\n" + Usage(UsedFlashWords(state), state.FlashWords, "word") +
+         Doubts(path, report.Code, 2 * state.FlashWords);
+}
+
+std::string DescribeDataFile(const core::AppState& state, const OpenReport& report) {
+  if (!report.DataFileFound) return "";
+  const std::string& path = state.DataFileName;
+  return std::string(NameOf(path)) + "\n" +
+         Usage(UsedEepromBytes(state), state.EepromBytes, "byte") +
+         Doubts(path, report.Data, state.EepromBytes);
 }
 
 std::string DescribeReadMemory(const core::AppState& state) {

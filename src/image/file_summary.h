@@ -7,10 +7,11 @@
 
 namespace fenwright::image {
 
-/// What was opened, in a few lines for the window: the files' names, how much of each memory is
-/// used, and what looks wrong about the files although they were loaded. It is about the files of
-/// `report` alone, and "" when there was none.
-std::string DescribeOpenedFiles(const core::AppState& state, const OpenReport& report);
+/// The code file, or the data file, that an open command has loaded, in a few lines for the window:
+/// its name, how much of the memory is used, and what looks wrong about it although it was loaded.
+/// "" when there was none.
+std::string DescribeCodeFile(const core::AppState& state, const OpenReport& report);
+std::string DescribeDataFile(const core::AppState& state, const OpenReport& report);
 
 /// What the buffers hold after a read of the chip, and the files that a save without a dialog would
 /// write it to.

@@ -193,7 +193,7 @@ bool Transfer(core::RunContext& context, const BoardCommand& command,
 
 void ReportFailure(core::RunContext& context, std::string_view text, std::int16_t& error) {
   error = 1;
-  context.State.LastFailure = text;
+  context.State.Command.LastFailure = text;
   core::ShowStatus(context, text);
 }
 
@@ -235,13 +235,13 @@ bool ReadOneByte(core::RunContext& context, const BoardCommand& command, std::ui
 }  // namespace
 
 void EnterProgrammingMode(core::RunContext& context, std::int16_t& error) {
-  context.State.InProgrammingMode = true;
+  context.State.Command.InProgrammingMode = true;
   Exchange(context, kEnterProgrammingMode, error);
 }
 
 void LeaveProgrammingMode(core::RunContext& context, std::int16_t& error) {
   const ExchangeEnd end = Exchange(context, kLeaveProgrammingMode, error);
-  context.State.InProgrammingMode = false;
+  context.State.Command.InProgrammingMode = false;
   if (end == ExchangeEnd::TimedOut) return;
   constexpr double kSettleSeconds = 0.1;
   Pause(context, kSettleSeconds);
@@ -327,8 +327,9 @@ void SelectAddress(core::RunContext& context, std::int32_t address, std::int16_t
 }
 
 void ChipErase(core::RunContext& context, std::int16_t& error) {
-  context.State.Chip.EraseStarted = true;
-  if (Exchange(context, kChipErase, error) == ExchangeEnd::Good) context.State.Chip.Erased = true;
+  context.State.Command.EraseStarted = true;
+  if (Exchange(context, kChipErase, error) == ExchangeEnd::Good)
+    context.State.Command.Erased = true;
 }
 
 void SelectDevice(core::RunContext& context, std::uint8_t device_code, std::int16_t& error) {
@@ -345,7 +346,7 @@ void AvrExtendCommand(core::RunContext& context, std::int16_t& error) {
 }
 
 void LeaveProgrammingModeIfEntered(core::RunContext& context) {
-  if (!context.State.InProgrammingMode) return;
+  if (!context.State.Command.InProgrammingMode) return;
   std::int16_t ignored = 0;
   LeaveProgrammingMode(context, ignored);
 }

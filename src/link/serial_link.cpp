@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/status.h"
 
 namespace fenwright::link {

@@ -101,7 +101,7 @@ void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words
   detected_flash_words = FlashWordsOfFamily(signature.Family);
   const std::string_view complaint = JudgeSignature(context, signature, detected_flash_words);
   if (complaint.empty()) return;
-  context.State.LastFailure = complaint;
+  context.State.Command.LastFailure = complaint;
   core::ShowMessage(context, complaint, MessageMode::Notice);
   error = 1;
 }

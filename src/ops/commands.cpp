@@ -1,15 +1,15 @@
 #include "ops/commands.h"
 
 #include <cmath>
-#include <functional>
 
 #include "core/status.h"
 #include "core/trace_log.h"
 #include "fuse/fuse_reading.h"
 #include "fuse/fuse_writing.h"
 #include "image/buffers.h"
+#include "image/file_summary.h"
 #include "image/hand_edit.h"
-#include "link/board_commands.h"
+#include "image/save_commands.h"
 #include "link/detection.h"
 #include "link/socket_check.h"
 #include "ops/device_change.h"
@@ -22,25 +22,11 @@
 namespace fenwright::ops {
 namespace {
 
-using core::CommandEnding;
 using screen::Panel;
 
-CommandEnding RunDeviceCommand(core::RunContext& context, const std::function<void()>& body) {
-  const CommandEnding ending =
-      core::RunCommand(context, body, [&] { link::LeaveProgrammingModeIfEntered(context); });
-  if (ending == CommandEnding::FileError) {
-    context.Screen.MessageDialog.Show(DescribeChipState(context.State, Language::Japanese),
-                                      screen::MessageMode::Notice);
-  }
-  return ending;
-}
-
 void MarkStart(core::RunContext& context, core::DeviceOperation operation) {
+  context.State.Command.Operation = operation;
   core::TraceLog(context).AppendStartMarker();
-  context.State.Chip = {.Operation = operation};
-  context.State.InProgrammingMode = false;
-  context.State.LastFailure.clear();
-  context.State.NoticeShown = false;
 }
 
 void StartTiming(core::RunContext& context) {
@@ -49,7 +35,7 @@ void StartTiming(core::RunContext& context) {
 }
 
 bool CheckLink(core::RunContext& context) {
-  return context.State.Chip.LinkReady = link::CheckProgrammerLink(context);
+  return context.State.Command.LinkReady = link::CheckProgrammerLink(context);
 }
 
 void ShowElapsedTime(core::RunContext& context) {
@@ -65,31 +51,68 @@ void ShowElapsedTime(core::RunContext& context) {
 void ExplainFailure(core::RunContext& context) {
   if (Succeeded(context.State)) return;
   screen::MessageDialog& dialog = context.Screen.MessageDialog;
+  const core::CommandRecord& done = context.State.Command;
   // A notice that the user has closed already has been read.
-  if (!dialog.IsLoaded() && context.State.NoticeShown) return;
+  if (!dialog.IsLoaded() && done.NoticeShown) return;
   if (dialog.IsBusy() || !dialog.IsLoaded()) {
-    if (context.State.LastFailure.empty()) return dialog.Close();
-    dialog.Show(context.State.LastFailure, screen::MessageMode::Notice);
+    if (done.LastFailure.empty()) return dialog.Close();
+    dialog.Show(done.LastFailure, screen::MessageMode::Notice);
   }
   dialog.SetDetail(DescribeChipState(context.State, Language::Japanese));
 }
 
-void Program(core::RunContext& context) {
+/// What a read has brought is no file's any more, however the command ends. A save without a dialog
+/// still goes to the files that were opened last, so those are named.
+class ReadMemoryNote {
+ public:
+  explicit ReadMemoryNote(core::AppState& state) : state_(state) {}
+  ~ReadMemoryNote() {
+    if (state_.Command.FlashWordsRead == 0) return;
+    state_.CodeInfo = image::DescribeReadMemory(state_);
+    state_.DataInfo.clear();
+  }
+  ReadMemoryNote(const ReadMemoryNote&) = delete;
+  ReadMemoryNote& operator=(const ReadMemoryNote&) = delete;
+
+ private:
+  core::AppState& state_;
+};
+
+/// A change of chip, or of all of memory by hand, leaves nothing of the files.
+void ForgetFileInfo(core::AppState& state) {
+  state.CodeInfo.clear();
+  state.DataInfo.clear();
+}
+
+/// A file of another kind leaves the buffers as they are; one that is missing or cannot be read
+/// leaves the EEPROM's.
+image::OpenReport OpenNamedFiles(core::RunContext& context) {
   core::AppState& state = context.State;
+  image::OpenReport report = image::LoadCodeAndDataFile(context);
+  if (report.CodeFileFound && !report.KnownExtension) return report;
+  state.CodeInfo = image::DescribeCodeFile(state, report);
+  if (report.DataFileReached) state.DataInfo = image::DescribeDataFile(state, report);
+  return report;
+}
+
+}  // namespace
+
+void Cmd_btn_program_Click(core::RunContext& context) {
   MarkStart(context, core::DeviceOperation::Program);
   StartTiming(context);
   if (!CheckLink(context)) return;
   link::CheckSocketDevice(context);
-  if (!state.SignatureFailed) {
+  if (!context.State.SignatureFailed) {
     EraseChip(context);
-    state.VerifyStandalone = false;
+    context.State.VerifyStandalone = false;
     ProgramDevice(context);
     ShowElapsedTime(context);
   }
   ExplainFailure(context);
 }
 
-void Read(core::RunContext& context) {
+void Cmd_btn_read_Click(core::RunContext& context) {
+  const ReadMemoryNote note(context.State);
   MarkStart(context, core::DeviceOperation::Read);
   StartTiming(context);
   if (!CheckLink(context)) return;
@@ -103,7 +126,7 @@ void Read(core::RunContext& context) {
   ExplainFailure(context);
 }
 
-void Verify(core::RunContext& context) {
+void Cmd_btn_verify_Click(core::RunContext& context) {
   MarkStart(context, core::DeviceOperation::Verify);
   if (!CheckLink(context)) return;
   context.State.VerifyStandalone = true;
@@ -112,7 +135,7 @@ void Verify(core::RunContext& context) {
   ExplainFailure(context);
 }
 
-void Erase(core::RunContext& context) {
+void Cmd_btn_erase_Click(core::RunContext& context) {
   core::AppState& state = context.State;
   MarkStart(context, core::DeviceOperation::Erase);
   if (!CheckLink(context)) return;
@@ -128,138 +151,93 @@ void Erase(core::RunContext& context) {
   ExplainFailure(context);
 }
 
-void ReadFuses(core::RunContext& context) {
+void cmdFuseRead_Click(core::RunContext& context) {
   MarkStart(context, core::DeviceOperation::ReadFuses);
   if (!CheckLink(context)) return;
   fuse::ReadFuses(context);
   ExplainFailure(context);
 }
 
-void WriteFuses(core::RunContext& context) {
+void cmdFuseWrite_Click(core::RunContext& context) {
   MarkStart(context, core::DeviceOperation::WriteFuses);
   if (!CheckLink(context)) return;
   fuse::WriteFuses(context);
   ExplainFailure(context);
 }
 
-/// Chooses files and loads them, as one command.
-OpenResult Open(core::RunContext& context, const std::function<bool()>& choose_files,
-                image::OpenReport (*load)(core::RunContext&) = image::LoadCodeAndDataFile) {
-  OpenResult result;
-  result.Ending = core::RunCommand(context, [&] {
-    result.Chosen = choose_files();
-    if (result.Chosen) result.Report = load(context);
-  });
-  return result;
+void Combo_RSTDISABL_Click(core::RunContext& context) { fuse::WarnOfResetDisable(context); }
+
+void Combo_device_Click(core::RunContext& context) {
+  ForgetFileInfo(context.State);
+  PickDevice(context);
 }
 
-SaveResult Save(core::RunContext& context, image::SaveReport (*save)(core::RunContext&)) {
-  SaveResult result;
-  result.Ending = core::RunCommand(context, [&] { result.Report = save(context); });
-  return result;
+void mnuPC_buffer_clear_Click(core::RunContext& context) {
+  ForgetFileInfo(context.State);
+  image::ClearFlashBuffer(context.State);
+  image::ClearEepromBuffer(context.State);
+  ShowDeviceInfo(context);
+  core::ShowStatus(context, "バッファーをクリアしました。");
 }
 
-}  // namespace
-
-CommandEnding PickDeviceCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] { PickDevice(context); });
+void mnuFileOpen_Click(core::RunContext& context) {
+  if (image::ChooseCodeAndDataFile(context)) OpenNamedFiles(context);
 }
 
-CommandEnding ClearBuffersCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] {
-    image::ClearFlashBuffer(context.State);
-    image::ClearEepromBuffer(context.State);
-    ShowDeviceInfo(context);
-    core::ShowStatus(context, "バッファーをクリアしました。");
-  });
+void Cmd_btn_open_Click(core::RunContext& context) { mnuFileOpen_Click(context); }
+
+void mnuFileOpenCode_Click(core::RunContext& context) {
+  if (!image::ChooseCodeFile(context)) return;
+  core::AppState& state = context.State;
+  const image::OpenReport report = image::LoadCodeFile(context);
+  if (!report.KnownExtension) return;
+  // A file that could not be read is forgotten.
+  state.CodeInfo = state.CodeFileName.empty() ? "" : image::DescribeCodeFile(state, report);
 }
 
-CommandEnding TracePortMenuCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] { core::TraceLog(context).AppendMessage("COMポート選択"); });
+void mnuFileOpenData_Click(core::RunContext& context) {
+  if (!image::ChooseDataFile(context)) return;
+  const image::OpenReport report = image::LoadDataFile(context);
+  context.State.DataInfo = image::DescribeDataFile(context.State, report);
 }
 
-OpenResult OpenBothCommand(core::RunContext& context) {
-  return Open(context, [&] { return image::ChooseCodeAndDataFile(context); });
+void mnuReLoad_Click(core::RunContext& context) { OpenNamedFiles(context); }
+
+void Cmd_btn_reload_Click(core::RunContext& context) {
+  /// Down again however the command ends.
+  struct InProgress {
+    bool& Flag;
+    ~InProgress() { Flag = false; }
+  };
+  const InProgress in_progress{context.State.ReloadInProgress = true};
+  mnuReLoad_Click(context);
 }
 
-OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_path) {
-  return OpenBothCommand(context, code_path, image::DataFileNameFor(code_path));
+image::OpenReport OpenPair(core::RunContext& context, const std::string& code_path) {
+  return OpenFiles(context, code_path, image::DataFileNameFor(code_path));
 }
 
-OpenResult OpenBothCommand(core::RunContext& context, const std::string& code_path,
-                           const std::string& data_path) {
-  return Open(context, [&] {
-    context.State.CodeFileName = code_path;
-    context.State.DataFileName = data_path;
-    return true;
-  });
+image::OpenReport OpenFiles(core::RunContext& context, const std::string& code_path,
+                            const std::string& data_path) {
+  context.State.CodeFileName = code_path;
+  context.State.DataFileName = data_path;
+  return OpenNamedFiles(context);
 }
 
-OpenResult OpenCodeCommand(core::RunContext& context) {
-  return Open(
-      context, [&] { return image::ChooseCodeFile(context); }, image::LoadCodeFile);
-}
+void mnuFileSave_Click(core::RunContext& context) { image::SaveFiles(context); }
 
-OpenResult OpenDataCommand(core::RunContext& context) {
-  return Open(
-      context, [&] { return image::ChooseDataFile(context); }, image::LoadDataFile);
-}
+void Cmd_btn_save_Click(core::RunContext& context) { mnuFileSave_Click(context); }
 
-OpenResult ReloadCommand(core::RunContext& context) {
-  bool& in_progress = context.State.ReloadInProgress;
-  const OpenResult result = Open(context, [&] { return in_progress = true; });
-  if (result.Ending != CommandEnding::Refused) in_progress = false;
-  return result;
-}
+void mnuFileSaveAs_Click(core::RunContext& context) { image::SaveBothFilesAs(context); }
 
-SaveResult SaveCommand(core::RunContext& context) { return Save(context, image::SaveFiles); }
+void mnuFileSaveAsCode_Click(core::RunContext& context) { image::SaveCodeFileAs(context); }
 
-SaveResult SaveCodeAsCommand(core::RunContext& context) {
-  return Save(context, image::SaveCodeFileAs);
-}
+void mnuFileSaveAsData_Click(core::RunContext& context) { image::SaveDataFileAs(context); }
 
-SaveResult SaveDataAsCommand(core::RunContext& context) {
-  return Save(context, image::SaveDataFileAs);
-}
+void CmdRead_Click(core::RunContext& context) { image::ReadOneLocation(context); }
 
-SaveResult SaveBothAsCommand(core::RunContext& context) {
-  return Save(context, image::SaveBothFilesAs);
-}
+void txtAddress_Change(core::RunContext& context) { image::ReadOneLocation(context); }
 
-CommandEnding ReadOneLocationCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] { image::ReadOneLocation(context); });
-}
-
-CommandEnding WriteOneLocationCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] { image::WriteOneLocation(context); });
-}
-
-CommandEnding ProgramCommand(core::RunContext& context) {
-  return RunDeviceCommand(context, [&] { Program(context); });
-}
-
-CommandEnding ReadCommand(core::RunContext& context) {
-  return RunDeviceCommand(context, [&] { Read(context); });
-}
-
-CommandEnding VerifyCommand(core::RunContext& context) {
-  return RunDeviceCommand(context, [&] { Verify(context); });
-}
-
-CommandEnding EraseCommand(core::RunContext& context) {
-  return RunDeviceCommand(context, [&] { Erase(context); });
-}
-
-CommandEnding ReadFusesCommand(core::RunContext& context) {
-  return RunDeviceCommand(context, [&] { ReadFuses(context); });
-}
-
-CommandEnding WriteFusesCommand(core::RunContext& context) {
-  return RunDeviceCommand(context, [&] { WriteFuses(context); });
-}
-
-CommandEnding PickRstDisableCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] { fuse::WarnOfResetDisable(context); });
-}
+void CmdWrite_Click(core::RunContext& context) { image::WriteOneLocation(context); }
 
 }  // namespace fenwright::ops

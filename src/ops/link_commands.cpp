@@ -46,13 +46,9 @@ bool MeasureRoundTrip(core::RunContext& context, double& seconds) {
 
 }  // namespace
 
-core::CommandEnding DetectCommand(core::RunContext& context) {
-  return core::RunCommand(context, [&] {
-    core::AppState& state = context.State;
-    state.FirmwareVersion = 0;
-    state.Chip = {};
-    state.Chip.LinkReady = link::CheckProgrammerLink(context);
-  });
+void Detect(core::RunContext& context) {
+  context.State.FirmwareVersion = 0;
+  context.State.Command.LinkReady = link::CheckProgrammerLink(context);
 }
 
 BoardVerdict VerdictOf(const core::AppState& state) {
@@ -64,22 +60,19 @@ BoardVerdict VerdictOf(const core::AppState& state) {
 }
 
 DeviceAnswer DeviceAnswerOf(const core::AppState& state) {
-  if (state.Chip.LinkReady) return DeviceAnswer::Accepted;
+  if (state.Command.LinkReady) return DeviceAnswer::Accepted;
   const BoardVerdict verdict = VerdictOf(state);
   const bool asked = verdict == BoardVerdict::Advised || verdict == BoardVerdict::Accepted;
   return asked ? DeviceAnswer::Refused : DeviceAnswer::NotAsked;
 }
 
-core::CommandEnding MeasureRoundTripsCommand(core::RunContext& context, int count,
-                                             std::vector<double>& seconds) {
+void MeasureRoundTrips(core::RunContext& context, int count, std::vector<double>& seconds) {
   seconds.clear();
-  return core::RunCommand(context, [&] {
-    double time = 0;
-    while (static_cast<int>(seconds.size()) < count && MeasureRoundTrip(context, time)) {
-      seconds.push_back(time);
-    }
-    link::SendEscape(context);
-  });
+  double time = 0;
+  while (static_cast<int>(seconds.size()) < count && MeasureRoundTrip(context, time)) {
+    seconds.push_back(time);
+  }
+  link::SendEscape(context);
 }
 
 TimeSpread SpreadOf(std::vector<double> seconds) {

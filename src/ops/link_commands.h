@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "core/command.h"
 #include "core/run_context.h"
 
 namespace fenwright::ops {
@@ -22,17 +21,16 @@ enum class DeviceAnswer { NotAsked, Refused, Accepted };
 
 /// Looks for the board on the chosen port and offers it the selected device, as every command on
 /// the chip does first. The port stays open when both were accepted.
-core::CommandEnding DetectCommand(core::RunContext& context);
+void Detect(core::RunContext& context);
 
-/// What the last DetectCommand() found.
+/// What Detect() found, as long as no other command has started.
 BoardVerdict VerdictOf(const core::AppState& state);
 DeviceAnswer DeviceAnswerOf(const core::AppState& state);
 
 /// Does `count` exchanges of one byte each way on the open port, which change nothing on board and
 /// chip, and gives the time of each in seconds. It stops at the first that is not answered within a
 /// second: `seconds` has fewer than `count` entries then.
-core::CommandEnding MeasureRoundTripsCommand(core::RunContext& context, int count,
-                                             std::vector<double>& seconds);
+void MeasureRoundTrips(core::RunContext& context, int count, std::vector<double>& seconds);
 
 /// Shortest, middle and longest of some times; all 0 of none. The middle of an even number is the
 /// mean of the two in the middle.
@@ -43,7 +41,7 @@ struct TimeSpread {
 };
 TimeSpread SpreadOf(std::vector<double> seconds);
 
-/// Time that an exchange of MeasureRoundTripsCommand() spends on the wire.
+/// Time that an exchange of MeasureRoundTrips() spends on the wire.
 double RoundTripWireSeconds();
 
 /// How long programming the selected device will take when both memories are full and every

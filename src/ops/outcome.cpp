@@ -8,7 +8,7 @@ namespace fenwright::ops {
 namespace {
 
 using core::AppState;
-using core::ChipReport;
+using core::CommandRecord;
 
 std::string LastAddress(std::int32_t count) { return "0x" + core::HexAddress(count - 1); }
 
@@ -33,23 +33,23 @@ Sentence ErasedOnly() {
       "chip erased, nothing written: program again"};
 }
 
-Sentence NothingWritten(const ChipReport& chip) {
-  return chip.Erased ? ErasedOnly() : EraseUnconfirmed();
+Sentence NothingWritten(const CommandRecord& done) {
+  return done.Erased ? ErasedOnly() : EraseUnconfirmed();
 }
 
-Sentence FlashPartly(const ChipReport& chip) {
-  return {"フラッシュはワード " + LastAddress(chip.FlashWordsWritten) +
+Sentence FlashPartly(const CommandRecord& done) {
+  return {"フラッシュはワード " + LastAddress(done.FlashWordsWritten) +
               " まで書き込み済み、ベリファイしていません。"
               "イレースしてから、もう一度プログラムしてください。",
-          "flash written up to word " + LastAddress(chip.FlashWordsWritten) +
+          "flash written up to word " + LastAddress(done.FlashWordsWritten) +
               ", not verified: erase and program again"};
 }
 
-Sentence EepromPartly(const ChipReport& chip) {
-  return {"フラッシュは書き込み済み、EEPROMはバイト " + LastAddress(chip.EepromBytesDone) +
+Sentence EepromPartly(const CommandRecord& done) {
+  return {"フラッシュは書き込み済み、EEPROMはバイト " + LastAddress(done.EepromBytesDone) +
               " まで書き込み済み、ベリファイしていません。"
               "イレースしてから、もう一度プログラムしてください。",
-          "flash written, EEPROM written up to byte " + LastAddress(chip.EepromBytesDone) +
+          "flash written, EEPROM written up to byte " + LastAddress(done.EepromBytesDone) +
               ", not verified: erase and program again"};
 }
 
@@ -94,34 +94,34 @@ Sentence NothingToProgram(bool erased) {
 }
 
 Sentence OfFlashPhase(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  return chip.FlashWordsWritten > 0 ? FlashPartly(chip) : NothingWritten(chip);
+  const CommandRecord& done = state.Command;
+  return done.FlashWordsWritten > 0 ? FlashPartly(done) : NothingWritten(done);
 }
 
 Sentence OfEepromPhase(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  if (chip.EepromBytesDone > 0) return EepromPartly(chip);
+  const CommandRecord& done = state.Command;
+  if (done.EepromBytesDone > 0) return EepromPartly(done);
   return FlashWrittenOnly();
 }
 
 bool WroteAllFlash(const AppState& state) {
-  return !state.Chip.FlashFailed && state.Chip.FlashWordsWritten == state.FlashProgramCount;
+  return !state.Command.FlashFailed && state.Command.FlashWordsWritten == state.FlashProgramCount;
 }
 
 bool WroteAllEeprom(const AppState& state) {
-  return !state.Chip.EepromFailed && state.Chip.EepromBytesDone == state.EepromProgramCount;
+  return !state.Command.EepromFailed && state.Command.EepromBytesDone == state.EepromProgramCount;
 }
 
 Sentence DescribeProgramming(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  if (chip.VerifyFinished) {
+  const CommandRecord& done = state.Command;
+  if (done.VerifyFinished) {
     if (state.FlashNG || state.EepromNG) return Differs();
-    return chip.Erased ? Verified() : VerifiedWithoutErase();
+    return done.Erased ? Verified() : VerifiedWithoutErase();
   }
-  if (chip.NothingToProgram) return NothingToProgram(chip.Erased);
-  if (!chip.FlashStarted) return chip.EraseStarted ? NothingWritten(chip) : Untouched();
+  if (done.NothingToProgram) return NothingToProgram(done.Erased);
+  if (!done.FlashStarted) return done.EraseStarted ? NothingWritten(done) : Untouched();
   if (!WroteAllFlash(state)) return OfFlashPhase(state);
-  if (!chip.EepromStarted || !WroteAllEeprom(state)) return OfEepromPhase(state);
+  if (!done.EepromStarted || !WroteAllEeprom(state)) return OfEepromPhase(state);
   return WrittenUnverified();
 }
 
@@ -133,7 +133,7 @@ Sentence DescribeWholeRead(const AppState& state) {
         "flash and EEPROM read, fuse and lock bits not read: check the device in the socket and "
         "read again"};
   }
-  if (state.Chip.FuseBytes.empty()) {
+  if (state.Command.FuseBytes.empty()) {
     return {"フラッシュとEEPROMを読み出しました。", "flash and EEPROM read"};
   }
   return {"フラッシュ、EEPROM、ヒューズ、ロックビットを読み出しました。",
@@ -141,16 +141,16 @@ Sentence DescribeWholeRead(const AppState& state) {
 }
 
 Sentence DescribeReading(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  if (chip.ReadFinished) return DescribeWholeRead(state);
-  if (chip.FlashWordsRead == 0) {
+  const CommandRecord& done = state.Command;
+  if (done.ReadFinished) return DescribeWholeRead(state);
+  if (done.FlashWordsRead == 0) {
     return {"何も読み出していません。バッファの内容は元のままです。",
             "nothing was read, the buffers are unchanged"};
   }
-  if (chip.FlashWordsRead < state.FlashWords) {
-    return {"フラッシュはワード " + LastAddress(chip.FlashWordsRead) +
+  if (done.FlashWordsRead < state.FlashWords) {
+    return {"フラッシュはワード " + LastAddress(done.FlashWordsRead) +
                 " まで読み出し済み、残りのバッファは元のままです。もう一度リードしてください。",
-            "flash read up to word " + LastAddress(chip.FlashWordsRead) +
+            "flash read up to word " + LastAddress(done.FlashWordsRead) +
                 ", the rest of the buffers is unchanged: read again"};
   }
   return {"読み出しが完了していません。もう一度リードしてください。",
@@ -158,7 +158,7 @@ Sentence DescribeReading(const AppState& state) {
 }
 
 Sentence DescribeVerifying(const AppState& state) {
-  if (!state.Chip.VerifyFinished) {
+  if (!state.Command.VerifyFinished) {
     return {"ベリファイは完了していません。もう一度ベリファイしてください。",
             "not verified: verify again"};
   }
@@ -167,18 +167,18 @@ Sentence DescribeVerifying(const AppState& state) {
 }
 
 Sentence DescribeErasing(const AppState& state) {
-  if (!state.Chip.EraseStarted) return Untouched();
-  if (state.Chip.Erased) return {"デバイスはイレースされました。", "chip erased"};
+  if (!state.Command.EraseStarted) return Untouched();
+  if (state.Command.Erased) return {"デバイスはイレースされました。", "chip erased"};
   return {"イレースを確認できませんでした。もう一度イレースしてください。",
           "erase not confirmed: erase again"};
 }
 
 Sentence DescribeReadingFuses(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  if (chip.FusesFinished) {
+  const CommandRecord& done = state.Command;
+  if (done.FusesFinished) {
     return {"ヒューズとロックビットを読み出しました。", "fuse and lock bits read"};
   }
-  if (chip.FuseBytes.empty()) {
+  if (done.FuseBytes.empty()) {
     return {
         "ヒューズとロックビットは読み出していません。表示は元のままです。"
         "接続とソケットのデバイスを確かめて、もう一度リードしてください。",
@@ -191,33 +191,33 @@ Sentence DescribeReadingFuses(const AppState& state) {
 
 /// A byte that was sent and not acknowledged may be in the chip all the same.
 Sentence DescribeWritingFuses(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  const auto written = static_cast<std::int32_t>(chip.FuseBytes.size());
-  if (chip.FusesFinished) {
+  const CommandRecord& done = state.Command;
+  const auto written = static_cast<std::int32_t>(done.FuseBytes.size());
+  if (done.FusesFinished) {
     return {"ヒューズとロックビットを書き込みました。", "fuse and lock bits written"};
   }
-  if (!chip.FuseWriteStarted) return Untouched();
+  if (!done.FuseWriteStarted) return Untouched();
   if (written == 0) {
     return {
         "書き込みを確認できませんでした。ヒューズが変わっている可能性があります。"
         "リードして確かめてから、もう一度ライトしてください。",
         "write not confirmed, the bits may have changed: read them, then write again"};
   }
-  if (written == chip.FuseWriteCount) {
+  if (written == done.FuseWriteCount) {
     return {"すべて書き込みましたが、ボードの応答に誤りがありました。リードして確かめてください。",
             "all bytes written, but the board answered wrongly: read the bits"};
   }
-  const std::string all = std::to_string(chip.FuseWriteCount);
-  const std::string done = std::to_string(written);
-  return {all + "バイトのうち" + done +
+  const std::string all = std::to_string(done.FuseWriteCount);
+  const std::string count = std::to_string(written);
+  return {all + "バイトのうち" + count +
               "バイトを書き込みました。残りは確認できていません。"
               "リードして確かめてから、もう一度ライトしてください。",
-          done + " of " + all +
+          count + " of " + all +
               " bytes written, the rest is not confirmed: read the bits, then write again"};
 }
 
 Sentence Describe(const AppState& state) {
-  switch (state.Chip.Operation) {
+  switch (state.Command.Operation) {
     case core::DeviceOperation::Read:
       return DescribeReading(state);
     case core::DeviceOperation::Verify:
@@ -228,6 +228,7 @@ Sentence Describe(const AppState& state) {
       return DescribeReadingFuses(state);
     case core::DeviceOperation::WriteFuses:
       return DescribeWritingFuses(state);
+    case core::DeviceOperation::None:
     case core::DeviceOperation::Program:
       break;
   }
@@ -235,27 +236,28 @@ Sentence Describe(const AppState& state) {
 }
 
 bool VerifiedWithoutDifference(const AppState& state) {
-  return state.Chip.VerifyFinished && !state.FlashNG && !state.EepromNG;
+  return state.Command.VerifyFinished && !state.FlashNG && !state.EepromNG;
 }
 
 }  // namespace
 
 bool Succeeded(const AppState& state) {
-  const ChipReport& chip = state.Chip;
-  switch (chip.Operation) {
+  const CommandRecord& done = state.Command;
+  switch (done.Operation) {
     case core::DeviceOperation::Read:
-      return chip.ReadFinished && state.LinkError == 0;
+      return done.ReadFinished && state.LinkError == 0;
     case core::DeviceOperation::Erase:
-      return chip.Erased && state.LinkError == 0;
+      return done.Erased && state.LinkError == 0;
     case core::DeviceOperation::Verify:
       return VerifiedWithoutDifference(state);
     case core::DeviceOperation::ReadFuses:
     case core::DeviceOperation::WriteFuses:
-      return chip.FusesFinished;
+      return done.FusesFinished;
+    case core::DeviceOperation::None:
     case core::DeviceOperation::Program:
       break;
   }
-  return chip.Erased && (chip.NothingToProgram || VerifiedWithoutDifference(state));
+  return done.Erased && (done.NothingToProgram || VerifiedWithoutDifference(state));
 }
 
 std::string DescribeChipState(const AppState& state, Language language) {

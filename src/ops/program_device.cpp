@@ -35,9 +35,9 @@ void WriteFlashWord(core::RunContext& context, std::int32_t word) {
     link::WriteProgramWord(context, high, low, state.LinkError);
   }
   if (state.LinkError == 0) {
-    state.Chip.FlashWordsWritten = word + 1;
+    state.Command.FlashWordsWritten = word + 1;
   } else {
-    state.Chip.FlashFailed = true;
+    state.Command.FlashFailed = true;
   }
 }
 
@@ -47,7 +47,7 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
   if (state.LinkError != 0) return PhaseEnd::FrameRefused;
   core::ShowMessage(context, kFlashText, MessageMode::Busy);
   context.Screen.MessageDialog.SetProgressRange(state.FlashProgramCount);
-  state.Chip.FlashStarted = true;
+  state.Command.FlashStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
   link::SelectAddress(context, 0, state.LinkError);
   const double start = context.Line.Clock.SecondsSinceMidnight();
@@ -55,10 +55,10 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
     UpdateProgress(context, word);
     WriteFlashWord(context, word);
   }
-  state.Chip.FlashWriteSeconds = context.Line.Clock.SecondsSinceMidnight() - start;
+  state.Command.FlashWriteSeconds = context.Line.Clock.SecondsSinceMidnight() - start;
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
-    state.Chip.FlashFailed = true;
+    state.Command.FlashFailed = true;
     core::ReportResult(context, "フラッシュプログラムメモリ プログラム失敗");
     return PhaseEnd::Ran;
   }
@@ -75,9 +75,9 @@ void WriteEepromByte(core::RunContext& context, std::int32_t byte) {
     link::WriteDataByte(context, value, state.LinkError);
   }
   if (state.LinkError == 0) {
-    state.Chip.EepromBytesDone = byte + 1;
+    state.Command.EepromBytesDone = byte + 1;
   } else {
-    state.Chip.EepromFailed = true;
+    state.Command.EepromFailed = true;
   }
 }
 
@@ -87,7 +87,7 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
   if (state.LinkError != 0) return PhaseEnd::FrameRefused;
   core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ プログラム中.....", MessageMode::Busy);
   context.Screen.MessageDialog.SetProgressRange(state.EepromProgramCount);
-  state.Chip.EepromStarted = true;
+  state.Command.EepromStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
   for (std::int32_t byte = 0; byte < state.EepromProgramCount; ++byte) {
     UpdateProgress(context, byte);
@@ -95,7 +95,7 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
   }
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
-    state.Chip.EepromFailed = true;
+    state.Command.EepromFailed = true;
     core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ プログラム失敗");
     return PhaseEnd::Ran;
   }
@@ -112,7 +112,7 @@ void ProgramDevice(core::RunContext& context) {
   state.FlashProgramCount = image::UsedFlashWords(state);
   state.EepromProgramCount = image::UsedEepromBytes(state);
   if (state.FlashProgramCount == 0 && state.EepromProgramCount == 0) {
-    state.Chip.NothingToProgram = true;
+    state.Command.NothingToProgram = true;
     core::ReportResult(context, "全てのメモリは消去されました。");
     return;
   }

@@ -28,7 +28,7 @@ bool ReadFlashWords(core::RunContext& context) {
     std::uint8_t& high = state.FlashBuffer[index];
     std::uint8_t& low = state.FlashBuffer[index + 1];
     if (!link::ReadProgramWord(context, high, low, state.LinkError)) return false;
-    state.Chip.FlashWordsRead = word + 1;
+    state.Command.FlashWordsRead = word + 1;
   }
   return true;
 }
@@ -75,7 +75,7 @@ void ReadEeprom(core::RunContext& context) {
     core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ 読出し失敗");
     return;
   }
-  state.Chip.ReadFinished = true;
+  state.Command.ReadFinished = true;
   image::RefreshEepromView(context);
   context.Screen.MessageDialog.Close();
 }

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "core/build_info.h"
+#include "core/command_end.h"
 #include "core/device_catalogue.h"
 #include "core/device_selection.h"
 #include "core/settings_keys.h"
@@ -15,7 +16,6 @@
 namespace fenwright::ops {
 namespace {
 
-using core::CommandEnding;
 using screen::View;
 
 void SetCaptions(screen::MainForm& form) {
@@ -86,7 +86,7 @@ void ShowGuide(const core::RunContext& context, screen::MainForm& form) {
 }
 
 /// The order is the program's contract. Without a form, what concerns windows is left out.
-void Start(core::RunContext& context, screen::MainForm* form, const StartOptions& options) {
+void RunStart(core::RunContext& context, screen::MainForm* form, const StartOptions& options) {
   // The program's folder is not known yet: the bare name is deleted.
   core::TraceLog(context).Delete();
   context.State.CommandArgument = options.CommandArgument;
@@ -103,14 +103,16 @@ void Start(core::RunContext& context, screen::MainForm* form, const StartOptions
 
 }  // namespace
 
-CommandEnding StartCommand(core::RunContext& context, const StartOptions& options) {
-  return core::RunCommand(context, [&] { Start(context, nullptr, options); });
+void Start(core::RunContext& context, const StartOptions& options) {
+  RunStart(context, nullptr, options);
 }
 
-CommandEnding StartWindowCommand(core::RunContext& context, screen::MainForm& form,
-                                 platform::SingleInstance& instance, const StartOptions& options) {
-  if (!instance.Claim()) return CommandEnding::AnotherInstance;
-  return core::RunCommand(context, [&] { Start(context, &form, options); });
+void StartWindow(core::RunContext& context, screen::MainForm& form,
+                 platform::SingleInstance* instance, const StartOptions& options) {
+  if (instance && !instance->Claim()) {
+    throw core::CommandEnd{.Ending = core::CommandEnding::AnotherInstance, .Text = ""};
+  }
+  RunStart(context, &form, options);
 }
 
 }  // namespace fenwright::ops

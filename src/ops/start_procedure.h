@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "core/command.h"
 #include "core/run_context.h"
 #include "platform/single_instance.h"
 #include "screen/main_form.h"
@@ -18,15 +17,14 @@ struct StartOptions {
 /// Prepares a run without windows: deletes the old trace, blanks the buffers, fills the device
 /// selector and restores the stored device. The views must exist. A front end that finishes this
 /// opens `AppState::CommandArgument` next, if there is one. A stored device that is no number, or
-/// not in the selector (-1 = none selected), is shown in a critical message box and ends the start
-/// with BadSetting.
-core::CommandEnding StartCommand(core::RunContext& context, const StartOptions& options);
+/// not in the selector (-1 = none selected), ends it with BadSetting.
+void Start(core::RunContext& context, const StartOptions& options);
 
-/// The same with windows: the whole start procedure, in its order. It ends at once, with
-/// AnotherInstance, when the program is running already. Any stored number that is none ends it
-/// with BadSetting, like the device.
-core::CommandEnding StartWindowCommand(core::RunContext& context, screen::MainForm& form,
-                                       platform::SingleInstance& instance,
-                                       const StartOptions& options);
+/// The same with windows: the whole start procedure, in its order. It ends at once and silently,
+/// with AnotherInstance, when the program is running already; a null `instance` stands for a system
+/// on which other runs do not matter. Any stored number that is none ends it with BadSetting, like
+/// the device.
+void StartWindow(core::RunContext& context, screen::MainForm& form,
+                 platform::SingleInstance* instance, const StartOptions& options);
 
 }  // namespace fenwright::ops

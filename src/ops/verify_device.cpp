@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/hex_format.h"
 #include "core/status.h"
 #include "image/buffers.h"
@@ -66,7 +66,7 @@ void CompareFlash(core::RunContext& context, Report& report) {
                 "  Original = " + core::HexByte(expected_high) + core::HexByte(expected_low) +
                 "   NG = " + core::HexByte(high) + core::HexByte(low));
   }
-  state.Chip.FlashVerifySeconds = context.Line.Clock.SecondsSinceMidnight() - start;
+  state.Command.FlashVerifySeconds = context.Line.Clock.SecondsSinceMidnight() - start;
 }
 
 void CompareEeprom(core::RunContext& context, Report& report) {
@@ -92,7 +92,7 @@ void ShowResult(core::RunContext& context) {
     core::ReportResult(context, "ベリファイ　通信エラー");
     return;
   }
-  state.Chip.VerifyFinished = true;
+  state.Command.VerifyFinished = true;
   const bool good = !state.FlashNG && !state.EepromNG;
   if (good) {
     core::ShowStatus(context, "ベリファイ　FLASH : OK / EEPROM : OK 　プログラミング正常終了。");

@@ -249,8 +249,6 @@ void FuseFrame::AddButtons(QGridLayout* grid, int row) {
     buttons->addWidget(button, 1);
   }
   grid->addLayout(buttons, row, 0, 1, kColumnCount);
-  connect(read_, &QPushButton::clicked, this, &FuseFrame::ReadRequested);
-  connect(write_, &QPushButton::clicked, this, &FuseFrame::WriteRequested);
 }
 
 }  // namespace fenwright::ui

@@ -34,8 +34,6 @@ class FuseFrame final : public QWidget {
   [[nodiscard]] QLabel* ByteLine() const { return byte_line_; }
 
  signals:
-  void ReadRequested();
-  void WriteRequested();
   /// The user has picked an item of `Combo_RSTDISABL`, even the one that was chosen already.
   void ResetPinPicked();
   /// The user has chosen another item of any list.

@@ -104,10 +104,6 @@ HandEditBox::HandEditBox()
   rows->setSpacing(kSpacing);
   rows->addLayout(options);
   rows->addLayout(fields);
-
-  connect(address_, &QLineEdit::textChanged, this, &HandEditBox::ReadRequested);
-  connect(read_, &QPushButton::clicked, this, &HandEditBox::ReadRequested);
-  connect(write_, &QPushButton::clicked, this, &HandEditBox::WriteRequested);
 }
 
 QList<QWidget*> HandEditBox::Controls() const {

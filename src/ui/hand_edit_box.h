@@ -20,17 +20,13 @@ class HandEditBox final : public QGroupBox {
   // The controls, for the adapter and tests.
   [[nodiscard]] QLineEdit* Address() const { return address_; }
   [[nodiscard]] QLineEdit* Data() const { return data_; }
+  [[nodiscard]] QPushButton* ReadButton() const { return read_; }
+  [[nodiscard]] QPushButton* WriteButton() const { return write_; }
   [[nodiscard]] QRadioButton* FlashOption() const { return flash_; }
   [[nodiscard]] QRadioButton* EepromOption() const { return eeprom_; }
 
   /// Everything in the frame that the user can touch.
   [[nodiscard]] QList<QWidget*> Controls() const;
-
- signals:
-  /// The cell at the address is to be shown: the button was pressed or the address changed.
-  void ReadRequested();
-  /// The cell at the address is to be changed: the button was pressed.
-  void WriteRequested();
 
  private:
   QLineEdit* address_;

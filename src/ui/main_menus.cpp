@@ -4,8 +4,10 @@
 #include <QMenu>
 #include <QMenuBar>
 
+#include "ops/commands.h"
 #include "ui/icons.h"
 #include "ui/main_window.h"
+#include "update/com_selection.h"
 
 namespace fenwright::ui {
 
@@ -16,112 +18,113 @@ enum class MenuKind {
   BarItem,    ///< an item of the bar itself
 };
 
-/// One row of the menu tree. An item runs a command, or calls a routine of the window, which works
-/// while a command runs too.
+/// One row of the menu tree. An item starts an entry of the engine, an action of the run, or a
+/// routine of the window; a free routine works while a command runs too.
 struct MainWindow::MenuDesign {
   MenuKind Kind = MenuKind::Item;
   const char* Name = "";
   const char* Caption = "";
-  MainWindow::Command Before = nullptr;  ///< runs first; null = nothing
-  MainWindow::Command Command = nullptr;
+  MainWindow::EntryFunction Entry = nullptr;
+  MainWindow::Action Action = nullptr;
   void (MainWindow::*Routine)() = nullptr;
+  void (MainWindow::*FreeRoutine)() = nullptr;
   const char* Shortcut = "";
   QIcon (*Icon)() = nullptr;
 };
 
 std::span<const MainWindow::MenuDesign> MainWindow::MenuTree() {
   using enum MenuKind;
-  using Commands = MainWindowCommands;
   // The percent sign of mnuPC_buffer_clear is meant: that item has no access key.
   static constexpr MenuDesign kTree[] = {
       {.Kind = Menu, .Name = "mnuFile", .Caption = "ファイル(&F)"},
       {.Name = "mnuFileOpen",
        .Caption = "コード/データファイルを開く(&O)",
-       .Command = &Commands::Open,
+       .Entry = ops::mnuFileOpen_Click,
        .Shortcut = "Ctrl+O",
        .Icon = OpenIcon},
       {.Kind = Separator, .Name = "mnuFileBarx"},
       {.Name = "mnuFileOpenCode",
        .Caption = "コードファイルを開く",
-       .Command = &Commands::OpenCode},
+       .Entry = ops::mnuFileOpenCode_Click},
       {.Name = "mnuFileOpenData",
        .Caption = "データファイルを開く",
-       .Command = &Commands::OpenData},
+       .Entry = ops::mnuFileOpenData_Click},
       {.Kind = Separator, .Name = "mnuFileBarxxx"},
       {.Name = "mnuFileSave",
        .Caption = "上書き保存(&S)",
-       .Command = &Commands::Save,
+       .Entry = ops::mnuFileSave_Click,
        .Shortcut = "Ctrl+S",
        .Icon = SaveIcon},
       {.Kind = Separator, .Name = "mnuFileBar2"},
       {.Name = "mnuFileSaveAs",
        .Caption = "コード/データファイルを別名で保存(&A)",
-       .Command = &Commands::SaveAs,
+       .Entry = ops::mnuFileSaveAs_Click,
        .Shortcut = "Ctrl+Shift+S"},
       {.Name = "mnuFileSaveAsCode",
        .Caption = "コードファイルを別名で保存",
-       .Command = &Commands::SaveCodeAs},
+       .Entry = ops::mnuFileSaveAsCode_Click},
       {.Name = "mnuFileSaveAsData",
        .Caption = "データファイルを別名で保存",
-       .Command = &Commands::SaveDataAs},
+       .Entry = ops::mnuFileSaveAsData_Click},
       {.Kind = Separator, .Name = "mnuFileBarz"},
-      {.Name = "mnuFileExit", .Caption = "終了(&X)", .Routine = &MainWindow::CloseFromMenu},
+      {.Name = "mnuFileExit", .Caption = "終了(&X)", .FreeRoutine = &MainWindow::CloseFromMenu},
 
       {.Kind = Menu, .Name = "mmuComCheck", .Caption = "オプション(&T)"},
       {.Name = "mmuCominucation",
        .Caption = "COMポート選択(&C)",
-       .Before = &Commands::TraceComPortMenu,
-       .Command = &Commands::SelectComPort},
+       .Entry = update::mmuCominucation_Click},
       {.Name = "mnuPC_buffer_clear",
        .Caption = "PCバッファのクリア(%T)",
-       .Command = &Commands::ClearBuffers},
+       .Entry = ops::mnuPC_buffer_clear_Click},
 
       {.Kind = Menu, .Name = "mnuWindow", .Caption = "ウインドウ(&W)"},
       {.Name = "mmudeviceIndex",
        .Caption = "デバイスインデックスウインドウを開く",
-       .Command = &Commands::OpenGuide},
+       .Routine = &MainWindow::ShowGuide},
       {.Name = "mmuWindowReDrow",
        .Caption = "ウインドウの再整列",
-       .Routine = &MainWindow::RearrangeWindows},
+       .FreeRoutine = &MainWindow::RearrangeWindows},
       {.Name = "mmuOpenSettingWindow",
        .Caption = "設定ウインドウを開く",
-       .Routine = &MainWindow::OpenSettingsArea},
+       .FreeRoutine = &MainWindow::OpenSettingsArea},
       {.Name = "mmuOpenProgramWindow",
        .Caption = "プログラムメモリウインドウを開く",
-       .Routine = &MainWindow::OpenFlashView},
+       .FreeRoutine = &MainWindow::OpenFlashView},
       {.Name = "mmuOpenEEpromWindow",
        .Caption = "EEPROMデータメモリウインドウを開く",
-       .Routine = &MainWindow::OpenEepromView},
+       .FreeRoutine = &MainWindow::OpenEepromView},
       {.Kind = Separator, .Name = "mnuWindowBar1"},
       {.Name = "mnuWindowCascade",
        .Caption = "重ねて表示(&C)",
-       .Routine = &MainWindow::CascadeChildren},
+       .FreeRoutine = &MainWindow::CascadeChildren},
       {.Name = "mnuWindowTileHorizontal",
        .Caption = "上下に並べて表示(&H)",
-       .Routine = &MainWindow::TileChildrenOneAboveTheOther},
+       .FreeRoutine = &MainWindow::TileChildrenOneAboveTheOther},
       {.Name = "mnuWindowTileVertical",
        .Caption = "左右に並べて表示(&V)",
-       .Routine = &MainWindow::TileChildrenSideBySide},
+       .FreeRoutine = &MainWindow::TileChildrenSideBySide},
       {.Name = "mnuWindowArrangeIcons",
        .Caption = "アイコンの整列(&A)",
-       .Routine = &MainWindow::ArrangeMinimisedChildren},
+       .FreeRoutine = &MainWindow::ArrangeMinimisedChildren},
 
       {.Kind = Menu, .Name = "mnuHelp", .Caption = "ヘルプ(&H)"},
       {.Name = "mmuIndex",
        .Caption = "デバイスの挿入位置について(&8)",
-       .Command = &Commands::OpenGuide},
+       .Routine = &MainWindow::ShowGuide},
       {.Kind = Separator, .Name = "mnuHelpBar1"},
       {.Name = "mnuFirmwareUpdate",
        .Caption = "ファームウエアのアップデート",
-       .Command = &Commands::UpdateFirmware},
+       .Action = &WindowActions::UpdateFirmware},
       {.Kind = Separator, .Name = "mnuHelpBar2"},
-      {.Name = "mnuHelpSub", .Caption = "ヘルプ(&H)", .Command = &Commands::OpenManual},
-      {.Name = "mnuHelpAbout", .Caption = "バージョン情報(&A)", .Command = &Commands::ShowAbout},
+      {.Name = "mnuHelpSub", .Caption = "ヘルプ(&H)", .Action = &WindowActions::OpenManual},
+      {.Name = "mnuHelpAbout",
+       .Caption = "バージョン情報(&A)",
+       .Action = &WindowActions::ShowAbout},
 
       {.Kind = BarItem,
        .Name = "mnuReLoad",
        .Caption = "【HEXファイルの再ロード】",
-       .Command = &Commands::Reload},
+       .Entry = ops::mnuReLoad_Click},
   };
   return kTree;
 }
@@ -157,21 +160,20 @@ void MainWindow::AddMenuItem(QWidget& menu, const MenuDesign& design) {
   item->setAutoRepeat(false);
   item->setShortcut(QKeySequence(design.Shortcut));
   if (design.Icon) item->setIcon(design.Icon());
-  if (design.Routine) {
-    connect(item, &QAction::triggered, this, design.Routine);
-  } else {
-    connect(item, &QAction::triggered, this,
-            [this, first = design.Before, command = design.Command] { RunInTurn(first, command); });
+  const auto connect_item = [this, item](const auto& start) {
+    connect(item, &QAction::triggered, this, start);
     command_items_.push_back(item);
+  };
+  if (design.FreeRoutine) {
+    connect(item, &QAction::triggered, this, design.FreeRoutine);
+  } else if (design.Entry) {
+    connect_item([this, entry = design.Entry] { Run(entry); });
+  } else if (design.Action) {
+    connect_item([this, action = design.Action] { Run(actions_.*action); });
+  } else {
+    connect_item([this, routine = design.Routine] { (this->*routine)(); });
   }
   menu.addAction(item);
-}
-
-void MainWindow::RunInTurn(Command first, Command then) {
-  Run([this, first, then] {
-    if (first && commands_.*first) (commands_.*first)();
-    if (commands_.*then) (commands_.*then)();
-  });
 }
 
 }  // namespace fenwright::ui

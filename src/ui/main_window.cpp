@@ -11,6 +11,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -26,6 +27,7 @@
 #include <QWheelEvent>
 
 #include "core/build_info.h"
+#include "ops/commands.h"
 #include "ui/about_dialog.h"
 #include "ui/dropped_files.h"
 #include "ui/elided_label.h"
@@ -39,6 +41,7 @@
 #include "ui/twips.h"
 #include "ui/view_window.h"
 #include "ui/wrapped_label.h"
+#include "update/com_selection.h"
 
 namespace fenwright::ui {
 namespace {
@@ -96,7 +99,33 @@ struct MainWindow::ButtonDesign {
   QIcon Icon;
   const char* ToolTip;
   QKeySequence Shortcut;
-  MainWindow::Command Command;
+  MainWindow::EntryFunction Entry;
+};
+
+/// Disables, for its own lifetime, what would start a command. Closes the window at its end when
+/// that was asked for meanwhile.
+class MainWindow::DisabledControls {
+ public:
+  explicit DisabledControls(MainWindow& window)
+      : window_(window), focus_(window.FocusedCommandControl()) {
+    // A focused control that is disabled hands the focus on, and a view that gets it comes forward.
+    if (focus_) focus_->clearFocus();
+    window_.EnableControls(false);
+  }
+  ~DisabledControls() {
+    if (window_.close_pending_) {
+      window_.close();
+      return;
+    }
+    window_.EnableControls(true);
+    if (focus_) focus_->setFocus();
+  }
+  DisabledControls(const DisabledControls&) = delete;
+  DisabledControls& operator=(const DisabledControls&) = delete;
+
+ private:
+  MainWindow& window_;
+  const QPointer<QWidget> focus_;
 };
 
 MainWindow::MainWindow(core::AppState& state, QWidget* parent)
@@ -122,21 +151,23 @@ MainWindow::MainWindow(core::AppState& state, QWidget* parent)
 // by then there is no main window left to tell.
 MainWindow::~MainWindow() { children_->disconnect(this); }
 
-void MainWindow::SetCommands(MainWindowCommands commands) { commands_ = std::move(commands); }
+void MainWindow::Serve(Runner runner, WindowActions actions) {
+  runner_ = std::move(runner);
+  actions_ = std::move(actions);
+}
 
-void MainWindow::Run(const std::function<void()>& command) {
-  if (!command || !MayStart()) return;
-  const QPointer<QWidget> focus = FocusedCommandControl();
-  // A focused control that is disabled hands the focus on, and a view that gets it comes forward.
-  if (focus) focus->clearFocus();
-  EnableControls(false);
-  command();
-  if (close_pending_) {
-    close();
-    return;
-  }
-  EnableControls(true);
-  if (focus) focus->setFocus();
+core::CommandEnding MainWindow::Run(const ops::Entry& entry) {
+  if (!MayStart()) return core::CommandEnding::Refused;
+  const DisabledControls disabled(*this);
+  const core::CommandEnding ending = runner_(entry);
+  ShowFileInfo();
+  return ending;
+}
+
+void MainWindow::Run(const std::function<void()>& action) {
+  if (!action || !MayStart()) return;
+  const DisabledControls disabled(*this);
+  action();
 }
 
 QWidget* MainWindow::FocusedCommandControl() const {
@@ -153,7 +184,9 @@ bool MainWindow::MayEndSession() {
   return false;
 }
 
-void MainWindow::SetFileInfo(const QString& text) {
+void MainWindow::ShowFileInfo() {
+  const bool both = !state_.CodeInfo.empty() && !state_.DataInfo.empty();
+  const QString text = ToQString(state_.CodeInfo + (both ? "\n" : "") + state_.DataInfo);
   file_info_->SetText(text.isEmpty() ? kNoFileText : text);
   file_info_->setToolTip(text.toHtmlEscaped().replace('\n', "<br>"));
 }
@@ -197,11 +230,10 @@ void MainWindow::dragMoveEvent(QDragMoveEvent* event) { AcceptHexFile(event); }
 
 void MainWindow::dropEvent(QDropEvent* event) {
   AcceptHexFile(event);
-  if (!event->isAccepted() || !commands_.OpenDropped) return;
-  const QString path = FirstHexFile(*event->mimeData());
+  if (!event->isAccepted() || !actions_.OpenDropped) return;
   // The program that the file comes from waits for the end of the drop, not of the command.
   QMetaObject::invokeMethod(
-      this, [this, path] { Run([this, path] { commands_.OpenDropped(path); }); },
+      this, [this, path = FirstHexFile(*event->mimeData())] { actions_.OpenDropped(path); },
       Qt::QueuedConnection);
 }
 
@@ -256,7 +288,7 @@ void MainWindow::BuildHelpKey() {
   contents->setObjectName("actHelpContents");
   contents->setShortcut(QKeySequence(Qt::Key_F1));
   contents->setAutoRepeat(false);
-  connect(contents, &QAction::triggered, this, [this] { Run(commands_.ShowHelpContents); });
+  connect(contents, &QAction::triggered, this, [this] { Run(actions_.ShowHelpContents); });
   command_items_.push_back(contents);
   addAction(contents);
 }
@@ -293,57 +325,56 @@ QWidget* MainWindow::BuildCommandBar() {
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(kButtonSpacing);
 
-  using Commands = MainWindowCommands;
   const std::vector<std::vector<ButtonDesign>> groups{
       {{.Name = "Cmd_btn_open",
         .Caption = "オープン",
         .Icon = OpenIcon(),
         .ToolTip = "コードファイルとデータファイルを開きます (Ctrl+O)",
         .Shortcut = {},  // the menu item has it
-        .Command = &Commands::Open},
+        .Entry = ops::Cmd_btn_open_Click},
        {.Name = "Cmd_btn_save",
         .Caption = "セーブ",
         .Icon = SaveIcon(),
         .ToolTip = "開いているファイルに上書き保存します (Ctrl+S)",
         .Shortcut = {},  // the menu item has it
-        .Command = &Commands::Save},
+        .Entry = ops::Cmd_btn_save_Click},
        {.Name = "Cmd_btn_reload",
         .Caption = "リロード",
         .Icon = ReloadIcon(),
         .ToolTip = "最後に開いたファイルをもう一度読み込みます (Ctrl+R)",
         .Shortcut = QKeySequence(Qt::CTRL | Qt::Key_R),
-        .Command = &Commands::Reload}},
+        .Entry = ops::Cmd_btn_reload_Click}},
       {{.Name = "Cmd_btn_program",
         .Caption = "プログラム",
         .Icon = ProgramIcon(),
         .ToolTip = "チップを消去し、書き込み、ベリファイします (F5)",
         .Shortcut = QKeySequence(Qt::Key_F5),
-        .Command = &Commands::Program},
+        .Entry = ops::Cmd_btn_program_Click},
        {.Name = "Cmd_btn_read",
         .Caption = "リード",
         .Icon = ReadIcon(),
         .ToolTip = "チップの内容をバッファーに読み出します (F6)",
         .Shortcut = QKeySequence(Qt::Key_F6),
-        .Command = &Commands::Read},
+        .Entry = ops::Cmd_btn_read_Click},
        {.Name = "Cmd_btn_verify",
         .Caption = "ベリファイ",
         .Icon = VerifyIcon(),
         .ToolTip = "チップの内容をバッファーと比較します (F7)",
         .Shortcut = QKeySequence(Qt::Key_F7),
-        .Command = &Commands::Verify}},
+        .Entry = ops::Cmd_btn_verify_Click}},
       // No shortcut, and apart from the others: it destroys what is in the chip.
       {{.Name = "Cmd_btn_erase",
         .Caption = "イレース",
         .Icon = EraseIcon(),
         .ToolTip = "チップの内容をすべて消去します",
         .Shortcut = {},
-        .Command = &Commands::Erase}},
+        .Entry = ops::Cmd_btn_erase_Click}},
       {{.Name = "Cmd_btn_comselect",
         .Caption = "COM",
         .Icon = PortIcon(),
         .ToolTip = "ボードをつないだCOMポートを選びます",
         .Shortcut = {},
-        .Command = &Commands::SelectComPort}}};
+        .Entry = update::Cmd_btn_comselect_Click}}};
   for (const std::vector<ButtonDesign>& group : groups) {
     if (row->count() > 0) row->addWidget(GroupLine());
     for (const ButtonDesign& design : group) AddCommandButton(row, design);
@@ -362,8 +393,7 @@ void MainWindow::AddCommandButton(QHBoxLayout* row, const ButtonDesign& design) 
   QFont font = button->font();
   font.setBold(true);
   button->setFont(font);
-  connect(button, &QPushButton::clicked, this,
-          [this, command = design.Command] { Run(commands_.*command); });
+  connect(button, &QPushButton::clicked, this, [this, entry = design.Entry] { Run(entry); });
   command_controls_.push_back(button);
   row->addWidget(button);
 }
@@ -393,9 +423,11 @@ QWidget* MainWindow::BuildSettingsPanel() {
 
 QWidget* MainWindow::BuildFuseFrame() {
   fuses_ = new FuseFrame;
-  connect(fuses_, &FuseFrame::ReadRequested, this, [this] { Run(commands_.ReadFuses); });
-  connect(fuses_, &FuseFrame::WriteRequested, this, [this] { Run(commands_.WriteFuses); });
-  connect(fuses_, &FuseFrame::ResetPinPicked, this, [this] { Run(commands_.PickRstDisable); });
+  connect(fuses_->ReadButton(), &QPushButton::clicked, this,
+          [this] { Run(ops::cmdFuseRead_Click); });
+  connect(fuses_->WriteButton(), &QPushButton::clicked, this,
+          [this] { Run(ops::cmdFuseWrite_Click); });
+  connect(fuses_, &FuseFrame::ResetPinPicked, this, [this] { Run(ops::Combo_RSTDISABL_Click); });
   // As a whole, since which of its controls a device has is not the window's business.
   command_controls_.push_back(fuses_);
   return fuses_;
@@ -413,7 +445,7 @@ QWidget* MainWindow::BuildDeviceBox() {
   device_selector_->setToolTip("書き込むデバイスを選びます。選び直すとバッファーは消去されます。");
   device_selector_->setMaxVisibleItems(20);
   device_selector_->setMinimumHeight(28);
-  connect(device_selector_, &QComboBox::activated, this, [this] { Run(commands_.PickDevice); });
+  connect(device_selector_, &QComboBox::activated, this, [this] { Run(ops::Combo_device_Click); });
   command_controls_.push_back(device_selector_);
   rows->addWidget(device_selector_);
 
@@ -437,17 +469,19 @@ QWidget* MainWindow::BuildFileBox() {
   auto* rows = new QVBoxLayout(box);
   file_info_ = new WrappedLabel;
   Name(file_info_, "lblFileInfo", "ファイルの情報");
-  SetFileInfo({});
+  ShowFileInfo();
   rows->addWidget(file_info_);
   return box;
 }
 
 QWidget* MainWindow::BuildHandEditBox() {
   hand_edit_ = new HandEditBox;
-  connect(hand_edit_, &HandEditBox::ReadRequested, this,
-          [this] { Run(commands_.ReadOneLocation); });
-  connect(hand_edit_, &HandEditBox::WriteRequested, this,
-          [this] { Run(commands_.WriteOneLocation); });
+  connect(hand_edit_->Address(), &QLineEdit::textChanged, this,
+          [this] { Run(ops::txtAddress_Change); });
+  connect(hand_edit_->ReadButton(), &QPushButton::clicked, this,
+          [this] { Run(ops::CmdRead_Click); });
+  connect(hand_edit_->WriteButton(), &QPushButton::clicked, this,
+          [this] { Run(ops::CmdWrite_Click); });
   for (QWidget* control : hand_edit_->Controls()) command_controls_.push_back(control);
   return hand_edit_;
 }
@@ -521,7 +555,7 @@ void MainWindow::BuildStatusBar() {
 
 /// The number of the port stands in a panel: whichever panel names one opens the choice of port.
 void MainWindow::OnPanelClicked(const ElidedLabel& panel) {
-  if (panel.text().startsWith("COM")) Run(commands_.SelectComPort);
+  if (panel.text().startsWith("COM")) Run(update::Cmd_btn_comselect_Click);
 }
 
 void MainWindow::ShowGuide() {

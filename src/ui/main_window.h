@@ -9,6 +9,7 @@
 #include <QMainWindow>
 
 #include "core/app_state.h"
+#include "ops/command.h"
 #include "screen/message_boxes.h"
 #include "screen/status_bar.h"
 #include "screen/views.h"
@@ -34,43 +35,19 @@ class HandEditBox;
 class ViewWindow;
 class WrappedLabel;
 
-/// What the window's controls start. Each function runs one command to its end.
-struct MainWindowCommands {
-  std::function<void()> Open;
-  std::function<void()> OpenCode;
-  std::function<void()> OpenData;
+/// What the window's controls start beside the entries of the engine.
+struct WindowActions {
   /// Opens the code file that was dropped on the window.
   std::function<void(const QString& path)> OpenDropped;
-  std::function<void()> Reload;
-  std::function<void()> Save;
-  std::function<void()> SaveAs;
-  std::function<void()> SaveCodeAs;
-  std::function<void()> SaveDataAs;
-  std::function<void()> ReadOneLocation;
-  std::function<void()> WriteOneLocation;
-  std::function<void()> Program;
-  std::function<void()> Read;
-  std::function<void()> Verify;
-  std::function<void()> Erase;
-  std::function<void()> PickDevice;
-  std::function<void()> ClearBuffers;
-  /// Runs before SelectComPort when that is chosen from the menu.
-  std::function<void()> TraceComPortMenu;
-  std::function<void()> SelectComPort;
-  std::function<void()> OpenGuide;
   std::function<void()> UpdateFirmware;
   std::function<void()> OpenManual;
   std::function<void()> ShowHelpContents;
   std::function<void()> ShowAbout;
-  std::function<void()> ReadFuses;
-  std::function<void()> WriteFuses;
-  /// The user picked an item of the list of the reset pin.
-  std::function<void()> PickRstDisable;
 };
 
 /// `frmMain`: menus, command buttons, device selector, child windows and status bar. It holds no
-/// logic of its own: a handler runs a command, and everything that can be shown is shown through
-/// the adapters of the platform interfaces, which are given the controls below.
+/// logic of its own: a control starts an entry, and everything that can be shown is shown through
+/// the adapters of the screen's interfaces, which are given the controls below.
 ///
 /// While a command runs, every control that would start another is disabled, a dropped file is
 /// refused, and closing the window, in whatever way, is asked about and carried out once the
@@ -84,8 +61,11 @@ class MainWindow : public QMainWindow {
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
 
+  /// Who runs an entry of the engine under its guard.
+  using Runner = std::function<core::CommandEnding(const ops::Entry& entry)>;
+
   /// To be called before the window is shown.
-  void SetCommands(MainWindowCommands commands);
+  void Serve(Runner runner, WindowActions actions);
 
   /// Who asks whether to end a running command. Without one the window closes without asking.
   void SetMessageBoxes(screen::MessageBoxes& boxes) { boxes_ = &boxes; }
@@ -94,16 +74,19 @@ class MainWindow : public QMainWindow {
   /// closes what it has on the screen; empty = the usual question.
   void SetCloseRequest(std::function<bool()> request) { close_request_ = std::move(request); }
 
-  /// Runs a command with the controls disabled; does nothing when a command runs already. Closes
-  /// the window afterwards when that was asked for meanwhile.
-  void Run(const std::function<void()>& command);
+  /// Runs an entry with the controls disabled; does nothing when a command runs already. Closes the
+  /// window afterwards when that was asked for meanwhile.
+  core::CommandEnding Run(const ops::Entry& entry);
+
+  /// The same for an action of the window's own.
+  void Run(const std::function<void()>& action);
 
   /// Asks like closing the window does, and is false when the session has to wait.
   bool MayEndSession();
 
-  /// Text about the loaded files, beside the views; may have several lines. An empty one stands for
-  /// no file, and a text says so.
-  void SetFileInfo(const QString& text);
+  /// Shows what the state says about the loaded files, beside the views; a text says so when there
+  /// is none.
+  void ShowFileInfo();
 
   void SetCaption(const QString& caption);
 
@@ -137,8 +120,10 @@ class MainWindow : public QMainWindow {
   void dropEvent(QDropEvent* event) override;
 
  private:
-  using Command = std::function<void()> MainWindowCommands::*;
+  using Action = std::function<void()> WindowActions::*;
+  using EntryFunction = void (*)(core::RunContext&);
   struct ButtonDesign;
+  class DisabledControls;
   struct MenuDesign;
 
   static std::span<const MenuDesign> MenuTree();
@@ -158,8 +143,6 @@ class MainWindow : public QMainWindow {
   QWidget* BuildFileBox();
   QWidget* BuildHandEditBox();
   void AddCommandButton(QHBoxLayout* row, const ButtonDesign& design);
-  /// Runs two commands as one; `first` may be null.
-  void RunInTurn(Command first, Command then);
   void OnPanelClicked(const ElidedLabel& panel);
   [[nodiscard]] bool MayStart() const;
   void AcceptHexFile(QDropEvent* event) const;
@@ -184,7 +167,8 @@ class MainWindow : public QMainWindow {
   void PlaceChildren(const std::function<std::vector<QRect>(const QSize&, int)>& places);
 
   core::AppState& state_;
-  MainWindowCommands commands_;
+  Runner runner_;
+  WindowActions actions_;
   screen::MessageBoxes* boxes_ = nullptr;
   QString caption_mark_;  ///< what stands behind the caption
   std::function<bool()> close_request_;

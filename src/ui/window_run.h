@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "core/run_context.h"
-#include "ops/commands.h"
+#include "ops/start_procedure.h"
 #include "platform/memory/run_settings_store.h"
 #include "platform/port_info.h"
 #include "platform/single_instance.h"
@@ -68,19 +68,14 @@ class WindowRun {
   [[nodiscard]] platform::RunSettingsStore& Settings() { return settings_; }
 
  private:
-  MainWindowCommands Commands();
+  WindowActions Actions();
   QtMainForm::Actions FormActions();
   [[nodiscard]] std::string DescribePort(int number) const;
   void WatchPort();
   void ReportUnwritableSettings();
   void Stop();
-  void ShowOpened(const ops::OpenResult& opened);
-  void ShowOpenedCode(const ops::OpenResult& opened);
-  void ShowOpenedData(const ops::OpenResult& opened);
   [[nodiscard]] std::string ManualFolder() const;
   void ShowAbout();
-  void ShowRead();
-  void ShowFileInfo(const std::string& code, const std::string& data);
   void UpdateFirmware();
 
   core::AppState state_;
@@ -109,8 +104,6 @@ class WindowRun {
   screen::MessageBoxes* given_boxes_;
   screen::FileDialogs* given_file_dialogs_;
   platform::SerialControl* updater_port_;
-  std::string code_info_;  ///< about the code file in the flash buffer
-  std::string data_info_;  ///< about the data file in the EEPROM buffer
 };
 
 }  // namespace fenwright::ui

@@ -62,7 +62,8 @@ bool OpenPort(core::RunContext& context, int number) {
 
 }  // namespace
 
-void LoadComSelection(core::RunContext& context, screen::ComForm& form) {
+void LoadComSelection(core::RunContext& context) {
+  screen::ComForm& form = context.Screen.ComForm;
   form.PlaceOverMainWindow();
   form.SetItems(ListItems());
   SelectStoredPort(context, form);
@@ -70,7 +71,8 @@ void LoadComSelection(core::RunContext& context, screen::ComForm& form) {
   core::TraceLog(context).AppendMessage("");
 }
 
-bool CommandOk(core::RunContext& context, screen::ComForm& form) {
+bool Command_ok_Click(core::RunContext& context) {
+  screen::ComForm& form = context.Screen.ComForm;
   platform::SerialControl& port = context.Line.ProgrammerPort;
   if (port.PortOpen()) port.Close();
   const int number = form.ListIndex();
@@ -94,23 +96,23 @@ bool CommandOk(core::RunContext& context, screen::ComForm& form) {
   return true;
 }
 
-void CommandCancel(core::RunContext& context, screen::ComForm& form) {
+void Command_cancel_Click(core::RunContext& context) {
   core::TraceLog(context).AppendMessage("ライター接続確認が終了していません。");
   context.State.LinkError = 1;
-  form.Unload();
+  context.Screen.ComForm.Unload();
 }
 
-void SelectComPort(core::RunContext& context, screen::ComForm& form) {
-  LoadComSelection(context, form);
-  while (form.WaitForButton() == screen::ComFormButton::Ok) {
-    if (CommandOk(context, form)) return;
+void Cmd_btn_comselect_Click(core::RunContext& context) {
+  LoadComSelection(context);
+  while (context.Screen.ComForm.WaitForButton() == screen::ComFormButton::Ok) {
+    if (Command_ok_Click(context)) return;
   }
-  CommandCancel(context, form);
+  Command_cancel_Click(context);
 }
 
-core::CommandEnding SelectComPortCommand(core::RunContext& context, screen::ComForm& form) {
-  return core::RunCommand(
-      context, [&] { SelectComPort(context, form); }, [&] { form.Unload(); });
+void mmuCominucation_Click(core::RunContext& context) {
+  core::TraceLog(context).AppendMessage("COMポート選択");
+  Cmd_btn_comselect_Click(context);
 }
 
 std::string DescribePort(const platform::PortInfo& port) {

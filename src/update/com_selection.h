@@ -2,10 +2,8 @@
 
 #include <string>
 
-#include "core/command.h"
 #include "core/run_context.h"
 #include "platform/port_info.h"
-#include "screen/com_form.h"
 
 namespace fenwright::update {
 
@@ -14,20 +12,19 @@ namespace fenwright::update {
 
 /// Fills the list and preselects the stored port. A stored number that is none, or not in the list,
 /// preselects "????": this dialog is where it can be mended.
-void LoadComSelection(core::RunContext& context, screen::ComForm& form);
+void LoadComSelection(core::RunContext& context);
 
-/// `Command_ok`: opens the chosen port, stores the choice and checks the link. False when the port
-/// could not be opened: the dialog stays, so that another one can be chosen.
-bool CommandOk(core::RunContext& context, screen::ComForm& form);
+/// Opens the chosen port, stores the choice and checks the link. False when the port could not be
+/// opened: the dialog stays, so that another one can be chosen.
+bool Command_ok_Click(core::RunContext& context);
 
-/// `Command_cancel`: gives up. The port is left as it is.
-void CommandCancel(core::RunContext& context, screen::ComForm& form);
+/// Gives up. The port is left as it is.
+void Command_cancel_Click(core::RunContext& context);
 
-/// Runs the dialog from its load to its end, within a running command.
-void SelectComPort(core::RunContext& context, screen::ComForm& form);
-
-/// The same as a command of its own: the user has asked for the dialog.
-core::CommandEnding SelectComPortCommand(core::RunContext& context, screen::ComForm& form);
+/// Shows the dialog and runs it from its load to its end: the button, and a panel that names the
+/// port. The menu item leaves a line in the trace first.
+void Cmd_btn_comselect_Click(core::RunContext& context);
+void mmuCominucation_Click(core::RunContext& context);
 
 /// One line for the user about what a number of the list is on this system: the device and its
 /// adapter, or why it cannot be used and the cure.

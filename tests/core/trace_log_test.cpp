@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/recorded_run.h"
 
 namespace fenwright::core {

@@ -116,7 +116,7 @@ TEST(FuseReading, EveryDeviceIsReadAsDescribedAndShown) {
     EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
     EXPECT_EQ(run.Dialog.Shown.size(), 1U);
     EXPECT_FALSE(run.Dialog.Loaded);
-    EXPECT_TRUE(run.State.Chip.FusesFinished);
+    EXPECT_TRUE(run.State.Command.FusesFinished);
     EXPECT_TRUE(run.Fuses.FrameVisible);
   }
 }
@@ -286,7 +286,7 @@ TEST(FuseReading, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
       EXPECT_EQ(run.Dialog.Text, check ? kMismatch : kFailed);
       EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
       EXPECT_EQ(run.State.LinkError, 1);
-      EXPECT_FALSE(run.State.Chip.FusesFinished);
+      EXPECT_FALSE(run.State.Command.FusesFinished);
       EXPECT_TRUE(run.Fuses.FrameVisible);
       const Texts trace = run.NewTrace();
       EXPECT_EQ(std::ranges::count(trace, kFailed), check ? 0 : 2);  // status panel and dialog
@@ -307,7 +307,7 @@ TEST(FuseReading, AWrongAcknowledgementEndsItLikeNoneWhicheverItIs) {
       run.Read();
       EXPECT_EQ(run.Dialog.Text, failing < testing::kCheckExchanges ? kMismatch : kFailed);
       EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
-      EXPECT_FALSE(run.State.Chip.FusesFinished);
+      EXPECT_FALSE(run.State.Command.FusesFinished);
     }
   }
 }
@@ -345,7 +345,7 @@ TEST(FuseReading, AByteThatDoesNotArriveChangesNoList) {
   run.Read();
   EXPECT_EQ(PositionsOf(run.Fuses), before);
   EXPECT_EQ(run.Fuses.Calibration, "?");
-  EXPECT_TRUE(run.State.Chip.FuseBytes.empty());
+  EXPECT_TRUE(run.State.Command.FuseBytes.empty());
 }
 
 TEST(FuseReading, WhatWasReadBeforeAFailureIsShown) {
@@ -356,7 +356,7 @@ TEST(FuseReading, WhatWasReadBeforeAFailureIsShown) {
   run.Read();
   EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Index, 4);
   EXPECT_EQ(run.Fuses.Lists[FuseList::Boden].Index, 1);
-  EXPECT_EQ(run.State.Chip.FuseBytes.size(), 1U);
+  EXPECT_EQ(run.State.Command.FuseBytes.size(), 1U);
 }
 
 TEST(FuseReading, AfterAFailureEachLaterReadTracesItsFirstLabelAndStops) {
@@ -394,7 +394,7 @@ TEST(FuseReading, WithAnEmptySelectorItStopsAfterTheCheck) {
   };
   run.Read();
   EXPECT_EQ(run.Port.Sent.size(), 4U);
-  EXPECT_FALSE(run.State.Chip.FusesFinished);
+  EXPECT_FALSE(run.State.Command.FusesFinished);
   const Texts trace = run.NewTrace();
   EXPECT_EQ(std::ranges::count(trace, kDone), 0);
 }

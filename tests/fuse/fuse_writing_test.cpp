@@ -85,7 +85,7 @@ TEST(FuseWriting, EveryDeviceIsWrittenWithItsDefaultsAsDescribed) {
     EXPECT_EQ(run.Dialog.Shown.front().first, kBusy);
     EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
     EXPECT_FALSE(run.Dialog.Loaded);
-    EXPECT_TRUE(run.State.Chip.FusesFinished);
+    EXPECT_TRUE(run.State.Command.FusesFinished);
   }
 }
 
@@ -179,9 +179,9 @@ TEST(FuseWriting, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
       EXPECT_EQ(std::ranges::count(trace, kFailed), check ? 0 : 2);
       EXPECT_EQ(std::ranges::count(trace, kDone), 0);
       EXPECT_EQ(run.State.LinkError, 1);
-      EXPECT_EQ(run.State.Chip.FuseWriteStarted,
+      EXPECT_EQ(run.State.Command.FuseWriteStarted,
                 failing > testing::kCheckExchanges);  // its "A" is not enough
-      EXPECT_FALSE(run.State.Chip.FusesFinished);
+      EXPECT_FALSE(run.State.Command.FusesFinished);
       if (!check) {
         EXPECT_EQ(run.Dialog.Text, kFailed);
         EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
@@ -204,7 +204,7 @@ TEST(FuseWriting, AWrongAcknowledgementEndsItLikeNoneWhicheverItIs) {
       EXPECT_EQ(std::ranges::count(trace, kFailed), failing < testing::kCheckExchanges ? 0 : 2);
       EXPECT_EQ(std::ranges::count(trace, kDone), 0);
       EXPECT_EQ(run.State.LinkError, 1);
-      EXPECT_FALSE(run.State.Chip.FusesFinished);
+      EXPECT_FALSE(run.State.Command.FusesFinished);
     }
   }
 }
@@ -218,7 +218,7 @@ TEST(FuseWriting, AnyFlagThatTheCheckLeavesEndsIt) {
   };
   run.WriteExpecting({});
   EXPECT_EQ(run.State.LinkError, kOther);
-  EXPECT_FALSE(run.State.Chip.FuseWriteStarted);
+  EXPECT_FALSE(run.State.Command.FuseWriteStarted);
   const Texts trace = run.NewTrace();
   EXPECT_EQ(std::ranges::count(trace, kFailed), 0);
 }
@@ -234,7 +234,7 @@ TEST(FuseWriting, AWrongReplyNamesTheCommandAndTheLaterBytesAreNotWritten) {
   const Texts trace = run.NewTrace();
   EXPECT_EQ(std::ranges::count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse bit u"), 1);
   EXPECT_EQ(run.Dialog.Text, kFailed);
-  EXPECT_TRUE(run.State.Chip.FuseBytes.empty());
+  EXPECT_TRUE(run.State.Command.FuseBytes.empty());
 }
 
 TEST(FuseWriting, AnotherChipInTheSocketIsNotWritten) {
@@ -245,7 +245,7 @@ TEST(FuseWriting, AnotherChipInTheSocketIsNotWritten) {
     run.Write();
     EXPECT_EQ(run.State.LinkError, 1);
     EXPECT_EQ(run.Dialog.Shown.size(), 2U);  // busy, and the check's own message
-    EXPECT_FALSE(run.State.Chip.FuseWriteStarted);
+    EXPECT_FALSE(run.State.Command.FuseWriteStarted);
   }
 }
 

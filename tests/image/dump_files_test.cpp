@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include "core/command.h"
 #include "core/device_catalogue.h"
 #include "core/recorded_run.h"
 #include "image/buffers.h"
+#include "ops/command.h"
 
 namespace fenwright::image {
 namespace {
@@ -150,8 +150,9 @@ TEST_F(DumpFiles, ARefreshWritesTheFileBeforeTheViewLoadsIt) {
 
 TEST_F(DumpFiles, AFlashDumpThatTheDiscRefusesEndsTheCommandBeforeTheViewLoads) {
   run_.Files.Refused = {"/app/avrhex.txt"};
-  EXPECT_EQ(core::RunCommand(run_.Context, [&] { RefreshFlashView(run_.Context); }),
-            core::CommandEnding::FileError);
+  EXPECT_EQ(
+      ops::RunCommand(run_.Context, [&](core::RunContext&) { RefreshFlashView(run_.Context); }),
+      core::CommandEnding::FileError);
   EXPECT_EQ(run_.TakeJournal(), (Journal{"write /app/avrhex.txt", "close dialog", "message box"}));
   ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
   EXPECT_EQ(run_.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
@@ -165,8 +166,9 @@ TEST_F(DumpFiles, AFlashDumpThatTheDiscRefusesEndsTheCommandBeforeTheViewLoads) 
 
 TEST_F(DumpFiles, AnEepromDumpThatTheDiscRefusesEndsTheCommandToo) {
   run_.Files.Refused = {"/app/avreep.txt"};
-  EXPECT_EQ(core::RunCommand(run_.Context, [&] { RefreshEepromView(run_.Context); }),
-            core::CommandEnding::FileError);
+  EXPECT_EQ(
+      ops::RunCommand(run_.Context, [&](core::RunContext&) { RefreshEepromView(run_.Context); }),
+      core::CommandEnding::FileError);
   ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
   EXPECT_NE(run_.Boxes.Boxes[0].Text.find("/app/avreep.txt"), std::string::npos);
   EXPECT_EQ(run_.Recorded, (Journal{"write /app/avreep.txt", "close dialog", "message box"}));

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "core/command.h"
 #include "core/recorded_run.h"
 #include "image/dump_files.h"
+#include "ops/command.h"
 
 namespace fenwright::image {
 namespace {
@@ -407,8 +407,9 @@ TEST_F(FileCommands, ADumpThatTheDiscRefusesEndsTheOpenBeforeTheFolderIsStored) 
   PutPair();
   run_.Files.Refused = {"/app/avrhex.txt"};
   SetCodeAndDataFile(run_.Context, kCodePath);
-  EXPECT_EQ(core::RunCommand(run_.Context, [&] { LoadCodeAndDataFile(run_.Context); }),
-            core::CommandEnding::FileError);
+  EXPECT_EQ(
+      ops::RunCommand(run_.Context, [&](core::RunContext&) { LoadCodeAndDataFile(run_.Context); }),
+      core::CommandEnding::FileError);
   EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
   EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"Program : /home/files/prog.hex"});
   ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
@@ -525,7 +526,7 @@ TEST_F(FileCommands, ADumpThatTheDiscRefusesForgetsTheNameOfACodeFileAloneToo) {
   Put(kCodePath, kCode);
   run_.Files.Refused = {"/app/avrhex.txt"};
   State().CodeFileName = kCodePath;
-  EXPECT_EQ(core::RunCommand(run_.Context, [&] { LoadCodeFile(run_.Context); }),
+  EXPECT_EQ(ops::RunCommand(run_.Context, [&](core::RunContext&) { LoadCodeFile(run_.Context); }),
             core::CommandEnding::FileError);
   EXPECT_EQ(State().CodeFileName, "");
   ASSERT_EQ(run_.Boxes.Boxes.size(), 2U);

@@ -19,9 +19,15 @@ class FileSummary : public ::testing::Test {
   void Put(const std::string& path, const std::string& content) {
     run_.Files.Files[path] = content;
   }
+  /// As the window shows it.
+  std::string Describe(const OpenReport& report) {
+    const std::string code = DescribeCodeFile(run_.State, report);
+    const std::string data = DescribeDataFile(run_.State, report);
+    return code + (code.empty() || data.empty() ? "" : "\n") + data;
+  }
   std::string OpenBoth() {
     SetCodeAndDataFile(run_.Context, kCodePath);
-    return DescribeOpenedFiles(run_.State, LoadCodeAndDataFile(run_.Context));
+    return Describe(LoadCodeAndDataFile(run_.Context));
   }
 
   testing::ScriptedRun run_;
@@ -43,34 +49,32 @@ TEST_F(FileSummary, OfACodeFileAloneIsAboutTheCodeFile) {
   Put(kDataPath, kData);
   run_.State.CodeFileName = kCodePath;
   run_.State.DataFileName = kDataPath;
-  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeFile(run_.Context)),
-            "prog.hex\n1 / 1024 word (1 %)");
+  EXPECT_EQ(Describe(LoadCodeFile(run_.Context)), "prog.hex\n1 / 1024 word (1 %)");
 }
 
 TEST_F(FileSummary, OfADataFileAloneIsAboutTheDataFile) {
   Put(kDataPath, kData);
   run_.State.CodeFileName = kCodePath;
   run_.State.DataFileName = kDataPath;
-  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadDataFile(run_.Context)),
-            "prog.eep\n2 / 128 byte (2 %)");
+  EXPECT_EQ(Describe(LoadDataFile(run_.Context)), "prog.eep\n2 / 128 byte (2 %)");
 }
 
 TEST_F(FileSummary, IsEmptyWhenThereWasNoFile) {
   EXPECT_EQ(OpenBoth(), "");
-  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeFile(run_.Context)), "");
-  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadDataFile(run_.Context)), "");
+  EXPECT_EQ(Describe(LoadCodeFile(run_.Context)), "");
+  EXPECT_EQ(Describe(LoadDataFile(run_.Context)), "");
 }
 
 TEST_F(FileSummary, IsEmptyForAnotherExtension) {
   Put("/home/prog.bin", kCode);
   SetCodeAndDataFile(run_.Context, "/home/prog.bin");
-  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeAndDataFile(run_.Context)), "");
+  EXPECT_EQ(Describe(LoadCodeAndDataFile(run_.Context)), "");
 }
 
 TEST_F(FileSummary, IsEmptyForACodeFileWhoseNameWasForgotten) {
   Put(kCodePath, ":0100g00012ED\r\n:02FFFF000102FD\r\n");
   run_.State.CodeFileName = kCodePath;
-  EXPECT_EQ(DescribeOpenedFiles(run_.State, LoadCodeFile(run_.Context)), "");
+  EXPECT_EQ(Describe(LoadCodeFile(run_.Context)), "");
 }
 
 TEST_F(FileSummary, RoundsTheShareUpSoThatAUsedMemoryIsNeverZeroPercent) {
@@ -120,8 +124,7 @@ TEST_F(FileSummary, WarnsOfAFileThatCouldNotBeRead) {
   OpenReport report;
   report.DataFileFound = true;
   report.Data.End = HexReadEnd::NotOpened;
-  EXPECT_EQ(DescribeOpenedFiles(run_.State, report),
-            "prog.eep\n0 / 128 byte (0 %)\n⚠ prog.eep : 読み込めませんでした。");
+  EXPECT_EQ(Describe(report), "prog.eep\n0 / 128 byte (0 %)\n⚠ prog.eep : 読み込めませんでした。");
 }
 
 TEST_F(FileSummary, WarnsOfWrongDigits) {

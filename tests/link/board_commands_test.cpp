@@ -12,9 +12,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/command.h"
 #include "core/device_catalogue.h"
 #include "core/hex_format.h"
+#include "ops/command.h"
 #include "support/test_run.h"
 
 namespace fenwright::link {
@@ -762,9 +762,9 @@ TEST(LeaveProgrammingModeIfEntered, LeavesTheModeOnce) {
   run.Port.Expect("'P'", "0D").Expect("'L'", "0D");
   std::int16_t error = 0;
   EnterProgrammingMode(run.Context, error);
-  EXPECT_TRUE(run.State.InProgrammingMode);
+  EXPECT_TRUE(run.State.Command.InProgrammingMode);
   LeaveProgrammingModeIfEntered(run.Context);
-  EXPECT_FALSE(run.State.InProgrammingMode);
+  EXPECT_FALSE(run.State.Command.InProgrammingMode);
   LeaveProgrammingModeIfEntered(run.Context);
 }
 
@@ -797,18 +797,15 @@ TEST(LeaveProgrammingModeIfEntered, DoesNotSetTheFlagItself) {
 TEST(StopRequest, InProgrammingModeIsFollowedByLeavingIt) {
   ScriptedRun run;
   run.Port.Expect("'P'", "0D").Expect("'d'", "11").Expect("'L'", "0D");
-  const core::CommandEnding ending = core::RunCommand(
-      run.Context,
-      [&] {
-        std::uint8_t data = 0;
-        EnterProgrammingMode(run.Context, run.State.LinkError);
-        run.Events.OnTurn = [&] { run.State.StopRequested = true; };
-        ReadDataByte(run.Context, data, run.State.LinkError);
-        run.Events.OnTurn = nullptr;
-        ReadDataByte(run.Context, data, run.State.LinkError);
-        ADD_FAILURE() << "an exchange was started after the stop request";
-      },
-      [&] { LeaveProgrammingModeIfEntered(run.Context); });
+  const core::CommandEnding ending = ops::RunCommand(run.Context, [&](core::RunContext&) {
+    std::uint8_t data = 0;
+    EnterProgrammingMode(run.Context, run.State.LinkError);
+    run.Events.OnTurn = [&] { run.State.StopRequested = true; };
+    ReadDataByte(run.Context, data, run.State.LinkError);
+    run.Events.OnTurn = nullptr;
+    ReadDataByte(run.Context, data, run.State.LinkError);
+    ADD_FAILURE() << "an exchange was started after the stop request";
+  });
   EXPECT_EQ(ending, core::CommandEnding::Stopped);
 }
 
@@ -902,8 +899,8 @@ TEST(ChipErase, NotesWhatHasBecomeOfTheChip) {
     run.Port.Expect("'e'", reply);
     std::int16_t error = 0;
     ChipErase(run.Context, error);
-    EXPECT_TRUE(run.State.Chip.EraseStarted);
-    EXPECT_EQ(run.State.Chip.Erased, std::string(reply) == "0D");
+    EXPECT_TRUE(run.State.Command.EraseStarted);
+    EXPECT_EQ(run.State.Command.Erased, std::string(reply) == "0D");
   }
 }
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "core/build_info.h"
-#include "core/command.h"
+#include "core/command_end.h"
 #include "recorded_run.h"
 #include "support/test_run.h"
 

@@ -10,7 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/device_catalogue.h"
 #include "core/hex_format.h"
 #include "core/settings_keys.h"

@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "support/test_run.h"
 
 namespace fenwright::link {

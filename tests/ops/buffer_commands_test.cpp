@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "core/recorded_run.h"
+#include "ops/command.h"
 #include "ops/commands.h"
 
 namespace fenwright::testing {
@@ -22,7 +23,7 @@ struct ClearRun : RecordedRun {
 
 TEST(ClearBuffers, FillsBothBuffersToTheirLastCell) {
   ClearRun run;
-  EXPECT_EQ(ops::ClearBuffersCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::mnuPC_buffer_clear_Click), CommandEnding::Finished);
   EXPECT_TRUE(std::ranges::all_of(run.State.FlashBuffer, [](auto byte) { return byte == 0xFF; }));
   EXPECT_TRUE(std::ranges::all_of(run.State.EepromBuffer, [](auto byte) { return byte == 0xFF; }));
   EXPECT_EQ(run.State.FlashBuffer.size(), 65537U);
@@ -31,7 +32,7 @@ TEST(ClearBuffers, FillsBothBuffersToTheirLastCell) {
 
 TEST(ClearBuffers, AppliesTheDeviceRebuildsBothViewsAndSaysSoAtTheEnd) {
   ClearRun run;
-  ops::ClearBuffersCommand(run.Context);
+  ops::RunCommand(run.Context, ops::mnuPC_buffer_clear_Click);
   EXPECT_EQ(
       run.TakeJournal(),
       (Journal{"store Settings/device 7", "labels", "write /app/avrhex.txt", "load flash view",
@@ -41,7 +42,7 @@ TEST(ClearBuffers, AppliesTheDeviceRebuildsBothViewsAndSaysSoAtTheEnd) {
 
 TEST(ClearBuffers, TheViewsShowADumpOfBlankCells) {
   ClearRun run;
-  ops::ClearBuffersCommand(run.Context);
+  ops::RunCommand(run.Context, ops::mnuPC_buffer_clear_Click);
   const std::string flash = run.FileText("avrhex.txt");
   EXPECT_TRUE(flash.starts_with("0000: FFFF FFFF FFFF FFFF FFFF FFFF FFFF FFFF "));
   EXPECT_EQ(flash.find("4141"), std::string::npos);
@@ -53,7 +54,7 @@ TEST(ClearBuffers, LeavesTheFileNamesAlone) {
   ClearRun run;
   run.State.CodeFileName = "/files/prog.hex";
   run.State.DataFileName = "/files/prog.eep";
-  ops::ClearBuffersCommand(run.Context);
+  ops::RunCommand(run.Context, ops::mnuPC_buffer_clear_Click);
   EXPECT_EQ(run.State.CodeFileName, "/files/prog.hex");
   EXPECT_EQ(run.State.DataFileName, "/files/prog.eep");
 }
@@ -61,24 +62,16 @@ TEST(ClearBuffers, LeavesTheFileNamesAlone) {
 TEST(ClearBuffers, WaitsForNoOtherCommand) {
   ClearRun run;
   run.State.CommandRunning = true;
-  EXPECT_EQ(ops::ClearBuffersCommand(run.Context), CommandEnding::Refused);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::mnuPC_buffer_clear_Click), CommandEnding::Refused);
   EXPECT_EQ(run.State.FlashBuffer.front(), 0x41);
 }
 
 TEST(ClearBuffers, ADumpThatTheDiscRefusesIsReportedAndTheBuffersAreBlank) {
   ClearRun run;
   run.Files.Refused = {"/app/avrhex.txt"};
-  EXPECT_EQ(ops::ClearBuffersCommand(run.Context), CommandEnding::FileError);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::mnuPC_buffer_clear_Click), CommandEnding::FileError);
   EXPECT_EQ(run.State.FlashBuffer.front(), 0xFF);
   EXPECT_EQ(run.Boxes.Boxes.size(), 1U);
-}
-
-TEST(PortMenu, LeavesOneLineInTheTraceAndDoesNothingElse) {
-  RecordedRun run;
-  run.Start("AT90S2313");
-  EXPECT_EQ(ops::TracePortMenuCommand(run.Context), CommandEnding::Finished);
-  EXPECT_EQ(run.Trace(), (std::vector<std::string>{"COMポート選択"}));
-  EXPECT_EQ(run.TakeJournal(), (Journal{"append /app/_debug_avr.txt"}));
 }
 
 }  // namespace

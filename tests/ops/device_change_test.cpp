@@ -4,11 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include "core/command.h"
+#include "core/command_end.h"
 #include "core/device_catalogue.h"
 #include "core/device_selection.h"
 #include "core/recorded_run.h"
 #include "image/dump_files.h"
+#include "ops/command.h"
 
 namespace fenwright::ops {
 namespace {
@@ -157,7 +158,7 @@ TEST_F(DeviceChange, EveryDeviceIsAppliedWithItsSizesAndDumps) {
 TEST_F(DeviceChange, ADumpThatTheDiscRefusesEndsThePickWithTheDeviceApplied) {
   run_.Files.Refused = {"/app/avrhex.txt"};
   run_.Form.SetDeviceIndex(12);
-  EXPECT_EQ(core::RunCommand(run_.Context, [&] { PickDevice(run_.Context); }),
+  EXPECT_EQ(ops::RunCommand(run_.Context, [&](core::RunContext&) { PickDevice(run_.Context); }),
             core::CommandEnding::FileError);
   EXPECT_EQ(State().FlashWords, 4096);
   EXPECT_EQ(run_.Settings.Read("Settings", "device"), "12");

@@ -8,6 +8,7 @@
 
 #include "core/device_catalogue.h"
 #include "link/socket_check.h"
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/device_session.h"
 #include "ops/outcome.h"
@@ -62,7 +63,7 @@ class ProgramFailure : public ::testing::Test {
   /// Runs Program on a small image; the trace of the run.
   static Texts RunOn(BoardRun& run) {
     run.LoadImage(SmallImage(), {0x11, 0x22});
-    EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Finished);
+    EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Finished);
     EXPECT_FALSE(run.State.CommandRunning);
     EXPECT_EQ(run.Files.OpenWriters, 0);
     return run.NewTrace();
@@ -85,7 +86,7 @@ TEST_F(ProgramFailure, AFailedLinkCheckSendsNothingToTheChipAndShowsNoElapsedTim
             "ライターを検出できませんでした。使用可能な通信ポートを設定してください。");
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
   EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_FALSE(run.State.Chip.LinkReady);
+  EXPECT_FALSE(run.State.Command.LinkReady);
 }
 
 TEST_F(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
@@ -159,7 +160,7 @@ TEST_F(ProgramFailure, ALostExtendAcknowledgementLeavesTheSignatureResultAsItWas
   run.Chip().SetFlashWord(0, 0x0000);
   const Texts trace = RunOn(run);
   EXPECT_FALSE(run.State.SignatureFailed);
-  EXPECT_FALSE(run.State.Chip.Erased);
+  EXPECT_FALSE(run.State.Command.Erased);
   EXPECT_TRUE(Contains(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A"));
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
   EXPECT_FALSE(ops::Succeeded(run.State));
@@ -355,7 +356,7 @@ TEST_F(ProgramFailure, ALargeImageOnAPortThatGoesCostsNoTimePerWord) {
   BoardRun run("AT90S8515", {.Baud = 0, .Faults = {MakeFault("hangup@60")}});
   run.LoadImage(Bytes(8192, 0x21), {});
   const double before = run.Clock.Elapsed();
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_LT(run.Clock.Elapsed() - before, 2.0);
 }
 
@@ -385,7 +386,7 @@ TEST_F(ProgramFailure, AnyReplyMayFailInAnyWayAndTheNextRunWorks) {
       EXPECT_FALSE(run.Dialog.Text.empty());
       EXPECT_EQ(ops::Succeeded(run.State), run.Dialog.Detail.empty());
       if (ops::Succeeded(run.State)) {
-        EXPECT_TRUE(run.State.Chip.Erased);
+        EXPECT_TRUE(run.State.Command.Erased);
       }
       ExpectNextRunWorks(run);
     }
@@ -607,14 +608,14 @@ TEST(Verify, ReportsBothBytesOfAWordAndPadsAddresses) {
 TEST(ProgramProgress, PassesEveryIndexOfAPhaseAndItsRange) {
   BoardRun run(kTiny12);
   run.LoadImage(SmallImage(), {});
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(run.Dialog.Progress, (std::vector<int>{0, 1, 2, 0, 1, 2}));
 }
 
 TEST(ProgramProgress, PressingCancelOnlyClosesTheDialogAndTheRunGoesOn) {
   BoardRun plain(kTiny12);
   plain.LoadImage(SmallImage(), {0x11});
-  ops::ProgramCommand(plain.Context);
+  ops::RunCommand(plain.Context, ops::Cmd_btn_program_Click);
 
   BoardRun run(kTiny12);
   run.LoadImage(SmallImage(), {0x11});
@@ -622,7 +623,7 @@ TEST(ProgramProgress, PressingCancelOnlyClosesTheDialogAndTheRunGoesOn) {
     run.State.CancelRequested = 2;
     run.Dialog.Close();
   };
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(run.Wire, plain.Wire);
   EXPECT_TRUE(ops::Succeeded(run.State));
   EXPECT_EQ(run.State.CancelRequested, 2);
@@ -633,11 +634,12 @@ TEST(ProgramGuard, NoOtherCommandStartsDuringARun) {
   run.LoadImage(SmallImage(), {});
   int refused = 0;
   run.Events.OnTurn = [&] {
-    refused += ops::ProgramCommand(run.Context) == CommandEnding::Refused ? 1 : 0;
-    EXPECT_EQ(ops::PickDeviceCommand(run.Context), CommandEnding::Refused);
-    EXPECT_EQ(ops::OpenBothCommand(run.Context, "/x.hex").Ending, CommandEnding::Refused);
+    refused +=
+        ops::RunCommand(run.Context, ops::Cmd_btn_program_Click) == CommandEnding::Refused ? 1 : 0;
+    EXPECT_EQ(ops::RunCommand(run.Context, ops::Combo_device_Click), CommandEnding::Refused);
+    EXPECT_EQ(ops::RunCommand(run.Context, ops::mnuReLoad_Click), CommandEnding::Refused);
   };
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_GT(refused, 10);
   EXPECT_TRUE(ops::Succeeded(run.State));
 }
@@ -654,7 +656,7 @@ TEST(ProgramStop, LeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
   run.LoadImage(Bytes(1000, 0x21), {});
   // 20 bytes come before the flash phase, 5 open it, 4 a word: stop within the eleventh word.
   StopAfter(run, 7 + 4 + 4 + 4 + 5 + 10 * 4 + 2);
-  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Stopped);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Stopped);
   EXPECT_EQ(run.Wire.back(), 'L');
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
   EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
@@ -666,17 +668,17 @@ TEST(ProgramStop, LeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
 TEST(ProgramStop, NeverCutsAnExchangeInTwo) {
   BoardRun whole(kTiny12);
   whole.LoadImage(SmallImage(), {0x11});
-  ops::ProgramCommand(whole.Context);
+  ops::RunCommand(whole.Context, ops::Cmd_btn_program_Click);
   for (std::size_t bytes = 1; bytes < whole.Wire.size(); ++bytes) {
     SCOPED_TRACE(bytes);
     BoardRun run(kTiny12);
     run.LoadImage(SmallImage(), {0x11});
     StopAfter(run, bytes);
-    const CommandEnding ending = ops::ProgramCommand(run.Context);
+    const CommandEnding ending = ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
     EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
     // The board is not in the middle of a command: it answers the identification at once.
     run.Events.OnTurn = {};
-    ops::ProgramCommand(run.Context);
+    ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
     EXPECT_TRUE(ops::Succeeded(run.State));
     if (ending == CommandEnding::Stopped) continue;
     EXPECT_GE(bytes, whole.Wire.size() - 1);
@@ -687,7 +689,7 @@ TEST(ProgramStop, BeforeAnythingWasSentToTheChipSaysSo) {
   BoardRun run(kTiny12);
   run.LoadImage(SmallImage(), {});
   run.State.StopRequested = true;
-  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Stopped);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Stopped);
   EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English), "the chip was not changed");
 }
 
@@ -699,7 +701,7 @@ TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {
       run.Files.Refused = {"/app/_debug_avr.txt"};
     }
   };
-  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::FileError);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::FileError);
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
   ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
   EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
@@ -708,7 +710,7 @@ TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {
   run.Events.OnTurn = {};
   run.Files.Refused.clear();
   run.LoadImage(SmallImage(), {});
-  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Finished);
   EXPECT_TRUE(ops::Succeeded(run.State));
 }
 
@@ -716,7 +718,7 @@ TEST(ProgramFiles, AReportThatDoesNotFitTheDiscEndsTheRunWithTheFileClosed) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("lie@2")}});
   run.LoadImage(SmallImage(), {});
   run.Files.Capacity = 60;
-  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::FileError);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::FileError);
   EXPECT_EQ(run.Files.OpenWriters, 0);
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
   EXPECT_NE(run.Boxes.Boxes.at(0).Text.find("/app/avrvfy.txt"), std::string::npos);

@@ -7,6 +7,7 @@
 #include "core/device_catalogue.h"
 #include "fuse/fuse_devices.h"
 #include "fuse/fuse_model.h"
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
 
@@ -34,10 +35,10 @@ void ChooseOther(FakeFuseForm& form) {
 
 TEST(FuseCommands, WriteAndReadStartWithTheMarkAndTheLinkCheck) {
   for (const std::string device : kAllDevices) {
-    for (const auto command : {&ops::ReadFusesCommand, &ops::WriteFusesCommand}) {
+    for (const auto command : {&ops::cmdFuseRead_Click, &ops::cmdFuseWrite_Click}) {
       SCOPED_TRACE(device);
       BoardRun run(device);
-      EXPECT_EQ(command(run.Context), CommandEnding::Finished);
+      EXPECT_EQ(ops::RunCommand(run.Context, command), CommandEnding::Finished);
       EXPECT_EQ(run.NewTrace().front(), "\r\n>>>>> START <<<<<");
       Bytes start = BoardRun::LinkCheckBytes(CodeOf(device));
       for (const std::uint8_t byte : Hex("'APsL'")) start.push_back(byte);
@@ -56,13 +57,13 @@ TEST(FuseCommands, WhatIsWrittenIsInTheChipAndReadBack) {
     ChooseOther(run.Fuses);
     run.Fuses.Select(FuseList::Lock, 1);
     Positions chosen = PositionsOf(run.Fuses);
-    ops::WriteFusesCommand(run.Context);
+    ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
     EXPECT_EQ(run.Chip().LockBits(), 2U);
     if (!Readable(device)) continue;
     BoardRun other(device);
     other.Chip().SetFuses(run.Chip().FuseLow(), run.Chip().FuseHigh());
     other.Chip().SetLockBits(run.Chip().LockBits());
-    ops::ReadFusesCommand(other.Context);
+    ops::RunCommand(other.Context, ops::cmdFuseRead_Click);
     // "01" of an ATtiny15L writes the chip's bits 11.
     if (device == "ATtiny15L") chosen[FuseList::Cksel] = 3;
     EXPECT_EQ(PositionsOf(other.Fuses), chosen);
@@ -72,9 +73,9 @@ TEST(FuseCommands, WhatIsWrittenIsInTheChipAndReadBack) {
 TEST(FuseCommands, AChipInItsThirdLockModeIsTakenForAnotherOne) {
   BoardRun run("ATtiny12L");
   run.Fuses.Select(FuseList::Lock, 0);
-  ops::WriteFusesCommand(run.Context);
+  ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
   EXPECT_EQ(run.Chip().LockBits(), 0U);
-  ops::ReadFusesCommand(run.Context);
+  ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(run.Dialog.Text, "設定デバイスと、ソケット上のデバイスがミスマッチです。");
 }
 
@@ -83,20 +84,20 @@ TEST(FuseCommands, AChipWhoseResetPinWasGivenAwayIsNeverReachedAgain) {
     SCOPED_TRACE(device);
     BoardRun run(device);
     run.Fuses.Select(FuseList::Rstdisabl, 0);
-    ops::WriteFusesCommand(run.Context);
+    ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
     EXPECT_TRUE(ops::Succeeded(run.State));
-    ops::ReadFusesCommand(run.Context);
+    ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
     EXPECT_FALSE(ops::Succeeded(run.State));
     EXPECT_EQ(run.PanelText(screen::Panel::Signature), "FF:FF:FF");
-    ops::WriteFusesCommand(run.Context);
-    EXPECT_FALSE(run.State.Chip.FuseWriteStarted);
+    ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
+    EXPECT_FALSE(run.State.Command.FuseWriteStarted);
   }
 }
 
 TEST(FuseCommands, AFailingLinkCheckSendsNothingToTheChip) {
-  for (const auto command : {&ops::ReadFusesCommand, &ops::WriteFusesCommand}) {
+  for (const auto command : {&ops::cmdFuseRead_Click, &ops::cmdFuseWrite_Click}) {
     BoardRun run("ATtiny12L", {.Faults = {MakeFault("silent")}});
-    command(run.Context);
+    ops::RunCommand(run.Context, command);
     EXPECT_EQ(std::ranges::count(run.Wire, 'P'), 0);
     EXPECT_FALSE(ops::Succeeded(run.State));
   }
@@ -125,7 +126,7 @@ TEST(FuseCommands, AFailureSaysInASecondLineWhatStateTheChipIsIn) {
       faults.push_back(MakeFault("drop@" + std::to_string(more)));
     }
     BoardRun failing("ATtiny12L", {.Faults = faults});
-    ops::WriteFusesCommand(failing.Context);
+    ops::RunCommand(failing.Context, ops::cmdFuseWrite_Click);
     EXPECT_EQ(failing.Dialog.Text, text);
     EXPECT_FALSE(failing.Dialog.IsBusy());
     EXPECT_EQ(failing.Dialog.Detail,
@@ -136,7 +137,7 @@ TEST(FuseCommands, AFailureSaysInASecondLineWhatStateTheChipIsIn) {
 
 TEST(FuseCommands, AFailedReadSaysWhatTheListsShow) {
   BoardRun mismatch("ATtiny12L", {.Chip = "AT90S2313"});
-  ops::ReadFusesCommand(mismatch.Context);
+  ops::RunCommand(mismatch.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(mismatch.Dialog.Text, "設定デバイスと、ソケット上のデバイスがミスマッチです。");
   EXPECT_EQ(ops::DescribeChipState(mismatch.State, ops::Language::English),
             "no fuse or lock bits read, the lists are unchanged: check the connection and the "
@@ -144,26 +145,26 @@ TEST(FuseCommands, AFailedReadSaysWhatTheListsShow) {
   EXPECT_EQ(mismatch.Dialog.Detail,
             ops::DescribeChipState(mismatch.State, ops::Language::Japanese));
   BoardRun partly("ATtiny12L", {.Faults = {MakeFault("drop@15")}});
-  ops::ReadFusesCommand(partly.Context);
+  ops::RunCommand(partly.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(ops::DescribeChipState(partly.State, ops::Language::English),
             "fuse and lock bits read in part, the other lists are unchanged: read again");
 }
 
 TEST(FuseCommands, AnyReplyMayBeLostAndTheNextCommandWorks) {
   for (const std::string device : kAllDevices) {
-    for (const auto command : {&ops::ReadFusesCommand, &ops::WriteFusesCommand}) {
+    for (const auto command : {&ops::cmdFuseRead_Click, &ops::cmdFuseWrite_Click}) {
       // The link check has 4 replies, the check of the chip 4, and each byte 4.
       const fuse::FuseLayout& layout = fuse::LayoutOf(device);
       const std::size_t bytes =
-          command == &ops::ReadFusesCommand ? layout.ReadSteps.size() : layout.WriteSteps.size();
+          command == &ops::cmdFuseRead_Click ? layout.ReadSteps.size() : layout.WriteSteps.size();
       for (std::size_t reply = 1; reply <= 8 + 4 * bytes; ++reply) {
         SCOPED_TRACE(device + " " + std::to_string(reply));
         BoardRun run(device, {.Faults = {MakeFault("drop@" + std::to_string(reply))}});
-        command(run.Context);
+        ops::RunCommand(run.Context, command);
         EXPECT_FALSE(run.Dialog.IsBusy());
         EXPECT_TRUE(run.Fuses.FrameVisible);
         run.Clock.Advance(2);
-        command(run.Context);
+        ops::RunCommand(run.Context, command);
         EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(screen::Panel::Status);
       }
     }
@@ -176,11 +177,11 @@ TEST(FuseCommands, NoneStartsWhileAnotherCommandRuns) {
   run.Events.OnTurn = [&] {
     run.Events.OnTurn = {};
     for (const auto command :
-         {&ops::ReadFusesCommand, &ops::WriteFusesCommand, &ops::PickRstDisableCommand}) {
-      endings.push_back(command(run.Context));
+         {&ops::cmdFuseRead_Click, &ops::cmdFuseWrite_Click, &ops::Combo_RSTDISABL_Click}) {
+      endings.push_back(ops::RunCommand(run.Context, command));
     }
   };
-  EXPECT_EQ(ops::ReadFusesCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::cmdFuseRead_Click), CommandEnding::Finished);
   EXPECT_EQ(endings, std::vector(3, CommandEnding::Refused));
   EXPECT_TRUE(ops::Succeeded(run.State));
 }
@@ -190,7 +191,7 @@ TEST(FuseCommands, AStopLeavesProgrammingMode) {
   run.Events.OnTurn = [&] {
     if (std::ranges::count(run.Wire, 'u') == 1) run.State.StopRequested = true;
   };
-  EXPECT_EQ(ops::WriteFusesCommand(run.Context), CommandEnding::Stopped);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::cmdFuseWrite_Click), CommandEnding::Stopped);
   EXPECT_EQ(run.Wire.back(), 'L');
   EXPECT_FALSE(run.Dialog.Loaded);
   EXPECT_EQ(std::ranges::count(run.Wire, ';'), 0);
@@ -199,7 +200,7 @@ TEST(FuseCommands, AStopLeavesProgrammingMode) {
 TEST(FuseCommands, PickingTheResetPinWarnsUnderTheGuardOfACommand) {
   BoardRun run("ATtiny26L");
   run.Fuses.Select(FuseList::Rstdisabl, 0);
-  EXPECT_EQ(ops::PickRstDisableCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Combo_RSTDISABL_Click), CommandEnding::Finished);
   EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
   EXPECT_TRUE(run.Wire.empty());
   EXPECT_EQ(run.NewTrace().size(), 1U);

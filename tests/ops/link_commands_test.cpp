@@ -6,11 +6,18 @@
 
 #include <gtest/gtest.h>
 
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
+
+core::CommandEnding Measure(BoardRun& run, int count, std::vector<double>& times) {
+  return ops::RunCommand(run.Context, [&](core::RunContext& context) {
+    ops::MeasureRoundTrips(context, count, times);
+  });
+}
 
 using core::CommandEnding;
 using ops::BoardVerdict;
@@ -28,7 +35,7 @@ board::SimulatedBoardOptions WithVersion(const std::string& line) {
 struct DetectRun : BoardRun {
   explicit DetectRun(board::SimulatedBoardOptions options = {})
       : BoardRun("AT90S8515", std::move(options)) {
-    EXPECT_EQ(ops::DetectCommand(Context), CommandEnding::Finished);
+    EXPECT_EQ(ops::RunCommand(Context, ops::Detect), CommandEnding::Finished);
   }
   [[nodiscard]] BoardVerdict Verdict() const { return ops::VerdictOf(State); }
   [[nodiscard]] DeviceAnswer Answer() const { return ops::DeviceAnswerOf(State); }
@@ -76,7 +83,7 @@ TEST(Detect, WhatAnEarlierBoardSaidIsForgotten) {
   DetectRun run;
   run.Port.Board().Protocol().Restart();
   run.Settings.Write("Settings", "ComNox", "0");
-  ops::DetectCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Detect);
   EXPECT_EQ(run.Verdict(), BoardVerdict::None);
   EXPECT_EQ(run.Answer(), DeviceAnswer::NotAsked);
 }
@@ -85,13 +92,13 @@ TEST(RoundTrips, AreMeasuredOneByOneAndEndWithTheEscapeByte) {
   DetectRun run;
   run.Wire.clear();
   std::vector<double> times;
-  EXPECT_EQ(ops::MeasureRoundTripsCommand(run.Context, 200, times), CommandEnding::Finished);
+  EXPECT_EQ(Measure(run, 200, times), CommandEnding::Finished);
   ASSERT_EQ(times.size(), 200U);
   for (const double time : times) EXPECT_NEAR(time, 2 * kByte, 0.0002);
   Bytes expected(200, 'A');
   expected.push_back(0x1B);
   EXPECT_EQ(run.Wire, expected);
-  EXPECT_FALSE(run.State.InProgrammingMode);
+  EXPECT_FALSE(run.State.Command.InProgrammingMode);
   EXPECT_EQ(run.Port.Board().Protocol().Set(), board::CommandSet::Normal);
 }
 
@@ -100,7 +107,7 @@ TEST(RoundTrips, AnAdapterThatHoldsRepliesBackShows) {
   options.Latency = std::chrono::milliseconds(16);
   DetectRun run(options);
   std::vector<double> times;
-  ops::MeasureRoundTripsCommand(run.Context, 20, times);
+  Measure(run, 20, times);
   ASSERT_EQ(times.size(), 20U);
   EXPECT_NEAR(ops::SpreadOf(times).Median, 0.016 + 2 * kByte, 0.001);
 }
@@ -110,7 +117,7 @@ TEST(RoundTrips, StopAtTheFirstExchangeWithoutAnAnswer) {
   options.Faults.push_back(MakeFault("silent@10"));
   DetectRun run(options);
   std::vector<double> times;
-  EXPECT_EQ(ops::MeasureRoundTripsCommand(run.Context, 200, times), CommandEnding::Finished);
+  EXPECT_EQ(Measure(run, 200, times), CommandEnding::Finished);
   EXPECT_EQ(times.size(), 5U);
 }
 
@@ -118,7 +125,7 @@ TEST(RoundTrips, AcrossMidnightAreMeasuredToo) {
   DetectRun run;
   run.Clock.Set(86399.9999);
   std::vector<double> times;
-  ops::MeasureRoundTripsCommand(run.Context, 3, times);
+  Measure(run, 3, times);
   for (const double time : times) EXPECT_NEAR(time, 2 * kByte, 0.0002);
 }
 
@@ -154,11 +161,11 @@ TEST(Forecast, IsWhatProgrammingAFullDeviceTakesOnTheSimulatedLine) {
   DetectRun run(options);
   run.LoadImage(RandomBytes(8192, 3), Bytes(512, 0x21));
   std::vector<double> times;
-  ops::MeasureRoundTripsCommand(run.Context, 200, times);
+  Measure(run, 200, times);
   const double extra = ops::SpreadOf(times).Median - ops::RoundTripWireSeconds();
   const ops::ProgrammingForecast forecast = ops::Forecast(run.Context, extra);
   const double start = run.Clock.Elapsed();
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   const double took = run.Clock.Elapsed() - start;
   const double expected = forecast.WriteSeconds + forecast.VerifySeconds;
   EXPECT_NEAR(took, expected, 0.05 * expected);

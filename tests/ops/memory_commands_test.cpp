@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "core/device_catalogue.h"
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
 #include "ops/read_device.h"
@@ -76,7 +77,7 @@ TEST_P(OnEveryDevice, ReadSendsTheDescribedBytesAndFillsBothBuffers) {
   const Bytes eeprom = RandomBytes(EepromBytes(), 12);
   FillChip(run.Chip(), flash, eeprom);
 
-  EXPECT_EQ(ops::ReadCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_read_Click), CommandEnding::Finished);
 
   Bytes wire = BoardRun::LinkCheckBytes(GetParam().DeviceCode);
   Append(wire, Hex("'APsLAPa' 00 00"));
@@ -97,12 +98,12 @@ TEST_P(OnEveryDevice, AChipThatIsReadAndProgrammedIntoAnotherIsTheSameChip) {
   BoardRun run(Name(), {.Baud = 0});
   FillChip(run.Chip(), RandomBytes(2 * Words(), 13), RandomBytes(EepromBytes(), 14));
   const Bytes original = run.Chip().BinaryImage();
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
 
   BoardRun other(Name(), {.Baud = 0});
   other.State.FlashBuffer = run.State.FlashBuffer;
   other.State.EepromBuffer = run.State.EepromBuffer;
-  ops::ProgramCommand(other.Context);
+  ops::RunCommand(other.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(other.Chip().BinaryImage(), original);
 }
 
@@ -111,16 +112,16 @@ TEST_P(OnEveryDevice, WhatIsProgrammedIsReadAndSavedInAFreshRun) {
   const Bytes eeprom = RandomBytes(EepromBytes(), 22);
   BoardRun first(Name(), {.Baud = 0});
   first.LoadImage(flash, eeprom);
-  ops::ProgramCommand(first.Context);
+  ops::RunCommand(first.Context, ops::Cmd_btn_program_Click);
   ASSERT_TRUE(ops::Succeeded(first.State));
   const Bytes image = first.Chip().BinaryImage();
 
   BoardRun fresh(Name(), {.Baud = 0});
   FillChip(fresh.Chip(), Bytes(image.begin(), image.begin() + static_cast<long>(flash.size())),
            Bytes(image.begin() + static_cast<long>(flash.size()), image.end()));
-  ops::ReadCommand(fresh.Context);
+  ops::RunCommand(fresh.Context, ops::Cmd_btn_read_Click);
   fresh.FileDialogs.Choice = "/files/copy.hex";
-  EXPECT_EQ(ops::SaveBothAsCommand(fresh.Context).Report.End, image::SaveEnd::Written);
+  EXPECT_EQ(ops::RunCommand(fresh.Context, ops::mnuFileSaveAs_Click), CommandEnding::Finished);
 
   Bytes doubled = eeprom;
   doubled.resize(2 * eeprom.size(), 0xFF);
@@ -137,7 +138,7 @@ TEST_P(OnEveryDevice, VerifySendsTheDescribedBytesAndFindsNoDifference) {
   FillChip(run.Chip(), flash, eeprom);
   run.LoadImage(flash, eeprom);
 
-  EXPECT_EQ(ops::VerifyCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_verify_Click), CommandEnding::Finished);
 
   Bytes wire = BoardRun::LinkCheckBytes(GetParam().DeviceCode);
   Append(wire, Hex("'APsLAPa' 00 00"));
@@ -156,7 +157,7 @@ TEST_P(OnEveryDevice, EraseSendsTheDescribedBytesAndBlanksTheChip) {
   FillChip(run.Chip(), RandomBytes(2 * Words(), 17), RandomBytes(EepromBytes(), 18));
   run.Chip().SetLockBits(2);
 
-  EXPECT_EQ(ops::EraseCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click), CommandEnding::Finished);
 
   Bytes wire = BoardRun::LinkCheckBytes(GetParam().DeviceCode);
   Append(wire, Hex("'sAPeL'"));
@@ -177,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(Devices, OnEveryDevice, ::testing::ValuesIn(core::Devic
 
 TEST(Read, TracesItsStepsAndShowsItsCompletionAndTheElapsedTime) {
   BoardRun run(kTiny12, {.Baud = 0});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   const Texts expected{"\r\n>>>>> START <<<<<",
                        "",
                        "ライタと通信中！",
@@ -240,7 +241,7 @@ TEST(Read, TracesItsStepsAndShowsItsCompletionAndTheElapsedTime) {
 TEST(Read, OfAnErasedChipFillsBothBuffersWithBlanks) {
   BoardRun run(kTiny12, {.Baud = 0});
   run.LoadImage(Bytes(1024, 0), Bytes(64, 0));
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_TRUE(std::all_of(run.State.FlashBuffer.begin(), run.State.FlashBuffer.begin() + 1024,
                           [](std::uint8_t byte) { return byte == 0xFF; }));
   EXPECT_TRUE(std::all_of(run.State.EepromBuffer.begin(), run.State.EepromBuffer.begin() + 64,
@@ -253,7 +254,7 @@ TEST(Read, AWordThatTimesOutEndsItAtOnceWithTheWordsBeforeItInTheBuffer) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@15")}});
   FillChip(run.Chip(), Bytes(1024, 0x21), Bytes(64, 0x43));
   run.LoadImage(Bytes(1024, 0x77), Bytes(64, 0x78));
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.State.FlashBuffer[5], 0x21);
   EXPECT_EQ(run.State.FlashBuffer[6], 0x77);
   EXPECT_EQ(run.State.EepromBuffer[0], 0x78);
@@ -264,7 +265,7 @@ TEST(Read, AWordThatTimesOutEndsItAtOnceWithTheWordsBeforeItInTheBuffer) {
   EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
             "flash read up to word 0x0002, the rest of the buffers is unchanged: read again");
   // The board was left in programming mode; the next command finds its way all the same.
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_TRUE(ops::Succeeded(run.State));
 }
 
@@ -272,7 +273,7 @@ TEST(Read, AFailedSignatureSessionLeavesTheBuffersAlone) {
   BoardRun run(kTiny12, {.Chip = "AT90S2313"});
   run.LoadImage(Bytes(16, 0x77), {});
   const Bytes before = run.State.FlashBuffer;
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.State.FlashBuffer, before);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "0秒");
   EXPECT_TRUE(Contains(run.NewTrace(), "リードを中止しました。"));
@@ -281,7 +282,7 @@ TEST(Read, AFailedSignatureSessionLeavesTheBuffersAlone) {
 TEST(Read, AnUnansweredProgrammingModeShowsTheCommunicationErrorAndReadsNothing) {
   // The second "P" is reply 10.
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@10")}});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.Dialog.Text, "通信エラーが発生しました。");
   EXPECT_EQ(run.Wire.back(), 'P');
   EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
@@ -292,7 +293,7 @@ TEST(Read, AFailedEepromByteRunsToTheEndAndIsReported) {
   // Flash phase: A P a, 512 words, L; then A P a d: the first EEPROM byte is reply 528.
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@528")}});
   FillChip(run.Chip(), {}, Bytes(64, 0x43));
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.Dialog.Text, "ＥＥＰＲＯＭデータメモリ 読出し失敗");
   EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
   EXPECT_EQ(run.State.EepromBuffer[63], 0x43);
@@ -304,7 +305,7 @@ TEST(Read, AnUnansweredFrameBeforeTheFlashReadsNothing) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@9")}});
   run.LoadImage(Bytes(16, 0x77), {});
   const Bytes before = run.State.FlashBuffer;
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.State.FlashBuffer, before);
   EXPECT_EQ(run.Wire.back(), 'A');
   EXPECT_NE(run.State.LinkError, 0);
@@ -316,7 +317,7 @@ TEST(Read, AFlashPhaseThatFailsAtItsEndIsReportedAndTheEepromIsNotRead) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@524")}});
   FillChip(run.Chip(), Bytes(1024, 0x21), Bytes(64, 0x43));
   run.Views.Calls.clear();
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.Dialog.Text, "フラッシュプログラムメモリ 読出し失敗");
   EXPECT_TRUE(Contains(run.NewTrace(), "フラッシュプログラムメモリ 読出し失敗"));
   EXPECT_EQ(run.State.FlashBuffer[1023], 0x21);
@@ -329,7 +330,7 @@ TEST(Read, AFlashPhaseThatFailsAtItsEndIsReportedAndTheEepromIsNotRead) {
 TEST(Read, AnUnansweredFrameBeforeTheEepromKeepsTheFlashThatWasRead) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@525")}});
   FillChip(run.Chip(), Bytes(1024, 0x21), Bytes(64, 0x43));
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.State.FlashBuffer[1023], 0x21);
   EXPECT_NE(run.FileText("avrhex.txt").find("0000: 2121 2121"), std::string::npos);
   EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
@@ -339,7 +340,7 @@ TEST(Read, AnUnansweredFrameBeforeTheEepromKeepsTheFlashThatWasRead) {
 
 TEST(Read, AnUnansweredProgrammingModeBeforeTheEepromRunsToTheEndAndIsReported) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@526")}});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_TRUE(Contains(run.NewTrace(), "ＥＥＰＲＯＭデータメモリ 読出し失敗"));
   EXPECT_EQ(run.Dialog.Text, "ＥＥＰＲＯＭデータメモリ 読出し失敗");
   EXPECT_EQ(std::ranges::count(run.Wire, 'd'), 64);
@@ -354,7 +355,7 @@ TEST(Read, ShowsTheProgressOfEachMemory) {
       ranges.push_back(run.Dialog.ProgressMaximum);
     }
   };
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(ranges, (std::vector<int>{-1, 512, 64}));
   std::vector<int> expected;
   for (int word = 0; word < 512; ++word) expected.push_back(word);
@@ -364,7 +365,7 @@ TEST(Read, ShowsTheProgressOfEachMemory) {
 
 TEST(Read, TheElapsedTimeIsInWholeSecondsAndKeptInPlaceOfTheStart) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@15")}});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "5秒");
   EXPECT_EQ(run.State.OperationStartTime, 5.0);
 }
@@ -372,7 +373,7 @@ TEST(Read, TheElapsedTimeIsInWholeSecondsAndKeptInPlaceOfTheStart) {
 TEST(Read, ShowsTheFuseAndLockBitsOfTheChip) {
   BoardRun run(kTiny12, {.Baud = 0});
   run.Chip().SetFuses(0x97, 0xFF);
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Cksel].Text(), "0111");
   EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Boden].Text(), "Enable");
   EXPECT_EQ(run.Fuses.Calibration, "0x6B");
@@ -382,9 +383,9 @@ TEST(Read, ShowsTheFuseAndLockBitsOfTheChip) {
 
 TEST(Read, OfADeviceWhoseFusesCannotBeReadReadsNoneAndIsComplete) {
   BoardRun run("AT90S8515", {.Baud = 0});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_TRUE(ops::Succeeded(run.State));
-  EXPECT_TRUE(run.State.Chip.FuseBytes.empty());
+  EXPECT_TRUE(run.State.Command.FuseBytes.empty());
   EXPECT_EQ(run.PanelText(Panel::Status),
             "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
   EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English), "flash and EEPROM read");
@@ -392,14 +393,14 @@ TEST(Read, OfADeviceWhoseFusesCannotBeReadReadsNoneAndIsComplete) {
 
 TEST(Read, OfMemoriesThatFailedReadsNoFuses) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@528")}});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(std::ranges::count(run.Wire, 'r'), 0);
 }
 
 TEST(Read, WhoseFusesFailIsNotComplete) {
   // The memories end with reply 655; then A P s L, and A P r: reply 662.
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@662")}});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.Dialog.Text, "Lock/Fuse bit リードに失敗しました。");
   EXPECT_EQ(run.PanelText(Panel::Status), "Lock/Fuse bit リードに失敗しました。");
   EXPECT_NE(run.PanelText(Panel::Elapsed), "");
@@ -409,7 +410,7 @@ TEST(Read, WhoseFusesFailIsNotComplete) {
 
 TEST(Read, WithAFailingLinkCheckLeavesTheElapsedTimeEmpty) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
 }
 
@@ -419,7 +420,7 @@ TEST(Read, OfAnotherChipInTheSocketThanAtItsStartEndsWithTheMismatchAndTheElapse
   run.Events.OnTurn = [&] {
     if (run.Dialog.Text == "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....") run.Chip().SetLockBits(0);
   };
-  ops::ReadCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.Dialog.Text, "設定デバイスと、ソケット上のデバイスがミスマッチです。");
   EXPECT_EQ(std::ranges::count(run.Wire, 'r'), 0);
   EXPECT_EQ(run.State.LinkError, 1);
@@ -431,13 +432,13 @@ TEST(Read, OfAnotherChipInTheSocketThanAtItsStartEndsWithTheMismatchAndTheElapse
 TEST(EraseCommand, ResetsTheFuseListsToTheirDefaultsOnlyWhenItSucceeds) {
   BoardRun failing(kTiny12, {.Faults = {MakeFault("silent")}});
   failing.Fuses.Select(screen::FuseList::Cksel, 7);
-  ops::EraseCommand(failing.Context);
+  ops::RunCommand(failing.Context, ops::Cmd_btn_erase_Click);
   EXPECT_EQ(failing.Fuses.Lists[screen::FuseList::Cksel].Text(), "0111");
   BoardRun run(kTiny12, {.Baud = 0});
   run.Fuses.Select(screen::FuseList::Cksel, 7);
   run.Fuses.Select(screen::FuseList::Lock, 0);
   run.Fuses.SetCalibrationText("0x6B");
-  ops::EraseCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click);
   EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Cksel].Text(), "0010");
   EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Lock].Text(), "プロテクトなし");
   EXPECT_EQ(run.Fuses.Calibration, "?");
@@ -447,7 +448,7 @@ TEST(VerifyCommand, ReportsItsEndWhateverItFound) {
   // The first word is reply 12.
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@12")}});
   run.LoadImage({0x0C, 0x94}, {});
-  ops::VerifyCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_verify_Click);
   const Texts trace = run.NewTrace();
   EXPECT_TRUE(Contains(trace, "フラッシュメモリ ベリファイ失敗"));
   EXPECT_TRUE(Contains(trace, "ベリファイ　通信エラー"));
@@ -457,21 +458,21 @@ TEST(VerifyCommand, ReportsItsEndWhateverItFound) {
 TEST(VerifyCommand, OfAnotherChipIsStoppedAndLeavesTheReportAlone) {
   BoardRun run(kTiny12, {.Chip = "AT90S2313"});
   run.Files.Files["/app/avrvfy.txt"] = "of an earlier run";
-  ops::VerifyCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_verify_Click);
   EXPECT_TRUE(Contains(run.NewTrace(), "ベリファイを中止しました。"));
   EXPECT_EQ(run.FileText("avrvfy.txt"), "of an earlier run");
 }
 
 TEST(VerifyCommand, WithAFailingLinkCheckReportsNoEnd) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
-  ops::VerifyCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_verify_Click);
   EXPECT_FALSE(Contains(run.NewTrace(), "ベリファイ終了しました。"));
 }
 
 TEST(VerifyCommand, ShowsNoElapsedTimeAndReportsDifferences) {
   BoardRun run(kTiny12);
   run.LoadImage({0x0C, 0x94}, {});
-  ops::VerifyCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_verify_Click);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
   EXPECT_EQ(run.PanelText(Panel::Status), "ベリファイ終了しました。");
@@ -483,7 +484,7 @@ TEST(EraseCommand, OfAProtectedChipGoesOnWhateverTheSignatureSays) {
   BoardRun run(kTiny12);
   FillChip(run.Chip(), Bytes(4, 0), {});
   run.Chip().SetLockBits(0);
-  ops::EraseCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click);
   EXPECT_EQ(run.PanelText(Panel::Signature), "00:01:02");
   EXPECT_EQ(run.Chip().LockBits(), 3U);
   EXPECT_EQ(run.PanelText(Panel::Status), "チップ イレース完了。");
@@ -493,7 +494,7 @@ TEST(EraseCommand, KeepsTheBuffersAndAppliesTheDeviceAgain) {
   BoardRun run(kTiny12);
   run.LoadImage({0x0C, 0x94}, {0x55});
   run.Form.FlashLabel.clear();
-  ops::EraseCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click);
   EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
   EXPECT_EQ(run.State.EepromBuffer[0], 0x55);
   EXPECT_EQ(run.Form.FlashLabel, "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 512 word");
@@ -504,7 +505,7 @@ TEST(EraseCommand, WithASilentSignatureGoesOn) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@5"), MakeFault("drop@6"), MakeFault("drop@7"),
                                     MakeFault("drop@8"), MakeFault("drop@9")}});
   FillChip(run.Chip(), Bytes(4, 0), {});
-  ops::EraseCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click);
   EXPECT_EQ(run.Chip().FlashWord(0), 0xFFFF);
   EXPECT_EQ(run.State.LinkError, 0);
   EXPECT_EQ(run.PanelText(Panel::Status), "チップ イレース完了。");
@@ -512,7 +513,7 @@ TEST(EraseCommand, WithASilentSignatureGoesOn) {
 
 TEST(EraseCommand, WithAFailingLinkCheckSendsNothingToTheChip) {
   BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
-  ops::EraseCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click);
   EXPECT_EQ(std::ranges::count(run.Wire, 'e'), 0);
   EXPECT_FALSE(Contains(run.NewTrace(), "チップ イレース完了。"));
 }
@@ -520,7 +521,7 @@ TEST(EraseCommand, WithAFailingLinkCheckSendsNothingToTheChip) {
 TEST(EraseCommand, ThatFailsReportsNoCompletion) {
   // Link check 4 replies, "s" 1, then A P e: reply 8.
   BoardRun run(kTiny12, {.Faults = {MakeFault("drop@8")}});
-  ops::EraseCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click);
   const Texts trace = run.NewTrace();
   EXPECT_TRUE(Contains(trace, "チップ イレース失敗"));
   EXPECT_FALSE(Contains(trace, "チップ イレース完了。"));
@@ -529,33 +530,34 @@ TEST(EraseCommand, ThatFailsReportsNoCompletion) {
 }
 
 TEST(MemoryCommands, StartWithTheStartMark) {
-  for (const auto command : {&ops::ReadCommand, &ops::VerifyCommand, &ops::EraseCommand}) {
+  for (const auto command :
+       {&ops::Cmd_btn_read_Click, &ops::Cmd_btn_verify_Click, &ops::Cmd_btn_erase_Click}) {
     BoardRun run(kTiny12, {.Faults = {MakeFault("silent")}});
-    command(run.Context);
+    ops::RunCommand(run.Context, command);
     EXPECT_EQ(run.NewTrace().front(), "\r\n>>>>> START <<<<<");
   }
 }
 
 struct CommandRow {
-  CommandEnding (*Command)(core::RunContext&);
+  void (*Command)(core::RunContext&);
   int Replies;  ///< replies of a whole run with one word to compare, 20 of the many of a read
 };
 
 TEST(MemoryCommands, AnyReplyMayBeLostAndTheNextCommandWorks) {
   for (const auto& [command, replies] :
-       {CommandRow{&ops::ReadCommand, 20}, CommandRow{&ops::VerifyCommand, 16},
-        CommandRow{&ops::EraseCommand, 9}}) {
+       {CommandRow{&ops::Cmd_btn_read_Click, 20}, CommandRow{&ops::Cmd_btn_verify_Click, 16},
+        CommandRow{&ops::Cmd_btn_erase_Click, 9}}) {
     for (int reply = 1; reply <= replies; ++reply) {
       SCOPED_TRACE(std::to_string(replies) + " " + std::to_string(reply));
       BoardRun run(kTiny12, {.Faults = {MakeFault("drop@" + std::to_string(reply))}});
       run.LoadImage({0x0C, 0x94}, {});
       FillChip(run.Chip(), {0x0C, 0x94}, {});
-      command(run.Context);
+      ops::RunCommand(run.Context, command);
       EXPECT_FALSE(run.Dialog.IsBusy());
       run.Clock.Advance(2);
       FillChip(run.Chip(), {0x0C, 0x94}, {});
       run.LoadImage({0x0C, 0x94}, {});
-      command(run.Context);
+      ops::RunCommand(run.Context, command);
       EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(Panel::Status);
     }
   }

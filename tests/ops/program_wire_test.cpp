@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
 #include "support/test_run.h"
@@ -180,7 +181,7 @@ TEST_P(ProgramOnEveryDevice, SendsTheDescribedBytesAndLeavesTheImageInTheChip) {
   const Bytes eeprom = FullImage(device.EepromBytes, device.Code + 1U);
   run.LoadImage(flash, eeprom);
 
-  EXPECT_EQ(ops::ProgramCommand(run.Context), CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Finished);
 
   EXPECT_EQ(run.Wire, WholeRun(device, flash, eeprom).All());
   Bytes image = flash;
@@ -197,7 +198,7 @@ TEST_P(ProgramOnEveryDevice, WritesTheDescribedTraceDumpsAndReport) {
   const Bytes eeprom = FullImage(device.EepromBytes, 8);
   run.LoadImage(flash, eeprom);
 
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
 
   EXPECT_EQ(run.NewTrace(), ProgramTrace(device, run.PanelText(Panel::Elapsed)));
   EXPECT_EQ(run.Files.Files["/app/avrhex.txt"], ExpectedDump(Swapped(flash), 2));
@@ -224,7 +225,7 @@ TEST(ProgramWire, BlankFlashWithEepromDataStillSendsTheFlashPhaseWithoutWords) {
   const Bytes eeprom = FullImage(10, 3);
   run.LoadImage({}, eeprom);
 
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
 
   EXPECT_EQ(run.Wire, WholeRun(kSmall, {}, eeprom).All());
   EXPECT_TRUE(ops::Succeeded(run.State));
@@ -237,7 +238,7 @@ TEST(ProgramWire, AGapInFlashIsWrittenWordByWord) {
   flash[63] = 0x34;
   run.LoadImage(flash, {});
 
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
 
   EXPECT_EQ(run.Wire, WholeRun(kSmall, flash, {}).All());
   EXPECT_EQ(run.State.FlashProgramCount, 32);
@@ -248,14 +249,14 @@ TEST(ProgramWire, AWordIsUsedWhenEitherOfItsBytesIsNotBlank) {
   Bytes flash(8, 0xFF);
   flash[6] = 0x00;  // the low byte of word 3 alone
   run.LoadImage(flash, {});
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(run.State.FlashProgramCount, 4);
 
   BoardRun other(kSmall.Name);
   flash[6] = 0xFF;
   flash[7] = 0x00;  // the high byte of word 3 alone
   other.LoadImage(flash, {});
-  ops::ProgramCommand(other.Context);
+  ops::RunCommand(other.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(other.State.FlashProgramCount, 4);
 }
 
@@ -265,7 +266,7 @@ TEST(ProgramWire, AnEepromWhoseLastByteAloneIsUsedCostsOneWrite) {
   eeprom[63] = 0x42;
   run.LoadImage({}, eeprom);
 
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
 
   Transcript phase;
   phase.Add({'A', 'P', 'a', 0, 63, 'D', 0x42, 'L'});
@@ -284,7 +285,7 @@ TEST(ProgramWire, DataBeyondTheChipIsNotProgrammed) {
   flash.back() = 0x22;
   run.LoadImage(flash, {});
 
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
 
   EXPECT_EQ(run.State.FlashProgramCount, 1);
   EXPECT_TRUE(ops::Succeeded(run.State));
@@ -294,7 +295,7 @@ TEST(ProgramWire, BothBuffersBlankEraseTheChipAndSendNothingMore) {
   BoardRun run(kSmall.Name);
   run.Chip().SetFlashWord(5, 0x1234);
 
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
 
   Transcript wire;
   wire.LinkCheck(kSmall.Code).SignatureSession().Erase();
@@ -309,7 +310,7 @@ TEST(ProgramWire, BothBuffersBlankEraseTheChipAndSendNothingMore) {
 TEST(ProgramWire, TheElapsedSecondsAreWholeAndFollowedByTheirUnit) {
   BoardRun run(kSmall.Name, {.Faults = {MakeFault("late@19:2500")}});
   run.LoadImage(FullImage(2, 1), {});
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "3秒");
   EXPECT_EQ(run.State.OperationStartTime, 3.0);
 }
@@ -320,7 +321,7 @@ TEST(ProgramWire, SelectingAnotherDeviceTextChoosesTheWordCommand) {
   BoardRun run(tiny26.Name);
   const Bytes flash = FullImage(6, 4);
   run.LoadImage(flash, {});
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(std::count(run.Wire.begin(), run.Wire.end(), std::uint8_t{'c'}), 0);
   EXPECT_EQ(run.Wire, WholeRun(tiny26, flash, {}).All());
 }

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/command.h"
+#include "ops/command.h"
 #include "ops/stop_procedure.h"
 #include "support/form_fakes.h"
 #include "support/test_run.h"
@@ -27,8 +27,10 @@ struct WindowStart : ScriptedRun {
   WindowStart() { State.AppFolder.clear(); }
 
   CommandEnding Start(const std::string& argument = "") {
-    return ops::StartWindowCommand(Context, Window, Instance,
-                                   {.AppFolder = "/app/", .CommandArgument = argument});
+    return ops::RunCommand(Context, [&](core::RunContext& context) {
+      ops::StartWindow(context, Window, &Instance,
+                       {.AppFolder = "/app/", .CommandArgument = argument});
+    });
   }
   void Store(const char* key, const char* value) { Settings.Write("Settings", key, value); }
   [[nodiscard]] std::string Stored(const char* key) const {

@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "core/settings_keys.h"
+#include "ops/command.h"
 #include "ops/commands.h"
+#include "ops/start_procedure.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
@@ -16,7 +18,9 @@ using core::CommandEnding;
 struct StartRun : ScriptedRun {
   CommandEnding Start(const std::string& argument = "") {
     State.AppFolder.clear();
-    return ops::StartCommand(Context, {.AppFolder = "/app/", .CommandArgument = argument});
+    return ops::RunCommand(Context, [&](core::RunContext& context) {
+      ops::Start(context, {.AppFolder = "/app/", .CommandArgument = argument});
+    });
   }
 };
 
@@ -92,7 +96,8 @@ TEST(Open, AFileByItsPathStoresItsWordsHighByteFirst) {
   StartRun run;
   run.Start();
   run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n:00000001FF\r\n";
-  ops::OpenBothCommand(run.Context, "/p/a.hex");
+  ops::RunCommand(run.Context,
+                  [](core::RunContext& context) { ops::OpenPair(context, "/p/a.hex"); });
   EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
   EXPECT_EQ(run.State.FlashBuffer[1], 0x0C);
   EXPECT_EQ(run.PanelText(screen::Panel::Status), "ファイルをオープンしました。");
@@ -104,7 +109,7 @@ TEST(Pick, DiscardsTheLoadedImageAndStoresTheSelection) {
   run.State.FlashBuffer[0] = 1;
   run.State.EepromBuffer[2048] = 2;
   run.Form.SetDeviceIndex(2);
-  ops::PickDeviceCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Combo_device_Click);
   EXPECT_EQ(run.State.FlashBuffer[0], 0xFF);
   EXPECT_EQ(run.State.EepromBuffer[2048], 0xFF);
   EXPECT_EQ(run.Settings.Read("Settings", "device"), "2");
@@ -116,8 +121,8 @@ TEST(Open, ACancelledDialogChangesNothing) {
   StartRun run;
   run.Start();
   run.NewTrace();
-  const ops::OpenResult result = ops::OpenBothCommand(run.Context);
-  EXPECT_FALSE(result.Chosen);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::mnuFileOpen_Click), CommandEnding::Finished);
+  EXPECT_EQ(run.FileDialogs.Requests.size(), 1U);
   EXPECT_EQ(run.State.CodeFileName, "");
   EXPECT_TRUE(run.NewTrace().empty());
 }
@@ -129,8 +134,7 @@ TEST(Open, TheChosenFileBringsItsPartner) {
   run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
   run.Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
   run.FileDialogs.Choice = "/p/a.hex";
-  const ops::OpenResult result = ops::OpenBothCommand(run.Context);
-  EXPECT_TRUE(result.Report.DataFileFound);
+  ops::RunCommand(run.Context, ops::mnuFileOpen_Click);
   EXPECT_EQ(run.State.EepromBuffer[0], 0x42);
   EXPECT_EQ(run.FileDialogs.Requests.at(0).StartFolder, "/last");
   EXPECT_EQ(run.Settings.Read("Settings", "OPEN_DIR"), "/p");
@@ -141,23 +145,26 @@ TEST(Open, WithoutADataPathLeavesTheEepromBlank) {
   run.Start();
   run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
   run.Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
-  ops::OpenBothCommand(run.Context, "/p/a.hex", "");
+  ops::RunCommand(run.Context,
+                  [](core::RunContext& context) { ops::OpenFiles(context, "/p/a.hex", ""); });
   EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
 }
 
 TEST(Reload, IsMarkedWhileItRunsAndNoOtherStartsMeanwhile) {
   BoardRun run("ATtiny12L");
   run.Files.Files["/files/prog.hex"] = ":020000000C945E\r\n";
-  ops::OpenBothCommand(run.Context, "/files/prog.hex");
+  ops::RunCommand(run.Context,
+                  [](core::RunContext& context) { ops::OpenPair(context, "/files/prog.hex"); });
   EXPECT_FALSE(run.State.ReloadInProgress);
   int reads = 0;
   run.Files.OnRead = [&] {
     ++reads;
     EXPECT_TRUE(run.State.ReloadInProgress);
-    EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::Refused);
+    EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_reload_Click),
+              core::CommandEnding::Refused);
     EXPECT_TRUE(run.State.ReloadInProgress) << "a refused one changes nothing";
   };
-  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::Finished);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_reload_Click), core::CommandEnding::Finished);
   EXPECT_EQ(reads, 1);
   EXPECT_FALSE(run.State.ReloadInProgress);
 }
@@ -165,9 +172,11 @@ TEST(Reload, IsMarkedWhileItRunsAndNoOtherStartsMeanwhile) {
 TEST(Reload, ThatADiscEndsIsMarkedNoLonger) {
   BoardRun run("ATtiny12L");
   run.Files.Files["/files/prog.hex"] = ":020000000C945E\r\n";
-  ops::OpenBothCommand(run.Context, "/files/prog.hex");
+  ops::RunCommand(run.Context,
+                  [](core::RunContext& context) { ops::OpenPair(context, "/files/prog.hex"); });
   run.Files.Refused = {"/app/avrhex.txt"};
-  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::FileError);
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_reload_Click),
+            core::CommandEnding::FileError);
   EXPECT_FALSE(run.State.ReloadInProgress);
 }
 

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "platform/system/code_page.h"
 #include "support/test_run.h"
@@ -106,7 +107,7 @@ TEST_F(Cli, SendsTheSameBytesAsTheEngineOnEveryLine) {
 
   BoardRun run("ATtiny26L");
   run.LoadImage(flash, {});
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(board.Wire(), run.Wire);
 }
 
@@ -817,11 +818,11 @@ TEST_F(Cli, WriteFusesReadsFirstChangesTheNamedFieldsAndWritesLikeTheButton) {
   EXPECT_THAT(result.Out, HasSubstr("ok: fuse and lock bits written ("));
 
   BoardRun run("ATtiny26L");
-  ops::ReadFusesCommand(run.Context);
+  ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   run.Fuses.Select(screen::FuseList::Cksel, 4);
   run.Fuses.Select(screen::FuseList::Boden, 0);
   run.Fuses.Select(screen::FuseList::Sut, 3);
-  ops::WriteFusesCommand(run.Context);
+  ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
   EXPECT_EQ(board.Wire(), run.Wire);
 
   const Result read = Run({"--port", board.Link(), "--device", "ATtiny26L", "read-fuses"});
@@ -845,7 +846,7 @@ TEST_F(Cli, WriteFusesOfADeviceThatCannotBeReadStartsFromTheDefaults) {
   EXPECT_THAT(result.Out, HasSubstr("new: Lock 0xFD\n"));
   BoardRun run("AT90S8515");
   run.Fuses.Select(screen::FuseList::Lock, 1);
-  ops::WriteFusesCommand(run.Context);
+  ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
   EXPECT_EQ(board.Wire(), run.Wire);
 }
 
@@ -1040,13 +1041,13 @@ TEST_F(Cli, ADumpOfAFileThatCannotBeReadPrintsNoDump) {
 TEST_F(Cli, TheWireOfReadVerifyAndEraseIsThatOfTheEngine) {
   struct Row {
     std::vector<std::string> Arguments;
-    core::CommandEnding (*Command)(core::RunContext&);
+    void (*Command)(core::RunContext&);
   };
   MakeCode({0x0C, 0x94, 0x2A, 0xC0});
   WriteFile(folder_.File("code.eep"), HexFile({0x11}));
-  for (const Row& row :
-       {Row{{"read"}, ops::ReadCommand}, Row{{"verify", "code.hex"}, ops::VerifyCommand},
-        Row{{"erase"}, ops::EraseCommand}}) {
+  for (const Row& row : {Row{{"read"}, ops::Cmd_btn_read_Click},
+                         Row{{"verify", "code.hex"}, ops::Cmd_btn_verify_Click},
+                         Row{{"erase"}, ops::Cmd_btn_erase_Click}}) {
     SCOPED_TRACE(row.Arguments.front());
     const BoardProgram board("ATtiny26L");
     std::vector<std::string> call{"--port", board.Link(), "--device", "ATtiny26L"};
@@ -1054,7 +1055,7 @@ TEST_F(Cli, TheWireOfReadVerifyAndEraseIsThatOfTheEngine) {
     Run(call);
     BoardRun run("ATtiny26L");
     run.LoadImage({0x0C, 0x94, 0x2A, 0xC0}, {0x11});
-    row.Command(run.Context);
+    ops::RunCommand(run.Context, row.Command);
     EXPECT_EQ(board.Wire(), run.Wire);
   }
 }

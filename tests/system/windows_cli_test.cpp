@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ops/command.h"
 #include "ops/commands.h"
 #include "platform/system/code_page.h"
 #include "support/test_run.h"
@@ -106,7 +107,7 @@ TEST_F(WindowsCli, ProgramsAWholeImageAndSendsTheSameBytesAsTheEngine) {
   EXPECT_EQ(port.Board.Dump(), image);
   BoardRun run("AT90S8515");
   run.LoadImage(flash, eeprom);
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(port.Board.Wire(), run.Wire);
 }
 
@@ -117,7 +118,7 @@ TEST_F(WindowsCli, SendsTheSameBytesToAChipWithItsOwnWayOfWriting) {
   ASSERT_EQ(Run({"--port", "COM3", "--device", "ATtiny26L", "program", "code.hex"}).Code, 0);
   BoardRun run("ATtiny26L");
   run.LoadImage(flash, {});
-  ops::ProgramCommand(run.Context);
+  ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(port.Board.Wire(), run.Wire);
 }
 
@@ -206,11 +207,11 @@ TEST_F(WindowsCli, ReadsAndWritesFusesWithTheSameBytesAsTheEngine) {
   EXPECT_THAT(result.Out, HasSubstr("old: Fuse 0xE1  High 0xF7  Lock 0xFF\n"));
   EXPECT_THAT(result.Out, HasSubstr("new: Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
   BoardRun run("ATtiny26L");
-  ops::ReadFusesCommand(run.Context);
+  ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   run.Fuses.Select(screen::FuseList::Cksel, 4);
   run.Fuses.Select(screen::FuseList::Boden, 0);
   run.Fuses.Select(screen::FuseList::Sut, 3);
-  ops::WriteFusesCommand(run.Context);
+  ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
   EXPECT_EQ(port.Board.Wire(), run.Wire);
   const Result read = Run({"--port", "COM3", "--device", "ATtiny26L", "read-fuses"});
   EXPECT_THAT(read.Out, HasSubstr("LOCK       プロテクトなし  (2)\n"

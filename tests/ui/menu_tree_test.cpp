@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "ui/elided_label.h"
+#include "ui/entry_names.h"
 #include "ui/guide_window.h"
 #include "ui/main_window.h"
 #include "ui/view_window.h"
@@ -25,31 +26,7 @@ namespace {
 class MenuTree : public ::testing::Test {
  protected:
   MenuTree() {
-    const auto logged = [this](const char* name) { return [this, name] { log_.push_back(name); }; };
-    window_.SetCommands({.Open = logged("open both"),
-                         .OpenCode = logged("open code"),
-                         .OpenData = logged("open data"),
-                         .OpenDropped = {},
-                         .Reload = logged("reload"),
-                         .Save = logged("save"),
-                         .SaveAs = logged("save both as"),
-                         .SaveCodeAs = logged("save code as"),
-                         .SaveDataAs = logged("save data as"),
-                         .ReadOneLocation = {},
-                         .WriteOneLocation = {},
-                         .Program = {},
-                         .Read = {},
-                         .Verify = {},
-                         .Erase = {},
-                         .PickDevice = {},
-                         .ClearBuffers = logged("clear buffers"),
-                         .TraceComPortMenu = logged("trace"),
-                         .SelectComPort = logged("select port"),
-                         .OpenGuide = logged("open guide"),
-                         .UpdateFirmware = logged("update firmware"),
-                         .OpenManual = logged("open manual"),
-                         .ShowHelpContents = logged("help contents"),
-                         .ShowAbout = logged("about")});
+    LogStarts(window_, [this](const std::string& name) { log_.push_back(name); });
     window_.show();
     QApplication::processEvents();
   }
@@ -135,25 +112,25 @@ TEST_F(MenuTree, EveryMenuItemAndSeparatorHasItsNameItsCaptionAndItsPlace) {
 }
 
 TEST_F(MenuTree, EveryItemThatIsACommandStartsThatCommand) {
-  const std::map<const char*, Log> commands{{"mnuFileOpen", {"open both"}},
-                                            {"mnuFileOpenCode", {"open code"}},
-                                            {"mnuFileOpenData", {"open data"}},
-                                            {"mnuFileSave", {"save"}},
-                                            {"mnuFileSaveAs", {"save both as"}},
-                                            {"mnuFileSaveAsCode", {"save code as"}},
-                                            {"mnuFileSaveAsData", {"save data as"}},
-                                            {"mmuCominucation", {"trace", "select port"}},
-                                            {"mnuPC_buffer_clear", {"clear buffers"}},
-                                            {"mmudeviceIndex", {"open guide"}},
-                                            {"mmuIndex", {"open guide"}},
-                                            {"mnuFirmwareUpdate", {"update firmware"}},
-                                            {"mnuHelpSub", {"open manual"}},
-                                            {"mnuHelpAbout", {"about"}},
-                                            {"mnuReLoad", {"reload"}}};
-  for (const auto& [item, expected] : commands) {
+  for (const std::string item : {"mnuFileOpen", "mnuFileOpenCode", "mnuFileOpenData", "mnuFileSave",
+                                 "mnuFileSaveAs", "mnuFileSaveAsCode", "mnuFileSaveAsData",
+                                 "mmuCominucation", "mnuPC_buffer_clear", "mnuReLoad"}) {
+    log_.clear();
+    Choose(item.c_str());
+    EXPECT_EQ(log_, Log{item + "_Click"});
+  }
+  const std::map<const char*, Log> actions{{"mnuFirmwareUpdate", {"action UpdateFirmware"}},
+                                           {"mnuHelpSub", {"action OpenManual"}},
+                                           {"mnuHelpAbout", {"action ShowAbout"}}};
+  for (const auto& [item, expected] : actions) {
     log_.clear();
     Choose(item);
     EXPECT_EQ(log_, expected) << item;
+  }
+  for (const char* item : {"mmudeviceIndex", "mmuIndex"}) {
+    window_.Guide().hide();
+    Choose(item);
+    EXPECT_TRUE(window_.Guide().isVisible()) << item;
   }
 }
 
@@ -191,7 +168,7 @@ TEST_F(MenuTree, NoTwoItemsOfAMenuShareAnAccessKey) {
 
 TEST_F(MenuTree, TheHelpKeyAsksForTheHelpContents) {
   QTest::keyClick(&window_, Qt::Key_F1);
-  EXPECT_EQ(log_, (Log{"help contents"}));
+  EXPECT_EQ(log_, (Log{"action ShowHelpContents"}));
 }
 
 TEST_F(MenuTree, AClickOnAPanelThatNamesAComPortOpensTheChoiceOfPortWithoutATraceLine) {
@@ -200,7 +177,7 @@ TEST_F(MenuTree, AClickOnAPanelThatNamesAComPortOpensTheChoiceOfPortWithoutATrac
     log_.clear();
     label->SetText("COM3");
     QTest::mouseClick(label, Qt::LeftButton);
-    EXPECT_EQ(log_, (Log{"select port"})) << panel;
+    EXPECT_EQ(log_, (Log{"Cmd_btn_comselect_Click"})) << panel;
   }
 }
 

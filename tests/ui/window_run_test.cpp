@@ -333,7 +333,7 @@ TEST(WindowRun, ClosingTheDialogDuringProgrammingOnlyClosesTheDialog) {
   bench.Start(bench.GivenHexFile(kProgramWords));
   bool closed = false;
   const auto timer = DuringTheOperation([&] {
-    if (bench.Run.State().Chip.FlashWordsWritten < 20) return false;
+    if (bench.Run.State().Command.FlashWordsWritten < 20) return false;
     QTest::keyClick(&bench.Run.MessageDialog(), Qt::Key_Escape);
     closed = !bench.Run.MessageDialog().isVisible();
     return true;
@@ -369,7 +369,7 @@ TEST(WindowRun, ClosingDuringProgrammingStopsAfterTheExchangeAndCloses) {
   bench.Start(bench.GivenHexFile(kProgramWords));
   bench.Boxes.Answer = true;
   const auto timer = DuringTheOperation([&] {
-    if (bench.Run.State().Chip.FlashWordsWritten < 20) return false;
+    if (bench.Run.State().Command.FlashWordsWritten < 20) return false;
     bench.Run.Window().close();
     EXPECT_TRUE(bench.Run.Window().isVisible());
     return true;

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "ops/command.h"
 #include "support/form_fakes.h"
 #include "support/test_run.h"
 
@@ -17,7 +18,6 @@ using screen::ComFormButton;
 using screen::MessageIcon;
 using screen::Panel;
 using ::testing::ElementsAre;
-using testing::FakeComForm;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -27,7 +27,6 @@ const std::string kCom7Text = "COM7 のオープンに失敗しました。\rポ
 
 /// On a scripted port, closed unless said otherwise, with nothing stored.
 struct Selection : testing::ScriptedRun {
-  FakeComForm Form_;
   platform::MemorySettingsStore Empty;
 
   Selection() {
@@ -40,33 +39,32 @@ struct Selection : testing::ScriptedRun {
   [[nodiscard]] std::string StoredPort() const {
     return Settings.Read("Settings", "ComNox").value_or("(missing)");
   }
-  void Load() { LoadComSelection(Context, Form_); }
+  void Load() { LoadComSelection(Context); }
   bool Ok(int index) {
-    Form_.Index = index;
-    return CommandOk(Context, Form_);
+    ComForm.Index = index;
+    return Command_ok_Click(Context);
   }
 };
 
 /// On a board that answers.
 struct SelectionOnBoard : testing::BoardRun {
-  FakeComForm Form_;
   SelectionOnBoard() : BoardRun("AT90S8515") {}
 };
 
 TEST(ComSelectionLoad, TheListHasTheUnknownPortAndTwentyNumbersInOrder) {
   Selection run;
   run.Load();
-  EXPECT_THAT(run.Form_.Items,
+  EXPECT_THAT(run.ComForm.Items,
               ElementsAre("????", "COM1", "COM2", "COM3", "COM4", "COM5", "COM6", "COM7", "COM8",
                           "COM9", "COM10", "COM11", "COM12", "COM13", "COM14", "COM15", "COM16",
                           "COM17", "COM18", "COM19", "COM20"));
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("place"));
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("place"));
 }
 
 TEST(ComSelectionLoad, WithNothingStoredTheUnknownPortIsSelectedAndThePortLeftAlone) {
   Selection run;
   run.Load();
-  EXPECT_EQ(run.Form_.Index, 0);
+  EXPECT_EQ(run.ComForm.Index, 0);
   EXPECT_THAT(run.Port.Log, IsEmpty());
   EXPECT_EQ(run.State.LinkError, 9);
 }
@@ -75,7 +73,7 @@ TEST(ComSelectionLoad, AStoredThreeSelectsCom3AndSetsItsNumberWithoutOpening) {
   Selection run;
   run.StorePort("3");
   run.Load();
-  EXPECT_EQ(run.Form_.Index, 3);
+  EXPECT_EQ(run.ComForm.Index, 3);
   EXPECT_THAT(run.Port.Log, ElementsAre("CommPort=3"));
   EXPECT_FALSE(run.Port.PortOpen());
 }
@@ -92,8 +90,8 @@ TEST(ComSelectionLoad, AStoredNumberThatIsNoneSelectsTheUnknownPortAndSaysSo) {
     Selection run;
     run.StorePort(value);
     run.Load();
-    EXPECT_EQ(run.Form_.Index, 0);
-    EXPECT_THAT(run.Form_.Note, HasSubstr("\"" + std::string(value) + "\""));
+    EXPECT_EQ(run.ComForm.Index, 0);
+    EXPECT_THAT(run.ComForm.Note, HasSubstr("\"" + std::string(value) + "\""));
     EXPECT_THAT(run.Port.Log, IsEmpty());
   }
 }
@@ -109,7 +107,7 @@ TEST(ComSelectionOk, WithTheUnknownPortFailsAndLeavesThePortClosed) {
   EXPECT_EQ(run.State.LinkError, 1);
   EXPECT_THAT(run.Port.Log, ElementsAre("Close"));
   EXPECT_EQ(run.StoredPort(), "(missing)");
-  EXPECT_THAT(run.Form_.Calls, IsEmpty());
+  EXPECT_THAT(run.ComForm.Calls, IsEmpty());
 }
 
 TEST(ComSelectionOk, SetsEveryPropertyAndOpensInThisOrder) {
@@ -132,7 +130,7 @@ TEST(ComSelectionOk, APortThatCannotBeOpenedIsReportedAndNothingIsStored) {
   EXPECT_EQ(run.Boxes.Boxes[0].Text, kCom7Text);
   EXPECT_EQ(run.State.LinkError, 1);
   EXPECT_EQ(run.StoredPort(), "4");
-  EXPECT_THAT(run.Form_.Calls, IsEmpty());
+  EXPECT_THAT(run.ComForm.Calls, IsEmpty());
 }
 
 TEST(ComSelectionOk, TheNumberIsInTheStatusBarEvenWhenThePortCannotBeOpened) {
@@ -146,32 +144,32 @@ TEST(ComSelectionOk, TheCauseStandsInTheDialogsOwnLine) {
   Selection run;
   run.Port.OpenResult = {PortOpenStatus::NoPermission, "/dev/ttyUSB2", "グループ dialout に入り"};
   run.Ok(7);
-  EXPECT_EQ(run.Form_.Note, "グループ dialout に入り");
+  EXPECT_EQ(run.ComForm.Note, "グループ dialout に入り");
 }
 
 TEST(ComSelectionOk, StoresTheChoiceHidesAndChecksTheLinkBeforeItUnloads) {
   SelectionOnBoard run;
   run.Settings.Write("Settings", "ComNox", "3");
   run.State.LinkError = 9;
-  run.Form_.Index = 12;
+  run.ComForm.Index = 12;
   run.NewTrace();
   bool hidden = false;
   bool unloaded = false;
-  run.Form_.OnHide = [&] {
+  run.ComForm.OnHide = [&] {
     hidden = true;
     EXPECT_EQ(run.Settings.Read("Settings", "ComNox"), "12");
     EXPECT_TRUE(run.Port.PortOpen());
     EXPECT_EQ(run.NewTrace(), std::vector<std::string>{"COM12"});
   };
-  run.Form_.OnUnload = [&] {
+  run.ComForm.OnUnload = [&] {
     unloaded = true;
     EXPECT_EQ(run.State.LinkError, 0);
     EXPECT_EQ(run.PanelText(Panel::BoardVersion), "KV-LOD350  V6.38");
   };
-  EXPECT_TRUE(CommandOk(run.Context, run.Form_));
+  EXPECT_TRUE(Command_ok_Click(run.Context));
   EXPECT_TRUE(hidden);
   EXPECT_TRUE(unloaded);
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("hide", "unload"));
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("hide", "unload"));
   EXPECT_EQ(run.Wire, testing::BoardRun::LinkCheckBytes(0x38));
   EXPECT_EQ(run.PanelText(Panel::Port), "COM12");
   EXPECT_TRUE(run.Port.PortOpen());
@@ -187,14 +185,14 @@ TEST(ComSelectionOk, AFailedLinkCheckIsNoFailureOfTheSelection) {
             "ライターを検出できませんでした。使用可能な通信ポートを設定してください。");
   EXPECT_EQ(run.State.LinkError, 0);
   EXPECT_EQ(run.StoredPort(), "5");
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("hide", "unload"));
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("hide", "unload"));
 }
 
 TEST(ComSelectionOk, AnOpenPortIsClosedFirst) {
   SelectionOnBoard run;
   run.Port.Open();
-  run.Form_.Index = 2;
-  EXPECT_TRUE(CommandOk(run.Context, run.Form_));
+  run.ComForm.Index = 2;
+  EXPECT_TRUE(Command_ok_Click(run.Context));
   EXPECT_EQ(run.Port.CommPort(), 2);
 }
 
@@ -202,20 +200,20 @@ TEST(ComSelectionCancel, TracesThatTheCheckWasNotMadeAndLeavesThePort) {
   Selection run;
   run.Port.StartOpen();
   run.StorePort("4");
-  CommandCancel(run.Context, run.Form_);
+  Command_cancel_Click(run.Context);
   EXPECT_THAT(run.Trace(), ElementsAre("ライター接続確認が終了していません。"));
   EXPECT_EQ(run.State.LinkError, 1);
   EXPECT_TRUE(run.Port.PortOpen());
   EXPECT_THAT(run.Port.Log, IsEmpty());
   EXPECT_EQ(run.StoredPort(), "4");
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("unload"));
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("unload"));
 }
 
 TEST(ComSelection, StaysAfterAFailureSoThatAnotherPortCanBeChosen) {
   SelectionOnBoard run;
-  run.Form_.Steps = {{.Choice = 0}, {.Choice = 6}};
-  EXPECT_EQ(SelectComPortCommand(run.Context, run.Form_), core::CommandEnding::Finished);
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("place", "wait", "wait", "hide", "unload"));
+  run.ComForm.Steps = {{.Choice = 0}, {.Choice = 6}};
+  EXPECT_EQ(ops::RunCommand(run.Context, Cmd_btn_comselect_Click), core::CommandEnding::Finished);
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("place", "wait", "wait", "hide", "unload"));
   ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
   EXPECT_EQ(run.Boxes.Boxes[0].Text, kNoPortText);
   EXPECT_EQ(run.Settings.Read("Settings", "ComNox"), "6");
@@ -224,24 +222,24 @@ TEST(ComSelection, StaysAfterAFailureSoThatAnotherPortCanBeChosen) {
 TEST(ComSelection, CancelAfterAFailureLeavesThePortClosed) {
   Selection run;
   run.Port.StartOpen();
-  run.Form_.Steps = {{.Choice = 0}, {.Button = ComFormButton::Cancel}};
-  SelectComPort(run.Context, run.Form_);
+  run.ComForm.Steps = {{.Choice = 0}, {.Button = ComFormButton::Cancel}};
+  Cmd_btn_comselect_Click(run.Context);
   EXPECT_FALSE(run.Port.PortOpen());
   EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("place", "wait", "wait", "unload"));
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("place", "wait", "wait", "unload"));
 }
 
 TEST(ComSelection, NoOtherCommandStartsWhileTheDialogIsOpen) {
   Selection run;
   bool looked = false;
-  run.Form_.WhileWaiting = [&] {
+  run.ComForm.WhileWaiting = [&] {
     looked = true;
     EXPECT_TRUE(run.State.CommandRunning);
-    FakeComForm second;
-    EXPECT_EQ(SelectComPortCommand(run.Context, second), core::CommandEnding::Refused);
-    EXPECT_THAT(second.Calls, IsEmpty());
+    const std::vector<std::string> calls = run.ComForm.Calls;
+    EXPECT_EQ(ops::RunCommand(run.Context, Cmd_btn_comselect_Click), core::CommandEnding::Refused);
+    EXPECT_EQ(run.ComForm.Calls, calls);
   };
-  SelectComPortCommand(run.Context, run.Form_);
+  ops::RunCommand(run.Context, Cmd_btn_comselect_Click);
   EXPECT_TRUE(looked);
   EXPECT_FALSE(run.State.CommandRunning);
 }
@@ -249,9 +247,17 @@ TEST(ComSelection, NoOtherCommandStartsWhileTheDialogIsOpen) {
 TEST(ComSelection, ATraceThatCannotBeWrittenEndsItWithTheDialogUnloaded) {
   Selection run;
   run.Files.Refused = {"/app/_debug_avr.txt"};
-  EXPECT_EQ(SelectComPortCommand(run.Context, run.Form_), core::CommandEnding::FileError);
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("place", "unload"));
+  EXPECT_EQ(ops::RunCommand(run.Context, Cmd_btn_comselect_Click), core::CommandEnding::FileError);
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("place", "unload"));
   EXPECT_EQ(run.Boxes.Boxes.size(), 1U);
+}
+
+TEST(PortMenu, LeavesOneLineInTheTraceBeforeTheDialog) {
+  Selection run;
+  EXPECT_EQ(ops::RunCommand(run.Context, mmuCominucation_Click), core::CommandEnding::Finished);
+  EXPECT_THAT(run.Trace(),
+              ElementsAre("COMポート選択", "", "ライター接続確認が終了していません。"));
+  EXPECT_THAT(run.ComForm.Calls, ElementsAre("place", "wait", "unload"));
 }
 
 TEST(DescribePort, NamesDeviceAndAdapter) {

@@ -1,4 +1,4 @@
-#include "core/command.h"
+#include "ops/command.h"
 
 #include <stdexcept>
 
@@ -8,9 +8,15 @@
 #include "core/status.h"
 #include "core/trace_log.h"
 
-namespace fenwright::core {
+namespace fenwright::ops {
 namespace {
 
+using core::AppState;
+using core::CommandEnd;
+using core::CommandEnding;
+using core::RunContext;
+using core::ShowStatus;
+using core::TraceLog;
 using screen::MessageIcon;
 using screen::MessageMode;
 using testing::Journal;
@@ -21,9 +27,20 @@ class Command : public ::testing::Test {
  protected:
   AppState& State() { return run_.State; }
   RunContext& Context() { return run_.Context; }
-  CommandEnding Run(const std::function<void()>& body,
-                    const std::function<void()>& on_early_end = {}) {
-    return RunCommand(run_.Context, body, on_early_end);
+  CommandEnding Run(const std::function<void()>& body) {
+    return RunCommand(run_.Context, [&](RunContext&) { body(); });
+  }
+
+  /// As Run(), in programming mode; `at_leave` runs when the board is told to leave it.
+  CommandEnding RunInProgrammingMode(
+      const std::function<void()>& body, const std::function<void()>& at_leave = [] {}) {
+    run_.Port.StartOpen();
+    run_.Port.Expect("'L'", "0D");
+    return Run([&] {
+      State().Command.InProgrammingMode = true;
+      run_.Events.OnTurn = at_leave;
+      body();
+    });
   }
 
   testing::RecordedRun run_;
@@ -44,15 +61,16 @@ TEST_F(Command, TheGuardIsUpWhileTheBodyRunsAndDownAfterwards) {
 
 TEST_F(Command, ACommandInsideACommandIsRefusedAndDoesNothing) {
   bool inner_ran = false;
-  bool inner_ended_early = false;
   CommandEnding inner = CommandEnding::Finished;
   const CommandEnding outer = Run([&] {
-    inner = Run([&] { inner_ran = true; }, [&] { inner_ended_early = true; });
+    State().Command.InProgrammingMode = true;
+    inner = Run([&] { inner_ran = true; });
+    EXPECT_TRUE(State().Command.InProgrammingMode);
     EXPECT_TRUE(State().CommandRunning);
   });
   EXPECT_EQ(inner, CommandEnding::Refused);
   EXPECT_FALSE(inner_ran);
-  EXPECT_FALSE(inner_ended_early);
+  EXPECT_TRUE(run_.Port.Sent.empty());
   EXPECT_EQ(outer, CommandEnding::Finished);
   EXPECT_FALSE(State().CommandRunning);
 }
@@ -104,7 +122,7 @@ TEST_F(Command, AStopRequestIsUsedUpByACommandThatItEnded) {
 TEST_F(Command, TheStopDoesNotReachTheWorkThatAnEarlyEndStillHasToDo) {
   bool stop_seen = true;
   bool guarded = false;
-  Run(
+  RunInProgrammingMode(
       [&] {
         State().StopRequested = true;
         throw CommandEnd{};
@@ -118,27 +136,26 @@ TEST_F(Command, TheStopDoesNotReachTheWorkThatAnEarlyEndStillHasToDo) {
 }
 
 TEST_F(Command, ABodyThatFinishesHasNoEarlyEnd) {
-  bool ended_early = false;
-  Run([] {}, [&] { ended_early = true; });
-  EXPECT_FALSE(ended_early);
+  Run([&] { State().Command.InProgrammingMode = true; });
+  EXPECT_TRUE(run_.Port.Sent.empty());
+  EXPECT_TRUE(run_.ComForm.Calls.empty());
 }
 
 TEST_F(Command, TheEarlyEndComesBeforeTheMessageBoxAndTheBusyDialogIsGoneByThen) {
-  Run(
-      [&] {
-        run_.RecordedDialog.Show("busy", MessageMode::Busy);
-        throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "text"};
-      },
-      [&] { run_.Recorded.emplace_back("early end"); });
+  run_.ComForm.OnUnload = [&] { run_.Recorded.emplace_back("early end"); };
+  Run([&] {
+    run_.RecordedDialog.Show("busy", MessageMode::Busy);
+    throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "text"};
+  });
   EXPECT_EQ(run_.TakeJournal(),
             (Journal{"dialog busy", "early end", "close dialog", "message box"}));
   EXPECT_FALSE(run_.Dialog.Loaded);
 }
 
 TEST_F(Command, AnEndThatTheEarlyEndThrowsItselfIsDropped) {
-  const CommandEnding ending =
-      Run([] { throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "first"}; },
-          [] { throw CommandEnd{.Ending = CommandEnding::Stopped, .Text = "second"}; });
+  const CommandEnding ending = RunInProgrammingMode(
+      [] { throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "first"}; },
+      [] { throw CommandEnd{.Ending = CommandEnding::Stopped, .Text = "second"}; });
   EXPECT_EQ(ending, CommandEnding::FileError);
   ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
   EXPECT_EQ(run_.Boxes.Boxes[0].Text, "first");
@@ -175,8 +192,9 @@ TEST_F(Command, ATraceThatTheDiscRefusesEndsTheCommandAndIsExplained) {
 
 TEST_F(Command, AnEarlyEndThatTracesToTheSameRefusedFileIsDroppedAndOneBoxIsShown) {
   run_.Files.Refused = {kTracePath};
-  const auto trace = [&] { TraceLog(Context()).AppendMessage("text"); };
-  EXPECT_EQ(Run(trace, trace), CommandEnding::FileError);
+  // Leaving programming mode is traced, too.
+  EXPECT_EQ(RunInProgrammingMode([&] { TraceLog(Context()).AppendMessage("text"); }),
+            CommandEnding::FileError);
   EXPECT_EQ(run_.Boxes.Boxes.size(), 1U);
 }
 
@@ -199,5 +217,19 @@ TEST_F(Command, AnUnexpectedErrorPassesThroughAndTakesTheGuardDown) {
   EXPECT_FALSE(State().StopRequested);
 }
 
+TEST_F(Command, StartsWithARecordOfItsOwn) {
+  Run([&] { State().Command.Erased = true; });
+  EXPECT_TRUE(State().Command.Erased) << "kept for whoever wants to know what became of it";
+  Run([&] { EXPECT_FALSE(State().Command.Erased); });
+}
+
+TEST_F(Command, ARefusedOneLeavesTheRecordOfTheRunningOne) {
+  Run([&] {
+    State().Command.Erased = true;
+    Run([] {});
+    EXPECT_TRUE(State().Command.Erased);
+  });
+}
+
 }  // namespace
-}  // namespace fenwright::core
+}  // namespace fenwright::ops

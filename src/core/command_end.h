@@ -1,10 +1,8 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <string_view>
 
-#include "core/run_context.h"
 #include "platform/text_files.h"
 
 namespace fenwright::core {
@@ -19,7 +17,7 @@ enum class CommandEnding {
   AnotherInstance,  ///< the program is running already; nothing was done
 };
 
-/// Thrown to end the running command where it stands. Only RunCommand() catches it.
+/// Thrown to end the running command where it stands. Only ops::RunCommand() catches it.
 ///
 /// Operations report through the error flag and run to their end whatever happens on the line. The
 /// two things that end them earlier, a requested stop and a trace, dump or report that the disc
@@ -31,13 +29,5 @@ struct CommandEnd {
 
 /// Ends the running command because `path` could not be written.
 [[noreturn]] void EndCommandOnFileError(std::string_view path, const platform::FileResult& result);
-
-/// Runs one user command under the guard that keeps every other from starting: while `body` runs,
-/// `AppState::CommandRunning` is true and a further call is refused. `on_early_end` runs when the
-/// body was ended early, before the text of the ending, if any,
-/// is shown in a message box; a CommandEnd that it throws itself is
-/// dropped. A stop request is used up when the command ends.
-CommandEnding RunCommand(RunContext& context, const std::function<void()>& body,
-                         const std::function<void()>& on_early_end = {});
 
 }  // namespace fenwright::core

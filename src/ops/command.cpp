@@ -1,0 +1,63 @@
+#include "ops/command.h"
+
+#include "link/board_commands.h"
+#include "ops/outcome.h"
+
+namespace fenwright::ops {
+namespace {
+
+/// Keeps `CommandRunning` true for its own lifetime.
+class CommandGuard {
+ public:
+  explicit CommandGuard(core::AppState& state) : state_(state) { state_.CommandRunning = true; }
+  ~CommandGuard() {
+    state_.CommandRunning = false;
+    state_.StopRequested = false;
+  }
+  CommandGuard(const CommandGuard&) = delete;
+  CommandGuard& operator=(const CommandGuard&) = delete;
+
+ private:
+  core::AppState& state_;
+};
+
+void LeaveProgrammingMode(core::RunContext& context) {
+  try {
+    link::LeaveProgrammingModeIfEntered(context);
+  } catch (const core::CommandEnd&) {
+    // The command is ending already; a trace that cannot be written was its reason.
+  }
+}
+
+void EndEarly(core::RunContext& context, const core::CommandEnd& end) {
+  core::AppState& state = context.State;
+  state.StopRequested = false;
+  LeaveProgrammingMode(context);
+  context.Screen.ComForm.Unload();
+  context.Screen.MessageDialog.Close();
+  if (!end.Text.empty()) {
+    context.Screen.MessageBoxes.Show(screen::MessageIcon::Critical, "", end.Text);
+  }
+  const bool worked_on_chip = state.Command.Operation != core::DeviceOperation::None;
+  if (end.Ending == core::CommandEnding::FileError && worked_on_chip) {
+    context.Screen.MessageDialog.Show(DescribeChipState(state, Language::Japanese),
+                                      screen::MessageMode::Notice);
+  }
+}
+
+}  // namespace
+
+core::CommandEnding RunCommand(core::RunContext& context, const Entry& entry) {
+  if (context.State.CommandRunning) return core::CommandEnding::Refused;
+  const CommandGuard guard(context.State);
+  context.State.Command = {};
+  try {
+    entry(context);
+    return core::CommandEnding::Finished;
+  } catch (const core::CommandEnd& end) {
+    EndEarly(context, end);
+    return end.Ending;
+  }
+}
+
+}  // namespace fenwright::ops
