@@ -6,8 +6,8 @@
 
 #include "board/board_state.h"
 #include "board_server.h"
+#include "fenwright-board/pseudo_terminal.h"
 #include "options.h"
-#include "pseudo_terminal.h"
 
 namespace fenwright::board_app {
 namespace {
@@ -47,7 +47,7 @@ int Main(int argc, const char* const* argv) {
   }
   // The default slack of 50 us would be a third of a byte time at 57,600 baud.
   prctl(PR_SET_TIMERSLACK, 1000UL);
-  BoardServer server(*options, board, terminal.Descriptor());
+  BoardServer server(*options, board, terminal.Master());
   if (!server.Start()) {
     return kFailed;
   }

@@ -1,13 +1,14 @@
-#include "pseudo_terminal.h"
+#include "fenwright-board/pseudo_terminal.h"
 
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
-#include <stdlib.h>
+#include <pty.h>
 #include <system_error>
 #include <termios.h>
 #include <unistd.h>
+#include <utility>
 
 namespace fenwright::board_app {
 namespace {
@@ -19,41 +20,38 @@ bool Fail(std::string& error, const std::string& what) {
   return false;
 }
 
-bool MakeRaw(int terminal) {
-  termios settings{};
-  if (tcgetattr(terminal, &settings) != 0) {
-    return false;
-  }
-  cfmakeraw(&settings);
-  return tcsetattr(terminal, TCSANOW, &settings) == 0;
-}
-
 }  // namespace
 
 PseudoTerminal::~PseudoTerminal() {
+  HangUp();
   if (slave_ >= 0) {
     close(slave_);
-  }
-  if (master_ >= 0) {
-    close(master_);
   }
 }
 
 bool PseudoTerminal::Open(std::string& error) {
-  master_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) {
+  std::array<char, 128> name{};
+  termios settings{};
+  if (openpty(&master_, &slave_, name.data(), nullptr, nullptr) != 0 ||
+      tcgetattr(slave_, &settings) != 0) {
     return Fail(error, "no pseudo terminal");
   }
-  std::array<char, 128> name{};
-  if (ptsname_r(master_, name.data(), name.size()) != 0) {
-    return Fail(error, "no name of the pseudo terminal");
-  }
   path_ = name.data();
-  slave_ = open(path_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (slave_ < 0 || !MakeRaw(slave_)) {
+  // Raw from the start: what is sent before the line is opened must not be echoed back.
+  cfmakeraw(&settings);
+  if (tcsetattr(slave_, TCSANOW, &settings) != 0) {
     return Fail(error, path_);
   }
+  for (const int end : {master_, slave_}) {
+    fcntl(end, F_SETFD, FD_CLOEXEC);
+  }
   return true;
+}
+
+void PseudoTerminal::HangUp() {
+  if (master_ >= 0) {
+    close(std::exchange(master_, -1));
+  }
 }
 
 bool TerminalLink::Make(const std::string& link, const std::string& target, std::string& error) {

@@ -5,7 +5,7 @@
 namespace fenwright::board_app {
 
 /// A pseudo terminal in raw mode. The PC's programs open Path(); the board reads and writes
-/// Descriptor(), blocking. Destroying it hangs the line up.
+/// Master(), blocking. Destroying it hangs the line up.
 class PseudoTerminal {
  public:
   PseudoTerminal() = default;
@@ -16,7 +16,10 @@ class PseudoTerminal {
   /// False: `error` says why. Call it once.
   bool Open(std::string& error);
 
-  [[nodiscard]] int Descriptor() const { return master_; }
+  /// Closes the master: the line is gone for the programs that have it open.
+  void HangUp();
+
+  [[nodiscard]] int Master() const { return master_; }
   [[nodiscard]] const std::string& Path() const { return path_; }
 
  private:

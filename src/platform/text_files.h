@@ -37,9 +37,8 @@ class TextFiles {
   /// Reads a whole file into `content`.
   virtual FileResult Read(std::string_view path, std::string& content) = 0;
 
-  /// Replaces a file's whole content, creating the file when missing: all of the new content is
-  /// there afterwards or, after a failure, all of the old. Some files can only be written in place;
-  /// a failure in the middle leaves those torn.
+  /// Replaces a file's whole content in place, creating the file when missing. A failure leaves
+  /// what could be written.
   virtual FileResult Write(std::string_view path, std::string_view content) = 0;
 
   /// Appends in one write, creating the file when missing.

@@ -23,9 +23,9 @@
 #include "platform/asio/serial_native.h"
 #include "platform/child_process.h"
 #include "platform/posix/port_failure.h"
-#include "platform/pseudo_terminal.h"
 #include "platform/serial_control_contract.h"
 #include "platform/temporary_folder.h"
+#include "platform/terminal_line.h"
 
 namespace fenwright::platform {
 namespace {
@@ -52,13 +52,13 @@ class PseudoTerminalRig final : public SerialRig {
     line_->HangUp();
   }
   void Restore() override {
-    line_ = std::make_unique<PseudoTerminal>();
+    line_ = std::make_unique<TerminalLine>();
     answerer_ = std::make_unique<Answerer>(*line_, Request(), Reply());
   }
   double Seconds() override { return SteadySeconds(); }
 
  private:
-  std::unique_ptr<PseudoTerminal> line_;
+  std::unique_ptr<TerminalLine> line_;
   std::unique_ptr<Answerer> answerer_;
   AsioSerialControl port_{[this](int) { return line_->Path(); }};
 };
@@ -83,7 +83,7 @@ std::string Outcome(const PortOpenResult& result) {
 }
 
 TEST(AsioSerialControlOpening, TheDeviceOfTheCurrentComNumberIsOpened) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   std::vector<int> asked;
   AsioSerialControl port([&](int number) {
     asked.push_back(number);
@@ -116,7 +116,7 @@ TEST(AsioSerialControlOpening, ADeviceThatIsNotThereIsMissingAndTheReasonNamesIt
 }
 
 TEST(AsioSerialControlOpening, ASecondOpeningIsBusyAndDoesNotDisturbTheFirst) {
-  PseudoTerminal line;
+  TerminalLine line;
   AsioSerialControl first([&](int) { return line.Path(); });
   AsioSerialControl second([&](int) { return line.Path(); });
   first.SetSettings("115200,n,8,1");
@@ -133,7 +133,7 @@ TEST(AsioSerialControlOpening, ASecondOpeningIsBusyAndDoesNotDisturbTheFirst) {
 }
 
 TEST(AsioSerialControlOpening, ASecondOpeningByAnUnprivilegedUserIsBusy) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0666), 0);
   AsioSerialControl first([&](int) { return line.Path(); });
   ASSERT_EQ(first.Open().Status, PortOpenStatus::Ok);
@@ -145,7 +145,7 @@ TEST(AsioSerialControlOpening, ASecondOpeningByAnUnprivilegedUserIsBusy) {
 }
 
 TEST(AsioSerialControlOpening, AnOpenLineIsClosedToProgramsThatKnowNothingOfItsLock) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0666), 0);
   AsioSerialControl port([&](int) { return line.Path(); });
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
@@ -158,7 +158,7 @@ TEST(AsioSerialControlOpening, AnOpenLineIsClosedToProgramsThatKnowNothingOfItsL
 }
 
 TEST(AsioSerialControlOpening, AfterClosingAnybodyMayOpenTheLineAgainThoughTheFarEndKeepsItOpen) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0666), 0);
   const int kept = open(line.Path().c_str(), O_RDWR | O_NOCTTY);
   ASSERT_GE(kept, 0);
@@ -174,7 +174,7 @@ TEST(AsioSerialControlOpening, AfterClosingAnybodyMayOpenTheLineAgainThoughTheFa
 }
 
 TEST(AsioSerialControlOpening, WithoutPermissionTheReasonNamesTheGroupAndTheCommand) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   if (geteuid() == 0) {
     const group* const dialout = getgrnam("dialout");
     ASSERT_NE(dialout, nullptr);
@@ -196,7 +196,7 @@ TEST(AsioSerialControlOpening, WithoutPermissionTheReasonNamesTheGroupAndTheComm
 }
 
 TEST(AsioSerialControlOpening, WithoutPermissionForTheGroupNoCommandIsAdvised) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0000), 0);
   const std::string outcome = RunInChild([&] {
     DropPrivileges();
@@ -220,7 +220,7 @@ TEST(AsioSerialControlOpening, AFileAFolderAPipeAndADeviceOfAnotherKindFail) {
 }
 
 TEST(AsioSerialControlOpening, SettingsThatAreNoneFailAndLeaveTheLineFree) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   AsioSerialControl port([&](int) { return line.Path(); });
   port.SetSettings("fast,n,8,1");
   const PortOpenResult result = port.Open();
@@ -231,7 +231,7 @@ TEST(AsioSerialControlOpening, SettingsThatAreNoneFailAndLeaveTheLineFree) {
 }
 
 TEST(AsioSerialControlOpening, ABaudRateThatTheSystemDoesNotKnowFailsAndLeavesTheLineFree) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   AsioSerialControl port([&](int) { return line.Path(); });
   port.SetSettings("57601,n,8,1");
   EXPECT_EQ(port.Open().Status, PortOpenStatus::Failed);
@@ -241,7 +241,7 @@ TEST(AsioSerialControlOpening, ABaudRateThatTheSystemDoesNotKnowFailsAndLeavesTh
 }
 
 TEST(AsioSerialControlOpening, TheSettingsReachTheLine) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   AsioSerialControl port([&](int) { return line.Path(); });
   const auto opened_as = [&](const char* text) {
     port.Close();
@@ -265,7 +265,7 @@ TEST(AsioSerialControlOpening, TheSettingsReachTheLine) {
 }
 
 TEST(AsioSerialControlOpening, LowLatencyAndRtsAreNotRequiredOfALine) {
-  const PseudoTerminal line;
+  const TerminalLine line;
   const int handle = open(line.Path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
   ASSERT_GE(handle, 0);
   native::RequestLowLatency(handle);
@@ -293,7 +293,7 @@ class AsioSerialControlLine : public testing::Test {
  protected:
   AsioSerialControlLine() { EXPECT_EQ(port_.Open().Status, PortOpenStatus::Ok); }
 
-  PseudoTerminal line_;
+  TerminalLine line_;
   AsioSerialControl port_{[this](int) { return line_.Path(); }};
 };
 

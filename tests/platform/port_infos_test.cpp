@@ -15,8 +15,8 @@
 #include "platform/asio/asio_serial_control.h"
 #include "platform/child_process.h"
 #include "platform/posix/system_port_infos.h"
-#include "platform/pseudo_terminal.h"
 #include "platform/temporary_folder.h"
+#include "platform/terminal_line.h"
 
 namespace fenwright::platform {
 namespace {
@@ -146,7 +146,7 @@ TEST(PortInfos, AFileThatIsNoDeviceIsMissing) {
 
 TEST(PortInfos, ADeviceThatTheUserMayNotUseSaysHowToGetTheRight) {
   if (geteuid() != 0) GTEST_SKIP() << "Only the superuser can give a device to another group";
-  PseudoTerminal terminal;
+  TerminalLine terminal;
   chmod(terminal.Path().c_str(), 0660);
   ASSERT_EQ(chown(terminal.Path().c_str(), 0, 20), 0);
   const std::string answer = RunInChild([&] {
@@ -204,7 +204,7 @@ TEST(PortInfos, ALockOnTheDeviceMakesItBusyWhoeverHoldsIt) {
 }
 
 TEST(PortInfos, APortThatAnotherProgramOpenedAsThisOneDoesIsBusyOnTheRealSystem) {
-  PseudoTerminal terminal;
+  TerminalLine terminal;
   PosixPortInfos infos([&](int) { return terminal.Path(); });
   EXPECT_EQ(infos.Describe(5).State, PortState::Usable);
   EXPECT_EQ(infos.Describe(5).Description, "疑似端末");
@@ -224,7 +224,7 @@ TEST(PortInfos, APortThatAnotherProgramOpenedAsThisOneDoesIsBusyOnTheRealSystem)
 
 TEST(PortInfos, AnAdapterThatIsUnpluggedIsMissingFromThenOn) {
   const TemporaryFolder folder;
-  const PseudoTerminal terminal;
+  const TerminalLine terminal;
   fs::create_symlink(terminal.Path(), folder.File("port"));
   PosixPortInfos infos([&](int) { return folder.File("port"); });
   EXPECT_EQ(infos.Describe(5).State, PortState::Usable);

@@ -4,16 +4,13 @@ namespace fenwright::platform {
 
 std::optional<std::string> MemorySettingsStore::Read(std::string_view section,
                                                      std::string_view key) const {
-  const auto entries = sections_.find(section);
-  if (entries == sections_.end()) return std::nullopt;
-  const auto entry = entries->second.find(key);
-  if (entry == entries->second.end()) return std::nullopt;
-  return entry->second;
+  const auto entry = values_.find({std::string(section), std::string(key)});
+  return entry != values_.end() ? std::optional(entry->second) : std::nullopt;
 }
 
 bool MemorySettingsStore::Write(std::string_view section, std::string_view key,
                                 std::string_view value) {
-  sections_[std::string(section)][std::string(key)] = value;
+  values_.insert_or_assign({std::string(section), std::string(key)}, std::string(value));
   return true;
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/settings_store.h"
 
@@ -18,8 +18,7 @@ class MemorySettingsStore final : public SettingsStore {
   bool Write(std::string_view section, std::string_view key, std::string_view value) override;
 
  private:
-  using Section = std::map<std::string, std::string, std::less<>>;
-  std::map<std::string, Section, std::less<>> sections_;
+  std::map<std::pair<std::string, std::string>, std::string> values_;
 };
 
 }  // namespace fenwright::platform

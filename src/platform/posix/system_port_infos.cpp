@@ -88,15 +88,11 @@ bool IsLockedByOthers(const fs::path& proc, const struct stat& info) {
   const std::string wanted = LockName(info);
   std::ifstream locks(proc / "locks");
   for (std::string line; std::getline(locks, line);) {
-    std::istringstream words(line);
-    std::string order;
-    std::string kind;
-    std::string rule;
-    std::string access;
-    std::string process;
-    std::string file;
-    words >> order >> kind >> rule >> access >> process >> file;
-    if (kind == "FLOCK" && file == wanted && !IsOwnProcess(process)) return true;
+    // Number, kind, rule, access, process, file.
+    std::array<std::string, 6> words;
+    std::istringstream text(line);
+    for (std::string& word : words) text >> word;
+    if (words[1] == "FLOCK" && words[5] == wanted && !IsOwnProcess(words[4])) return true;
   }
   return false;
 }

@@ -1,7 +1,7 @@
 #include "platform/system/system_time.h"
 
-#include <cerrno>
-#include <cmath>
+#include <chrono>
+#include <thread>
 #include <time.h>
 
 namespace fenwright::platform::system_time {
@@ -26,12 +26,6 @@ DateTime Local(std::int64_t seconds) {
           .Second = local.tm_sec};
 }
 
-void Sleep(double seconds) {
-  timespec left{};
-  left.tv_sec = static_cast<time_t>(seconds);
-  left.tv_nsec = static_cast<long>((seconds - std::floor(seconds)) * 1e9);
-  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-  }
-}
+void Sleep(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
 }  // namespace fenwright::platform::system_time

@@ -1,5 +1,7 @@
 #include "platform/system/code_page.h"
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -22,40 +24,22 @@ bool IsBetween(std::uint8_t byte, std::uint8_t first, std::uint8_t last) {
   return byte >= first && byte <= last;
 }
 
-/// Length that the first byte of a UTF-8 character announces, 0 when it cannot be a first byte.
-std::size_t AnnouncedLength(std::uint8_t first) {
-  if (IsAscii(first)) return 1;
-  if (IsBetween(first, 0xC2, 0xDF)) return 2;
-  if (IsBetween(first, 0xE0, 0xEF)) return 3;
-  if (IsBetween(first, 0xF0, 0xF4)) return 4;
-  return 0;
-}
-
-/// True unless the second byte makes an overlong form, a surrogate or a value above U+10FFFF.
-bool IsSecondByteOf(std::uint8_t first, std::uint8_t second) {
-  switch (first) {
-    case 0xE0:
-      return IsBetween(second, 0xA0, 0xBF);
-    case 0xED:
-      return IsBetween(second, 0x80, 0x9F);
-    case 0xF0:
-      return IsBetween(second, 0x90, 0xBF);
-    case 0xF4:
-      return IsBetween(second, 0x80, 0x8F);
-    default:
-      return IsBetween(second, 0x80, 0xBF);
-  }
-}
-
 /// Length of the valid UTF-8 character at the start of `text`, 0 when there is none.
 std::size_t Utf8Length(std::string_view text) {
-  const std::size_t length = AnnouncedLength(ByteAt(text, 0));
-  if (length <= 1) return length;
-  if (text.size() < length || !IsSecondByteOf(ByteAt(text, 0), ByteAt(text, 1))) return 0;
-  for (std::size_t i = 2; i < length; ++i) {
+  /// The smallest value that needs so many bytes.
+  constexpr std::array<std::uint32_t, 5> kSmallest{0, 0, 0x80, 0x800, 0x10000};
+  constexpr std::uint32_t kLargest = 0x10FFFF;
+  const std::uint8_t first = ByteAt(text, 0);
+  if (IsAscii(first)) return 1;
+  const auto length = static_cast<std::size_t>(std::countl_one(first));
+  if (length == 1 || length >= kSmallest.size() || text.size() < length) return 0;
+  std::uint32_t value = first & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
     if (!IsBetween(ByteAt(text, i), 0x80, 0xBF)) return 0;
+    value = (value << 6U) | (ByteAt(text, i) & 0x3FU);
   }
-  return length;
+  const bool is_surrogate = value >= 0xD800 && value <= 0xDFFF;
+  return value >= kSmallest[length] && value <= kLargest && !is_surrogate ? length : 0;
 }
 
 bool IsLeadByte(std::uint8_t byte) {

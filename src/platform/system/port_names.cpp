@@ -1,5 +1,6 @@
 #include "platform/system/port_names.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 
@@ -13,11 +14,7 @@ char UpperCase(char letter) {
 }
 
 bool StartsWithCom(std::string_view text) {
-  if (text.size() < kComPrefix.size()) return false;
-  for (std::size_t i = 0; i < kComPrefix.size(); ++i) {
-    if (UpperCase(text[i]) != kComPrefix[i]) return false;
-  }
-  return true;
+  return std::ranges::equal(text.substr(0, kComPrefix.size()), kComPrefix, {}, UpperCase);
 }
 
 /// The number in "COM5", nothing when the text is not the name of a port.

@@ -15,8 +15,8 @@ class LocalTimeOfDay {
   double At(std::int64_t seconds, std::int64_t nanoseconds);
 
  private:
-  std::int64_t known_minute_ = INT64_MIN;
-  double minute_start_ = 0;  ///< local time of day at the start of that minute
+  std::int64_t known_minute_ = INT64_MIN;  ///< its first second
+  double minute_start_ = 0;                ///< local time of day at the start of that minute
 };
 
 /// The clock of the machine, in its local zone.

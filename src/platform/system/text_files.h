@@ -16,22 +16,8 @@ namespace fenwright::platform {
 /// - Files above 16 MiB are not read: Failed.
 /// - A file or folder that is not there is NotFound; one that the user may not use, or that is no
 ///   regular file, is AccessRefused; the rest is Failed.
-/// - Write() makes a new file beside the one that is to be replaced (beside what a symbolic link
-///   leads to), ".fenwright-" with the number of the process and one more, and gives it the other's
-///   name once it is complete and closed. It never takes a name that is in use. A failure deletes
-///   it; a program that is killed leaves it. It is not forced onto the disc: what a power failure
-///   leaves is up to the file system.
-/// - A file that may not be written is refused by Write(), too, even where its folder would let it
-///   be replaced. A new file has the rights that the user or the folder gives new files; one that
-///   takes another's place has the other's: on POSIX owner, group and mode, on Windows its list of
-///   rights and attributes such as hidden. What else hangs on a file (extended attributes, streams)
-///   goes.
-/// - Write() writes in place, after all, where the folder takes no new file or does not let go of
-///   the old one, and where the file has several names (hard links). On POSIX also one that cannot
-///   be given to the other's owner, or that has a list of rights besides its mode. On Windows also
-///   one that has rights or attributes which a new file does not get there, a stream in a file,
-///   what a link to nothing stands for, and a file that somebody has open, shares for writing and
-///   does not close within half a second.
+/// - Files are written in place: one that is there keeps its owner, rights, links and attributes
+///   (such as hidden); a new one has the rights that the user or the folder gives new files.
 /// - POSIX: the constructor makes the process ignore SIGXFSZ, unless somebody handles it, since
 ///   reaching a size limit would end the program otherwise.
 /// - Windows: paths of any length. A file that another program holds at the moment (virus scanners

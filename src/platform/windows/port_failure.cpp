@@ -14,10 +14,6 @@ constexpr Patience kPatience{.Attempts = 5, .MillisecondsBetween = 40};
 
 constexpr std::string_view kDevicePrefix = R"(\\.\)";
 
-std::string NameOf(const std::string& path) {
-  return path.starts_with(kDevicePrefix) ? path.substr(kDevicePrefix.size()) : path;
-}
-
 PortOpenStatus StatusOf(unsigned long error) {
   switch (error) {
     case ERROR_FILE_NOT_FOUND:
@@ -54,9 +50,13 @@ std::string ReasonOf(PortOpenStatus status, const std::string& name, unsigned lo
 
 }  // namespace
 
+std::string PortName(const std::string& path) {
+  return path.starts_with(kDevicePrefix) ? path.substr(kDevicePrefix.size()) : path;
+}
+
 PortOpenResult DescribePortFailure(const std::string& path, unsigned long error) {
   const PortOpenStatus status = StatusOf(error);
-  return {status, path, ReasonOf(status, NameOf(path), error) + " (" + SystemReason(error) + ")"};
+  return {status, path, ReasonOf(status, PortName(path), error) + " (" + SystemReason(error) + ")"};
 }
 
 unsigned long OpenPatiently(const std::function<unsigned long()>& open) {

@@ -7,9 +7,12 @@
 
 namespace fenwright::platform {
 
+/// The system's name of a port without the prefix that a path has: "COM3" for \\.\COM3.
+std::string PortName(const std::string& path);
+
 /// What it means that the port `path` could not be opened: the status for a value of
 /// GetLastError(), and a reason in Japanese that names the cause and the cure, followed by the
-/// system's words in parentheses. The reason names "COM3" for the path \\.\COM3.
+/// system's words in parentheses. The reason names the port by its PortName().
 ///
 /// - ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_DEV_NOT_EXIST: missing.
 /// - ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION: busy; the system keeps ports from nobody, so a

@@ -17,15 +17,7 @@ namespace {
 constexpr GUID kPortsClass = {
     0x4D36E978, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
 
-constexpr std::wstring_view kDevicePrefix = LR"(\\.\)";
-
 using Text = std::array<wchar_t, 512>;
-
-/// The system's name without the prefix that a path has: "COM3".
-std::wstring NameOf(const std::string& path) {
-  const std::wstring name = ToWide(path);
-  return name.starts_with(kDevicePrefix) ? name.substr(kDevicePrefix.size()) : name;
-}
 
 bool IsSameName(const std::wstring& one, const std::wstring& other) {
   return CompareStringOrdinal(one.c_str(), -1, other.c_str(), -1, TRUE) == CSTR_EQUAL;
@@ -114,7 +106,7 @@ class WindowsPortInfos final : public PortInfos {
     info.Number = number;
     info.Path = path_of_(number);
     if (info.Path.empty()) return info;
-    const std::wstring name = NameOf(info.Path);
+    const std::wstring name = ToWide(PortName(info.Path));
     if (IsListed(name) || IsDevice(name)) {
       info.State = PortState::Usable;
       info.Description = DescriptionOf(name);

@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/pseudo_terminal.h"
+#include "platform/terminal_line.h"
 #include "platform/windows/far_end.h"
 
 namespace {
@@ -34,7 +34,7 @@ class FarEnd {
   }
 
   void Restore() {
-    line_ = std::make_unique<fenwright::platform::PseudoTerminal>();
+    line_ = std::make_unique<fenwright::platform::TerminalLine>();
     answerer_ = std::make_unique<fenwright::platform::Answerer>(*line_, far_end::Request(),
                                                                 far_end::Reply());
     std::filesystem::remove(link_);
@@ -43,7 +43,7 @@ class FarEnd {
 
  private:
   std::filesystem::path link_;
-  std::unique_ptr<fenwright::platform::PseudoTerminal> line_;
+  std::unique_ptr<fenwright::platform::TerminalLine> line_;
   std::unique_ptr<fenwright::platform::Answerer> answerer_;
 };
 
