@@ -16,7 +16,7 @@ namespace {
 using ::testing::Contains;
 using ::testing::HasSubstr;
 
-constexpr double kSeconds = 120;  ///< for one run of the generator on a busy machine
+constexpr double kSeconds = 240;  ///< for one run of the generator on a busy machine
 
 QString Text(const QString& path) {
   QFile file(path);
