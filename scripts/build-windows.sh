@@ -35,7 +35,7 @@ build_preset windows
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:[^=]*=//p' "$build_dir/CMakeCache.txt")
 [[ -n $version ]] || die "the build does not tell the version"
 
-# The manual is made by a program of the project, which runs here.
+# The manual is made here, by the build for this system.
 if [[ -f tools/manual/CMakeLists.txt ]]; then
   say "Making the manual"
   build_preset dev manual

@@ -1,4 +1,4 @@
-// Writes the program's icon as pictures of all sizes that desktops ask for.
+// Writes the program's icon as pictures of all sizes that desktops, and Windows, ask for.
 //
 //   fenwright-icons FOLDER    writes FOLDER/<size>x<size>/apps/fenwright.png
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int kSizes[] = {16, 22, 24, 32, 48, 64, 128, 256};
+constexpr int kSizes[] = {16, 20, 22, 24, 32, 40, 48, 64, 128, 256};
 
 bool WritePicture(const QString& folder, int size) {
   const QString place = QString("%1/%2x%2/apps").arg(folder).arg(size);

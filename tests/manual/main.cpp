@@ -1,8 +1,0 @@
-#include <QGuiApplication>
-#include <gtest/gtest.h>
-
-int main(int argc, char** argv) {
-  testing::InitGoogleTest(&argc, argv);
-  QGuiApplication application(argc, argv);
-  return RUN_ALL_TESTS();
-}
