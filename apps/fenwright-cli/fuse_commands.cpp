@@ -12,9 +12,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "fuse/fuse_bytes.h"
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
-#include "fuse/fuse_writing.h"
+#include "fuse/reset_pin.h"
 #include "ops/commands.h"
 #include "result.h"
 #include "session.h"

@@ -86,7 +86,7 @@ nlohmann::json Result(Session& session, ExitCode code, double seconds) {
       {"erased", state.Command.Erased},
       {"flash_words_written", state.Command.FlashWordsWritten},
       {"eeprom_bytes_done", state.Command.EepromBytesDone},
-      {"chip_state", ops::DescribeChipState(state, ops::Language::English)},
+      {"chip_state", ops::DescribeChipState(state, core::Language::English)},
       {"message", MessageOf(state, code)},
       {"cause", state.Command.LinkReady ? "" : session.Dialog().Detail()},
       {"seconds", seconds},
@@ -103,7 +103,7 @@ nlohmann::json Result(Session& session, ExitCode code, double seconds) {
 
 void PrintResult(Session& session, ExitCode code, double seconds) {
   const core::AppState& state = session.Context().State;
-  const std::string sentence = ops::DescribeChipState(state, ops::Language::English);
+  const std::string sentence = ops::DescribeChipState(state, core::Language::English);
   Console& out = session.Out();
   if (code == ExitCode::Success) {
     out.Print(fmt::format("ok: {} ({:.1f} s)", sentence, seconds));

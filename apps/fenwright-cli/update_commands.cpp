@@ -16,7 +16,7 @@
 namespace fenwright::cli {
 namespace {
 
-using update::Language;
+using core::Language;
 
 /// The dialog's controls at the command line: the port is the one of the call, texts are printed,
 /// and the bar counts the words.

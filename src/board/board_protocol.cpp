@@ -26,43 +26,28 @@ Instruction At(std::uint8_t operation, std::uint16_t address, std::uint8_t data)
           data};
 }
 
-bool IsTiny(const ChipModel& model) { return model.Name.substr(0, 6) == "ATtiny"; }
-bool IsAt90s(const ChipModel& model) { return !IsTiny(model); }
-bool IsPaged(const ChipModel& model) { return model.PageWords != 0; }
-bool IsBytewise(const ChipModel& model) { return !IsPaged(model); }
-
 }  // namespace
 
 struct BoardProtocol::Command {
   char Letter;
   std::size_t ArgumentCount;
   bool NeedsProgramming;
-  bool (*FitsDevice)(const ChipModel& selected);  ///< null: whatever device is selected, or none
   BoardReply (BoardProtocol::*Run)();
 };
 
 const BoardProtocol::Command* BoardProtocol::FindCommand(std::uint8_t letter) {
   using Self = BoardProtocol;
   static constexpr std::array<Command, 19> kCommands{{
-      {'T', 1, false, nullptr, &Self::SelectByCode},
-      {'P', 0, false, nullptr, &Self::EnterProgramming},
-      {'L', 0, false, nullptr, &Self::LeaveProgramming},
-      {'e', 0, true, nullptr, &Self::Erase},
-      {'a', 2, true, nullptr, &Self::SetAddress},
-      {'R', 0, true, nullptr, &Self::ReadWord},
-      {'c', 1, true, IsBytewise, &Self::WriteLowByte},
-      {'C', 1, true, IsBytewise, &Self::WriteHighByte},
-      {'W', 2, true, IsPaged, &Self::WriteWord},
-      {'d', 0, true, nullptr, &Self::ReadEeprom},
-      {'D', 1, true, nullptr, &Self::WriteEeprom},
-      {'r', 0, true, nullptr, &Self::ReadFuse},
-      {'F', 0, true, nullptr, &Self::ReadLock},
-      {'o', 0, true, nullptr, &Self::ReadCalibration},
-      {'f', 1, true, IsAt90s, &Self::WriteFuseAt90s},
-      {'u', 1, true, IsTiny, &Self::WriteFuseTiny},
-      {'l', 1, true, IsBytewise, &Self::WriteLock},
-      {';', 4, true, nullptr, &Self::PassWrite},
-      {':', 3, true, nullptr, &Self::PassRead},
+      {'T', 1, false, &Self::SelectByCode},     {'P', 0, false, &Self::EnterProgramming},
+      {'L', 0, false, &Self::LeaveProgramming}, {'e', 0, true, &Self::Erase},
+      {'a', 2, true, &Self::SetAddress},        {'R', 0, true, &Self::ReadWord},
+      {'c', 1, true, &Self::WriteLowByte},      {'C', 1, true, &Self::WriteHighByte},
+      {'W', 2, true, &Self::WriteWord},         {'d', 0, true, &Self::ReadEeprom},
+      {'D', 1, true, &Self::WriteEeprom},       {'r', 0, true, &Self::ReadFuse},
+      {'F', 0, true, &Self::ReadLock},          {'o', 0, true, &Self::ReadCalibration},
+      {'f', 1, true, &Self::WriteFuseAt90s},    {'u', 1, true, &Self::WriteFuseTiny},
+      {'l', 1, true, &Self::WriteLock},         {';', 4, true, &Self::PassWrite},
+      {':', 3, true, &Self::PassRead},
   }};
   const auto* const found =
       std::find_if(kCommands.begin(), kCommands.end(), [letter](const Command& command) {
@@ -199,8 +184,11 @@ std::optional<BoardReply> BoardProtocol::Start(std::uint8_t letter) {
 }
 
 BoardReply BoardProtocol::Carry(const Command& command) {
-  const bool fits =
-      command.FitsDevice == nullptr || (selected_ != nullptr && command.FitsDevice(*selected_));
+  // Some commands fit those devices only whose row names them.
+  constexpr std::string_view kDeviceCommands = "cCWful";
+  const bool fits = kDeviceCommands.find(command.Letter) == std::string_view::npos ||
+                    (selected_ != nullptr &&
+                     selected_->WriteCommands.find(command.Letter) != std::string_view::npos);
   if ((command.NeedsProgramming && !programming_) || !fits) {
     return Refused();
   }

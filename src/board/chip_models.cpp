@@ -16,10 +16,11 @@ constexpr ChipTimes kTiny26Times{
 
 // Fuse bytes as delivered. SPIEN reads as programmed wherever it can be read, and serial
 // programming cannot change it; bits that do not exist read 1.
-constexpr std::array<ChipModel, 15> kModels{{
+constexpr auto kModels = std::to_array<ChipModel>({
     {.Name = "ATtiny12L",
      .DeviceCode = 0x55,
      .Signature = {0x1E, 0x90, 0x05},
+     .WriteCommands = "cCul",
      .FlashWords = 512,
      .EepromBytes = 64,
      .Fuses = FuseAccess::FourthByte,
@@ -33,6 +34,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "ATtiny15L",
      .DeviceCode = 0x56,
      .Signature = {0x1E, 0x90, 0x06},
+     .WriteCommands = "cCul",
      .FlashWords = 512,
      .EepromBytes = 64,
      .Fuses = FuseAccess::FourthByte,
@@ -46,6 +48,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "ATtiny26L",
      .DeviceCode = 0x59,
      .Signature = {0x1E, 0x91, 0x09},
+     .WriteCommands = "Wu",
      .FlashWords = 1024,
      .EepromBytes = 128,
      .PageWords = 16,
@@ -63,6 +66,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S2323",
      .DeviceCode = 0x48,
      .Signature = {0x1E, 0x91, 0x02},
+     .WriteCommands = "cCfl",
      .FlashWords = 1024,
      .EepromBytes = 128,
      .Fuses = FuseAccess::SecondByte,
@@ -73,6 +77,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S2343",
      .DeviceCode = 0x4C,
      .Signature = {0x1E, 0x91, 0x03},
+     .WriteCommands = "cCfl",
      .FlashWords = 1024,
      .EepromBytes = 128,
      .Fuses = FuseAccess::SecondByte,
@@ -83,6 +88,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S1200 (外部ｸﾛｯｸ)",
      .DeviceCode = 0x13,
      .Signature = {0x1E, 0x90, 0x01},
+     .WriteCommands = "cCfl",
      .FlashWords = 512,
      .EepromBytes = 64,
      .Lock = LockAccess::WriteOnly,
@@ -90,6 +96,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S1200A(内部RCｸﾛｯｸ1MHz)",
      .DeviceCode = 0x13,
      .Signature = {0x1E, 0x90, 0x01},
+     .WriteCommands = "cCfl",
      .FlashWords = 512,
      .EepromBytes = 64,
      .Lock = LockAccess::WriteOnly,
@@ -97,6 +104,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S2313",
      .DeviceCode = 0x20,
      .Signature = {0x1E, 0x91, 0x01},
+     .WriteCommands = "cCfl",
      .FlashWords = 1024,
      .EepromBytes = 128,
      .Lock = LockAccess::WriteOnly,
@@ -104,6 +112,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S4433",
      .DeviceCode = 0x30,
      .Signature = {0x1E, 0x92, 0x03},
+     .WriteCommands = "cCfl",
      .FlashWords = 2048,
      .EepromBytes = 256,
      .Fuses = FuseAccess::SecondByte,
@@ -114,6 +123,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S4414",
      .DeviceCode = 0x28,
      .Signature = {0x1E, 0x92, 0x01},
+     .WriteCommands = "cCfl",
      .FlashWords = 2048,
      .EepromBytes = 256,
      .Lock = LockAccess::WriteOnly,
@@ -121,6 +131,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S4434",
      .DeviceCode = 0x6C,
      .Signature = {0x1E, 0x92, 0x02},
+     .WriteCommands = "cCfl",
      .FlashWords = 2048,
      .EepromBytes = 256,
      .Fuses = FuseAccess::SecondByte,
@@ -131,6 +142,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S8515",
      .DeviceCode = 0x38,
      .Signature = {0x1E, 0x93, 0x01},
+     .WriteCommands = "cCfl",
      .FlashWords = 4096,
      .EepromBytes = 512,
      .Lock = LockAccess::WriteOnly,
@@ -138,6 +150,7 @@ constexpr std::array<ChipModel, 15> kModels{{
     {.Name = "AT90S8535",
      .DeviceCode = 0x68,
      .Signature = {0x1E, 0x93, 0x03},
+     .WriteCommands = "cCfl",
      .FlashWords = 4096,
      .EepromBytes = 512,
      .Fuses = FuseAccess::SecondByte,
@@ -153,7 +166,7 @@ constexpr std::array<ChipModel, 15> kModels{{
      .DeviceCode = std::nullopt,
      .Signature = {0xFF, 0xFF, 0xFF},
      .Present = false},
-}};
+});
 
 std::string_view ShortName(std::string_view name) {
   return name.substr(0, name.find_first_of(" ("));

@@ -42,6 +42,7 @@ struct ChipModel {
   std::string_view Name;                   ///< UTF-8, the display name of the device selector
   std::optional<std::uint8_t> DeviceCode;  ///< the code of command T; none: not programmable here
   std::array<std::uint8_t, 3> Signature;   ///< vendor, family, part: chip addresses 0, 1, 2
+  std::string_view WriteCommands{};        ///< the board's own write commands that fit the chip
   std::uint32_t FlashWords = 0;
   std::uint32_t EepromBytes = 0;
   std::uint32_t PageWords = 0;  ///< flash page in words; 0: flash is written byte by byte
@@ -60,7 +61,7 @@ struct ChipModel {
   bool Present = true;  ///< false: the empty socket
 };
 
-/// The thirteen programmable chips in the selector's order, then "ATtiny11L" (recognised in the
+/// The programmable chips in the selector's order, then "ATtiny11L" (recognised in the
 /// socket, not programmable) and "empty" (no chip in the socket).
 std::span<const ChipModel> ChipModels();
 

@@ -14,6 +14,10 @@ void PopulateDeviceSelector(RunContext& context) {
   context.Screen.DeviceForm.SetDevices(names);
 }
 
+const DeviceEntry* SelectedDevice(const RunContext& context) {
+  return FindDevice(context.Screen.DeviceForm.DeviceText());
+}
+
 void LoadSelectedDevice(RunContext& context) {
   const std::string name = context.Screen.DeviceForm.DeviceText();
   if (name.empty()) return;

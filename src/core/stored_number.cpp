@@ -2,41 +2,26 @@
 
 #include <array>
 #include <charconv>
-#include <cmath>
-#include <limits>
 #include <string>
 
 #include "core/command_end.h"
+#include "core/numbers.h"
 #include "core/settings_keys.h"
+#include "platform/port_info.h"
 
 namespace fenwright::core {
-namespace {
-
-std::string_view WithoutBlanks(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
-}
-
-}  // namespace
-
-std::optional<double> ParseStoredNumber(std::string_view text) {
-  text = WithoutBlanks(text);
-  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
-  double value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, code] = std::from_chars(text.data(), end, value);
-  if (code != std::errc{} || stop != end) return std::nullopt;
-  constexpr auto kLargest = static_cast<double>(std::numeric_limits<float>::max());
-  if (!(std::abs(value) <= kLargest)) return std::nullopt;
-  return value;
-}
 
 double ReadStoredNumber(const RunContext& context, std::string_view key, double missing) {
   const auto text = context.Storage.Settings.Read(kSettingsSection, key);
   if (!text) return missing;
-  if (const auto number = ParseStoredNumber(*text)) return *number;
+  if (const auto number = ParseNumber(*text)) return *number;
   EndCommandOnBadSetting(key, *text, "この値を削除するか、数字に直してから起動してください。");
+}
+
+std::optional<int> StoredPortNumber(const RunContext& context) {
+  const auto text = context.Storage.Settings.Read(kSettingsSection, kPortNumberKey);
+  if (!text) return std::nullopt;
+  return ParseWholeNumber(*text, 0, platform::kLastComNumber).value_or(0);
 }
 
 void StoreNumber(RunContext& context, std::string_view key, double value) {

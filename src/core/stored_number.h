@@ -7,14 +7,13 @@
 
 namespace fenwright::core {
 
-/// A plain decimal number as the settings keep them, blanks around it allowed; nothing for any
-/// other text, and for a number that single precision cannot hold.
-std::optional<double> ParseStoredNumber(std::string_view text);
-
 /// A setting of the main program as a number, `missing` when it was never stored. A stored value
 /// that is no number ends the running command with BadSetting and a text that names section, key
 /// and value.
 double ReadStoredNumber(const RunContext& context, std::string_view key, double missing);
+
+/// The stored number of the COM port: nothing when none was ever stored, 0 for what is no port.
+std::optional<int> StoredPortNumber(const RunContext& context);
 
 /// Stores a number in decimal; a store that cannot be written is passed over.
 void StoreNumber(RunContext& context, std::string_view key, double value);

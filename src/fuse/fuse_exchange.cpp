@@ -4,26 +4,22 @@
 #include "link/board_commands.h"
 
 namespace fenwright::fuse {
-namespace {
 
-void Trace(core::RunContext& context, std::string_view label) {
-  if (!label.empty()) core::ShowStatus(context, label);
+bool EnterExchange(core::RunContext& context, std::string_view transfer_label) {
+  std::int16_t& error = context.State.LinkError;
+  const bool traced = !transfer_label.empty();
+  if (traced) core::ShowStatus(context, "A_AvrExtendCommand");
+  link::AvrExtendCommand(context, error);
+  if (error != 0) return false;
+  if (traced) core::ShowStatus(context, "P_enterProgrammingMode");
+  link::EnterProgrammingMode(context, error);
+  if (traced) core::ShowStatus(context, transfer_label);
+  return true;
 }
 
-}  // namespace
-
-void FuseExchange(core::RunContext& context, const ExchangeLabels& labels,
-                  const std::function<void()>& transfer) {
-  std::int16_t& error = context.State.LinkError;
-  Trace(context, labels.Extend);
-  link::AvrExtendCommand(context, error);
-  if (error != 0) return;
-  Trace(context, labels.Enter);
-  link::EnterProgrammingMode(context, error);
-  Trace(context, labels.Transfer);
-  transfer();
-  Trace(context, labels.Leave);
-  link::LeaveProgrammingMode(context, error);
+void LeaveExchange(core::RunContext& context, std::string_view transfer_label) {
+  if (!transfer_label.empty()) core::ShowStatus(context, "L_leaveProgrammingMode");
+  link::LeaveProgrammingMode(context, context.State.LinkError);
 }
 
 }  // namespace fenwright::fuse

@@ -1,25 +1,18 @@
 #pragma once
 
-#include <functional>
-#include <span>
 #include <string_view>
 
 #include "core/run_context.h"
 
 namespace fenwright::fuse {
 
-/// What the trace says before each step of an exchange; all "" = nothing.
-struct ExchangeLabels {
-  std::string_view Extend;
-  std::string_view Enter;
-  std::string_view Transfer;
-  std::string_view Leave;
-};
+// One transfer in a programming mode of its own: entering, the one transfer command, leaving. With
+// a label for the transfer, the trace says before each step which one it is; "" = nothing.
 
-/// One transfer in a programming mode of its own: the extend command, entering, `transfer`,
-/// leaving. With the error flag set after the extend command, by it or by an earlier exchange,
-/// nothing more is sent.
-void FuseExchange(core::RunContext& context, const ExchangeLabels& labels,
-                  const std::function<void()>& transfer);
+/// Sends the extend command and enters programming mode. False, with nothing more to be sent, when
+/// the error flag is set after the extend command, by it or by an earlier exchange.
+bool EnterExchange(core::RunContext& context, std::string_view transfer_label);
+
+void LeaveExchange(core::RunContext& context, std::string_view transfer_label);
 
 }  // namespace fenwright::fuse

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "core/device_selection.h"
+#include "fuse/fuse_bytes.h"
 #include "fuse/fuse_model.h"
-#include "fuse/fuse_writing.h"
 
 namespace fenwright::fuse {
 namespace {

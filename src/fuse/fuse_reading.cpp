@@ -1,5 +1,7 @@
 #include "fuse/fuse_reading.h"
 
+#include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -7,79 +9,33 @@
 
 #include "core/hex_format.h"
 #include "core/status.h"
+#include "fuse/fuse_bytes.h"
 #include "fuse/fuse_exchange.h"
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
-#include "fuse/fuse_writing.h"
 #include "link/board_commands.h"
 #include "link/socket_check.h"
 
 namespace fenwright::fuse {
 namespace {
 
-constexpr std::string_view kExtendLabel = "A_AvrExtendCommand";
-constexpr std::string_view kEnterLabel = "P_enterProgrammingMode";
-constexpr std::string_view kLeaveLabel = "L_leaveProgrammingMode";
-
-/// The trace's texts for one command, "o_readCalibtationByte" spelled as it is.
-ExchangeLabels LabelsOf(ReadCommand command) {
-  const auto around = [](std::string_view transfer) {
-    return ExchangeLabels{
-        .Extend = kExtendLabel, .Enter = kEnterLabel, .Transfer = transfer, .Leave = kLeaveLabel};
-  };
-  switch (command) {
-    case ReadCommand::Fuse:
-      return around("r_readFuseBit");
-    case ReadCommand::FuseHigh:
-      return around("U_readFuseHiBit_Tiny26");
-    case ReadCommand::Lock:
-      return around("F_readLockFuseBit");
-    case ReadCommand::Calibration:
-      return around("o_readCalibtationByte");
-    case ReadCommand::LockFuse:
-      break;
-  }
-  return {};
-}
-
-/// The working byte that a command fills.
-std::uint8_t& TargetOf(core::AppState& state, ReadCommand command) {
-  switch (command) {
-    case ReadCommand::Lock:
-      return state.LockByte;
-    case ReadCommand::LockFuse:
-      return state.LockFuseByte;
-    case ReadCommand::Fuse:
-    case ReadCommand::FuseHigh:
-    case ReadCommand::Calibration:
-      break;
-  }
-  return state.FuseByte;
-}
-
-/// The one command of an exchange; false when the chip's answer did not arrive.
-bool Transfer(core::RunContext& context, ReadCommand command) {
-  core::AppState& state = context.State;
-  std::uint8_t& byte = TargetOf(state, command);
-  switch (command) {
-    case ReadCommand::Fuse:
-      return link::ReadFuseBits(context, byte, state.LinkError);
-    case ReadCommand::FuseHigh:
-      return link::ReadFuseHighBits(context, byte, state.LinkError);
-    case ReadCommand::Lock:
-    case ReadCommand::LockFuse:
-      return link::ReadLockFuseBits(context, byte, state.LinkError);
-    case ReadCommand::Calibration:
-      break;
-  }
-  return link::ReadCalibrationByte(context, state.CalibrationBytes, state.LinkError);
-}
-
-bool ReadByte(core::RunContext& context, ReadCommand command) {
-  bool delivered = false;
-  FuseExchange(context, LabelsOf(command), [&] { delivered = Transfer(context, command); });
-  return delivered;
-}
+/// How a byte is read: the board command, the working byte that it fills, and the trace's word for
+/// it ("" = the exchange is not traced). The calibration bytes have a board command of their own.
+struct Reader {
+  ReadCommand Command;
+  bool (*Read)(core::RunContext& context, std::uint8_t& value, std::int16_t& error);
+  std::uint8_t core::AppState::*Target;
+  std::string_view Label;
+};
+// "o_readCalibtationByte" is spelled as it is.
+constexpr auto kReaders = std::to_array<Reader>({
+    {ReadCommand::Fuse, link::ReadFuseBits, &core::AppState::FuseByte, "r_readFuseBit"},
+    {ReadCommand::FuseHigh, link::ReadFuseHighBits, &core::AppState::FuseByte,
+     "U_readFuseHiBit_Tiny26"},
+    {ReadCommand::Lock, link::ReadLockFuseBits, &core::AppState::LockByte, "F_readLockFuseBit"},
+    {ReadCommand::LockFuse, link::ReadLockFuseBits, &core::AppState::LockFuseByte, ""},
+    {ReadCommand::Calibration, nullptr, nullptr, "o_readCalibtationByte"},
+});
 
 void ShowByte(core::RunContext& context, const ReadStep& step, std::uint8_t byte) {
   const HiddenFuseFrame hidden(context);
@@ -106,15 +62,19 @@ void ShowCalibration(core::RunContext& context) {
 }
 
 void RunStep(core::RunContext& context, const ReadStep& step) {
+  core::AppState& state = context.State;
+  const Reader& reader = *std::ranges::find(kReaders, step.Command, &Reader::Command);
   // An empty line and a header.
   if (!step.Header.empty()) core::ShowStatus(context, "\r\n" + std::string(step.Header));
-  if (!ReadByte(context, step.Command)) return;
-  if (step.Command == ReadCommand::Calibration) {
-    ShowCalibration(context);
-    return;
-  }
-  const std::uint8_t byte = TargetOf(context.State, step.Command);
-  context.State.Command.FuseBytes.push_back({.Name = std::string(step.Caption), .Value = byte});
+  if (!EnterExchange(context, reader.Label)) return;
+  const bool delivered =
+      reader.Read ? reader.Read(context, state.*reader.Target, state.LinkError)
+                  : link::ReadCalibrationByte(context, state.CalibrationBytes, state.LinkError);
+  LeaveExchange(context, reader.Label);
+  if (!delivered) return;
+  if (!reader.Read) return ShowCalibration(context);
+  const std::uint8_t byte = state.*reader.Target;
+  state.Command.FuseBytes.push_back({.Name = std::string(step.Caption), .Value = byte});
   ShowByte(context, step, byte);
 }
 

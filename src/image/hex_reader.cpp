@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/hex_record.h"
 #include "core/status.h"
 #include "core/text_lines.h"
 #include "image/buffers.h"
@@ -12,11 +13,6 @@
 namespace fenwright::image {
 namespace {
 
-// Positions within a record line, counted from 0.
-constexpr std::size_t kCountPosition = 1;
-constexpr std::size_t kAddressPosition = 3;
-constexpr std::size_t kTypePosition = 7;
-constexpr std::size_t kDataPosition = 9;
 constexpr std::int32_t kDataRecord = 0;
 constexpr std::int32_t kEndRecord = 1;
 
@@ -41,7 +37,7 @@ std::int32_t ByteAt(std::string_view line, std::size_t position, std::int16_t& l
 /// True when the record ends in its checksum, in the standard form or in the one-character form
 /// that this program itself writes for some records.
 bool ChecksumFits(std::string_view line, std::int32_t count) {
-  const std::size_t length = kDataPosition + 2 * static_cast<std::size_t>(count);
+  const std::size_t length = core::kRecordData + 2 * static_cast<std::size_t>(count);
   if (line.size() <= length) return false;
   std::int16_t ignored = 0;
   const std::string own_form = RecordChecksum(line.substr(0, length), ignored);
@@ -54,17 +50,17 @@ bool ChecksumFits(std::string_view line, std::int32_t count) {
 /// Stores one record; false when a byte would lie beyond the buffer.
 bool StoreRecord(std::string_view line, const Target& target, std::int16_t& link_error,
                  HexReadReport& report) {
-  const std::int32_t count = ByteAt(line, kCountPosition, link_error);
+  const std::int32_t count = ByteAt(line, core::kRecordCount, link_error);
   const std::int32_t address =
-      HexWord(At(line, kAddressPosition), At(line, kAddressPosition + 1),
-              At(line, kAddressPosition + 2), At(line, kAddressPosition + 3), link_error);
-  const std::int32_t type = ByteAt(line, kTypePosition, link_error);
+      HexWord(At(line, core::kRecordAddress), At(line, core::kRecordAddress + 1),
+              At(line, core::kRecordAddress + 2), At(line, core::kRecordAddress + 3), link_error);
+  const std::int32_t type = ByteAt(line, core::kRecordType, link_error);
   if (type == kEndRecord) report.EndRecordSeen = true;
   if (type != kDataRecord) return true;
   ++report.DataRecords;
   for (std::int32_t i = 0; i < count; ++i) {
     const std::int32_t value =
-        ByteAt(line, kDataPosition + 2 * static_cast<std::size_t>(i), link_error);
+        ByteAt(line, core::kRecordData + 2 * static_cast<std::size_t>(i), link_error);
     const std::int32_t byte_address = address + i;
     const std::int32_t index = target.SwapsBytesOfWords ? byte_address ^ 1 : byte_address;
     if (index > target.LastIndex) return false;
@@ -81,8 +77,8 @@ void NoteDoubts(std::string_view line, std::int32_t line_number, std::int16_t li
     return;
   }
   std::int16_t ignored = 0;
-  if (ByteAt(line, kTypePosition, ignored) != kDataRecord) return;
-  const std::int32_t count = ByteAt(line, kCountPosition, ignored);
+  if (ByteAt(line, core::kRecordType, ignored) != kDataRecord) return;
+  const std::int32_t count = ByteAt(line, core::kRecordCount, ignored);
   if (report.FirstBadChecksumLine == 0 && !ChecksumFits(line, count)) {
     report.FirstBadChecksumLine = line_number;
   }

@@ -1,6 +1,7 @@
 #include "link/board_commands.h"
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -49,10 +50,9 @@ constexpr BoardCommand kLeaveProgrammingMode{
     .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Leave programming Mode L",
     .ReplyTracePrefix = "Leave programming Mode L : "};
 
-constexpr BoardCommand kReadSignature{.Character = 's',
-                                      .ReplyCount = 3,
-                                      .TimeoutSeconds = 1,
-                                      .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Signature bytes s"};
+// One of several attempts: the text of the last one's failure is said by itself.
+constexpr BoardCommand kReadSignature{.Character = 's', .ReplyCount = 3, .TimeoutSeconds = 1};
+constexpr std::string_view kSignatureTimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Signature bytes s";
 
 constexpr BoardCommand kReadProgramWord{.Character = 'R',
                                         .ReplyCount = 2,
@@ -177,57 +177,43 @@ constexpr BoardCommand kAvrExtendCommand{.Character = 'A',
 
 enum class ExchangeEnd { Good, TimedOut, WrongReply };
 
-/// Sends a command with its arguments and waits for its reply; true when the reply is in `RxBuf`.
-bool Transfer(core::RunContext& context, const BoardCommand& command,
-              std::span<const std::uint8_t> arguments) {
+/// A command without a text for its failure says nothing, and sets no flag.
+ExchangeEnd Fail(core::RunContext& context, ExchangeEnd end, std::string_view text,
+                 std::int16_t& error) {
+  if (text.empty()) return end;
+  error = 1;
+  context.State.Command.LastFailure = text;
+  core::ShowStatus(context, text);
+  return end;
+}
+
+/// One exchange with its flag and its texts: the reply is in `RxBuf` unless it timed out. Of a
+/// reply longer than awaited the rest is ignored.
+ExchangeEnd Exchange(core::RunContext& context, const BoardCommand& command,
+                     std::initializer_list<std::uint8_t> arguments, std::int16_t& error) {
   ClearInput(context);
   SendText(context, command.Character);
   for (std::size_t i = 0; i < command.InstructionLength; ++i) {
     SendByte(context, command.Instruction[i]);
   }
   for (const std::uint8_t argument : arguments) SendByte(context, argument);
-  if (!WaitForBytes(context, command.ReplyCount, command.TimeoutSeconds)) return false;
-  ReadReply(context);
-  return true;
-}
-
-void ReportFailure(core::RunContext& context, std::string_view text, std::int16_t& error) {
-  error = 1;
-  context.State.Command.LastFailure = text;
-  core::ShowStatus(context, text);
-}
-
-/// One exchange with its flag and its texts. Of a reply longer than awaited the rest is ignored.
-ExchangeEnd Exchange(core::RunContext& context, const BoardCommand& command,
-                     std::span<const std::uint8_t> arguments, std::int16_t& error) {
-  if (!Transfer(context, command, arguments)) {
-    ReportFailure(context, command.TimeoutText, error);
-    return ExchangeEnd::TimedOut;
+  if (!WaitForBytes(context, command.ReplyCount, command.TimeoutSeconds)) {
+    return Fail(context, ExchangeEnd::TimedOut, command.TimeoutText, error);
   }
+  ReadReply(context);
   const std::uint8_t first = context.State.RxBuf.front();
   if (!command.ReplyTracePrefix.empty()) {
     core::ShowStatus(context, std::string(command.ReplyTracePrefix) + core::HexByte(first));
   }
   if (command.Test == ReplyTest::Acknowledge && first != kAcknowledge) {
-    ReportFailure(context, command.WrongReplyText, error);
-    return ExchangeEnd::WrongReply;
+    return Fail(context, ExchangeEnd::WrongReply, command.WrongReplyText, error);
   }
   return ExchangeEnd::Good;
 }
 
-ExchangeEnd Exchange(core::RunContext& context, const BoardCommand& command, std::uint8_t argument,
-                     std::int16_t& error) {
-  const std::array<std::uint8_t, 1> arguments{argument};
-  return Exchange(context, command, arguments, error);
-}
-
-ExchangeEnd Exchange(core::RunContext& context, const BoardCommand& command, std::int16_t& error) {
-  return Exchange(context, command, std::span<const std::uint8_t>{}, error);
-}
-
 bool ReadOneByte(core::RunContext& context, const BoardCommand& command, std::uint8_t& value,
                  std::int16_t& error) {
-  if (Exchange(context, command, error) != ExchangeEnd::Good) return false;
+  if (Exchange(context, command, {}, error) != ExchangeEnd::Good) return false;
   value = context.State.RxBuf[0];
   return true;
 }
@@ -236,26 +222,29 @@ bool ReadOneByte(core::RunContext& context, const BoardCommand& command, std::ui
 
 void EnterProgrammingMode(core::RunContext& context, std::int16_t& error) {
   context.State.Command.InProgrammingMode = true;
-  Exchange(context, kEnterProgrammingMode, error);
+  Exchange(context, kEnterProgrammingMode, {}, error);
 }
 
 void LeaveProgrammingMode(core::RunContext& context, std::int16_t& error) {
-  const ExchangeEnd end = Exchange(context, kLeaveProgrammingMode, error);
+  const ExchangeEnd end = Exchange(context, kLeaveProgrammingMode, {}, error);
   context.State.Command.InProgrammingMode = false;
   if (end == ExchangeEnd::TimedOut) return;
   constexpr double kSettleSeconds = 0.1;
   Pause(context, kSettleSeconds);
 }
 
-bool ExchangeSignature(core::RunContext& context) { return Transfer(context, kReadSignature, {}); }
+bool ExchangeSignature(core::RunContext& context) {
+  std::int16_t ignored = 0;
+  return Exchange(context, kReadSignature, {}, ignored) == ExchangeEnd::Good;
+}
 
 void ReportSignatureTimeout(core::RunContext& context, std::int16_t& error) {
-  ReportFailure(context, kReadSignature.TimeoutText, error);
+  Fail(context, ExchangeEnd::TimedOut, kSignatureTimeoutText, error);
 }
 
 bool ReadProgramWord(core::RunContext& context, std::uint8_t& high, std::uint8_t& low,
                      std::int16_t& error) {
-  if (Exchange(context, kReadProgramWord, error) != ExchangeEnd::Good) return false;
+  if (Exchange(context, kReadProgramWord, {}, error) != ExchangeEnd::Good) return false;
   high = context.State.RxBuf[0];
   low = context.State.RxBuf[1];
   return true;
@@ -263,14 +252,13 @@ bool ReadProgramWord(core::RunContext& context, std::uint8_t& high, std::uint8_t
 
 void WriteProgramWord(core::RunContext& context, std::uint8_t high, std::uint8_t low,
                       std::int16_t& error) {
-  if (Exchange(context, kWriteProgramLow, low, error) == ExchangeEnd::TimedOut) return;
-  Exchange(context, kWriteProgramHigh, high, error);
+  if (Exchange(context, kWriteProgramLow, {low}, error) == ExchangeEnd::TimedOut) return;
+  Exchange(context, kWriteProgramHigh, {high}, error);
 }
 
 void WriteProgramWordTiny26(core::RunContext& context, std::uint8_t high, std::uint8_t low,
                             std::int16_t& error) {
-  const std::array<std::uint8_t, 2> arguments{low, high};
-  Exchange(context, kWriteProgramWordTiny26, arguments, error);
+  Exchange(context, kWriteProgramWordTiny26, {low, high}, error);
 }
 
 bool ReadDataByte(core::RunContext& context, std::uint8_t& data, std::int16_t& error) {
@@ -278,27 +266,27 @@ bool ReadDataByte(core::RunContext& context, std::uint8_t& data, std::int16_t& e
 }
 
 void WriteDataByte(core::RunContext& context, std::uint8_t data, std::int16_t& error) {
-  Exchange(context, kWriteDataByte, data, error);
+  Exchange(context, kWriteDataByte, {data}, error);
 }
 
 void WriteFuseBits(core::RunContext& context, std::uint8_t value, std::int16_t& error) {
-  Exchange(context, kWriteFuseBits, value, error);
+  Exchange(context, kWriteFuseBits, {value}, error);
 }
 
 void WriteFuseBitsU(core::RunContext& context, std::uint8_t value, std::int16_t& error) {
-  Exchange(context, kWriteFuseBitsU, value, error);
+  Exchange(context, kWriteFuseBitsU, {value}, error);
 }
 
 void WriteFuseHighBits(core::RunContext& context, std::uint8_t value, std::int16_t& error) {
-  Exchange(context, kWriteFuseHighBits, value, error);
+  Exchange(context, kWriteFuseHighBits, {value}, error);
 }
 
 void WriteLockBits(core::RunContext& context, std::uint8_t value, std::int16_t& error) {
-  Exchange(context, kWriteLockBits, value, error);
+  Exchange(context, kWriteLockBits, {value}, error);
 }
 
 void WriteLockBitsTiny26(core::RunContext& context, std::uint8_t value, std::int16_t& error) {
-  Exchange(context, kWriteLockBitsTiny26, value, error);
+  Exchange(context, kWriteLockBitsTiny26, {value}, error);
 }
 
 bool ReadLockFuseBits(core::RunContext& context, std::uint8_t& value, std::int16_t& error) {
@@ -315,34 +303,34 @@ bool ReadFuseHighBits(core::RunContext& context, std::uint8_t& value, std::int16
 
 bool ReadCalibrationByte(core::RunContext& context, std::vector<std::uint8_t>& bytes,
                          std::int16_t& error) {
-  if (Exchange(context, kReadCalibrationByte, error) != ExchangeEnd::Good) return false;
+  if (Exchange(context, kReadCalibrationByte, {}, error) != ExchangeEnd::Good) return false;
   bytes = context.State.RxBuf;
   return true;
 }
 
 void SelectAddress(core::RunContext& context, std::int32_t address, std::int16_t& error) {
-  const std::array<std::uint8_t, 2> arguments{static_cast<std::uint8_t>(address / 256),
-                                              static_cast<std::uint8_t>(address % 256)};
-  Exchange(context, kSelectAddress, arguments, error);
+  const auto high = static_cast<std::uint8_t>(address / 256);
+  const auto low = static_cast<std::uint8_t>(address % 256);
+  Exchange(context, kSelectAddress, {high, low}, error);
 }
 
 void ChipErase(core::RunContext& context, std::int16_t& error) {
   context.State.Command.EraseStarted = true;
-  if (Exchange(context, kChipErase, error) == ExchangeEnd::Good)
+  if (Exchange(context, kChipErase, {}, error) == ExchangeEnd::Good)
     context.State.Command.Erased = true;
 }
 
 void SelectDevice(core::RunContext& context, std::uint8_t device_code, std::int16_t& error) {
   core::ShowStatus(context,
                    "ｺﾏﾝﾄﾞ送信 : Select device command T , 0x" + core::HexUnpadded(device_code));
-  const ExchangeEnd end = Exchange(context, kSelectDevice, device_code, error);
+  const ExchangeEnd end = Exchange(context, kSelectDevice, {device_code}, error);
   if (end == ExchangeEnd::Good) return;
   context.Screen.MessageDialog.SetText(context.State.StatusText);
   context.Screen.MessageDialog.ShowButton();
 }
 
 void AvrExtendCommand(core::RunContext& context, std::int16_t& error) {
-  Exchange(context, kAvrExtendCommand, error);
+  Exchange(context, kAvrExtendCommand, {}, error);
 }
 
 void LeaveProgrammingModeIfEntered(core::RunContext& context) {

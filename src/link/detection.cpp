@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "core/build_info.h"
-#include "core/settings_keys.h"
+#include "core/numbers.h"
 #include "core/status.h"
+#include "core/stored_number.h"
 #include "link/board_commands.h"
 #include "link/serial_link.h"
 
@@ -37,22 +37,6 @@ constexpr double kIdentifyRestSeconds = 0.1;
 std::string ReadTextInput(core::RunContext& context) {
   const std::vector<std::uint8_t> bytes = context.Line.ProgrammerPort.Input();
   return {bytes.begin(), bytes.end()};
-}
-
-std::string_view TrimBlanks(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
-}
-
-/// A plain decimal number, blanks around it allowed; nothing for anything else.
-std::optional<double> ParseNumber(std::string_view text) {
-  text = TrimBlanks(text);
-  double value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, code] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-  if (code != std::errc{} || stop != end || !std::isfinite(value)) return std::nullopt;
-  return value;
 }
 
 std::string ShortestDecimal(double value) {
@@ -111,7 +95,7 @@ void AcceptVersionLine(core::RunContext& context, const std::string& line, doubl
   context.Screen.MessageDialog.SetText(found);
   context.State.FirmwareVersionText = line;
   core::ShowStatus(context, Panel::BoardVersion, line);
-  const std::optional<double> number = ParseNumber(line.substr(kModelLength));
+  const std::optional<double> number = core::ParseNumber(line.substr(kModelLength));
   if (!number) {
     ReportUnreadableVersion(context, version, error);
     return;
@@ -132,28 +116,6 @@ void AcceptVersionLine(core::RunContext& context, const std::string& line, doubl
 void RestForExtendAcknowledgement(core::RunContext& context) {
   constexpr double kLongestRestSeconds = 0.1;
   RestForBytes(context, 1, kLongestRestSeconds);
-}
-
-/// The stored port number; nothing when none was ever stored, or what is stored is no number.
-std::optional<int> StoredPortNumber(const core::RunContext& context) {
-  const auto text = context.Storage.Settings.Read(core::kSettingsSection, core::kPortNumberKey);
-  if (!text) return std::nullopt;
-  const std::optional<double> number = ParseNumber(*text);
-  constexpr double kLargestPort = 20;
-  if (!number || *number < 0 || *number > kLargestPort) return 0;
-  return static_cast<int>(*number);
-}
-
-void PreparePort(core::RunContext& context, int port_number) {
-  platform::SerialControl& port = context.Line.ProgrammerPort;
-  port.SetCommPort(port_number);
-  core::ShowStatus(context, Panel::Port, "COM" + std::to_string(port_number));
-  port.SetSettings(kPortSettings);
-  port.SetHandshaking(0);
-  port.SetInputLen(0);
-  port.SetRTSEnable(true);
-  port.SetRThreshold(1);
-  port.DiscardInput();
 }
 
 void ReportNoPortChosen(core::RunContext& context) {
@@ -242,15 +204,14 @@ void AdviseFirmwareUpdate(core::RunContext& context) {
   context.Screen.MessageBoxes.Show(screen::MessageIcon::Critical, "", text);
 }
 
-bool CheckProgrammerLink(core::RunContext& context) {
+bool OpenChosenPort(core::RunContext& context) {
   core::AppState& state = context.State;
   platform::SerialControl& port = context.Line.ProgrammerPort;
-  core::ShowStatus(context, "ライタと通信中！");
-  context.Line.Events.ProcessPendingEvents();
-  port.Close();
   constexpr int kDefaultPort = 1;
-  const std::optional<int> stored = StoredPortNumber(context);
-  PreparePort(context, stored.value_or(kDefaultPort));
+  const std::optional<int> stored = core::StoredPortNumber(context);
+  port.SetCommPort(stored.value_or(kDefaultPort));
+  core::ShowStatus(context, Panel::Port, "COM" + std::to_string(port.CommPort()));
+  SetUpPort(port);
   state.LinkError = 0;
   if (stored.value_or(0) == 0) {
     port.Close();
@@ -260,28 +221,42 @@ bool CheckProgrammerLink(core::RunContext& context) {
   // A port that cannot be opened is not reported here: nothing arrives on it, and the detection
   // finds no board.
   state.LastPortOpen = port.Open();
-  DetectProgrammer(context, state.FirmwareVersion, state.LinkError);
-  bool ready = false;
+  return true;
+}
+
+bool FindBoard(core::RunContext& context) {
+  DetectProgrammer(context, context.State.FirmwareVersion, context.State.LinkError);
+  if (context.State.LinkError == 0) return true;
+  ExplainMissingBoard(context);
+  context.Line.ProgrammerPort.Close();
+  return false;
+}
+
+bool SelectChosenDevice(core::RunContext& context) {
+  core::AppState& state = context.State;
+  AdviseFirmwareUpdate(context);
+  RestForExtendAcknowledgement(context);
+  SelectDevice(context, state.DeviceCode, state.LinkError);
   if (state.LinkError != 0) {
-    ExplainMissingBoard(context);
-    port.Close();
-  } else {
-    AdviseFirmwareUpdate(context);
-    RestForExtendAcknowledgement(context);
-    SelectDevice(context, state.DeviceCode, state.LinkError);
-    if (state.LinkError == 0) {
-      context.Screen.MessageDialog.Close();
-      ready = true;
-      core::ShowStatus(context, "ライタの準備　ＯＫ ！！");
-      context.Line.Events.ProcessPendingEvents();
-    } else {
-      context.Screen.MessageDialog.SetDetail(
-          "デバイスには何も書き込んでいません。デバイスの選択と、ライターのファームウエア"
-          "バージョンを確認してください。");
-    }
+    context.Screen.MessageDialog.SetDetail(
+        "デバイスには何も書き込んでいません。デバイスの選択と、ライターのファームウエア"
+        "バージョンを確認してください。");
+    return false;
   }
+  context.Screen.MessageDialog.Close();
+  core::ShowStatus(context, "ライタの準備　ＯＫ ！！");
+  context.Line.Events.ProcessPendingEvents();
+  return true;
+}
+
+bool CheckProgrammerLink(core::RunContext& context) {
+  core::ShowStatus(context, "ライタと通信中！");
+  context.Line.Events.ProcessPendingEvents();
+  context.Line.ProgrammerPort.Close();
+  if (!OpenChosenPort(context)) return false;
+  const bool ready = FindBoard(context) && SelectChosenDevice(context);
   SendEscape(context);
-  if (!ready) port.Close();
+  if (!ready) context.Line.ProgrammerPort.Close();
   return ready;
 }
 

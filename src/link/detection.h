@@ -6,9 +6,6 @@
 
 namespace fenwright::link {
 
-/// Settings of the programmer's port: 57,600 baud, no parity, 8 data bits, 1 stop bit.
-inline constexpr const char* kPortSettings = "57600,n,8,1";
-
 /// Identifies the board on the open port and checks its firmware. Sets `version` and
 /// `AppState::FirmwareVersionText`, and the flag: 0 = accepted, the board is in its extended
 /// command set; 1 = no answer, or not a supported board; 2 = firmware older than 6.3.
@@ -22,6 +19,17 @@ bool UpdateIsAdvised(double version);
 
 /// Advises an update, in a message box, when the board's firmware is older than 6.38.
 void AdviseFirmwareUpdate(core::RunContext& context);
+
+// The parts of the link check, each of which does one thing.
+
+/// Sets up the stored port and opens it. False when no port was ever chosen: that is said then.
+bool OpenChosenPort(core::RunContext& context);
+
+/// Identifies the board on the open port, and says why when there is none that can be used.
+bool FindBoard(core::RunContext& context);
+
+/// Gives the advice on the firmware, selects the device, and says that the programmer is ready.
+bool SelectChosenDevice(core::RunContext& context);
 
 /// Opens the chosen port, detects the board and selects the device: true when the programmer is
 /// ready. The port is left open then, and closed otherwise. Every device command starts with it.

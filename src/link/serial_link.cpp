@@ -39,6 +39,15 @@ void TurnUntil(core::RunContext& context, double start, double seconds) {
 
 }  // namespace
 
+void SetUpPort(platform::SerialControl& port) {
+  port.SetSettings(kPortSettings);
+  port.SetHandshaking(0);
+  port.SetInputLen(0);
+  port.SetRTSEnable(true);
+  port.SetRThreshold(1);
+  port.DiscardInput();
+}
+
 void ClearInput(core::RunContext& context) { context.Line.ProgrammerPort.DiscardInput(); }
 
 void SendText(core::RunContext& context, char character) {

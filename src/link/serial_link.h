@@ -7,8 +7,14 @@
 
 namespace fenwright::link {
 
+/// Settings of the programmer's port: 57,600 baud, no parity, 8 data bits, 1 stop bit.
+inline constexpr const char* kPortSettings = "57600,n,8,1";
+
 // The few operations on the serial line that every exchange is made of. Failing lines are not
 // reported here: nothing arrives, and the wait runs out.
+
+/// Gives a port the fixed settings of the programmer's line, and discards its input.
+void SetUpPort(platform::SerialControl& port);
 
 /// Discards every byte not yet read.
 void ClearInput(core::RunContext& context);

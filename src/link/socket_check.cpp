@@ -18,13 +18,6 @@ using screen::MessageMode;
 
 constexpr std::int16_t kUnknownFlashWords = 512;
 
-/// The reply to the signature command: chip addresses 2, 1, 0.
-struct Signature {
-  std::uint8_t Part = 0;
-  std::uint8_t Family = 0;
-  std::uint8_t Vendor = 0;
-};
-
 /// Flash size in words that a family byte stands for. 0x97 gives 1024, although the code would
 /// suggest a larger part; that is deliberate.
 std::int16_t FlashWordsOfFamily(std::uint8_t family) {
@@ -43,31 +36,45 @@ std::int16_t FlashWordsOfFamily(std::uint8_t family) {
   }
 }
 
-/// Up to five attempts; another one is made only while the family byte reads 0. False when every
-/// attempt timed out.
-bool ReadSignatureBytes(core::RunContext& context, Signature& signature) {
-  constexpr int kAttempts = 5;
-  bool answered = false;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    if (!ExchangeSignature(context)) continue;
-    answered = true;
-    const std::vector<std::uint8_t>& reply = context.State.RxBuf;
-    signature = {.Part = reply[0], .Family = reply[1], .Vendor = reply[2]};
-    if (signature.Family != 0) break;
-  }
-  return answered;
-}
-
-bool MatchesSelectedDevice(core::RunContext& context, const Signature& signature,
-                           std::int16_t detected_flash_words) {
-  if (context.State.FlashWords != detected_flash_words) return false;
+bool MatchesSelectedDevice(const core::RunContext& context, const Signature& signature) {
+  if (context.State.FlashWords != FlashWordsOf(signature)) return false;
   const std::string_view found = core::LookUpSignature(signature.Family, signature.Part);
   return core::NamesSameChip(found, context.Screen.DeviceForm.DeviceText());
 }
 
-/// What is wrong with a signature, for the user; "" when it is that of the selected device.
-std::string_view JudgeSignature(core::RunContext& context, const Signature& signature,
-                                std::int16_t detected_flash_words) {
+}  // namespace
+
+/// Up to five attempts; another one is made only while the family byte reads 0. Only when every
+/// attempt timed out is there no answer.
+std::optional<Signature> ReadChipSignature(core::RunContext& context, std::int16_t& error) {
+  constexpr int kAttempts = 5;
+  core::ShowStatus(context, screen::Panel::Signature, "--:--:--");
+  std::optional<Signature> signature;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    if (!ExchangeSignature(context)) continue;
+    const std::vector<std::uint8_t>& reply = context.State.RxBuf;
+    signature = {.Part = reply[0], .Family = reply[1], .Vendor = reply[2]};
+    if (signature->Family != 0) break;
+  }
+  if (!signature) {
+    ReportSignatureTimeout(context, error);
+    return signature;
+  }
+  context.State.MessageText = core::HexByte(signature->Vendor) + ":" +
+                              core::HexByte(signature->Family) + ":" +
+                              core::HexByte(signature->Part);
+  core::ShowStatus(context, screen::Panel::Signature, context.State.MessageText);
+  return signature;
+}
+
+std::int16_t FlashWordsOf(const Signature& signature) {
+  const core::DeviceEntry* const device =
+      core::FindDeviceBySignature(signature.Family, signature.Part);
+  return device ? static_cast<std::int16_t>(device->FlashWords)
+                : FlashWordsOfFamily(signature.Family);
+}
+
+std::string_view JudgeSignature(const core::RunContext& context, const Signature& signature) {
   const std::array<std::uint8_t, 3> bytes{signature.Vendor, signature.Family, signature.Part};
   if (std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; })) {
     return "デバイスがソケットに正しくセットされていないか、プロテクトされています。"
@@ -76,7 +83,7 @@ std::string_view JudgeSignature(core::RunContext& context, const Signature& sign
   if (std::ranges::find(bytes, std::uint8_t{0xFF}) != bytes.end()) {
     return "デバイスがソケットに正しくセットされていません。";
   }
-  if (!MatchesSelectedDevice(context, signature, detected_flash_words)) {
+  if (!MatchesSelectedDevice(context, signature)) {
     return "デバイス選択と、ソケット上のデバイスが一致しません。\r\n"
            "購入直後のデバイスを使用する場合は、チップイレース(<イレース>ボタン)を実行して"
            "ください。";
@@ -84,22 +91,13 @@ std::string_view JudgeSignature(core::RunContext& context, const Signature& sign
   return "";
 }
 
-}  // namespace
-
 void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words,
                    std::int16_t& error) {
-  core::ShowStatus(context, screen::Panel::Signature, "--:--:--");
   detected_flash_words = kUnknownFlashWords;
-  Signature signature;
-  if (!ReadSignatureBytes(context, signature)) {
-    ReportSignatureTimeout(context, error);
-    return;
-  }
-  context.State.MessageText = core::HexByte(signature.Vendor) + ":" +
-                              core::HexByte(signature.Family) + ":" + core::HexByte(signature.Part);
-  core::ShowStatus(context, screen::Panel::Signature, context.State.MessageText);
-  detected_flash_words = FlashWordsOfFamily(signature.Family);
-  const std::string_view complaint = JudgeSignature(context, signature, detected_flash_words);
+  const std::optional<Signature> signature = ReadChipSignature(context, error);
+  if (!signature) return;
+  detected_flash_words = FlashWordsOf(*signature);
+  const std::string_view complaint = JudgeSignature(context, *signature);
   if (complaint.empty()) return;
   context.State.Command.LastFailure = complaint;
   core::ShowMessage(context, complaint, MessageMode::Notice);

@@ -1,10 +1,29 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string_view>
 
 #include "core/run_context.h"
 
 namespace fenwright::link {
+
+/// The reply to the signature command: chip addresses 2, 1, 0.
+struct Signature {
+  std::uint8_t Part = 0;
+  std::uint8_t Family = 0;
+  std::uint8_t Vendor = 0;
+};
+
+/// Reads the chip's signature, within a frame that is already open, and shows it in status panel 2.
+/// Nothing, with the error flag set to 1, when the chip does not answer.
+std::optional<Signature> ReadChipSignature(core::RunContext& context, std::int16_t& error);
+
+/// Flash size in words that a signature stands for, 512 when it is unknown.
+std::int16_t FlashWordsOf(const Signature& signature);
+
+/// What is wrong with a signature, for the user; "" when it is that of the selected device.
+std::string_view JudgeSignature(const core::RunContext& context, const Signature& signature);
 
 /// Reads the chip's signature and checks it against the selected device, within a frame that is
 /// already open. Shows the signature in status panel 2 and what is wrong in the message dialog;

@@ -40,7 +40,7 @@ void EndEarly(core::RunContext& context, const core::CommandEnd& end) {
   }
   const bool worked_on_chip = state.Command.Operation != core::DeviceOperation::None;
   if (end.Ending == core::CommandEnding::FileError && worked_on_chip) {
-    context.Screen.MessageDialog.Show(DescribeChipState(state, Language::Japanese),
+    context.Screen.MessageDialog.Show(DescribeChipState(state, core::Language::Japanese),
                                       screen::MessageMode::Notice);
   }
 }

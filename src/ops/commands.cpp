@@ -6,6 +6,7 @@
 #include "core/trace_log.h"
 #include "fuse/fuse_reading.h"
 #include "fuse/fuse_writing.h"
+#include "fuse/reset_pin.h"
 #include "image/buffers.h"
 #include "image/file_summary.h"
 #include "image/hand_edit.h"
@@ -58,7 +59,7 @@ void ExplainFailure(core::RunContext& context) {
     if (done.LastFailure.empty()) return dialog.Close();
     dialog.Show(done.LastFailure, screen::MessageMode::Notice);
   }
-  dialog.SetDetail(DescribeChipState(context.State, Language::Japanese));
+  dialog.SetDetail(DescribeChipState(context.State, core::Language::Japanese));
 }
 
 /// What a read has brought is no file's any more, however the command ends. A save without a dialog

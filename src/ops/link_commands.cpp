@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "core/device_selection.h"
 #include "link/detection.h"
 #include "link/serial_link.h"
 
@@ -19,7 +20,7 @@ struct CellCost {
   int Exchanges;
 };
 constexpr CellCost kWriteWord{.Bytes = 6, .Exchanges = 2};
-constexpr CellCost kWriteWordTiny26{.Bytes = 4, .Exchanges = 1};
+constexpr CellCost kWriteWordAtOnce{.Bytes = 4, .Exchanges = 1};
 constexpr CellCost kReadWord{.Bytes = 3, .Exchanges = 1};
 constexpr CellCost kWriteDataByte{.Bytes = 7, .Exchanges = 2};  // with its address
 constexpr CellCost kReadDataByte{.Bytes = 6, .Exchanges = 2};
@@ -89,8 +90,8 @@ double RoundTripWireSeconds() { return 2 * kSecondsPerByte; }
 ProgrammingForecast Forecast(const core::RunContext& context, double extra_seconds) {
   const int words = context.State.FlashWords;
   const int data_bytes = context.State.EepromBytes;
-  const bool tiny26 = context.Screen.DeviceForm.DeviceText() == "ATtiny26L";
-  const CellCost& write_word = tiny26 ? kWriteWordTiny26 : kWriteWord;
+  const core::DeviceEntry* const device = core::SelectedDevice(context);
+  const CellCost& write_word = device && device->WritesWordsAtOnce ? kWriteWordAtOnce : kWriteWord;
   return {.WriteSeconds = SecondsFor(write_word, words, extra_seconds) +
                           SecondsFor(kWriteDataByte, data_bytes, extra_seconds),
           .VerifySeconds = SecondsFor(kReadWord, words, extra_seconds) +

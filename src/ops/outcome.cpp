@@ -9,14 +9,9 @@ namespace {
 
 using core::AppState;
 using core::CommandRecord;
+using core::Sentence;
 
 std::string LastAddress(std::int32_t count) { return "0x" + core::HexAddress(count - 1); }
-
-/// One sentence in both languages; `English` starts in lower case, to stand behind a colon.
-struct Sentence {
-  std::string Japanese;
-  std::string English;
-};
 
 Sentence Untouched() {
   return {"デバイスには何も書き込んでいません。", "the chip was not changed"};
@@ -260,9 +255,8 @@ bool Succeeded(const AppState& state) {
   return done.Erased && (done.NothingToProgram || VerifiedWithoutDifference(state));
 }
 
-std::string DescribeChipState(const AppState& state, Language language) {
-  const Sentence sentence = Describe(state);
-  return language == Language::Japanese ? sentence.Japanese : sentence.English;
+std::string DescribeChipState(const AppState& state, core::Language language) {
+  return Describe(state).In(language);
 }
 
 }  // namespace fenwright::ops

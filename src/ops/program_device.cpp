@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "core/device_catalogue.h"
+#include "core/device_selection.h"
 #include "core/status.h"
 #include "image/buffers.h"
 #include "image/dump_files.h"
@@ -24,23 +24,6 @@ constexpr std::string_view kFlashText = "フラッシュプログラムメモリ
 /// Whether the phase may go on to the next phase: false when the board refused its frame.
 enum class PhaseEnd { Ran, FrameRefused };
 
-void WriteFlashWord(core::RunContext& context, std::int32_t word) {
-  core::AppState& state = context.State;
-  const auto index = 2 * static_cast<std::size_t>(word);
-  const std::uint8_t high = state.FlashBuffer[index];
-  const std::uint8_t low = state.FlashBuffer[index + 1];
-  if (context.Screen.DeviceForm.DeviceText() == core::kTiny26) {
-    link::WriteProgramWordTiny26(context, high, low, state.LinkError);
-  } else {
-    link::WriteProgramWord(context, high, low, state.LinkError);
-  }
-  if (state.LinkError == 0) {
-    state.Command.FlashWordsWritten = word + 1;
-  } else {
-    state.Command.FlashFailed = true;
-  }
-}
-
 PhaseEnd ProgramFlash(core::RunContext& context) {
   core::AppState& state = context.State;
   link::AvrExtendCommand(context, state.LinkError);
@@ -50,10 +33,21 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
   state.Command.FlashStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
   link::SelectAddress(context, 0, state.LinkError);
+  const core::DeviceEntry* const device = core::SelectedDevice(context);
+  const auto write_word =
+      device && device->WritesWordsAtOnce ? link::WriteProgramWordTiny26 : link::WriteProgramWord;
   const double start = context.Line.Clock.SecondsSinceMidnight();
   for (std::int32_t word = 0; word < state.FlashProgramCount; ++word) {
     UpdateProgress(context, word);
-    WriteFlashWord(context, word);
+    const auto index = 2 * static_cast<std::size_t>(word);
+    const std::uint8_t high = state.FlashBuffer[index];
+    const std::uint8_t low = state.FlashBuffer[index + 1];
+    write_word(context, high, low, state.LinkError);
+    if (state.LinkError == 0) {
+      state.Command.FlashWordsWritten = word + 1;
+    } else {
+      state.Command.FlashFailed = true;
+    }
   }
   state.Command.FlashWriteSeconds = context.Line.Clock.SecondsSinceMidnight() - start;
   link::LeaveProgrammingMode(context, state.LinkError);

@@ -19,20 +19,6 @@ using screen::MessageMode;
 // The blank after the comma is an ideographic space, in this text alone.
 constexpr std::string_view kFlashText = "フラッシュプログラムメモリ　読出し中.....";
 
-/// Reads every word of the flash; false when one timed out.
-bool ReadFlashWords(core::RunContext& context) {
-  core::AppState& state = context.State;
-  for (std::int32_t word = 0; word < state.FlashWords; ++word) {
-    UpdateProgress(context, word);
-    const auto index = 2 * static_cast<std::size_t>(word);
-    std::uint8_t& high = state.FlashBuffer[index];
-    std::uint8_t& low = state.FlashBuffer[index + 1];
-    if (!link::ReadProgramWord(context, high, low, state.LinkError)) return false;
-    state.Command.FlashWordsRead = word + 1;
-  }
-  return true;
-}
-
 /// The flash phase; false when the operation ends with it.
 bool ReadFlash(core::RunContext& context) {
   core::AppState& state = context.State;
@@ -46,7 +32,15 @@ bool ReadFlash(core::RunContext& context) {
     return false;
   }
   link::SelectAddress(context, 0, state.LinkError);
-  if (!ReadFlashWords(context)) return false;
+  for (std::int32_t word = 0; word < state.FlashWords; ++word) {
+    UpdateProgress(context, word);
+    const auto index = 2 * static_cast<std::size_t>(word);
+    std::uint8_t& high = state.FlashBuffer[index];
+    std::uint8_t& low = state.FlashBuffer[index + 1];
+    // Ends the whole operation: programming mode is deliberately not left.
+    if (!link::ReadProgramWord(context, high, low, state.LinkError)) return false;
+    state.Command.FlashWordsRead = word + 1;
+  }
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     core::ReportResult(context, "フラッシュプログラムメモリ 読出し失敗");

@@ -1,12 +1,12 @@
 #include "ops/start_procedure.h"
 
-#include <charconv>
-#include <optional>
+#include <string>
 
 #include "core/build_info.h"
 #include "core/command_end.h"
 #include "core/device_catalogue.h"
 #include "core/device_selection.h"
+#include "core/numbers.h"
 #include "core/settings_keys.h"
 #include "core/stored_number.h"
 #include "core/trace_log.h"
@@ -49,23 +49,14 @@ void BlankMemory(core::AppState& state) {
   state.EepromBytes = 0;
 }
 
-/// A selector index; nothing when the text is no number or no row.
-std::optional<int> ParseDeviceIndex(const std::string& text) {
-  int index = 0;
-  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), index);
-  const int rows = static_cast<int>(core::DeviceCatalogue().size());
-  if (code != std::errc{} || stop != text.data() + text.size()) return std::nullopt;
-  if (index < -1 || index >= rows) return std::nullopt;
-  return index;
-}
-
 int StoredDeviceIndex(const core::RunContext& context) {
   const std::string text =
       context.Storage.Settings.Read(core::kSettingsSection, core::kDeviceKey).value_or("0");
-  if (const std::optional<int> index = ParseDeviceIndex(text)) return *index;
-  core::EndCommandOnBadSetting(
-      core::kDeviceKey, text,
-      "この値を削除するか、-1 から 12 の数字に直してから起動してください。");
+  const int last = static_cast<int>(core::DeviceCatalogue().size()) - 1;
+  if (const auto index = core::ParseWholeNumber(text, -1, last)) return *index;
+  core::EndCommandOnBadSetting(core::kDeviceKey, text,
+                               "この値を削除するか、-1 から " + std::to_string(last) +
+                                   " の数字に直してから起動してください。");
 }
 
 /// Setting the index counts as a pick.

@@ -4,6 +4,9 @@
 
 namespace fenwright::platform {
 
+/// COM numbers run from 1 to this.
+inline constexpr int kLastComNumber = 20;
+
 /// What could be expected of a port if it were opened now.
 enum class PortState {
   Usable,
@@ -29,7 +32,7 @@ struct PortInfo {
 class PortInfos {
  public:
   virtual ~PortInfos() = default;
-  /// The port with a number of 1 to 20.
+  /// The port with a number of 1 to kLastComNumber.
   virtual PortInfo Describe(int number) = 0;
 };
 

@@ -4,7 +4,7 @@
 
 #include "core/build_info.h"
 #include "core/shell_requests.h"
-#include "fuse/fuse_writing.h"
+#include "fuse/fuse_bytes.h"
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/stop_procedure.h"

@@ -1,41 +1,39 @@
 #include "update/com_selection.h"
 
-#include <charconv>
+#include <optional>
 #include <string_view>
 #include <vector>
 
+#include "core/numbers.h"
 #include "core/settings_keys.h"
 #include "core/status.h"
 #include "core/trace_log.h"
 #include "link/detection.h"
+#include "link/serial_link.h"
 
 namespace fenwright::update {
 namespace {
 
 using screen::Panel;
 
-constexpr int kLastPort = 20;
 constexpr std::string_view kNoPortItem = "????";
 
 std::string PortName(int number) { return "COM" + std::to_string(number); }
 
 std::vector<std::string> ListItems() {
   std::vector<std::string> items{std::string(kNoPortItem)};
-  for (int number = 1; number <= kLastPort; ++number) items.push_back(PortName(number));
+  for (int number = 1; number <= platform::kLastComNumber; ++number)
+    items.push_back(PortName(number));
   return items;
 }
 
-void SelectStoredPort(core::RunContext& context, screen::ComForm& form) {
+void SelectStoredPort(core::RunContext& context) {
+  screen::ComForm& form = context.Screen.ComForm;
   const std::string text =
       context.Storage.Settings.Read(core::kSettingsSection, core::kPortNumberKey).value_or("0");
-  int number = 0;
-  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool is_number = code == std::errc{} && stop == text.data() + text.size();
-  if (is_number && number >= 0 && number <= kLastPort) {
-    form.SetListIndex(number);
-    return;
-  }
-  form.SetListIndex(0);
+  const std::optional<int> number = core::ParseWholeNumber(text, 0, platform::kLastComNumber);
+  form.SetListIndex(number.value_or(0));
+  if (number) return;
   form.SetNote("保存されているポート番号 \"" + text + "\" は使用できません。選び直してください。");
 }
 
@@ -50,12 +48,7 @@ void ReportOpenFailed(core::RunContext& context, std::string_view what_failed) {
 bool OpenPort(core::RunContext& context, int number) {
   platform::SerialControl& port = context.Line.ProgrammerPort;
   port.SetCommPort(number);
-  port.SetSettings(link::kPortSettings);
-  port.SetHandshaking(0);
-  port.SetInputLen(0);
-  port.SetRTSEnable(true);
-  port.SetRThreshold(1);
-  port.DiscardInput();
+  link::SetUpPort(port);
   context.State.LastPortOpen = port.Open();
   return context.State.LastPortOpen.Status == platform::PortOpenStatus::Ok;
 }
@@ -66,7 +59,7 @@ void LoadComSelection(core::RunContext& context) {
   screen::ComForm& form = context.Screen.ComForm;
   form.PlaceOverMainWindow();
   form.SetItems(ListItems());
-  SelectStoredPort(context, form);
+  SelectStoredPort(context);
   if (form.ListIndex() != 0) context.Line.ProgrammerPort.SetCommPort(form.ListIndex());
   core::TraceLog(context).AppendMessage("");
 }

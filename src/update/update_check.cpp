@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "core/hex_record.h"
 #include "core/text_lines.h"
 #include "update/update_words.h"
 
@@ -17,10 +18,12 @@ constexpr std::uint8_t kExtendedSegmentAddress = 0x02;
 constexpr std::uint8_t kExtendedLinearAddress = 0x04;
 constexpr std::uint8_t kLargestType = 0x05;
 
-/// Count, two address bytes, type and checksum surround the data of a record.
-constexpr std::size_t kTypeIndex = 3;
-constexpr std::size_t kFirstDataIndex = 4;
-constexpr std::size_t kOverhead = 5;
+/// Index of the byte whose digits begin at a position of the line.
+constexpr std::size_t ByteAt(std::size_t position) { return (position - core::kRecordCount) / 2; }
+constexpr std::size_t kTypeIndex = ByteAt(core::kRecordType);
+constexpr std::size_t kFirstDataIndex = ByteAt(core::kRecordData);
+/// The bytes before the data, and the checksum behind it.
+constexpr std::size_t kOverhead = kFirstDataIndex + 1;
 
 /// All bytes of a record, its checksum included; nothing when the line is no whole record.
 std::optional<std::vector<std::uint8_t>> RecordBytes(std::string_view line) {

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "core/settings_keys.h"
+#include "platform/port_info.h"
 #include "update/update_check.h"
 #include "update/update_report.h"
 
@@ -12,7 +13,6 @@ namespace fenwright::update {
 namespace {
 
 constexpr int kFirstPort = 1;
-constexpr int kLastPort = 20;
 constexpr const char* kUnset = "?";
 constexpr const char* kUsedSpeed = "57600";
 constexpr std::string_view kUpdateLogFile = "LOG.txt";
@@ -56,7 +56,7 @@ bool PortChosen(UpdateContext& context) {
 
 void FillSelectors(UpdateContext& context) {
   std::vector<std::string> ports;
-  for (int number = kFirstPort; number <= kLastPort; ++number)
+  for (int number = kFirstPort; number <= platform::kLastComNumber; ++number)
     ports.push_back(std::to_string(number));
   context.Form.SetPortItems(ports);
   context.Form.SetPortText(Stored(context, core::kUpdatePortReadKey, kUnset));
@@ -72,8 +72,9 @@ std::string Complaint(UpdateContext& context, const std::string& path) {
   const platform::FileResult read = context.Run.Storage.Files.Read(path, content);
   if (!read) return advice + read.Reason;
   const ImageReport report = CheckImage(content);
-  if (report.Fault != ImageFault::None) return advice + DescribeFault(report, Language::Japanese);
-  return DescribeOddRecord(report, Language::Japanese);
+  if (report.Fault != ImageFault::None)
+    return advice + DescribeFault(report, core::Language::Japanese);
+  return DescribeOddRecord(report, core::Language::Japanese);
 }
 
 /// A damaged file can still be chosen and sent, but not without a word.

@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <span>
 
 #include "core/hex_format.h"
+#include "core/numbers.h"
 #include "core/text_lines.h"
 #include "link/serial_link.h"
 #include "update/update_report.h"
@@ -60,16 +61,6 @@ bool StopRequested(const UpdateContext& context) { return context.Run.State.Stop
 bool WaitForBytes(UpdateContext& context, int count, double timeout_seconds) {
   const double start = context.Run.Line.Clock.SecondsSinceMidnight();
   return link::WaitForBytesOn(context.Run, context.UpdaterPort, count, start, timeout_seconds);
-}
-
-std::optional<std::int16_t> ReadNumber(std::string_view text) {
-  while (text.starts_with(' ')) text.remove_prefix(1);
-  while (text.ends_with(' ')) text.remove_suffix(1);
-  std::int16_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, problem] = std::from_chars(text.data(), end, number);
-  if (problem != std::errc{} || stop != end) return std::nullopt;
-  return number;
 }
 
 bool EqualsIgnoringCase(std::string_view text, std::string_view upper) {
@@ -154,7 +145,7 @@ UpdateOutcome FailByTimeOut(UpdateContext& context, const UpdateWord& word) {
   ShowStatus(context, "***　アップデート失敗　*** Address=0x" +
                           core::HexUnpadded(static_cast<std::uint32_t>(word.Address)) + " Data=0x" +
                           core::HexUnpadded(word.High) + core::HexUnpadded(word.Low));
-  context.Form.SetDetail(DescribeBoardState(context.State, Language::Japanese));
+  context.Form.SetDetail(DescribeBoardState(context.State, core::Language::Japanese));
   context.MessageBoxes.Show(MessageIcon::Information, kTitle,
                             "　　　***　アップデート失敗　***　　　　　　\r\n　");
   ShowProgress(context, "off", 0, 0, 0);
@@ -164,7 +155,7 @@ UpdateOutcome FailByTimeOut(UpdateContext& context, const UpdateWord& word) {
 /// No message box, and the bar stays as it is.
 UpdateOutcome FailByMismatch(UpdateContext& context) {
   context.State.Now = Activity::Busy;
-  context.Form.SetDetail(DescribeBoardState(context.State, Language::Japanese));
+  context.Form.SetDetail(DescribeBoardState(context.State, core::Language::Japanese));
   context.Form.SetInstructionsBackground(kRed);
   // "確立" is deliberate.
   context.Form.SetInstructions(
@@ -213,7 +204,8 @@ bool OpenUpdaterPort(UpdateContext& context) {
     context.MessageBoxes.Show(MessageIcon::Information, "", "ポート番号を設定してください。");
     return true;
   }
-  const auto number = ReadNumber(text);
+  using Limits = std::numeric_limits<std::int16_t>;
+  const auto number = core::ParseWholeNumber(text, Limits::min(), Limits::max());
   if (!number) return false;
   port.SetCommPort(*number);
   return true;

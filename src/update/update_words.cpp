@@ -3,14 +3,11 @@
 #include <charconv>
 #include <cstddef>
 
+#include "core/hex_record.h"
+
 namespace fenwright::update {
 namespace {
 
-// Positions within a record line, counted from 0.
-constexpr std::size_t kCountPosition = 1;
-constexpr std::size_t kAddressPosition = 3;
-constexpr std::size_t kTypePosition = 7;
-constexpr std::size_t kDataPosition = 9;
 constexpr std::size_t kByteDigits = 2;
 constexpr std::size_t kAddressDigits = 4;
 
@@ -32,13 +29,13 @@ std::optional<std::int32_t> Hex(std::string_view line, std::size_t position, std
 }  // namespace
 
 bool IsDataRecord(std::string_view line) {
-  return line.starts_with(':') && line.size() > kTypePosition &&
-         line.substr(kTypePosition, kByteDigits) == "00";
+  return line.starts_with(':') && line.size() > core::kRecordType &&
+         line.substr(core::kRecordType, kByteDigits) == "00";
 }
 
 std::optional<RecordHead> ReadRecordHead(std::string_view line) {
-  const auto count = Hex(line, kCountPosition, kByteDigits);
-  const auto address = Hex(line, kAddressPosition, kAddressDigits);
+  const auto count = Hex(line, core::kRecordCount, kByteDigits);
+  const auto address = Hex(line, core::kRecordAddress, kAddressDigits);
   if (!count || !address) return std::nullopt;
   return RecordHead{.Count = *count, .Address = *address};
 }
@@ -47,7 +44,7 @@ bool HasWordAt(const RecordHead& head, std::int32_t offset) { return offset <= 2
 
 std::optional<UpdateWord> ReadWord(std::string_view line, const RecordHead& head,
                                    std::int32_t offset) {
-  const std::size_t position = kDataPosition + static_cast<std::size_t>(offset);
+  const std::size_t position = core::kRecordData + static_cast<std::size_t>(offset);
   const auto low = Hex(line, position, kByteDigits);
   const auto high = Hex(line, position + kByteDigits, kByteDigits);
   if (!low || !high) return std::nullopt;

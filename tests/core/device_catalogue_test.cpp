@@ -126,8 +126,8 @@ TEST(DeviceCatalogue, TheTwoAt90s1200RowsDifferInNothingButTheName) {
 }
 
 TEST(DeviceCatalogue, TheTiny26sRowIsTheOneThatTheWordCommandIsChosenBy) {
-  ASSERT_NE(FindDevice(kTiny26), nullptr);
-  EXPECT_EQ(FindDevice(kTiny26)->DeviceCode, 0x59);
+  ASSERT_NE(FindDevice("ATtiny26L"), nullptr);
+  EXPECT_EQ(FindDevice("ATtiny26L")->DeviceCode, 0x59);
 }
 
 TEST(SignatureTable, NamesExactlyTheListedChipsOfAllPairs) {

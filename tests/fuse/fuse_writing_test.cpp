@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "fuse/fuse_bytes.h"
 #include "fuse/fuse_devices.h"
+#include "fuse/reset_pin.h"
 
 namespace fenwright::fuse {
 namespace {

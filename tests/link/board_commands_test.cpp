@@ -985,7 +985,7 @@ TEST(CommandsOnABoard, WriteAndReadAWordOfEveryDevice) {
     EnterProgrammingMode(run.Context, error);
     ChipErase(run.Context, error);
     SelectAddress(run.Context, 3, error);
-    if (device.DisplayName == core::kTiny26) {
+    if (device.DisplayName == "ATtiny26L") {
       WriteProgramWordTiny26(run.Context, 0xC0, 0x11, error);
     } else {
       WriteProgramWord(run.Context, 0xC0, 0x11, error);

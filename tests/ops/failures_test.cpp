@@ -337,7 +337,7 @@ TEST_F(ProgramFailure, AChipThatWasNotErasedIsNoSuccessEvenWithoutADifference) {
     EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
     EXPECT_FALSE(ops::Succeeded(run.State));
     EXPECT_NE(run.Dialog.Detail.find("イレースを確認できなかった"), std::string::npos);
-    EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+    EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
               "verified, but the erase was not confirmed, so old data may be left beside it: "
               "erase and program again");
   }
@@ -659,7 +659,7 @@ TEST(ProgramStop, LeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Stopped);
   EXPECT_EQ(run.Wire.back(), 'L');
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
-  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
             "flash written up to word 0x0009, not verified: erase and program again");
   EXPECT_FALSE(run.Dialog.Loaded);
   EXPECT_FALSE(run.State.CommandRunning);
@@ -690,7 +690,7 @@ TEST(ProgramStop, BeforeAnythingWasSentToTheChipSaysSo) {
   run.LoadImage(SmallImage(), {});
   run.State.StopRequested = true;
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Stopped);
-  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English), "the chip was not changed");
+  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English), "the chip was not changed");
 }
 
 TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {

@@ -130,8 +130,8 @@ TEST(FuseCommands, AFailureSaysInASecondLineWhatStateTheChipIsIn) {
     EXPECT_EQ(failing.Dialog.Text, text);
     EXPECT_FALSE(failing.Dialog.IsBusy());
     EXPECT_EQ(failing.Dialog.Detail,
-              ops::DescribeChipState(failing.State, ops::Language::Japanese));
-    EXPECT_EQ(ops::DescribeChipState(failing.State, ops::Language::English), state);
+              ops::DescribeChipState(failing.State, core::Language::Japanese));
+    EXPECT_EQ(ops::DescribeChipState(failing.State, core::Language::English), state);
   }
 }
 
@@ -139,14 +139,14 @@ TEST(FuseCommands, AFailedReadSaysWhatTheListsShow) {
   BoardRun mismatch("ATtiny12L", {.Chip = "AT90S2313"});
   ops::RunCommand(mismatch.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(mismatch.Dialog.Text, "設定デバイスと、ソケット上のデバイスがミスマッチです。");
-  EXPECT_EQ(ops::DescribeChipState(mismatch.State, ops::Language::English),
+  EXPECT_EQ(ops::DescribeChipState(mismatch.State, core::Language::English),
             "no fuse or lock bits read, the lists are unchanged: check the connection and the "
             "device in the socket and read again");
   EXPECT_EQ(mismatch.Dialog.Detail,
-            ops::DescribeChipState(mismatch.State, ops::Language::Japanese));
+            ops::DescribeChipState(mismatch.State, core::Language::Japanese));
   BoardRun partly("ATtiny12L", {.Faults = {MakeFault("drop@15")}});
   ops::RunCommand(partly.Context, ops::cmdFuseRead_Click);
-  EXPECT_EQ(ops::DescribeChipState(partly.State, ops::Language::English),
+  EXPECT_EQ(ops::DescribeChipState(partly.State, core::Language::English),
             "fuse and lock bits read in part, the other lists are unchanged: read again");
 }
 

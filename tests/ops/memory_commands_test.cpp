@@ -262,7 +262,7 @@ TEST(Read, AWordThatTimesOutEndsItAtOnceWithTheWordsBeforeItInTheBuffer) {
   EXPECT_EQ(run.PanelText(Panel::Status), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
   EXPECT_NE(run.PanelText(Panel::Elapsed), "");
   EXPECT_FALSE(run.Dialog.IsBusy());
-  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
             "flash read up to word 0x0002, the rest of the buffers is unchanged: read again");
   // The board was left in programming mode; the next command finds its way all the same.
   ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
@@ -285,7 +285,7 @@ TEST(Read, AnUnansweredProgrammingModeShowsTheCommunicationErrorAndReadsNothing)
   ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.Dialog.Text, "通信エラーが発生しました。");
   EXPECT_EQ(run.Wire.back(), 'P');
-  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
             "nothing was read, the buffers are unchanged");
 }
 
@@ -377,7 +377,7 @@ TEST(Read, ShowsTheFuseAndLockBitsOfTheChip) {
   EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Cksel].Text(), "0111");
   EXPECT_EQ(run.Fuses.Lists[screen::FuseList::Boden].Text(), "Enable");
   EXPECT_EQ(run.Fuses.Calibration, "0x6B");
-  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
             "flash, EEPROM, fuse and lock bits read");
 }
 
@@ -388,7 +388,7 @@ TEST(Read, OfADeviceWhoseFusesCannotBeReadReadsNoneAndIsComplete) {
   EXPECT_TRUE(run.State.Command.FuseBytes.empty());
   EXPECT_EQ(run.PanelText(Panel::Status),
             "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
-  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English), "flash and EEPROM read");
+  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English), "flash and EEPROM read");
 }
 
 TEST(Read, OfMemoriesThatFailedReadsNoFuses) {
@@ -525,7 +525,7 @@ TEST(EraseCommand, ThatFailsReportsNoCompletion) {
   const Texts trace = run.NewTrace();
   EXPECT_TRUE(Contains(trace, "チップ イレース失敗"));
   EXPECT_FALSE(Contains(trace, "チップ イレース完了。"));
-  EXPECT_EQ(ops::DescribeChipState(run.State, ops::Language::English),
+  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
             "erase not confirmed: erase again");
 }
 

@@ -346,11 +346,11 @@ TEST(UpdateDialogPorts, AfterAnUpdateTheMainPortTalksToTheNewFirmware) {
 
 TEST(UpdateReport, SaysWhatFirmwareTheBoardIsLeftWith) {
   update::UpdateState state;
-  EXPECT_EQ(update::DescribeBoardState(state, update::Language::English),
+  EXPECT_EQ(update::DescribeBoardState(state, core::Language::English),
             "the board's firmware was not changed: switch the board off and on");
   state.WordsSent = 1;
   EXPECT_EQ(
-      update::DescribeBoardState(state, update::Language::Japanese),
+      update::DescribeBoardState(state, core::Language::Japanese),
       "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
       "もう一度アップデートを最後まで実行してください。");
 }

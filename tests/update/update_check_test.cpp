@@ -7,10 +7,11 @@
 namespace fenwright::testing {
 namespace {
 
+using core::Language;
 using update::CheckImage;
+using update::DescribeFault;
 using update::ImageFault;
 using update::ImageReport;
-using update::Language;
 
 struct Refused {
   const char* Content;
@@ -74,16 +75,18 @@ TEST(UpdateCheck, ExtendedAddressesOfZeroAndStartAddressesAreNoFault) {
 }
 
 TEST(UpdateCheck, FaultsAreToldInBothLanguages) {
-  EXPECT_EQ(DescribeFault({}, Language::English), "");
-  EXPECT_EQ(DescribeFault({.Fault = ImageFault::WrongChecksum, .FaultLine = 3}, Language::English),
-            "line 3 has a wrong checksum");
-  EXPECT_EQ(DescribeFault({.Fault = ImageFault::BrokenLine, .FaultLine = 12}, Language::Japanese),
-            "12行目：Intel HEX の正しいレコードではありません");
-  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoDataRecord}, Language::English),
+  EXPECT_EQ(DescribeFault({}, core::Language::English), "");
+  EXPECT_EQ(
+      DescribeFault({.Fault = ImageFault::WrongChecksum, .FaultLine = 3}, core::Language::English),
+      "line 3 has a wrong checksum");
+  EXPECT_EQ(
+      DescribeFault({.Fault = ImageFault::BrokenLine, .FaultLine = 12}, core::Language::Japanese),
+      "12行目：Intel HEX の正しいレコードではありません");
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoDataRecord}, core::Language::English),
             "has no data record, so there is nothing to send");
-  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoEndRecord}, Language::Japanese),
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoEndRecord}, core::Language::Japanese),
             "エンドレコードがありません。ファイルが途中で切れている可能性があります");
-  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoWordToSend}, Language::English),
+  EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoWordToSend}, core::Language::English),
             "has no word to send: all its data lies at addresses that are skipped");
 }
 

@@ -5,12 +5,10 @@
 #include <string>
 #include <string_view>
 
+#include "platform/port_info.h"
 #include "platform/settings_store.h"
 
 namespace fenwright::platform {
-
-/// COM numbers run from 1 to this.
-inline constexpr int kLastComNumber = 20;
 
 /// Section of the settings whose keys "COM1" to "COM20" give device paths.
 inline constexpr std::string_view kPortsSection = "Ports";
