@@ -22,10 +22,10 @@
 
 #include "core/device_catalogue.h"
 #include "core/settings_keys.h"
-#include "platform/asio/asio_serial_control.h"
 #include "platform/memory/memory_settings_store.h"
 #include "platform/system/code_page.h"
 #include "platform/system/system_clock.h"
+#include "platform/system/system_serial_control.h"
 #include "platform/system/text_files.h"
 #include "ui/update_dialog.h"
 #include "ui/window_run.h"
@@ -130,8 +130,8 @@ struct WindowBench {
   }
 
   testing::TemporaryFolder Folder;
-  platform::AsioSerialControl Port;
-  platform::AsioSerialControl UpdaterPort;
+  platform::SystemSerialControl Port;
+  platform::SystemSerialControl UpdaterPort;
   platform::SystemClock SystemTime;
   platform::SystemTextFiles Files;
   platform::Cp932CodePage CodePage;

@@ -3,13 +3,12 @@
 # The host's include folder as a whole would put its C library before the one for Windows, so what
 # is headers alone is copied into a folder of its own.
 set(host_headers ${CMAKE_BINARY_DIR}/host-headers)
-foreach(folder asio CLI fmt nlohmann)
+foreach(folder CLI fmt nlohmann)
   if(NOT EXISTS /usr/include/${folder})
     message(FATAL_ERROR "/usr/include/${folder} is missing: scripts/install-packages.sh build")
   endif()
   file(COPY /usr/include/${folder} DESTINATION ${host_headers})
 endforeach()
-file(COPY /usr/include/asio.hpp DESTINATION ${host_headers})
 
 function(fenwright_add_headers name)
   string(REPLACE "::" "_" plain_name ${name})
@@ -22,7 +21,6 @@ fenwright_add_headers(CLI11::CLI11)
 fenwright_add_headers(nlohmann_json::nlohmann_json)
 fenwright_add_headers(fmt::fmt)
 target_compile_definitions(fmt_fmt INTERFACE FMT_HEADER_ONLY)
-set(FENWRIGHT_ASIO_INCLUDE_DIR ${host_headers})
 
 set(gtest_force_shared_crt ON)
 set(INSTALL_GTEST OFF)

@@ -12,9 +12,3 @@ else()
 endif()
 
 find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets Test)
-find_path(FENWRIGHT_ASIO_INCLUDE_DIR asio/serial_port.hpp REQUIRED)
-
-# Where the compiler does not look by itself.
-function(fenwright_use_asio target)
-  target_include_directories(${target} SYSTEM PRIVATE ${FENWRIGHT_ASIO_INCLUDE_DIR})
-endfunction()

@@ -13,9 +13,9 @@
 #include "ops/command.h"
 #include "ops/start_procedure.h"
 #include "paths.h"
-#include "platform/asio/asio_serial_control.h"
 #include "platform/system/folders.h"
 #include "platform/system/system_port_infos.h"
+#include "platform/system/system_serial_control.h"
 
 namespace fenwright::cli {
 namespace {
@@ -170,8 +170,8 @@ ExitCode Session::MakeRealPort() {
   const auto path = [this](int number) {
     return platform::DevicePath(settings_, overrides_, number);
   };
-  port_ = std::make_unique<platform::AsioSerialControl>(path);
-  updater_port_ = std::make_unique<platform::AsioSerialControl>(path);
+  port_ = std::make_unique<platform::SystemSerialControl>(path);
+  updater_port_ = std::make_unique<platform::SystemSerialControl>(path);
   return ExitCode::Success;
 }
 

@@ -21,12 +21,12 @@
 #include "board/simulated_serial_control.h"
 #include "core/build_info.h"
 #include "core/settings_keys.h"
-#include "platform/asio/asio_serial_control.h"
 #include "platform/system/code_page.h"
 #include "platform/system/instance_lock.h"
 #include "platform/system/port_names.h"
 #include "platform/system/system_clock.h"
 #include "platform/system/system_port_infos.h"
+#include "platform/system/system_serial_control.h"
 #include "platform/system/text_files.h"
 #include "ui/app_folder.h"
 #include "ui/command_line.h"
@@ -173,8 +173,8 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
     const auto path_of = [&settings, overrides](int number) {
       return fenwright::platform::DevicePath(settings, overrides, number);
     };
-    port = std::make_unique<fenwright::platform::AsioSerialControl>(path_of);
-    updater_port = std::make_unique<fenwright::platform::AsioSerialControl>(path_of);
+    port = std::make_unique<fenwright::platform::SystemSerialControl>(path_of);
+    updater_port = std::make_unique<fenwright::platform::SystemSerialControl>(path_of);
     ports = fenwright::platform::MakeSystemPortInfos(path_of);
   }
 

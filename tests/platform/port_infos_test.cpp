@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/asio/asio_serial_control.h"
 #include "platform/child_process.h"
 #include "platform/posix/system_port_infos.h"
+#include "platform/system/system_serial_control.h"
 #include "platform/temporary_folder.h"
 #include "platform/terminal_line.h"
 
@@ -208,7 +208,7 @@ TEST(PortInfos, APortThatAnotherProgramOpenedAsThisOneDoesIsBusyOnTheRealSystem)
   PosixPortInfos infos([&](int) { return terminal.Path(); });
   EXPECT_EQ(infos.Describe(5).State, PortState::Usable);
   EXPECT_EQ(infos.Describe(5).Description, "疑似端末");
-  AsioSerialControl port([&](int) { return terminal.Path(); });
+  SystemSerialControl port([&](int) { return terminal.Path(); });
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
   EXPECT_EQ(infos.Describe(5).State, PortState::Usable) << "it is our own";
   const std::string seen_by_another = RunInChild([&] {

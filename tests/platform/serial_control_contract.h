@@ -251,6 +251,26 @@ TEST_P(SerialControlContract, ARestEndsWhenAByteArrives) {
   EXPECT_LT(time, kSoon);
 }
 
+TEST_P(SerialControlContract, TheByteThatEndedARestIsCountedAndBeginsTheReply) {
+  Open();
+  Ask();
+  Port().RestUntilInput(1.0);
+  EXPECT_GE(Port().InBufferCount(), 1);
+  AwaitBytes(ReplySize());
+  EXPECT_EQ(Port().Input(), Rig().Reply());
+}
+
+TEST_P(SerialControlContract, DiscardingBetweenTwoRestsLeavesTheNextReplyWhole) {
+  Open();
+  AskAndAwaitReply();
+  Port().RestUntilInput(0.001);
+  Port().DiscardInput();
+  Ask();
+  Port().RestUntilInput(1.0);
+  AwaitBytes(ReplySize());
+  EXPECT_EQ(Port().Input(), Rig().Reply());
+}
+
 TEST_P(SerialControlContract, ARestOnASilentLineLastsItsTime) {
   Open();
   const double time = TimeOf([&] { Port().RestUntilInput(kRest); });
@@ -286,6 +306,20 @@ TEST_P(SerialControlContract, AHungUpLineIsGoneUntilItIsOpenedAgain) {
   Open();
   EXPECT_FALSE(Port().IsGone());
   AskAndAwaitReply();
+}
+
+TEST_P(SerialControlContract, NothingFromBeforeAHangUpIsThereAfterTheNextOpening) {
+  Open();
+  AskAndAwaitReply();
+  Rig().HangUp();
+  EXPECT_TRUE(Port().IsGone());
+  EXPECT_EQ(Port().InBufferCount(), ReplySize());
+  Rig().Restore();
+  Port().Close();
+  Open();
+  EXPECT_EQ(Port().InBufferCount(), 0);
+  AskAndAwaitReply();
+  EXPECT_EQ(Port().Input(), Rig().Reply());
 }
 
 TEST_P(SerialControlContract, BytesCountedBeforeAHangUpStayReadable) {

@@ -22,7 +22,7 @@ Moment Now();
 /// Local date and time of a time in seconds since 1970 (UTC).
 DateTime Local(std::int64_t seconds);
 
-/// Rests for `seconds`, which are positive and at most a day.
+/// Rests for `seconds`, 0 to a day.
 void Sleep(double seconds);
 
 }  // namespace fenwright::platform::system_time

@@ -1,8 +1,12 @@
 #include "platform/system/system_time.h"
 
+#include <cmath>
 #include <windows.h>
 
-#include "platform/windows/high_resolution_timer.h"
+// Known to Windows 10 1803 and later, and not to every set of headers.
+#ifndef CREATE_WAITABLE_TIMER_HIGH_RESOLUTION
+#define CREATE_WAITABLE_TIMER_HIGH_RESOLUTION 0x00000002
+#endif
 
 namespace fenwright::platform::system_time {
 namespace {
@@ -14,6 +18,12 @@ constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
 
 constexpr int kHalfBits = 32;
 constexpr std::int64_t kLowHalf = 0xFFFFFFFF;
+
+HANDLE MakeTimer() {
+  HANDLE timer = CreateWaitableTimerExW(nullptr, nullptr, CREATE_WAITABLE_TIMER_HIGH_RESOLUTION,
+                                        TIMER_ALL_ACCESS);
+  return timer != nullptr ? timer : CreateWaitableTimerExW(nullptr, nullptr, 0, TIMER_ALL_ACCESS);
+}
 
 }  // namespace
 
@@ -45,6 +55,17 @@ DateTime Local(std::int64_t seconds) {
           .Second = local.wSecond};
 }
 
-void Sleep(double seconds) { RestPrecisely(seconds); }
+// To a fraction of a millisecond where the system can: its plain calls wait in steps of 16 ms.
+void Sleep(double seconds) {
+  HANDLE timer = MakeTimer();
+  LARGE_INTEGER due{};
+  due.QuadPart = -std::llround(seconds * double{kStepsPerSecond});  // negative: from now on
+  if (timer != nullptr && SetWaitableTimer(timer, &due, 0, nullptr, nullptr, FALSE) != 0) {
+    WaitForSingleObject(timer, INFINITE);
+  } else {
+    ::Sleep(static_cast<DWORD>(std::ceil(seconds * 1e3)));
+  }
+  if (timer != nullptr) CloseHandle(timer);
+}
 
 }  // namespace fenwright::platform::system_time

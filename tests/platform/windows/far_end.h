@@ -10,6 +10,8 @@
 namespace fenwright::platform::far_end {
 
 inline const std::string kHangUp = "hangup";
+/// Takes nothing more, and answers nothing, until it is restored.
+inline const std::string kFallSilent = "silence";
 inline const std::string kRestore = "restore";
 inline const std::string kEnd = "end";
 

@@ -33,6 +33,8 @@ class FarEnd {
     line_->HangUp();
   }
 
+  void FallSilent() { answerer_.reset(); }
+
   void Restore() {
     line_ = std::make_unique<fenwright::platform::TerminalLine>();
     answerer_ = std::make_unique<fenwright::platform::Answerer>(*line_, far_end::Request(),
@@ -59,6 +61,7 @@ void Serve(FarEnd& line, const std::filesystem::path& folder) {
       continue;
     }
     if (command == far_end::kHangUp) line.HangUp();
+    if (command == far_end::kFallSilent) line.FallSilent();
     if (command == far_end::kRestore) line.Restore();
     done = number;
     std::ofstream(folder / "done.new") << done;

@@ -12,8 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/asio/asio_serial_control.h"
 #include "platform/serial_control_contract.h"
+#include "platform/system/system_serial_control.h"
 #include "platform/windows/far_end.h"
 
 namespace fenwright::platform {
@@ -70,16 +70,16 @@ class ComPortRig final : public SerialRig {
   double Seconds() override { return SteadySeconds(); }
 
  private:
-  AsioSerialControl port_{[](int) { return PortPath(); }};
+  SystemSerialControl port_{[](int) { return PortPath(); }};
 };
 
-INSTANTIATE_TEST_SUITE_P(AsioOnAComPort, SerialControlContract,
+INSTANTIATE_TEST_SUITE_P(SystemOnAComPort, SerialControlContract,
                          testing::Values(SerialImplementation{
-                             "Asio", [] { return std::unique_ptr<SerialRig>(new ComPortRig); }}),
+                             "System", [] { return std::unique_ptr<SerialRig>(new ComPortRig); }}),
                          ImplementationName);
 
 TEST(ComPort, APortThatIsNotThereIsMissingAndNamedAsTheUserKnowsIt) {
-  AsioSerialControl port([](int) { return std::string(R"(\\.\COM19)"); });
+  SystemSerialControl port([](int) { return std::string(R"(\\.\COM19)"); });
   const PortOpenResult result = port.Open();
   EXPECT_EQ(result.Status, PortOpenStatus::Missing);
   EXPECT_EQ(result.Path, R"(\\.\COM19)");
@@ -88,7 +88,7 @@ TEST(ComPort, APortThatIsNotThereIsMissingAndNamedAsTheUserKnowsIt) {
 }
 
 TEST(ComPort, ADeviceThatIsNoSerialLineIsRefused) {
-  AsioSerialControl port([](int) { return std::string(R"(\\.\NUL)"); });
+  SystemSerialControl port([](int) { return std::string(R"(\\.\NUL)"); });
   const PortOpenResult result = port.Open();
   EXPECT_EQ(result.Status, PortOpenStatus::Failed);
   EXPECT_THAT(result.Reason, StartsWith("NUL はシリアルポートではありません。"));
@@ -96,7 +96,7 @@ TEST(ComPort, ADeviceThatIsNoSerialLineIsRefused) {
 
 TEST(ComPort, ABareNameIsThatOfAPort) {
   ComPortRig rig;
-  AsioSerialControl port([](int) { return Variable("FENWRIGHT_FAR_END_PORT"); });
+  SystemSerialControl port([](int) { return Variable("FENWRIGHT_FAR_END_PORT"); });
   EXPECT_EQ(port.Open().Status, PortOpenStatus::Ok);
 }
 
@@ -118,6 +118,46 @@ TEST(ComPort, AShortRestOnASilentLineEndsInTime) {
   EXPECT_GE(time, 0.09);
   EXPECT_LT(time, 1.0);
   EXPECT_FALSE(rig.Port().IsGone());
+}
+
+TEST(ComPort, OutputToAStuckLineIsGivenUpAfterASecond) {
+  ComPortRig rig;
+  ASSERT_EQ(rig.Port().Open().Status, PortOpenStatus::Ok);
+  Command(far_end::kFallSilent);
+  const double start = SteadySeconds();
+  rig.Port().Output(Bytes(1'000'000, 0xAA));
+  const double time = SteadySeconds() - start;
+  EXPECT_GE(time, 0.9);
+  EXPECT_LT(time, 2.0);
+  EXPECT_FALSE(rig.Port().IsGone());
+}
+
+TEST(ComPort, AHangUpInTheMiddleOfARestEndsIt) {
+  ComPortRig rig;
+  ASSERT_EQ(rig.Port().Open().Status, PortOpenStatus::Ok);
+  std::thread far_end([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    rig.HangUp();
+  });
+  const double start = SteadySeconds();
+  rig.Port().RestUntilInput(3.0);
+  EXPECT_LT(SteadySeconds() - start, 2.0);
+  EXPECT_TRUE(rig.Port().IsGone());
+  far_end.join();
+}
+
+TEST(ComPort, ARestThatWasTakenBackLosesNoByteOfTheReplyAfterIt) {
+  ComPortRig rig;
+  SerialControl& port = rig.Port();
+  ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
+  const auto size = static_cast<int>(far_end::Reply().size());
+  for (int i = 0; i < 100; ++i) {
+    port.Output(far_end::Request());
+    // Rests of no time to speak of: many end just as a byte arrives.
+    const double start = SteadySeconds();
+    while (port.InBufferCount() < size && SteadySeconds() - start < 5) port.RestUntilInput(1e-6);
+    ASSERT_EQ(port.Input(), far_end::Reply()) << "exchange " << i;
+  }
 }
 
 TEST(ComPort, AnExchangeTakesFarLessThanAStepOfTheSystemsClock) {

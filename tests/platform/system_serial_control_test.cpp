@@ -1,4 +1,4 @@
-#include "platform/asio/asio_serial_control.h"
+#include "platform/system/system_serial_control.h"
 
 #include <array>
 #include <cerrno>
@@ -14,16 +14,16 @@
 #include <thread>
 #include <time.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/asio/line_settings.h"
-#include "platform/asio/serial_native.h"
 #include "platform/child_process.h"
 #include "platform/posix/port_failure.h"
 #include "platform/serial_control_contract.h"
+#include "platform/system/line_settings.h"
 #include "platform/temporary_folder.h"
 #include "platform/terminal_line.h"
 
@@ -60,19 +60,19 @@ class PseudoTerminalRig final : public SerialRig {
  private:
   std::unique_ptr<TerminalLine> line_;
   std::unique_ptr<Answerer> answerer_;
-  AsioSerialControl port_{[this](int) { return line_->Path(); }};
+  SystemSerialControl port_{[this](int) { return line_->Path(); }};
 };
 
-INSTANTIATE_TEST_SUITE_P(AsioOnAPseudoTerminal, SerialControlContract,
+INSTANTIATE_TEST_SUITE_P(SystemOnAPseudoTerminal, SerialControlContract,
                          testing::Values(SerialImplementation{
-                             "Asio",
+                             "System",
                              [] { return std::unique_ptr<SerialRig>(new PseudoTerminalRig); }}),
                          ImplementationName);
 
 // --- Opening ---
 
 PortOpenResult OpenPath(const std::string& path) {
-  AsioSerialControl port([&](int) { return path; });
+  SystemSerialControl port([&](int) { return path; });
   return port.Open();
 }
 
@@ -82,10 +82,10 @@ std::string Outcome(const PortOpenResult& result) {
   return std::string(kNames.at(static_cast<std::size_t>(result.Status))) + ": " + result.Reason;
 }
 
-TEST(AsioSerialControlOpening, TheDeviceOfTheCurrentComNumberIsOpened) {
+TEST(SystemSerialControlOpening, TheDeviceOfTheCurrentComNumberIsOpened) {
   const TerminalLine line;
   std::vector<int> asked;
-  AsioSerialControl port([&](int number) {
+  SystemSerialControl port([&](int number) {
     asked.push_back(number);
     return number == 7 ? line.Path() : std::string();
   });
@@ -96,8 +96,8 @@ TEST(AsioSerialControlOpening, TheDeviceOfTheCurrentComNumberIsOpened) {
   EXPECT_EQ(asked, std::vector<int>{7});
 }
 
-TEST(AsioSerialControlOpening, ANumberWithoutADeviceIsMissingAndNamed) {
-  AsioSerialControl port([](int) { return std::string(); });
+TEST(SystemSerialControlOpening, ANumberWithoutADeviceIsMissingAndNamed) {
+  SystemSerialControl port([](int) { return std::string(); });
   port.SetCommPort(9);
   const PortOpenResult result = port.Open();
   EXPECT_EQ(result.Status, PortOpenStatus::Missing);
@@ -106,7 +106,7 @@ TEST(AsioSerialControlOpening, ANumberWithoutADeviceIsMissingAndNamed) {
   EXPECT_FALSE(port.PortOpen());
 }
 
-TEST(AsioSerialControlOpening, ADeviceThatIsNotThereIsMissingAndTheReasonNamesItsPath) {
+TEST(SystemSerialControlOpening, ADeviceThatIsNotThereIsMissingAndTheReasonNamesItsPath) {
   const TemporaryFolder folder;
   const PortOpenResult result = OpenPath(folder.File("ttyUSB0"));
   EXPECT_EQ(result.Status, PortOpenStatus::Missing);
@@ -115,10 +115,10 @@ TEST(AsioSerialControlOpening, ADeviceThatIsNotThereIsMissingAndTheReasonNamesIt
   EXPECT_THAT(result.Reason, HasSubstr("がありません"));
 }
 
-TEST(AsioSerialControlOpening, ASecondOpeningIsBusyAndDoesNotDisturbTheFirst) {
+TEST(SystemSerialControlOpening, ASecondOpeningIsBusyAndDoesNotDisturbTheFirst) {
   TerminalLine line;
-  AsioSerialControl first([&](int) { return line.Path(); });
-  AsioSerialControl second([&](int) { return line.Path(); });
+  SystemSerialControl first([&](int) { return line.Path(); });
+  SystemSerialControl second([&](int) { return line.Path(); });
   first.SetSettings("115200,n,8,1");
   ASSERT_EQ(first.Open().Status, PortOpenStatus::Ok);
   const PortOpenResult refused = second.Open();
@@ -132,10 +132,10 @@ TEST(AsioSerialControlOpening, ASecondOpeningIsBusyAndDoesNotDisturbTheFirst) {
   EXPECT_EQ(first.Input(), (Bytes{1, 2}));
 }
 
-TEST(AsioSerialControlOpening, ASecondOpeningByAnUnprivilegedUserIsBusy) {
+TEST(SystemSerialControlOpening, ASecondOpeningByAnUnprivilegedUserIsBusy) {
   const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0666), 0);
-  AsioSerialControl first([&](int) { return line.Path(); });
+  SystemSerialControl first([&](int) { return line.Path(); });
   ASSERT_EQ(first.Open().Status, PortOpenStatus::Ok);
   const std::string outcome = RunInChild([&] {
     DropPrivileges();
@@ -144,10 +144,10 @@ TEST(AsioSerialControlOpening, ASecondOpeningByAnUnprivilegedUserIsBusy) {
   EXPECT_THAT(outcome, HasSubstr("busy: "));
 }
 
-TEST(AsioSerialControlOpening, AnOpenLineIsClosedToProgramsThatKnowNothingOfItsLock) {
+TEST(SystemSerialControlOpening, AnOpenLineIsClosedToProgramsThatKnowNothingOfItsLock) {
   const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0666), 0);
-  AsioSerialControl port([&](int) { return line.Path(); });
+  SystemSerialControl port([&](int) { return line.Path(); });
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
   const std::string outcome = RunInChild([&] {
     DropPrivileges();
@@ -157,12 +157,12 @@ TEST(AsioSerialControlOpening, AnOpenLineIsClosedToProgramsThatKnowNothingOfItsL
   EXPECT_EQ(outcome, "busy");
 }
 
-TEST(AsioSerialControlOpening, AfterClosingAnybodyMayOpenTheLineAgainThoughTheFarEndKeepsItOpen) {
+TEST(SystemSerialControlOpening, AfterClosingAnybodyMayOpenTheLineAgainThoughTheFarEndKeepsItOpen) {
   const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0666), 0);
   const int kept = open(line.Path().c_str(), O_RDWR | O_NOCTTY);
   ASSERT_GE(kept, 0);
-  AsioSerialControl first([&](int) { return line.Path(); });
+  SystemSerialControl first([&](int) { return line.Path(); });
   ASSERT_EQ(first.Open().Status, PortOpenStatus::Ok);
   first.Close();
   const std::string outcome = RunInChild([&] {
@@ -173,7 +173,7 @@ TEST(AsioSerialControlOpening, AfterClosingAnybodyMayOpenTheLineAgainThoughTheFa
   close(kept);
 }
 
-TEST(AsioSerialControlOpening, WithoutPermissionTheReasonNamesTheGroupAndTheCommand) {
+TEST(SystemSerialControlOpening, WithoutPermissionTheReasonNamesTheGroupAndTheCommand) {
   const TerminalLine line;
   if (geteuid() == 0) {
     const group* const dialout = getgrnam("dialout");
@@ -195,7 +195,7 @@ TEST(AsioSerialControlOpening, WithoutPermissionTheReasonNamesTheGroupAndTheComm
   EXPECT_THAT(outcome, HasSubstr("ログイン"));
 }
 
-TEST(AsioSerialControlOpening, WithoutPermissionForTheGroupNoCommandIsAdvised) {
+TEST(SystemSerialControlOpening, WithoutPermissionForTheGroupNoCommandIsAdvised) {
   const TerminalLine line;
   ASSERT_EQ(chmod(line.Path().c_str(), 0000), 0);
   const std::string outcome = RunInChild([&] {
@@ -207,7 +207,7 @@ TEST(AsioSerialControlOpening, WithoutPermissionForTheGroupNoCommandIsAdvised) {
   EXPECT_THAT(outcome, HasSubstr("管理者"));
 }
 
-TEST(AsioSerialControlOpening, AFileAFolderAPipeAndADeviceOfAnotherKindFail) {
+TEST(SystemSerialControlOpening, AFileAFolderAPipeAndADeviceOfAnotherKindFail) {
   const TemporaryFolder folder;
   close(open(folder.File("file").c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
   ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
@@ -219,9 +219,9 @@ TEST(AsioSerialControlOpening, AFileAFolderAPipeAndADeviceOfAnotherKindFail) {
   }
 }
 
-TEST(AsioSerialControlOpening, SettingsThatAreNoneFailAndLeaveTheLineFree) {
+TEST(SystemSerialControlOpening, SettingsThatAreNoneFailAndLeaveTheLineFree) {
   const TerminalLine line;
-  AsioSerialControl port([&](int) { return line.Path(); });
+  SystemSerialControl port([&](int) { return line.Path(); });
   port.SetSettings("fast,n,8,1");
   const PortOpenResult result = port.Open();
   EXPECT_EQ(result.Status, PortOpenStatus::Failed);
@@ -230,9 +230,9 @@ TEST(AsioSerialControlOpening, SettingsThatAreNoneFailAndLeaveTheLineFree) {
   EXPECT_EQ(port.Open().Status, PortOpenStatus::Ok);
 }
 
-TEST(AsioSerialControlOpening, ABaudRateThatTheSystemDoesNotKnowFailsAndLeavesTheLineFree) {
+TEST(SystemSerialControlOpening, ABaudRateThatTheSystemDoesNotKnowFailsAndLeavesTheLineFree) {
   const TerminalLine line;
-  AsioSerialControl port([&](int) { return line.Path(); });
+  SystemSerialControl port([&](int) { return line.Path(); });
   port.SetSettings("57601,n,8,1");
   EXPECT_EQ(port.Open().Status, PortOpenStatus::Failed);
   EXPECT_FALSE(port.PortOpen());
@@ -240,9 +240,9 @@ TEST(AsioSerialControlOpening, ABaudRateThatTheSystemDoesNotKnowFailsAndLeavesTh
   EXPECT_EQ(port.Open().Status, PortOpenStatus::Ok);
 }
 
-TEST(AsioSerialControlOpening, TheSettingsReachTheLine) {
+TEST(SystemSerialControlOpening, TheSettingsReachTheLine) {
   const TerminalLine line;
-  AsioSerialControl port([&](int) { return line.Path(); });
+  SystemSerialControl port([&](int) { return line.Path(); });
   const auto opened_as = [&](const char* text) {
     port.Close();
     port.SetSettings(text);
@@ -262,16 +262,48 @@ TEST(AsioSerialControlOpening, TheSettingsReachTheLine) {
   const termios other = opened_as("9600,n,8,2");
   EXPECT_EQ(cfgetospeed(&other), static_cast<speed_t>(B9600));
   EXPECT_EQ(other.c_cflag & static_cast<tcflag_t>(CSTOPB), static_cast<tcflag_t>(CSTOPB));
+  // A pseudo terminal has 8 bits and no parity whatever it is asked for, but keeps the kind.
+  const termios odd = opened_as("9600,o,8,1");
+  EXPECT_EQ(odd.c_cflag & static_cast<tcflag_t>(PARODD | CSTOPB), static_cast<tcflag_t>(PARODD));
+  const termios even = opened_as("9600,e,8,1");
+  EXPECT_EQ(even.c_cflag & static_cast<tcflag_t>(PARODD), 0U);
 }
 
-TEST(AsioSerialControlOpening, LowLatencyAndRtsAreNotRequiredOfALine) {
+TEST(SystemSerialControlOpening, EveryUsualSpeedReachesTheLine) {
   const TerminalLine line;
-  const int handle = open(line.Path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-  ASSERT_GE(handle, 0);
-  native::RequestLowLatency(handle);
-  native::SetRts(handle, true);
-  close(handle);
-  EXPECT_EQ(OpenPath(line.Path()).Status, PortOpenStatus::Ok);
+  SystemSerialControl port([&](int) { return line.Path(); });
+  const std::vector<std::pair<const char*, speed_t>> speeds{
+      {"1200,n,8,1", B1200},     {"2400,n,8,1", B2400},     {"4800,n,8,1", B4800},
+      {"9600,n,8,1", B9600},     {"19200,n,8,1", B19200},   {"38400,n,8,1", B38400},
+      {"57600,n,8,1", B57600},   {"115200,n,8,1", B115200}, {"230400,n,8,1", B230400},
+      {"460800,n,8,1", B460800}, {"921600,n,8,1", B921600}, {"1000000,n,8,1", B1000000}};
+  for (const auto& [text, speed] : speeds) {
+    port.Close();
+    port.SetSettings(text);
+    EXPECT_EQ(port.Open().Status, PortOpenStatus::Ok) << text;
+    termios settings{};
+    EXPECT_EQ(tcgetattr(line.Master(), &settings), 0);
+    EXPECT_EQ(cfgetospeed(&settings), speed) << text;
+    EXPECT_EQ(cfgetispeed(&settings), speed) << text;
+  }
+}
+
+TEST(SystemSerialControlOpening, OneAndAHalfStopBitsAreNotOfferedAndLeaveTheLineFree) {
+  const TerminalLine line;
+  SystemSerialControl port([&](int) { return line.Path(); });
+  port.SetSettings("57600,n,8,1.5");
+  EXPECT_EQ(port.Open().Status, PortOpenStatus::Failed);
+  port.SetSettings("57600,n,8,1");
+  EXPECT_EQ(port.Open().Status, PortOpenStatus::Ok);
+}
+
+TEST(SystemSerialControlOpening, LowLatencyAndRtsAreNotRequiredOfALine) {
+  const TerminalLine line;
+  SystemSerialControl port([&](int) { return line.Path(); });
+  EXPECT_EQ(port.Open().Status, PortOpenStatus::Ok);
+  port.SetRTSEnable(false);
+  port.SetRTSEnable(true);
+  EXPECT_FALSE(port.IsGone());
 }
 
 TEST(PortFailure, EverySystemErrorHasItsStatus) {
@@ -289,15 +321,15 @@ TEST(PortFailure, EverySystemErrorHasItsStatus) {
 
 // --- Transfer ---
 
-class AsioSerialControlLine : public testing::Test {
+class SystemSerialControlLine : public testing::Test {
  protected:
-  AsioSerialControlLine() { EXPECT_EQ(port_.Open().Status, PortOpenStatus::Ok); }
+  SystemSerialControlLine() { EXPECT_EQ(port_.Open().Status, PortOpenStatus::Ok); }
 
   TerminalLine line_;
-  AsioSerialControl port_{[this](int) { return line_.Path(); }};
+  SystemSerialControl port_{[this](int) { return line_.Path(); }};
 };
 
-TEST_F(AsioSerialControlLine, EveryByteValuePassesUnchangedBothWays) {
+TEST_F(SystemSerialControlLine, EveryByteValuePassesUnchangedBothWays) {
   Bytes all;
   for (int value = 0; value < 256; ++value) all.push_back(static_cast<std::uint8_t>(value));
   port_.Output(all);
@@ -306,7 +338,7 @@ TEST_F(AsioSerialControlLine, EveryByteValuePassesUnchangedBothWays) {
   EXPECT_EQ(port_.Input(), all);
 }
 
-TEST_F(AsioSerialControlLine, MoreThanOneReadOfInputIsTakenInOnePiece) {
+TEST_F(SystemSerialControlLine, MoreThanOneReadOfInputIsTakenInOnePiece) {
   Bytes sent;
   Bytes received;
   for (std::size_t round = 0; round < 8; ++round) {
@@ -318,7 +350,17 @@ TEST_F(AsioSerialControlLine, MoreThanOneReadOfInputIsTakenInOnePiece) {
   EXPECT_EQ(port_.Input(), sent);
 }
 
-TEST_F(AsioSerialControlLine, WhatWaitsToBeTakenIsLimitedAndAFullBufferStillRests) {
+TEST_F(SystemSerialControlLine, MoreThanTheSystemGivesAtOnceIsCountedAndDiscardedWhole) {
+  const Bytes sent(6000, 0x55);
+  line_.Send(sent);
+  EXPECT_EQ(port_.InBufferCount(), 6000);
+  EXPECT_EQ(port_.Input(), sent);
+  line_.Send(sent);
+  port_.DiscardInput();
+  EXPECT_EQ(port_.InBufferCount(), 0);
+}
+
+TEST_F(SystemSerialControlLine, WhatWaitsToBeTakenIsLimitedAndAFullBufferStillRests) {
   const int limit = 1 << 20;
   const Bytes block(2048, 0x55);
   for (int sent = 0; sent < limit; sent += 2048) {
@@ -334,7 +376,7 @@ TEST_F(AsioSerialControlLine, WhatWaitsToBeTakenIsLimitedAndAFullBufferStillRest
   EXPECT_EQ(port_.Input(), block);
 }
 
-TEST_F(AsioSerialControlLine, DiscardingInputDropsWhatTheSystemStillHolds) {
+TEST_F(SystemSerialControlLine, DiscardingInputDropsWhatTheSystemStillHolds) {
   for (int round = 0; round < 200; ++round) {
     line_.Send(Bytes(100, 0x55));
     port_.DiscardInput();
@@ -342,7 +384,7 @@ TEST_F(AsioSerialControlLine, DiscardingInputDropsWhatTheSystemStillHolds) {
   }
 }
 
-TEST_F(AsioSerialControlLine, BytesThatArrivedAfterTheLastCountEndARestAtOnce) {
+TEST_F(SystemSerialControlLine, BytesThatArrivedAfterTheLastCountEndARestAtOnce) {
   line_.Send(Bytes{1});
   EXPECT_EQ(port_.InBufferCount(), 1);
   line_.Send(Bytes{2});
@@ -352,7 +394,7 @@ TEST_F(AsioSerialControlLine, BytesThatArrivedAfterTheLastCountEndARestAtOnce) {
   EXPECT_EQ(port_.Input(), (Bytes{1, 2}));
 }
 
-TEST_F(AsioSerialControlLine, ARestIsFinerThanAMillisecond) {
+TEST_F(SystemSerialControlLine, ARestIsFinerThanAMillisecond) {
   const double start = SteadySeconds();
   for (int i = 0; i < 200; ++i) port_.RestUntilInput(0.0002);
   const double time = SteadySeconds() - start;
@@ -360,7 +402,7 @@ TEST_F(AsioSerialControlLine, ARestIsFinerThanAMillisecond) {
   EXPECT_LT(time, 200 * 0.0009);
 }
 
-TEST_F(AsioSerialControlLine, OutputToAStuckLineIsGivenUpAfterASecond) {
+TEST_F(SystemSerialControlLine, OutputToAStuckLineIsGivenUpAfterASecond) {
   const double start = SteadySeconds();
   port_.Output(Bytes(1'000'000, 0xAA));
   const double time = SteadySeconds() - start;
@@ -369,7 +411,7 @@ TEST_F(AsioSerialControlLine, OutputToAStuckLineIsGivenUpAfterASecond) {
   EXPECT_FALSE(port_.IsGone());
 }
 
-TEST_F(AsioSerialControlLine, OutputThatMeetsAFullLineGoesOnWhenTheLineTakesBytesAgain) {
+TEST_F(SystemSerialControlLine, OutputThatMeetsAFullLineGoesOnWhenTheLineTakesBytesAgain) {
   const std::size_t size = 200'000;
   Bytes received;
   std::thread far_end([&] {
@@ -397,24 +439,24 @@ void ExpectSleeping(SerialControl& port) {
   EXPECT_LT(ProcessorSeconds() - used, 0.1);
 }
 
-TEST_F(AsioSerialControlLine, ARestOnAClosedPortSleepsItsTime) {
+TEST_F(SystemSerialControlLine, ARestOnAClosedPortSleepsItsTime) {
   port_.Close();
   ExpectSleeping(port_);
 }
 
-TEST_F(AsioSerialControlLine, RestsOnAHungUpLineSleepTheirTime) {
+TEST_F(SystemSerialControlLine, RestsOnAHungUpLineSleepTheirTime) {
   line_.HangUp();
   EXPECT_TRUE(port_.IsGone());
   ExpectSleeping(port_);
 }
 
-TEST_F(AsioSerialControlLine, CountingAloneNoticesAHangUp) {
+TEST_F(SystemSerialControlLine, CountingAloneNoticesAHangUp) {
   line_.HangUp();
   EXPECT_EQ(port_.InBufferCount(), 0);
   EXPECT_TRUE(port_.IsGone());
 }
 
-TEST_F(AsioSerialControlLine, AHungUpLineStaysOpenUntilItIsClosed) {
+TEST_F(SystemSerialControlLine, AHungUpLineStaysOpenUntilItIsClosed) {
   line_.HangUp();
   EXPECT_TRUE(port_.IsGone());
   EXPECT_TRUE(port_.PortOpen());
@@ -424,7 +466,7 @@ TEST_F(AsioSerialControlLine, AHungUpLineStaysOpenUntilItIsClosed) {
   EXPECT_FALSE(port_.PortOpen());
 }
 
-TEST_F(AsioSerialControlLine, AHangUpInTheMiddleOfARestEndsIt) {
+TEST_F(SystemSerialControlLine, AHangUpInTheMiddleOfARestEndsIt) {
   std::thread far_end([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     line_.HangUp();
@@ -436,7 +478,19 @@ TEST_F(AsioSerialControlLine, AHangUpInTheMiddleOfARestEndsIt) {
   far_end.join();
 }
 
-TEST_F(AsioSerialControlLine, AHangUpReleasesTheDeviceAtOnce) {
+TEST_F(SystemSerialControlLine, AHangUpWhileOutputWaitsEndsIt) {
+  std::thread far_end([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    line_.HangUp();
+  });
+  const double start = SteadySeconds();
+  port_.Output(Bytes(1'000'000, 0xAA));
+  EXPECT_LT(SteadySeconds() - start, 0.9);
+  EXPECT_TRUE(port_.IsGone());
+  far_end.join();
+}
+
+TEST_F(SystemSerialControlLine, AHangUpReleasesTheDeviceAtOnce) {
   const auto open_handles = [] {
     int count = 0;
     for (int handle = 0; handle < 256; ++handle) count += fcntl(handle, F_GETFD) >= 0 ? 1 : 0;
@@ -448,7 +502,7 @@ TEST_F(AsioSerialControlLine, AHangUpReleasesTheDeviceAtOnce) {
   EXPECT_EQ(open_handles(), before - 2);  // the master and the device
 }
 
-TEST_F(AsioSerialControlLine, OutputToAHungUpLineDoesNotWait) {
+TEST_F(SystemSerialControlLine, OutputToAHungUpLineDoesNotWait) {
   line_.HangUp();
   const double start = SteadySeconds();
   port_.Output(Bytes(1'000'000, 0xAA));

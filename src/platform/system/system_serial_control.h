@@ -2,17 +2,18 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/serial_control.h"
+#include "platform/system/serial_native.h"
 
 namespace fenwright::platform {
 
-/// A real serial line, on Asio's serial port and the system's own calls.
+/// A serial line of the system.
 ///
 /// - `PortOpenResult::Reason` names the cause of a failure and its cure in Japanese, followed by
 ///   the system's own words in parentheses.
@@ -23,28 +24,28 @@ namespace fenwright::platform {
 ///   around it never spins.
 /// - At most 1 MiB waits to be taken; bytes beyond it stay with the system.
 /// - Dropping the output of a stuck line takes one second in total for each Output().
-class AsioSerialControl final : public SerialControl {
+class SystemSerialControl final : public SerialControl {
  public:
   /// Gives the device path of a COM number, "" when none is known.
   using DevicePathOf = std::function<std::string(int com_number)>;
 
-  explicit AsioSerialControl(DevicePathOf device_path);
-  ~AsioSerialControl() override;
-  AsioSerialControl(const AsioSerialControl&) = delete;
-  AsioSerialControl& operator=(const AsioSerialControl&) = delete;
+  explicit SystemSerialControl(DevicePathOf device_path);
+  ~SystemSerialControl() override;
+  SystemSerialControl(const SystemSerialControl&) = delete;
+  SystemSerialControl& operator=(const SystemSerialControl&) = delete;
 
-  void SetCommPort(int number) override;
-  [[nodiscard]] int CommPort() const override;
-  void SetSettings(std::string_view settings) override;
-  void SetHandshaking(int mode) override;
-  void SetInputLen(int length) override;
+  void SetCommPort(int number) override { comm_port_ = number; }
+  [[nodiscard]] int CommPort() const override { return comm_port_; }
+  void SetSettings(std::string_view settings) override { settings_ = settings; }
+  void SetHandshaking(int /*mode*/) override {}
+  void SetInputLen(int /*length*/) override {}
   void SetRTSEnable(bool enable) override;
-  void SetRThreshold(int count) override;
-  void SetInputMode(InputMode mode) override;
-  [[nodiscard]] InputMode CurrentInputMode() const override;
+  void SetRThreshold(int /*count*/) override {}
+  void SetInputMode(InputMode mode) override { input_mode_ = mode; }
+  [[nodiscard]] InputMode CurrentInputMode() const override { return input_mode_; }
   PortOpenResult Open() override;
   void Close() override;
-  [[nodiscard]] bool PortOpen() const override;
+  [[nodiscard]] bool PortOpen() const override { return open_; }
   int InBufferCount() override;
   void DiscardInput() override;
   void DiscardOutput() override;
@@ -54,14 +55,23 @@ class AsioSerialControl final : public SerialControl {
   void RestUntilInput(double seconds) override;
 
  private:
-  class Line;
+  /// Takes a block of what has arrived; sleeps for up to `seconds` until something does. True when
+  /// something came, and so more may be there.
+  bool ReceiveBlock(double seconds);
+  void Receive();
+
+  /// The line is gone: takes what had arrived on it and gives the device back.
+  void Lose();
+  void Release();
 
   DevicePathOf device_path_;
   int comm_port_ = 1;
   std::string settings_ = "57600,n,8,1";
   bool rts_enable_ = true;
   InputMode input_mode_ = InputMode::Binary;
-  std::unique_ptr<Line> line_;  ///< set while the port is open
+  bool open_ = false;
+  std::optional<native::Handle> line_;  ///< while the port is open and the line is not gone
+  std::vector<std::uint8_t> received_;  ///< and not yet taken
 };
 
 }  // namespace fenwright::platform
