@@ -7,6 +7,9 @@
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
+#include "core/insertion_guide.h"
+#include "ui/text.h"
+
 namespace fenwright::ui {
 namespace {
 
@@ -45,8 +48,6 @@ struct Place {
   double BodyWidth;
   double BodyLength;
   QPointF Badge;  ///< of the letter: tenths of an inch from the centre of the socket and its row 0
-  const char* FirstDevices;
-  const char* FurtherDevices;
 };
 
 // The small packages lie between the two rows of the socket; its contacts are slots that reach
@@ -59,9 +60,7 @@ const std::array<Place, 5> kPlaces{{
      .RowSpacing = 3,
      .BodyWidth = 2.5,
      .BodyLength = 3.7,
-     .Badge = {0, 1.5},
-     .FirstDevices = "ATtiny12L, ATtiny15L,",
-     .FurtherDevices = "AT90S2323, AT90S2343"},
+     .Badge = {0, 1.5}},
     {.Position = GuidePosition::B,
      .Letter = 'B',
      .Pins = 20,
@@ -69,9 +68,7 @@ const std::array<Place, 5> kPlaces{{
      .RowSpacing = 3,
      .BodyWidth = 2.5,
      .BodyLength = 10.2,
-     .Badge = {0, 16.5},
-     .FirstDevices = "ATtiny26L",
-     .FurtherDevices = ""},
+     .Badge = {0, 16.5}},
     {.Position = GuidePosition::C,
      .Letter = 'C',
      .Pins = 20,
@@ -79,9 +76,7 @@ const std::array<Place, 5> kPlaces{{
      .RowSpacing = 3,
      .BodyWidth = 2.5,
      .BodyLength = 10.2,
-     .Badge = {0, 6},
-     .FirstDevices = "AT90S1200, AT90S1200A,",
-     .FurtherDevices = "AT90S2313"},
+     .Badge = {0, 6}},
     {.Position = GuidePosition::D,
      .Letter = 'D',
      .Pins = 28,
@@ -89,9 +84,7 @@ const std::array<Place, 5> kPlaces{{
      .RowSpacing = 3,
      .BodyWidth = 2.8,
      .BodyLength = 13.7,
-     .Badge = {0, 12},
-     .FirstDevices = "AT90S2333, AT90S4433",
-     .FurtherDevices = ""},
+     .Badge = {0, 12}},
     {.Position = GuidePosition::E,
      .Letter = 'E',
      .Pins = 40,
@@ -99,9 +92,7 @@ const std::array<Place, 5> kPlaces{{
      .RowSpacing = 6,
      .BodyWidth = 5.4,
      .BodyLength = 20.5,
-     .Badge = {2.1, 18},
-     .FirstDevices = "AT90S4414, AT90S4434,",
-     .FurtherDevices = "AT90S8515, AT90S8535"},
+     .Badge = {2.1, 18}},
 }};
 
 const Place& PlaceAt(GuidePosition position) {
@@ -111,6 +102,14 @@ const Place& PlaceAt(GuidePosition position) {
 QColor ColourOf(std::uint32_t value) {
   return {static_cast<int>(value & 0xFFU), static_cast<int>(value >> 8U & 0xFFU),
           static_cast<int>(value >> 16U & 0xFFU)};
+}
+
+/// The chips of a place in two lines, the second one for those beyond the first two.
+std::array<QString, 2> ChipLines(const Place& place) {
+  QStringList names;
+  for (const std::string& name : core::ChipsAt(place.Position)) names << ToQString(name);
+  const QStringList further = names.mid(2);
+  return {names.mid(0, 2).join(", ") + (further.isEmpty() ? "" : ","), further.join(", ")};
 }
 
 QString PinsOf(const Place& place) { return QString("%1ピン").arg(place.Pins); }
@@ -263,8 +262,9 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
   write(0, Qt::AlignLeft, PinsOf(place) + QString(" (1番ピンを %1 へ)").arg(place.FirstRow + 1));
   if (highlighted) write(0, Qt::AlignRight, "◀ ここ");
   painter.setFont(CanvasFont(painter, 11, highlighted));
-  write(14, Qt::AlignLeft, place.FirstDevices);
-  write(27, Qt::AlignLeft, place.FurtherDevices);
+  const auto [first_line, second_line] = ChipLines(place);
+  write(14, Qt::AlignLeft, first_line);
+  write(27, Qt::AlignLeft, second_line);
 }
 
 }  // namespace
