@@ -52,7 +52,7 @@ class PrintedUpdateForm final : public screen::UpdateForm {
   }
 
   /// From here on the status texts are those of an update of so many words.
-  void StartUpdate(int words) { words_ = words; }
+  void CmdUpdate_Click(int words) { words_ = words; }
 
   [[nodiscard]] const std::string& Status() const { return status_; }
   [[nodiscard]] const std::string& Detail() const { return detail_; }
@@ -117,7 +117,7 @@ class UpdateCall {
             .UpdaterPort = session_.UpdaterPort(),
             .Form = *form_,
             .MessageBoxes = boxes_,
-            .FileDialogs = session_.Context().Screen.FileDialogs};
+            .CommonDialog100 = session_.Context().Screen.FileDialogs};
   }
 
   bool StartSession(bool port_required);
@@ -287,7 +287,7 @@ void UpdateCall::RunUpdate() {
     return;
   }
   Out().Print("アップデート中です。電源は絶対に切らないでください。");
-  form_->StartUpdate(call_.Image->WordsToSend);
+  form_->CmdUpdate_Click(call_.Image->WordsToSend);
   const auto start = std::chrono::steady_clock::now();
   const update::UpdateOutcome outcome = update::RunFirmwareUpdate(context, call_.File);
   call_.Seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

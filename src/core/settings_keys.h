@@ -59,7 +59,4 @@ inline constexpr std::string_view kUpdatePortWrittenKey = "Com";   ///< never re
 inline constexpr std::string_view kUpdateSpeedKey = "Speed";       ///< text of the speed selector
 inline constexpr std::string_view kUpdateFolderKey = "OPEN_DIR0";  ///< folder of the update file
 
-/// Section of the device paths behind the port numbers, keys "COM1" to "COM20".
-inline constexpr std::string_view kPortsSection = "Ports";
-
 }  // namespace fenwright::core

@@ -14,6 +14,7 @@
 #include "core/stored_number.h"
 #include "link/board_commands.h"
 #include "link/serial_link.h"
+#include "platform/port_info.h"
 
 namespace fenwright::link {
 namespace {
@@ -130,7 +131,7 @@ void ReportNoPortChosen(core::RunContext& context) {
 /// A second, smaller line below the message: why the board could not be found, and the cure.
 void ExplainMissingBoard(core::RunContext& context) {
   const platform::PortOpenResult& opened = context.State.LastPortOpen;
-  std::string name = "COM" + std::to_string(context.Line.ProgrammerPort.CommPort());
+  std::string name = platform::ComName(context.Line.ProgrammerPort.CommPort());
   if (!opened.Path.empty()) name += " (" + opened.Path + ")";
   if (opened.Status != platform::PortOpenStatus::Ok) {
     context.Screen.MessageDialog.SetDetail(name + " : " + opened.Reason);
@@ -210,7 +211,7 @@ bool OpenChosenPort(core::RunContext& context) {
   constexpr int kDefaultPort = 1;
   const std::optional<int> stored = core::StoredPortNumber(context);
   port.SetCommPort(stored.value_or(kDefaultPort));
-  core::ShowStatus(context, Panel::Port, "COM" + std::to_string(port.CommPort()));
+  core::ShowStatus(context, Panel::Port, platform::ComName(port.CommPort()));
   SetUpPort(port);
   state.LinkError = 0;
   if (stored.value_or(0) == 0) {

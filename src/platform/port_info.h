@@ -7,6 +7,9 @@ namespace fenwright::platform {
 /// COM numbers run from 1 to this.
 inline constexpr int kLastComNumber = 20;
 
+/// "COM5" for 5.
+inline std::string ComName(int number) { return "COM" + std::to_string(number); }
+
 /// What could be expected of a port if it were opened now.
 enum class PortState {
   Usable,

@@ -102,12 +102,13 @@ UpdateDialog::UpdateDialog(QWidget* owner, core::RunContext& run,
                          Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
       own_boxes_(this),
       own_chooser_(this),
-      context_{.Run = run,
-               .State = state_,
-               .UpdaterPort = updater_port,
-               .Form = *this,
-               .MessageBoxes = substitutes.MessageBoxes ? *substitutes.MessageBoxes : own_boxes_,
-               .FileDialogs = substitutes.FileDialogs ? *substitutes.FileDialogs : own_chooser_} {
+      context_{
+          .Run = run,
+          .State = state_,
+          .UpdaterPort = updater_port,
+          .Form = *this,
+          .MessageBoxes = substitutes.MessageBoxes ? *substitutes.MessageBoxes : own_boxes_,
+          .CommonDialog100 = substitutes.FileDialogs ? *substitutes.FileDialogs : own_chooser_} {
   Name(this, "Dialog_Update", "ファームウエアアップデート");
   setWindowTitle("ファームウエアアップデート");
   setModal(true);
@@ -205,11 +206,11 @@ void UpdateDialog::Connect() {
   const std::vector<QWidget*> order{port_,        speed_, version_button_, version_,
                                     open_button_, file_,  update_button_,  close_button_};
   for (std::size_t i = 1; i < order.size(); ++i) setTabOrder(order.at(i - 1), order.at(i));
-  connect(port_, &QComboBox::activated, this, [this] { update::PickPort(context_); });
-  connect(speed_, &QComboBox::activated, this, [this] { update::PickSpeed(context_); });
-  connect(version_button_, &QPushButton::clicked, this, [this] { Do(update::ReadVersionPressed); });
-  connect(open_button_, &QPushButton::clicked, this, [this] { Do(update::ChooseUpdateFile); });
-  connect(update_button_, &QPushButton::clicked, this, [this] { Do(update::StartUpdate); });
+  connect(port_, &QComboBox::activated, this, [this] { update::Combo_ComPort_Click(context_); });
+  connect(speed_, &QComboBox::activated, this, [this] { update::Combo_speed_Click(context_); });
+  connect(version_button_, &QPushButton::clicked, this, [this] { Do(update::CmdVersion_Click); });
+  connect(open_button_, &QPushButton::clicked, this, [this] { Do(update::CmdOpen_Click); });
+  connect(update_button_, &QPushButton::clicked, this, [this] { Do(update::CmdUpdate_Click); });
   connect(close_button_, &QPushButton::clicked, this, [this] { RequestClose(); });
 }
 
@@ -230,10 +231,10 @@ void UpdateDialog::Do(Procedure procedure) {
 }
 
 void UpdateDialog::Run() {
-  update::Load(context_);
+  update::Dialog_Update_Load(context_);
   port_->setFocus();
   exec();
-  update::Unload(context_);
+  update::Dialog_Update_Unload(context_);
 }
 
 bool UpdateDialog::RequestClose() {

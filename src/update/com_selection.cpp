@@ -18,12 +18,10 @@ using screen::Panel;
 
 constexpr std::string_view kNoPortItem = "????";
 
-std::string PortName(int number) { return "COM" + std::to_string(number); }
-
 std::vector<std::string> ListItems() {
   std::vector<std::string> items{std::string(kNoPortItem)};
   for (int number = 1; number <= platform::kLastComNumber; ++number)
-    items.push_back(PortName(number));
+    items.push_back(platform::ComName(number));
   return items;
 }
 
@@ -74,10 +72,10 @@ bool Command_ok_Click(core::RunContext& context) {
     return false;
   }
   const bool opened = OpenPort(context, number);
-  core::ShowStatus(context, Panel::Port, PortName(port.CommPort()));
+  core::ShowStatus(context, Panel::Port, platform::ComName(port.CommPort()));
   if (!opened) {
     form.SetNote(context.State.LastPortOpen.Reason);
-    ReportOpenFailed(context, PortName(number) + " ");
+    ReportOpenFailed(context, platform::ComName(number) + " ");
     return false;
   }
   context.Storage.Settings.Write(core::kSettingsSection, core::kPortNumberKey,

@@ -84,7 +84,7 @@ void WarnOfFile(UpdateContext& context, const std::string& path) {
 
 }  // namespace
 
-void Load(UpdateContext& context) {
+void Dialog_Update_Load(UpdateContext& context) {
   context.Form.PlaceDivider();
   // It is left empty, and a folder that refuses it is no reason to refuse the dialog.
   context.Run.Storage.Files.Write(context.Run.State.AppFolder + std::string(kUpdateLogFile), "");
@@ -102,24 +102,24 @@ void Load(UpdateContext& context) {
       "４．[UPDATE]ボタンを押してください。ファイルのアップデータが開始されます。");
 }
 
-void PickPort(UpdateContext& context) {
+void Combo_ComPort_Click(UpdateContext& context) {
   Store(context, core::kUpdatePortWrittenKey, context.Form.PortText());
 }
 
-void PickSpeed(UpdateContext& context) {
+void Combo_speed_Click(UpdateContext& context) {
   Store(context, core::kUpdateSpeedKey, context.Form.SpeedText());
 }
 
-void ChooseUpdateFile(UpdateContext& context) {
+void CmdOpen_Click(UpdateContext& context) {
   if (IsBusy(context)) return;
   const BusyGuard guard(context.State);
   if (!PortChosen(context)) return;
   const std::optional<std::string> path =
-      context.FileDialogs.Open({.Title = "アップデータを開く",
-                                .Filter = "アップデータファイル|*.HEX|全てのファイル|*.*|",
-                                .DefaultExtension = "HEX",
-                                .StartFolder = Stored(context, core::kUpdateFolderKey, ""),
-                                .FileName = "*.HEX"});
+      context.CommonDialog100.Open({.Title = "アップデータを開く",
+                                    .Filter = "アップデータファイル|*.HEX|全てのファイル|*.*|",
+                                    .DefaultExtension = "HEX",
+                                    .StartFolder = Stored(context, core::kUpdateFolderKey, ""),
+                                    .FileName = "*.HEX"});
   if (!path || path->empty()) return;
   context.State.UpdateFilePath = *path;
   context.Form.SetFileText(*path);
@@ -130,13 +130,13 @@ void ChooseUpdateFile(UpdateContext& context) {
   WarnOfFile(context, *path);
 }
 
-void ReadVersionPressed(UpdateContext& context) {
+void CmdVersion_Click(UpdateContext& context) {
   if (IsBusy(context)) return;
   const BusyGuard guard(context.State);
   ReadVersion(context);
 }
 
-StartOutcome StartUpdate(UpdateContext& context) {
+StartOutcome CmdUpdate_Click(UpdateContext& context) {
   if (IsBusy(context)) return StartOutcome::Ignored;
   const BusyGuard guard(context.State);
   if (!PortChosen(context)) return StartOutcome::NoPort;
@@ -152,7 +152,7 @@ StartOutcome StartUpdate(UpdateContext& context) {
   return StartOutcome::Ran;
 }
 
-void Unload(UpdateContext& context) {
+void Dialog_Update_Unload(UpdateContext& context) {
   if (context.UpdaterPort.PortOpen()) context.UpdaterPort.Close();
   platform::SerialControl& port = context.Run.Line.ProgrammerPort;
   if (!port.PortOpen()) port.Open();

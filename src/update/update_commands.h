@@ -14,26 +14,26 @@ enum class StartOutcome { Ignored, NoPort, NoFile, PortNotOpened, Ran };
 
 /// Prepares the dialog: empties "LOG.txt", fills the selectors, shows the instructions. A port
 /// picked in an earlier opening is remembered neither by the selector nor by `UpdaterPort`.
-void Load(UpdateContext& context);
+void Dialog_Update_Load(UpdateContext& context);
 
-/// An item of the port selector was picked: its text is stored, under a key that Load() does not
-/// read.
-void PickPort(UpdateContext& context);
+/// An item of the port selector was picked: its text is stored, under a key that
+/// Dialog_Update_Load() does not read.
+void Combo_ComPort_Click(UpdateContext& context);
 
 /// An item of the speed selector was picked.
-void PickSpeed(UpdateContext& context);
+void Combo_speed_Click(UpdateContext& context);
 
 /// Asks for the update file. Below its name stands what is wrong with it, if anything is.
-void ChooseUpdateFile(UpdateContext& context);
+void CmdOpen_Click(UpdateContext& context);
 
 /// Reads the board's version.
-void ReadVersionPressed(UpdateContext& context);
+void CmdVersion_Click(UpdateContext& context);
 
 /// Starts the update. `CmdVersion` stays disabled from then on, until the dialog is opened again.
-StartOutcome StartUpdate(UpdateContext& context);
+StartOutcome CmdUpdate_Click(UpdateContext& context);
 
 /// Gives the COM port back to the main window, on every way out of the dialog. The main port is
 /// opened even when nothing had been sent, and even when it was closed when the dialog opened.
-void Unload(UpdateContext& context);
+void Dialog_Update_Unload(UpdateContext& context);
 
 }  // namespace fenwright::update

@@ -32,16 +32,16 @@ struct UpdateState {
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of `UpdaterPort`
 };
 
-/// All that the dialog's procedures may touch. `UpdaterPort` is the dialog's own serial control;
-/// `Run.ProgrammerPort` is closed while it is open. Message boxes and the file chooser are the
-/// dialog's, so that they stand before it. It owns nothing.
+/// All that the dialog's procedures may touch. `UpdaterPort` is the dialog's own serial control,
+/// its `MSComm100`; `ProgrammerPort` is closed while it is open. Message boxes and the file chooser
+/// are the dialog's, so that they stand before it. It owns nothing.
 struct UpdateContext {
   core::RunContext& Run;
   UpdateState& State;
   platform::SerialControl& UpdaterPort;
   screen::UpdateForm& Form;
   screen::MessageBoxes& MessageBoxes;
-  screen::FileDialogs& FileDialogs;
+  screen::FileDialogs& CommonDialog100;
 };
 
 }  // namespace fenwright::update

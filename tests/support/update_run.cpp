@@ -15,15 +15,15 @@ BoardUpdate::BoardUpdate(board::SimulatedBoardOptions options)
 }
 
 void BoardUpdate::Open() {
-  update::Load(Context);
+  update::Dialog_Update_Load(Context);
   Dialog_Update.SetPortText("3");
 }
 
 update::StartOutcome BoardUpdate::UpdateWith(std::string_view text) {
   GivenFile(text);
   Chooser.Choice = kUpdateFile;
-  update::ChooseUpdateFile(Context);
-  return update::StartUpdate(Context);
+  update::CmdOpen_Click(Context);
+  return update::CmdUpdate_Click(Context);
 }
 
 }  // namespace fenwright::testing

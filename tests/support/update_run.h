@@ -27,7 +27,7 @@ class UpdateRun : public TestPlatform {
             .UpdaterPort = updater_port,
             .Form = Dialog_Update,
             .MessageBoxes = DialogBoxes,
-            .FileDialogs = Chooser};
+            .CommonDialog100 = Chooser};
   }
 
   /// The text of the file that the updates of a test use.

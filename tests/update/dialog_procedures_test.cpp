@@ -17,7 +17,7 @@ TEST(UpdateDialogLoad, GoesThroughItsStepsInOrder) {
   ScriptedUpdate run;
   run.Dialog_Update.Port.clear();
   run.Update.UpdateFilePath = "left over";
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   EXPECT_EQ(
       run.Dialog_Update.Calls,
       (Calls{"divider", "port items", "port \"?\"", "speed items", "speed \"?\"", "speed disabled",
@@ -37,52 +37,52 @@ TEST(UpdateDialogLoad, GoesThroughItsStepsInOrder) {
 TEST(UpdateDialogLoad, EmptiesTheLogFile) {
   ScriptedUpdate run;
   run.Files.Files["/app/LOG.txt"] = "old text";
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   EXPECT_EQ(run.Files.Files.at("/app/LOG.txt"), "");
 }
 
 TEST(UpdateDialogLoad, CreatesTheLogFileAndGoesOnWithoutOne) {
   ScriptedUpdate run;
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   EXPECT_TRUE(run.Files.Files.contains("/app/LOG.txt"));
   ScriptedUpdate refused;
   refused.Files.Refused.emplace_back("/app/LOG.txt");
-  update::Load(refused.Context);
+  update::Dialog_Update_Load(refused.Context);
   EXPECT_EQ(refused.Dialog_Update.PortItems.size(), 20U);
   EXPECT_TRUE(refused.DialogBoxes.Boxes.empty());
 }
 
 TEST(UpdateDialogSettings, TheChosenPortGoesUnderOneKeyAndIsReadUnderAnother) {
   ScriptedUpdate run;
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   run.Dialog_Update.Port = "7";
-  update::PickPort(run.Context);
+  update::Combo_ComPort_Click(run.Context);
   EXPECT_EQ(run.Settings.Read("Settings6", "Com"), "7");
   EXPECT_EQ(run.Settings.Read("Settings6", "ComNo"), std::nullopt);
 
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   EXPECT_EQ(run.Dialog_Update.Port, "?");
   run.Settings.Write("Settings6", "ComNo", "12");
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   EXPECT_EQ(run.Dialog_Update.Port, "12");
 }
 
 TEST(UpdateDialogSettings, TheStoredSpeedIsReadAndReplaced) {
   ScriptedUpdate run;
   run.Settings.Write("Settings6", "Speed", "19200");
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   EXPECT_EQ(run.Dialog_Update.Calls.at(4), "speed \"19200\"");
   EXPECT_EQ(run.Dialog_Update.Speed, "57600");
   EXPECT_FALSE(run.Dialog_Update.SpeedEnabled);
   run.Dialog_Update.Speed = " 9600";
-  update::PickSpeed(run.Context);
+  update::Combo_speed_Click(run.Context);
   EXPECT_EQ(run.Settings.Read("Settings6", "Speed"), " 9600");
 }
 
 TEST(UpdateDialogOpen, AsksForTheFile) {
   ScriptedUpdate run;
   run.Settings.Write("Settings6", "OPEN_DIR0", "/fw/");
-  update::ChooseUpdateFile(run.Context);
+  update::CmdOpen_Click(run.Context);
   ASSERT_EQ(run.Chooser.Requests.size(), 1U);
   const screen::FileDialogRequest& request = run.Chooser.Requests[0];
   EXPECT_EQ(request.Title, "アップデータを開く");
@@ -96,7 +96,7 @@ TEST(UpdateDialogOpen, TakesTheChosenFile) {
   ScriptedUpdate run;
   run.GivenFile(":020000000102FB\r\n:00000001FF\r\n");
   run.Chooser.Choice = kUpdateFile;
-  update::ChooseUpdateFile(run.Context);
+  update::CmdOpen_Click(run.Context);
   EXPECT_EQ(run.Update.UpdateFilePath, "/files/kvld640.hex");
   EXPECT_EQ(run.Dialog_Update.Calls,
             (Calls{"file \"/files/kvld640.hex\"",
@@ -109,13 +109,13 @@ TEST(UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllTheSame) {
   ScriptedUpdate run;
   run.GivenFile(":020000000102FB\r\n:020002000304F6\r\n:00000001FF\r\n");
   run.Chooser.Choice = kUpdateFile;
-  update::ChooseUpdateFile(run.Context);
+  update::CmdOpen_Click(run.Context);
   EXPECT_EQ(run.Dialog_Update.Detail,
             "警告：このファイルでアップデートしないでください。2行目：チェックサムが違います");
   EXPECT_TRUE(run.Dialog_Update.UpdateEnabled);
 
   run.Chooser.Choice = "/files/none.hex";
-  update::ChooseUpdateFile(run.Context);
+  update::CmdOpen_Click(run.Context);
   EXPECT_EQ(run.Dialog_Update.Detail,
             "警告：このファイルでアップデートしないでください。no such file");
 }
@@ -124,7 +124,7 @@ TEST(UpdateDialogOpen, NamesTheFirstRecordWithAnOddByteCount) {
   ScriptedUpdate run;
   run.GivenFile(":020000000102FB\r\n:0300020011223395\r\n:01000600AB4E\r\n:00000001FF\r\n");
   run.Chooser.Choice = kUpdateFile;
-  update::ChooseUpdateFile(run.Context);
+  update::CmdOpen_Click(run.Context);
   EXPECT_EQ(run.Dialog_Update.Detail,
             "2行目のバイト数が奇数です。最後のバイトはチェックサムと組にして送られます。");
   EXPECT_TRUE(run.Dialog_Update.UpdateEnabled);
@@ -136,7 +136,7 @@ TEST(UpdateDialogOpen, CancellingChangesNothing) {
   run.Settings.Write("Settings6", "OPEN_DIR0", "/old/");
   for (const bool empty_name : {false, true}) {
     run.Chooser.Choice = empty_name ? std::optional<std::string>("") : std::nullopt;
-    update::ChooseUpdateFile(run.Context);
+    update::CmdOpen_Click(run.Context);
     EXPECT_EQ(run.Update.UpdateFilePath, "/old/old.hex");
     EXPECT_EQ(run.Settings.Read("Settings6", "OPEN_DIR0"), "/old/");
     EXPECT_EQ(run.Dialog_Update.Calls, Calls{});
@@ -146,13 +146,13 @@ TEST(UpdateDialogOpen, CancellingChangesNothing) {
 TEST(UpdateDialogOpen, AnEmptyPortTextIsToldAndAQuestionMarkPasses) {
   ScriptedUpdate run;
   run.Dialog_Update.Port = "";
-  update::ChooseUpdateFile(run.Context);
+  update::CmdOpen_Click(run.Context);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
   EXPECT_TRUE(run.Chooser.Requests.empty());
   run.Dialog_Update.Port = "?";
-  update::ChooseUpdateFile(run.Context);
+  update::CmdOpen_Click(run.Context);
   EXPECT_EQ(run.Chooser.Requests.size(), 1U);
 }
 
@@ -160,7 +160,7 @@ TEST(UpdateDialogUpdate, AnEmptyPortTextIsTold) {
   ScriptedUpdate run;
   run.Update.UpdateFilePath = kUpdateFile;
   run.Dialog_Update.Port = "";
-  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::NoPort);
+  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::NoPort);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "");
@@ -171,7 +171,7 @@ TEST(UpdateDialogUpdate, AnEmptyPortTextIsTold) {
 
 TEST(UpdateDialogUpdate, WithoutAFileTheStatusSaysSo) {
   ScriptedUpdate run;
-  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::NoFile);
+  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::NoFile);
   EXPECT_EQ(run.Dialog_Update.Calls,
             (Calls{"status \"\"", "status \"アップデートファイルがロードされていません。\""}));
   EXPECT_TRUE(run.MainPort.PortOpen());
@@ -182,7 +182,7 @@ TEST(UpdateDialogUpdate, GoesThroughItsStepsInOrder) {
   run.GivenFile(":020000000102FB\r\n");
   run.Update.UpdateFilePath = kUpdateFile;
   run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5).Expect("FF FF FF FF");
-  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::Ran);
+  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::Ran);
   EXPECT_EQ(run.Dialog_Update.Calls,
             (Calls{"status \"\"", "CmdVersion disabled",
                    "status \"アップデート中です。電源は絶対に切らないでください。\"",
@@ -194,7 +194,7 @@ TEST(UpdateDialogUpdate, APortThatCannotBeOpenedLeavesTheVersionButton) {
   ScriptedUpdate run;
   run.Update.UpdateFilePath = kUpdateFile;
   run.UpdaterPort.OpenResult.Status = platform::PortOpenStatus::Busy;
-  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::PortNotOpened);
+  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::PortNotOpened);
   EXPECT_EQ(run.Dialog_Update.Status, kPortNotOpened);
   EXPECT_TRUE(run.Dialog_Update.VersionEnabled);
   EXPECT_EQ(run.Update.UpdateFailed, 0) << "only the version read sets it";
@@ -206,7 +206,7 @@ TEST(UpdateDialogUpdate, AnUnsetPortIsToldAndOpeningIsStillTried) {
   run.Update.UpdateFilePath = kUpdateFile;
   run.Dialog_Update.Port = "?";
   run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
-  EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::Ran);
+  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::Ran);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 2U);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
 }
@@ -221,12 +221,12 @@ TEST(UpdateDialogGuard, NothingPressedDuringAnUpdateChangesTheWire) {
     if (run.Update.Now == update::Activity::Idle) return;
     ++pressed;
     const std::size_t requests = run.Chooser.Requests.size();
-    EXPECT_EQ(update::StartUpdate(run.Context), StartOutcome::Ignored);
-    update::ReadVersionPressed(run.Context);
-    update::ChooseUpdateFile(run.Context);
+    EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::Ignored);
+    update::CmdVersion_Click(run.Context);
+    update::CmdOpen_Click(run.Context);
     EXPECT_EQ(run.Chooser.Requests.size(), requests);
     run.Dialog_Update.Port = "9";
-    update::PickPort(run.Context);
+    update::Combo_ComPort_Click(run.Context);
   };
   const Bytes image = RandomBytes(64, 5);
   EXPECT_EQ(run.UpdateWith(HexText(image)), StartOutcome::Ran);
@@ -253,7 +253,7 @@ TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
   using Action = void (*)(BoardUpdate&);
   const std::vector<std::pair<const char*, Action>> ways{
       {"nothing done", [](BoardUpdate&) {}},
-      {"version read", [](BoardUpdate& run) { update::ReadVersionPressed(run.Context); }},
+      {"version read", [](BoardUpdate& run) { update::CmdVersion_Click(run.Context); }},
       {"update",
        [](BoardUpdate& run) {
          run.UpdateWith(HexText({1, 2, 3, 4}));
@@ -265,14 +265,14 @@ TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
        }},
       {"version read twice, then two updates",
        [](BoardUpdate& run) {
-         update::ReadVersionPressed(run.Context);
-         update::ReadVersionPressed(run.Context);
+         update::CmdVersion_Click(run.Context);
+         update::CmdVersion_Click(run.Context);
          run.UpdateWith(HexText({1, 2, 3, 4}));
          run.UpdateWith(HexText({1, 2, 3, 4}));
        }},
       {"file that cannot be read", [](BoardUpdate& run) {
          run.Update.UpdateFilePath = "/none";
-         update::StartUpdate(run.Context);
+         update::CmdUpdate_Click(run.Context);
        }}};
   for (const auto& [name, action] : ways) {
     for (const bool main_open : {true, false}) {
@@ -282,7 +282,7 @@ TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
       run.Open();
       action(run);
       EXPECT_FALSE(run.MainPort.PortOpen() && run.UpdaterPort.PortOpen()) << name;
-      update::Unload(run.Context);
+      update::Dialog_Update_Unload(run.Context);
       EXPECT_TRUE(run.MainPort.PortOpen()) << name;
       EXPECT_FALSE(run.UpdaterPort.PortOpen()) << name;
       EXPECT_EQ(run.MainPort.CommPort(), 5) << name;
@@ -294,17 +294,17 @@ TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
 TEST(UpdateDialogPorts, APortOfAnEarlierOpeningIsNotOpenedAgain) {
   ScriptedUpdate run;
   const char* const version = "'KV-LOD350  V6.38' 0D 0A";
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   run.Dialog_Update.Port = "7";
   run.UpdaterPort.Expect("'?'", version);
-  update::ReadVersionPressed(run.Context);
+  update::CmdVersion_Click(run.Context);
   EXPECT_EQ(run.UpdaterPort.CommPort(), 7);
-  update::Unload(run.Context);
+  update::Dialog_Update_Unload(run.Context);
 
-  update::Load(run.Context);
+  update::Dialog_Update_Load(run.Context);
   EXPECT_EQ(run.Dialog_Update.Port, "?");
   run.UpdaterPort.Expect("'?'", version);
-  update::ReadVersionPressed(run.Context);
+  update::CmdVersion_Click(run.Context);
   EXPECT_EQ(run.UpdaterPort.CommPort(), 1);
   ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
   EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
@@ -312,13 +312,13 @@ TEST(UpdateDialogPorts, APortOfAnEarlierOpeningIsNotOpenedAgain) {
 
 TEST(UpdateDialogPorts, UnloadTouchesOnlyWhatIsNotAsItShouldBe) {
   ScriptedUpdate run;
-  update::Unload(run.Context);
+  update::Dialog_Update_Unload(run.Context);
   EXPECT_TRUE(run.MainPort.Log.empty());
   EXPECT_TRUE(run.UpdaterPort.Log.empty());
 
   run.MainPort.Close();
   run.UpdaterPort.StartOpen();
-  update::Unload(run.Context);
+  update::Dialog_Update_Unload(run.Context);
   EXPECT_EQ(run.MainPort.Log, (Calls{"Close", "Open"})) << "with the settings it already had";
   EXPECT_EQ(run.UpdaterPort.Log, Calls{"Close"});
 }
@@ -327,7 +327,7 @@ TEST(UpdateDialogPorts, AMainPortThatCannotBeOpenedIsLeftToTheNextOperation) {
   ScriptedUpdate run;
   run.MainPort.Close();
   run.MainPort.OpenResult.Status = platform::PortOpenStatus::Missing;
-  update::Unload(run.Context);
+  update::Dialog_Update_Unload(run.Context);
   EXPECT_EQ(run.MainPort.Log, (Calls{"Close", "Open"})) << "tried once";
   EXPECT_FALSE(run.MainPort.PortOpen());
   EXPECT_TRUE(run.DialogBoxes.Boxes.empty());
@@ -338,7 +338,7 @@ TEST(UpdateDialogPorts, AfterAnUpdateTheMainPortTalksToTheNewFirmware) {
   run.Open();
   Bytes version = Hex("'KV-LOD350  V6.40' 0D 0A");
   run.UpdateWith(HexRecord(0, {1, 2}) + HexText(version, 0x3FC0));
-  update::Unload(run.Context);
+  update::Dialog_Update_Unload(run.Context);
   run.MainPort.Output(Bytes{'?'});
   run.Clock.Advance(1);
   EXPECT_EQ(run.MainPort.Input(), version);

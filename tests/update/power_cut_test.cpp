@@ -35,7 +35,7 @@ TEST(PowerCut, AtAnyByteTheUpdateCanBeStartedAgainAndSucceeds) {
       EXPECT_EQ(run.Board->Protocol().UpdateUnfinished(), word_written);
 
       if (reopen) {
-        update::Unload(run.Context);
+        update::Dialog_Update_Unload(run.Context);
         run.Open();
       }
       ASSERT_EQ(run.UpdateWith(SmallFirmware()), update::StartOutcome::Ran);
@@ -55,7 +55,7 @@ TEST(PowerCut, InTheLoaderTheBoardGivesNoVersion) {
   run.Open();
   run.UpdateWith(SmallFirmware());
   ASSERT_EQ(run.Board->Protocol().Set(), board::CommandSet::Loader);
-  update::ReadVersionPressed(run.Context);
+  update::CmdVersion_Click(run.Context);
   EXPECT_EQ(run.Update.UpdateFailed, -1);
   EXPECT_EQ(run.Dialog_Update.Version, "");
 }

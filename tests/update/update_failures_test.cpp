@@ -188,12 +188,12 @@ TEST_P(UpdateFault, EndsTheUpdateAndTheNextOneSucceeds) {
   EXPECT_TRUE(run.Board->Protocol().UpdateUnfinished());
 
   // A late acknowledgement of the failed run must not be taken for one of the next.
-  ASSERT_EQ(update::StartUpdate(run.Context), update::StartOutcome::Ran);
+  ASSERT_EQ(update::CmdUpdate_Click(run.Context), update::StartOutcome::Ran);
   EXPECT_TRUE(run.Dialog_Update.Status.starts_with("アップデート完了。  "));
   EXPECT_FALSE(run.Board->Protocol().UpdateUnfinished());
   EXPECT_EQ(run.Board->Protocol().Firmware(),
             (board::FirmwareImage{{0, 0x0201}, {1, 0x0403}, {2, 0x0605}}));
-  update::Unload(run.Context);
+  update::Dialog_Update_Unload(run.Context);
   EXPECT_FALSE(run.BothOpen);
 }
 
@@ -217,12 +217,12 @@ TEST(UpdateFailures, APortThatGoesAtAnyByteEndsTheUpdateAndBothPortsAreClosedOrG
     run.UpdateWith(HexText({1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(run.Update.UpdateFailed, -1) << byte;
     EXPECT_LT(run.Clock.Elapsed(), 2) << "no wait for a port that is gone, byte " << byte;
-    update::Unload(run.Context);
+    update::Dialog_Update_Unload(run.Context);
     EXPECT_FALSE(run.UpdaterPort.PortOpen());
     EXPECT_FALSE(run.BothOpen);
 
     run.Board->PlugIn();
-    ASSERT_EQ(update::StartUpdate(run.Context), update::StartOutcome::Ran);
+    ASSERT_EQ(update::CmdUpdate_Click(run.Context), update::StartOutcome::Ran);
     EXPECT_TRUE(run.Dialog_Update.Status.starts_with("アップデート完了。  ")) << byte;
   }
 }

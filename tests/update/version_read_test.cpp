@@ -141,7 +141,7 @@ TEST(VersionRead, ReleasingTheMainPortTakesTwoRestsWithEventsAroundThem) {
 TEST(VersionRead, WorksOnTheSimulatedBoardWithASplitReply) {
   BoardUpdate run({.Faults = {MakeFault("split@1:500")}});
   run.Open();
-  update::ReadVersionPressed(run.Context);
+  update::CmdVersion_Click(run.Context);
   EXPECT_EQ(run.Dialog_Update.Version, "KV-LOD350  V6.3");
 }
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/port_info.h"
 #include "platform/system/line_settings.h"
 #include "platform/system/system_time.h"
 
@@ -34,7 +35,7 @@ void SystemSerialControl::SetRTSEnable(bool enable) {
 PortOpenResult SystemSerialControl::Open() {
   const std::string path = device_path_(comm_port_);
   if (open_) return {PortOpenStatus::Ok, path, ""};
-  const std::string name = "COM" + std::to_string(comm_port_);
+  const std::string name = ComName(comm_port_);
   if (path.empty()) {
     return {PortOpenStatus::Missing, "",
             name + " に対応するデバイスがありません。--port " + name +
