@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -14,7 +16,7 @@ namespace {
 
 using fenwright::cli::ExitCode;
 
-ExitCode Run(const std::vector<std::string>& arguments) {
+ExitCode Run(std::vector<std::string> arguments) {
   CLI::App app("Programs AT90S and ATtiny microcontrollers on a programmer board.",
                "fenwright-cli");
   app.require_subcommand(1);
@@ -29,8 +31,10 @@ ExitCode Run(const std::vector<std::string>& arguments) {
     };
   }
   try {
-    // The last one first, without the program's own name.
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend() - 1));
+    // What is parsed goes without the program's own name, the last one first.
+    std::ranges::reverse(arguments);
+    if (!arguments.empty()) arguments.pop_back();
+    app.parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? ExitCode::Success : ExitCode::Usage;
   }

@@ -52,8 +52,7 @@ ExitCode Session::Start(const Needs& needs) {
   }
   if (code == ExitCode::Success && needs.Port) {
     const ExitCode missing = RequirePort();
-    // With a device the link is checked, and the message about a port that was never chosen
-    // follows.
+    // With a device the message about a port that was never chosen follows, from the link check.
     if (!needs.Device) code = missing;
   }
   if (code != ExitCode::Success) return code;

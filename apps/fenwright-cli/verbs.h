@@ -6,10 +6,8 @@
 
 namespace fenwright::cli {
 
-// clang-format off
 extern const Verb kDevices, kProgram, kRead, kVerify, kErase, kReadFuses, kWriteFuses, kDump,
-                  kPorts, kDetect, kCheckLink, kBoardVersion, kUpdateFirmware;
-// clang-format on
+    kPorts, kDetect, kCheckLink, kBoardVersion, kUpdateFirmware;
 
 /// The verbs, in the order of the help.
 inline constexpr std::array kVerbs{&kDevices,   &kProgram,      &kRead,          &kVerify, &kErase,
