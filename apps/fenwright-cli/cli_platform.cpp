@@ -87,32 +87,44 @@ bool PrintedMessageBoxes::Ask(std::string_view title, std::string_view text) {
   return false;
 }
 
-std::optional<std::string> NoFileDialogs::Open(const screen::FileDialogRequest& /*request*/) {
-  return std::nullopt;
+platform::FileResult ReadOnlyFiles::Write(std::string_view /*path*/, std::string_view /*content*/) {
+  return {.Code = platform::FileResult::Status::AccessRefused,
+          .Reason = "this verb takes no folder to write to"};
 }
 
-std::optional<std::string> NoFileDialogs::Save(const screen::FileDialogRequest& /*request*/) {
-  return std::nullopt;
+std::unique_ptr<platform::FileWriter> ReadOnlyFiles::OpenForWriting(std::string_view path,
+                                                                    platform::FileResult& result) {
+  result = Write(path, "");
+  return nullptr;
 }
-
-void NoHandEdit::SetDataText(std::string_view /*text*/) {}
-
-void NoGuide::SetIdle(screen::GuidePosition /*position*/) {}
-void NoGuide::SetHighlighted(screen::GuidePosition /*position*/) {}
-
-void NoViews::Clear(screen::View /*view*/) {}
-
-void NoViews::Load(screen::View /*view*/, std::string_view /*path*/) {}
 
 void ChosenDevice::SetDevices(const std::vector<std::string>& display_names) {
   names_ = display_names;
   index_ = -1;
 }
 
-std::string ChosenDevice::DeviceText() const {
-  return index_ < 0 ? "" : names_.at(static_cast<std::size_t>(index_));
+void ChosenFuses::SetItems(screen::FuseList list, std::span<const std::string_view> items) {
+  lists_[list].Items.assign(items.begin(), items.end());
+  lists_[list].Index = -1;
 }
 
-void ChosenDevice::SetMemoryLabels(std::string_view /*flash*/, std::string_view /*eeprom*/) {}
+int ChosenFuses::SelectedIndex(screen::FuseList list) const {
+  const auto found = lists_.find(list);
+  return found == lists_.end() ? -1 : found->second.Index;
+}
+
+bool ChosenFuses::Has(screen::FuseList list) const {
+  const auto found = lists_.find(list);
+  return found != lists_.end() && found->second.Enabled;
+}
+
+const std::vector<std::string>& ChosenFuses::Items(screen::FuseList list) const {
+  return lists_.at(list).Items;
+}
+
+std::string ChosenFuses::ChosenText(screen::FuseList list) const {
+  const int index = SelectedIndex(list);
+  return index < 0 ? "" : lists_.at(list).Items.at(static_cast<std::size_t>(index));
+}
 
 }  // namespace fenwright::cli

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,9 +10,11 @@
 #include "console.h"
 #include "core/app_state.h"
 #include "platform/event_loop.h"
+#include "platform/text_files.h"
 #include "screen/com_form.h"
 #include "screen/device_form.h"
 #include "screen/file_dialogs.h"
+#include "screen/fuse_form.h"
 #include "screen/guide_form.h"
 #include "screen/hand_edit_form.h"
 #include "screen/message_boxes.h"
@@ -86,8 +90,9 @@ class PrintedMessageBoxes final : public screen::MessageBoxes {
 /// Files are named on the command line; a dialog counts as cancelled.
 class NoFileDialogs final : public screen::FileDialogs {
  public:
-  std::optional<std::string> Open(const screen::FileDialogRequest& request) override;
-  std::optional<std::string> Save(const screen::FileDialogRequest& request) override;
+  using Request = screen::FileDialogRequest;
+  std::optional<std::string> Open(const Request& /*request*/) override { return std::nullopt; }
+  std::optional<std::string> Save(const Request& /*request*/) override { return std::nullopt; }
 };
 
 /// There is no hand-edit frame at the command line.
@@ -95,15 +100,8 @@ class NoHandEdit final : public screen::HandEditForm {
  public:
   [[nodiscard]] std::string AddressText() const override { return ""; }
   [[nodiscard]] std::string DataText() const override { return ""; }
-  void SetDataText(std::string_view text) override;
+  void SetDataText(std::string_view /*text*/) override {}
   [[nodiscard]] bool FlashChosen() const override { return true; }
-};
-
-/// There is no drawing of the socket at the command line.
-class NoGuide final : public screen::GuideForm {
- public:
-  void SetIdle(screen::GuidePosition position) override;
-  void SetHighlighted(screen::GuidePosition position) override;
 };
 
 /// The port is named on the command line; the dialog counts as cancelled.
@@ -119,26 +117,85 @@ class NoComForm final : public screen::ComForm {
   void Unload() override {}
 };
 
+/// There is no drawing of the socket at the command line.
+class NoGuide final : public screen::GuideForm {
+ public:
+  void SetIdle(screen::GuidePosition /*position*/) override {}
+  void SetHighlighted(screen::GuidePosition /*position*/) override {}
+};
+
 /// The dump files themselves are the view.
 class NoViews final : public screen::Views {
  public:
-  void Clear(screen::View view) override;
-  void Load(screen::View view, std::string_view path) override;
+  void Clear(screen::View /*view*/) override {}
+  void Load(screen::View /*view*/, std::string_view /*path*/) override {}
+};
+
+/// The files as a verb sees them that takes no folder: it may read. What the engine would write,
+/// its trace first of all, has no place to go to and ends the command.
+class ReadOnlyFiles final : public platform::TextFiles {
+ public:
+  explicit ReadOnlyFiles(platform::TextFiles& files) : files_(files) {}
+  bool Exists(std::string_view path) override { return files_.Exists(path); }
+  platform::FileResult Read(std::string_view path, std::string& content) override {
+    return files_.Read(path, content);
+  }
+  platform::FileResult Write(std::string_view /*path*/, std::string_view /*content*/) override;
+  platform::FileResult Append(std::string_view path, std::string_view content) override {
+    return Write(path, content);
+  }
+  std::unique_ptr<platform::FileWriter> OpenForWriting(std::string_view path,
+                                                       platform::FileResult& result) override;
+  void Delete(std::string_view /*path*/) override {}
+
+ private:
+  platform::TextFiles& files_;
 };
 
 /// The selector without a window.
 class ChosenDevice final : public screen::DeviceForm {
  public:
   void SetDevices(const std::vector<std::string>& display_names) override;
-  [[nodiscard]] std::string DeviceText() const override;
+  [[nodiscard]] std::string DeviceText() const override {
+    return index_ < 0 ? "" : names_.at(static_cast<std::size_t>(index_));
+  }
   [[nodiscard]] int DeviceIndex() const override { return index_; }
   void SetDeviceIndex(int index) override { index_ = index; }
-  void SetMemoryLabels(std::string_view flash, std::string_view eeprom) override;
+  void SetMemoryLabels(std::string_view /*flash*/, std::string_view /*eeprom*/) override {}
   void ShowDeviceFrame() override {}
 
  private:
   std::vector<std::string> names_;
   int index_ = -1;
+};
+
+/// The fuse frame without a window: the lists with their items and what is chosen in each.
+class ChosenFuses final : public screen::FuseForm {
+ public:
+  void SetItems(screen::FuseList list, std::span<const std::string_view> items) override;
+  void Select(screen::FuseList list, int index) override { lists_[list].Index = index; }
+  [[nodiscard]] int SelectedIndex(screen::FuseList list) const override;
+  void EnableList(screen::FuseList list, bool enable) override { lists_[list].Enabled = enable; }
+  void SetLockListVisible(bool /*visible*/) override {}
+  void EnableButtons(bool /*read*/, bool /*write*/) override {}
+  void SetCalibrationText(std::string_view /*text*/) override {}
+  void SetByteLine(std::string_view /*text*/) override {}
+  void SetFrameVisible(bool /*visible*/) override {}
+
+  /// True when the device has that field.
+  [[nodiscard]] bool Has(screen::FuseList list) const;
+  [[nodiscard]] const std::vector<std::string>& Items(screen::FuseList list) const;
+  /// Text of the chosen item, "" when none is chosen.
+  [[nodiscard]] std::string ChosenText(screen::FuseList list) const;
+
+ private:
+  struct List {
+    std::vector<std::string> Items;
+    int Index = -1;
+    bool Enabled = false;
+  };
+
+  std::map<screen::FuseList, List> lists_;
 };
 
 }  // namespace fenwright::cli

@@ -30,12 +30,19 @@ bool WriteTo(std::ostream& stream, std::string_view text) {
 
 }  // namespace
 
-Console::Console(Amount amount) : amount_(amount), terminal_(platform::OutputIsTerminal()) {}
+Console::Console(const Options& options)
+    : quiet_(options.Quiet || options.Json),
+      json_(options.Json),
+      terminal_(platform::OutputIsTerminal()) {}
 
 void Console::Print(std::string_view text) {
-  if (amount_ == Amount::ErrorsOnly || text == last_line_) return;
+  if (quiet_ || text == last_line_) return;
   last_line_ = text;
   PrintAlways(text);
+}
+
+ExitCode Console::PrintResult(std::string_view text) {
+  return json_ || PrintAlways(text) ? ExitCode::Success : ExitCode::FileError;
 }
 
 bool Console::PrintAlways(std::string_view text) {
@@ -57,7 +64,7 @@ void Console::StartProgress(int maximum) {
 }
 
 void Console::ShowProgress(int value) {
-  if (amount_ == Amount::ErrorsOnly || maximum_ <= 0) return;
+  if (quiet_ || maximum_ <= 0) return;
   constexpr int kAll = 100;
   const int percent = std::min(kAll, static_cast<int>(std::int64_t{kAll} * value / maximum_));
   if (percent == shown_percent_) return;

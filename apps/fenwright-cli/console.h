@@ -4,23 +4,25 @@
 #include <string>
 #include <string_view>
 
+#include "options.h"
+
 namespace fenwright::cli {
 
 /// Standard output and error of one call: lines, and one progress bar that keeps to the last line
 /// of a terminal. Where the output is no terminal the bar becomes a plain line now and then.
 class Console {
  public:
-  enum class Amount {
-    Everything,  ///< status texts, progress, result
-    ErrorsOnly,  ///< --quiet and --json: nothing on standard output but the result asked for
-  };
-
-  explicit Console(Amount amount);
+  /// With --quiet and --json there are no status texts and no progress.
+  explicit Console(const Options& options);
 
   /// A line on standard output; the same line twice in a row is printed once.
   void Print(std::string_view text);
 
-  /// A line on standard output that --quiet does not silence; false when it could not be written.
+  /// The result in words: --quiet does not silence it, --json does. FileError when it could not be
+  /// written.
+  ExitCode PrintResult(std::string_view text);
+
+  /// A line on standard output, whatever the options; false when it could not be written.
   bool PrintAlways(std::string_view text);
 
   /// A line on standard error.
@@ -44,7 +46,8 @@ class Console {
   void DrawBar(int percent, double seconds_left);
   void ClearBar();
 
-  Amount amount_;
+  bool quiet_;
+  bool json_;
   bool terminal_;
   std::string last_line_;
   std::string first_error_;

@@ -1,26 +1,13 @@
 #include "device_name.h"
 
-#include <algorithm>
-#include <cctype>
 #include <vector>
 
 #include <fmt/format.h>
 
 #include "core/device_catalogue.h"
+#include "text.h"
 
 namespace fenwright::cli {
-namespace {
-
-std::string LowerCase(std::string_view text) {
-  std::string lower(text);
-  std::ranges::transform(lower, lower.begin(), [](unsigned char character) {
-    return static_cast<char>(std::tolower(character));
-  });
-  return lower;
-}
-
-}  // namespace
-
 std::string ListDeviceNames() {
   std::string names;
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {

@@ -1,6 +1,7 @@
 #include "options.h"
 
-#include <CLI/CLI.hpp>
+#include <map>
+
 #include <fmt/format.h>
 
 #include "board/faults.h"
@@ -21,7 +22,20 @@ constexpr const char* kFooter =
     "  fenwright-cli --port COM5 --device AT90S8515 read --code out.hex --data out.eep\n"
     "  fenwright-cli --port COM5 --device ATtiny26L write-fuses CKSEL=0100 BODEN=Enable";
 
-void AddGlobalOptions(CLI::App& app, Options& options) {
+}  // namespace
+
+const char* Name(ExitCode code) {
+  static const std::map<ExitCode, const char*> kNames{{ExitCode::Success, "ok"},
+                                                      {ExitCode::NoProgrammer, "no programmer"},
+                                                      {ExitCode::FileError, "file error"},
+                                                      {ExitCode::Stopped, "stopped"}};
+  const auto found = kNames.find(code);
+  return found == kNames.end() ? "failed" : found->second;
+}
+
+void AddOptions(CLI::App& app, Options& options) {
+  app.footer(kFooter);
+  app.set_version_flag("--version", fmt::format("fenwright-cli {}", core::kVersion));
   app.add_option("--port", options.Port,
                  "port of the programmer: COM1 to COM20, COMn=PATH, or a device path")
       ->type_name("COMn|DEVICE-PATH")
@@ -45,104 +59,6 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_flag("--json", options.Json, "print the result as one JSON object, and nothing else");
   app.add_flag("--quiet", options.Quiet, "print errors only");
-}
-
-void AddFiles(CLI::App& command, Options& options) {
-  command.add_option("CODE.hex", options.CodeFile, "code file, Intel HEX (.hex or .rom)")
-      ->required();
-  CLI::Option* const data =
-      command
-          .add_option("--data", options.DataFile,
-                      "data file for the EEPROM (default: the code file's name with its last "
-                      "three characters replaced by \"eep\", when there is such a file)")
-          ->type_name("FILE.eep");
-  command.add_flag("--no-data", options.NoData, "treat the EEPROM image as blank")->excludes(data);
-}
-
-/// A subcommand that makes `chosen` the command of the call.
-CLI::App& AddCommand(CLI::App& app, Options& options, Options::Command chosen, const char* name,
-                     const char* description) {
-  CLI::App& command = *app.add_subcommand(name, description);
-  command.callback([&options, chosen] { options.Chosen = chosen; });
-  return command;
-}
-
-void AddCommands(CLI::App& app, Options& options) {
-  using Command = Options::Command;
-  AddCommand(app, options, Command::Devices, "devices", "list the devices");
-  AddFiles(
-      AddCommand(app, options, Command::Program, "program", "erase, program and verify the device"),
-      options);
-  CLI::App& read =
-      AddCommand(app, options, Command::Read, "read", "read the device's memories and save them");
-  read.add_option("--code", options.CodeOutput, "file to save the flash to, Intel HEX")
-      ->type_name("OUT.hex");
-  read.add_option("--data", options.DataOutput, "file to save the EEPROM to, Intel HEX")
-      ->type_name("OUT.eep");
-  read.add_flag("--force", options.Force, "overwrite files that exist");
-  AddFiles(AddCommand(app, options, Command::Verify, "verify",
-                      "compare the device with files and print the differences"),
-           options);
-  AddCommand(app, options, Command::Erase, "erase", "erase the device");
-  AddCommand(app, options, Command::ReadFuses, "read-fuses",
-             "read the device's fuse and lock bits and calibration bytes");
-  CLI::App& fuses = AddCommand(app, options, Command::WriteFuses, "write-fuses",
-                               "write fuse and lock bits; fields that are not named keep what the "
-                               "device has, or their defaults where it cannot be read");
-  fuses
-      .add_option("fields", options.Fields,
-                  "a field as read-fuses names it, and an item of its list, by its text or its "
-                  "position from 0; LOCK also takes write-verify (0), write (1) or none (2)")
-      ->type_name("FIELD=ITEM");
-  fuses.add_flag("--from-defaults", options.FromDefaults,
-                 "fields that are not named get their defaults");
-  fuses.add_flag("--dry-run", options.DryRun, "show what would be written and write nothing");
-  fuses.add_flag("--allow-reset-disable", options.AllowResetDisable,
-                 "allow a choice after which the programmer can never reach the device again");
-  AddFiles(AddCommand(app, options, Command::Dump, "dump",
-                      "print the flash dump of a code file; needs no programmer"),
-           options);
-  AddCommand(app, options, Command::Ports, "ports",
-             "list COM1 to COM20: device, adapter, and whether it can be used");
-  AddCommand(app, options, Command::Detect, "detect",
-             "look for the programmer and offer it the device");
-  AddCommand(
-      app, options, Command::CheckLink, "check-link",
-      "measure how long the programmer takes to answer, and what that means for programming");
-  AddCommand(app, options, Command::BoardVersion, "board-version",
-             "print the version of the board's own firmware");
-  CLI::App& update = AddCommand(app, options, Command::UpdateFirmware, "update-firmware",
-                                "replace the board's own firmware");
-  update.add_option("FILE.hex", options.CodeFile, "firmware file, Intel HEX")->required();
-  update.add_flag("--yes", options.Yes, "do not ask");
-  update.add_flag("--dry-run", options.DryRun, "check the file and say what would be sent");
-}
-
-}  // namespace
-
-ParseResult ParseOptions(int argc, char** argv) {
-  ParseResult result;
-  Options& options = result.Values;
-  CLI::App app("Programs AT90S and ATtiny microcontrollers on a programmer board.",
-               "fenwright-cli");
-  app.footer(kFooter);
-  app.set_version_flag("--version", fmt::format("fenwright-cli {}", core::kVersion));
-  app.require_subcommand(1);
-  app.fallthrough();
-  AddGlobalOptions(app, options);
-
-  AddCommands(app, options);
-
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    result.Ends = true;
-    const bool good = error.get_exit_code() == 0;
-    app.exit(error);
-    result.EndCode = static_cast<int>(good ? ExitCode::Success : ExitCode::Usage);
-    return result;
-  }
-  return result;
 }
 
 }  // namespace fenwright::cli

@@ -12,18 +12,13 @@
 #include "device_name.h"
 #include "ops/command.h"
 #include "ops/start_procedure.h"
-#include "paths.h"
 #include "platform/system/folders.h"
 #include "platform/system/system_port_infos.h"
 #include "platform/system/system_serial_control.h"
+#include "text.h"
 
 namespace fenwright::cli {
 namespace {
-
-Console::Amount AmountOf(const Options& options) {
-  const bool errors_only = options.Quiet || options.Json;
-  return errors_only ? Console::Amount::ErrorsOnly : Console::Amount::Everything;
-}
 
 /// A port option; a bare name that is no COM number is a file of the working directory.
 std::optional<platform::PortOption> ParsePort(const std::string& text) {
@@ -37,8 +32,9 @@ std::optional<platform::PortOption> ParsePort(const std::string& text) {
 
 Session::Session(const Options& options)
     : options_(options),
-      console_(AmountOf(options)),
+      console_(options),
       events_(state_),
+      read_only_files_(files_),
       status_bar_(console_),
       dialog_(console_),
       boxes_(console_) {}
@@ -48,35 +44,43 @@ Session::~Session() {
   if (updater_port_) updater_port_->Close();
 }
 
-ExitCode Session::Start(Needs needs) {
-  if (needs == Needs::PortAlone || needs == Needs::Nothing) return StartWithoutDevice(needs);
-  const auto port_step = needs == Needs::Port ? &Session::ChoosePort : &Session::MakeRealPort;
-  for (const auto step : {&Session::ChooseFolder, &Session::ChooseDevice, port_step}) {
-    if (const ExitCode code = (this->*step)(); code != ExitCode::Success) return code;
+ExitCode Session::Start(const Needs& needs) {
+  const bool uses_port = HasPort() && (needs.Port || needs.NamedPort);
+  ExitCode code = needs.Folder ? ChooseFolder() : ExitCode::Success;
+  if (code == ExitCode::Success && needs.Device) code = ChooseDevice();
+  if (code == ExitCode::Success && uses_port) {
+    code = options_.Simulate ? MakeSimulatedPort() : ChooseRealPort();
   }
-  MakeContext();
+  if (code == ExitCode::Success && needs.Port) {
+    const ExitCode missing = RequirePort();
+    // With a device the message about a port that was never chosen follows, from the link check.
+    if (!needs.Device) code = missing;
+  }
+  if (code != ExitCode::Success) return code;
+  if (!port_) MakeRealPort();
+  MakeContext(needs.Folder);
+  if (!needs.Device) {
+    state_.AppFolder = folder_;
+    return ExitCode::Success;
+  }
   const core::CommandEnding ending = ops::RunCommand(*context_, [this](core::RunContext& context) {
     ops::Start(context, {.AppFolder = folder_, .CommandArgument = ""});
   });
   return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;
 }
 
-ExitCode Session::StartWithoutDevice(Needs needs) {
-  if (needs == Needs::PortAlone || HasPort()) {
-    if (const ExitCode code = ChoosePort(); code != ExitCode::Success) return code;
-    if (!HasPort()) return ExitCode::NoProgrammer;
-  } else if (const ExitCode code = MakeRealPort(); code != ExitCode::Success) {
-    return code;
-  }
-  MakeContext();
-  return ExitCode::Success;
+ExitCode Session::Fail(ExitCode code, std::string_view text) {
+  console_.PrintError(fmt::format("error: {}", text));
+  return code;
 }
 
-void Session::MakeContext() {
+void Session::MakeContext(bool may_write) {
+  using platform::TextFiles;
+  TextFiles& files = may_write ? static_cast<TextFiles&>(files_) : read_only_files_;
   context_ = std::make_unique<core::RunContext>(
       core::RunContext{.State = state_,
                        .Line = {.ProgrammerPort = *port_, .Clock = clock_, .Events = events_},
-                       .Storage = {.Files = files_, .CodePage = code_page_, .Settings = settings_},
+                       .Storage = {.Files = files, .CodePage = code_page_, .Settings = settings_},
                        .Screen = {.StatusBar = status_bar_,
                                   .MessageDialog = dialog_,
                                   .MessageBoxes = boxes_,
@@ -89,24 +93,47 @@ void Session::MakeContext() {
                                   .ComForm = com_form_}});
 }
 
+nlohmann::json Session::LinkFields() const {
+  return {{"device", Device()},
+          {"port", PortName()},
+          {"device_path", state_.LastPortOpen.Path},
+          {"board_version", state_.FirmwareVersionText},
+          {"cause", state_.Command.LinkReady ? "" : dialog_.Detail()}};
+}
+
+void Session::PrintLinkFailure() {
+  Fail(ExitCode::NoProgrammer, state_.StatusText);
+  if (!dialog_.Detail().empty()) console_.PrintError(dialog_.Detail());
+}
+
+ExitCode Session::RequirePort() {
+  if (HasPort()) return ExitCode::Success;
+  return Fail(ExitCode::NoProgrammer,
+              "no port: give --port (or FENWRIGHT_PORT), or --simulate for the simulated board");
+}
+
 std::string Session::PortNumber() const {
   return settings_.Read(core::kSettingsSection, core::kPortNumberKey).value_or("");
+}
+
+std::string Session::PortName() const { return fmt::format("COM{}", port_->CommPort()); }
+
+std::string Session::DevicePath(int com_number) const {
+  return platform::DevicePath(settings_, overrides_, com_number);
 }
 
 ExitCode Session::ChooseFolder() {
   std::error_code error;
   const std::filesystem::path folder = std::filesystem::absolute(ToPath(options_.Folder), error);
   if (error || !std::filesystem::is_directory(folder, error)) {
-    console_.PrintError(
-        fmt::format("error: --folder {}: there is no such folder", options_.Folder));
-    return ExitCode::FileError;
+    return Fail(ExitCode::FileError,
+                fmt::format("--folder {}: there is no such folder", options_.Folder));
   }
   if (!platform::MayWriteInto(ToUtf8(folder))) {
-    console_.PrintError(
-        fmt::format("error: --folder {}: the folder cannot be written; the trace, the dumps and "
-                    "the report go there, so name another one",
-                    options_.Folder));
-    return ExitCode::FileError;
+    return Fail(ExitCode::FileError,
+                fmt::format("--folder {}: the folder cannot be written; the trace, the dumps and "
+                            "the report go there, so name another one",
+                            options_.Folder));
   }
   folder_ = ToUtf8(folder / "");
   return ExitCode::Success;
@@ -114,39 +141,22 @@ ExitCode Session::ChooseFolder() {
 
 ExitCode Session::ChooseDevice() {
   if (options_.Device.empty()) {
-    console_.PrintError("error: --device is missing; the devices are:\n" + ListDeviceNames());
-    return ExitCode::Usage;
+    return Fail(ExitCode::Usage, "--device is missing; the devices are:\n" + ListDeviceNames());
   }
   std::string error;
   const int index = FindDeviceIndex(options_.Device, error);
-  if (index < 0) {
-    console_.PrintError("error: --device: " + error);
-    return ExitCode::Usage;
-  }
+  if (index < 0) return Fail(ExitCode::Usage, "--device: " + error);
   settings_.Write(core::kSettingsSection, core::kDeviceKey, std::to_string(index));
   return ExitCode::Success;
-}
-
-ExitCode Session::ChoosePort() {
-  if (options_.Simulate) return MakeSimulatedPort();
-  if (options_.Port.empty()) {
-    // The message about a port that was never chosen follows when the link is checked.
-    console_.PrintError(
-        "error: no port: give --port (or FENWRIGHT_PORT), or --simulate for the simulated board");
-  } else if (const ExitCode code = ChooseRealPort(); code != ExitCode::Success) {
-    return code;
-  }
-  return MakeRealPort();
 }
 
 ExitCode Session::ChooseRealPort() {
   const auto port = ParsePort(options_.Port);
   if (!port) {
     const bool number = options_.Port.starts_with("COM");
-    console_.PrintError(
-        fmt::format("error: --port {}: {}", options_.Port,
-                    number ? "the numbers are COM1 to COM20" : "there is no such device"));
-    return number ? ExitCode::Usage : ExitCode::NoProgrammer;
+    return Fail(number ? ExitCode::Usage : ExitCode::NoProgrammer,
+                fmt::format("--port {}: {}", options_.Port,
+                            number ? "the numbers are COM1 to COM20" : "there is no such device"));
   }
   if (!port->Path.empty()) overrides_[port->Number] = port->Path;
   settings_.Write(core::kSettingsSection, core::kPortNumberKey, std::to_string(port->Number));
@@ -158,21 +168,14 @@ ExitCode Session::FindPorts(std::unique_ptr<platform::PortInfos>& ports) {
     ports = std::make_unique<board::SimulatedPortInfos>();
     return ExitCode::Success;
   }
-  if (!options_.Port.empty()) {
-    if (const ExitCode code = ChooseRealPort(); code != ExitCode::Success) return code;
-  }
-  ports = platform::MakeSystemPortInfos(
-      [this](int number) { return platform::DevicePath(settings_, overrides_, number); });
-  return ExitCode::Success;
+  ports = platform::MakeSystemPortInfos([this](int number) { return DevicePath(number); });
+  return options_.Port.empty() ? ExitCode::Success : ChooseRealPort();
 }
 
-ExitCode Session::MakeRealPort() {
-  const auto path = [this](int number) {
-    return platform::DevicePath(settings_, overrides_, number);
-  };
+void Session::MakeRealPort() {
+  const auto path = [this](int number) { return DevicePath(number); };
   port_ = std::make_unique<platform::SystemSerialControl>(path);
   updater_port_ = std::make_unique<platform::SystemSerialControl>(path);
-  return ExitCode::Success;
 }
 
 ExitCode Session::MakeSimulatedPort() {
@@ -180,16 +183,12 @@ ExitCode Session::MakeSimulatedPort() {
   for (const std::string& form : options_.Faults) {
     std::string error;
     const auto fault = board::ParseFault(form, error);
-    if (!fault) {
-      console_.PrintError("error: --simulate-fault: " + error);
-      return ExitCode::Usage;
-    }
+    if (!fault) return Fail(ExitCode::Usage, "--simulate-fault: " + error);
     board_options.Faults.push_back(*fault);
   }
   if (!options_.SimulateChip.empty() && board::FindChip(options_.SimulateChip) == nullptr) {
-    console_.PrintError(fmt::format("error: --simulate-chip {}: the chips are:\n{}",
-                                    options_.SimulateChip, board::ListChipNames()));
-    return ExitCode::Usage;
+    return Fail(ExitCode::Usage, fmt::format("--simulate-chip {}: the chips are:\n{}",
+                                             options_.SimulateChip, board::ListChipNames()));
   }
   const auto board = std::make_shared<board::SimulatedBoard>(board_options);
   auto port = std::make_unique<board::SimulatedSerialControl>(board, board::SteadyTimeSource());

@@ -1,8 +1,9 @@
-#include "fuse_commands.h"
-
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <iterator>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,15 +11,15 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include "device_run.h"
 #include "fuse/fuse_bytes.h"
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
 #include "fuse/reset_pin.h"
 #include "ops/commands.h"
-#include "result.h"
-#include "session.h"
+#include "text.h"
+#include "verbs.h"
 
 namespace fenwright::cli {
 namespace {
@@ -27,17 +28,14 @@ using screen::FuseList;
 using Choices = std::map<FuseList, int>;
 using FuseBytes = std::vector<core::FuseTransfer>;
 
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  for (char& character : lower) {
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-  }
-  return lower;
-}
+struct WriteOptions {
+  std::vector<std::string> Fields;  ///< "FIELD=ITEM"
+  bool FromDefaults = false;        ///< the other fields get their defaults, not the chip's
+  bool DryRun = false;
+  bool AllowResetDisable = false;  ///< the reset pin may be given away
+};
 
-const fuse::FuseLayout& LayoutOf(Session& session) {
-  return fuse::LayoutOf(session.Context().Screen.DeviceForm.DeviceText());
-}
+const fuse::FuseLayout& LayoutOf(Session& session) { return fuse::LayoutOf(session.Device()); }
 
 /// The lists of the selected device, in the order of the window's frame.
 std::vector<FuseList> ListsOf(Session& session) {
@@ -49,11 +47,9 @@ std::vector<FuseList> ListsOf(Session& session) {
 }
 
 std::string ListFieldNames(Session& session) {
-  std::string names;
-  for (const FuseList list : ListsOf(session)) {
-    names.append(names.empty() ? "" : " ").append(fuse::FieldName(list));
-  }
-  return names;
+  std::vector<std::string_view> names;
+  std::ranges::transform(ListsOf(session), std::back_inserter(names), fuse::FieldName);
+  return fmt::format("{}", fmt::join(names, " "));
 }
 
 std::string ListItems(Session& session, FuseList list) {
@@ -67,16 +63,18 @@ std::string ListItems(Session& session, FuseList list) {
 
 std::optional<FuseList> FindField(Session& session, std::string_view name) {
   for (const FuseList list : ListsOf(session)) {
-    if (Lower(fuse::FieldName(list)) == Lower(name)) return list;
+    if (LowerCase(fuse::FieldName(list)) == LowerCase(name)) return list;
   }
   return std::nullopt;
 }
 
-/// Position of a lock mode's English name; the list counts from the closed mode to the open one.
-std::optional<int> FindLockMode(std::string_view text) {
-  static const std::map<std::string, int> kModes{{"write-verify", 0}, {"write", 1}, {"none", 2}};
-  const auto found = kModes.find(Lower(text));
-  return found == kModes.end() ? std::nullopt : std::optional(found->second);
+/// The lock modes in English; the list counts from the closed mode to the open one.
+constexpr std::array kLockModes{"write-verify", "write", "none"};
+
+std::optional<int> FindText(const auto& texts, std::string_view text) {
+  const auto found = std::ranges::find(texts, LowerCase(text), LowerCase);
+  if (found == texts.end()) return std::nullopt;
+  return static_cast<int>(found - texts.begin());
 }
 
 /// Reads a position. With a zero in front it is none: "011" is meant as bits, and takes the item of
@@ -92,11 +90,9 @@ std::optional<int> ReadPosition(std::string_view text) {
 /// Position of an item that is given by its text, else by its position.
 std::optional<int> FindItem(Session& session, FuseList list, std::string_view text) {
   const std::vector<std::string>& items = session.Fuses().Items(list);
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    if (Lower(items[i]) == Lower(text)) return static_cast<int>(i);
-  }
+  if (const auto index = FindText(items, text)) return index;
   if (list == FuseList::Lock) {
-    if (const auto mode = FindLockMode(text)) return mode;
+    if (const auto mode = FindText(kLockModes, text)) return mode;
   }
   const std::optional<int> position = ReadPosition(text);
   const bool exists = position && *position >= 0 && std::cmp_less(*position, items.size());
@@ -111,8 +107,8 @@ std::string ReadChoice(Session& session, const std::string& text, Choices& choic
   const std::string item = text.substr(equals + 1);
   const std::optional<FuseList> list = FindField(session, name);
   if (!list) {
-    return fmt::format("{}: {} has no such field; its fields are {}", text,
-                       session.Context().Screen.DeviceForm.DeviceText(), ListFieldNames(session));
+    return fmt::format("{}: {} has no such field; its fields are {}", text, session.Device(),
+                       ListFieldNames(session));
   }
   const std::optional<int> index = FindItem(session, *list, item);
   if (!index) {
@@ -125,25 +121,22 @@ std::string ReadChoice(Session& session, const std::string& text, Choices& choic
   return "";
 }
 
-ExitCode ReadChoices(Session& session, const Options& options, Choices& choices) {
+ExitCode ReadChoices(Session& session, const WriteOptions& options, Choices& choices) {
   for (const std::string& text : options.Fields) {
     const std::string complaint = ReadChoice(session, text, choices);
-    if (complaint.empty()) continue;
-    session.Out().PrintError("error: " + complaint);
-    return ExitCode::Usage;
+    if (!complaint.empty()) return session.Fail(ExitCode::Usage, complaint);
   }
   if (!choices.empty() || options.FromDefaults) return ExitCode::Success;
-  session.Out().PrintError(
-      fmt::format("error: name what to write as FIELD=ITEM, or --from-defaults; the fields of {} "
-                  "are {}",
-                  session.Context().Screen.DeviceForm.DeviceText(), ListFieldNames(session)));
-  return ExitCode::Usage;
+  return session.Fail(
+      ExitCode::Usage,
+      fmt::format("name what to write as FIELD=ITEM, or --from-defaults; the fields of {} are {}",
+                  session.Device(), ListFieldNames(session)));
 }
 
-ExitCode RefuseResetDisable(Session& session, const char* what_was_done) {
+Outcome RefuseResetDisable(Session& session, const char* what_was_done) {
   session.Out().PrintError(fuse::kResetDisableWarning);
   session.Out().PrintError(fmt::format("{}; --allow-reset-disable allows it", what_was_done));
-  return ExitCode::Usage;
+  return {.Code = ExitCode::Usage};
 }
 
 nlohmann::json FieldsAsJson(Session& session) {
@@ -163,7 +156,7 @@ nlohmann::json BytesAsJson(const FuseBytes& bytes) {
 
 /// The calibration bytes that the device has.
 std::vector<std::uint8_t> CalibrationOf(Session& session) {
-  const std::vector<std::uint8_t>& bytes = session.Context().State.CalibrationBytes;
+  const std::vector<std::uint8_t>& bytes = session.State().CalibrationBytes;
   const auto count = static_cast<std::size_t>(LayoutOf(session).CalibrationCount);
   return {bytes.begin(),
           bytes.begin() + static_cast<std::ptrdiff_t>(std::min(count, bytes.size()))};
@@ -175,15 +168,13 @@ void PrintFields(Session& session) {
     const std::string item = index < 0
                                  ? "no item stands for these bits"
                                  : fmt::format("{}  ({})", session.Fuses().ChosenText(list), index);
-    session.Out().PrintAlways(fmt::format("{:<10} {}", fuse::FieldName(list), item));
+    session.Out().PrintResult(fmt::format("{:<10} {}", fuse::FieldName(list), item));
   }
-  std::string bytes = fuse::DescribeFuseBytes(session.Context().State.Command.FuseBytes);
-  session.Out().PrintAlways("bytes      " + bytes);
-  std::string calibration;
-  for (const std::uint8_t byte : CalibrationOf(session)) {
-    calibration += fmt::format("{}0x{:02X}", calibration.empty() ? "" : " ", byte);
-  }
-  if (!calibration.empty()) session.Out().PrintAlways("calib      " + calibration);
+  session.Out().PrintResult("bytes      " +
+                            fuse::DescribeFuseBytes(session.State().Command.FuseBytes));
+  const std::vector<std::uint8_t> calibration = CalibrationOf(session);
+  if (calibration.empty()) return;
+  session.Out().PrintResult(fmt::format("calib      0x{:02X}", fmt::join(calibration, " 0x")));
 }
 
 /// What a write-fuses call is about to write, over what.
@@ -222,13 +213,13 @@ std::vector<std::string> DescribeOtherBits(Session& session, const FuseBytes& by
 
 /// True when the lists show a lock mode that prohibits writing.
 bool ShowsLock(Session& session) {
-  return session.Fuses().SelectedIndex(FuseList::Lock) != FindLockMode("none");
+  return session.Fuses().SelectedIndex(FuseList::Lock) != FindText(kLockModes, "none");
 }
 
 /// Chooses in the lists what is to be written.
-Plan MakePlan(Session& session, const Options& options, const Choices& choices) {
+Plan MakePlan(Session& session, const WriteOptions& options, const Choices& choices) {
   Plan plan;
-  plan.OldBytes = session.Context().State.Command.FuseBytes;
+  plan.OldBytes = session.State().Command.FuseBytes;
   const std::map<FuseList, std::string> before = ChosenTexts(session);
   const bool locked = !plan.OldBytes.empty() && ShowsLock(session);
   bool other_fuses = false;
@@ -261,21 +252,8 @@ void PrintPlan(Session& session, const Plan& plan) {
   out.Print("new: " + fuse::DescribeFuseBytes(plan.NewBytes));
 }
 
-/// Tells what a call came to, with --json as one object with `more` in it.
-ExitCode Finish(Session& session, const Options& options, const CommandRun& run,
-                const nlohmann::json& more) {
-  if (!options.Json) {
-    PrintResult(session, run.Code, run.Seconds);
-    return run.Code;
-  }
-  nlohmann::json result = Result(session, run.Code, run.Seconds);
-  result.update(more);
-  return session.Out().PrintAlways(Dump(result)) ? run.Code : ExitCode::FileError;
-}
-
 nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
-  return {{"command", "write-fuses"},
-          {"fields", FieldsAsJson(session)},
+  return {{"fields", FieldsAsJson(session)},
           {"old_bytes", BytesAsJson(plan.OldBytes)},
           {"new_bytes", BytesAsJson(plan.NewBytes)},
           {"changes", plan.Changes},
@@ -283,69 +261,82 @@ nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
           {"written", written}};
 }
 
-ExitCode FinishDryRun(Session& session, const Options& options, const Plan& plan) {
-  if (!options.Json) {
-    session.Out().Print("ok: nothing was written (--dry-run)");
-    return ExitCode::Success;
-  }
-  nlohmann::json result = PlanAsJson(session, plan, false);
-  result["result"] = Name(ExitCode::Success);
-  result["exit_code"] = static_cast<int>(ExitCode::Success);
-  result["device"] = session.Context().Screen.DeviceForm.DeviceText();
-  return session.Out().PrintAlways(Dump(result)) ? ExitCode::Success : ExitCode::FileError;
+Outcome FinishDryRun(Session& session, const Plan& plan) {
+  session.Out().Print("ok: nothing was written (--dry-run)");
+  nlohmann::json fields = PlanAsJson(session, plan, false);
+  fields["device"] = session.Device();
+  return {.Json = fields};
 }
 
-}  // namespace
-
-ExitCode RunReadFuses(const Options& options) {
-  Session session(options);
-  if (const ExitCode code = session.Start(); code != ExitCode::Success) {
-    return EndEarly(session, options, code);
-  }
+Outcome ReadFuses(Session& session) {
   if (!LayoutOf(session).ReadEnabled) {
-    session.Out().PrintError(fmt::format("error: the fuse and lock bits of {} cannot be read",
-                                         session.Context().Screen.DeviceForm.DeviceText()));
-    return EndEarly(session, options, ExitCode::Usage);
+    return {.Code = session.Fail(
+                ExitCode::Usage,
+                fmt::format("the fuse and lock bits of {} cannot be read", session.Device()))};
   }
   // Bits that no item stands for leave the list as it is; its default must not pass for them.
   session.Fuses().Select(FuseList::Lock, -1);
-  const CommandRun run = TimeDeviceCommand(session, ops::cmdFuseRead_Click);
-  if (run.Code != ExitCode::Success) return Finish(session, options, run, {});
-  if (!options.Json) PrintFields(session);
-  return Finish(session, options, run,
-                {{"fields", FieldsAsJson(session)},
-                 {"bytes", BytesAsJson(session.Context().State.Command.FuseBytes)},
-                 {"calibration", CalibrationOf(session)}});
+  const DeviceRun run = RunOnDevice(session, ops::cmdFuseRead_Click);
+  if (run.Code != ExitCode::Success) return TellDeviceRun(session, run);
+  PrintFields(session);
+  return TellDeviceRun(session, run,
+                       {{"fields", FieldsAsJson(session)},
+                        {"bytes", BytesAsJson(session.State().Command.FuseBytes)},
+                        {"calibration", CalibrationOf(session)}});
 }
 
-ExitCode RunWriteFuses(const Options& options) {
-  Session session(options);
-  if (const ExitCode code = session.Start(); code != ExitCode::Success) {
-    return EndEarly(session, options, code);
-  }
+Outcome WriteFuses(Session& session, const WriteOptions& options) {
   Choices choices;
   if (const ExitCode code = ReadChoices(session, options, choices); code != ExitCode::Success) {
-    return EndEarly(session, options, code);
+    return {.Code = code};
   }
   const auto reset = choices.find(FuseList::Rstdisabl);
   if (reset != choices.end() && reset->second == 0 && !options.AllowResetDisable) {
-    return EndEarly(session, options, RefuseResetDisable(session, "nothing was sent"));
+    return RefuseResetDisable(session, "nothing was sent");
   }
   if (LayoutOf(session).ReadEnabled) {
-    const CommandRun read = TimeDeviceCommand(session, ops::cmdFuseRead_Click);
-    if (read.Code != ExitCode::Success) {
-      return Finish(session, options, read, {{"command", "write-fuses"}, {"written", false}});
-    }
+    const DeviceRun read = RunOnDevice(session, ops::cmdFuseRead_Click);
+    if (read.Code != ExitCode::Success) return TellDeviceRun(session, read, {{"written", false}});
   }
   const Plan plan = MakePlan(session, options, choices);
   PrintPlan(session, plan);
   // A chip that claims to have given its reset pin away already is not to be believed.
   if (fuse::DisablesReset(session.Context()) && !options.AllowResetDisable) {
-    return EndEarly(session, options, RefuseResetDisable(session, "nothing was written"));
+    return RefuseResetDisable(session, "nothing was written");
   }
-  if (options.DryRun) return FinishDryRun(session, options, plan);
-  const CommandRun run = TimeDeviceCommand(session, ops::cmdFuseWrite_Click);
-  return Finish(session, options, run, PlanAsJson(session, plan, run.Code == ExitCode::Success));
+  if (options.DryRun) return FinishDryRun(session, plan);
+  const DeviceRun run = RunOnDevice(session, ops::cmdFuseWrite_Click);
+  return TellDeviceRun(session, run, PlanAsJson(session, plan, run.Code == ExitCode::Success));
 }
+
+VerbRun BindWrite(CLI::App& command) {
+  const auto options = std::make_shared<WriteOptions>();
+  command
+      .add_option("fields", options->Fields,
+                  "a field as read-fuses names it, and an item of its list, by its text or its "
+                  "position from 0; LOCK also takes write-verify (0), write (1) or none (2)")
+      ->type_name("FIELD=ITEM");
+  command.add_flag("--from-defaults", options->FromDefaults,
+                   "fields that are not named get their defaults");
+  command.add_flag("--dry-run", options->DryRun, "show what would be written and write nothing");
+  command.add_flag("--allow-reset-disable", options->AllowResetDisable,
+                   "allow a choice after which the programmer can never reach the device again");
+  return [options](Session& session) { return WriteFuses(session, *options); };
+}
+
+}  // namespace
+
+const Verb kReadFuses{.Name = "read-fuses",
+                      .Description = "read the device's fuse and lock bits and calibration bytes",
+                      .Needed = kDeviceOnPort,
+                      .Bind = [](CLI::App&) -> VerbRun { return ReadFuses; }};
+
+const Verb kWriteFuses{
+    .Name = "write-fuses",
+    .Description =
+        "write fuse and lock bits; fields that are not named keep what the device has, "
+        "or their defaults where it cannot be read",
+    .Needed = kDeviceOnPort,
+    .Bind = BindWrite};
 
 }  // namespace fenwright::cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -15,6 +16,16 @@ inline std::filesystem::path ToPath(std::string_view utf8) {
 inline std::string ToUtf8(const std::filesystem::path& path) {
   const std::u8string text = path.u8string();
   return {text.begin(), text.end()};
+}
+
+/// The text with a to z for A to Z.
+inline std::string LowerCase(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(), [](char character) {
+    const bool upper = character >= 'A' && character <= 'Z';
+    return upper ? static_cast<char>(character - 'A' + 'a') : character;
+  });
+  return lower;
 }
 
 }  // namespace fenwright::cli

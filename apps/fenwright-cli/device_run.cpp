@@ -1,0 +1,101 @@
+#include "device_run.h"
+
+#include <chrono>
+
+#include <fmt/format.h>
+
+#include "ops/outcome.h"
+#include "ops/verify_device.h"
+
+namespace fenwright::cli {
+namespace {
+
+/// True when a board was found but could not be used, or none was found at all.
+bool NoUsableProgrammer(const core::AppState& state) {
+  if (state.Command.LinkReady) return false;
+  const bool device_refused = state.LinkError == 1 && state.FirmwareVersion > 0;
+  return !device_refused;
+}
+
+ExitCode CodeOf(const core::AppState& state, core::CommandEnding ending) {
+  if (ending == core::CommandEnding::Stopped) return ExitCode::Stopped;
+  if (ending == core::CommandEnding::FileError) return ExitCode::FileError;
+  if (ops::Succeeded(state)) return ExitCode::Success;
+  return NoUsableProgrammer(state) ? ExitCode::NoProgrammer : ExitCode::Failed;
+}
+
+/// The text of what failed, or else of what was shown last.
+const std::string& MessageOf(const core::AppState& state, ExitCode code) {
+  if (code == ExitCode::Success) return state.StatusText;
+  if (state.Command.VerifyFinished) return state.MessageText;
+  return state.Command.LastFailure.empty() ? state.StatusText : state.Command.LastFailure;
+}
+
+std::string ChipState(Session& session) {
+  return ops::DescribeChipState(session.State(), core::Language::English);
+}
+
+std::string ReportPath(Session& session) {
+  return session.State().AppFolder + std::string(ops::kVerifyReportFile);
+}
+
+nlohmann::json FieldsOf(Session& session, const DeviceRun& run) {
+  const core::AppState& state = session.State();
+  nlohmann::json fields = session.LinkFields();
+  fields.update({{"signature", session.StatusBar().Signature()},
+                 {"code_file", state.CodeFileName},
+                 {"data_file", state.DataFileName},
+                 {"erased", state.Command.Erased},
+                 {"flash_words_written", state.Command.FlashWordsWritten},
+                 {"eeprom_bytes_done", state.Command.EepromBytesDone},
+                 {"chip_state", ChipState(session)},
+                 {"message", MessageOf(state, run.Code)},
+                 {"seconds", run.Seconds},
+                 {"flash_write_seconds", state.Command.FlashWriteSeconds},
+                 {"flash_verify_seconds", state.Command.FlashVerifySeconds}});
+  if (state.Command.VerifyFinished) {
+    fields["verify"] = {{"flash", state.FlashNG ? "NG" : "OK"},
+                        {"eeprom", state.EepromNG ? "NG" : "OK"},
+                        {"report", ReportPath(session)}};
+  }
+  return fields;
+}
+
+void Print(Session& session, const DeviceRun& run) {
+  const std::string sentence = ChipState(session);
+  Console& out = session.Out();
+  if (run.Code == ExitCode::Success) {
+    out.Print(fmt::format("ok: {} ({:.1f} s)", sentence, run.Seconds));
+    return;
+  }
+  if (run.Code == ExitCode::Failed && session.State().Command.VerifyFinished) {
+    out.PrintError("report: " + ReportPath(session));
+  } else if (run.Code == ExitCode::Failed) {
+    session.Fail(run.Code, MessageOf(session.State(), run.Code));
+  } else if (run.Code == ExitCode::NoProgrammer) {
+    session.PrintLinkFailure();
+  }
+  out.PrintError(fmt::format("{}: {}", Name(run.Code), sentence));
+}
+
+}  // namespace
+
+DeviceRun RunOnDevice(Session& session, const ops::Entry& command) {
+  const auto start = std::chrono::steady_clock::now();
+  const core::CommandEnding ending = ops::RunCommand(session.Context(), command);
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  session.Out().EndProgress();
+  return {.Code = CodeOf(session.State(), ending), .Seconds = seconds.count()};
+}
+
+Outcome TellDeviceRun(Session& session, const DeviceRun& run, const nlohmann::json& more) {
+  if (!session.Json()) {
+    Print(session, run);
+    return {.Code = run.Code};
+  }
+  nlohmann::json fields = FieldsOf(session, run);
+  fields.update(more);
+  return {.Code = run.Code, .Json = fields};
+}
+
+}  // namespace fenwright::cli

@@ -1,0 +1,32 @@
+#include <fmt/format.h>
+
+#include "core/device_catalogue.h"
+#include "verbs.h"
+
+namespace fenwright::cli {
+namespace {
+
+Outcome ListDevices(Session& session) {
+  nlohmann::json list = nlohmann::json::array();
+  std::string table;
+  for (const auto& device : core::DeviceCatalogue()) {
+    list.push_back({{"name", device.DisplayName},
+                    {"flash_words", device.FlashWords},
+                    {"eeprom_bytes", device.EepromBytes},
+                    {"device_code", device.DeviceCode},
+                    {"signature", {0x1E, device.Signature[0], device.Signature[1]}}});
+    table += fmt::format("flash {:5} word  EEPROM {:4} byte  signature 1E:{:02X}:{:02X}  {}\n",
+                         device.FlashWords, device.EepromBytes, device.Signature[0],
+                         device.Signature[1], device.DisplayName);
+  }
+  return {.Code = session.Out().PrintResult(table), .Json = list};
+}
+
+}  // namespace
+
+const Verb kDevices{.Name = "devices",
+                    .Description = "list the devices",
+                    .Needed = {},
+                    .Bind = [](CLI::App&) -> VerbRun { return ListDevices; }};
+
+}  // namespace fenwright::cli

@@ -1,0 +1,181 @@
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "ops/command.h"
+#include "ops/link_commands.h"
+#include "platform/system/low_latency.h"
+#include "verbs.h"
+
+namespace fenwright::cli {
+namespace {
+
+constexpr int kExchanges = 200;
+constexpr double kMilliseconds = 1e3;
+/// A reply that takes longer than this beyond its time on the wire is worth doing something about.
+constexpr double kLateSeconds = 0.002;
+
+struct VerdictWords {
+  const char* Word;
+  const char* Sentence;
+};
+
+/// By BoardVerdict.
+constexpr std::array<VerdictWords, 4> kVerdicts{{
+    {"none", "no supported programmer answered"},
+    {"refused", "refused: the firmware is too old, update it to 6.38 or later"},
+    {"advised", "accepted; an update of the firmware to 6.38 or later is advised"},
+    {"accepted", "accepted"},
+}};
+
+/// By DeviceAnswer.
+constexpr std::array kAnswers{"not asked", "refused", "accepted"};
+
+const VerdictWords& Verdict(const core::AppState& state) {
+  return kVerdicts.at(static_cast<std::size_t>(ops::VerdictOf(state)));
+}
+
+const char* Answer(const core::AppState& state) {
+  return kAnswers.at(static_cast<std::size_t>(ops::DeviceAnswerOf(state)));
+}
+
+ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending) {
+  if (ending == core::CommandEnding::Stopped) return ExitCode::Stopped;
+  if (ending != core::CommandEnding::Finished) return ExitCode::FileError;
+  if (state.Command.LinkReady) return ExitCode::Success;
+  const bool device_refused = ops::DeviceAnswerOf(state) == ops::DeviceAnswer::Refused;
+  return device_refused ? ExitCode::Failed : ExitCode::NoProgrammer;
+}
+
+nlohmann::json DetectionFields(Session& session) {
+  const core::AppState& state = session.State();
+  nlohmann::json fields = session.LinkFields();
+  fields["firmware"] = Verdict(state).Word;
+  fields["device_answer"] = Answer(state);
+  fields["message"] = state.StatusText;
+  return fields;
+}
+
+void PrintDetection(Session& session) {
+  const core::AppState& state = session.State();
+  Console& out = session.Out();
+  const std::string& path = state.LastPortOpen.Path;
+  out.Print(fmt::format("port:     {}{}", session.PortName(),
+                        path.empty() ? std::string() : " (" + path + ")"));
+  if (!state.FirmwareVersionText.empty()) {
+    out.Print("board:    " + state.FirmwareVersionText);
+  }
+  out.Print(fmt::format("firmware: {}", Verdict(state).Sentence));
+  out.Print(fmt::format("device:   {}: {}", session.Device(), Answer(state)));
+}
+
+/// Looks for the board, offers it the device, and tells what both said.
+Outcome Detect(Session& session) {
+  const core::CommandEnding ending = ops::RunCommand(session.Context(), ops::Detect);
+  const ExitCode code = CodeOfDetection(session.State(), ending);
+  PrintDetection(session);
+  if (code != ExitCode::Success && !session.Json()) {
+    session.PrintLinkFailure();
+    session.Out().PrintError(Name(code));
+  }
+  return {.Code = code, .Json = DetectionFields(session)};
+}
+
+/// What a round trip comes to; all times in seconds.
+struct LinkReport {
+  std::vector<double> Times;
+  ops::TimeSpread Spread;
+  double Extra = 0;  ///< of the middle one, beyond its time on the wire
+  ops::ProgrammingForecast Forecast;
+
+  [[nodiscard]] bool IsComplete() const { return Times.size() == kExchanges; }
+  [[nodiscard]] bool IsLate() const { return Extra > kLateSeconds; }
+};
+
+LinkReport MakeReport(const core::RunContext& context, std::vector<double> times) {
+  LinkReport report{.Times = std::move(times)};
+  report.Spread = ops::SpreadOf(report.Times);
+  report.Extra = std::max(0.0, report.Spread.Median - ops::RoundTripWireSeconds());
+  report.Forecast = ops::Forecast(context, report.Extra);
+  return report;
+}
+
+std::string Advice(const LinkReport& report, const std::string& path) {
+  return fmt::format(
+      "every reply comes {:.1f} ms late. Most often a USB adapter holds replies back: {}; connect "
+      "it without a hub, or use a serial port of the machine itself",
+      report.Extra * kMilliseconds, platform::LowLatencyCure(path));
+}
+
+nlohmann::json ReportAsJson(const LinkReport& report, const std::string& path) {
+  return {{"exchanges", report.Times.size()},
+          {"minimum_ms", report.Spread.Minimum * kMilliseconds},
+          {"median_ms", report.Spread.Median * kMilliseconds},
+          {"maximum_ms", report.Spread.Maximum * kMilliseconds},
+          {"wire_ms", ops::RoundTripWireSeconds() * kMilliseconds},
+          {"forecast_write_seconds", report.Forecast.WriteSeconds},
+          {"forecast_verify_seconds", report.Forecast.VerifySeconds},
+          {"advice", report.IsLate() ? Advice(report, path) : ""}};
+}
+
+void PrintReport(Session& session, const LinkReport& report) {
+  Console& out = session.Out();
+  out.Print(
+      fmt::format("round trip: minimum {:.2f} ms, median {:.2f} ms, maximum {:.2f} ms "
+                  "({} exchanges, {:.2f} ms of each on the wire)",
+                  report.Spread.Minimum * kMilliseconds, report.Spread.Median * kMilliseconds,
+                  report.Spread.Maximum * kMilliseconds, report.Times.size(),
+                  ops::RoundTripWireSeconds() * kMilliseconds));
+  out.Print(
+      fmt::format("forecast: {} in full: {:.1f} s to write, {:.1f} s to verify, and what the "
+                  "chip itself takes",
+                  session.Device(), report.Forecast.WriteSeconds, report.Forecast.VerifySeconds));
+  if (report.IsLate()) {
+    out.PrintError("advice: " + Advice(report, session.State().LastPortOpen.Path));
+  }
+}
+
+/// Detects, measures the round trip, and tells what it means for programming the device.
+Outcome CheckLink(Session& session) {
+  Outcome outcome = Detect(session);
+  if (outcome.Code != ExitCode::Success) return outcome;
+  std::vector<double> times;
+  const core::CommandEnding ending = ops::RunCommand(
+      session.Context(),
+      [&times](core::RunContext& context) { ops::MeasureRoundTrips(context, kExchanges, times); });
+  const LinkReport report = MakeReport(session.Context(), std::move(times));
+  if (ending != core::CommandEnding::Finished) {
+    outcome.Code = CodeOfDetection(session.State(), ending);
+  } else if (!report.IsComplete()) {
+    outcome.Code = ExitCode::Failed;
+  }
+  outcome.Json.update(ReportAsJson(report, session.State().LastPortOpen.Path));
+  if (!report.Times.empty() && !session.Json()) PrintReport(session, report);
+  if (outcome.Code != ExitCode::Success) {
+    const std::string complaint =
+        fmt::format("exchange {} of {} was not answered", report.Times.size() + 1, kExchanges);
+    outcome.Json["message"] = complaint;
+    if (!session.Json()) session.Fail(outcome.Code, complaint);
+  }
+  return outcome;
+}
+
+}  // namespace
+
+const Verb kDetect{.Name = "detect",
+                   .Description = "look for the programmer and offer it the device",
+                   .Needed = kDeviceOnPort,
+                   .Bind = [](CLI::App&) -> VerbRun { return Detect; }};
+
+const Verb kCheckLink{
+    .Name = "check-link",
+    .Description =
+        "measure how long the programmer takes to answer, and what that means for programming",
+    .Needed = kDeviceOnPort,
+    .Bind = [](CLI::App&) -> VerbRun { return CheckLink; }};
+
+}  // namespace fenwright::cli

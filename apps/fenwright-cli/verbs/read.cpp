@@ -1,0 +1,107 @@
+#include <filesystem>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "device_run.h"
+#include "image/hex_writer.h"
+#include "ops/commands.h"
+#include "text.h"
+#include "verbs.h"
+
+namespace fenwright::cli {
+namespace {
+
+struct ReadOptions {
+  std::string Code;  ///< file that the flash is saved to, "" = none
+  std::string Data;  ///< file that the EEPROM is saved to, "" = none
+  bool Force = false;
+};
+
+/// A file that a read is to save to must be writable, and new unless overwriting is allowed; what
+/// is wrong with it, "" when nothing is.
+std::string WhyNot(const std::string& path, bool force) {
+  std::error_code ignored;
+  const std::filesystem::path folder =
+      std::filesystem::absolute(ToPath(path), ignored).parent_path();
+  if (std::filesystem::is_directory(ToPath(path), ignored)) return "is a folder";
+  if (!std::filesystem::is_directory(folder, ignored)) return "its folder does not exist";
+  const bool exists = std::filesystem::exists(ToPath(path), ignored);
+  return exists && !force ? "exists; --force overwrites it" : "";
+}
+
+/// True when both outputs would go to one file, however it is named.
+bool IsOneFile(const ReadOptions& options) {
+  if (options.Code.empty() || options.Data.empty()) return false;
+  const auto real_path = [](const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(ToPath(path), ignored),
+                                             ignored);
+  };
+  return real_path(options.Code) == real_path(options.Data);
+}
+
+ExitCode CheckOutputs(Session& session, const ReadOptions& options) {
+  if (IsOneFile(options)) {
+    return session.Fail(ExitCode::Usage, "--code and --data name the same file");
+  }
+  for (const std::string& path : {options.Code, options.Data}) {
+    const std::string complaint = path.empty() ? "" : WhyNot(path, options.Force);
+    if (complaint.empty()) continue;
+    return session.Fail(ExitCode::FileError, fmt::format("{}: {}", path, complaint));
+  }
+  return ExitCode::Success;
+}
+
+/// What went wrong with a file that was to be written; "" when it was.
+std::string Complaint(const std::string& path, const image::HexWriteReport& report) {
+  if (report) return "";
+  if (report.End == image::HexWriteEnd::CutShort) {
+    return fmt::format("{}: is cut short; the disc may be full", path);
+  }
+  return fmt::format("{}: cannot be written: {}", path, report.Reason);
+}
+
+/// Saves what was read, as much of it as can be; the first thing that went wrong, "" = nothing.
+std::string Save(Session& session, const ReadOptions& options) {
+  std::string complaint;
+  if (!options.Code.empty()) {
+    session.State().CodeSaveFileName = options.Code;
+    complaint = Complaint(options.Code, image::WriteCodeHexFile(session.Context()));
+  }
+  if (!options.Data.empty()) {
+    session.State().DataSaveFileName = options.Data;
+    const std::string second = Complaint(options.Data, image::WriteDataHexFile(session.Context()));
+    if (complaint.empty()) complaint = second;
+  }
+  return complaint;
+}
+
+Outcome Read(Session& session, const ReadOptions& options) {
+  const ExitCode code = CheckOutputs(session, options);
+  if (code != ExitCode::Success) return {.Code = code};
+  DeviceRun run = RunOnDevice(session, ops::Cmd_btn_read_Click);
+  const std::string complaint = run.Code == ExitCode::Success ? Save(session, options) : "";
+  if (complaint.empty()) return TellDeviceRun(session, run);
+  run.Code = session.Fail(ExitCode::FileError, complaint);
+  return TellDeviceRun(session, run, {{"message", complaint}});
+}
+
+VerbRun Bind(CLI::App& command) {
+  const auto options = std::make_shared<ReadOptions>();
+  command.add_option("--code", options->Code, "file to save the flash to, Intel HEX")
+      ->type_name("OUT.hex");
+  command.add_option("--data", options->Data, "file to save the EEPROM to, Intel HEX")
+      ->type_name("OUT.eep");
+  command.add_flag("--force", options->Force, "overwrite files that exist");
+  return [options](Session& session) { return Read(session, *options); };
+}
+
+}  // namespace
+
+const Verb kRead{.Name = "read",
+                 .Description = "read the device's memories and save them",
+                 .Needed = kDeviceOnPort,
+                 .Bind = Bind};
+
+}  // namespace fenwright::cli
