@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "core/command_end.h"
 #include "core/trace_log.h"
 #include "fenwright-cli/session.h"
+#include "ops/command.h"
 #include "support/process.h"
 
 namespace fenwright::testing {
@@ -35,7 +35,8 @@ class CliVerb : public ::testing::Test {
     cli::Session session(options);
     EXPECT_EQ(session.Start(needs), cli::ExitCode::Success);
     const core::CommandEnding ending = ops::RunCommand(
-        session.Context(), [&] { core::TraceLog(session.Context()).AppendMessage("a line"); });
+        session.Context(),
+        [](core::RunContext& context) { core::TraceLog(context).AppendMessage("a line"); });
     std::filesystem::current_path(before);
     return ending;
   }
