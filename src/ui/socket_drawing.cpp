@@ -7,6 +7,8 @@
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
+#include "ui/controls.h"
+
 namespace fenwright::ui {
 namespace {
 
@@ -270,8 +272,7 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
 }  // namespace
 
 SocketDrawing::SocketDrawing(QWidget* parent) : QWidget(parent) {
-  setObjectName("picSocket");
-  setAccessibleName("ソケットの図");
+  Name(this, "picSocket", "ソケットの図");
   setFocusPolicy(Qt::StrongFocus);
   DescribeHighlight();
 }
