@@ -8,8 +8,8 @@
 
 #include "core/build_info.h"
 #include "core/settings_keys.h"
+#include "ui/controls.h"
 #include "ui/icons.h"
-#include "ui/text.h"
 
 namespace fenwright::ui {
 namespace {
@@ -22,8 +22,7 @@ constexpr const char* kMaker = "製作 : Fenwright プロジェクト";
 
 QLabel* TextLabel(const QString& object_name, const QString& accessible_name, const QString& text) {
   auto* label = new QLabel(text);
-  label->setObjectName(object_name);
-  label->setAccessibleName(accessible_name);
+  Name(label, object_name, accessible_name);
   label->setAccessibleDescription(text);
   label->setTextFormat(Qt::PlainText);
   label->setWordWrap(true);
@@ -39,16 +38,14 @@ void Emphasise(QLabel& label, double factor) {
 
 QWidget* Picture() {
   auto* picture = new QLabel;
-  picture->setObjectName("picIcon");
-  picture->setAccessibleName("プログラムのアイコン");
+  Name(picture, "picIcon", "プログラムのアイコン");
   picture->setPixmap(ChipIcon().pixmap(QSize(kIconSize, kIconSize), picture->devicePixelRatioF()));
   return picture;
 }
 
 QPushButton* Button(const QString& object_name, const QString& caption) {
   auto* button = new QPushButton(caption);
-  button->setObjectName(object_name);
-  button->setAccessibleName(caption);
+  Name(button, object_name, caption);
   return button;
 }
 
@@ -57,8 +54,7 @@ QPushButton* Button(const QString& object_name, const QString& caption) {
 AboutDialog::AboutDialog(QWidget* parent)
     : QDialog(parent, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                           Qt::WindowCloseButtonHint) {
-  setObjectName("frmAbout");
-  setAccessibleName("バージョン情報");
+  Name(this, "frmAbout", "バージョン情報");
   setWindowTitle("バージョン情報");
   setModal(true);
 

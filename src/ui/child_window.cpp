@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 
+#include "ui/controls.h"
 #include "ui/icons.h"
 
 namespace fenwright::ui {
@@ -15,8 +16,7 @@ bool IsTabStop(const QWidget& widget) {
 
 ChildWindow::ChildWindow(const QString& name, const QString& accessible_name,
                          const QString& caption) {
-  setObjectName(name);
-  setAccessibleName(accessible_name);
+  Name(this, name, accessible_name);
   setWindowTitle(caption);
   setWindowIcon(ChipIcon());
   setAttribute(Qt::WA_DeleteOnClose, false);
@@ -25,6 +25,12 @@ ChildWindow::ChildWindow(const QString& name, const QString& accessible_name,
 
 void ChildWindow::SetTabStop(bool tab_stop) {
   widget()->setFocusPolicy(tab_stop ? Qt::StrongFocus : Qt::ClickFocus);
+}
+
+bool ChildWindow::event(QEvent* event) {
+  const bool placed = event->type() == QEvent::Move || event->type() == QEvent::Resize;
+  if (placed && !isMinimized() && !isMaximized() && !isShaded()) normal_place_ = geometry();
+  return QMdiSubWindow::event(event);
 }
 
 void ChildWindow::closeEvent(QCloseEvent* event) {

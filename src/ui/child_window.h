@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMdiSubWindow>
+#include <QRect>
 
 namespace fenwright::ui {
 
@@ -18,9 +19,17 @@ class ChildWindow : public QMdiSubWindow {
   /// Whether Tab comes by here: only through the active child window.
   void SetTabStop(bool tab_stop);
 
+  /// Where it stands or, while it is minimised or maximised, where it stood before. Known once it
+  /// has been shown.
+  [[nodiscard]] QRect NormalPlace() const { return normal_place_; }
+
  protected:
+  bool event(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   bool focusNextPrevChild(bool next) override;
+
+ private:
+  QRect normal_place_;
 };
 
 }  // namespace fenwright::ui

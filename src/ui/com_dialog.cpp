@@ -13,9 +13,9 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include "ui/controls.h"
 #include "ui/icons.h"
 #include "ui/screen_place.h"
-#include "ui/text.h"
 #include "ui/wrapped_label.h"
 
 namespace fenwright::ui {
@@ -35,8 +35,7 @@ ComDialog::ComDialog(QWidget& owner, const core::AppState& state, Describer desc
       owner_(owner),
       state_(state),
       describe_(std::move(describe)) {
-  setObjectName("frmCom");
-  setAccessibleName("通信ポート選択");
+  Name(this, "frmCom", "通信ポート選択");
   setWindowTitle("通信ポート選択");
   setWindowModality(Qt::ApplicationModal);
   setAttribute(Qt::WA_QuitOnClose, false);
@@ -47,17 +46,14 @@ ComDialog::ComDialog(QWidget& owner, const core::AppState& state, Describer desc
 
 void ComDialog::Build() {
   auto* picture = new QLabel;
-  picture->setObjectName("Picture1");
-  picture->setAccessibleName("アイコン");
+  Name(picture, "Picture1", "アイコン");
   picture->setPixmap(PortIcon().pixmap(QSize(kPictureSize, kPictureSize), devicePixelRatioF()));
 
   auto* prompt = new QLabel("通信ポートを選んでください。");
-  prompt->setObjectName("Label1");
-  prompt->setAccessibleName("説明");
+  Name(prompt, "Label1", "説明");
 
   list_ = new QComboBox;
-  list_->setObjectName("Combo_com");
-  list_->setAccessibleName("通信ポート");
+  Name(list_, "Combo_com", "通信ポート");
   list_->setMaxVisibleItems(kVisibleItems);
   list_->setMinimumHeight(28);
   connect(list_, &QComboBox::currentIndexChanged, this, [this] {
@@ -66,8 +62,7 @@ void ComDialog::Build() {
   });
 
   port_line_ = new WrappedLabel;
-  port_line_->setObjectName("lblPort");
-  port_line_->setAccessibleName("ポートの状態");
+  Name(port_line_, "lblPort", "ポートの状態");
   port_line_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
   port_line_->setMinimumHeight(kLinesOfPortLine * fontMetrics().lineSpacing());
 
@@ -102,8 +97,7 @@ void ComDialog::Build() {
 QPushButton* ComDialog::BuildButton(const QString& name, const QString& caption,
                                     screen::ComFormButton meaning) {
   auto* button = new QPushButton(caption);
-  button->setObjectName(name);
-  button->setAccessibleName(caption);
+  Name(button, name, caption);
   button->setMinimumWidth(88);
   connect(button, &QPushButton::clicked, this, [this, meaning] { Finish(meaning); });
   return button;

@@ -60,4 +60,8 @@ QFont MonospacedFont() { return Monospaced(kMonospaced); }
 
 QFont NarrowMonospacedFont() { return Monospaced(kNarrowMonospaced); }
 
+QFont MonospacedInterfaceFont() {
+  return Monospaced({.Points = QApplication::font().pointSizeF(), .Spacing = 0});
+}
+
 }  // namespace fenwright::ui

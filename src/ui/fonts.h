@@ -17,4 +17,7 @@ QFont MonospacedFont();
 /// The same with narrower cells, for the longer lines of the EEPROM view.
 QFont NarrowMonospacedFont();
 
+/// The font of the memory views in the size of the interface font, for texts among other controls.
+QFont MonospacedInterfaceFont();
+
 }  // namespace fenwright::ui

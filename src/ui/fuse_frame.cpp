@@ -2,14 +2,14 @@
 
 #include <array>
 
-#include <QComboBox>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
-#include <QWheelEvent>
+
+#include "ui/controls.h"
 
 namespace fenwright::ui {
 namespace {
@@ -26,29 +26,9 @@ constexpr int kListHeightPadding = 5;
 /// The grid: a label and a list, and the same beside them.
 enum Column { kLeftLabel, kLeftList, kRightLabel, kRightList, kColumnCount };
 
-/// A list that the mouse wheel does not touch while it is closed: a fuse changed in passing, while
-/// the panel is scrolled, would not be noticed.
-class FuseComboBox final : public QComboBox {
- protected:
-  void wheelEvent(QWheelEvent* event) override { event->ignore(); }
-};
-
-void Name(QWidget* widget, const QString& object_name, const QString& accessible_name,
-          const QString& tool_tip) {
-  widget->setObjectName(object_name);
-  widget->setAccessibleName(accessible_name);
-  widget->setToolTip(tool_tip);
-}
-
-int WidthFor(const QWidget* list, const QString& longest) {
-  return list->fontMetrics().horizontalAdvance(longest) + kListPadding;
-}
-
-}  // namespace
-
 /// A list, its label, and where both stand. The labels of `Combo_CKOPT` and `Combo_PLLCK` really
 /// say "ＢＯＤレベル"; their tips and their accessible names tell which field they are.
-struct FuseFrame::FieldDesign {
+struct FieldDesign {
   FuseList List;
   const char* ListName;
   const char* LabelName;
@@ -61,113 +41,119 @@ struct FuseFrame::FieldDesign {
   int ListSpan = 1;
 };
 
+constexpr std::array<FieldDesign, 11> kFields{{
+    {.List = FuseList::Cksel,
+     .ListName = "Combo_CKSEL",
+     .LabelName = "Lbl_CKSEL",
+     .Caption = "リセットディレイセレクト CKS[ Msb...Lsb ]",
+     .AccessibleName = "CKSEL リセットディレイセレクト",
+     .ToolTip = "CKSEL",
+     .Row = 0,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kRightList},
+    {.List = FuseList::Sut,
+     .ListName = "Combo_SUT",
+     .LabelName = "Lbl_SUT",
+     .Caption = "スタートアップタイムセレクト [ Msb...Lsb ]",
+     .AccessibleName = "SUT スタートアップタイムセレクト",
+     .ToolTip = "SUT",
+     .Row = 1,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kRightList},
+    {.List = FuseList::Boden,
+     .ListName = "Combo_BODEN",
+     .LabelName = "Lbl_BODEN",
+     .Caption = "ＢＯＤ有効ビット",
+     .AccessibleName = "BODEN ＢＯＤ有効ビット",
+     .ToolTip = "BODEN",
+     .Row = 2,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kLeftList},
+    {.List = FuseList::Bodlevel,
+     .ListName = "Combo_BODLEVEL",
+     .LabelName = "Lbl_BODLEVEL",
+     .Caption = "BODLEVEL",
+     .AccessibleName = "BODLEVEL ＢＯＤレベル",
+     .ToolTip = "ＢＯＤレベル",
+     .Row = 2,
+     .LabelColumn = kRightLabel,
+     .ListColumn = kRightList},
+    {.List = FuseList::Ckopt,
+     .ListName = "Combo_CKOPT",
+     .LabelName = "Lbl_CKOPT",
+     .Caption = "ＢＯＤレベル",
+     .AccessibleName = "CKOPT",
+     .ToolTip = "CKOPT",
+     .Row = 3,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kLeftList},
+    {.List = FuseList::Pllck,
+     .ListName = "Combo_PLLCK",
+     .LabelName = "Lbl_PLLCK",
+     .Caption = "ＢＯＤレベル",
+     .AccessibleName = "PLLCK",
+     .ToolTip = "PLLCK",
+     .Row = 3,
+     .LabelColumn = kRightLabel,
+     .ListColumn = kRightList},
+    {.List = FuseList::Eesave,
+     .ListName = "Combo_EESAVE",
+     .LabelName = "Lbl_EESAVE",
+     .Caption = "EESAVE",
+     .AccessibleName = "EESAVE",
+     .ToolTip = "EESAVE",
+     .Row = 4,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kLeftList},
+    {.List = FuseList::Rstdisabl,
+     .ListName = "Combo_RSTDISABL",
+     .LabelName = "Lbl_RSTDISABL",
+     .Caption = "RSTDISBL",
+     .AccessibleName = "RSTDISBL ＰＢ５端子、リセット機能無効ビット",
+     .ToolTip = "ＰＢ５端子、リセット機能無効ビット",
+     .Row = 4,
+     .LabelColumn = kRightLabel,
+     .ListColumn = kRightList},
+    {.List = FuseList::Fstrt,
+     .ListName = "Combo_FSTRT",
+     .LabelName = "Lbl_FSTRT",
+     .Caption = "ファーストスタートアップ有効ビット",
+     .AccessibleName = "FSTRT ファーストスタートアップ有効ビット",
+     .ToolTip = "FSTRT",
+     .Row = 5,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kRightList},
+    {.List = FuseList::Rcen,
+     .ListName = "Combo_RCEN",
+     .LabelName = "Lbl_RCEN",
+     .Caption = "ＲＣオシレータ有効ビット",
+     .AccessibleName = "RCEN ＲＣオシレータ有効ビット",
+     .ToolTip = "RCEN",
+     .Row = 6,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kRightList},
+    {.List = FuseList::Lock,
+     .ListName = "Combo_LockBit",
+     .LabelName = "Label6",
+     .Caption = "Lock bit",
+     .AccessibleName = "Lock bit",
+     .ToolTip = "書き込んだロックビットは、チップイレースでだけ元に戻ります。",
+     .Row = 7,
+     .LabelColumn = kLeftLabel,
+     .ListColumn = kLeftList,
+     .ListSpan = kColumnCount - kLeftList},
+}};
+
+int WidthFor(const QWidget* list, const QString& longest) {
+  return list->fontMetrics().horizontalAdvance(longest) + kListPadding;
+}
+
+}  // namespace
+
 FuseFrame::FuseFrame()
     : frame_(new QGroupBox("Lock/Fuse ビット ＆ Calib.データ")), byte_line_(new QLabel) {
   setObjectName("pnlFuse");
-  static constexpr std::array<FieldDesign, 11> kFields{{
-      {.List = FuseList::Cksel,
-       .ListName = "Combo_CKSEL",
-       .LabelName = "Lbl_CKSEL",
-       .Caption = "リセットディレイセレクト CKS[ Msb...Lsb ]",
-       .AccessibleName = "CKSEL リセットディレイセレクト",
-       .ToolTip = "CKSEL",
-       .Row = 0,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kRightList},
-      {.List = FuseList::Sut,
-       .ListName = "Combo_SUT",
-       .LabelName = "Lbl_SUT",
-       .Caption = "スタートアップタイムセレクト [ Msb...Lsb ]",
-       .AccessibleName = "SUT スタートアップタイムセレクト",
-       .ToolTip = "SUT",
-       .Row = 1,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kRightList},
-      {.List = FuseList::Boden,
-       .ListName = "Combo_BODEN",
-       .LabelName = "Lbl_BODEN",
-       .Caption = "ＢＯＤ有効ビット",
-       .AccessibleName = "BODEN ＢＯＤ有効ビット",
-       .ToolTip = "BODEN",
-       .Row = 2,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kLeftList},
-      {.List = FuseList::Bodlevel,
-       .ListName = "Combo_BODLEVEL",
-       .LabelName = "Lbl_BODLEVEL",
-       .Caption = "BODLEVEL",
-       .AccessibleName = "BODLEVEL ＢＯＤレベル",
-       .ToolTip = "ＢＯＤレベル",
-       .Row = 2,
-       .LabelColumn = kRightLabel,
-       .ListColumn = kRightList},
-      {.List = FuseList::Ckopt,
-       .ListName = "Combo_CKOPT",
-       .LabelName = "Lbl_CKOPT",
-       .Caption = "ＢＯＤレベル",
-       .AccessibleName = "CKOPT",
-       .ToolTip = "CKOPT",
-       .Row = 3,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kLeftList},
-      {.List = FuseList::Pllck,
-       .ListName = "Combo_PLLCK",
-       .LabelName = "Lbl_PLLCK",
-       .Caption = "ＢＯＤレベル",
-       .AccessibleName = "PLLCK",
-       .ToolTip = "PLLCK",
-       .Row = 3,
-       .LabelColumn = kRightLabel,
-       .ListColumn = kRightList},
-      {.List = FuseList::Eesave,
-       .ListName = "Combo_EESAVE",
-       .LabelName = "Lbl_EESAVE",
-       .Caption = "EESAVE",
-       .AccessibleName = "EESAVE",
-       .ToolTip = "EESAVE",
-       .Row = 4,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kLeftList},
-      {.List = FuseList::Rstdisabl,
-       .ListName = "Combo_RSTDISABL",
-       .LabelName = "Lbl_RSTDISABL",
-       .Caption = "RSTDISBL",
-       .AccessibleName = "RSTDISBL ＰＢ５端子、リセット機能無効ビット",
-       .ToolTip = "ＰＢ５端子、リセット機能無効ビット",
-       .Row = 4,
-       .LabelColumn = kRightLabel,
-       .ListColumn = kRightList},
-      {.List = FuseList::Fstrt,
-       .ListName = "Combo_FSTRT",
-       .LabelName = "Lbl_FSTRT",
-       .Caption = "ファーストスタートアップ有効ビット",
-       .AccessibleName = "FSTRT ファーストスタートアップ有効ビット",
-       .ToolTip = "FSTRT",
-       .Row = 5,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kRightList},
-      {.List = FuseList::Rcen,
-       .ListName = "Combo_RCEN",
-       .LabelName = "Lbl_RCEN",
-       .Caption = "ＲＣオシレータ有効ビット",
-       .AccessibleName = "RCEN ＲＣオシレータ有効ビット",
-       .ToolTip = "RCEN",
-       .Row = 6,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kRightList},
-      {.List = FuseList::Lock,
-       .ListName = "Combo_LockBit",
-       .LabelName = "Label6",
-       .Caption = "Lock bit",
-       .AccessibleName = "Lock bit",
-       .ToolTip = "書き込んだロックビットは、チップイレースでだけ元に戻ります。",
-       .Row = 7,
-       .LabelColumn = kLeftLabel,
-       .ListColumn = kLeftList,
-       .ListSpan = kColumnCount - kLeftList},
-  }};
-  frame_->setObjectName("fraFuse");
-  frame_->setAccessibleName(frame_->title());
+  Name(frame_, "fraFuse", frame_->title());
   // Hiding it while the lists change must not move what stands below it.
   QSizePolicy policy = frame_->sizePolicy();
   policy.setRetainSizeWhenHidden(true);
@@ -179,7 +165,7 @@ FuseFrame::FuseFrame()
   grid->setVerticalSpacing(kSpacing);
   grid->setColumnStretch(kLeftLabel, 1);
   grid->setColumnStretch(kRightLabel, 1);
-  for (const FieldDesign& design : kFields) AddField(grid, design);
+  AddFields(grid);
   AddCalibration(grid, grid->rowCount());
   AddButtons(grid, grid->rowCount());
 
@@ -194,39 +180,37 @@ FuseFrame::FuseFrame()
   rows->addWidget(byte_line_);
 }
 
-void FuseFrame::AddField(QGridLayout* grid, const FieldDesign& design) {
-  auto* list = new FuseComboBox;
-  Name(list, design.ListName, design.AccessibleName, design.ToolTip);
-  list->addItem("-");
-  list->setEnabled(false);
-  list->setFixedHeight(list->fontMetrics().height() + kListHeightPadding);
-  list->setMaxVisibleItems(16);
-  const bool left = design.ListColumn == kLeftList && design.ListSpan == 1;
-  if (design.ListSpan == 1) list->setFixedWidth(WidthFor(list, left ? "Disable" : "PB7:Reset"));
+void FuseFrame::AddFields(QGridLayout* grid) {
+  for (const FieldDesign& design : kFields) {
+    auto* list = new SteadyComboBox;
+    Name(list, design.ListName, design.AccessibleName, design.ToolTip);
+    list->addItem("-");
+    list->setEnabled(false);
+    list->setFixedHeight(list->fontMetrics().height() + kListHeightPadding);
+    list->setMaxVisibleItems(16);
+    const bool left = design.ListColumn == kLeftList;
+    if (design.ListSpan == 1) list->setFixedWidth(WidthFor(list, left ? "Disable" : "PB7:Reset"));
 
-  auto* label = new QLabel(design.Caption);
-  Name(label, design.LabelName, design.AccessibleName, design.ToolTip);
-  label->setTextFormat(Qt::PlainText);
-  label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-  label->setBuddy(list);
+    auto* label = new QLabel(design.Caption);
+    Name(label, design.LabelName, design.AccessibleName, design.ToolTip);
+    label->setTextFormat(Qt::PlainText);
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    label->setBuddy(list);
 
-  grid->addWidget(label, design.Row, design.LabelColumn, 1, design.ListColumn - design.LabelColumn);
-  grid->addWidget(list, design.Row, design.ListColumn, 1, design.ListSpan);
-  lists_[design.List] = list;
-  labels_[design.List] = label;
-  connect(list, &QComboBox::currentIndexChanged, this, &FuseFrame::SelectionChanged);
-  if (design.List == FuseList::Rstdisabl) {
-    connect(list, &QComboBox::activated, this, &FuseFrame::ResetPinPicked);
+    const int label_span = design.ListColumn - design.LabelColumn;
+    grid->addWidget(label, design.Row, design.LabelColumn, 1, label_span);
+    grid->addWidget(list, design.Row, design.ListColumn, 1, design.ListSpan);
+    lists_[design.List] = list;
+    labels_[design.List] = label;
+    connect(list, &QComboBox::currentIndexChanged, this, &FuseFrame::SelectionChanged);
   }
-  if (design.List == FuseList::Lock) {
-    label->hide();
-    list->hide();
-  }
+  connect(List(FuseList::Rstdisabl), &QComboBox::activated, this, &FuseFrame::ResetPinPicked);
+  SetLockListVisible(false);
 }
 
 void FuseFrame::AddCalibration(QGridLayout* grid, int row) {
   auto* caption = new QLabel("発振校正値 1・・・ 8MHz");
-  Name(caption, "Lbl_CALIB_Caption", "発振校正値", "");
+  Name(caption, "Lbl_CALIB_Caption", "発振校正値");
   caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   calibration_ = new QLabel("-");
   Name(calibration_, "Lbl_READCALIB", "発振校正値 1・・・ 8MHz", "チップから読み出した値です。");
@@ -250,5 +234,39 @@ void FuseFrame::AddButtons(QGridLayout* grid, int row) {
   }
   grid->addLayout(buttons, row, 0, 1, kColumnCount);
 }
+
+void FuseFrame::SetItems(FuseList list, std::span<const std::string_view> items) {
+  QComboBox* const box = List(list);
+  const QSignalBlocker silent(box);
+  box->clear();
+  for (const std::string_view item : items) box->addItem(ToQString(item));
+  box->setCurrentIndex(-1);
+}
+
+void FuseFrame::Select(FuseList list, int index) {
+  QComboBox* const box = List(list);
+  const QSignalBlocker silent(box);
+  box->setCurrentIndex(index);
+}
+
+int FuseFrame::SelectedIndex(FuseList list) const { return List(list)->currentIndex(); }
+
+void FuseFrame::EnableList(FuseList list, bool enable) { List(list)->setEnabled(enable); }
+
+void FuseFrame::SetLockListVisible(bool visible) {
+  List(FuseList::Lock)->setVisible(visible);
+  LabelOf(FuseList::Lock)->setVisible(visible);
+}
+
+void FuseFrame::EnableButtons(bool read, bool write) {
+  read_->setEnabled(read);
+  write_->setEnabled(write);
+}
+
+void FuseFrame::SetCalibrationText(std::string_view text) { ShowText(calibration_, text); }
+
+void FuseFrame::SetByteLine(std::string_view text) { ShowText(byte_line_, text); }
+
+void FuseFrame::SetFrameVisible(bool visible) { frame_->setVisible(visible); }
 
 }  // namespace fenwright::ui

@@ -18,13 +18,22 @@ namespace fenwright::ui {
 /// its label for each fuse field and for the lock mode, the calibration bytes, and the two buttons.
 /// It only shows what it is given and reports what the user does. Until it is given anything it
 /// looks as without a device.
-class FuseFrame final : public QWidget {
+class FuseFrame final : public QWidget, public screen::FuseForm {
   Q_OBJECT
 
  public:
   FuseFrame();
 
-  // The controls, for the adapter and tests.
+  void SetItems(screen::FuseList list, std::span<const std::string_view> items) override;
+  void Select(screen::FuseList list, int index) override;
+  [[nodiscard]] int SelectedIndex(screen::FuseList list) const override;
+  void EnableList(screen::FuseList list, bool enable) override;
+  void SetLockListVisible(bool visible) override;
+  void EnableButtons(bool read, bool write) override;
+  void SetCalibrationText(std::string_view text) override;
+  void SetByteLine(std::string_view text) override;
+  void SetFrameVisible(bool visible) override;
+
   [[nodiscard]] QGroupBox* Frame() const { return frame_; }
   [[nodiscard]] QComboBox* List(screen::FuseList list) const { return lists_.at(list); }
   [[nodiscard]] QLabel* LabelOf(screen::FuseList list) const { return labels_.at(list); }
@@ -40,9 +49,7 @@ class FuseFrame final : public QWidget {
   void SelectionChanged();
 
  private:
-  struct FieldDesign;
-
-  void AddField(QGridLayout* grid, const FieldDesign& design);
+  void AddFields(QGridLayout* grid);
   void AddCalibration(QGridLayout* grid, int row);
   void AddButtons(QGridLayout* grid, int row);
 

@@ -1,6 +1,5 @@
 #include "ui/hand_edit_box.h"
 
-#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -8,6 +7,7 @@
 #include <QRadioButton>
 #include <QVBoxLayout>
 
+#include "ui/controls.h"
 #include "ui/fonts.h"
 
 namespace fenwright::ui {
@@ -18,22 +18,12 @@ constexpr int kFieldPadding = 18;
 constexpr int kButtonWidth = 66;
 constexpr int kSpacing = 6;
 
-void Name(QWidget* widget, const QString& object_name, const QString& accessible_name,
-          const QString& tool_tip) {
-  widget->setObjectName(object_name);
-  widget->setAccessibleName(accessible_name);
-  widget->setToolTip(tool_tip);
-}
-
 QLineEdit* DigitField(const QString& object_name, const QString& accessible_name,
                       const QString& tool_tip) {
   auto* field = new QLineEdit;
   Name(field, object_name, accessible_name, tool_tip);
   field->setMaxLength(kDigits);
-  QFont font = MonospacedFont();
-  font.setPointSizeF(QApplication::font().pointSizeF());
-  font.setLetterSpacing(QFont::AbsoluteSpacing, 0);
-  field->setFont(font);
+  field->setFont(MonospacedInterfaceFont());
   field->setFixedWidth(field->fontMetrics().horizontalAdvance(QString(kDigits, '0')) +
                        kFieldPadding);
   field->setInputMethodHints(Qt::ImhPreferUppercase | Qt::ImhNoPredictiveText | Qt::ImhLatinOnly);
@@ -59,8 +49,7 @@ QRadioButton* MemoryOption(const QString& object_name, const QString& caption,
 
 QLabel* LabelOf(QLineEdit* field, const QString& object_name, const QString& caption) {
   auto* label = new QLabel(caption);
-  label->setObjectName(object_name);
-  label->setAccessibleName(caption);
+  Name(label, object_name, caption);
   label->setBuddy(field);
   return label;
 }
@@ -80,8 +69,7 @@ HandEditBox::HandEditBox()
                        "アドレスの値をバッファーから読み出します")),
       write_(EditButton("CmdWrite", "書き込み", "バッファーへの書き込み",
                         "データをバッファーに書き込みます。チップは変わりません。")) {
-  setObjectName("fraHandEdit");
-  setAccessibleName(title());
+  Name(this, "fraHandEdit", title());
   flash_->setChecked(true);
 
   auto* options = new QHBoxLayout;
@@ -105,6 +93,14 @@ HandEditBox::HandEditBox()
   rows->addLayout(options);
   rows->addLayout(fields);
 }
+
+std::string HandEditBox::AddressText() const { return ToUtf8(address_->text()); }
+
+std::string HandEditBox::DataText() const { return ToUtf8(data_->text()); }
+
+void HandEditBox::SetDataText(std::string_view text) { data_->setText(ToQString(text)); }
+
+bool HandEditBox::FlashChosen() const { return flash_->isChecked(); }
 
 QList<QWidget*> HandEditBox::Controls() const {
   return {flash_, eeprom_, address_, data_, read_, write_};

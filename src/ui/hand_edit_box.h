@@ -2,6 +2,8 @@
 
 #include <QGroupBox>
 
+#include "screen/hand_edit_form.h"
+
 class QLineEdit;
 class QPushButton;
 class QRadioButton;
@@ -11,18 +13,20 @@ namespace fenwright::ui {
 /// The frame in which one cell of a buffer is looked at and changed: two fields of up to four
 /// digits, the choice of the memory and two buttons. It only shows and reports; what the texts mean
 /// is the engine's business, so the fields take any character.
-class HandEditBox final : public QGroupBox {
+class HandEditBox final : public QGroupBox, public screen::HandEditForm {
   Q_OBJECT
 
  public:
   HandEditBox();
 
-  // The controls, for the adapter and tests.
+  [[nodiscard]] std::string AddressText() const override;
+  [[nodiscard]] std::string DataText() const override;
+  void SetDataText(std::string_view text) override;
+  [[nodiscard]] bool FlashChosen() const override;
+
   [[nodiscard]] QLineEdit* Address() const { return address_; }
-  [[nodiscard]] QLineEdit* Data() const { return data_; }
   [[nodiscard]] QPushButton* ReadButton() const { return read_; }
   [[nodiscard]] QPushButton* WriteButton() const { return write_; }
-  [[nodiscard]] QRadioButton* FlashOption() const { return flash_; }
   [[nodiscard]] QRadioButton* EepromOption() const { return eeprom_; }
 
   /// Everything in the frame that the user can touch.

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <array>
 #include <functional>
-#include <span>
 #include <utility>
 #include <vector>
 
@@ -11,28 +9,20 @@
 #include "core/app_state.h"
 #include "ops/command.h"
 #include "screen/message_boxes.h"
-#include "screen/status_bar.h"
-#include "screen/views.h"
+#include "ui/child_window_area.h"
+#include "ui/device_box.h"
+#include "ui/panel_bar.h"
 
 class QAction;
-class QComboBox;
 class QDragMoveEvent;
-class QFrame;
-class QHBoxLayout;
-class QLabel;
-class QMdiArea;
-class QMdiSubWindow;
 class QSessionManager;
 class QSplitter;
 
 namespace fenwright::ui {
 
 class AboutDialog;
-class ElidedLabel;
 class FuseFrame;
-class GuideWindow;
 class HandEditBox;
-class ViewWindow;
 class WrappedLabel;
 
 /// What the window's controls start beside the entries of the engine.
@@ -45,9 +35,9 @@ struct WindowActions {
   std::function<void()> ShowAbout;
 };
 
-/// `frmMain`: menus, command buttons, device selector, child windows and status bar. It holds no
-/// logic of its own: a control starts an entry, and everything that can be shown is shown through
-/// the adapters of the screen's interfaces, which are given the controls below.
+/// `frmMain`: menus, command buttons, child windows, settings and status bar. It holds no logic of
+/// its own: a control starts an entry, and everything that can be shown is shown through its parts,
+/// which are the screen's interfaces.
 ///
 /// While a command runs, every control that would start another is disabled, a dropped file is
 /// refused, and closing the window, in whatever way, is asked about and carried out once the
@@ -56,7 +46,8 @@ class MainWindow : public QMainWindow {
   Q_OBJECT
 
  public:
-  explicit MainWindow(core::AppState& state, QWidget* parent = nullptr);
+  /// All must outlive the window.
+  MainWindow(core::AppState& state, platform::TextFiles& files, platform::CodePage& code_page);
   ~MainWindow() override;
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
@@ -93,21 +84,21 @@ class MainWindow : public QMainWindow {
   /// Says behind the caption, from now on, that the board is a simulated one.
   void MarkSimulated();
 
-  // The controls, for the adapters and tests.
-  [[nodiscard]] QComboBox* DeviceSelector() const { return device_selector_; }
-  [[nodiscard]] QFrame* DeviceFrame() const { return device_frame_; }
-  [[nodiscard]] QLabel* FlashSizeLabel() const { return flash_size_; }
-  [[nodiscard]] QLabel* EepromSizeLabel() const { return eeprom_size_; }
+  // The parts.
+  [[nodiscard]] DeviceBox& Device() const { return *device_; }
   [[nodiscard]] FuseFrame& Fuses() const { return *fuses_; }
   [[nodiscard]] HandEditBox& HandEdit() const { return *hand_edit_; }
-  [[nodiscard]] ElidedLabel* StatusPanel(screen::Panel panel) const;
-  [[nodiscard]] ViewWindow* ViewOf(screen::View view) const;
-  [[nodiscard]] QMdiArea* ChildArea() const { return children_; }
-  [[nodiscard]] GuideWindow& Guide() const { return *guide_; }
+  [[nodiscard]] ChildWindowArea* ChildArea() const { return children_; }
+  [[nodiscard]] PanelBar& Panels() const { return *panels_; }
   [[nodiscard]] AboutDialog& About() const { return *about_; }
 
-  /// Brings the device insertion guide to the front of the child windows, where it last stood.
-  void ShowGuide();
+  // What is in them.
+  [[nodiscard]] QComboBox* DeviceSelector() const { return device_->Selector(); }
+  [[nodiscard]] ViewWindow* ViewOf(screen::View view) const { return children_->ViewOf(view); }
+  [[nodiscard]] GuideWindow& Guide() const { return children_->Guide(); }
+  [[nodiscard]] ElidedLabel* StatusPanel(screen::Panel panel) const {
+    return panels_->PanelOf(panel);
+  }
 
  signals:
   /// The window is about to close: nothing runs any more.
@@ -122,28 +113,19 @@ class MainWindow : public QMainWindow {
  private:
   using Action = std::function<void()> WindowActions::*;
   using EntryFunction = void (*)(core::RunContext&);
-  struct ButtonDesign;
   class DisabledControls;
   struct MenuDesign;
 
-  static std::span<const MenuDesign> MenuTree();
+  static const MenuDesign kMenuTree[];
 
   void BuildMenus();
   void AddMenuItem(QWidget& menu, const MenuDesign& design);
   void BuildContent();
-  void BuildChildWindows();
-  void OrderTabStops();
-  void MoveTabStop(const QMdiSubWindow* active);
+  void ConnectParts();
   void BuildHelpKey();
-  void BuildStatusBar();
   QWidget* BuildCommandBar();
   QWidget* BuildSettingsPanel();
-  QWidget* BuildDeviceBox();
-  QWidget* BuildFuseFrame();
   QWidget* BuildFileBox();
-  QWidget* BuildHandEditBox();
-  void AddCommandButton(QHBoxLayout* row, const ButtonDesign& design);
-  void OnPanelClicked(const ElidedLabel& panel);
   [[nodiscard]] bool MayStart() const;
   void AcceptHexFile(QDropEvent* event) const;
   /// The control that has the window's focus and is disabled while a command runs, if any.
@@ -157,14 +139,6 @@ class MainWindow : public QMainWindow {
   void CloseFromMenu() { close(); }
   void RearrangeWindows();
   void OpenSettingsArea();
-  void OpenFlashView();
-  void OpenEepromView();
-  void CascadeChildren();
-  void TileChildrenOneAboveTheOther();
-  void TileChildrenSideBySide();
-  void ArrangeMinimisedChildren();
-  void OpenView(ViewWindow* view, const QRect& place);
-  void PlaceChildren(const std::function<std::vector<QRect>(const QSize&, int)>& places);
 
   core::AppState& state_;
   Runner runner_;
@@ -179,21 +153,14 @@ class MainWindow : public QMainWindow {
   std::vector<QAction*> command_items_;
   std::vector<QWidget*> command_controls_;
 
-  QComboBox* device_selector_ = nullptr;
-  QFrame* device_frame_ = nullptr;
-  QLabel* flash_size_ = nullptr;
-  QLabel* eeprom_size_ = nullptr;
-  FuseFrame* fuses_ = nullptr;
+  DeviceBox* const device_;
+  FuseFrame* const fuses_;
+  HandEditBox* const hand_edit_;
+  ChildWindowArea* const children_;
+  PanelBar* const panels_;
   WrappedLabel* file_info_ = nullptr;
-  HandEditBox* hand_edit_ = nullptr;
   QSplitter* columns_ = nullptr;
-  QMdiArea* children_ = nullptr;
-  ViewWindow* flash_view_ = nullptr;
-  ViewWindow* eeprom_view_ = nullptr;
-  ViewWindow* verify_view_ = nullptr;
-  GuideWindow* guide_ = nullptr;
   AboutDialog* about_ = nullptr;
-  std::array<ElidedLabel*, 5> panels_{};
 };
 
 }  // namespace fenwright::ui

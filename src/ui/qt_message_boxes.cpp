@@ -6,7 +6,7 @@
 #include <QPushButton>
 
 #include "core/settings_keys.h"
-#include "ui/text.h"
+#include "ui/controls.h"
 
 namespace fenwright::ui {
 namespace {
@@ -39,8 +39,7 @@ void Design(QMessageBox& box, const QString& object_name, std::string_view title
 QPushButton* AddButton(QMessageBox& box, const QString& object_name, const QString& caption,
                        QMessageBox::ButtonRole role) {
   QPushButton* button = box.addButton(caption, role);
-  button->setObjectName(object_name);
-  button->setAccessibleName(QString(caption).remove('&'));
+  Name(button, object_name, QString(caption).remove('&'));
   return button;
 }
 

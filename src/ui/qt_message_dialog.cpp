@@ -10,9 +10,9 @@
 #include <QVBoxLayout>
 
 #include "core/settings_keys.h"
+#include "ui/controls.h"
 #include "ui/icons.h"
 #include "ui/main_window.h"
-#include "ui/text.h"
 #include "ui/twips.h"
 #include "ui/wrapped_label.h"
 
@@ -47,8 +47,7 @@ QtMessageDialog::QtMessageDialog(MainWindow& owner, core::AppState& state)
                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
       owner_(owner),
       state_(state) {
-  setObjectName("frmMsg");
-  setAccessibleName("メッセージウインドウ");
+  Name(this, "frmMsg", "メッセージウインドウ");
   setWindowTitle(ToQString(core::kApplicationName));
   setModal(false);
   setAttribute(Qt::WA_QuitOnClose, false);
@@ -63,25 +62,21 @@ QtMessageDialog::QtMessageDialog(MainWindow& owner, core::AppState& state)
 
 void QtMessageDialog::Build() {
   picture_ = new QLabel;
-  picture_->setObjectName("Picture1");
-  picture_->setAccessibleName("アイコン");
+  Name(picture_, "Picture1", "アイコン");
   picture_->setFixedSize(kPictureSize, kPictureSize);
 
   text_ = new WrappedLabel;
-  text_->setObjectName("txtMsg");
-  text_->setAccessibleName("メッセージ");
+  Name(text_, "txtMsg", "メッセージ");
 
   detail_ = new WrappedLabel;
-  detail_->setObjectName("lblDetail");
-  detail_->setAccessibleName("詳細");
+  Name(detail_, "lblDetail", "詳細");
   QFont small = detail_->font();
   small.setPointSizeF(small.pointSizeF() - 0.5);
   detail_->setFont(small);
   detail_->hide();
 
   progress_ = new QProgressBar;
-  progress_->setObjectName("ProgBar");
-  progress_->setAccessibleName("進行状況");
+  Name(progress_, "ProgBar", "進行状況");
   progress_->setRange(0, kDefaultMaximum);
   progress_->setMinimumHeight(20);
 
@@ -114,8 +109,7 @@ void QtMessageDialog::Build() {
 QPushButton* QtMessageDialog::BuildButton(const QString& name, const QString& caption,
                                           std::int16_t meaning) {
   auto* button = new QPushButton(caption);
-  button->setObjectName(name);
-  button->setAccessibleName(caption);
+  Name(button, name, caption);
   button->setMinimumWidth(88);
   button->hide();
   connect(button, &QPushButton::clicked, this, [this, meaning] { EndWith(meaning); });

@@ -8,6 +8,7 @@
 #include <QStyleOptionFocusRect>
 
 #include "core/insertion_guide.h"
+#include "ui/controls.h"
 #include "ui/text.h"
 
 namespace fenwright::ui {
@@ -270,8 +271,7 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
 }  // namespace
 
 SocketDrawing::SocketDrawing(QWidget* parent) : QWidget(parent) {
-  setObjectName("picSocket");
-  setAccessibleName("ソケットの図");
+  Name(this, "picSocket", "ソケットの図");
   setFocusPolicy(Qt::StrongFocus);
   DescribeHighlight();
 }

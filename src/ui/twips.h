@@ -25,29 +25,24 @@ inline int PixelsToTwips(int pixels) {
   return static_cast<int>(std::lround(pixels * kTwipsPerPixel));
 }
 
-/// Place and size of a window in twips. A child's place counts from the corner of the area that
-/// holds the children.
-struct TwipsRect {
-  double Left = 0;
-  double Top = 0;
-  double Width = 0;
-  double Height = 0;
+inline QRect ToPixels(const screen::TwipsPlace& place) {
+  return {TwipsToPixels(place.Left), TwipsToPixels(place.Top), TwipsToPixels(place.Width),
+          TwipsToPixels(place.Height)};
+}
 
-  [[nodiscard]] QRect ToPixels() const {
-    return {TwipsToPixels(Left), TwipsToPixels(Top), TwipsToPixels(Width), TwipsToPixels(Height)};
-  }
-};
-
-constexpr TwipsRect FromPlace(const screen::TwipsPlace& place) {
-  return {.Left = place.Left, .Top = place.Top, .Width = place.Width, .Height = place.Height};
+inline screen::TwipsPlace ToTwips(const QRect& place) {
+  return {.Left = static_cast<double>(PixelsToTwips(place.x())),
+          .Top = static_cast<double>(PixelsToTwips(place.y())),
+          .Width = static_cast<double>(PixelsToTwips(place.width())),
+          .Height = static_cast<double>(PixelsToTwips(place.height()))};
 }
 
 /// Where the windows stand until the user has moved them.
-inline constexpr TwipsRect kMainWindowPlace = FromPlace(core::kMainWindowKeys.Default);
-inline constexpr TwipsRect kFlashViewPlace = FromPlace(core::kFlashViewKeys.Default);
-inline constexpr TwipsRect kEepromViewPlace = FromPlace(core::kEepromViewKeys.Default);
+inline constexpr screen::TwipsPlace kMainWindowPlace = core::kMainWindowKeys.Default;
+inline constexpr screen::TwipsPlace kFlashViewPlace = core::kFlashViewKeys.Default;
+inline constexpr screen::TwipsPlace kEepromViewPlace = core::kEepromViewKeys.Default;
 /// Over the lower part of the flash view, so that the titles of all three views stay in sight.
-inline constexpr TwipsRect kVerifyViewPlace{
+inline constexpr screen::TwipsPlace kVerifyViewPlace{
     .Left = 250, .Top = 1500, .Width = 5150, .Height = 3600};
 
 }  // namespace fenwright::ui

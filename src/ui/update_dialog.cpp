@@ -15,8 +15,8 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
+#include "ui/controls.h"
 #include "ui/elided_label.h"
-#include "ui/text.h"
 #include "ui/wrapped_label.h"
 #include "update/update_report.h"
 
@@ -29,11 +29,6 @@ constexpr int kMargin = 14;
 constexpr int kTextMargin = 8;
 constexpr int kButtonWidth = 112;
 
-void Name(QWidget* widget, const QString& object_name, const QString& accessible_name) {
-  widget->setObjectName(object_name);
-  widget->setAccessibleName(accessible_name);
-}
-
 QLabel* Caption(const QString& object_name, const QString& text, QWidget* buddy) {
   auto* label = new QLabel(text);
   Name(label, object_name, text);
@@ -45,8 +40,7 @@ QLabel* Caption(const QString& object_name, const QString& text, QWidget* buddy)
 /// No button is pressed by Enter alone: one that starts an update must be meant.
 QPushButton* Button(const QString& object_name, const QString& caption, const QString& tool_tip) {
   auto* button = new QPushButton(caption);
-  Name(button, object_name, caption);
-  button->setToolTip(tool_tip);
+  Name(button, object_name, caption, tool_tip);
   button->setAutoDefault(false);
   button->setMinimumWidth(kButtonWidth);
   return button;
@@ -131,12 +125,10 @@ void UpdateDialog::BuildInstructions() {
 
 void UpdateDialog::BuildControls() {
   port_ = new QComboBox;
-  Name(port_, "Combo_ComPort", "通信ポート Com");
-  port_->setToolTip("ボードをつないだ通信ポートの番号を選びます。");
+  Name(port_, "Combo_ComPort", "通信ポート Com", "ボードをつないだ通信ポートの番号を選びます。");
   port_->setMaxVisibleItems(20);
   speed_ = new QComboBox;
-  Name(speed_, "Combo_speed", "通信スピード bps");
-  speed_->setToolTip("アップデートは常に 57600 bps で行われます。");
+  Name(speed_, "Combo_speed", "通信スピード bps", "アップデートは常に 57600 bps で行われます。");
   version_button_ =
       Button("CmdVersion", "Version Read", "ボードのファームウエアバージョンを読み出します。");
   version_ = TextBox("Text_FirmwareVersion", "ファームウエアバージョン");

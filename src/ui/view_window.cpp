@@ -3,6 +3,8 @@
 #include <QPlainTextEdit>
 #include <QScrollBar>
 
+#include "ui/controls.h"
+
 namespace fenwright::ui {
 namespace {
 
@@ -13,8 +15,7 @@ constexpr double kTextMargin = 2;
 ViewWindow::ViewWindow(const QString& name, const QString& control_name, const QString& caption,
                        const QFont& font)
     : ChildWindow(name, caption, caption), text_(new QPlainTextEdit) {
-  text_->setObjectName(control_name);
-  text_->setAccessibleName(caption);
+  Name(text_, control_name, caption);
   text_->setReadOnly(true);
   text_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   text_->setTabChangesFocus(true);

@@ -2,6 +2,10 @@
 
 #include <functional>
 
+#include <QGuiApplication>
+#include <QScreen>
+#include <QStyle>
+
 #include "core/build_info.h"
 #include "core/shell_requests.h"
 #include "fuse/fuse_bytes.h"
@@ -12,43 +16,57 @@
 #include "ui/elided_label.h"
 #include "ui/fuse_frame.h"
 #include "ui/guide_window.h"
+#include "ui/hand_edit_box.h"
+#include "ui/screen_place.h"
 #include "ui/text.h"
+#include "ui/twips.h"
 #include "ui/update_dialog.h"
+#include "ui/view_window.h"
 #include "update/com_selection.h"
 
 namespace fenwright::ui {
+namespace {
+
+constexpr int kTimerMilliseconds = 2000;
+
+QList<QRect> Screens() {
+  QList<QRect> areas;
+  for (const QScreen* screen : QGuiApplication::screens()) areas << screen->availableGeometry();
+  return areas;
+}
+
+int TitleHeight(const QWidget& window) {
+  return window.style()->pixelMetric(QStyle::PM_TitleBarHeight);
+}
+
+}  // namespace
+
 WindowRun::WindowRun(const WindowPlatform& outside)
     : ports_(outside.Ports),
       instance_(outside.Instance),
       settings_(outside.Settings),
-      window_(state_),
-      status_bar_(window_),
+      window_(state_, outside.Files, outside.CodePage),
       message_dialog_(window_, state_),
       message_boxes_(&window_),
       file_dialogs_(&window_),
       shell_(outside.Shell ? *outside.Shell : qt_shell_),
       manual_folders_(outside.ManualFolders),
-      views_(window_, outside.Files, outside.CodePage),
-      device_form_(window_),
-      hand_edit_form_(window_.HandEdit()),
-      fuse_form_(window_.Fuses()),
       com_dialog_(window_, state_, [this](int number) { return DescribePort(number); }),
-      main_form_(window_, FormActions()),
       context_{
           .State = state_,
           .Line = {.ProgrammerPort = outside.ProgrammerPort,
                    .Clock = outside.Clock,
                    .Events = events_},
           .Storage = {.Files = outside.Files, .CodePage = outside.CodePage, .Settings = settings_},
-          .Screen = {.StatusBar = status_bar_,
+          .Screen = {.StatusBar = window_.Panels(),
                      .MessageDialog = message_dialog_,
                      .MessageBoxes = outside.MessageBoxes ? *outside.MessageBoxes : message_boxes_,
                      .FileDialogs = outside.FileDialogs ? *outside.FileDialogs : file_dialogs_,
-                     .Views = views_,
-                     .DeviceForm = device_form_,
-                     .HandEdit = hand_edit_form_,
+                     .Views = *window_.ChildArea(),
+                     .DeviceForm = window_.Device(),
+                     .HandEdit = window_.HandEdit(),
                      .Guide = window_.Guide(),
-                     .Fuses = fuse_form_,
+                     .Fuses = window_.Fuses(),
                      .ComForm = com_dialog_}},
       given_boxes_(outside.MessageBoxes),
       given_file_dialogs_(outside.FileDialogs),
@@ -58,6 +76,8 @@ WindowRun::WindowRun(const WindowPlatform& outside)
   QObject::connect(&window_.About(), &AboutDialog::SupportPageRequested, &window_, [this] {
     core::OpenSupportPage(shell_, state_.SupportPageAddress, manual_folders_.front());
   });
+  timer_.setInterval(kTimerMilliseconds);
+  QObject::connect(&timer_, &QTimer::timeout, &window_, [this] { WatchPort(); });
   QObject::connect(&window_, &MainWindow::Closing, &window_, [this] { Stop(); });
   QObject::connect(&window_.Fuses(), &FuseFrame::SelectionChanged, &window_,
                    [this] { fuse::ShowFuseBytes(context_); });
@@ -75,20 +95,9 @@ WindowActions WindowRun::Actions() {
           .ShowAbout = [this] { ShowAbout(); }};
 }
 
-QtMainForm::Actions WindowRun::FormActions() {
-  return {.SelectComPort = [this] { update::Cmd_btn_comselect_Click(context_); },
-          .WatchPort = [this] { WatchPort(); },
-          .UnloadOthers =
-              [this] {
-                com_dialog_.Unload();
-                window_.About().hide();
-                message_dialog_.Close();
-              }};
-}
-
 core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
   const core::CommandEnding ending = window_.Run([&](core::RunContext& context) {
-    ops::StartWindow(context, main_form_, instance_, options);
+    ops::StartWindow(context, *this, instance_, options);
     started_ = true;
   });
   ReportUnwritableSettings();
@@ -116,8 +125,8 @@ void WindowRun::Stop() {
     ops::DeleteTemporaryFiles(context_);
     return;
   }
-  ops::QueryUnload(context_, main_form_);
-  ops::Unload(context_, main_form_);
+  ops::QueryUnload(context_, *this);
+  ops::Unload(context_, *this);
   ReportUnwritableSettings();
 }
 
@@ -152,6 +161,66 @@ void WindowRun::UpdateFirmware() {
   window_.SetCloseRequest([&dialog] { return dialog.RequestClose(); });
   ops::RunCommand(context_, [&dialog](core::RunContext& /*context*/) { dialog.Run(); });
   window_.SetCloseRequest({});
+}
+
+void WindowRun::SetSupportPageLabel(std::string_view text) {
+  window_.About().SetSupportPageLabel(ToQString(text));
+}
+
+void WindowRun::SetCaption(std::string_view text) { window_.SetCaption(ToQString(text)); }
+
+/// The position is that of the window's frame, the size that of what is inside: this is the pair
+/// that brings a window back to the pixel where it was.
+void WindowRun::Place(const screen::TwipsPlace& place) {
+  const int title = TitleHeight(window_);
+  const QRect wanted = ToPixels(place).adjusted(0, 0, 0, title);
+  const QRect reachable = ReachablePlace(wanted, Screens(), title);
+  window_.resize(reachable.width(), reachable.height() - title);
+  window_.move(reachable.topLeft());
+}
+
+void WindowRun::PlaceView(screen::View view, const screen::TwipsPlace& place) {
+  window_.ViewOf(view)->setGeometry(ReachableChildPlace(ToPixels(place)));
+}
+
+void WindowRun::Show() { window_.show(); }
+
+void WindowRun::EnableTimer() { timer_.start(); }
+
+void WindowRun::SelectComPort() { update::Cmd_btn_comselect_Click(context_); }
+
+void WindowRun::ShowGuide(const screen::TwipsPosition& position) {
+  const QPoint wanted(TwipsToPixels(position.Left), TwipsToPixels(position.Top));
+  GuideWindow& guide = window_.Guide();
+  guide.move(ReachableChildPlace(QRect(wanted, guide.size())).topLeft());
+  window_.ChildArea()->ShowGuide();
+}
+
+screen::TwipsPosition WindowRun::GuidePosition() const {
+  const screen::TwipsPlace place = ToTwips(window_.Guide().NormalPlace());
+  return {.Left = place.Left, .Top = place.Top};
+}
+
+screen::TwipsPlace WindowRun::CurrentPlace() const {
+  return ToTwips(QRect(window_.pos(), window_.size()));
+}
+
+screen::TwipsPlace WindowRun::CurrentPlaceOf(screen::View view) const {
+  return ToTwips(window_.ViewOf(view)->NormalPlace());
+}
+
+bool WindowRun::IsMinimised() const { return window_.isMinimized(); }
+
+void WindowRun::UnloadOtherForms() {
+  timer_.stop();
+  com_dialog_.Unload();
+  window_.About().hide();
+  message_dialog_.Close();
+}
+
+/// A child can be scrolled to, so the window's own size is a generous measure for what is lost.
+QRect WindowRun::ReachableChildPlace(const QRect& wanted) const {
+  return ReachablePlace(wanted, {QRect(QPoint(0, 0), window_.size())}, TitleHeight(window_));
 }
 
 }  // namespace fenwright::ui

@@ -3,24 +3,21 @@
 #include <string>
 #include <vector>
 
+#include <QTimer>
+
 #include "core/run_context.h"
 #include "ops/start_procedure.h"
 #include "platform/memory/run_settings_store.h"
 #include "platform/port_info.h"
 #include "platform/single_instance.h"
+#include "screen/main_form.h"
 #include "ui/com_dialog.h"
 #include "ui/main_window.h"
-#include "ui/qt_device_form.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_file_dialogs.h"
-#include "ui/qt_fuse_form.h"
-#include "ui/qt_hand_edit_form.h"
-#include "ui/qt_main_form.h"
 #include "ui/qt_message_boxes.h"
 #include "ui/qt_message_dialog.h"
 #include "ui/qt_shell.h"
-#include "ui/qt_status_bar.h"
-#include "ui/qt_views.h"
 
 namespace fenwright::ui {
 
@@ -45,9 +42,11 @@ struct WindowPlatform {
   std::vector<std::string> ManualFolders = {""};
 };
 
-/// One run of the program with a window: the state, the window, its adapters and the context that
-/// ties them together, with the window's controls connected to the commands.
-class WindowRun {
+/// One run of the program with a window: the state, the window, the adapters to the system and the
+/// context that ties them together, with the window's controls connected to the commands. To the
+/// start and stop procedures it is the program's windows. Twips become logical pixels, so a place
+/// means the same at every scale of the screen.
+class WindowRun final : private screen::MainForm {
  public:
   explicit WindowRun(const WindowPlatform& outside);
   WindowRun(const WindowRun&) = delete;
@@ -62,14 +61,27 @@ class WindowRun {
   [[nodiscard]] QtMessageDialog& MessageDialog() { return message_dialog_; }
   [[nodiscard]] core::RunContext& Context() { return context_; }
   [[nodiscard]] ComDialog& ComPortDialog() { return com_dialog_; }
-  [[nodiscard]] QtMainForm& MainForm() { return main_form_; }
 
   /// The settings as this run sees them.
   [[nodiscard]] platform::RunSettingsStore& Settings() { return settings_; }
 
  private:
+  void SetSupportPageLabel(std::string_view text) override;
+  void SetCaption(std::string_view text) override;
+  void Place(const screen::TwipsPlace& place) override;
+  void PlaceView(screen::View view, const screen::TwipsPlace& place) override;
+  void Show() override;
+  void EnableTimer() override;
+  void SelectComPort() override;
+  void ShowGuide(const screen::TwipsPosition& position) override;
+  [[nodiscard]] screen::TwipsPlace CurrentPlace() const override;
+  [[nodiscard]] screen::TwipsPlace CurrentPlaceOf(screen::View view) const override;
+  [[nodiscard]] screen::TwipsPosition GuidePosition() const override;
+  [[nodiscard]] bool IsMinimised() const override;
+  void UnloadOtherForms() override;
+
+  [[nodiscard]] QRect ReachableChildPlace(const QRect& wanted) const;
   WindowActions Actions();
-  QtMainForm::Actions FormActions();
   [[nodiscard]] std::string DescribePort(int number) const;
   void WatchPort();
   void ReportUnwritableSettings();
@@ -84,20 +96,15 @@ class WindowRun {
   platform::RunSettingsStore settings_;
   MainWindow window_;
   QtEventLoop events_;
-  QtStatusBar status_bar_;
   QtMessageDialog message_dialog_;
   QtMessageBoxes message_boxes_;
   QtFileDialogs file_dialogs_;
   QtShell qt_shell_;
   platform::Shell& shell_;
   const std::vector<std::string> manual_folders_;
-  QtViews views_;
-  QtDeviceForm device_form_;
-  QtHandEditForm hand_edit_form_;
-  QtFuseForm fuse_form_;
   ComDialog com_dialog_;
-  QtMainForm main_form_;
   core::RunContext context_;
+  QTimer timer_;
   bool started_ = false;  ///< the start procedure has run to its end
   bool stopped_ = false;
   bool unwritable_settings_reported_ = false;

@@ -168,7 +168,7 @@ TEST(GuideWindow, AMinimisedGuideIsOpenedAgain) {
   WindowBench bench;
   bench.Start();
   GuideWindow& guide = bench.Run.Window().Guide();
-  bench.Run.Window().ShowGuide();
+  bench.Run.Window().ChildArea()->ShowGuide();
   guide.showMinimized();
   Find<QAction>(bench.Run.Window(), "mmuIndex")->trigger();
   EXPECT_FALSE(guide.isMinimized());

@@ -37,7 +37,7 @@ class AllWindows : public ::testing::Test {
  protected:
   AllWindows() {
     bench_.Start();
-    Window().ShowGuide();
+    Window().ChildArea()->ShowGuide();
     QApplication::processEvents();
   }
   MainWindow& Window() { return bench_.Run.Window(); }

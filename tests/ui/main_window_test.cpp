@@ -29,11 +29,8 @@
 #include "core/build_info.h"
 #include "ui/elided_label.h"
 #include "ui/entry_names.h"
+#include "ui/fuse_frame.h"
 #include "ui/hand_edit_box.h"
-#include "ui/qt_device_form.h"
-#include "ui/qt_fuse_form.h"
-#include "ui/qt_hand_edit_form.h"
-#include "ui/qt_status_bar.h"
 #include "ui/view_window.h"
 #include "ui/window_bench.h"
 
@@ -66,10 +63,12 @@ class MainWindowTest : public ::testing::Test {
   void Choose(const char* action) { Find<QAction>(window_, action)->trigger(); }
 
   core::AppState state_;
-  MainWindow window_{state_};
-  QtDeviceForm form_{window_};
-  QtFuseForm fuses_{window_.Fuses()};
-  QtStatusBar status_bar_{window_};
+  testing::FakeTextFiles files_;
+  platform::Cp932CodePage code_page_;
+  MainWindow window_{state_, files_, code_page_};
+  DeviceBox& form_ = window_.Device();
+  FuseFrame& fuses_ = window_.Fuses();
+  PanelBar& status_bar_ = window_.Panels();
   AnsweredBoxes boxes_;
   std::vector<std::string> log_;
   std::function<void()> during_command_;
@@ -305,7 +304,7 @@ TEST_F(MainWindowTest, TheEditFieldsTakeFourCharactersOfAMonospacedFont) {
 }
 
 TEST_F(MainWindowTest, TheHandEditFormShowsAndTellsTheTextsAndTheMemory) {
-  QtHandEditForm edit(window_.HandEdit());
+  HandEditBox& edit = window_.HandEdit();
   EXPECT_EQ(edit.AddressText(), "");
   EXPECT_TRUE(edit.FlashChosen());
   Find<QLineEdit>(window_, "txtAddress")->setText("07FF");
@@ -486,7 +485,7 @@ int NeededWidth(const QWidget& widget) {
 
 TEST_F(MainWindowTest, AllChildWindowsFitIntoTheirAreaAtTheFirstSize) {
   window_.ViewOf(screen::View::Verify)->show();
-  window_.ShowGuide();
+  window_.ChildArea()->ShowGuide();
   QApplication::processEvents();
   EXPECT_EQ(window_.size(), QSize(753, 527));
   auto* area = Find<QMdiArea>(window_, "mdiArea");
@@ -527,12 +526,12 @@ TEST_F(MainWindowTest, EverythingLiesInsideTheWindowAtItsFirstSize) {
 }
 
 TEST_F(MainWindowTest, MemoryLabelsShowTheirTextsAndTheFrameAppears) {
-  EXPECT_FALSE(window_.DeviceFrame()->isVisible());
+  EXPECT_FALSE(Find<QFrame>(window_, "fraDeviceInfo")->isVisible());
   form_.SetMemoryLabels("flash  text", "eeprom text");
   form_.ShowDeviceFrame();
-  EXPECT_TRUE(window_.DeviceFrame()->isVisible());
-  EXPECT_EQ(window_.FlashSizeLabel()->text(), "flash  text");
-  EXPECT_EQ(window_.EepromSizeLabel()->text(), "eeprom text");
+  EXPECT_TRUE(Find<QFrame>(window_, "fraDeviceInfo")->isVisible());
+  EXPECT_EQ(Find<QLabel>(window_, "Lbl_flash_size")->text(), "flash  text");
+  EXPECT_EQ(Find<QLabel>(window_, "Lbl_eeprom_size")->text(), "eeprom text");
 }
 
 TEST_F(MainWindowTest, EachStatusPanelShowsItsOwnText) {

@@ -36,7 +36,9 @@ class MenuTree : public ::testing::Test {
   ViewWindow* Eeprom() { return window_.ViewOf(screen::View::Eeprom); }
 
   core::AppState state_;
-  MainWindow window_{state_};
+  testing::FakeTextFiles files_;
+  platform::Cp932CodePage code_page_;
+  MainWindow window_{state_, files_, code_page_};
   std::vector<std::string> log_;
 };
 
@@ -261,7 +263,7 @@ TEST_F(MenuTree, TheRearrangementOpensSettingsProgramAndEepromInThisOrder) {
 
 TEST_F(MenuTree, AllOpenChildrenAreArranged) {
   window_.ViewOf(screen::View::Verify)->show();
-  window_.ShowGuide();
+  window_.ChildArea()->ShowGuide();
   Eeprom()->close();
   Choose("mnuWindowTileVertical");
   const int width = window_.ChildArea()->maximumViewportSize().width();
@@ -273,7 +275,7 @@ TEST_F(MenuTree, AllOpenChildrenAreArranged) {
 TEST_F(MenuTree, MinimisedChildrenAreLinedUpAtTheLowerEdgeAndTheOthersStay) {
   window_.resize(900, 600);
   QApplication::processEvents();
-  window_.ShowGuide();
+  window_.ChildArea()->ShowGuide();
   const QRect place = Flash()->geometry();
   Eeprom()->showMinimized();
   window_.Guide().showMinimized();

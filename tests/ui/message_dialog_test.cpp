@@ -34,7 +34,9 @@ class MessageDialogTest : public ::testing::Test {
   }
 
   core::AppState state_;
-  MainWindow window_{state_};
+  testing::FakeTextFiles files_;
+  platform::Cp932CodePage code_page_;
+  MainWindow window_{state_, files_, code_page_};
   QtMessageDialog dialog_{window_, state_};
 };
 

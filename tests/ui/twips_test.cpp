@@ -24,7 +24,7 @@ TEST(Twips, PixelsSurviveTheWayToTwipsAndBack) {
 }
 
 TEST(Twips, APlaceIsConvertedAsAWhole) {
-  EXPECT_EQ(kEepromViewPlace.ToPixels(), QRect(3, 273, 360, 133));
+  EXPECT_EQ(ToPixels(kEepromViewPlace), QRect(3, 273, 360, 133));
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include "platform/system/code_page.h"
 #include "support/fakes.h"
 #include "ui/main_window.h"
-#include "ui/qt_views.h"
 #include "ui/view_window.h"
 #include "ui/window_bench.h"
 
@@ -32,10 +31,10 @@ class ViewsTest : public ::testing::Test {
   }
 
   core::AppState state_;
-  MainWindow window_{state_};
   testing::FakeTextFiles files_;
   platform::Cp932CodePage code_page_;
-  QtViews views_{window_, files_, code_page_};
+  MainWindow window_{state_, files_, code_page_};
+  ChildWindowArea& views_ = *window_.ChildArea();
 };
 
 TEST_F(ViewsTest, EachViewHasItsNamesAndAReadOnlyTextWithoutWrapping) {

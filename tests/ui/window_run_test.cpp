@@ -65,9 +65,9 @@ TEST(WindowRun, AfterTheStartTheSelectorHasTheThirteenDevicesAndTheFirstIsChosen
               core::DeviceCatalogue()[static_cast<std::size_t>(row)].DisplayName);
   }
   EXPECT_EQ(selector->currentText(), "ATtiny12L");
-  EXPECT_EQ(bench.Run.Window().FlashSizeLabel()->text(), "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 512 word");
-  EXPECT_EQ(bench.Run.Window().EepromSizeLabel()->text(), "EEPROMﾃﾞｰﾀﾒﾓﾘ: 64 byte");
-  EXPECT_TRUE(bench.Run.Window().DeviceFrame()->isVisible());
+  EXPECT_EQ(Find<QLabel>(bench.Run.Window(), "Lbl_flash_size")->text(), "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 512 word");
+  EXPECT_EQ(Find<QLabel>(bench.Run.Window(), "Lbl_eeprom_size")->text(), "EEPROMﾃﾞｰﾀﾒﾓﾘ: 64 byte");
+  EXPECT_TRUE(Find<QFrame>(bench.Run.Window(), "fraDeviceInfo")->isVisible());
 }
 
 TEST(WindowRun, AFileGivenAtTheStartIsInTheFlashView) {
@@ -84,7 +84,7 @@ TEST(WindowRun, PickingADeviceByKeyboardShowsItsSizesAndBlankMemory) {
   selector->setFocus();
   QTest::keyClick(selector, Qt::Key_End);
   EXPECT_EQ(selector->currentText(), "AT90S8535");
-  EXPECT_EQ(bench.Run.Window().FlashSizeLabel()->text(), "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 4096 word");
+  EXPECT_EQ(Find<QLabel>(bench.Run.Window(), "Lbl_flash_size")->text(), "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 4096 word");
   const QString text = bench.Run.Window().ViewOf(screen::View::Flash)->TextControl()->toPlainText();
   EXPECT_TRUE(text.startsWith("0000: FFFF FFFF ")) << text.left(40).toStdString();
   EXPECT_EQ(bench.Settings.Read("Settings", "device"), "12");
