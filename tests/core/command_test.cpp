@@ -1,32 +1,19 @@
 #include "core/command.h"
 
-#include <stdexcept>
-
-#include <gtest/gtest.h>
-
-#include "core/recorded_run.h"
 #include "core/status.h"
 #include "core/trace_log.h"
+#include "support/test_run.h"
 
 namespace fenwright::core {
 namespace {
 
-using platform::MessageIcon;
-using platform::MessageMode;
-using testing::Journal;
-
 constexpr char kTracePath[] = "/app/_debug_avr.txt";
 
-class Command : public ::testing::Test {
- protected:
-  AppState& State() { return run_.State; }
-  RunContext& Context() { return run_.Context; }
+struct Command : Test, RecordedRun {
   CommandEnding Run(const std::function<void()>& body,
                     const std::function<void()>& on_early_end = {}) {
-    return RunCommand(run_.Context, body, on_early_end);
+    return RunCommand(Context, body, on_early_end);
   }
-
-  testing::RecordedRun run_;
 };
 
 TEST_F(Command, ABodyThatReturnsHasFinished) {
@@ -37,9 +24,9 @@ TEST_F(Command, ABodyThatReturnsHasFinished) {
 
 TEST_F(Command, TheGuardIsUpWhileTheBodyRunsAndDownAfterwards) {
   bool seen = false;
-  Run([&] { seen = State().CommandRunning; });
+  Run([&] { seen = State.CommandRunning; });
   EXPECT_TRUE(seen);
-  EXPECT_FALSE(State().CommandRunning);
+  EXPECT_FALSE(State.CommandRunning);
 }
 
 TEST_F(Command, ACommandInsideACommandIsRefusedAndDoesNothing) {
@@ -48,26 +35,26 @@ TEST_F(Command, ACommandInsideACommandIsRefusedAndDoesNothing) {
   CommandEnding inner = CommandEnding::Finished;
   const CommandEnding outer = Run([&] {
     inner = Run([&] { inner_ran = true; }, [&] { inner_ended_early = true; });
-    EXPECT_TRUE(State().CommandRunning);
+    EXPECT_TRUE(State.CommandRunning);
   });
   EXPECT_EQ(inner, CommandEnding::Refused);
   EXPECT_FALSE(inner_ran);
   EXPECT_FALSE(inner_ended_early);
   EXPECT_EQ(outer, CommandEnding::Finished);
-  EXPECT_FALSE(State().CommandRunning);
+  EXPECT_FALSE(State.CommandRunning);
 }
 
 TEST_F(Command, ARefusedCommandSaysNothing) {
   Run([&] { Run([] {}); });
-  EXPECT_TRUE(run_.Boxes.Boxes.empty());
-  EXPECT_TRUE(run_.TakeJournal().empty());
+  EXPECT_TRUE(Boxes.Boxes.empty());
+  EXPECT_TRUE(TakeJournal().empty());
 }
 
 TEST_F(Command, ARefusedCommandDoesNotUseUpTheStopRequestOfTheRunningOne) {
   Run([&] {
-    State().StopRequested = true;
+    State.StopRequested = true;
     Run([] {});
-    EXPECT_TRUE(State().StopRequested);
+    EXPECT_TRUE(State.StopRequested);
   });
 }
 
@@ -79,26 +66,26 @@ TEST_F(Command, TheNextCommandMayStartAfterOneHasEnded) {
 TEST_F(Command, AStopEndsTheBodyWhereItStandsWithoutAMessageBox) {
   bool went_on = false;
   EXPECT_EQ(Run([&] {
-              if (State().CommandRunning) throw CommandEnd{};
+              if (State.CommandRunning) throw CommandEnd{};
               went_on = true;
             }),
             CommandEnding::Stopped);
   EXPECT_FALSE(went_on);
-  EXPECT_TRUE(run_.Boxes.Boxes.empty());
-  EXPECT_FALSE(State().CommandRunning);
+  EXPECT_TRUE(Boxes.Boxes.empty());
+  EXPECT_FALSE(State.CommandRunning);
 }
 
 TEST_F(Command, AStopRequestIsUsedUpByACommandThatFinished) {
-  Run([&] { State().StopRequested = true; });
-  EXPECT_FALSE(State().StopRequested);
+  Run([&] { State.StopRequested = true; });
+  EXPECT_FALSE(State.StopRequested);
 }
 
 TEST_F(Command, AStopRequestIsUsedUpByACommandThatItEnded) {
   Run([&] {
-    State().StopRequested = true;
+    State.StopRequested = true;
     throw CommandEnd{};
   });
-  EXPECT_FALSE(State().StopRequested);
+  EXPECT_FALSE(State.StopRequested);
 }
 
 TEST_F(Command, TheStopDoesNotReachTheWorkThatAnEarlyEndStillHasToDo) {
@@ -106,12 +93,12 @@ TEST_F(Command, TheStopDoesNotReachTheWorkThatAnEarlyEndStillHasToDo) {
   bool guarded = false;
   Run(
       [&] {
-        State().StopRequested = true;
+        State.StopRequested = true;
         throw CommandEnd{};
       },
       [&] {
-        stop_seen = State().StopRequested;
-        guarded = State().CommandRunning;
+        stop_seen = State.StopRequested;
+        guarded = State.CommandRunning;
       });
   EXPECT_FALSE(stop_seen);
   EXPECT_TRUE(guarded);
@@ -126,13 +113,12 @@ TEST_F(Command, ABodyThatFinishesHasNoEarlyEnd) {
 TEST_F(Command, TheEarlyEndComesBeforeTheMessageBoxAndTheBusyDialogIsGoneByThen) {
   Run(
       [&] {
-        run_.RecordedDialog.Show("busy", MessageMode::Busy);
+        Dialog.Show("busy", MessageMode::Busy);
         throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "text"};
       },
-      [&] { run_.Recorded.emplace_back("early end"); });
-  EXPECT_EQ(run_.TakeJournal(),
-            (Journal{"dialog busy", "early end", "close dialog", "message box"}));
-  EXPECT_FALSE(run_.Dialog.Loaded);
+      [&] { Recorded.emplace_back("early end"); });
+  EXPECT_EQ(TakeJournal(), (Journal{"busy busy", "early end", "close dialog", "message box"}));
+  EXPECT_FALSE(Dialog.Loaded);
 }
 
 TEST_F(Command, AnEndThatTheEarlyEndThrowsItselfIsDropped) {
@@ -140,63 +126,59 @@ TEST_F(Command, AnEndThatTheEarlyEndThrowsItselfIsDropped) {
       Run([] { throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "first"}; },
           [] { throw CommandEnd{.Ending = CommandEnding::Stopped, .Text = "second"}; });
   EXPECT_EQ(ending, CommandEnding::FileError);
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Text, "first");
-  EXPECT_FALSE(State().CommandRunning);
+  EXPECT_THAT(Boxes.Texts(), ElementsAre("first"));
+  EXPECT_FALSE(State.CommandRunning);
 }
 
 TEST_F(Command, ABadSettingIsShownInACriticalMessageBox) {
   EXPECT_EQ(Run([] { throw CommandEnd{.Ending = CommandEnding::BadSetting, .Text = "device"}; }),
             CommandEnding::BadSetting);
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, MessageIcon::Critical);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Text, "device");
+  EXPECT_THAT(Boxes.Boxes, ElementsAre(Box{MessageIcon::Critical, "", "device"}));
 }
 
 TEST_F(Command, ATraceThatTheDiscRefusesEndsTheCommandAndIsExplained) {
-  run_.Files.Refused = {kTracePath};
+  Files.Refused = {kTracePath};
   bool went_on = false;
   EXPECT_EQ(Run([&] {
-              ShowStatus(Context(), "text");
+              ShowStatus(Context, "text");
               went_on = true;
             }),
             CommandEnding::FileError);
   EXPECT_FALSE(went_on);
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, MessageIcon::Critical);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Title, "");
-  const std::string& text = run_.Boxes.Boxes[0].Text;
-  EXPECT_NE(text.find(kTracePath), std::string::npos);
-  EXPECT_NE(text.find("permission denied"), std::string::npos);
-  EXPECT_NE(text.find("ディスクの空き容量とフォルダーの書き込み許可を確認してから"),
-            std::string::npos);
-  EXPECT_FALSE(State().CommandRunning);
+  ASSERT_EQ(Boxes.Boxes.size(), 1U);
+  EXPECT_EQ(Boxes.Boxes[0].Icon, MessageIcon::Critical);
+  EXPECT_EQ(Boxes.Boxes[0].Title, "");
+  const std::string& text = Boxes.Boxes[0].Text;
+  EXPECT_THAT(text, HasSubstr(kTracePath));
+  EXPECT_THAT(text, HasSubstr("permission denied"));
+  EXPECT_THAT(text, HasSubstr("ディスクの空き容量とフォルダーの書き込み許可を確認してから"));
+  EXPECT_FALSE(State.CommandRunning);
 }
 
 TEST_F(Command, AnEarlyEndThatTracesToTheSameRefusedFileIsDroppedAndOneBoxIsShown) {
-  run_.Files.Refused = {kTracePath};
-  const auto trace = [&] { TraceLog(Context()).AppendMessage("text"); };
+  Files.Refused = {kTracePath};
+  const auto trace = [&] { TraceLog(Context).AppendMessage("text"); };
   EXPECT_EQ(Run(trace, trace), CommandEnding::FileError);
-  EXPECT_EQ(run_.Boxes.Boxes.size(), 1U);
+  EXPECT_EQ(Boxes.Boxes.size(), 1U);
 }
 
 TEST_F(Command, TheLinesBeforeTheRefusalStayInTheTrace) {
   Run([&] {
-    ShowStatus(Context(), "before");
-    run_.Files.Refused = {kTracePath};
-    ShowStatus(Context(), "after");
+    ShowStatus(Context, "before");
+    Files.Refused = {kTracePath};
+    ShowStatus(Context, "after");
   });
-  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"before"});
+  EXPECT_EQ(NewTrace(), Texts{"before"});
 }
 
 TEST_F(Command, AnUnexpectedErrorPassesThroughAndTakesTheGuardDown) {
   EXPECT_THROW(Run([&] {
-                 State().StopRequested = true;
+                 State.StopRequested = true;
                  throw std::runtime_error("defect");
                }),
                std::runtime_error);
-  EXPECT_FALSE(State().CommandRunning);
-  EXPECT_FALSE(State().StopRequested);
+  EXPECT_FALSE(State.CommandRunning);
+  EXPECT_FALSE(State.StopRequested);
 }
 
 }  // namespace

@@ -1,16 +1,10 @@
 #pragma once
 
-#include <deque>
-#include <functional>
-#include <map>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "platform/com_form.h"
 #include "platform/main_form.h"
 #include "platform/port_info.h"
 #include "platform/single_instance.h"
+#include "support/fakes.h"
 
 namespace fenwright::testing {
 
@@ -29,9 +23,9 @@ class FakeMainForm final : public platform::MainForm {
     MainPlace = place;
     Calls.emplace_back("place main");
   }
-  void PlaceView(platform::View view, const platform::TwipsPlace& place) override {
+  void PlaceView(View view, const platform::TwipsPlace& place) override {
     ViewPlaces[view] = place;
-    Calls.emplace_back(view == platform::View::Flash ? "place flash" : "place eeprom");
+    Calls.emplace_back(view == View::Flash ? "place flash" : "place eeprom");
   }
   void Show() override { Call("show"); }
   void EnableTimer() override { Calls.emplace_back("timer"); }
@@ -41,7 +35,7 @@ class FakeMainForm final : public platform::MainForm {
     Call("guide");
   }
   [[nodiscard]] platform::TwipsPlace CurrentPlace() const override { return MainPlace; }
-  [[nodiscard]] platform::TwipsPlace CurrentPlaceOf(platform::View view) const override {
+  [[nodiscard]] platform::TwipsPlace CurrentPlaceOf(View view) const override {
     return ViewPlaces.at(view);
   }
   [[nodiscard]] platform::TwipsPosition GuidePosition() const override { return Guide; }
@@ -54,7 +48,7 @@ class FakeMainForm final : public platform::MainForm {
   std::string SupportPageLabel;
   std::string Caption;
   platform::TwipsPlace MainPlace;
-  std::map<platform::View, platform::TwipsPlace> ViewPlaces;
+  std::map<View, platform::TwipsPlace> ViewPlaces;
   platform::TwipsPosition Guide;
   bool Minimised = false;
 
