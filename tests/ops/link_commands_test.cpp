@@ -1,27 +1,17 @@
 #include "ops/link_commands.h"
 
-#include <chrono>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "ops/commands.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
-
-using core::CommandEnding;
 using ops::BoardVerdict;
 using ops::DeviceAnswer;
 
 constexpr double kByte = 10.0 / 57600;
 
 board::SimulatedBoardOptions WithVersion(const std::string& line) {
-  board::SimulatedBoardOptions options;
-  options.Board.VersionLine = line + "\r\n";
-  return options;
+  return {.Board = {.VersionLine = line + "\r\n"}};
 }
 
 /// A board that was looked for.
@@ -57,17 +47,13 @@ TEST(Detect, AFirmwareBelowTheLowestOneIsRefusedAndNoDeviceOffered) {
 
 TEST(Detect, AnotherDeviceAndASilentLineAreNoBoard) {
   EXPECT_EQ(DetectRun(WithVersion("SOMETHING QUITE 1")).Verdict(), BoardVerdict::None);
-  board::SimulatedBoardOptions silent;
-  silent.Faults.push_back(MakeFault("silent"));
-  const DetectRun run(silent);
+  const DetectRun run(WithFaults("silent"));
   EXPECT_EQ(run.Verdict(), BoardVerdict::None);
   EXPECT_EQ(run.Answer(), DeviceAnswer::NotAsked);
 }
 
 TEST(Detect, ADeviceThatIsNotAcknowledgedIsRefused) {
-  board::SimulatedBoardOptions options;
-  options.Faults.push_back(MakeFault("flip@4"));
-  const DetectRun run(options);
+  const DetectRun run(WithFaults("flip@4"));
   EXPECT_EQ(run.Verdict(), BoardVerdict::Accepted);
   EXPECT_EQ(run.Answer(), DeviceAnswer::Refused);
 }
@@ -75,7 +61,7 @@ TEST(Detect, ADeviceThatIsNotAcknowledgedIsRefused) {
 TEST(Detect, WhatAnEarlierBoardSaidIsForgotten) {
   DetectRun run;
   run.Port.Board().Protocol().Restart();
-  run.Settings.Write("Settings", "ComNox", "0");
+  run.Store("ComNox", "0");
   ops::DetectCommand(run.Context);
   EXPECT_EQ(run.Verdict(), BoardVerdict::None);
   EXPECT_EQ(run.Answer(), DeviceAnswer::NotAsked);
@@ -96,9 +82,7 @@ TEST(RoundTrips, AreMeasuredOneByOneAndEndWithTheEscapeByte) {
 }
 
 TEST(RoundTrips, AnAdapterThatHoldsRepliesBackShows) {
-  board::SimulatedBoardOptions options;
-  options.Latency = std::chrono::milliseconds(16);
-  DetectRun run(options);
+  DetectRun run({.Latency = 16ms});
   std::vector<double> times;
   ops::MeasureRoundTripsCommand(run.Context, 20, times);
   ASSERT_EQ(times.size(), 20U);
@@ -106,9 +90,7 @@ TEST(RoundTrips, AnAdapterThatHoldsRepliesBackShows) {
 }
 
 TEST(RoundTrips, StopAtTheFirstExchangeWithoutAnAnswer) {
-  board::SimulatedBoardOptions options;
-  options.Faults.push_back(MakeFault("silent@10"));
-  DetectRun run(options);
+  DetectRun run(WithFaults("silent@10"));
   std::vector<double> times;
   EXPECT_EQ(ops::MeasureRoundTripsCommand(run.Context, 200, times), CommandEnding::Finished);
   EXPECT_EQ(times.size(), 5U);
@@ -149,9 +131,7 @@ TEST(Forecast, TheTiny26WritesAWordInOneExchange) {
 }
 
 TEST(Forecast, IsWhatProgrammingAFullDeviceTakesOnTheSimulatedLine) {
-  board::SimulatedBoardOptions options;
-  options.Latency = std::chrono::milliseconds(4);
-  DetectRun run(options);
+  DetectRun run({.Latency = 4ms});
   run.LoadImage(RandomBytes(8192, 3), Bytes(512, 0x21));
   std::vector<double> times;
   ops::MeasureRoundTripsCommand(run.Context, 200, times);

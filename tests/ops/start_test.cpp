@@ -1,17 +1,12 @@
 // Start, device picks and opening files, as the front ends call them.
 
-#include <algorithm>
-
-#include <gtest/gtest.h>
-
+#include "core/device_catalogue.h"
 #include "core/settings_keys.h"
 #include "ops/commands.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
-
-using core::CommandEnding;
 
 struct StartRun : ScriptedRun {
   CommandEnding Start(const std::string& argument = "") {
@@ -20,129 +15,119 @@ struct StartRun : ScriptedRun {
   }
 };
 
-TEST(Start, WithAnEmptyStoreSelectsTheFirstDevice) {
-  StartRun run;
-  EXPECT_EQ(run.Start(), CommandEnding::Finished);
-  EXPECT_EQ(run.Form.DeviceText(), "ATtiny12L");
-  EXPECT_EQ(run.Form.Names.size(), 13U);
-  EXPECT_EQ(run.State.FlashWords, 512);
-  EXPECT_EQ(run.Settings.Read("Settings", "device"), "0");
+struct StartTest : Test, StartRun {};
+
+TEST_ON(StartTest, Start, WithAnEmptyStoreSelectsTheFirstDevice) {
+  EXPECT_EQ(Start(), CommandEnding::Finished);
+  EXPECT_EQ(Form.DeviceText(), "ATtiny12L");
+  EXPECT_EQ(Form.Names.size(), core::DeviceCatalogue().size());
+  EXPECT_EQ(State.FlashWords, 512);
+  EXPECT_EQ(Stored("device"), "0");
 }
 
-TEST(Start, RestoresTheStoredDevice) {
-  StartRun run;
-  run.Settings.Write("Settings", "device", "12");
-  run.Start();
-  EXPECT_EQ(run.Form.DeviceText(), "AT90S8535");
-  EXPECT_EQ(run.State.DeviceCode, 0x68);
+TEST_ON(StartTest, Start, RestoresTheStoredDevice) {
+  Store("device", "12");
+  Start();
+  EXPECT_EQ(Form.DeviceText(), "AT90S8535");
+  EXPECT_EQ(State.DeviceCode, 0x68);
 }
 
-TEST(Start, BlanksBothBuffersAndShowsTheirDumps) {
-  StartRun run;
-  run.Start();
-  EXPECT_TRUE(std::ranges::all_of(run.State.FlashBuffer, [](auto byte) { return byte == 0xFF; }));
-  EXPECT_TRUE(std::ranges::all_of(run.State.EepromBuffer, [](auto byte) { return byte == 0xFF; }));
-  EXPECT_EQ(run.Files.Files["/app/avreep.txt"].substr(0, 57),
+TEST_ON(StartTest, Start, BlanksBothBuffersAndShowsTheirDumps) {
+  Start();
+  EXPECT_TRUE(FlashIs(0xFF));
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_EQ(Files.Files["/app/avreep.txt"].substr(0, 57),
             "0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF \xA5\xA5\xA5");
-  EXPECT_EQ(run.Views.Paths[platform::View::Flash], "/app/avrhex.txt");
+  EXPECT_EQ(Views.Paths[View::Flash], "/app/avrhex.txt");
 }
 
-TEST(Start, DeletesTheTraceOfTheWorkingFolderAndKeepsThatOfAnother) {
+TEST_ON(StartTest, Start, DeletesTheTraceOfTheWorkingFolderAndKeepsThatOfAnother) {
   // The program's folder is not known yet when the old trace is deleted.
-  StartRun run;
-  run.Files.Files["_debug_avr.txt"] = "old";
-  run.Files.Files["/app/_debug_avr.txt"] = "old\r\n";
-  run.Start();
-  EXPECT_FALSE(run.Files.Files.contains("_debug_avr.txt"));
-  EXPECT_TRUE(run.Files.Files["/app/_debug_avr.txt"].starts_with("old\r\n"));
+  Files.Files["_debug_avr.txt"] = "old";
+  Files.Files["/app/_debug_avr.txt"] = "old\r\n";
+  Start();
+  EXPECT_FALSE(Files.Files.contains("_debug_avr.txt"));
+  EXPECT_TRUE(Files.Files["/app/_debug_avr.txt"].starts_with("old\r\n"));
 }
 
-TEST(Start, WithNoStoredSelectionLeavesTheTextEmpty) {
-  StartRun run;
-  run.Settings.Write("Settings", "device", "-1");
-  EXPECT_EQ(run.Start(), CommandEnding::Finished);
-  EXPECT_EQ(run.Form.DeviceText(), "");
-  EXPECT_EQ(run.State.FlashWords, 0);
-  EXPECT_EQ(run.State.DeviceCode, 0);
-  EXPECT_EQ(run.Settings.Read("Settings", "device"), "-1");
+TEST_ON(StartTest, Start, WithNoStoredSelectionLeavesTheTextEmpty) {
+  Store("device", "-1");
+  EXPECT_EQ(Start(), CommandEnding::Finished);
+  EXPECT_EQ(Form.DeviceText(), "");
+  EXPECT_EQ(State.FlashWords, 0);
+  EXPECT_EQ(State.DeviceCode, 0);
+  EXPECT_EQ(Stored("device"), "-1");
 }
 
-TEST(Start, AStoredDeviceThatMakesNoSenseEndsItWithACriticalBox) {
+TEST_ON(StartTest, Start, AStoredDeviceThatMakesNoSenseEndsItWithACriticalBox) {
   for (const char* value : {"x", "", "1.5", "13", "-2", "99999999999999999999"}) {
     SCOPED_TRACE(value);
     StartRun run;
-    run.Settings.Write("Settings", "device", value);
+    run.Store("device", value);
     EXPECT_EQ(run.Start(), CommandEnding::BadSetting);
     ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-    EXPECT_EQ(run.Boxes.Boxes[0].Icon, platform::MessageIcon::Critical);
+    EXPECT_EQ(run.Boxes.Boxes[0].Icon, MessageIcon::Critical);
     for (const std::string part : {"Settings", "device", value}) {
-      EXPECT_NE(run.Boxes.Boxes[0].Text.find(part), std::string::npos);
+      EXPECT_THAT(run.Boxes.Boxes[0].Text, HasSubstr(part));
     }
   }
 }
 
-TEST(Start, KeepsTheFileOfTheCommandLineForTheFrontEndToOpen) {
-  StartRun run;
-  run.Start("/p/a.hex");
-  EXPECT_EQ(run.State.CommandArgument, "/p/a.hex");
-  EXPECT_EQ(run.State.CodeFileName, "");
+TEST_ON(StartTest, Start, KeepsTheFileOfTheCommandLineForTheFrontEndToOpen) {
+  Start("/p/a.hex");
+  EXPECT_EQ(State.CommandArgument, "/p/a.hex");
+  EXPECT_EQ(State.CodeFileName, "");
 }
 
-TEST(Open, AFileByItsPathStoresItsWordsHighByteFirst) {
-  StartRun run;
-  run.Start();
-  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n:00000001FF\r\n";
-  ops::OpenBothCommand(run.Context, "/p/a.hex");
-  EXPECT_EQ(run.State.FlashBuffer[0], 0x94);
-  EXPECT_EQ(run.State.FlashBuffer[1], 0x0C);
-  EXPECT_EQ(run.PanelText(platform::Panel::Status), "ファイルをオープンしました。");
+TEST_ON(StartTest, Open, AFileByItsPathStoresItsWordsHighByteFirst) {
+  Start();
+  Files.Files["/p/a.hex"] = ":020000000C9460\r\n:00000001FF\r\n";
+  ops::OpenBothCommand(Context, "/p/a.hex");
+  EXPECT_EQ(FlashBytes(0, 2), "94 0C");
+  EXPECT_EQ(PanelText(Panel::Status), "ファイルをオープンしました。");
 }
 
-TEST(Pick, DiscardsTheLoadedImageAndStoresTheSelection) {
-  StartRun run;
-  run.Start();
-  run.State.FlashBuffer[0] = 1;
-  run.State.EepromBuffer[2048] = 2;
-  run.Form.SetDeviceIndex(2);
-  ops::PickDeviceCommand(run.Context);
-  EXPECT_EQ(run.State.FlashBuffer[0], 0xFF);
-  EXPECT_EQ(run.State.EepromBuffer[2048], 0xFF);
-  EXPECT_EQ(run.Settings.Read("Settings", "device"), "2");
-  EXPECT_EQ(run.State.DeviceCode, 0x59);
-  EXPECT_EQ(run.Form.FlashLabel, "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 1024 word");
+TEST_ON(StartTest, Pick, DiscardsTheLoadedImageAndStoresTheSelection) {
+  Start();
+  State.FlashBuffer[0] = 1;
+  State.EepromBuffer[2048] = 2;
+  Form.SetDeviceIndex(2);
+  ops::PickDeviceCommand(Context);
+  EXPECT_EQ(State.FlashBuffer[0], 0xFF);
+  EXPECT_EQ(State.EepromBuffer[2048], 0xFF);
+  EXPECT_EQ(Stored("device"), "2");
+  EXPECT_EQ(State.DeviceCode, 0x59);
+  EXPECT_EQ(Form.FlashLabel, "ﾌﾟﾛｸﾞﾗﾑﾒﾓﾘ   : 1024 word");
 }
 
-TEST(Open, ACancelledDialogChangesNothing) {
-  StartRun run;
-  run.Start();
-  run.NewTrace();
-  const ops::OpenResult result = ops::OpenBothCommand(run.Context);
+TEST_ON(StartTest, Open, ACancelledDialogChangesNothing) {
+  Start();
+  NewTrace();
+  const ops::OpenResult result = ops::OpenBothCommand(Context);
   EXPECT_FALSE(result.Chosen);
-  EXPECT_EQ(run.State.CodeFileName, "");
-  EXPECT_TRUE(run.NewTrace().empty());
+  EXPECT_EQ(State.CodeFileName, "");
+  EXPECT_TRUE(NewTrace().empty());
 }
 
-TEST(Open, TheChosenFileBringsItsPartner) {
-  StartRun run;
-  run.Start();
-  run.Settings.Write("Settings", "OPEN_DIR", "/last");
-  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
-  run.Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
-  run.FileDialogs.Choice = "/p/a.hex";
-  const ops::OpenResult result = ops::OpenBothCommand(run.Context);
+TEST_ON(StartTest, Open, TheChosenFileBringsItsPartner) {
+  Start();
+  Store("OPEN_DIR", "/last");
+  Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
+  Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
+  FileDialogs.Choice = "/p/a.hex";
+  const ops::OpenResult result = ops::OpenBothCommand(Context);
   EXPECT_TRUE(result.Report.DataFileFound);
-  EXPECT_EQ(run.State.EepromBuffer[0], 0x42);
-  EXPECT_EQ(run.FileDialogs.Requests.at(0).StartFolder, "/last");
-  EXPECT_EQ(run.Settings.Read("Settings", "OPEN_DIR"), "/p");
+  EXPECT_EQ(State.EepromBuffer[0], 0x42);
+  EXPECT_EQ(FileDialogs.Requests.at(0).StartFolder, "/last");
+  EXPECT_EQ(Stored("OPEN_DIR"), "/p");
 }
 
-TEST(Open, WithoutADataPathLeavesTheEepromBlank) {
-  StartRun run;
-  run.Start();
-  run.Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
-  run.Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
-  ops::OpenBothCommand(run.Context, "/p/a.hex", "");
-  EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
+TEST_ON(StartTest, Open, WithoutADataPathLeavesTheEepromBlank) {
+  Start();
+  Files.Files["/p/a.hex"] = ":020000000C9460\r\n";
+  Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
+  ops::OpenBothCommand(Context, "/p/a.hex", "");
+  EXPECT_EQ(State.EepromBuffer[0], 0xFF);
 }
 
 TEST(Reload, IsMarkedWhileItRunsAndNoOtherStartsMeanwhile) {
@@ -154,10 +139,10 @@ TEST(Reload, IsMarkedWhileItRunsAndNoOtherStartsMeanwhile) {
   run.Files.OnRead = [&] {
     ++reads;
     EXPECT_TRUE(run.State.ReloadInProgress);
-    EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::Refused);
+    EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, CommandEnding::Refused);
     EXPECT_TRUE(run.State.ReloadInProgress) << "a refused one changes nothing";
   };
-  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::Finished);
+  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, CommandEnding::Finished);
   EXPECT_EQ(reads, 1);
   EXPECT_FALSE(run.State.ReloadInProgress);
 }
@@ -167,7 +152,7 @@ TEST(Reload, ThatADiscEndsIsMarkedNoLonger) {
   run.Files.Files["/files/prog.hex"] = ":020000000C945E\r\n";
   ops::OpenBothCommand(run.Context, "/files/prog.hex");
   run.Files.Refused = {"/app/avrhex.txt"};
-  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, core::CommandEnding::FileError);
+  EXPECT_EQ(ops::ReloadCommand(run.Context).Ending, CommandEnding::FileError);
   EXPECT_FALSE(run.State.ReloadInProgress);
 }
 
