@@ -1,11 +1,5 @@
 #include "update/com_selection.h"
 
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "support/form_fakes.h"
 #include "support/test_run.h"
 
@@ -13,32 +7,20 @@ namespace fenwright::update {
 namespace {
 
 using platform::ComFormButton;
-using platform::MessageIcon;
-using platform::Panel;
-using platform::PortOpenStatus;
-using ::testing::ElementsAre;
-using testing::FakeComForm;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 const std::string kFailed = "ポートオープン失敗";
 const std::string kNoPortText = "COM? のオープンに失敗しました。\rポート番号を再設定してください。";
 const std::string kCom7Text = "COM7 のオープンに失敗しました。\rポート番号を再設定してください。";
 
 /// On a scripted port, closed unless said otherwise, with nothing stored.
-struct Selection : testing::ScriptedRun {
+struct Selection : ScriptedRun {
   FakeComForm Form_;
-  platform::MemorySettingsStore Empty;
 
   Selection() {
     Port.Close();
     Port.Log.clear();
-    Settings = Empty;
+    Settings = {};
     State.LinkError = 9;
-  }
-  void StorePort(const char* value) { Settings.Write("Settings", "ComNox", value); }
-  [[nodiscard]] std::string StoredPort() const {
-    return Settings.Read("Settings", "ComNox").value_or("(missing)");
   }
   void Load() { LoadComSelection(Context, Form_); }
   bool Ok(int index) {
@@ -47,50 +29,49 @@ struct Selection : testing::ScriptedRun {
   }
 };
 
+struct SelectionTest : Test, Selection {};
+
 /// On a board that answers.
-struct SelectionOnBoard : testing::BoardRun {
+struct SelectionOnBoard : BoardRun {
   FakeComForm Form_;
   SelectionOnBoard() : BoardRun("AT90S8515") {}
 };
 
-TEST(ComSelectionLoad, TheListHasTheUnknownPortAndTwentyNumbersInOrder) {
-  Selection run;
-  run.Load();
-  EXPECT_THAT(run.Form_.Items,
+TEST_ON(SelectionTest, ComSelectionLoad, TheListHasTheUnknownPortAndTwentyNumbersInOrder) {
+  Load();
+  EXPECT_THAT(Form_.Items,
               ElementsAre("????", "COM1", "COM2", "COM3", "COM4", "COM5", "COM6", "COM7", "COM8",
                           "COM9", "COM10", "COM11", "COM12", "COM13", "COM14", "COM15", "COM16",
                           "COM17", "COM18", "COM19", "COM20"));
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("place"));
+  EXPECT_THAT(Form_.Calls, ElementsAre("place"));
 }
 
-TEST(ComSelectionLoad, WithNothingStoredTheUnknownPortIsSelectedAndThePortLeftAlone) {
-  Selection run;
-  run.Load();
-  EXPECT_EQ(run.Form_.Index, 0);
-  EXPECT_THAT(run.Port.Log, IsEmpty());
-  EXPECT_EQ(run.State.LinkError, 9);
+TEST_ON(SelectionTest, ComSelectionLoad,
+        WithNothingStoredTheUnknownPortIsSelectedAndThePortLeftAlone) {
+  Load();
+  EXPECT_EQ(Form_.Index, 0);
+  EXPECT_THAT(Port.Log, IsEmpty());
+  EXPECT_EQ(State.LinkError, 9);
 }
 
-TEST(ComSelectionLoad, AStoredThreeSelectsCom3AndSetsItsNumberWithoutOpening) {
-  Selection run;
-  run.StorePort("3");
-  run.Load();
-  EXPECT_EQ(run.Form_.Index, 3);
-  EXPECT_THAT(run.Port.Log, ElementsAre("CommPort=3"));
-  EXPECT_FALSE(run.Port.PortOpen());
+TEST_ON(SelectionTest, ComSelectionLoad, AStoredThreeSelectsCom3AndSetsItsNumberWithoutOpening) {
+  Store("ComNox", "3");
+  Load();
+  EXPECT_EQ(Form_.Index, 3);
+  EXPECT_THAT(Port.Log, ElementsAre("CommPort=3"));
+  EXPECT_FALSE(Port.PortOpen());
 }
 
-TEST(ComSelectionLoad, LeavesAnEmptyLineInTheTrace) {
-  Selection run;
-  run.Load();
-  EXPECT_THAT(run.Trace(), ElementsAre(""));
+TEST_ON(SelectionTest, ComSelectionLoad, LeavesAnEmptyLineInTheTrace) {
+  Load();
+  EXPECT_THAT(Trace(), ElementsAre(""));
 }
 
-TEST(ComSelectionLoad, AStoredNumberThatIsNoneSelectsTheUnknownPortAndSaysSo) {
+TEST_ON(SelectionTest, ComSelectionLoad, AStoredNumberThatIsNoneSelectsTheUnknownPortAndSaysSo) {
   for (const char* value : {"21", "-1", "three", "", "3.5", "99999"}) {
     SCOPED_TRACE(value);
     Selection run;
-    run.StorePort(value);
+    run.Store("ComNox", value);
     run.Load();
     EXPECT_EQ(run.Form_.Index, 0);
     EXPECT_THAT(run.Form_.Note, HasSubstr("\"" + std::string(value) + "\""));
@@ -98,60 +79,49 @@ TEST(ComSelectionLoad, AStoredNumberThatIsNoneSelectsTheUnknownPortAndSaysSo) {
   }
 }
 
-TEST(ComSelectionOk, WithTheUnknownPortFailsAndLeavesThePortClosed) {
-  Selection run;
-  run.Port.StartOpen();
-  EXPECT_FALSE(run.Ok(0));
-  ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.Boxes.Boxes[0].Icon, MessageIcon::Critical);
-  EXPECT_EQ(run.Boxes.Boxes[0].Title, kFailed);
-  EXPECT_EQ(run.Boxes.Boxes[0].Text, kNoPortText);
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_THAT(run.Port.Log, ElementsAre("Close"));
-  EXPECT_EQ(run.StoredPort(), "(missing)");
-  EXPECT_THAT(run.Form_.Calls, IsEmpty());
+TEST_ON(SelectionTest, ComSelectionOk, WithTheUnknownPortFailsAndLeavesThePortClosed) {
+  Port.StartOpen();
+  EXPECT_FALSE(Ok(0));
+  EXPECT_THAT(Boxes.Boxes, ElementsAre(Box{MessageIcon::Critical, kFailed, kNoPortText}));
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_THAT(Port.Log, ElementsAre("Close"));
+  EXPECT_EQ(Stored("ComNox"), "(missing)");
+  EXPECT_THAT(Form_.Calls, IsEmpty());
 }
 
-TEST(ComSelectionOk, SetsEveryPropertyAndOpensInThisOrder) {
-  Selection run;
-  run.Port.OpenResult = {PortOpenStatus::Missing, "/dev/ttyUSB2", "no such device"};
-  run.Ok(7);
-  EXPECT_THAT(run.Port.Log,
+TEST_ON(SelectionTest, ComSelectionOk, SetsEveryPropertyAndOpensInThisOrder) {
+  Port.OpenResult = {PortOpenStatus::Missing, "/dev/ttyUSB2", "no such device"};
+  Ok(7);
+  EXPECT_THAT(Port.Log,
               ElementsAre("CommPort=7", "Settings=57600,n,8,1", "Handshaking=0", "InputLen=0",
                           "RTSEnable=true", "RThreshold=1", "DiscardInput", "Open"));
 }
 
-TEST(ComSelectionOk, APortThatCannotBeOpenedIsReportedAndNothingIsStored) {
-  Selection run;
-  run.StorePort("4");
-  run.Port.OpenResult = {PortOpenStatus::Missing, "/dev/ttyUSB2", "no such device"};
-  EXPECT_FALSE(run.Ok(7));
-  ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.Boxes.Boxes[0].Icon, MessageIcon::Critical);
-  EXPECT_EQ(run.Boxes.Boxes[0].Title, kFailed);
-  EXPECT_EQ(run.Boxes.Boxes[0].Text, kCom7Text);
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_EQ(run.StoredPort(), "4");
-  EXPECT_THAT(run.Form_.Calls, IsEmpty());
+TEST_ON(SelectionTest, ComSelectionOk, APortThatCannotBeOpenedIsReportedAndNothingIsStored) {
+  Store("ComNox", "4");
+  Port.OpenResult = {PortOpenStatus::Missing, "/dev/ttyUSB2", "no such device"};
+  EXPECT_FALSE(Ok(7));
+  EXPECT_THAT(Boxes.Boxes, ElementsAre(Box{MessageIcon::Critical, kFailed, kCom7Text}));
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_EQ(Stored("ComNox"), "4");
+  EXPECT_THAT(Form_.Calls, IsEmpty());
 }
 
-TEST(ComSelectionOk, TheNumberIsInTheStatusBarEvenWhenThePortCannotBeOpened) {
-  Selection run;
-  run.Port.OpenResult = {PortOpenStatus::Busy, "/dev/ttyUSB2", "in use"};
-  run.Ok(7);
-  EXPECT_EQ(run.PanelText(Panel::Port), "COM7");
+TEST_ON(SelectionTest, ComSelectionOk, TheNumberIsInTheStatusBarEvenWhenThePortCannotBeOpened) {
+  Port.OpenResult = {PortOpenStatus::Busy, "/dev/ttyUSB2", "in use"};
+  Ok(7);
+  EXPECT_EQ(PanelText(Panel::Port), "COM7");
 }
 
-TEST(ComSelectionOk, TheCauseStandsInTheDialogsOwnLine) {
-  Selection run;
-  run.Port.OpenResult = {PortOpenStatus::NoPermission, "/dev/ttyUSB2", "グループ dialout に入り"};
-  run.Ok(7);
-  EXPECT_EQ(run.Form_.Note, "グループ dialout に入り");
+TEST_ON(SelectionTest, ComSelectionOk, TheCauseStandsInTheDialogsOwnLine) {
+  Port.OpenResult = {PortOpenStatus::NoPermission, "/dev/ttyUSB2", "グループ dialout に入り"};
+  Ok(7);
+  EXPECT_EQ(Form_.Note, "グループ dialout に入り");
 }
 
-TEST(ComSelectionOk, StoresTheChoiceHidesAndChecksTheLinkBeforeItUnloads) {
+TEST_ON(SelectionTest, ComSelectionOk, StoresTheChoiceHidesAndChecksTheLinkBeforeItUnloads) {
   SelectionOnBoard run;
-  run.Settings.Write("Settings", "ComNox", "3");
+  run.Store("ComNox", "3");
   run.State.LinkError = 9;
   run.Form_.Index = 12;
   run.NewTrace();
@@ -159,9 +129,9 @@ TEST(ComSelectionOk, StoresTheChoiceHidesAndChecksTheLinkBeforeItUnloads) {
   bool unloaded = false;
   run.Form_.OnHide = [&] {
     hidden = true;
-    EXPECT_EQ(run.Settings.Read("Settings", "ComNox"), "12");
+    EXPECT_EQ(run.Stored("ComNox"), "12");
     EXPECT_TRUE(run.Port.PortOpen());
-    EXPECT_EQ(run.NewTrace(), std::vector<std::string>{"COM12"});
+    EXPECT_EQ(run.NewTrace(), Texts{"COM12"});
   };
   run.Form_.OnUnload = [&] {
     unloaded = true;
@@ -172,25 +142,24 @@ TEST(ComSelectionOk, StoresTheChoiceHidesAndChecksTheLinkBeforeItUnloads) {
   EXPECT_TRUE(hidden);
   EXPECT_TRUE(unloaded);
   EXPECT_THAT(run.Form_.Calls, ElementsAre("hide", "unload"));
-  EXPECT_EQ(run.Wire, testing::BoardRun::LinkCheckBytes(0x38));
+  EXPECT_EQ(run.Wire, BoardRun::LinkCheckBytes(0x38));
   EXPECT_EQ(run.PanelText(Panel::Port), "COM12");
   EXPECT_TRUE(run.Port.PortOpen());
   EXPECT_TRUE(run.Boxes.Boxes.empty());
 }
 
-TEST(ComSelectionOk, AFailedLinkCheckIsNoFailureOfTheSelection) {
-  Selection run;
-  run.Select(run.Context, "AT90S8515");
-  run.Port.Expect("1B").Expect("3F").Expect("3F");
-  EXPECT_TRUE(run.Ok(5));
-  EXPECT_EQ(run.Dialog.Text,
+TEST_ON(SelectionTest, ComSelectionOk, AFailedLinkCheckIsNoFailureOfTheSelection) {
+  Select(Context, "AT90S8515");
+  Port.Expect("1B").Expect("3F").Expect("3F");
+  EXPECT_TRUE(Ok(5));
+  EXPECT_EQ(Dialog.Text,
             "ライターを検出できませんでした。使用可能な通信ポートを設定してください。");
-  EXPECT_EQ(run.State.LinkError, 0);
-  EXPECT_EQ(run.StoredPort(), "5");
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("hide", "unload"));
+  EXPECT_EQ(State.LinkError, 0);
+  EXPECT_EQ(Stored("ComNox"), "5");
+  EXPECT_THAT(Form_.Calls, ElementsAre("hide", "unload"));
 }
 
-TEST(ComSelectionOk, AnOpenPortIsClosedFirst) {
+TEST_ON(SelectionTest, ComSelectionOk, AnOpenPortIsClosedFirst) {
   SelectionOnBoard run;
   run.Port.Open();
   run.Form_.Index = 2;
@@ -198,60 +167,55 @@ TEST(ComSelectionOk, AnOpenPortIsClosedFirst) {
   EXPECT_EQ(run.Port.CommPort(), 2);
 }
 
-TEST(ComSelectionCancel, TracesThatTheCheckWasNotMadeAndLeavesThePort) {
-  Selection run;
-  run.Port.StartOpen();
-  run.StorePort("4");
-  CommandCancel(run.Context, run.Form_);
-  EXPECT_THAT(run.Trace(), ElementsAre("ライター接続確認が終了していません。"));
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_TRUE(run.Port.PortOpen());
-  EXPECT_THAT(run.Port.Log, IsEmpty());
-  EXPECT_EQ(run.StoredPort(), "4");
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("unload"));
+TEST_ON(SelectionTest, ComSelectionCancel, TracesThatTheCheckWasNotMadeAndLeavesThePort) {
+  Port.StartOpen();
+  Store("ComNox", "4");
+  CommandCancel(Context, Form_);
+  EXPECT_THAT(Trace(), ElementsAre("ライター接続確認が終了していません。"));
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_TRUE(Port.PortOpen());
+  EXPECT_THAT(Port.Log, IsEmpty());
+  EXPECT_EQ(Stored("ComNox"), "4");
+  EXPECT_THAT(Form_.Calls, ElementsAre("unload"));
 }
 
-TEST(ComSelection, StaysAfterAFailureSoThatAnotherPortCanBeChosen) {
+TEST_ON(SelectionTest, ComSelection, StaysAfterAFailureSoThatAnotherPortCanBeChosen) {
   SelectionOnBoard run;
   run.Form_.Steps = {{.Choice = 0}, {.Choice = 6}};
-  EXPECT_EQ(SelectComPortCommand(run.Context, run.Form_), core::CommandEnding::Finished);
+  EXPECT_EQ(SelectComPortCommand(run.Context, run.Form_), CommandEnding::Finished);
   EXPECT_THAT(run.Form_.Calls, ElementsAre("place", "wait", "wait", "hide", "unload"));
-  ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.Boxes.Boxes[0].Text, kNoPortText);
-  EXPECT_EQ(run.Settings.Read("Settings", "ComNox"), "6");
+  EXPECT_THAT(run.Boxes.Texts(), ElementsAre(kNoPortText));
+  EXPECT_EQ(run.Stored("ComNox"), "6");
 }
 
-TEST(ComSelection, CancelAfterAFailureLeavesThePortClosed) {
-  Selection run;
-  run.Port.StartOpen();
-  run.Form_.Steps = {{.Choice = 0}, {.Button = ComFormButton::Cancel}};
-  SelectComPort(run.Context, run.Form_);
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("place", "wait", "wait", "unload"));
+TEST_ON(SelectionTest, ComSelection, CancelAfterAFailureLeavesThePortClosed) {
+  Port.StartOpen();
+  Form_.Steps = {{.Choice = 0}, {.Button = ComFormButton::Cancel}};
+  SelectComPort(Context, Form_);
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_THAT(Form_.Calls, ElementsAre("place", "wait", "wait", "unload"));
 }
 
-TEST(ComSelection, NoOtherCommandStartsWhileTheDialogIsOpen) {
-  Selection run;
+TEST_ON(SelectionTest, ComSelection, NoOtherCommandStartsWhileTheDialogIsOpen) {
   bool looked = false;
-  run.Form_.WhileWaiting = [&] {
+  Form_.WhileWaiting = [&] {
     looked = true;
-    EXPECT_TRUE(run.State.CommandRunning);
+    EXPECT_TRUE(State.CommandRunning);
     FakeComForm second;
-    EXPECT_EQ(SelectComPortCommand(run.Context, second), core::CommandEnding::Refused);
+    EXPECT_EQ(SelectComPortCommand(Context, second), CommandEnding::Refused);
     EXPECT_THAT(second.Calls, IsEmpty());
   };
-  SelectComPortCommand(run.Context, run.Form_);
+  SelectComPortCommand(Context, Form_);
   EXPECT_TRUE(looked);
-  EXPECT_FALSE(run.State.CommandRunning);
+  EXPECT_FALSE(State.CommandRunning);
 }
 
-TEST(ComSelection, ATraceThatCannotBeWrittenEndsItWithTheDialogUnloaded) {
-  Selection run;
-  run.Files.Refused = {"/app/_debug_avr.txt"};
-  EXPECT_EQ(SelectComPortCommand(run.Context, run.Form_), core::CommandEnding::FileError);
-  EXPECT_THAT(run.Form_.Calls, ElementsAre("place", "unload"));
-  EXPECT_EQ(run.Boxes.Boxes.size(), 1U);
+TEST_ON(SelectionTest, ComSelection, ATraceThatCannotBeWrittenEndsItWithTheDialogUnloaded) {
+  Files.Refused = {"/app/_debug_avr.txt"};
+  EXPECT_EQ(SelectComPortCommand(Context, Form_), CommandEnding::FileError);
+  EXPECT_THAT(Form_.Calls, ElementsAre("place", "unload"));
+  EXPECT_EQ(Boxes.Boxes.size(), 1U);
 }
 
 TEST(DescribePort, NamesDeviceAndAdapter) {
