@@ -1,30 +1,18 @@
 #include "ui/guide_window.h"
 
-#include <array>
-
-#include <QAction>
-#include <QApplication>
-#include <QComboBox>
-#include <QImage>
-#include <QMdiArea>
-#include <QTest>
-#include <gtest/gtest.h>
-
 #include "ui/main_window.h"
 #include "ui/socket_drawing.h"
 #include "ui/window_bench.h"
 
 namespace fenwright::ui {
 namespace {
-
-using platform::GuidePosition;
 using platform::kGuidePositions;
 
 const QColor kGrey(0x80, 0x80, 0x80);
 const QColor kRed(192, 0, 0);
 
 /// The drawing as it is on the screen.
-class GuideDrawing : public ::testing::Test {
+class GuideDrawing : public Test {
  protected:
   GuideDrawing() {
     drawing_.resize(drawing_.sizeHint() * 2);
@@ -132,16 +120,14 @@ TEST_F(GuideDrawing, ItTellsAReaderOfTheScreenWhereTheChipGoes) {
             "位置 B : 20ピンのパッケージの1番ピンを、ソケットの11番に合わせて挿入します。");
 }
 
-TEST(GuideWindow, TheGuideShowsThePlaceOfEveryPickedDevice) {
-  WindowBench bench;
-  bench.Start();
-  const GuideWindow& guide = bench.Run.Window().Guide();
+TEST_ON(WindowTest, GuideWindow, TheGuideShowsThePlaceOfEveryPickedDevice) {
+  Start();
+  const GuideWindow& guide = Window().Guide();
   // In the selector's order.
   const std::string places = "AABAACCCDEEEE";
-  QComboBox* selector = bench.Run.Window().DeviceSelector();
-  for (int index = 0; index < 13; ++index) {
-    selector->setCurrentIndex(index);
-    emit selector->activated(index);
+  ASSERT_EQ(Window().DeviceSelector()->count(), static_cast<int>(places.size()));
+  for (int index = 0; index < static_cast<int>(places.size()); ++index) {
+    PickDevice(index);
     for (const GuidePosition position : kGuidePositions) {
       const char letter = "ABCDE"[static_cast<std::size_t>(position)];
       EXPECT_EQ(guide.Drawing().IsHighlighted(position),
@@ -151,32 +137,29 @@ TEST(GuideWindow, TheGuideShowsThePlaceOfEveryPickedDevice) {
   }
 }
 
-TEST(GuideWindow, BothMenusOpenItAndClosingOnlyHidesIt) {
-  WindowBench bench;
-  bench.Start();
-  GuideWindow& guide = bench.Run.Window().Guide();
+TEST_ON(WindowTest, GuideWindow, BothMenusOpenItAndClosingOnlyHidesIt) {
+  Start();
+  GuideWindow& guide = Window().Guide();
   for (const char* item : {"mmudeviceIndex", "mmuIndex"}) {
     guide.close();
     EXPECT_FALSE(guide.isVisible());
-    Find<QAction>(bench.Run.Window(), item)->trigger();
+    Choose(item);
     EXPECT_TRUE(guide.isVisible()) << item;
-    EXPECT_EQ(bench.Run.Window().ChildArea()->activeSubWindow(), &guide) << item;
+    EXPECT_EQ(Window().ChildArea()->activeSubWindow(), &guide) << item;
   }
 }
 
-TEST(GuideWindow, AMinimisedGuideIsOpenedAgain) {
-  WindowBench bench;
-  bench.Start();
-  GuideWindow& guide = bench.Run.Window().Guide();
-  bench.Run.Window().ShowGuide();
+TEST_ON(WindowTest, GuideWindow, AMinimisedGuideIsOpenedAgain) {
+  Start();
+  GuideWindow& guide = Window().Guide();
+  Window().ShowGuide();
   guide.showMinimized();
-  Find<QAction>(bench.Run.Window(), "mmuIndex")->trigger();
+  Choose("mmuIndex");
   EXPECT_FALSE(guide.isMinimized());
 }
 
-TEST(GuideWindow, ItHasItsNames) {
-  WindowBench bench;
-  const GuideWindow& guide = bench.Run.Window().Guide();
+TEST_ON(WindowTest, GuideWindow, ItHasItsNames) {
+  const GuideWindow& guide = Window().Guide();
   EXPECT_EQ(guide.objectName(), "frmIndex");
   EXPECT_FALSE(guide.accessibleName().isEmpty());
   EXPECT_FALSE(guide.windowTitle().isEmpty());

@@ -1,28 +1,10 @@
 // What a user without a mouse, or with a screen reader, meets: all windows of the program at once.
 
-#include <map>
-#include <set>
-#include <string>
-#include <vector>
-
 #include <QAbstractButton>
-#include <QAction>
-#include <QApplication>
-#include <QComboBox>
 #include <QDialog>
 #include <QGroupBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QMenu>
-#include <QMenuBar>
-#include <QPlainTextEdit>
-#include <QProgressBar>
-#include <QRadioButton>
 #include <QStatusBar>
-#include <QTest>
-#include <gtest/gtest.h>
 
 #include "ui/about_dialog.h"
 #include "ui/guide_window.h"
@@ -33,16 +15,12 @@ namespace fenwright::ui {
 namespace {
 
 /// All windows of a run.
-class AllWindows : public ::testing::Test {
- protected:
+struct AllWindows : WindowTest {
   AllWindows() {
-    bench_.Start();
+    Start();
     Window().ShowGuide();
     QApplication::processEvents();
   }
-  MainWindow& Window() { return bench_.Run.Window(); }
-
-  WindowBench bench_;
 };
 
 template <typename... Controls>
@@ -140,7 +118,7 @@ TEST_F(AllWindows, TheTabKeyReachesEveryControlOfTheMainWindowInTheOrderOfTheEye
 
 TEST_F(AllWindows, TabGoesThroughTheActiveChildWindowAndLeavesItOnBothSides) {
   for (const char* name : {"frmProgram", "frmEEprom", "frmIndex"}) {
-    auto* child = Find<QMdiSubWindow>(Window(), name);
+    auto* child = Named<QMdiSubWindow>(name);
     Window().ChildArea()->setActiveSubWindow(child);
     const std::vector<QWidget*> stops = TabStops(Window(), "Cmd_btn_open");
     EXPECT_NE(std::ranges::find(stops, child->widget()), stops.end()) << name;
@@ -163,7 +141,7 @@ TEST_F(AllWindows, EveryMenuOpensWithItsAccessKey) {
   Window().activateWindow();
   for (const auto& [key, name] : menus) {
     QTest::keyClick(&Window(), key, Qt::AltModifier);
-    auto* menu = Find<QMenu>(Window(), name);
+    auto* menu = Named<QMenu>(name);
     EXPECT_TRUE(menu->isVisible()) << name;
     QTest::keyClick(menu, Qt::Key_Escape);
     QTest::keyClick(Window().menuBar(), Qt::Key_Escape);
@@ -173,9 +151,9 @@ TEST_F(AllWindows, EveryMenuOpensWithItsAccessKey) {
 
 TEST_F(AllWindows, TheArrowKeysReachTheReloadItemOfTheBar) {
   Window().menuBar()->setFocus();
-  Window().menuBar()->setActiveAction(Find<QAction>(Window(), "mnuFile"));
+  Window().menuBar()->setActiveAction(Named<QAction>("mnuFile"));
   QTest::keyClick(Window().menuBar(), Qt::Key_Left);
-  EXPECT_EQ(Window().menuBar()->activeAction(), Find<QAction>(Window(), "mnuReLoad"));
+  EXPECT_EQ(Window().menuBar()->activeAction(), Named<QAction>("mnuReLoad"));
 }
 
 }  // namespace

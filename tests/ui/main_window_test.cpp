@@ -1,109 +1,34 @@
 #include "ui/main_window.h"
 
-#include <array>
-#include <map>
-#include <set>
-
-#include <QAction>
-#include <QApplication>
-#include <QComboBox>
 #include <QDir>
-#include <QImage>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMdiArea>
-#include <QMenuBar>
-#include <QMimeData>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QStatusBar>
-#include <QTest>
-#include <QTimer>
-#include <QUrl>
 #include <QWheelEvent>
-#include <gtest/gtest.h>
 
 #include "core/build_info.h"
-#include "ui/elided_label.h"
 #include "ui/hand_edit_box.h"
+#include "ui/logged_window.h"
 #include "ui/qt_device_form.h"
 #include "ui/qt_fuse_form.h"
 #include "ui/qt_hand_edit_form.h"
 #include "ui/qt_status_bar.h"
-#include "ui/view_window.h"
-#include "ui/window_bench.h"
 
 namespace fenwright::ui {
 namespace {
 
-class MainWindowTest : public ::testing::Test {
+class MainWindowTest : public LoggedWindow {
  protected:
   MainWindowTest() {
     window_.SetMessageBoxes(boxes_);
-    const auto logged = [this](const char* name) { return [this, name] { RunCommand(name); }; };
-    window_.SetCommands({
-        .Open = logged("open"),
-        .OpenCode = logged("open code"),
-        .OpenData = logged("open data"),
-        .OpenDropped = [this](const QString& path) { RunCommand("drop " + path.toStdString()); },
-        .Reload = logged("reload"),
-        .Save = logged("save"),
-        .SaveAs = logged("save as"),
-        .SaveCodeAs = logged("save code as"),
-        .SaveDataAs = logged("save data as"),
-        .ReadOneLocation = logged("read cell"),
-        .WriteOneLocation = logged("write cell"),
-        .Program = logged("program"),
-        .Read = logged("read"),
-        .Verify = logged("verify"),
-        .Erase = logged("erase"),
-        .PickDevice = logged("pick"),
-        .ClearBuffers = logged("clear"),
-        .TraceComPortMenu = logged("trace"),
-        .SelectComPort = logged("select port"),
-        .OpenGuide = logged("guide"),
-        .UpdateFirmware = logged("update"),
-        .OpenManual = logged("manual"),
-        .ShowHelpContents = logged("contents"),
-        .ShowAbout = logged("about"),
-        .ReadFuses = logged("read fuses"),
-        .WriteFuses = logged("write fuses"),
-        .PickRstDisable = logged("pick reset pin"),
-    });
     form_.SetDevices({"ATtiny12L", "ATtiny15L"});
     fuses_.EnableButtons(true, true);
-    window_.show();
     QApplication::processEvents();
   }
 
-  /// Stands for a command of the engine: it holds the guard and lets events run.
-  void RunCommand(const std::string& name) {
-    log_.push_back(name);
-    state_.CommandRunning = true;
-    if (during_command_) during_command_();
-    QApplication::processEvents();
-    state_.CommandRunning = false;
-    state_.StopRequested = false;
-  }
-
-  QPushButton* Button(const char* name) { return Find<QPushButton>(window_, name); }
-  void Press(const char* name) { QTest::mouseClick(Button(name), Qt::LeftButton); }
-  void Choose(const char* action) { Find<QAction>(window_, action)->trigger(); }
-
-  core::AppState state_;
-  MainWindow window_{state_};
   QtDeviceForm form_{window_};
   QtFuseForm fuses_{window_.Fuses()};
   QtStatusBar status_bar_{window_};
   AnsweredBoxes boxes_;
-  std::vector<std::string> log_;
-  std::function<void()> during_command_;
 };
-
-using Log = std::vector<std::string>;
 
 std::string Native(const char* path) { return QDir::toNativeSeparators(path).toStdString(); }
 
@@ -117,37 +42,35 @@ TEST_F(MainWindowTest, ASimulatedRunSaysSoInTheCaption) {
   EXPECT_TRUE(window_.windowTitle().endsWith(" [シミュレーション]"));
 }
 
-constexpr std::array<std::pair<const char*, const char*>, 12> kButtons{{
-    {"Cmd_btn_open", "open"},
-    {"Cmd_btn_save", "save"},
-    {"Cmd_btn_reload", "reload"},
-    {"Cmd_btn_program", "program"},
-    {"Cmd_btn_read", "read"},
-    {"Cmd_btn_verify", "verify"},
-    {"Cmd_btn_erase", "erase"},
-    {"Cmd_btn_comselect", "select port"},
-    {"cmdFuseRead", "read fuses"},
-    {"cmdFuseWrite", "write fuses"},
-    {"CmdRead", "read cell"},
-    {"CmdWrite", "write cell"},
-}};
+constexpr std::array<std::pair<const char*, const char*>, 12> kButtons{
+    {{"Cmd_btn_open", "open"},
+     {"Cmd_btn_save", "save"},
+     {"Cmd_btn_reload", "reload"},
+     {"Cmd_btn_program", "program"},
+     {"Cmd_btn_read", "read"},
+     {"Cmd_btn_verify", "verify"},
+     {"Cmd_btn_erase", "erase"},
+     {"Cmd_btn_comselect", "select port"},
+     {"cmdFuseRead", "read fuses"},
+     {"cmdFuseWrite", "write fuses"},
+     {"CmdRead", "read cell"},
+     {"CmdWrite", "write cell"}}};
 
-constexpr std::array<std::pair<const char*, const char*>, 8> kItems{{
-    {"mnuFileOpen", "open"},
-    {"mnuFileOpenCode", "open code"},
-    {"mnuFileOpenData", "open data"},
-    {"mnuFileSave", "save"},
-    {"mnuFileSaveAs", "save as"},
-    {"mnuFileSaveAsCode", "save code as"},
-    {"mnuFileSaveAsData", "save data as"},
-    {"mnuReLoad", "reload"},
-}};
+constexpr std::array<std::pair<const char*, const char*>, 8> kItems{
+    {{"mnuFileOpen", "open"},
+     {"mnuFileOpenCode", "open code"},
+     {"mnuFileOpenData", "open data"},
+     {"mnuFileSave", "save"},
+     {"mnuFileSaveAs", "save as"},
+     {"mnuFileSaveAsCode", "save code as"},
+     {"mnuFileSaveAsData", "save data as"},
+     {"mnuReLoad", "reload"}}};
 
 TEST_F(MainWindowTest, EachButtonRunsItsCommand) {
   for (const auto& [name, command] : kButtons) {
     log_.clear();
     Press(name);
-    EXPECT_EQ(log_, (Log{command})) << name;
+    EXPECT_EQ(log_, (Texts{command})) << name;
   }
 }
 
@@ -155,7 +78,7 @@ TEST_F(MainWindowTest, EachMenuItemRunsItsCommand) {
   for (const auto& [name, command] : kItems) {
     log_.clear();
     Choose(name);
-    EXPECT_EQ(log_, (Log{command})) << name;
+    EXPECT_EQ(log_, (Texts{command})) << name;
   }
 }
 
@@ -195,7 +118,7 @@ TEST_F(MainWindowTest, ShortcutsRunTheirCommands) {
     QTest::keyClick(&window_, shortcut.Key, shortcut.Modifiers);
     // A button shows for a moment that it was pressed.
     EXPECT_TRUE(QTest::qWaitFor([this] { return log_.size() == 1; }, 2000)) << shortcut.Command;
-    EXPECT_EQ(log_, (Log{shortcut.Command}));
+    EXPECT_EQ(log_, (Texts{shortcut.Command}));
   }
 }
 
@@ -223,14 +146,14 @@ TEST_F(MainWindowTest, NoShortcutIsGivenTwiceAndErasingHasNone) {
 
 TEST_F(MainWindowTest, PickingAnEntryRunsThePickEvenWhenItIsTheSameOne) {
   form_.SetDeviceIndex(0);
-  EXPECT_EQ(log_, Log{});
+  EXPECT_EQ(log_, Texts{});
   QComboBox* selector = window_.DeviceSelector();
   selector->setFocus();
   QTest::keyClick(selector, Qt::Key_Down);
   EXPECT_EQ(form_.DeviceIndex(), 1);
-  EXPECT_EQ(log_, (Log{"pick"}));
+  EXPECT_EQ(log_, (Texts{"pick"}));
   emit selector->activated(1);
-  EXPECT_EQ(log_, (Log{"pick", "pick"}));
+  EXPECT_EQ(log_, (Texts{"pick", "pick"}));
 }
 
 TEST_F(MainWindowTest, TheMouseWheelDoesNotChangeTheDevice) {
@@ -239,7 +162,7 @@ TEST_F(MainWindowTest, TheMouseWheelDoesNotChangeTheDevice) {
                     Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
   QApplication::sendEvent(window_.DeviceSelector(), &wheel);
   EXPECT_EQ(form_.DeviceIndex(), 0);
-  EXPECT_EQ(log_, Log{});
+  EXPECT_EQ(log_, Texts{});
 }
 
 TEST_F(MainWindowTest, ThreeClicksDuringACommandStartNoOther) {
@@ -254,13 +177,13 @@ TEST_F(MainWindowTest, ThreeClicksDuringACommandStartNoOther) {
   };
   Press("Cmd_btn_program");
   QTest::qWait(200);
-  EXPECT_EQ(log_, (Log{"program"}));
+  EXPECT_EQ(log_, (Texts{"program"}));
 }
 
 TEST_F(MainWindowTest, AHandlerReachedDuringACommandRefusesByItself) {
   during_command_ = [this] { window_.Run([this] { log_.emplace_back("second"); }); };
   Press("Cmd_btn_program");
-  EXPECT_EQ(log_, (Log{"program"}));
+  EXPECT_EQ(log_, (Texts{"program"}));
 }
 
 TEST_F(MainWindowTest, ControlsAreDisabledDuringACommandAndEnabledAfterwards) {
@@ -292,14 +215,14 @@ TEST_F(MainWindowTest, TheFocusIsBackWhereItWasAfterACommand) {
 
 TEST_F(MainWindowTest, AViewThatACommandBringsForwardStaysThere) {
   window_.activateWindow();
-  window_.ChildArea()->setActiveSubWindow(window_.ViewOf(platform::View::Eeprom));
-  window_.ViewOf(platform::View::Eeprom)->TextControl()->setFocus();
+  window_.ChildArea()->setActiveSubWindow(Eeprom());
+  Eeprom()->TextControl()->setFocus();
   during_command_ = [this] {
-    window_.ViewOf(platform::View::Verify)->show();
-    window_.ChildArea()->setActiveSubWindow(window_.ViewOf(platform::View::Verify));
+    Verify()->show();
+    window_.ChildArea()->setActiveSubWindow(Verify());
   };
   window_.Run([this] { RunCommand("verify"); });
-  EXPECT_EQ(window_.ChildArea()->activeSubWindow(), window_.ViewOf(platform::View::Verify));
+  EXPECT_EQ(window_.ChildArea()->activeSubWindow(), Verify());
 }
 
 TEST_F(MainWindowTest, EveryChangeOfTheAddressReadsTheCell) {
@@ -307,7 +230,7 @@ TEST_F(MainWindowTest, EveryChangeOfTheAddressReadsTheCell) {
   address->setFocus();
   QTest::keyClicks(address, "1f");
   EXPECT_EQ(address->text(), "1f");
-  EXPECT_EQ(log_, (Log{"read cell", "read cell"}));
+  EXPECT_EQ(log_, (Texts{"read cell", "read cell"}));
   QTest::keyClick(address, Qt::Key_Backspace);
   EXPECT_EQ(address->text(), "1");
   EXPECT_EQ(log_.size(), 3U);
@@ -315,7 +238,7 @@ TEST_F(MainWindowTest, EveryChangeOfTheAddressReadsTheCell) {
 
 TEST_F(MainWindowTest, TypingGoesOnInTheAddressAndNoViewComesForward) {
   window_.activateWindow();
-  ViewWindow* verify = window_.ViewOf(platform::View::Verify);
+  ViewWindow* verify = Verify();
   verify->show();
   window_.ChildArea()->setActiveSubWindow(verify);
   auto* address = Find<QLineEdit>(window_, "txtAddress");
@@ -332,7 +255,7 @@ TEST_F(MainWindowTest, TypingGoesOnInTheAddressAndNoViewComesForward) {
 TEST_F(MainWindowTest, AChangeOfTheDataOrOfTheMemoryStartsNothing) {
   QTest::keyClicks(Find<QLineEdit>(window_, "txtData"), "12");
   QTest::mouseClick(Find<QRadioButton>(window_, "OptionEeprom"), Qt::LeftButton);
-  EXPECT_EQ(log_, Log{});
+  EXPECT_EQ(log_, Texts{});
 }
 
 TEST_F(MainWindowTest, TheEditFieldsTakeFourCharactersOfAMonospacedFont) {
@@ -366,15 +289,15 @@ TEST_F(MainWindowTest, TheHandEditFormShowsAndTellsTheTextsAndTheMemory) {
 
 TEST_F(MainWindowTest, ADroppedHexFileIsOpenedOnceTheDropIsOver) {
   EXPECT_TRUE(DropFiles(window_, {"/files/a b.HEX"}));
-  EXPECT_EQ(log_, Log{});
+  EXPECT_EQ(log_, Texts{});
   QApplication::processEvents();
-  EXPECT_EQ(log_, (Log{"drop " + Native("/files/a b.HEX")}));
+  EXPECT_EQ(log_, (Texts{"drop " + Native("/files/a b.HEX")}));
 }
 
 TEST_F(MainWindowTest, OfSeveralDroppedFilesTheFirstHexFileIsOpened) {
   EXPECT_TRUE(DropFiles(window_, {"/files/readme.txt", "/files/b.rom", "/files/c.hex"}));
   QApplication::processEvents();
-  EXPECT_EQ(log_, (Log{"drop " + Native("/files/b.rom")}));
+  EXPECT_EQ(log_, (Texts{"drop " + Native("/files/b.rom")}));
 }
 
 TEST_F(MainWindowTest, AnotherKindOfFileIsNotTaken) {
@@ -386,7 +309,7 @@ TEST_F(MainWindowTest, AnotherKindOfFileIsNotTaken) {
   text.setText("prog.hex");
   EXPECT_FALSE(Drop(window_, text));
   QApplication::processEvents();
-  EXPECT_EQ(log_, Log{});
+  EXPECT_EQ(log_, Texts{});
 }
 
 TEST_F(MainWindowTest, AFileThatCouldOnlyBeMovedIsNotTaken) {
@@ -406,7 +329,7 @@ TEST_F(MainWindowTest, AFileDroppedOnAFieldOrAViewReachesTheWindow) {
     files.setText("/files/prog.hex");
     EXPECT_TRUE(Drop(*target, files)) << name;
     QApplication::processEvents();
-    EXPECT_EQ(log_, (Log{"drop " + Native("/files/prog.hex")})) << name;
+    EXPECT_EQ(log_, (Texts{"drop " + Native("/files/prog.hex")})) << name;
   }
   EXPECT_EQ(Find<QLineEdit>(window_, "txtAddress")->text(), "");
 }
@@ -415,7 +338,7 @@ TEST_F(MainWindowTest, ADropDuringACommandIsRefused) {
   during_command_ = [this] { EXPECT_FALSE(DropFiles(window_, {"/files/prog.hex"})); };
   Press("Cmd_btn_program");
   QApplication::processEvents();
-  EXPECT_EQ(log_, (Log{"program"}));
+  EXPECT_EQ(log_, (Texts{"program"}));
 }
 
 TEST_F(MainWindowTest, AnIdleWindowClosesWithoutAsking) {
@@ -440,7 +363,7 @@ TEST_F(MainWindowTest, ClosingDuringACommandAsksAndClosesAfterwards) {
   };
   Press("Cmd_btn_program");
   ASSERT_EQ(boxes_.Questions.size(), 1U);
-  EXPECT_NE(boxes_.Questions[0].find("チップは書き込みの途中"), std::string::npos);
+  EXPECT_THAT(boxes_.Questions[0], HasSubstr("チップは書き込みの途中"));
   EXPECT_TRUE(visible_during);
   EXPECT_TRUE(stop_requested);
   EXPECT_FALSE(window_.isVisible());
@@ -530,7 +453,7 @@ int NeededWidth(const QWidget& widget) {
 }
 
 TEST_F(MainWindowTest, AllChildWindowsFitIntoTheirAreaAtTheFirstSize) {
-  window_.ViewOf(platform::View::Verify)->show();
+  Verify()->show();
   window_.ShowGuide();
   QApplication::processEvents();
   EXPECT_EQ(window_.size(), QSize(753, 527));
@@ -581,7 +504,6 @@ TEST_F(MainWindowTest, MemoryLabelsShowTheirTextsAndTheFrameAppears) {
 }
 
 TEST_F(MainWindowTest, EachStatusPanelShowsItsOwnText) {
-  using platform::Panel;
   for (const Panel panel :
        {Panel::Status, Panel::Signature, Panel::BoardVersion, Panel::Port, Panel::Elapsed}) {
     const std::string name = "sbStatusBar_" + std::to_string(static_cast<int>(panel));
@@ -592,10 +514,10 @@ TEST_F(MainWindowTest, EachStatusPanelShowsItsOwnText) {
 
 TEST_F(MainWindowTest, ALongStatusTextDoesNotWidenTheWindowAndStaysWholeInItsTip) {
   const std::string text = "Program : /home/user/" + std::string(500, 'x') + ".hex";
-  status_bar_.SetPanelText(platform::Panel::Status, text);
+  status_bar_.SetPanelText(Panel::Status, text);
   QApplication::processEvents();
   EXPECT_EQ(window_.size(), QSize(753, 527));
-  const ElidedLabel* panel = window_.StatusPanel(platform::Panel::Status);
+  const ElidedLabel* panel = window_.StatusPanel(Panel::Status);
   EXPECT_EQ(panel->text().toStdString(), text);
   EXPECT_EQ(panel->toolTip().toStdString(), text);
 }
@@ -612,8 +534,8 @@ TEST_F(MainWindowTest, ALongFileInfoBreaksInsideTheWindow) {
 
 TEST_F(MainWindowTest, TilingPutsTheShownViewsOneAboveTheOther) {
   Choose("mnuWindowTileHorizontal");
-  const QRect flash = window_.ViewOf(platform::View::Flash)->geometry();
-  const QRect eeprom = window_.ViewOf(platform::View::Eeprom)->geometry();
+  const QRect flash = Flash()->geometry();
+  const QRect eeprom = Eeprom()->geometry();
   EXPECT_EQ(flash.bottom() + 1, eeprom.top());
   EXPECT_EQ(flash.width(), window_.ChildArea()->viewport()->width());
   EXPECT_EQ(eeprom.bottom() + 1, window_.ChildArea()->viewport()->height());
@@ -621,8 +543,8 @@ TEST_F(MainWindowTest, TilingPutsTheShownViewsOneAboveTheOther) {
 
 TEST_F(MainWindowTest, TilingPutsTheShownViewsSideBySide) {
   Choose("mnuWindowTileVertical");
-  const QRect flash = window_.ViewOf(platform::View::Flash)->geometry();
-  const QRect eeprom = window_.ViewOf(platform::View::Eeprom)->geometry();
+  const QRect flash = Flash()->geometry();
+  const QRect eeprom = Eeprom()->geometry();
   EXPECT_EQ(flash.right() + 1, eeprom.left());
   EXPECT_EQ(flash.height(), window_.ChildArea()->viewport()->height());
 }
@@ -630,15 +552,15 @@ TEST_F(MainWindowTest, TilingPutsTheShownViewsSideBySide) {
 TEST_F(MainWindowTest, CascadingKeepsTheViewsInsideTheArea) {
   Choose("mnuWindowCascade");
   const QRect area(QPoint(0, 0), window_.ChildArea()->viewport()->size());
-  const QRect flash = window_.ViewOf(platform::View::Flash)->geometry();
-  const QRect eeprom = window_.ViewOf(platform::View::Eeprom)->geometry();
+  const QRect flash = Flash()->geometry();
+  const QRect eeprom = Eeprom()->geometry();
   EXPECT_TRUE(area.contains(flash));
   EXPECT_TRUE(area.contains(eeprom));
   EXPECT_GT(eeprom.top(), flash.top());
 }
 
 TEST_F(MainWindowTest, AClosedViewComesBackAtItsDefaultPlace) {
-  ViewWindow* view = window_.ViewOf(platform::View::Eeprom);
+  ViewWindow* view = Eeprom();
   view->setGeometry(10, 10, 200, 200);
   view->close();
   EXPECT_FALSE(view->isVisible());

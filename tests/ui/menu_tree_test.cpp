@@ -1,69 +1,14 @@
-#include <map>
-#include <string>
-#include <vector>
 
-#include <QAction>
-#include <QApplication>
-#include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QMenu>
-#include <QMenuBar>
 #include <QSplitter>
-#include <QTest>
-#include <gtest/gtest.h>
 
-#include "ui/elided_label.h"
 #include "ui/guide_window.h"
-#include "ui/main_window.h"
-#include "ui/view_window.h"
-#include "ui/window_bench.h"
+#include "ui/logged_window.h"
 
 namespace fenwright::ui {
 namespace {
 
-/// Records the commands that the window's controls start.
-class MenuTree : public ::testing::Test {
- protected:
-  MenuTree() {
-    const auto logged = [this](const char* name) { return [this, name] { log_.push_back(name); }; };
-    window_.SetCommands({.Open = logged("open both"),
-                         .OpenCode = logged("open code"),
-                         .OpenData = logged("open data"),
-                         .OpenDropped = {},
-                         .Reload = logged("reload"),
-                         .Save = logged("save"),
-                         .SaveAs = logged("save both as"),
-                         .SaveCodeAs = logged("save code as"),
-                         .SaveDataAs = logged("save data as"),
-                         .ReadOneLocation = {},
-                         .WriteOneLocation = {},
-                         .Program = {},
-                         .Read = {},
-                         .Verify = {},
-                         .Erase = {},
-                         .PickDevice = {},
-                         .ClearBuffers = logged("clear buffers"),
-                         .TraceComPortMenu = logged("trace"),
-                         .SelectComPort = logged("select port"),
-                         .OpenGuide = logged("open guide"),
-                         .UpdateFirmware = logged("update firmware"),
-                         .OpenManual = logged("open manual"),
-                         .ShowHelpContents = logged("help contents"),
-                         .ShowAbout = logged("about")});
-    window_.show();
-    QApplication::processEvents();
-  }
-
-  void Choose(const char* item) { Find<QAction>(window_, item)->trigger(); }
-  ViewWindow* Flash() { return window_.ViewOf(platform::View::Flash); }
-  ViewWindow* Eeprom() { return window_.ViewOf(platform::View::Eeprom); }
-
-  core::AppState state_;
-  MainWindow window_{state_};
-  std::vector<std::string> log_;
-};
-
-using Log = std::vector<std::string>;
+class MenuTree : public LoggedWindow {};
 
 /// "menu", "item" or "-" for a separator; then name and caption.
 struct Row {
@@ -135,21 +80,21 @@ TEST_F(MenuTree, EveryMenuItemAndSeparatorHasItsNameItsCaptionAndItsPlace) {
 }
 
 TEST_F(MenuTree, EveryItemThatIsACommandStartsThatCommand) {
-  const std::map<const char*, Log> commands{{"mnuFileOpen", {"open both"}},
-                                            {"mnuFileOpenCode", {"open code"}},
-                                            {"mnuFileOpenData", {"open data"}},
-                                            {"mnuFileSave", {"save"}},
-                                            {"mnuFileSaveAs", {"save both as"}},
-                                            {"mnuFileSaveAsCode", {"save code as"}},
-                                            {"mnuFileSaveAsData", {"save data as"}},
-                                            {"mmuCominucation", {"trace", "select port"}},
-                                            {"mnuPC_buffer_clear", {"clear buffers"}},
-                                            {"mmudeviceIndex", {"open guide"}},
-                                            {"mmuIndex", {"open guide"}},
-                                            {"mnuFirmwareUpdate", {"update firmware"}},
-                                            {"mnuHelpSub", {"open manual"}},
-                                            {"mnuHelpAbout", {"about"}},
-                                            {"mnuReLoad", {"reload"}}};
+  const std::map<const char*, Texts> commands{{"mnuFileOpen", {"open"}},
+                                              {"mnuFileOpenCode", {"open code"}},
+                                              {"mnuFileOpenData", {"open data"}},
+                                              {"mnuFileSave", {"save"}},
+                                              {"mnuFileSaveAs", {"save as"}},
+                                              {"mnuFileSaveAsCode", {"save code as"}},
+                                              {"mnuFileSaveAsData", {"save data as"}},
+                                              {"mmuCominucation", {"trace", "select port"}},
+                                              {"mnuPC_buffer_clear", {"clear"}},
+                                              {"mmudeviceIndex", {"guide"}},
+                                              {"mmuIndex", {"guide"}},
+                                              {"mnuFirmwareUpdate", {"update"}},
+                                              {"mnuHelpSub", {"manual"}},
+                                              {"mnuHelpAbout", {"about"}},
+                                              {"mnuReLoad", {"reload"}}};
   for (const auto& [item, expected] : commands) {
     log_.clear();
     Choose(item);
@@ -162,7 +107,7 @@ TEST_F(MenuTree, TheItemsOfTheWindowMenuAndTheExitStartNoCommand) {
                            "mmuOpenEEpromWindow", "mnuWindowCascade", "mnuWindowTileHorizontal",
                            "mnuWindowTileVertical", "mnuWindowArrangeIcons", "mnuFileExit"}) {
     Choose(item);
-    EXPECT_EQ(log_, Log{}) << item;
+    EXPECT_EQ(log_, Texts{}) << item;
   }
   EXPECT_FALSE(window_.isVisible());
 }
@@ -191,31 +136,31 @@ TEST_F(MenuTree, NoTwoItemsOfAMenuShareAnAccessKey) {
 
 TEST_F(MenuTree, TheHelpKeyAsksForTheHelpContents) {
   QTest::keyClick(&window_, Qt::Key_F1);
-  EXPECT_EQ(log_, (Log{"help contents"}));
+  EXPECT_EQ(log_, (Texts{"contents"}));
 }
 
 TEST_F(MenuTree, AClickOnAPanelThatNamesAComPortOpensTheChoiceOfPortWithoutATraceLine) {
   for (int panel = 1; panel <= 5; ++panel) {
-    ElidedLabel* label = window_.StatusPanel(static_cast<platform::Panel>(panel));
+    ElidedLabel* label = window_.StatusPanel(static_cast<Panel>(panel));
     log_.clear();
     label->SetText("COM3");
     QTest::mouseClick(label, Qt::LeftButton);
-    EXPECT_EQ(log_, (Log{"select port"})) << panel;
+    EXPECT_EQ(log_, (Texts{"select port"})) << panel;
   }
 }
 
 TEST_F(MenuTree, AClickOnAnyOtherPanelDoesNothing) {
   for (const char* text : {"", "バッファーをクリアしました。", "com3", " COM3", "CO"}) {
-    window_.StatusPanel(platform::Panel::Port)->SetText(text);
-    QTest::mouseClick(window_.StatusPanel(platform::Panel::Port), Qt::LeftButton);
+    window_.StatusPanel(Panel::Port)->SetText(text);
+    QTest::mouseClick(window_.StatusPanel(Panel::Port), Qt::LeftButton);
   }
-  window_.StatusPanel(platform::Panel::Port)->SetText("COM3");
-  QTest::mouseClick(window_.StatusPanel(platform::Panel::Port), Qt::RightButton);
-  EXPECT_EQ(log_, Log{});
+  window_.StatusPanel(Panel::Port)->SetText("COM3");
+  QTest::mouseClick(window_.StatusPanel(Panel::Port), Qt::RightButton);
+  EXPECT_EQ(log_, Texts{});
 }
 
 TEST_F(MenuTree, NeitherMenuNorPanelStartsACommandWhileOneRuns) {
-  window_.StatusPanel(platform::Panel::Port)->SetText("COM3");
+  window_.StatusPanel(Panel::Port)->SetText("COM3");
   window_.Run([this] {
     state_.CommandRunning = true;
     for (const char* item : {"mmuCominucation", "mnuPC_buffer_clear", "mnuFirmwareUpdate",
@@ -223,11 +168,11 @@ TEST_F(MenuTree, NeitherMenuNorPanelStartsACommandWhileOneRuns) {
       Choose(item);
       EXPECT_FALSE(Find<QAction>(window_, item)->isEnabled()) << item;
     }
-    QTest::mouseClick(window_.StatusPanel(platform::Panel::Port), Qt::LeftButton);
+    QTest::mouseClick(window_.StatusPanel(Panel::Port), Qt::LeftButton);
     QTest::keyClick(&window_, Qt::Key_F1);
     state_.CommandRunning = false;
   });
-  EXPECT_EQ(log_, Log{});
+  EXPECT_EQ(log_, Texts{});
   EXPECT_TRUE(Find<QAction>(window_, "mmuCominucation")->isEnabled());
 }
 
@@ -273,7 +218,7 @@ TEST_F(MenuTree, TheRearrangementOpensSettingsProgramAndEepromInThisOrder) {
                    [&activated](const QMdiSubWindow* child) {
                      if (child) activated.push_back(child->objectName());
                    });
-  window_.ChildArea()->setActiveSubWindow(window_.ViewOf(platform::View::Eeprom));
+  window_.ChildArea()->setActiveSubWindow(Eeprom());
   activated.clear();
   Choose("mmuWindowReDrow");
   EXPECT_EQ(columns->sizes().at(1), 368);
@@ -283,13 +228,13 @@ TEST_F(MenuTree, TheRearrangementOpensSettingsProgramAndEepromInThisOrder) {
 }
 
 TEST_F(MenuTree, AllOpenChildrenAreArranged) {
-  window_.ViewOf(platform::View::Verify)->show();
+  Verify()->show();
   window_.ShowGuide();
   Eeprom()->close();
   Choose("mnuWindowTileVertical");
   const int width = window_.ChildArea()->maximumViewportSize().width();
   EXPECT_EQ(Flash()->x(), 0);
-  EXPECT_EQ(window_.ViewOf(platform::View::Verify)->x(), width / 3);
+  EXPECT_EQ(Verify()->x(), width / 3);
   EXPECT_EQ(window_.Guide().x(), width * 2 / 3);
 }
 

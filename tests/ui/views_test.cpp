@@ -1,22 +1,14 @@
-#include <QApplication>
 #include <QLayout>
-#include <QPlainTextEdit>
-#include <QScrollBar>
-#include <gtest/gtest.h>
 
 #include "platform/system/code_page.h"
-#include "support/fakes.h"
 #include "ui/main_window.h"
 #include "ui/qt_views.h"
-#include "ui/view_window.h"
 #include "ui/window_bench.h"
 
 namespace fenwright::ui {
 namespace {
 
-using platform::View;
-
-class ViewsTest : public ::testing::Test {
+class ViewsTest : public Test {
  protected:
   ViewsTest() {
     window_.show();
@@ -25,15 +17,19 @@ class ViewsTest : public ::testing::Test {
 
   QPlainTextEdit* TextOf(View view) { return window_.ViewOf(view)->TextControl(); }
 
-  void GivenLines(int count) {
+  void ShowLines(int count) {
     std::string content;
     for (int line = 0; line < count; ++line) content += "line " + std::to_string(line) + "\r\n";
-    files_.Files["/app/avrhex.txt"] = content;
+    Show(View::Flash, content);
+  }
+  void Show(View view, const std::string& content) {
+    files_.Files["/app/dump.txt"] = content;
+    views_.Load(view, "/app/dump.txt");
   }
 
   core::AppState state_;
   MainWindow window_{state_};
-  testing::FakeTextFiles files_;
+  FakeTextFiles files_;
   platform::Cp932CodePage code_page_;
   QtViews views_{window_, files_, code_page_};
 };
@@ -61,10 +57,8 @@ TEST_F(ViewsTest, AWholeLineOfEachDumpIsSeenInTheViewsDefaultWidth) {
     eeprom +=
         "0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF " + std::string(16, 'W') + "\r\n";
   }
-  files_.Files["/app/avrhex.txt"] = flash;
-  files_.Files["/app/avreep.txt"] = eeprom;
-  views_.Load(View::Flash, "/app/avrhex.txt");
-  views_.Load(View::Eeprom, "/app/avreep.txt");
+  Show(View::Flash, flash);
+  Show(View::Eeprom, eeprom);
   QApplication::processEvents();
   for (const View view : {View::Flash, View::Eeprom}) {
     EXPECT_GT(TextOf(view)->verticalScrollBar()->maximum(), 0);
@@ -73,62 +67,54 @@ TEST_F(ViewsTest, AWholeLineOfEachDumpIsSeenInTheViewsDefaultWidth) {
 }
 
 TEST_F(ViewsTest, TheCp932Code165IsShownAsTheHalfWidthMiddleDot) {
-  files_.Files["/app/avrhex.txt"] = "0000: FFFF \xA5\xA5\r\n";
-  views_.Load(View::Flash, "/app/avrhex.txt");
+  Show(View::Flash, "0000: FFFF \xA5\xA5\r\n");
   EXPECT_EQ(TextOf(View::Flash)->toPlainText(), "0000: FFFF ･･\n");
 }
 
 TEST_F(ViewsTest, AFileThatCannotBeReadLeavesTheViewEmpty) {
-  GivenLines(3);
-  views_.Load(View::Flash, "/app/avrhex.txt");
+  ShowLines(3);
   views_.Load(View::Flash, "/app/missing.txt");
   EXPECT_EQ(TextOf(View::Flash)->toPlainText(), "");
 }
 
 TEST_F(ViewsTest, ClearingEmptiesOneView) {
-  GivenLines(3);
-  views_.Load(View::Flash, "/app/avrhex.txt");
-  views_.Load(View::Eeprom, "/app/avrhex.txt");
+  ShowLines(3);
+  Show(View::Eeprom, "line\r\n");
   views_.Clear(View::Flash);
   EXPECT_EQ(TextOf(View::Flash)->toPlainText(), "");
   EXPECT_NE(TextOf(View::Eeprom)->toPlainText(), "");
 }
 
 TEST_F(ViewsTest, AReloadKeepsThePartInSight) {
-  GivenLines(500);
-  views_.Load(View::Flash, "/app/avrhex.txt");
+  ShowLines(500);
   QApplication::processEvents();
   TextOf(View::Flash)->verticalScrollBar()->setValue(123);
-  views_.Load(View::Flash, "/app/avrhex.txt");
+  views_.Load(View::Flash, "/app/dump.txt");
   QApplication::processEvents();
   EXPECT_EQ(TextOf(View::Flash)->verticalScrollBar()->value(), 123);
 }
 
 TEST_F(ViewsTest, AShorterTextIsShownToItsEnd) {
-  GivenLines(500);
-  views_.Load(View::Flash, "/app/avrhex.txt");
+  ShowLines(500);
   QScrollBar* bar = TextOf(View::Flash)->verticalScrollBar();
   bar->setValue(400);
-  GivenLines(50);
-  views_.Load(View::Flash, "/app/avrhex.txt");
+  ShowLines(50);
   QApplication::processEvents();
   EXPECT_EQ(bar->value(), bar->maximum());
   EXPECT_LT(bar->value(), 51);
 }
 
 TEST_F(ViewsTest, LoadingTheVerifyViewShowsIt) {
-  files_.Files["/app/avrvfy.txt"] = "report";
-  views_.Load(View::Verify, "/app/avrvfy.txt");
+  Show(View::Verify, "report");
   EXPECT_TRUE(window_.ViewOf(View::Verify)->isVisible());
   EXPECT_EQ(TextOf(View::Verify)->toPlainText(), "report");
 }
 
 TEST_F(ViewsTest, AClosedViewIsHiddenAndCanBeLoadedAndShownAgain) {
-  files_.Files["/app/avrvfy.txt"] = "report";
-  views_.Load(View::Verify, "/app/avrvfy.txt");
+  Show(View::Verify, "report");
   window_.ViewOf(View::Verify)->close();
   EXPECT_FALSE(window_.ViewOf(View::Verify)->isVisible());
-  views_.Load(View::Verify, "/app/avrvfy.txt");
+  Show(View::Verify, "report");
   EXPECT_TRUE(window_.ViewOf(View::Verify)->isVisible());
   EXPECT_TRUE(TextOf(View::Verify)->isVisible());
 }
