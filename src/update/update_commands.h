@@ -17,7 +17,7 @@ enum class StartOutcome { Ignored, NoPort, NoFile, PortNotOpened, Ran };
 void Dialog_Update_Load(UpdateContext& context);
 
 /// An item of the port selector was picked: its text is stored, under a key that
-/// Dialog_Update_Dialog_Update_Dialog_Update_Load() does not read.
+/// Dialog_Update_Dialog_Update_Dialog_Update_Dialog_Update_Load() does not read.
 void Combo_ComPort_Click(UpdateContext& context);
 
 /// An item of the speed selector was picked.

@@ -1,16 +1,9 @@
 #include "board/board_protocol.h"
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "board/talk.h"
 
 namespace fenwright::board {
 namespace {
-
-using namespace std::chrono_literals;
 
 const Bytes kVersion{'K', 'V', '-', 'L', 'O', 'D', '3', '5',  '0',
                      ' ', ' ', 'V', '6', '.', '3', '8', 0x0D, 0x0A};
@@ -48,18 +41,14 @@ TEST(BoardProtocol, TheExtendedSetAnswersUnknownCharactersWithAQuestionMark) {
   const std::string known = "\x1B?AUTPLseaRcCWdDr:Fofu;l";
   for (int value = 0; value < 256; ++value) {
     const char letter = static_cast<char>(value);
-    if (known.find(letter) != std::string::npos) {
-      continue;
-    }
-    Talk board("AT90S8515");
-    board.Ready();
+    if (known.find(letter) != std::string::npos) continue;
+    ReadyTalk board("AT90S8515");
     EXPECT_EQ(board(letter), kRefused) << value;
   }
 }
 
 TEST(BoardProtocol, TheVersionIsAnsweredInTheExtendedSetToo) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   EXPECT_EQ(board('?'), kVersion);
   EXPECT_TRUE(board.Board.InProgrammingMode());
 }
@@ -79,8 +68,7 @@ TEST(BoardProtocol, DeviceCodesOfTheTableAreKnownAndNoOthers) {
   Talk board("AT90S8515");
   board('A');
   for (int code = 0; code < 256; ++code) {
-    const bool is_known =
-        std::find(known.begin(), known.end(), static_cast<std::uint8_t>(code)) != known.end();
+    const bool is_known = std::ranges::count(known, code) > 0;
     EXPECT_EQ(board('T', {code}), is_known ? kAck : kRefused) << code;
   }
 }
@@ -97,16 +85,14 @@ TEST(BoardProtocol, EscapeKeepsTheSelectedDevice) {
 }
 
 TEST(BoardProtocol, EscapeAsAnArgumentIsData) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   EXPECT_EQ(board('D', {0x1B}), kAck);
   EXPECT_EQ(board.Socket.EepromByte(0), 0x1B);
   EXPECT_EQ(board.Board.Set(), CommandSet::Extended);
 }
 
 TEST(BoardProtocol, EscapeLeavesProgrammingMode) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   board('\x1B');
   board('A');
   EXPECT_EQ(board('R'), kRefused);
@@ -117,23 +103,10 @@ TEST(BoardProtocol, MemoryCommandsOutsideProgrammingModeAreRefusedAfterTheirArgu
   Talk board("AT90S8515");
   board('A');
   board('T', {0x38});
-  const std::vector<Bytes> commands{Say('e'),
-                                    Say('a', {0, 0}),
-                                    Say('R'),
-                                    Say('c', {0}),
-                                    Say('C', {0}),
-                                    Say('W', {0, 0}),
-                                    Say('d'),
-                                    Say('D', {0}),
-                                    Say('r'),
-                                    Say('F'),
-                                    Say(':', {0x58, 0x08, 0x00}),
-                                    Say('o'),
-                                    Say('f', {0}),
-                                    Say(';', {0xAC, 0xA8, 0x00, 0x00}),
-                                    Say('u', {0}),
-                                    Say('l', {0})};
-  for (const Bytes& command : commands) {
+  for (const Bytes& command :
+       {Say('e'), Say('a', {0, 0}), Say('R'), Say('c', {0}), Say('C', {0}), Say('W', {0, 0}),
+        Say('d'), Say('D', {0}), Say('r'), Say('F'), Say(':', {0x58, 0x08, 0x00}), Say('o'),
+        Say('f', {0}), Say(';', {0xAC, 0xA8, 0x00, 0x00}), Say('u', {0}), Say('l', {0})}) {
     SCOPED_TRACE(static_cast<char>(command[0]));
     const Bytes all_but_last(command.begin(), command.end() - 1);
     EXPECT_EQ(board.Send(all_but_last), kNothing);
@@ -171,8 +144,7 @@ TEST(BoardProtocol, ALockedChipsSignatureReads020100) {
 }
 
 TEST(BoardProtocol, AWordIsWrittenByteByByteAndReadHighByteFirst) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   EXPECT_EQ(board('a', {0x0A, 0xBC}), kAck);
   EXPECT_EQ(board('c', {0x34}), kAck);
   EXPECT_EQ(board('C', {0x12}), kAck);
@@ -196,8 +168,7 @@ TEST(BoardProtocol, EnteringProgrammingModeResetsTheAddress) {
 }
 
 TEST(BoardProtocol, ATiny26IsWrittenWordByWordAndAdvances) {
-  Talk board("ATtiny26L");
-  board.Ready();
+  ReadyTalk board("ATtiny26L");
   board('a', {0x03, 0xFE});
   EXPECT_EQ(board('W', {0x34, 0x12}), kAck);
   EXPECT_EQ(board('W', {0x78, 0x56}), kAck);
@@ -210,10 +181,10 @@ TEST(BoardProtocol, ATiny26IsWrittenWordByWordAndAdvances) {
 }
 
 TEST(BoardProtocol, WriteCommandsOfAnotherKindOfDeviceAreRefused) {
-  for (const ChipModel& model : ChipModels().first(13)) {
+  for (const ChipModel& model : ChipModels()) {
+    if (!model.DeviceCode) continue;
     SCOPED_TRACE(std::string(model.Name));
-    Talk board(model.Name);
-    board.Ready();
+    ReadyTalk board(model.Name);
     const bool tiny26 = model.Name == "ATtiny26L";
     const bool tiny = model.Name.starts_with("ATtiny");
     EXPECT_EQ(board('W', {0xFF, 0xFF}), tiny26 ? kAck : kRefused);
@@ -244,8 +215,7 @@ TEST(BoardProtocol, TheWrongDeviceIsAcknowledgedAndWritesNothingToAPagedChip) {
 }
 
 TEST(BoardProtocol, EepromBytesKeepTheAddress) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   board('a', {0x01, 0x80});
   EXPECT_EQ(board('D', {0x5A}), kAck);
   EXPECT_EQ(board('d'), Bytes{0x5A});
@@ -254,8 +224,7 @@ TEST(BoardProtocol, EepromBytesKeepTheAddress) {
 }
 
 TEST(BoardProtocol, BeyondTheMemoryFFIsReadAndWritesAreAcknowledged) {
-  Talk board("ATtiny12L");
-  board.Ready();
+  ReadyTalk board("ATtiny12L");
   board('a', {0x02, 0x00});
   EXPECT_EQ(board('c', {0x00}), kAck);
   EXPECT_EQ(board('D', {0x00}), kAck);
@@ -284,16 +253,14 @@ TEST(BoardProtocol, ChipEraseClearsTheChip) {
 }
 
 TEST(BoardProtocol, FusesOfATinyAreWrittenWithUAndReadWithR) {
-  Talk board("ATtiny12L");
-  board.Ready();
+  ReadyTalk board("ATtiny12L");
   EXPECT_EQ(board('r'), Bytes{0xD2});
   EXPECT_EQ(board('u', {0x51}), kAck);
   EXPECT_EQ(board('r'), Bytes{0x51});
 }
 
 TEST(BoardProtocol, FusesOfA4433AreWrittenWithFAndReadWithR) {
-  Talk board("AT90S4433");
-  board.Ready();
+  ReadyTalk board("AT90S4433");
   EXPECT_EQ(board('r'), Bytes{0xDA});
   EXPECT_EQ(board('f', {0xA5}), kAck);
   EXPECT_EQ(board('r'), Bytes{0xC5});
@@ -302,8 +269,7 @@ TEST(BoardProtocol, FusesOfA4433AreWrittenWithFAndReadWithR) {
 TEST(BoardProtocol, LockAndFuseBitsOfSomeAt90sChipsComeInOneByte) {
   for (const char* name : {"AT90S2323", "AT90S2343", "AT90S4434", "AT90S8535"}) {
     SCOPED_TRACE(name);
-    Talk board(name);
-    board.Ready();
+    ReadyTalk board(name);
     EXPECT_EQ(board('f', {0xBE}), kAck);
     EXPECT_EQ(board('F'), Bytes{0xDE});
     EXPECT_EQ(board('l', {0xFD}), kAck);
@@ -316,8 +282,7 @@ TEST(BoardProtocol, LockAndFuseBitsOfSomeAt90sChipsComeInOneByte) {
 }
 
 TEST(BoardProtocol, HighFuseAndLockBitsOfATiny26PassThroughAsInstructions) {
-  Talk board("ATtiny26L");
-  board.Ready();
+  ReadyTalk board("ATtiny26L");
   EXPECT_EQ(board('r'), Bytes{0xE1});
   EXPECT_EQ(board('u', {0xE4}), kAck);
   EXPECT_EQ(board('r'), Bytes{0xE4});
@@ -330,8 +295,7 @@ TEST(BoardProtocol, HighFuseAndLockBitsOfATiny26PassThroughAsInstructions) {
 }
 
 TEST(BoardProtocol, AnyInstructionCanBePassedThrough) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   EXPECT_EQ(board(';', {0x40, 0x00, 0x05, 0x42}), kAck);
   EXPECT_EQ(board(':', {0x20, 0x00, 0x05}), Bytes{0x42});
   EXPECT_EQ(board(':', {0x30, 0x00, 0x00}), Bytes{0x1E});
@@ -366,8 +330,7 @@ TEST(BoardProtocol, AnEmptySocketReadsFFAndAcknowledgesEverything) {
 }
 
 TEST(BoardProtocol, AResetDisabledChipReadsFFFromTheNextSessionOn) {
-  Talk board("ATtiny12L");
-  board.Ready();
+  ReadyTalk board("ATtiny12L");
   EXPECT_EQ(board('u', {0xC2}), kAck);
   EXPECT_EQ(board('r'), Bytes{0xC2});
   EXPECT_EQ(board('L'), kAck);
@@ -378,16 +341,14 @@ TEST(BoardProtocol, AResetDisabledChipReadsFFFromTheNextSessionOn) {
 }
 
 TEST(BoardProtocol, LeavingProgrammingModeIsCountedOnlyWhenItWasOn) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   EXPECT_EQ(board('L'), kAck);
   EXPECT_EQ(board('L'), kAck);
   EXPECT_EQ(board.Board.LeaveCount(), 1U);
 }
 
 TEST(BoardProtocol, AnotherChipInTheSocketDoesNotAnswerBeforeTheNextSession) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   Chip other(*FindChip("ATtiny12L"));
   board.Board.Insert(&other);
   EXPECT_EQ(board('s'), (Bytes{0xFF, 0xFF, 0xFF}));
@@ -398,9 +359,7 @@ TEST(BoardProtocol, AnotherChipInTheSocketDoesNotAnswerBeforeTheNextSession) {
 TEST(BoardProtocol, UpdateModeTakesFramesOfFourAndAnswersTheirSum) {
   for (const bool extended : {false, true}) {
     Talk board("AT90S8515");
-    if (extended) {
-      board.Ready();
-    }
+    if (extended) board.Ready();
     EXPECT_EQ(board('U'), kNothing);
     EXPECT_EQ(board.Send({0x12, 0x34, 0xAB}), kNothing);
     EXPECT_EQ(board.Send({0xCD}), Bytes{static_cast<std::uint8_t>(0x12 + 0x34 + 0xAB + 0xCD)});
@@ -411,8 +370,7 @@ TEST(BoardProtocol, UpdateModeTakesFramesOfFourAndAnswersTheirSum) {
 }
 
 TEST(BoardProtocol, TheEndFrameRestartsTheBoardInTheNormalSet) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   board('U');
   board.Send({0x00, 0x01, 0x00, 0x02});
   EXPECT_EQ(board.Send({0xFF, 0xFF, 0xFF, 0xFF}), kNothing);
@@ -518,8 +476,7 @@ TEST(BoardProtocol, TheWordsBesideTheLoaderDoNoHarm) {
 }
 
 TEST(BoardProtocol, DataSheetTimesDelayErasingAndWritingOnly) {
-  Talk board("AT90S8515", {.Times = Timing::DataSheet});
-  board.Ready();
+  ReadyTalk board("AT90S8515", {.Times = Timing::DataSheet});
   EXPECT_EQ(board.LastDelay, 0ms);
   board('e');
   EXPECT_EQ(board.LastDelay, 8ms);
@@ -532,8 +489,7 @@ TEST(BoardProtocol, DataSheetTimesDelayErasingAndWritingOnly) {
 }
 
 TEST(BoardProtocol, ATiny26TakesItsOwnTimes) {
-  Talk board("ATtiny26L", {.Times = Timing::DataSheet});
-  board.Ready();
+  ReadyTalk board("ATtiny26L", {.Times = Timing::DataSheet});
   board('W', {0, 0});
   EXPECT_EQ(board.LastDelay, 4500us);
   board('D', {0});
@@ -541,8 +497,7 @@ TEST(BoardProtocol, ATiny26TakesItsOwnTimes) {
 }
 
 TEST(BoardProtocol, WritesThatAreToBeLiesAreAcknowledgedOnly) {
-  Talk board("AT90S8515");
-  board.Ready();
+  ReadyTalk board("AT90S8515");
   int asked = 0;
   board.Board.CarriesOutWrite = [&asked] { return ++asked != 2; };
   EXPECT_EQ(board('c', {0x11}), kAck);

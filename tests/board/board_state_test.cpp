@@ -1,18 +1,10 @@
 #include "board/board_state.h"
 
-#include <filesystem>
-#include <fstream>
-#include <string>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "board/talk.h"
+#include "platform/temporary_folder.h"
 
 namespace fenwright::board {
 namespace {
-
-using testing::HasSubstr;
 
 SimulatedBoardOptions Fast() { return {.Chip = "ATtiny26L", .Baud = 0, .Board = {}, .Faults = {}}; }
 
@@ -62,7 +54,7 @@ TEST(BoardState, AnUnfinishedUpdateIsKeptAndTheBoardComesUpInItsLoader) {
   EXPECT_EQ(other.Protocol().Set(), CommandSet::Loader) << "no word, no new firmware";
   other.Receive(Bytes{'U', 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}, std::chrono::nanoseconds(0));
   EXPECT_EQ(other.Protocol().Set(), CommandSet::Normal);
-  EXPECT_EQ(FormatState(other).find("unfinished"), std::string::npos);
+  EXPECT_THAT(FormatState(other), Not(HasSubstr("unfinished")));
   EXPECT_FALSE(ParseState("fenwright-board-state 1\nupdate finished", other, error));
 }
 
@@ -81,7 +73,7 @@ TEST(BoardState, BlankRowsAreNotWritten) {
   const std::string text = FormatState(board);
   EXPECT_THAT(text, HasSubstr("\nflash 0020 FFFF BEEF FFFF"));
   EXPECT_EQ(text.find("flash"), text.rfind("flash"));
-  EXPECT_EQ(text.find("eeprom"), std::string::npos);
+  EXPECT_THAT(text, Not(HasSubstr("eeprom")));
 }
 
 TEST(BoardState, LoadingReplacesWhatAChipHeld) {
@@ -114,28 +106,18 @@ TEST(BoardState, BadTextsAreRefusedNamingTheLine) {
   EXPECT_FALSE(ParseState("something else\n", board, error));
 }
 
-class BoardStateFile : public testing::Test {
- protected:
-  BoardStateFile() {
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    folder_ = std::filesystem::temp_directory_path() /
-              ("board_state_" + std::to_string(testing::UnitTest::GetInstance()->random_seed()) +
-               test->name());
-    std::filesystem::create_directories(folder_);
-  }
-  ~BoardStateFile() override { std::filesystem::remove_all(folder_); }
-
-  std::filesystem::path folder_;
+struct BoardStateFile : Test {
+  platform::TemporaryFolder folder_;
 };
 
 TEST_F(BoardStateFile, AFileIsReplacedWholeAndReadBack) {
   SimulatedBoard board(Fast());
   Fill(board);
-  const std::string path = (folder_ / "state").string();
+  const std::string path = folder_.File("state");
   std::string error;
   ASSERT_TRUE(ReplaceFile(path, "old", error)) << error;
   ASSERT_TRUE(ReplaceFile(path, FormatState(board), error)) << error;
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_), {}), 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 1);
   SimulatedBoard other({});
   ASSERT_TRUE(LoadState(path, other, error)) << error;
   EXPECT_EQ(FormatState(other), FormatState(board));
@@ -144,12 +126,12 @@ TEST_F(BoardStateFile, AFileIsReplacedWholeAndReadBack) {
 TEST_F(BoardStateFile, MissingFilesAndFoldersAreErrors) {
   SimulatedBoard board({});
   std::string error;
-  EXPECT_FALSE(LoadState((folder_ / "none").string(), board, error));
+  EXPECT_FALSE(LoadState(folder_.File("none"), board, error));
   EXPECT_THAT(error, HasSubstr("none"));
-  EXPECT_FALSE(ReplaceFile((folder_ / "no" / "file").string(), "x", error));
+  EXPECT_FALSE(ReplaceFile(folder_.File("no/file"), "x", error));
   EXPECT_THAT(error, HasSubstr("file"));
-  EXPECT_FALSE(ReplaceFile(folder_.string(), "x", error));
-  EXPECT_FALSE(std::filesystem::exists(folder_.string() + ".new"));
+  EXPECT_FALSE(ReplaceFile(folder_.Path(), "x", error));
+  EXPECT_FALSE(std::filesystem::exists(folder_.Path() + ".new"));
 }
 
 }  // namespace

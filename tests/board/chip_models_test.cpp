@@ -1,11 +1,6 @@
 #include "board/chip_models.h"
 
-#include <set>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "support/prelude.h"
 
 namespace fenwright::board {
 namespace {
@@ -113,7 +108,7 @@ TEST(ChipModels, EveryDeviceCodeFindsItsChip) {
 TEST(ChipModels, TheListOfNamesHasALineForEachChip) {
   const std::string names = ListChipNames();
   for (const ChipModel& model : ChipModels()) {
-    EXPECT_THAT("\n" + names, testing::HasSubstr("\n" + std::string(model.Name) + "\n"));
+    EXPECT_THAT("\n" + names, HasSubstr("\n" + std::string(model.Name) + "\n"));
   }
 }
 

@@ -1,8 +1,6 @@
 #include "board/chip.h"
 
-#include <vector>
-
-#include <gtest/gtest.h>
+#include "support/prelude.h"
 
 namespace fenwright::board {
 namespace {
@@ -163,15 +161,8 @@ TEST(Chip, PagesOfALockedTiny26AreNotWritten) {
   EXPECT_EQ(chip.FlashWord(0), 0xFFFF);
 }
 
-struct LockByte {
-  const char* Name;
-  int Open;
-  int NoWriting;
-  int NoReading;
-};
-
 TEST(Chip, TheLockByteHasEachChipsOwnLayout) {
-  const std::vector<LockByte> rows{
+  const std::vector<std::tuple<const char*, int, int, int>> rows{
       {"ATtiny12L", 0xFF, 0xFD, 0xF9}, {"ATtiny15L", 0xFF, 0xFD, 0xF9},
       {"AT90S4433", 0xFF, 0xFD, 0xF9}, {"ATtiny26L", 0xFF, 0xFE, 0xFC},
       {"AT90S2323", 0xDF, 0x5F, 0x1F}, {"AT90S2343", 0xDE, 0x5E, 0x1E},
@@ -179,14 +170,14 @@ TEST(Chip, TheLockByteHasEachChipsOwnLayout) {
       {"AT90S1200", 0xFF, 0xFF, 0xFF}, {"AT90S2313", 0xFF, 0xFF, 0xFF},
       {"AT90S4414", 0xFF, 0xFF, 0xFF}, {"AT90S8515", 0xFF, 0xFF, 0xFF},
   };
-  for (const LockByte& row : rows) {
-    SCOPED_TRACE(row.Name);
-    Chip chip = Listening(row.Name);
-    EXPECT_EQ(chip.Execute({0x58, 0, 0, 0}), row.Open);
+  for (const auto& [name, open, no_writing, no_reading] : rows) {
+    SCOPED_TRACE(name);
+    Chip chip = Listening(name);
+    EXPECT_EQ(chip.Execute({0x58, 0, 0, 0}), open);
     chip.SetLockBits(2);
-    EXPECT_EQ(chip.Execute({0x58, 0, 0, 0}), row.NoWriting);
+    EXPECT_EQ(chip.Execute({0x58, 0, 0, 0}), no_writing);
     chip.SetLockBits(0);
-    EXPECT_EQ(chip.Execute({0x58, 0, 0, 0}), row.NoReading);
+    EXPECT_EQ(chip.Execute({0x58, 0, 0, 0}), no_reading);
   }
 }
 
@@ -278,9 +269,7 @@ TEST(Chip, CalibrationBytesAreFourOnATiny26OneOnOtherTinysAndNoneElsewhere) {
     chip.EnterProgramming();
     chip.SetCalibration({0x05, 0x06, 0x07, 0x08});
     std::vector<int> read;
-    for (std::uint8_t i = 0; i < 4; ++i) {
-      read.push_back(chip.Execute({0x38, 0, i, 0}));
-    }
+    for (std::uint8_t i = 0; i < 4; ++i) read.push_back(chip.Execute({0x38, 0, i, 0}));
     const std::vector<int> expected = model.CalibrationCount == 4 ? std::vector<int>{5, 6, 7, 8}
                                       : model.CalibrationCount == 1
                                           ? std::vector<int>{5, 5, 5, 5}

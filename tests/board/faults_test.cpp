@@ -1,20 +1,12 @@
 #include "board/faults.h"
 
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "board/simulated_board.h"
 #include "board/talk.h"
 
 namespace fenwright::board {
 namespace {
 
-using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
-using testing::HasSubstr;
 
 Fault Parse(std::string_view form) {
   std::string error;
@@ -55,40 +47,17 @@ TEST(ParseFault, ReadsEveryForm) {
 }
 
 TEST(ParseFault, RefusesBadSpecsNamingThemAndTheForms) {
-  for (const char* form : {"",
-                           "loud",
-                           "drop",
-                           "drop@",
-                           "drop@0",
-                           "drop@-1",
-                           "drop@1x",
-                           "drop@1:5",
-                           "late@1",
-                           "late@1:",
-                           "late@1:x",
-                           "late@1:-5",
-                           "late@1:nan",
-                           "split@:5",
-                           "flip@1:",
-                           "flip@1:100",
-                           "flip@1:00",
-                           "flip@1:xy",
-                           "silent@",
-                           "silent@0",
-                           "stuck@flash:1:16=0",
-                           "stuck@eeprom:1:8=0",
-                           "stuck@ram:1:1=0",
-                           "stuck@flash:1:1=2",
-                           "stuck@flash:1:1",
-                           "stuck@flash:0xZ:1=1",
-                           "hangup@",
-                           "powercut",
-                           "drop@99999999999",
-                           "Silent",
-                           "silent "}) {
+  std::istringstream words(
+      "loud drop drop@ drop@0 drop@-1 drop@1x drop@1:5 late@1 late@1: late@1:x late@1:-5 "
+      "late@1:nan split@:5 flip@1: flip@1:100 flip@1:00 flip@1:xy silent@ silent@0 "
+      "stuck@flash:1:16=0 stuck@eeprom:1:8=0 stuck@ram:1:1=0 stuck@flash:1:1=2 "
+      "stuck@flash:1:1 stuck@flash:0xZ:1=1 hangup@ powercut drop@99999999999 Silent");
+  std::vector<std::string> forms{"", "silent "};
+  for (std::string form; words >> form;) forms.push_back(form);
+  for (const std::string& form : forms) {
     std::string error;
     EXPECT_FALSE(ParseFault(form, error).has_value()) << form;
-    EXPECT_THAT(error, HasSubstr("\"" + std::string(form) + "\""));
+    EXPECT_THAT(error, HasSubstr("\"" + form + "\""));
     EXPECT_THAT(error, HasSubstr("late@N:MS"));
     EXPECT_THAT(error, HasSubstr("stuck@eeprom:ADDR:BIT=V"));
   }
@@ -135,9 +104,7 @@ class FaultyBoard {
  private:
   static std::vector<Fault> All(const std::vector<std::string>& forms) {
     std::vector<Fault> faults;
-    for (const std::string& form : forms) {
-      faults.push_back(Parse(form));
-    }
+    for (const std::string& form : forms) faults.push_back(Parse(form));
     return faults;
   }
 };

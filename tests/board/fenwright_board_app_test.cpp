@@ -1,113 +1,41 @@
-#include <array>
-#include <chrono>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <poll.h>
 #include <signal.h>
-#include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <termios.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "board/talk.h"
+#include "support/process.h"
 
 namespace fenwright::board {
 namespace {
 
-using namespace std::chrono_literals;
-using testing::HasSubstr;
-using testing::StartsWith;
 namespace fs = std::filesystem;
 
-/// A child process with its outputs on pipes.
-class Process {
+/// fenwright-board with its options.
+class Board : public Process {
  public:
-  explicit Process(std::vector<std::string> arguments) {
-    std::array<int, 2> out{};
-    std::array<int, 2> err{};
-    if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0) {
-      return;
-    }
-    arguments.insert(arguments.begin(), FENWRIGHT_BOARD_PROGRAM);
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) {
-      argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(out[1], STDOUT_FILENO);
-      dup2(err[1], STDERR_FILENO);
-      execv(argv[0], argv.data());
-      _exit(127);
-    }
-    close(out[1]);
-    close(err[1]);
-    out_ = out[0];
-    err_ = err[0];
-  }
-  ~Process() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    close(out_);
-    close(err_);
-  }
-  Process(const Process&) = delete;
-  Process& operator=(const Process&) = delete;
+  explicit Board(const std::vector<std::string>& options) : Process(Command(options)) {}
 
-  std::string ReadLine() const {
-    std::string line;
-    char character = 0;
-    while (read(out_, &character, 1) == 1 && character != '\n') {
-      line += character;
+  /// The first line of its output, without its end.
+  std::string ReadLine() {
+    std::string output;
+    for (int i = 0; i < 2000 && !output.ends_with('\n'); ++i) {
+      output = Process::Output();
+      if (!Running()) break;
+      std::this_thread::sleep_for(5ms);
     }
-    return line;
+    return output.substr(0, output.find('\n'));
   }
-  std::string Output() const { return ReadAll(out_); }
-  std::string Errors() const { return ReadAll(err_); }
-
-  void Signal(int number) const { kill(pid_, number); }
-
-  /// Waits for the end; the exit code, or -1 when a signal ended it.
-  int Wait() {
-    int status = 0;
-    wait4(pid_, &status, 0, &usage_);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  /// Processor time used, known after Wait().
-  [[nodiscard]] std::chrono::microseconds ProcessorTime() const {
-    const auto of = [](const timeval& time) {
-      return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
-    };
-    return of(usage_.ru_utime) + of(usage_.ru_stime);
-  }
+  /// What it has said when it has ended.
+  std::string Output() { return Wait(), Process::Output(); }
+  std::string Errors() { return Wait(), Process::Errors(); }
 
  private:
-  static std::string ReadAll(int pipe) {
-    std::string text;
-    std::array<char, 4096> buffer{};
-    for (ssize_t count = 0; (count = read(pipe, buffer.data(), buffer.size())) > 0;) {
-      text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    return text;
+  static std::vector<std::string> Command(std::vector<std::string> options) {
+    options.insert(options.begin(), FENWRIGHT_BOARD_PROGRAM);
+    return options;
   }
-
-  pid_t pid_ = -1;
-  int out_ = -1;
-  int err_ = -1;
-  rusage usage_{};
 };
 
 /// The PC's end of the terminal.
@@ -130,9 +58,7 @@ class Line {
     while (bytes.size() < count) {
       pollfd waiting{.fd = file_, .events = POLLIN, .revents = 0};
       std::uint8_t byte = 0;
-      if (poll(&waiting, 1, milliseconds) != 1 || read(file_, &byte, 1) != 1) {
-        break;
-      }
+      if (poll(&waiting, 1, milliseconds) != 1 || read(file_, &byte, 1) != 1) break;
       bytes.push_back(byte);
     }
     return bytes;
@@ -156,26 +82,15 @@ class Line {
   int file_;
 };
 
-std::string Content(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+struct FenwrightBoard : Test {
+  [[nodiscard]] std::string File(const char* name) const { return folder_.File(name); }
+  [[nodiscard]] std::string Content(const char* name) const { return ReadFile(File(name)); }
 
-class FenwrightBoard : public testing::Test {
- protected:
-  FenwrightBoard() {
-    std::string pattern = fs::temp_directory_path() / "fenwright_board_XXXXXX";
-    folder_ = mkdtemp(pattern.data());
-  }
-  ~FenwrightBoard() override { fs::remove_all(folder_); }
-
-  [[nodiscard]] std::string File(const char* name) const { return folder_ / name; }
-
-  fs::path folder_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(FenwrightBoard, AnswersOnTheTerminalWhosePathItPrints) {
-  Process board({"--device", "AT90S8515"});
+  Board board({"--device", "AT90S8515"});
   const std::string path = board.ReadLine();
   EXPECT_THAT(path, StartsWith("/dev/pts/"));
   const Line line(path);
@@ -189,7 +104,7 @@ TEST_F(FenwrightBoard, AnswersOnTheTerminalWhosePathItPrints) {
 }
 
 TEST_F(FenwrightBoard, PassesEveryByteValueUnchanged) {
-  Process board({"--device", "AT90S8515", "--baud", "0"});
+  Board board({"--device", "AT90S8515", "--baud", "0"});
   const Line line(board.ReadLine());
   ASSERT_TRUE(line.Ready(0x38));
   for (int value = 0; value < 256; ++value) {
@@ -199,7 +114,7 @@ TEST_F(FenwrightBoard, PassesEveryByteValueUnchanged) {
 }
 
 TEST_F(FenwrightBoard, WritesTheDumpWhenProgrammingModeIsLeft) {
-  Process board({"--device", "ATtiny12L", "--baud", "0", "--dump", File("dump")});
+  Board board({"--device", "ATtiny12L", "--baud", "0", "--dump", File("dump")});
   const Line line(board.ReadLine());
   ASSERT_TRUE(line.Ready(0x55));
   line.Ask(Say('c', {0x34}), 1);
@@ -211,12 +126,12 @@ TEST_F(FenwrightBoard, WritesTheDumpWhenProgrammingModeIsLeft) {
   expected[0] = 0x34;
   expected[1] = 0x12;
   expected[1024 + 1] = 0x56;  // the address had advanced
-  EXPECT_EQ(Content(File("dump")), expected);
+  EXPECT_EQ(Content("dump"), expected);
 }
 
 TEST_F(FenwrightBoard, KeepsItsStateFromOneRunToTheNext) {
   for (const bool first : {true, false}) {
-    Process board({"--device", "2343", "--baud", "0", "--state", File("state")});
+    Board board({"--device", "2343", "--baud", "0", "--state", File("state")});
     const Line line(board.ReadLine());
     ASSERT_TRUE(line.Ready(0x4C));
     EXPECT_EQ(line.Ask(Say('R'), 2), first ? (Bytes{0xFF, 0xFF}) : (Bytes{0x12, 0x34}));
@@ -225,21 +140,21 @@ TEST_F(FenwrightBoard, KeepsItsStateFromOneRunToTheNext) {
     line.Ask(Say('C', {0x12}), 1);
     board.Signal(SIGINT);
     EXPECT_EQ(board.Wait(), 0) << "saved at the end, in the middle of a session";
-    EXPECT_THAT(Content(File("state")), HasSubstr("flash 0000 1234 FFFF"));
+    EXPECT_THAT(Content("state"), HasSubstr("flash 0000 1234 FFFF"));
   }
 }
 
 TEST_F(FenwrightBoard, RefusesAStateFileItCannotUnderstand) {
-  std::ofstream(File("state")) << "something else\n";
-  Process board({"--device", "AT90S8515", "--state", File("state")});
+  WriteFile(File("state"), "something else\n");
+  Board board({"--device", "AT90S8515", "--state", File("state")});
   EXPECT_THAT(board.Errors(), HasSubstr("something else"));
   EXPECT_EQ(board.Wait(), 1);
-  EXPECT_EQ(Content(File("state")), "something else\n");
+  EXPECT_EQ(Content("state"), "something else\n");
 }
 
 TEST_F(FenwrightBoard, MakesReplacesAndRemovesItsLink) {
   fs::create_symlink("/nowhere", File("port"));
-  Process board({"--device", "AT90S8515", "--link", File("port")});
+  Board board({"--device", "AT90S8515", "--link", File("port")});
   const std::string path = board.ReadLine();
   EXPECT_EQ(fs::read_symlink(File("port")), path);
   board.Signal(SIGTERM);
@@ -248,24 +163,24 @@ TEST_F(FenwrightBoard, MakesReplacesAndRemovesItsLink) {
 }
 
 TEST_F(FenwrightBoard, LeavesAFileInPlaceOfItsLinkAlone) {
-  std::ofstream(File("port")) << "precious";
-  Process board({"--device", "AT90S8515", "--link", File("port")});
+  WriteFile(File("port"), "precious");
+  Board board({"--device", "AT90S8515", "--link", File("port")});
   EXPECT_THAT(board.Errors(), HasSubstr("not a symbolic link"));
   EXPECT_EQ(board.Wait(), 1);
-  EXPECT_EQ(Content(File("port")), "precious");
+  EXPECT_EQ(Content("port"), "precious");
 }
 
 TEST_F(FenwrightBoard, LogsTheBytesOfBothDirections) {
-  Process board({"--device", "AT90S8515", "--baud", "0", "--log", File("log")});
+  Board board({"--device", "AT90S8515", "--baud", "0", "--log", File("log")});
   const Line line(board.ReadLine());
   ASSERT_TRUE(line.Ready(0x38));
   line.Ask(Say('s'), 3);
-  EXPECT_EQ(Content(File("log")), "> 41\n< 0D\n> 54 38\n< 0D\n> 50\n< 0D\n> 73\n< 01 93 1E\n");
+  EXPECT_EQ(Content("log"), "> 41\n< 0D\n> 54 38\n< 0D\n> 50\n< 0D\n> 73\n< 01 93 1E\n");
 }
 
 TEST_F(FenwrightBoard, NamesTheDevicesWhenOneIsUnknownOrAmbiguous) {
   for (const char* name : {"ATmega8", "AT90S", ""}) {
-    Process board({"--device", name});
+    Board board({"--device", name});
     const std::string errors = board.Errors();
     EXPECT_THAT(errors, HasSubstr("AT90S1200A(内部RCｸﾛｯｸ1MHz)\n"));
     EXPECT_THAT(errors, HasSubstr("ATtiny12L\n"));
@@ -275,7 +190,7 @@ TEST_F(FenwrightBoard, NamesTheDevicesWhenOneIsUnknownOrAmbiguous) {
 }
 
 TEST_F(FenwrightBoard, NamesAFaultItDoesNotKnowAndItsForms) {
-  Process board({"--device", "AT90S8515", "--fault", "drop@2", "--fault", "loud@1"});
+  Board board({"--device", "AT90S8515", "--fault", "drop@2", "--fault", "loud@1"});
   const std::string errors = board.Errors();
   EXPECT_THAT(errors, HasSubstr("\"loud@1\""));
   EXPECT_THAT(errors, HasSubstr("split@N:MS"));
@@ -288,7 +203,7 @@ TEST_F(FenwrightBoard, WrongCommandLinesEndWithExitCode2) {
                                              {"--device", "AT90S8515", "--baud", "x"},
                                              {"--device", "AT90S8515", "--latency-ms", "-1"},
                                              {"--device", "AT90S8515", "--nonsense"}}) {
-    Process board(arguments);
+    Board board(arguments);
     EXPECT_NE(board.Errors(), "");
     EXPECT_EQ(board.Wait(), 2);
   }
@@ -298,7 +213,7 @@ TEST_F(FenwrightBoard, RefusesATimeThatIsNoTime) {
   for (const char* option : {"--latency-ms", "--ack-delay-ms"}) {
     for (const char* value : {"-1", "nan", "-nan", "inf", "-inf", "1000001", "soon", ""}) {
       SCOPED_TRACE(std::string(option) + " " + value);
-      Process board({"--device", "AT90S8515", option, value});
+      Board board({"--device", "AT90S8515", option, value});
       EXPECT_THAT(board.Errors(), HasSubstr(option));
       EXPECT_EQ(board.Wait(), 2);
     }
@@ -308,9 +223,9 @@ TEST_F(FenwrightBoard, RefusesATimeThatIsNoTime) {
 TEST_F(FenwrightBoard, RefusesAPathItCouldNotWriteInTheEnd) {
   for (const char* option : {"--dump", "--state"}) {
     for (const std::string& path :
-         {std::string("/nowhere/at/all"), folder_.string(), std::string("/dev/null")}) {
+         {std::string("/nowhere/at/all"), folder_.Path().string(), std::string("/dev/null")}) {
       SCOPED_TRACE(option + (" " + path));
-      Process board({"--device", "AT90S8515", option, path});
+      Board board({"--device", "AT90S8515", option, path});
       EXPECT_THAT(board.Errors(), HasSubstr(path));
       EXPECT_EQ(board.Wait(), 2);
     }
@@ -319,7 +234,7 @@ TEST_F(FenwrightBoard, RefusesAPathItCouldNotWriteInTheEnd) {
 }
 
 TEST_F(FenwrightBoard, ItsHelpListsTheFaults) {
-  Process board({"--help"});
+  Board board({"--help"});
   const std::string help = board.Output();
   EXPECT_THAT(help, HasSubstr("flip@N[:HEXMASK]"));
   EXPECT_THAT(help, HasSubstr("--latency-ms"));
@@ -327,8 +242,8 @@ TEST_F(FenwrightBoard, ItsHelpListsTheFaults) {
 }
 
 TEST_F(FenwrightBoard, CarriesOutTheFaultsItIsGiven) {
-  Process board({"--device", "AT90S8515", "--baud", "0", "--fault", "flip@1", "--fault", "drop@2",
-                 "--version-line", "KV-LOD350A V6.30"});
+  Board board({"--device", "AT90S8515", "--baud", "0", "--fault", "flip@1", "--fault", "drop@2",
+               "--version-line", "KV-LOD350A V6.30"});
   const Line line(board.ReadLine());
   EXPECT_EQ(line.Ask(Say('A'), 1), Bytes{0x0C});
   ASSERT_TRUE(line.Send(Say('A')));
@@ -338,7 +253,7 @@ TEST_F(FenwrightBoard, CarriesOutTheFaultsItIsGiven) {
 }
 
 TEST_F(FenwrightBoard, HangsUpSavesAndEnds) {
-  Process board(
+  Board board(
       {"--device", "AT90S8515", "--baud", "0", "--fault", "hangup@5", "--dump", File("dump")});
   const Line line(board.ReadLine());
   ASSERT_TRUE(line.Ready(0x38));
@@ -350,7 +265,7 @@ TEST_F(FenwrightBoard, HangsUpSavesAndEnds) {
 }
 
 TEST_F(FenwrightBoard, KeepsServingWhenTheOtherEndComesAndGoes) {
-  Process board({"--device", "AT90S8515", "--baud", "0"});
+  Board board({"--device", "AT90S8515", "--baud", "0"});
   const std::string path = board.ReadLine();
   for (int i = 0; i < 3; ++i) {
     const Line line(path);
@@ -359,7 +274,7 @@ TEST_F(FenwrightBoard, KeepsServingWhenTheOtherEndComesAndGoes) {
 }
 
 TEST_F(FenwrightBoard, KeepsTheSpeedOfTheLine) {
-  Process board({"--device", "AT90S8515"});
+  Board board({"--device", "AT90S8515"});
   const Line line(board.ReadLine());
   ASSERT_TRUE(line.Ready(0x38));
   constexpr int kWords = 100;
@@ -374,7 +289,7 @@ TEST_F(FenwrightBoard, KeepsTheSpeedOfTheLine) {
 }
 
 TEST_F(FenwrightBoard, HoldsRepliesBackForTheLatencyAndTheAcknowledgementOfAForItsDelay) {
-  Process board(
+  Board board(
       {"--device", "AT90S8515", "--baud", "0", "--latency-ms", "5", "--ack-delay-ms", "20"});
   const Line line(board.ReadLine());
   const auto start = std::chrono::steady_clock::now();
@@ -386,13 +301,13 @@ TEST_F(FenwrightBoard, HoldsRepliesBackForTheLatencyAndTheAcknowledgementOfAForI
 }
 
 TEST_F(FenwrightBoard, UsesNoProcessorTimeWhileIdle) {
-  Process board({"--device", "AT90S8515"});
+  Board board({"--device", "AT90S8515"});
   const Line line(board.ReadLine());
   ASSERT_EQ(line.Ask(Say('A'), 1), kAck);
   std::this_thread::sleep_for(600ms);
   board.Signal(SIGTERM);
   EXPECT_EQ(board.Wait(), 0);
-  EXPECT_LT(board.ProcessorTime(), 200ms) << "a busy loop would have used 600 ms";
+  EXPECT_LT(board.ProcessorSeconds(), 0.2) << "a busy loop would have used 600 ms";
 }
 
 }  // namespace

@@ -1,22 +1,13 @@
 #include "board/simulated_board.h"
 
-#include <gtest/gtest.h>
-
 #include "board/talk.h"
 
 namespace fenwright::board {
 namespace {
 
-using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 
 constexpr nanoseconds kByte{173'611};  // 10 bits at 57,600 baud
-
-SimulatedBoardOptions WithChip(std::string name) {
-  SimulatedBoardOptions options;
-  options.Chip = std::move(name);
-  return options;
-}
 
 /// Sends a command at `now` and gives the time at which its whole answer has arrived.
 nanoseconds Exchange(SimulatedBoard& board, nanoseconds now, const Bytes& command,
@@ -49,12 +40,12 @@ TEST(ByteTime, IsTenBits) {
 }
 
 TEST(SimulatedBoard, AnAcknowledgementTakesTwoByteTimes) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   EXPECT_EQ(Exchange(board, 5ms, Say('A'), 1), 5ms + 2 * kByte);
 }
 
 TEST(SimulatedBoard, AWordIsWrittenInSixByteTimesAndReadInThree) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   const nanoseconds start = MakeReady(board, 0x38);
   nanoseconds now = Exchange(board, start, Say('c', {0x34}), 1);
   now = Exchange(board, now, Say('C', {0x12}), 1);
@@ -63,13 +54,13 @@ TEST(SimulatedBoard, AWordIsWrittenInSixByteTimesAndReadInThree) {
 }
 
 TEST(SimulatedBoard, AWordOfATiny26IsWrittenInFourByteTimes) {
-  SimulatedBoard board(WithChip("ATtiny26L"));
+  SimulatedBoard board({.Chip = "ATtiny26L"});
   const nanoseconds start = MakeReady(board, 0x59);
   EXPECT_EQ(Exchange(board, start, Say('W', {0x34, 0x12}), 1) - start, 4 * kByte);
 }
 
 TEST(SimulatedBoard, TheVersionLineArrivesByteByByte) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   board.Receive(Say('?'), 0ns);
   EXPECT_EQ(board.TakeDue(1 * kByte).size(), 0U);
   EXPECT_EQ(board.TakeDue(2 * kByte).size(), 1U);
@@ -78,7 +69,7 @@ TEST(SimulatedBoard, TheVersionLineArrivesByteByByte) {
 }
 
 TEST(SimulatedBoard, BytesSentOneByOneShareTheLine) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   const nanoseconds start = MakeReady(board, 0x38);
   board.Receive(Bytes{'a'}, start);
   board.Receive(Bytes{0x00}, start + 1us);
@@ -87,7 +78,7 @@ TEST(SimulatedBoard, BytesSentOneByOneShareTheLine) {
 }
 
 TEST(SimulatedBoard, ALineThatWasIdleStartsWithTheByte) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   const nanoseconds start = MakeReady(board, 0x38);
   board.Receive(Bytes{'D'}, start);
   board.Receive(Bytes{0x00}, start + 10ms);
@@ -95,47 +86,37 @@ TEST(SimulatedBoard, ALineThatWasIdleStartsWithTheByte) {
 }
 
 TEST(SimulatedBoard, TheTwoDirectionsDoNotWaitForEachOther) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   board.Receive(Bytes{'A', '?'}, 0ns);
   EXPECT_EQ(board.TakeDue(2 * kByte), kAck) << "while the second command arrives";
   EXPECT_EQ(board.NextDue(), 3 * kByte);
 }
 
 TEST(SimulatedBoard, LatencyHoldsEveryReceivedByteBack) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Latency = 16ms;
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board({.Chip = "AT90S8515", .Latency = 16ms});
   EXPECT_EQ(Exchange(board, 0ns, Say('A'), 1), 2 * kByte + 16ms);
 }
 
 TEST(SimulatedBoard, AnInfinitelyFastLineAnswersAtOnce) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Baud = 0;
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board({.Chip = "AT90S8515", .Baud = 0});
   EXPECT_EQ(Exchange(board, 7ms, Say('A'), 1), 7ms);
 }
 
 TEST(SimulatedBoard, ChipTimesComeOnTopOfTheLine) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Board.Times = Timing::DataSheet;
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board({.Chip = "AT90S8515", .Board = {.Times = Timing::DataSheet}});
   const nanoseconds start = MakeReady(board, 0x38);
   EXPECT_EQ(Exchange(board, start, Say('e'), 1) - start, 2 * kByte + 8ms);
 }
 
 TEST(SimulatedBoard, EveryExtendedSetIsAcknowledgedLateWhenTheOptionsSaySo) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Board.ExtendDelay = 20ms;
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board({.Chip = "AT90S8515", .Board = {.ExtendDelay = 20ms}});
   const nanoseconds first = Exchange(board, 0ns, Say('A'), 1);
   EXPECT_EQ(first, 2 * kByte + 20ms);
   EXPECT_EQ(Exchange(board, first, Say('A'), 1), first + 2 * kByte + 20ms);
 }
 
 TEST(SimulatedBoard, BytesThatArriveWhileItWorksWait) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Board.ExtendDelay = 20ms;
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board({.Chip = "AT90S8515", .Board = {.ExtendDelay = 20ms}});
   board.Receive(Bytes{'A', '?'}, 0ns);
   EXPECT_EQ(board.NextDue(), 2 * kByte + 20ms);
   EXPECT_EQ(board.TakeDue(2 * kByte + 20ms), kAck);
@@ -143,18 +124,15 @@ TEST(SimulatedBoard, BytesThatArriveWhileItWorksWait) {
 }
 
 TEST(SimulatedBoard, TheWorkOfTwoCommandsIsDoneOneAfterTheOther) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Board.ExtendDelay = 20ms;
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board({.Chip = "AT90S8515", .Board = {.ExtendDelay = 20ms}});
   board.Receive(Bytes{'A', 'A'}, 0ns);
   EXPECT_EQ(board.TakeDue(2 * kByte + 20ms), kAck);
   EXPECT_EQ(board.NextDue(), 2 * kByte + 40ms);
 }
 
 TEST(SimulatedBoard, BytesThatArrivedBeforeAHangUpAreKeptAndLaterOnesLost) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Faults = {{.What = Fault::Kind::HangUp, .Number = 4, .Bit = {}}};
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board(
+      {.Chip = "AT90S8515", .Faults = {{.What = Fault::Kind::HangUp, .Number = 4, .Bit = {}}}});
   board.Receive(Bytes{'?', 0x1B, 0x1B, 0x1B, 'A'}, 0ns);
   EXPECT_EQ(board.TakeDue(3 * kByte).size(), 2U);
   EXPECT_FALSE(board.HungUp());
@@ -164,9 +142,8 @@ TEST(SimulatedBoard, BytesThatArrivedBeforeAHangUpAreKeptAndLaterOnesLost) {
 }
 
 TEST(SimulatedBoard, AHangUpIsDueLikeAByte) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Faults = {{.What = Fault::Kind::HangUp, .Number = 1, .Bit = {}}};
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board(
+      {.Chip = "AT90S8515", .Faults = {{.What = Fault::Kind::HangUp, .Number = 1, .Bit = {}}}});
   board.Receive(Bytes{'A'}, 0ns);
   EXPECT_EQ(board.NextDue(), kByte);
   EXPECT_FALSE(board.HungUp());
@@ -175,9 +152,8 @@ TEST(SimulatedBoard, AHangUpIsDueLikeAByte) {
 }
 
 TEST(SimulatedBoard, PluggedInAgainItStartsAfreshAndKeepsItsChips) {
-  SimulatedBoardOptions options = WithChip("AT90S8515");
-  options.Faults = {{.What = Fault::Kind::HangUp, .Number = 6, .Bit = {}}};
-  SimulatedBoard board(std::move(options));
+  SimulatedBoard board(
+      {.Chip = "AT90S8515", .Faults = {{.What = Fault::Kind::HangUp, .Number = 6, .Bit = {}}}});
   const nanoseconds now = MakeReady(board, 0x38);
   board.Socket().SetEepromByte(1, 0x42);
   board.Receive(Bytes{'d', 'd'}, now);
@@ -194,7 +170,7 @@ TEST(SimulatedBoard, PluggedInAgainItStartsAfreshAndKeepsItsChips) {
 }
 
 TEST(SimulatedBoard, ChipsKeepTheirContentsOutOfTheSocket) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   board.Socket().SetFlashWord(0, 0x1234);
   EXPECT_TRUE(board.InsertChip("ATtiny12L"));
   EXPECT_EQ(board.Socket().Model().Name, "ATtiny12L");
@@ -206,12 +182,12 @@ TEST(SimulatedBoard, ChipsKeepTheirContentsOutOfTheSocket) {
 }
 
 TEST(SimulatedBoard, AnUnknownChipNameLeavesTheSocketEmpty) {
-  SimulatedBoard board(WithChip("ATmega8"));
+  SimulatedBoard board({.Chip = "ATmega8"});
   EXPECT_EQ(board.Socket().Model().Name, "empty");
 }
 
 TEST(SimulatedBoard, OneConnectionAtATime) {
-  SimulatedBoard board(WithChip("AT90S8515"));
+  SimulatedBoard board({.Chip = "AT90S8515"});
   EXPECT_TRUE(board.Connect());
   EXPECT_FALSE(board.Connect());
   board.Disconnect();

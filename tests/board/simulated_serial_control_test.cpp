@@ -1,23 +1,17 @@
 #include "board/simulated_serial_control.h"
 
-#include <memory>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "board/talk.h"
 
 namespace fenwright::board {
 namespace {
 
-using namespace std::chrono_literals;
 using platform::InputMode;
 using platform::PortOpenStatus;
 using std::chrono::nanoseconds;
 
 constexpr nanoseconds kByte{173'611};  // 10 bits at 57,600 baud
 
-class SimulatedSerial : public testing::Test {
+class SimulatedSerial : public Test {
  protected:
   TimeSource Virtual() {
     return {.Now = [this] { return now_; },
@@ -28,18 +22,13 @@ class SimulatedSerial : public testing::Test {
                 }};
   }
 
-  static SimulatedBoardOptions Options() {
-    SimulatedBoardOptions options;
-    options.Chip = "AT90S8515";
-    return options;
-  }
-
   void OpenPort() { ASSERT_EQ(port_.Open().Status, PortOpenStatus::Ok); }
   void Send(char letter) { port_.Output(Say(letter)); }
 
   nanoseconds now_ = 100s;
   int rests_ = 0;
-  std::shared_ptr<SimulatedBoard> board_ = std::make_shared<SimulatedBoard>(Options());
+  std::shared_ptr<SimulatedBoard> board_ =
+      std::make_shared<SimulatedBoard>(SimulatedBoardOptions{.Chip = "AT90S8515"});
   SimulatedSerialControl port_{board_, Virtual()};
 };
 
@@ -145,9 +134,7 @@ TEST_F(SimulatedSerial, RestsNoLongerThanTheLimit) {
 }
 
 TEST_F(SimulatedSerial, ABoardThatAcknowledgesAfter20msIsWaitedFor) {
-  SimulatedBoardOptions options = Options();
-  options.Board.ExtendDelay = 20ms;
-  SimulatedSerialControl port(std::move(options), Virtual());
+  SimulatedSerialControl port({.Chip = "AT90S8515", .Board = {.ExtendDelay = 20ms}}, Virtual());
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
   const nanoseconds start = now_;
   port.Output(Say('A'));
@@ -190,9 +177,9 @@ TEST_F(SimulatedSerial, ClosingLosesWhatWasNotTaken) {
 }
 
 TEST_F(SimulatedSerial, AHangUpLatchesAndKeepsWhatHadArrived) {
-  SimulatedBoardOptions options = Options();
-  options.Faults = {{.What = Fault::Kind::HangUp, .Number = 2, .Bit = {}}};
-  SimulatedSerialControl port(std::move(options), Virtual());
+  SimulatedSerialControl port(
+      {.Chip = "AT90S8515", .Faults = {{.What = Fault::Kind::HangUp, .Number = 2, .Bit = {}}}},
+      Virtual());
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
   port.Output(Say('A'));
   port.RestUntilInput(1.0);
@@ -212,9 +199,9 @@ TEST_F(SimulatedSerial, AHangUpLatchesAndKeepsWhatHadArrived) {
 }
 
 TEST_F(SimulatedSerial, AnUnpluggedBoardIsMissingUntilItIsPluggedIn) {
-  SimulatedBoardOptions options = Options();
-  options.Faults = {{.What = Fault::Kind::HangUp, .Number = 1, .Bit = {}}};
-  SimulatedSerialControl port(std::move(options), Virtual());
+  SimulatedSerialControl port(
+      {.Chip = "AT90S8515", .Faults = {{.What = Fault::Kind::HangUp, .Number = 1, .Bit = {}}}},
+      Virtual());
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
   port.Output(Say('A'));
   now_ += 1s;
@@ -231,9 +218,9 @@ TEST_F(SimulatedSerial, AnUnpluggedBoardIsMissingUntilItIsPluggedIn) {
 }
 
 TEST_F(SimulatedSerial, ALineThatWasHungUpStaysGoneUntilItIsOpenedAgain) {
-  SimulatedBoardOptions options = Options();
-  options.Faults = {{.What = Fault::Kind::HangUp, .Number = 1, .Bit = {}}};
-  SimulatedSerialControl port(std::move(options), Virtual());
+  SimulatedSerialControl port(
+      {.Chip = "AT90S8515", .Faults = {{.What = Fault::Kind::HangUp, .Number = 1, .Bit = {}}}},
+      Virtual());
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
   port.Output(Say('A'));
   now_ += 1s;
@@ -300,9 +287,7 @@ TEST_F(SimulatedSerial, AtAnotherSpeedNeitherSideUnderstandsTheOther) {
 }
 
 TEST_F(SimulatedSerial, AnInfinitelyFastBoardTakesAnySpeed) {
-  SimulatedBoardOptions options = Options();
-  options.Baud = 0;
-  SimulatedSerialControl port(std::move(options), Virtual());
+  SimulatedSerialControl port({.Chip = "AT90S8515", .Baud = 0}, Virtual());
   port.SetSettings("9600,n,8,1");
   ASSERT_EQ(port.Open().Status, PortOpenStatus::Ok);
   port.Output(Say('A'));

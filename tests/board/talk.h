@@ -1,13 +1,9 @@
 #pragma once
 
-#include <cstdint>
-#include <initializer_list>
-#include <string_view>
-#include <vector>
-
 #include "board/board_protocol.h"
 #include "board/chip.h"
 #include "board/chip_models.h"
+#include "support/prelude.h"
 
 namespace fenwright::board {
 
@@ -60,6 +56,14 @@ class Talk {
   Chip Socket;
   BoardProtocol Board;
   std::chrono::nanoseconds LastDelay{};
+};
+
+/// The same made ready.
+struct ReadyTalk : Talk {
+  explicit ReadyTalk(std::string_view chip_name, BoardOptions options = {})
+      : Talk(chip_name, std::move(options)) {
+    Ready();
+  }
 };
 
 }  // namespace fenwright::board

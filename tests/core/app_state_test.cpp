@@ -1,7 +1,5 @@
 #include "core/app_state.h"
 
-#include <gtest/gtest.h>
-
 #include "core/settings_keys.h"
 #include "core/trace_log.h"
 #include "support/test_run.h"
@@ -9,24 +7,23 @@
 namespace fenwright::core {
 namespace {
 
-TEST(AppState, TheDeviceFieldsAreZeroUntilADeviceIsApplied) {
+TEST_ON(ScriptedTest, AppState, TheDeviceFieldsAreZeroUntilADeviceIsApplied) {
   const AppState state;
   EXPECT_EQ(state.FlashWords, 0);
   EXPECT_EQ(state.EepromBytes, 0);
   EXPECT_EQ(state.DeviceCode, 0);
 }
 
-TEST(AppState, TheBuffersHaveTheirFixedSizesWhateverTheDevice) {
-  testing::ScriptedRun run;
-  EXPECT_EQ(run.State.FlashBuffer.size(), 65537U);
-  EXPECT_EQ(run.State.EepromBuffer.size(), 2049U);
-  run.Select(run.Context, "AT90S8535");
-  run.Select(run.Context, "ATtiny12L");
-  EXPECT_EQ(run.State.FlashBuffer.size(), 65537U);
-  EXPECT_EQ(run.State.EepromBuffer.size(), 2049U);
+TEST_ON(ScriptedTest, AppState, TheBuffersHaveTheirFixedSizesWhateverTheDevice) {
+  EXPECT_EQ(State.FlashBuffer.size(), 65537U);
+  EXPECT_EQ(State.EepromBuffer.size(), 2049U);
+  Select(Context, "AT90S8535");
+  Select(Context, "ATtiny12L");
+  EXPECT_EQ(State.FlashBuffer.size(), 65537U);
+  EXPECT_EQ(State.EepromBuffer.size(), 2049U);
 }
 
-TEST(AppState, NoFileIsOpenAndNothingHasFailedAtTheStart) {
+TEST_ON(ScriptedTest, AppState, NoFileIsOpenAndNothingHasFailedAtTheStart) {
   const AppState state;
   EXPECT_EQ(state.CodeFileName, "");
   EXPECT_EQ(state.DataFileName, "");
@@ -37,9 +34,9 @@ TEST(AppState, NoFileIsOpenAndNothingHasFailedAtTheStart) {
   EXPECT_FALSE(state.StopRequested);
 }
 
-TEST(AppState, TwoRunsShareNothing) {
-  testing::ScriptedRun first;
-  testing::ScriptedRun second;
+TEST_ON(ScriptedTest, AppState, TwoRunsShareNothing) {
+  ScriptedRun first;
+  ScriptedRun second;
   first.Select(first.Context, "AT90S8515");
   second.Select(second.Context, "ATtiny15L");
   EXPECT_EQ(first.State.FlashWords, 4096);

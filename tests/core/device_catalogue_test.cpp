@@ -1,12 +1,6 @@
 #include "core/device_catalogue.h"
 
-#include <map>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
+#include "support/prelude.h"
 
 namespace fenwright::core {
 namespace {
@@ -48,9 +42,9 @@ const std::map<std::pair<int, int>, std::string> kChipNames = {
     {{0x93, 0x01}, "AT90S8515"}, {{0x93, 0x02}, ""},          {{0x93, 0x03}, "AT90S8535"},
 };
 
-TEST(DeviceCatalogue, HasThirteenRows) { EXPECT_EQ(DeviceCatalogue().size(), 13U); }
+TEST(DeviceCatalogue, HasThirteenRows) { EXPECT_EQ(DeviceCatalogue().size(), kRows.size()); }
 
-class CatalogueRow : public ::testing::TestWithParam<Row> {};
+class CatalogueRow : public TestWithParam<Row> {};
 
 TEST_P(CatalogueRow, HoldsTheChipsData) {
   const Row& row = GetParam();
@@ -93,7 +87,7 @@ TEST_P(CatalogueRow, FitsTheBuffersAndFillsWholeDumpLines) {
   EXPECT_EQ(entry.EepromBytes % 16, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, CatalogueRow, ::testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(All, CatalogueRow, ValuesIn(kRows),
                          [](const auto& row) { return "Index" + std::to_string(row.param.Index); });
 
 TEST(DeviceCatalogue, ANameThatIsInNoRowFindsNothing) {
@@ -111,7 +105,7 @@ TEST(DeviceCatalogue, TheComparisonIsExactAndMindsTheCase) {
 TEST(DeviceCatalogue, DisplayNamesAreDistinct) {
   std::set<std::string_view> names;
   for (const DeviceEntry& entry : DeviceCatalogue()) names.insert(entry.DisplayName);
-  EXPECT_EQ(names.size(), 13U);
+  EXPECT_EQ(names.size(), DeviceCatalogue().size());
 }
 
 TEST(DeviceCatalogue, TheTwoAt90s1200RowsDifferInNothingButTheName) {

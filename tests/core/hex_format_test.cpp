@@ -1,6 +1,6 @@
 #include "core/hex_format.h"
 
-#include <gtest/gtest.h>
+#include "support/prelude.h"
 
 namespace fenwright::core {
 namespace {

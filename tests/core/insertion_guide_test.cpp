@@ -1,33 +1,22 @@
 #include "core/insertion_guide.h"
 
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "core/recorded_run.h"
+#include "core/device_catalogue.h"
+#include "support/test_run.h"
 
 namespace fenwright::core {
 namespace {
-
-using screen::GuidePosition;
 using Positions = std::set<GuidePosition>;
 
-class InsertionGuide : public ::testing::Test {
- protected:
+struct InsertionGuide : Test, RecordedRun {
   Positions HighlightedFor(const std::string& device) {
-    run_.Form.ForcedText = device;
-    RefreshInsertionGuide(run_.Context);
-    return run_.Guide.Highlighted;
+    Form.ForcedText = device;
+    RefreshInsertionGuide(Context);
+    return Guide.Highlighted;
   }
-
-  testing::RecordedRun run_;
 };
 
 TEST_F(InsertionGuide, EachDeviceHighlightsItsPositionAndNoOther) {
-  const std::vector<std::pair<std::string, GuidePosition>> places{
+  const std::map<std::string, GuidePosition> places{
       {"ATtiny12L", GuidePosition::A},
       {"ATtiny15L", GuidePosition::A},
       {"AT90S2323", GuidePosition::A},
@@ -44,6 +33,9 @@ TEST_F(InsertionGuide, EachDeviceHighlightsItsPositionAndNoOther) {
       {"AT90S8535", GuidePosition::E}};
   for (const auto& [device, position] : places) {
     EXPECT_EQ(HighlightedFor(device), Positions{position}) << device;
+  }
+  for (const DeviceEntry& device : DeviceCatalogue()) {
+    EXPECT_TRUE(places.contains(std::string(device.DisplayName))) << device.DisplayName;
   }
 }
 
@@ -65,8 +57,8 @@ TEST_F(InsertionGuide, OnlyTheFirstNineCharactersCount) {
 
 TEST_F(InsertionGuide, AllMarkersBecomeGreyBeforeOneIsHighlighted) {
   HighlightedFor("ATtiny26L");
-  EXPECT_EQ(run_.TakeJournal(),
-            (testing::Journal{"idle A", "idle B", "idle C", "idle D", "idle E", "highlight B"}));
+  EXPECT_EQ(TakeJournal(),
+            (Journal{"idle A", "idle B", "idle C", "idle D", "idle E", "highlight B"}));
 }
 
 }  // namespace

@@ -1,24 +1,17 @@
 #include "core/trace_log.h"
 
-#include <gtest/gtest.h>
-
 #include "core/command_end.h"
-#include "core/recorded_run.h"
+#include "support/test_run.h"
 
 namespace fenwright::core {
 namespace {
 
-using testing::Journal;
-
 constexpr char kPath[] = "/app/_debug_avr.txt";
 
-class Trace : public ::testing::Test {
- protected:
-  TraceLog Log() { return TraceLog(run_.Context); }
+struct Trace : Test, RecordedRun {
+  TraceLog Log() { return TraceLog(Context); }
   /// The bytes of the file, as they are on the disc.
-  std::string Content() { return run_.Files.Files[kPath]; }
-
-  testing::RecordedRun run_;
+  std::string Content() { return Files.Files[kPath]; }
 };
 
 TEST_F(Trace, AMessageLineIsTextTabAndTime) {
@@ -28,9 +21,9 @@ TEST_F(Trace, AMessageLineIsTextTabAndTime) {
 
 TEST_F(Trace, TheFileHasItsNameInTheProgramsFolder) {
   EXPECT_EQ(kTraceFileName, "_debug_avr.txt");
-  run_.State.AppFolder = "/somewhere/else/";
+  State.AppFolder = "/somewhere/else/";
   Log().AppendMessage("abc");
-  EXPECT_TRUE(run_.Files.Files.contains("/somewhere/else/_debug_avr.txt"));
+  EXPECT_TRUE(Files.Files.contains("/somewhere/else/_debug_avr.txt"));
 }
 
 TEST_F(Trace, TheStartMarkerIsAnEmptyLineAndTheMarkWithTheTime) {
@@ -42,8 +35,8 @@ TEST_F(Trace, EveryEntryIsOneAppend) {
   Log().AppendMessage("one");
   Log().AppendStartMarker();
   Log().AppendMessage("two\r\nlines");
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"append /app/_debug_avr.txt", "append /app/_debug_avr.txt",
-                                         "append /app/_debug_avr.txt"}));
+  EXPECT_EQ(TakeJournal(), (Journal{"append /app/_debug_avr.txt", "append /app/_debug_avr.txt",
+                                    "append /app/_debug_avr.txt"}));
 }
 
 TEST_F(Trace, LinesKeepTheirOrder) {
@@ -77,35 +70,35 @@ TEST_F(Trace, AnEmptyTextIsALineWithTheTimeAlone) {
 }
 
 TEST_F(Trace, WhatWasThereBeforeStays) {
-  run_.Files.Files[kPath] = "old\r\n";
+  Files.Files[kPath] = "old\r\n";
   Log().AppendMessage("new");
   EXPECT_EQ(Content(), "old\r\nnew\t2005/03/14 12:34:56\r\n");
 }
 
 TEST_F(Trace, DeletingBeforeTheFolderIsKnownDeletesTheBareName) {
-  run_.State.AppFolder = "";
-  run_.Files.Files["_debug_avr.txt"] = "old";
+  State.AppFolder = "";
+  Files.Files["_debug_avr.txt"] = "old";
   Log().Delete();
-  EXPECT_EQ(run_.Files.Deleted, std::vector<std::string>{"_debug_avr.txt"});
-  EXPECT_FALSE(run_.Files.Files.contains("_debug_avr.txt"));
+  EXPECT_EQ(Files.Deleted, Texts{"_debug_avr.txt"});
+  EXPECT_FALSE(Files.Files.contains("_debug_avr.txt"));
 }
 
 TEST_F(Trace, ARunStartedElsewhereAppendsToTheTraceOfTheProgramsFolder) {
-  run_.Files.Files[kPath] = "old\r\n";
-  run_.State.AppFolder = "";
+  Files.Files[kPath] = "old\r\n";
+  State.AppFolder = "";
   Log().Delete();
-  run_.State.AppFolder = "/app/";
+  State.AppFolder = "/app/";
   Log().AppendMessage("new");
   EXPECT_EQ(Content(), "old\r\nnew\t2005/03/14 12:34:56\r\n");
 }
 
 TEST_F(Trace, DeletingAFileThatIsNotThereIsNoError) {
   EXPECT_NO_THROW(Log().Delete());
-  EXPECT_TRUE(run_.Files.Files.empty());
+  EXPECT_TRUE(Files.Files.empty());
 }
 
 TEST_F(Trace, AnAppendThatTheDiscRefusesEndsTheCommandWithPathReasonAndCure) {
-  run_.Files.Refused = {kPath};
+  Files.Refused = {kPath};
   try {
     Log().AppendMessage("lost");
     FAIL() << "nothing was thrown";
@@ -120,7 +113,7 @@ TEST_F(Trace, AnAppendThatTheDiscRefusesEndsTheCommandWithPathReasonAndCure) {
 }
 
 TEST_F(Trace, AStartMarkerThatTheDiscRefusesEndsTheCommandToo) {
-  run_.Files.Refused = {kPath};
+  Files.Refused = {kPath};
   EXPECT_THROW(Log().AppendStartMarker(), CommandEnd);
 }
 

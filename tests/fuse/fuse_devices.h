@@ -1,42 +1,23 @@
 #pragma once
 
-#include <array>
-#include <map>
-#include <string>
-#include <vector>
-
-#include "screen/fuse_form.h"
+#include "core/device_catalogue.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 
-using screen::FuseList;
+using enum screen::FuseList;
 
-/// The thirteen devices in the selector's order.
-inline constexpr std::array<const char*, 13> kAllDevices{"ATtiny12L",
-                                                         "ATtiny15L",
-                                                         "ATtiny26L",
-                                                         "AT90S2323",
-                                                         "AT90S2343",
-                                                         "AT90S1200 (外部ｸﾛｯｸ)",
-                                                         "AT90S1200A(内部RCｸﾛｯｸ1MHz)",
-                                                         "AT90S2313",
-                                                         "AT90S4433",
-                                                         "AT90S4414",
-                                                         "AT90S4434",
-                                                         "AT90S8515",
-                                                         "AT90S8535"};
+/// The names of all devices in the selector's order.
+inline std::vector<std::string> AllDevices() {
+  std::vector<std::string> names;
+  for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
+    names.emplace_back(device.DisplayName);
+  }
+  return names;
+}
 
 inline constexpr std::array<FuseList, 11> kAllLists{
-    FuseList::Fstrt,    FuseList::Rcen,  FuseList::Rstdisabl, FuseList::Boden,
-    FuseList::Bodlevel, FuseList::Cksel, FuseList::Lock,      FuseList::Eesave,
-    FuseList::Pllck,    FuseList::Ckopt, FuseList::Sut};
-
-/// A device's name as a test name.
-inline std::string TestName(const std::string& device) {
-  const std::string name = device.substr(0, device.find_first_of(" ("));
-  return name;
-}
+    Fstrt, Rcen, Rstdisabl, Boden, Bodlevel, Cksel, Lock, Eesave, Pllck, Ckopt, Sut};
 
 /// Positions of the lists that the frame shows.
 using Positions = std::map<FuseList, int>;
@@ -62,8 +43,7 @@ inline std::string SignatureReply(const std::string& device) {
       {"AT90S4414", "01 92 1E"},
       {"AT90S4434", "02 92 1E"},
       {"AT90S8515", "01 93 1E"},
-      {"AT90S8535", "03 93 1E"},
-  };
+      {"AT90S8535", "03 93 1E"}};
   return replies.at(device);
 }
 

@@ -2,17 +2,11 @@
 
 #include "fuse/fuse_layout.h"
 
-#include <gtest/gtest.h>
-
 #include "fuse/fuse_devices.h"
 
 namespace fenwright::fuse {
 namespace {
 
-using testing::FuseList;
-using testing::kAllDevices;
-using testing::kAllLists;
-using testing::ScriptedRun;
 using Items = std::vector<std::string>;
 
 const Items kFourBits{"0000", "0001", "0010", "0011", "0100", "0101", "0110", "0111",
@@ -40,59 +34,56 @@ struct Row {
 
 const std::map<std::string, Row>& Rows() {
   static const Row lock_only{{}, "-", false, "Lock 0xFF"};
-  static const Row fstrt{{{FuseList::Fstrt, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"};
+  static const Row fstrt{{{Fstrt, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"};
   static const std::map<std::string, Row> rows{
       {"ATtiny12L",
-       {{{FuseList::Cksel, {kFourBits, 2}},
-         {FuseList::Boden, {kEnable, 1}},
-         {FuseList::Bodlevel, {{"2.7V", "1.8V"}, 1}},
-         {FuseList::Rstdisabl, {{"PB5:I/O", "PB5:Reset"}, 1}}},
+       {{{Cksel, {kFourBits, 2}},
+         {Boden, {kEnable, 1}},
+         {Bodlevel, {{"2.7V", "1.8V"}, 1}},
+         {Rstdisabl, {{"PB5:I/O", "PB5:Reset"}, 1}}},
         "?",
         true,
         "Fuse 0xD2  Lock 0xFF"}},
       {"ATtiny15L",
-       {{{FuseList::Cksel, {kTwoBits, 0}},
-         {FuseList::Boden, {kEnable, 1}},
-         {FuseList::Bodlevel, {{"4.0V", "2.7V"}, 1}},
-         {FuseList::Rstdisabl, {{"PB5:I/O", "PB5:Reset"}, 1}}},
+       {{{Cksel, {kTwoBits, 0}},
+         {Boden, {kEnable, 1}},
+         {Bodlevel, {{"4.0V", "2.7V"}, 1}},
+         {Rstdisabl, {{"PB5:I/O", "PB5:Reset"}, 1}}},
         "?",
         true,
         "Fuse 0xD6  Lock 0xFF"}},
       {"ATtiny26L",
-       {{{FuseList::Cksel, {kFourBits, 1}},
-         {FuseList::Sut, {kTwoBits, 2}},
-         {FuseList::Ckopt, {kOneBit, 1}},
-         {FuseList::Pllck, {kOneBit, 1}},
-         {FuseList::Boden, {kEnable, 1}},
-         {FuseList::Bodlevel, {{"4.0V", "2.7V"}, 1}},
-         {FuseList::Eesave, {kEnable, 1}},
-         {FuseList::Rstdisabl, {{"PB7:I/O", "PB7:Reset"}, 1}}},
+       {{{Cksel, {kFourBits, 1}},
+         {Sut, {kTwoBits, 2}},
+         {Ckopt, {kOneBit, 1}},
+         {Pllck, {kOneBit, 1}},
+         {Boden, {kEnable, 1}},
+         {Bodlevel, {{"4.0V", "2.7V"}, 1}},
+         {Eesave, {kEnable, 1}},
+         {Rstdisabl, {{"PB7:I/O", "PB7:Reset"}, 1}}},
         "?",
         true,
         "Fuse 0xE1  High 0xF7  Lock 0xFF"}},
       {"AT90S2323", fstrt},
-      {"AT90S2343", {{{FuseList::Rcen, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"}},
+      {"AT90S2343", {{{Rcen, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"}},
       {"AT90S1200 (外部ｸﾛｯｸ)", lock_only},
       {"AT90S1200A(内部RCｸﾛｯｸ1MHz)", lock_only},
       {"AT90S2313", lock_only},
       {"AT90S4433",
-       {{{FuseList::Cksel, {kThreeBits, 2}},
-         {FuseList::Boden, {kEnable, 1}},
-         {FuseList::Bodlevel, {{"4.0V", "2.7V"}, 1}}},
+       {{{Cksel, {kThreeBits, 2}}, {Boden, {kEnable, 1}}, {Bodlevel, {{"4.0V", "2.7V"}, 1}}},
         "-",
         true,
         "Fuse 0xBA  Lock 0xFF"}},
       {"AT90S4414", lock_only},
       {"AT90S4434", fstrt},
       {"AT90S8515", lock_only},
-      {"AT90S8535", fstrt},
-  };
+      {"AT90S8535", fstrt}};
   return rows;
 }
 
-void ExpectShown(const testing::FakeFuseForm& form, const Row& row) {
+void ExpectShown(const FakeFuseForm& form, const Row& row) {
   Lists lists = row.Fields;
-  lists[FuseList::Lock] = {kLock, 2};
+  lists[Lock] = {kLock, 2};
   for (const FuseList list : kAllLists) {
     SCOPED_TRACE(static_cast<int>(list));
     const auto wanted = lists.find(list);
@@ -109,8 +100,8 @@ void ExpectShown(const testing::FakeFuseForm& form, const Row& row) {
   EXPECT_TRUE(form.FrameVisible);
 }
 
-TEST(FuseLayoutOf, EveryDeviceHasItsListsItemsDefaultsAndButtons) {
-  for (const std::string device : kAllDevices) {
+TEST_ON(ScriptedTest, FuseLayoutOf, EveryDeviceHasItsListsItemsDefaultsAndButtons) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     ScriptedRun run;
     run.Select(run.Context, device);
@@ -118,52 +109,47 @@ TEST(FuseLayoutOf, EveryDeviceHasItsListsItemsDefaultsAndButtons) {
   }
 }
 
-TEST(FuseLayoutOf, EveryChangeOfDeviceResetsAllFieldsWhateverWasChosenBefore) {
-  ScriptedRun run;
-  for (const std::string from : kAllDevices) {
-    for (const std::string to : kAllDevices) {
+TEST_ON(ScriptedTest, FuseLayoutOf, EveryChangeOfDeviceResetsAllFieldsWhateverWasChosenBefore) {
+  for (const std::string& from : AllDevices()) {
+    for (const std::string& to : AllDevices()) {
       SCOPED_TRACE(from + " to " + to);
-      run.Select(run.Context, from);
-      for (const FuseList list : kAllLists) run.Fuses.Select(list, 0);
-      run.Fuses.SetCalibrationText("0x6B");
-      run.Select(run.Context, to);
-      ExpectShown(run.Fuses, Rows().at(to));
+      Select(Context, from);
+      for (const FuseList list : kAllLists) Fuses.Select(list, 0);
+      Fuses.SetCalibrationText("0x6B");
+      Select(Context, to);
+      ExpectShown(Fuses, Rows().at(to));
     }
   }
 }
 
-TEST(FuseLayoutOf, TheListsAreBuiltInTheirOrderWithTheFrameHidden) {
-  ScriptedRun run;
-  run.Select(run.Context, "ATtiny26L");
-  run.Fuses.Calls.clear();
-  ApplyFuseLayout(run.Context);
+TEST_ON(ScriptedTest, FuseLayoutOf, TheListsAreBuiltInTheirOrderWithTheFrameHidden) {
+  Select(Context, "ATtiny26L");
+  Fuses.Calls.clear();
+  ApplyFuseLayout(Context);
   std::vector<std::string> steps;
-  for (const auto& [name, list] : run.Fuses.Calls) {
+  for (const auto& [name, list] : Fuses.Calls) {
     if (name == "items") steps.push_back(std::to_string(static_cast<int>(*list)));
     if (name != "items" && name != "select") steps.push_back(name);
   }
   const auto at = [](FuseList list) { return std::to_string(static_cast<int>(list)); };
-  EXPECT_EQ(steps, (std::vector<std::string>{
-                       "hide", at(FuseList::Fstrt), at(FuseList::Rcen), at(FuseList::Rstdisabl),
-                       at(FuseList::Boden), at(FuseList::Bodlevel), at(FuseList::Cksel),
-                       "calibration", at(FuseList::Lock), at(FuseList::Eesave), at(FuseList::Pllck),
-                       at(FuseList::Ckopt), at(FuseList::Sut), "show"}));
+  EXPECT_EQ(steps,
+            (Texts{"hide", at(Fstrt), at(Rcen), at(Rstdisabl), at(Boden), at(Bodlevel), at(Cksel),
+                   "calibration", at(Lock), at(Eesave), at(Pllck), at(Ckopt), at(Sut), "show"}));
 }
 
-TEST(FuseLayoutOf, WithAnEmptySelectorNothingChanges) {
-  ScriptedRun run;
-  run.Select(run.Context, "ATtiny12L");
-  run.Fuses.Select(FuseList::Cksel, 7);
-  run.Form.ForcedText = "";
-  run.Fuses.Calls.clear();
-  ApplyFuseLayout(run.Context);
-  EXPECT_TRUE(run.Fuses.Calls.empty());
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Index, 7);
-  EXPECT_EQ(run.State.FlashWords, 512);
-  EXPECT_EQ(run.State.DeviceCode, 0x55);
+TEST_ON(ScriptedTest, FuseLayoutOf, WithAnEmptySelectorNothingChanges) {
+  Select(Context, "ATtiny12L");
+  Fuses.Select(Cksel, 7);
+  Form.ForcedText = "";
+  Fuses.Calls.clear();
+  ApplyFuseLayout(Context);
+  EXPECT_TRUE(Fuses.Calls.empty());
+  EXPECT_EQ(Fuses.Lists[Cksel].Index, 7);
+  EXPECT_EQ(State.FlashWords, 512);
+  EXPECT_EQ(State.DeviceCode, 0x55);
 }
 
-TEST(FuseLayoutOf, ANameThatIsNoDeviceHasNoFieldNoLockListAndNoButton) {
+TEST_ON(ScriptedTest, FuseLayoutOf, ANameThatIsNoDeviceHasNoFieldNoLockListAndNoButton) {
   for (const char* name : {"ATtiny11L", "AT90S2333", "at90s8515", "ATtiny12L "}) {
     SCOPED_TRACE(name);
     ScriptedRun run;
@@ -186,47 +172,43 @@ TEST(FuseLayoutOf, ANameThatIsNoDeviceHasNoFieldNoLockListAndNoButton) {
   }
 }
 
-TEST(FuseLayoutOf, TheListsKnowAChipThatTheSelectorNeverOffers) {
-  ScriptedRun run;
-  run.Form.ForcedText = "AT90S2333";
-  for (const FuseList list : {FuseList::Boden, FuseList::Bodlevel, FuseList::Cksel}) {
-    BuildFuseList(run.Context, list, true);
-    EXPECT_TRUE(run.Fuses.Lists[list].Enabled);
+TEST_ON(ScriptedTest, FuseLayoutOf, TheListsKnowAChipThatTheSelectorNeverOffers) {
+  Form.ForcedText = "AT90S2333";
+  for (const FuseList list : {Boden, Bodlevel, Cksel}) {
+    BuildFuseList(Context, list, true);
+    EXPECT_TRUE(Fuses.Lists[list].Enabled);
   }
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Boden].Items, kEnable);
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Boden].Index, 1);
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Bodlevel].Items, (Items{"4.0V", "2.7V"}));
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Bodlevel].Index, 1);
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Items, kThreeBits);
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Index, 2);
+  EXPECT_EQ(Fuses.Lists[Boden].Items, kEnable);
+  EXPECT_EQ(Fuses.Lists[Boden].Index, 1);
+  EXPECT_EQ(Fuses.Lists[Bodlevel].Items, (Items{"4.0V", "2.7V"}));
+  EXPECT_EQ(Fuses.Lists[Bodlevel].Index, 1);
+  EXPECT_EQ(Fuses.Lists[Cksel].Items, kThreeBits);
+  EXPECT_EQ(Fuses.Lists[Cksel].Index, 2);
 }
 
-TEST(FuseLayoutOf, AListThatDependsOnTheDeviceShowsNoFieldForAnUnknownOne) {
-  ScriptedRun run;
-  run.Form.ForcedText = "AT90S8515";
-  for (const FuseList list : {FuseList::Boden, FuseList::Bodlevel, FuseList::Cksel}) {
-    BuildFuseList(run.Context, list, true);
-    EXPECT_EQ(run.Fuses.Lists[list].Items, Items{"-"});
-    EXPECT_FALSE(run.Fuses.Lists[list].Enabled);
+TEST_ON(ScriptedTest, FuseLayoutOf, AListThatDependsOnTheDeviceShowsNoFieldForAnUnknownOne) {
+  Form.ForcedText = "AT90S8515";
+  for (const FuseList list : {Boden, Bodlevel, Cksel}) {
+    BuildFuseList(Context, list, true);
+    EXPECT_EQ(Fuses.Lists[list].Items, Items{"-"});
+    EXPECT_FALSE(Fuses.Lists[list].Enabled);
   }
 }
 
-TEST(FuseLayoutOf, ADeviceWithoutReadableFusesKeepsItsLockList) {
-  ScriptedRun run;
-  run.Select(run.Context, "AT90S2313");
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Lock].Text(), "プロテクトなし");
-  EXPECT_TRUE(run.Fuses.Lists[FuseList::Lock].Enabled);
-  EXPECT_FALSE(run.Fuses.ReadEnabled);
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Cksel].Text(), "-");
+TEST_ON(ScriptedTest, FuseLayoutOf, ADeviceWithoutReadableFusesKeepsItsLockList) {
+  Select(Context, "AT90S2313");
+  EXPECT_EQ(Fuses.Lists[Lock].Text(), "プロテクトなし");
+  EXPECT_TRUE(Fuses.Lists[Lock].Enabled);
+  EXPECT_FALSE(Fuses.ReadEnabled);
+  EXPECT_EQ(Fuses.Lists[Cksel].Text(), "-");
 }
 
-TEST(FuseLayoutOf, FromATiny12ToATiny26TheResetPinChangesItsName) {
-  ScriptedRun run;
-  run.Select(run.Context, "ATtiny12L");
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Text(), "PB5:Reset");
-  run.Select(run.Context, "ATtiny26L");
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Items, (Items{"PB7:I/O", "PB7:Reset"}));
-  EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Text(), "PB7:Reset");
+TEST_ON(ScriptedTest, FuseLayoutOf, FromATiny12ToATiny26TheResetPinChangesItsName) {
+  Select(Context, "ATtiny12L");
+  EXPECT_EQ(Fuses.Lists[Rstdisabl].Text(), "PB5:Reset");
+  Select(Context, "ATtiny26L");
+  EXPECT_EQ(Fuses.Lists[Rstdisabl].Items, (Items{"PB7:I/O", "PB7:Reset"}));
+  EXPECT_EQ(Fuses.Lists[Rstdisabl].Text(), "PB7:Reset");
 }
 
 }  // namespace

@@ -2,21 +2,11 @@
 
 #include "fuse/fuse_model.h"
 
-#include <functional>
-#include <set>
-
-#include <gtest/gtest.h>
-
 #include "core/device_catalogue.h"
 #include "fuse/fuse_devices.h"
 
 namespace fenwright::fuse {
 namespace {
-
-using testing::FuseList;
-using testing::kAllDevices;
-using testing::kAllLists;
-using testing::Positions;
 
 /// A field of a byte in the test's own words: `Count` positions, at bits from `Shift` on.
 struct Field {
@@ -38,32 +28,23 @@ const std::vector<ByteRow>& FuseBytes() {
       {"ATtiny12L",
        WriteCommand::FuseTiny,
        0x00,
-       {{FuseList::Cksel, 16, 0},
-        {FuseList::Rstdisabl, 2, 4},
-        {FuseList::Boden, 2, 6},
-        {FuseList::Bodlevel, 2, 7}}},
+       {{Cksel, 16, 0}, {Rstdisabl, 2, 4}, {Boden, 2, 6}, {Bodlevel, 2, 7}}},
       {"ATtiny26L",
        WriteCommand::FuseTiny,
        0x00,
-       {{FuseList::Cksel, 16, 0},
-        {FuseList::Sut, 4, 4},
-        {FuseList::Ckopt, 2, 6},
-        {FuseList::Pllck, 2, 7}}},
+       {{Cksel, 16, 0}, {Sut, 4, 4}, {Ckopt, 2, 6}, {Pllck, 2, 7}}},
       {"ATtiny26L",
        WriteCommand::FuseHigh,
        0xE0,
-       {{FuseList::Boden, 2, 0},
-        {FuseList::Bodlevel, 2, 1},
-        {FuseList::Eesave, 2, 2},
-        {FuseList::Rstdisabl, 2, 4}}},
+       {{Boden, 2, 0}, {Bodlevel, 2, 1}, {Eesave, 2, 2}, {Rstdisabl, 2, 4}}},
       {"AT90S4433",
        WriteCommand::FuseAt90s,
        0xA0,
-       {{FuseList::Cksel, 8, 0}, {FuseList::Boden, 2, 3}, {FuseList::Bodlevel, 2, 4}}},
-      {"AT90S2323", WriteCommand::FuseAt90s, 0xBE, {{FuseList::Fstrt, 2, 0}}},
-      {"AT90S2343", WriteCommand::FuseAt90s, 0xBE, {{FuseList::Rcen, 2, 0}}},
-      {"AT90S4434", WriteCommand::FuseAt90s, 0xBE, {{FuseList::Fstrt, 2, 0}}},
-      {"AT90S8535", WriteCommand::FuseAt90s, 0xBE, {{FuseList::Fstrt, 2, 0}}},
+       {{Cksel, 8, 0}, {Boden, 2, 3}, {Bodlevel, 2, 4}}},
+      {"AT90S2323", WriteCommand::FuseAt90s, 0xBE, {{Fstrt, 2, 0}}},
+      {"AT90S2343", WriteCommand::FuseAt90s, 0xBE, {{Rcen, 2, 0}}},
+      {"AT90S4434", WriteCommand::FuseAt90s, 0xBE, {{Fstrt, 2, 0}}},
+      {"AT90S8535", WriteCommand::FuseAt90s, 0xBE, {{Fstrt, 2, 0}}},
   };
   return rows;
 }
@@ -132,6 +113,11 @@ TEST(FuseModel, EveryCombinationComposesItsByte) {
     });
   }
   EXPECT_EQ(combinations, 128 + 256 + 16 + 32 + 4 * 2);
+  // An ATtiny15L has a test of its own.
+  for (const std::string& device : AllDevices()) {
+    const bool has_row = std::ranges::count(FuseBytes(), device, &ByteRow::Device) > 0;
+    EXPECT_EQ(has_row || device == "ATtiny15L", LayoutOf(device).WriteSteps.size() > 1) << device;
+  }
 }
 
 TEST(FuseModel, EveryByteOfAChipDecodesToItsFieldsWhateverItsOtherBits) {
@@ -148,7 +134,7 @@ TEST(FuseModel, EveryByteOfAChipDecodesToItsFieldsWhateverItsOtherBits) {
         expected[field.List] = static_cast<int>(byte >> field.Shift) % field.Count;
       }
       Positions shown = Decode(row.Device, read, static_cast<std::uint8_t>(byte));
-      if (single) shown.erase(FuseList::Lock);
+      if (single) shown.erase(Lock);
       ASSERT_EQ(shown, expected) << byte;
     }
   }
@@ -174,12 +160,10 @@ TEST(FuseModel, ATiny15WritesItsClockFieldInTwoWaysOnlyAndShowsFour) {
           const auto expected = static_cast<std::uint8_t>(
               low_nibbles.at(static_cast<std::size_t>(cksel)) + (reset ? 0x10U : 0U) +
               (boden ? 0x40U : 0U) + (level ? 0x80U : 0U));
-          EXPECT_EQ(Compose("ATtiny15L", WriteCommand::FuseTiny,
-                            {{FuseList::Cksel, cksel},
-                             {FuseList::Rstdisabl, reset},
-                             {FuseList::Boden, boden},
-                             {FuseList::Bodlevel, level}}),
-                    expected);
+          EXPECT_EQ(
+              Compose("ATtiny15L", WriteCommand::FuseTiny,
+                      {{Cksel, cksel}, {Rstdisabl, reset}, {Boden, boden}, {Bodlevel, level}}),
+              expected);
         }
       }
     }
@@ -187,21 +171,19 @@ TEST(FuseModel, ATiny15WritesItsClockFieldInTwoWaysOnlyAndShowsFour) {
   for (unsigned byte = 0; byte <= 0xFF; ++byte) {
     const int bits = static_cast<int>(byte);
     EXPECT_EQ(Decode("ATtiny15L", ReadCommand::Fuse, static_cast<std::uint8_t>(byte)),
-              (Positions{{FuseList::Cksel, bits % 4},
-                         {FuseList::Rstdisabl, bits / 16 % 2},
-                         {FuseList::Boden, bits / 64 % 2},
-                         {FuseList::Bodlevel, bits / 128}}));
+              (Positions{{Cksel, bits % 4},
+                         {Rstdisabl, bits / 16 % 2},
+                         {Boden, bits / 64 % 2},
+                         {Bodlevel, bits / 128}}));
   }
 }
 
 TEST(FuseModel, LockModesComposeTheirBytesOnEveryDevice) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     const bool tiny26 = device == "ATtiny26L";
     const WriteCommand command = tiny26 ? WriteCommand::LockTiny26 : WriteCommand::Lock;
-    const auto lock = [&](int index) {
-      return Compose(device, command, {{FuseList::Lock, index}});
-    };
+    const auto lock = [&](int index) { return Compose(device, command, {{Lock, index}}); };
     EXPECT_EQ(lock(0), tiny26 ? 0xFC : 0xF9);
     EXPECT_EQ(lock(1), tiny26 ? 0xFE : 0xFD);
     EXPECT_EQ(lock(2), 0xFF);
@@ -213,17 +195,22 @@ TEST(FuseModel, LockModesComposeTheirBytesOnEveryDevice) {
 TEST(FuseModel, LockBitsDecodeByEachDevicesPlaceAndOneValueLeavesTheListAlone) {
   constexpr int kKept = kLeaveAsItIs;
   const auto lock = [](const std::string& device, ReadCommand command, unsigned byte) {
-    return Decode(device, command, static_cast<std::uint8_t>(byte)).at(FuseList::Lock);
+    return Decode(device, command, static_cast<std::uint8_t>(byte)).at(Lock);
   };
-  for (unsigned byte = 0; byte <= 0xFF; ++byte) {
-    const std::array<int, 4> usual{0, kKept, 1, 2};
-    const std::array<int, 4> combined{0, 1, kKept, 2};
-    for (const char* device : {"ATtiny12L", "ATtiny15L", "AT90S4433"}) {
-      EXPECT_EQ(lock(device, ReadCommand::Lock, byte), usual.at(byte / 2 % 4)) << byte;
-    }
-    EXPECT_EQ(lock("ATtiny26L", ReadCommand::Lock, byte), usual.at(byte % 4)) << byte;
-    for (const char* device : {"AT90S2323", "AT90S2343", "AT90S4434", "AT90S8535"}) {
-      EXPECT_EQ(lock(device, ReadCommand::LockFuse, byte), combined.at(byte / 64)) << byte;
+  const std::array<int, 4> usual{0, kKept, 1, 2};
+  const std::array<int, 4> combined{0, 1, kKept, 2};
+  const std::set<std::string> combined_devices{"AT90S2323", "AT90S2343", "AT90S4434", "AT90S8535"};
+  const std::set<std::string> usual_devices{"ATtiny12L", "ATtiny15L", "AT90S4433"};
+  for (const std::string& device : AllDevices()) {
+    if (LayoutOf(device).ReadSteps.empty()) continue;
+    for (unsigned byte = 0; byte <= 0xFF; ++byte) {
+      if (combined_devices.contains(device)) {
+        EXPECT_EQ(lock(device, ReadCommand::LockFuse, byte), combined.at(byte / 64)) << byte;
+      } else {
+        ASSERT_TRUE(usual_devices.contains(device) || device == "ATtiny26L") << device;
+        const unsigned bits = device == "ATtiny26L" ? byte % 4 : byte / 2 % 4;
+        EXPECT_EQ(lock(device, ReadCommand::Lock, byte), usual.at(bits)) << byte;
+      }
     }
   }
 }
@@ -254,7 +241,7 @@ TEST(FuseModel, EachDeviceReadsAndWritesItsBytesInItsOrder) {
                                         {"AT90S4434", combined},
                                         {"AT90S8515", lock_only},
                                         {"AT90S8535", combined}};
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     Row found;
     for (const ReadStep& step : LayoutOf(device).ReadSteps) found.Reads.push_back(step.Command);
@@ -267,27 +254,25 @@ TEST(FuseModel, EachDeviceReadsAndWritesItsBytesInItsOrder) {
 TEST(FuseModel, APositionOutsideTheCasesKeepsWhatTheWorkingByteHeld) {
   const Positions unset{};
   EXPECT_EQ(Compose("ATtiny12L", WriteCommand::FuseTiny, unset, 0xD2), 0xD2);
-  EXPECT_EQ(Compose("ATtiny12L", WriteCommand::FuseTiny, {{FuseList::Cksel, 16}}, 0xD2), 0xD2);
-  EXPECT_EQ(Compose("ATtiny15L", WriteCommand::FuseTiny, {{FuseList::Cksel, 4}}, 0x31), 0x31);
-  EXPECT_EQ(Compose("AT90S4433", WriteCommand::FuseAt90s, {{FuseList::Cksel, 8}}, 0x77), 0x77);
-  EXPECT_EQ(Compose("AT90S2323", WriteCommand::FuseAt90s, {{FuseList::Fstrt, 2}}, 0x12), 0x12);
+  EXPECT_EQ(Compose("ATtiny12L", WriteCommand::FuseTiny, {{Cksel, 16}}, 0xD2), 0xD2);
+  EXPECT_EQ(Compose("ATtiny15L", WriteCommand::FuseTiny, {{Cksel, 4}}, 0x31), 0x31);
+  EXPECT_EQ(Compose("AT90S4433", WriteCommand::FuseAt90s, {{Cksel, 8}}, 0x77), 0x77);
+  EXPECT_EQ(Compose("AT90S2323", WriteCommand::FuseAt90s, {{Fstrt, 2}}, 0x12), 0x12);
   EXPECT_EQ(Compose("AT90S2343", WriteCommand::FuseAt90s, unset, 0x34), 0x34);
 }
 
 TEST(FuseModel, AListThatIsUnsetAddsNothingToTheByte) {
-  EXPECT_EQ(Compose("ATtiny12L", WriteCommand::FuseTiny,
-                    {{FuseList::Cksel, 2}, {FuseList::Rstdisabl, 1}, {FuseList::Bodlevel, 2}}),
-            0x12);
-  EXPECT_EQ(Compose("ATtiny26L", WriteCommand::FuseTiny,
-                    {{FuseList::Cksel, 1}, {FuseList::Sut, 4}, {FuseList::Pllck, 1}}),
-            0x81);
+  EXPECT_EQ(
+      Compose("ATtiny12L", WriteCommand::FuseTiny, {{Cksel, 2}, {Rstdisabl, 1}, {Bodlevel, 2}}),
+      0x12);
+  EXPECT_EQ(Compose("ATtiny26L", WriteCommand::FuseTiny, {{Cksel, 1}, {Sut, 4}, {Pllck, 1}}), 0x81);
 }
 
 TEST(FuseModel, TheHighByteOfATiny26StartsFromTheLowByteWhenItsBaseListIsUnset) {
-  EXPECT_EQ(Compose("ATtiny26L", WriteCommand::FuseHigh, {{FuseList::Boden, -1}}, 0xE1), 0xE1);
-  EXPECT_EQ(Compose("ATtiny26L", WriteCommand::FuseHigh,
-                    {{FuseList::Boden, 2}, {FuseList::Eesave, 1}, {FuseList::Rstdisabl, 1}}, 0x21),
-            0x35);
+  EXPECT_EQ(Compose("ATtiny26L", WriteCommand::FuseHigh, {{Boden, -1}}, 0xE1), 0xE1);
+  EXPECT_EQ(
+      Compose("ATtiny26L", WriteCommand::FuseHigh, {{Boden, 2}, {Eesave, 1}, {Rstdisabl, 1}}, 0x21),
+      0x35);
 }
 
 TEST(FuseModel, TheBitsThatEnableSerialProgrammingAreAlwaysSentAs0) {
@@ -302,10 +287,7 @@ TEST(FuseModel, TheBitsThatEnableSerialProgrammingAreAlwaysSentAs0) {
   }
   for (int cksel = 0; cksel < 4; ++cksel) {
     EXPECT_EQ(Compose("ATtiny15L", WriteCommand::FuseTiny,
-                      {{FuseList::Cksel, cksel},
-                       {FuseList::Rstdisabl, 1},
-                       {FuseList::Boden, 1},
-                       {FuseList::Bodlevel, 1}}) &
+                      {{Cksel, cksel}, {Rstdisabl, 1}, {Boden, 1}, {Bodlevel, 1}}) &
                   0x20,
               0);
   }
@@ -327,13 +309,13 @@ TEST(FuseModel, EveryFieldOfALayoutIsWrittenAndReadAndHasItems) {
       written.insert(step.BaseList);
       for (const AddedField& field : step.Added) written.insert(field.List);
     }
-    EXPECT_EQ(written.erase(FuseList::Lock), 1U);
+    EXPECT_EQ(written.erase(Lock), 1U);
     EXPECT_EQ(written, fields);
     std::set<FuseList> read;
     for (const ReadStep& step : layout.ReadSteps) {
       for (const DecodedField& field : step.Fields) read.insert(field.List);
     }
-    EXPECT_EQ(read.erase(FuseList::Lock), layout.ReadEnabled ? 1U : 0U);
+    EXPECT_EQ(read.erase(Lock), layout.ReadEnabled ? 1U : 0U);
     if (layout.ReadEnabled) {
       EXPECT_EQ(read, fields);
     }

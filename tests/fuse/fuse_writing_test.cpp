@@ -2,24 +2,13 @@
 
 #include "fuse/fuse_writing.h"
 
-#include <algorithm>
-
-#include <gtest/gtest.h>
-
 #include "fuse/fuse_bytes.h"
 #include "fuse/fuse_devices.h"
 #include "fuse/reset_pin.h"
+#include "support/traces.h"
 
 namespace fenwright::fuse {
 namespace {
-
-using screen::MessageMode;
-using testing::Exchange;
-using testing::FuseList;
-using testing::kAllDevices;
-using testing::Positions;
-using testing::ScriptedRun;
-using Texts = std::vector<std::string>;
 
 constexpr const char* kBusy = "Lock/Fuse bit ライト中....";
 constexpr const char* kDone = "Lock/Fuse bit ライトが完了しました。";
@@ -55,8 +44,17 @@ struct WritingRun : ScriptedRun {
     for (const auto& [list, index] : positions) Fuses.Select(list, index);
   }
   void Write() { WriteFuses(Context); }
+  /// Scripts the default write in which that exchange is not answered, or with `reply`, and writes.
+  void WriteFailingAt(std::size_t failing, const std::string& reply = "") {
+    ScriptWithFailureAt(Port, Transcript(Device, DefaultWrites().at(Device)), failing, reply);
+    Write();
+  }
+  /// Scripts the check of the chip alone.
+  void ExpectCheck() {
+    for (const auto& [sent, reply] : Transcript(Device, {})) Port.Expect(sent, reply);
+  }
   void WriteExpecting(const std::vector<Exchange>& commands) {
-    for (const auto& [sent, reply] : testing::Transcript(Device, commands)) {
+    for (const auto& [sent, reply] : Transcript(Device, commands)) {
       Port.Expect(sent, reply);
     }
     Write();
@@ -77,12 +75,12 @@ void ExpectWritten(const std::string& device, const Positions& positions, const 
 }
 
 TEST(FuseWriting, EveryDeviceIsWrittenWithItsDefaultsAsDescribed) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     WritingRun run(device);
     run.WriteExpecting(DefaultWrites().at(device));
     EXPECT_EQ(run.State.LinkError, 0);
-    EXPECT_EQ(run.PanelText(screen::Panel::Status), kDone);
+    EXPECT_EQ(run.PanelText(Panel::Status), kDone);
     ASSERT_EQ(run.Dialog.Shown.size(), 1U);
     EXPECT_EQ(run.Dialog.Shown.front().first, kBusy);
     EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
@@ -92,40 +90,34 @@ TEST(FuseWriting, EveryDeviceIsWrittenWithItsDefaultsAsDescribed) {
 }
 
 TEST(FuseWriting, EveryFieldReachesItsBitOnTheWire) {
-  ExpectWritten("ATtiny12L", {{FuseList::Cksel, 2}, {FuseList::Lock, 2}}, {"'u' D2", "'l' FF"});
-  ExpectWritten(
-      "ATtiny12L",
-      {{FuseList::Cksel, 15}, {FuseList::Rstdisabl, 0}, {FuseList::Boden, 0}, {FuseList::Lock, 1}},
-      {"'u' 8F", "'l' FD"});
-  ExpectWritten("ATtiny15L", {{FuseList::Cksel, 3}, {FuseList::Bodlevel, 0}, {FuseList::Lock, 0}},
-                {"'u' 57", "'l' F9"});
-  ExpectWritten("ATtiny15L", {{FuseList::Cksel, 2}}, {"'u' D6", "'l' FF"});
+  ExpectWritten("ATtiny12L", {{Cksel, 2}, {Lock, 2}}, {"'u' D2", "'l' FF"});
+  ExpectWritten("ATtiny12L", {{Cksel, 15}, {Rstdisabl, 0}, {Boden, 0}, {Lock, 1}},
+                {"'u' 8F", "'l' FD"});
+  ExpectWritten("ATtiny15L", {{Cksel, 3}, {Bodlevel, 0}, {Lock, 0}}, {"'u' 57", "'l' F9"});
+  ExpectWritten("ATtiny15L", {{Cksel, 2}}, {"'u' D6", "'l' FF"});
   ExpectWritten("ATtiny26L",
-                {{FuseList::Cksel, 4},
-                 {FuseList::Sut, 0},
-                 {FuseList::Ckopt, 0},
-                 {FuseList::Pllck, 0},
-                 {FuseList::Boden, 0},
-                 {FuseList::Bodlevel, 0},
-                 {FuseList::Eesave, 0},
-                 {FuseList::Rstdisabl, 0},
-                 {FuseList::Lock, 0}},
+                {{Cksel, 4},
+                 {Sut, 0},
+                 {Ckopt, 0},
+                 {Pllck, 0},
+                 {Boden, 0},
+                 {Bodlevel, 0},
+                 {Eesave, 0},
+                 {Rstdisabl, 0},
+                 {Lock, 0}},
                 {"'u' 04", "';' AC A8 00 E0", "';' AC E0 00 FC"});
-  ExpectWritten(
-      "ATtiny26L",
-      {{FuseList::Sut, 3}, {FuseList::Boden, 0}, {FuseList::Eesave, 0}, {FuseList::Lock, 1}},
-      {"'u' F1", "';' AC A8 00 F2", "';' AC E0 00 FE"});
-  ExpectWritten("AT90S4433", {{FuseList::Cksel, 7}, {FuseList::Boden, 0}, {FuseList::Bodlevel, 0}},
-                {"'f' A7", "'l' FF"});
-  ExpectWritten("AT90S2323", {{FuseList::Fstrt, 1}}, {"'f' BF", "'l' FF"});
-  ExpectWritten("AT90S4434", {{FuseList::Fstrt, 1}, {FuseList::Lock, 1}}, {"'f' BF", "'l' FD"});
-  ExpectWritten("AT90S8535", {{FuseList::Fstrt, 1}}, {"'f' BF", "'l' FF"});
-  ExpectWritten("AT90S2343", {{FuseList::Rcen, 1}, {FuseList::Lock, 0}}, {"'f' BF", "'l' F9"});
-  ExpectWritten("AT90S8515", {{FuseList::Lock, 0}}, {"'l' F9"});
+  ExpectWritten("ATtiny26L", {{Sut, 3}, {Boden, 0}, {Eesave, 0}, {Lock, 1}},
+                {"'u' F1", "';' AC A8 00 F2", "';' AC E0 00 FE"});
+  ExpectWritten("AT90S4433", {{Cksel, 7}, {Boden, 0}, {Bodlevel, 0}}, {"'f' A7", "'l' FF"});
+  ExpectWritten("AT90S2323", {{Fstrt, 1}}, {"'f' BF", "'l' FF"});
+  ExpectWritten("AT90S4434", {{Fstrt, 1}, {Lock, 1}}, {"'f' BF", "'l' FD"});
+  ExpectWritten("AT90S8535", {{Fstrt, 1}}, {"'f' BF", "'l' FF"});
+  ExpectWritten("AT90S2343", {{Rcen, 1}, {Lock, 0}}, {"'f' BF", "'l' F9"});
+  ExpectWritten("AT90S8515", {{Lock, 0}}, {"'l' F9"});
 }
 
 TEST(FuseWriting, TheByteLineSaysWhatIsSent) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     WritingRun run(device);
     for (auto& [list, content] : run.Fuses.Lists) {
@@ -133,7 +125,7 @@ TEST(FuseWriting, TheByteLineSaysWhatIsSent) {
     }
     ShowFuseBytes(run.Context);
     const std::string line = run.Fuses.ByteLine;
-    for (const auto& [sent, reply] : testing::Transcript(device, {})) run.Port.Expect(sent, reply);
+    run.ExpectCheck();
     // Nothing more is answered: the first byte is enough to compare here.
     run.Port.Expect("'A'");
     for (std::size_t i = 1; i < DefaultWrites().at(device).size(); ++i) {
@@ -141,11 +133,11 @@ TEST(FuseWriting, TheByteLineSaysWhatIsSent) {
     }
     run.Write();
     const core::AppState& state = run.State;
-    const std::string last_fuse = testing::ToHex(std::array{state.FuseByte});
-    const std::string lock = testing::ToHex(std::array{state.LockByte});
+    const std::string last_fuse = ToHex(std::array{state.FuseByte});
+    const std::string lock = ToHex(std::array{state.LockByte});
     EXPECT_TRUE(line.ends_with("Lock 0x" + lock)) << line;
     if (device == "ATtiny26L") {
-      EXPECT_NE(line.find("High 0x" + last_fuse), std::string::npos);
+      EXPECT_THAT(line, HasSubstr("High 0x" + last_fuse));
     }
     if (line.starts_with("Fuse") && device != "ATtiny26L") {
       EXPECT_TRUE(line.starts_with("Fuse 0x" + last_fuse)) << line;
@@ -158,31 +150,24 @@ TEST(FuseWriting, TheTraceHasNoLabelsOfItsOwn) {
   run.WriteExpecting(DefaultWrites().at("ATtiny12L"));
   const Texts mode{"A_AvrExtend command A : 0D", "Enter programming Mode P : 0D",
                    "Leave programming Mode L : 0D"};
-  Texts expected{
-      kBusy,      "A_AvrExtend command A : 0D",   "Enter programming Mode P : 0D", "--:--:--",
-      "1E:90:05", "Leave programming Mode L : 0D"};
-  expected.insert(expected.end(), mode.begin(), mode.end());
-  expected.insert(expected.end(), mode.begin(), mode.end());
-  expected.emplace_back(kDone);
-  EXPECT_EQ(run.NewTrace(), expected);
+  EXPECT_EQ(run.NewTrace(),
+            Joined<Texts>({{kBusy}, SignatureTrace("1E:90:05"), mode, mode, {kDone}}));
 }
 
 TEST(FuseWriting, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
-  for (const std::string device : kAllDevices) {
-    const std::vector<Exchange> transcript =
-        testing::Transcript(device, DefaultWrites().at(device));
+  for (const std::string& device : AllDevices()) {
+    const std::vector<Exchange> transcript = Transcript(device, DefaultWrites().at(device));
     for (std::size_t failing = 0; failing < transcript.size(); ++failing) {
       SCOPED_TRACE(device + " " + std::to_string(failing));
       WritingRun run(device);
-      ScriptWithFailureAt(run.Port, transcript, failing);
-      run.Write();
-      const bool check = failing < testing::kCheckExchanges;
+      run.WriteFailingAt(failing);
+      const bool check = failing < kCheckExchanges;
       const Texts trace = run.NewTrace();
       EXPECT_EQ(std::ranges::count(trace, kFailed), check ? 0 : 2);
       EXPECT_EQ(std::ranges::count(trace, kDone), 0);
       EXPECT_EQ(run.State.LinkError, 1);
       EXPECT_EQ(run.State.Command.FuseWriteStarted,
-                failing > testing::kCheckExchanges);  // its "A" is not enough
+                failing > kCheckExchanges);  // its "A" is not enough
       EXPECT_FALSE(run.State.Command.FusesFinished);
       if (!check) {
         EXPECT_EQ(run.Dialog.Text, kFailed);
@@ -193,17 +178,15 @@ TEST(FuseWriting, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
 }
 
 TEST(FuseWriting, AWrongAcknowledgementEndsItLikeNoneWhicheverItIs) {
-  for (const std::string device : kAllDevices) {
-    const std::vector<Exchange> transcript =
-        testing::Transcript(device, DefaultWrites().at(device));
+  for (const std::string& device : AllDevices()) {
+    const std::vector<Exchange> transcript = Transcript(device, DefaultWrites().at(device));
     for (std::size_t failing = 0; failing < transcript.size(); ++failing) {
       if (transcript[failing].Reply != "0D") continue;
       SCOPED_TRACE(device + " " + std::to_string(failing));
       WritingRun run(device);
-      ScriptWithFailureAt(run.Port, transcript, failing, "3F");
-      run.Write();
+      run.WriteFailingAt(failing, "3F");
       const Texts trace = run.NewTrace();
-      EXPECT_EQ(std::ranges::count(trace, kFailed), failing < testing::kCheckExchanges ? 0 : 2);
+      EXPECT_EQ(std::ranges::count(trace, kFailed), failing < kCheckExchanges ? 0 : 2);
       EXPECT_EQ(std::ranges::count(trace, kDone), 0);
       EXPECT_EQ(run.State.LinkError, 1);
       EXPECT_FALSE(run.State.Command.FusesFinished);
@@ -221,15 +204,12 @@ TEST(FuseWriting, AnyFlagThatTheCheckLeavesEndsIt) {
   run.WriteExpecting({});
   EXPECT_EQ(run.State.LinkError, kOther);
   EXPECT_FALSE(run.State.Command.FuseWriteStarted);
-  const Texts trace = run.NewTrace();
-  EXPECT_EQ(std::ranges::count(trace, kFailed), 0);
+  EXPECT_THAT(run.NewTrace(), Not(Contains(kFailed)));
 }
 
 TEST(FuseWriting, AWrongReplyNamesTheCommandAndTheLaterBytesAreNotWritten) {
   WritingRun run("ATtiny12L");
-  for (const auto& [sent, reply] : testing::Transcript("ATtiny12L", {})) {
-    run.Port.Expect(sent, reply);
-  }
+  run.ExpectCheck();
   run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'u' D2", "3F").Expect("'L'", "0D");
   run.Port.Expect("'A'", "0D");
   run.Write();
@@ -240,7 +220,7 @@ TEST(FuseWriting, AWrongReplyNamesTheCommandAndTheLaterBytesAreNotWritten) {
 }
 
 TEST(FuseWriting, AnotherChipInTheSocketIsNotWritten) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     WritingRun run(device);
     run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "04 90 1E").Expect("'L'", "0D");
@@ -253,45 +233,38 @@ TEST(FuseWriting, AnotherChipInTheSocketIsNotWritten) {
 
 TEST(FuseWriting, WithAnEmptySelectorItStopsAfterTheCheck) {
   WritingRun run("ATtiny12L");
-  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "05 90 1E").Expect("'L'", "0D");
+  run.ExpectCheck();
   run.Events.OnTurn = [&] {
     if (run.Port.Sent.size() == 4) run.Form.ForcedText = "";
   };
   run.Write();
   EXPECT_EQ(run.Port.Sent.size(), 4U);
-  const Texts trace = run.NewTrace();
-  EXPECT_EQ(std::ranges::count(trace, kDone), 0);
+  EXPECT_THAT(run.NewTrace(), Not(Contains(kDone)));
 }
 
 TEST(FuseWriting, ForANameThatIsNoDeviceNothingIsWrittenAndItCompletes) {
   WritingRun run("ATtiny12L");
-  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "05 90 1E").Expect("'L'", "0D");
+  run.ExpectCheck();
   run.Events.OnTurn = [&] {
     if (run.Port.Sent.size() == 4) run.Form.ForcedText = "AT90S2333";
   };
   run.Write();
   EXPECT_EQ(run.Port.Sent.size(), 4U);
-  EXPECT_EQ(run.PanelText(screen::Panel::Status), kDone);
+  EXPECT_EQ(run.PanelText(Panel::Status), kDone);
 }
 
 TEST(FuseWriting, AnUnsetListSendsWhatTheWorkingByteLastHeld) {
   WritingRun run("AT90S4433");
   run.State.FuseByte = 0x42;
   run.State.LockByte = 0x24;
-  run.Choose({{FuseList::Cksel, -1},
-              {FuseList::Boden, -1},
-              {FuseList::Bodlevel, -1},
-              {FuseList::Lock, -1}});
+  run.Choose({{Cksel, -1}, {Boden, -1}, {Bodlevel, -1}, {Lock, -1}});
   run.WriteExpecting({{"'f' 42", "0D"}, {"'l' 24", "0D"}});
   EXPECT_EQ(run.State.FuseByte, 0x42);
 }
 
 TEST(FuseWriting, AnUnsetBaseOfTheHighByteTakesTheLowByteJustWritten) {
   WritingRun run("ATtiny26L");
-  run.Choose({{FuseList::Boden, -1},
-              {FuseList::Bodlevel, 0},
-              {FuseList::Eesave, 0},
-              {FuseList::Rstdisabl, 0}});
+  run.Choose({{Boden, -1}, {Bodlevel, 0}, {Eesave, 0}, {Rstdisabl, 0}});
   run.WriteExpecting({{"'u' E1", "0D"}, {"';' AC A8 00 E1", "0D"}, {"';' AC E0 00 FF", "0D"}});
 }
 
@@ -308,15 +281,15 @@ constexpr const char* kWarning =
     "mode)ではアクセスできなくなります。ＯＴＰデバイスと同じ扱いとなりますので注意してください。";
 
 TEST(ResetDisableWarning, IsShownForTheFirstItemOfEachDeviceThatHasIt) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     const bool has_it = device.starts_with("ATtiny");
     WritingRun run(device);
-    run.Fuses.Select(FuseList::Rstdisabl, 0);
+    run.Fuses.Select(Rstdisabl, 0);
     WarnOfResetDisable(run.Context);
     EXPECT_EQ(run.Dialog.Shown.size(), has_it ? 1U : 0U);
     EXPECT_EQ(run.NewTrace(), has_it ? Texts{kWarning} : Texts{});
-    EXPECT_EQ(run.Fuses.Lists[FuseList::Rstdisabl].Index, 0);
+    EXPECT_EQ(run.Fuses.Lists[Rstdisabl].Index, 0);
     if (!has_it) continue;
     EXPECT_EQ(run.Dialog.Text, kWarning);
     EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
@@ -325,14 +298,14 @@ TEST(ResetDisableWarning, IsShownForTheFirstItemOfEachDeviceThatHasIt) {
 
 TEST(ResetDisableWarning, IsNotShownForTheSecondItem) {
   WritingRun run("ATtiny26L");
-  run.Fuses.Select(FuseList::Rstdisabl, 1);
+  run.Fuses.Select(Rstdisabl, 1);
   WarnOfResetDisable(run.Context);
   EXPECT_TRUE(run.Dialog.Shown.empty());
 }
 
 TEST(ResetDisableWarning, TheWriteItselfAsksNothing) {
   WritingRun run("ATtiny12L");
-  run.Fuses.Select(FuseList::Rstdisabl, 0);
+  run.Fuses.Select(Rstdisabl, 0);
   run.WriteExpecting({{"'u' C2", "0D"}, {"'l' FF", "0D"}});
   EXPECT_TRUE(run.Boxes.Questions.empty());
   EXPECT_EQ(run.Dialog.Shown.size(), 1U);

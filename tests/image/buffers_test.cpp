@@ -1,11 +1,7 @@
 #include "image/buffers.h"
 
-#include <algorithm>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "core/device_catalogue.h"
+#include "support/prelude.h"
 
 namespace fenwright::image {
 namespace {

@@ -1,25 +1,15 @@
 #include "image/dump_files.h"
 
-#include <algorithm>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "core/device_catalogue.h"
-#include "core/recorded_run.h"
 #include "image/buffers.h"
 #include "ops/command.h"
+#include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
 
-using testing::Journal;
-
-class DumpFiles : public ::testing::Test {
- protected:
-  DumpFiles() { run_.Start("ATtiny12L"); }
-
-  core::AppState& State() { return run_.State; }
+struct DumpFiles : Test, RecordedRun {
+  DumpFiles() { Start("ATtiny12L"); }
 
   /// Line `number`, counted from 0, with its CR LF.
   static std::string Line(const std::string& dump, std::size_t number) {
@@ -30,31 +20,29 @@ class DumpFiles : public ::testing::Test {
   static std::ptrdiff_t LineCount(const std::string& dump) {
     return std::ranges::count(dump, '\n');
   }
-
-  testing::RecordedRun run_;
 };
 
 const std::string kSixteenDots(16, '\xA5');
 
 TEST_F(DumpFiles, ABlankFlashLineIsEightWordsAndSixteenDots) {
-  EXPECT_EQ(Line(FlashDump(State()), 0),
+  EXPECT_EQ(Line(FlashDump(State), 0),
             "0000: FFFF FFFF FFFF FFFF FFFF FFFF FFFF FFFF " + kSixteenDots + "\r\n");
 }
 
 TEST_F(DumpFiles, AFlashLineShowsTheWordsHighByteFirstAndTheBytesInBufferOrder) {
   for (std::size_t i = 0; i < 16; ++i) {
-    State().FlashBuffer[i] = static_cast<std::uint8_t>(0x40 + i);
+    State.FlashBuffer[i] = static_cast<std::uint8_t>(0x40 + i);
   }
-  EXPECT_EQ(Line(FlashDump(State()), 0),
+  EXPECT_EQ(Line(FlashDump(State), 0),
             "0000: 4041 4243 4445 4647 4849 4A4B 4C4D 4E4F @ABCDEFGHIJKLMNO\r\n");
 }
 
 TEST_F(DumpFiles, TheFirstBytesOfAProgramComeOutByteForByte) {
-  State().FlashBuffer[0] = 0x94;
-  State().FlashBuffer[1] = 0x0C;
-  State().FlashBuffer[2] = 0x00;
-  State().FlashBuffer[3] = 0x41;
-  EXPECT_EQ(Line(FlashDump(State()), 0),
+  State.FlashBuffer[0] = 0x94;
+  State.FlashBuffer[1] = 0x0C;
+  State.FlashBuffer[2] = 0x00;
+  State.FlashBuffer[3] = 0x41;
+  EXPECT_EQ(Line(FlashDump(State), 0),
             "0000: 940C 0041 FFFF FFFF FFFF FFFF FFFF FFFF "
             "\xA5\xA5\xA5"
             "A"
@@ -63,8 +51,8 @@ TEST_F(DumpFiles, TheFirstBytesOfAProgramComeOutByteForByte) {
 
 TEST_F(DumpFiles, TheCharacterColumnShowsCodes32To126AndADotForAllOthers) {
   for (int code = 0; code < 256; ++code) {
-    State().EepromBuffer[0] = static_cast<std::uint8_t>(code);
-    const std::string line = Line(EepromDump(State()), 0);
+    State.EepromBuffer[0] = static_cast<std::uint8_t>(code);
+    const std::string line = Line(EepromDump(State), 0);
     const char expected = code >= 32 && code <= 126 ? static_cast<char>(code) : '\xA5';
     EXPECT_EQ(line[6 + 16 * 3], expected) << code;
   }
@@ -73,21 +61,21 @@ TEST_F(DumpFiles, TheCharacterColumnShowsCodes32To126AndADotForAllOthers) {
 TEST_F(DumpFiles, TheEdgesOfThePrintableRange) {
   const std::vector<std::uint8_t> bytes = {0x1F, 0x20, 0x41, 0x7E, 0x7F, 0x80, 0xA4, 0xA5,
                                            0xA6, 0xFF, 0x00, 0x09, 0x0D, 0x0A, 0x5C, 0x30};
-  std::ranges::copy(bytes, State().EepromBuffer.begin());
-  EXPECT_EQ(Line(EepromDump(State()), 0),
+  std::ranges::copy(bytes, State.EepromBuffer.begin());
+  EXPECT_EQ(Line(EepromDump(State), 0),
             "0000: 1F 20 41 7E 7F 80 A4 A5 A6 FF 00 09 0D 0A 5C 30 "
             "\xA5 A~\xA5\xA5\xA5\xA5\xA5\xA5\xA5\xA5\xA5\xA5\\0\r\n");
 }
 
 TEST_F(DumpFiles, FlashLinesAreNumberedByWords) {
-  const std::string dump = FlashDump(State());
+  const std::string dump = FlashDump(State);
   EXPECT_EQ(Line(dump, 1).substr(0, 6), "0008: ");
   EXPECT_EQ(Line(dump, 2).substr(0, 6), "0010: ");
   EXPECT_EQ(Line(dump, 63).substr(0, 6), "01F8: ");
 }
 
 TEST_F(DumpFiles, EepromLinesAreNumberedByBytes) {
-  const std::string dump = EepromDump(State());
+  const std::string dump = EepromDump(State);
   EXPECT_EQ(Line(dump, 0),
             "0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF " + kSixteenDots + "\r\n");
   EXPECT_EQ(Line(dump, 1).substr(0, 6), "0010: ");
@@ -96,13 +84,13 @@ TEST_F(DumpFiles, EepromLinesAreNumberedByBytes) {
 
 TEST_F(DumpFiles, EveryDevicesDumpsEndWithItsLastLocation) {
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
-    run_.Select(run_.Context, device.DisplayName);
-    State().FlashBuffer[2 * static_cast<std::size_t>(device.FlashWords) - 1] = 'z';
-    State().FlashBuffer[2 * static_cast<std::size_t>(device.FlashWords)] = 'X';
-    State().EepromBuffer[static_cast<std::size_t>(device.EepromBytes) - 1] = 'z';
-    State().EepromBuffer[static_cast<std::size_t>(device.EepromBytes)] = 'X';
-    const std::string flash = FlashDump(State());
-    const std::string eeprom = EepromDump(State());
+    Select(Context, device.DisplayName);
+    State.FlashBuffer[2 * static_cast<std::size_t>(device.FlashWords) - 1] = 'z';
+    State.FlashBuffer[2 * static_cast<std::size_t>(device.FlashWords)] = 'X';
+    State.EepromBuffer[static_cast<std::size_t>(device.EepromBytes) - 1] = 'z';
+    State.EepromBuffer[static_cast<std::size_t>(device.EepromBytes)] = 'X';
+    const std::string flash = FlashDump(State);
+    const std::string eeprom = EepromDump(State);
     EXPECT_EQ(LineCount(flash), device.FlashWords / 8) << device.DisplayName;
     EXPECT_EQ(LineCount(eeprom), device.EepromBytes / 16) << device.DisplayName;
     EXPECT_TRUE(flash.ends_with("z\r\n")) << device.DisplayName;
@@ -113,65 +101,63 @@ TEST_F(DumpFiles, EveryDevicesDumpsEndWithItsLastLocation) {
 }
 
 TEST_F(DumpFiles, WithoutADeviceTheDumpsAreEmpty) {
-  State().FlashWords = 0;
-  State().EepromBytes = 0;
-  EXPECT_EQ(FlashDump(State()), "");
-  EXPECT_EQ(EepromDump(State()), "");
+  State.FlashWords = 0;
+  State.EepromBytes = 0;
+  EXPECT_EQ(FlashDump(State), "");
+  EXPECT_EQ(EepromDump(State), "");
 }
 
 TEST_F(DumpFiles, TheFilesHaveTheirNamesInTheProgramsFolder) {
-  run_.Files.Files.clear();
-  WriteFlashDump(run_.Context);
-  WriteEepromDump(run_.Context);
-  ASSERT_EQ(run_.Files.Files.size(), 2U);
-  EXPECT_EQ(run_.Files.Files["/app/avrhex.txt"], FlashDump(State()));
-  EXPECT_EQ(run_.Files.Files["/app/avreep.txt"], EepromDump(State()));
+  Files.Files.clear();
+  WriteFlashDump(Context);
+  WriteEepromDump(Context);
+  ASSERT_EQ(Files.Files.size(), 2U);
+  EXPECT_EQ(Files.Files["/app/avrhex.txt"], FlashDump(State));
+  EXPECT_EQ(Files.Files["/app/avreep.txt"], EepromDump(State));
 }
 
 TEST_F(DumpFiles, AFileIsRewrittenWhole) {
-  run_.Files.Files["/app/avrhex.txt"] = std::string(100000, 'x');
-  WriteFlashDump(run_.Context);
-  EXPECT_EQ(run_.Files.Files["/app/avrhex.txt"], FlashDump(State()));
+  Files.Files["/app/avrhex.txt"] = std::string(100000, 'x');
+  WriteFlashDump(Context);
+  EXPECT_EQ(Files.Files["/app/avrhex.txt"], FlashDump(State));
 }
 
 TEST_F(DumpFiles, TheViewsLoadTheFiles) {
-  LoadFlashView(run_.Context);
-  LoadEepromView(run_.Context);
-  EXPECT_EQ(run_.Views.Paths[screen::View::Flash], "/app/avrhex.txt");
-  EXPECT_EQ(run_.Views.Paths[screen::View::Eeprom], "/app/avreep.txt");
+  LoadFlashView(Context);
+  LoadEepromView(Context);
+  EXPECT_EQ(Views.Paths[View::Flash], "/app/avrhex.txt");
+  EXPECT_EQ(Views.Paths[View::Eeprom], "/app/avreep.txt");
 }
 
 TEST_F(DumpFiles, ARefreshWritesTheFileBeforeTheViewLoadsIt) {
-  RefreshFlashView(run_.Context);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"write /app/avrhex.txt", "load flash view"}));
-  RefreshEepromView(run_.Context);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"write /app/avreep.txt", "load EEPROM view"}));
+  RefreshFlashView(Context);
+  EXPECT_EQ(TakeJournal(), (Journal{"write /app/avrhex.txt", "load flash view"}));
+  RefreshEepromView(Context);
+  EXPECT_EQ(TakeJournal(), (Journal{"write /app/avreep.txt", "load EEPROM view"}));
 }
 
 TEST_F(DumpFiles, AFlashDumpThatTheDiscRefusesEndsTheCommandBeforeTheViewLoads) {
-  run_.Files.Refused = {"/app/avrhex.txt"};
-  EXPECT_EQ(
-      ops::RunCommand(run_.Context, [&](core::RunContext&) { RefreshFlashView(run_.Context); }),
-      core::CommandEnding::FileError);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"write /app/avrhex.txt", "close dialog", "message box"}));
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Text,
-            "ファイルに書き込めないため、処理を中止しました。\r\n"
-            "/app/avrhex.txt\r\n"
-            "permission denied\r\n"
-            "ディスクの空き容量とフォルダーの書き込み許可を確認してから、やり直してください。");
-  EXPECT_FALSE(State().CommandRunning);
+  Files.Refused = {"/app/avrhex.txt"};
+  EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { RefreshFlashView(Context); }),
+            CommandEnding::FileError);
+  EXPECT_EQ(TakeJournal(), (Journal{"write /app/avrhex.txt", "close dialog", "message box"}));
+  EXPECT_THAT(
+      Boxes.Boxes,
+      ElementsAre(
+          Box{MessageIcon::Critical, "",
+              "ファイルに書き込めないため、処理を中止しました。\r\n"
+              "/app/avrhex.txt\r\n"
+              "permission denied\r\n"
+              "ディスクの空き容量とフォルダーの書き込み許可を確認してから、やり直してください。"}));
+  EXPECT_FALSE(State.CommandRunning);
 }
 
 TEST_F(DumpFiles, AnEepromDumpThatTheDiscRefusesEndsTheCommandToo) {
-  run_.Files.Refused = {"/app/avreep.txt"};
-  EXPECT_EQ(
-      ops::RunCommand(run_.Context, [&](core::RunContext&) { RefreshEepromView(run_.Context); }),
-      core::CommandEnding::FileError);
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_NE(run_.Boxes.Boxes[0].Text.find("/app/avreep.txt"), std::string::npos);
-  EXPECT_EQ(run_.Recorded, (Journal{"write /app/avreep.txt", "close dialog", "message box"}));
+  Files.Refused = {"/app/avreep.txt"};
+  EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { RefreshEepromView(Context); }),
+            CommandEnding::FileError);
+  EXPECT_THAT(Boxes.Texts(), ElementsAre(HasSubstr("/app/avreep.txt")));
+  EXPECT_EQ(Recorded, (Journal{"write /app/avreep.txt", "close dialog", "message box"}));
 }
 
 }  // namespace

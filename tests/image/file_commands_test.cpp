@@ -1,18 +1,11 @@
 #include "image/file_commands.h"
 
-#include <algorithm>
-
-#include <gtest/gtest.h>
-
-#include "core/recorded_run.h"
 #include "image/dump_files.h"
 #include "ops/command.h"
+#include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
-
-using screen::MessageMode;
-using testing::Journal;
 
 constexpr char kCodePath[] = "/home/files/prog.hex";
 constexpr char kDataPath[] = "/home/files/prog.eep";
@@ -21,43 +14,35 @@ constexpr char kData[] = ":0200000012348E\r\n:00000001FF\r\n";
 constexpr char kNotOpened[] = "指定されたファイルを開くことができませんでした。";
 constexpr char kTrace[] = "append /app/_debug_avr.txt";
 
-class FileCommands : public ::testing::Test {
- protected:
-  FileCommands() { run_.Start("AT90S2313"); }
+struct FileCommands : Test, RecordedRun {
+  FileCommands() { Start("AT90S2313"); }
 
-  core::AppState& State() { return run_.State; }
-  void Put(std::string_view path, std::string_view content) {
-    run_.Files.Files.insert_or_assign(std::string(path), std::string(content));
-  }
+  void Put(const std::string& path, const std::string& content) { Files.Files[path] = content; }
   void PutPair() {
     Put(kCodePath, kCode);
     Put(kDataPath, kData);
   }
+  OpenReport LoadCode(const std::string& path = kCodePath) {
+    State.CodeFileName = path;
+    return LoadCodeFile(Context);
+  }
+  OpenReport LoadData(const std::string& path = kDataPath) {
+    State.DataFileName = path;
+    return LoadDataFile(Context);
+  }
   OpenReport Load(const std::string& code_path = kCodePath) {
-    SetCodeAndDataFile(run_.Context, code_path);
-    return LoadCodeAndDataFile(run_.Context);
+    SetCodeAndDataFile(Context, code_path);
+    return LoadCodeAndDataFile(Context);
   }
-  void FillBuffers() {
-    std::ranges::fill(State().FlashBuffer, std::uint8_t{0x41});
-    std::ranges::fill(State().EepromBuffer, std::uint8_t{0x42});
-  }
-  [[nodiscard]] bool FlashIsBlank() {
-    return std::ranges::all_of(State().FlashBuffer, [](auto byte) { return byte == 0xFF; });
-  }
-  [[nodiscard]] bool EepromIsBlank() {
-    return std::ranges::all_of(State().EepromBuffer, [](auto byte) { return byte == 0xFF; });
-  }
-
-  testing::RecordedRun run_;
 };
 
 // The dialog.
 
 TEST_F(FileCommands, TheDialogHasItsTitleFilterExtensionAndTheStoredFolder) {
-  run_.Settings.Write("Settings", "OPEN_DIR", "/home/last");
-  ChooseCodeAndDataFile(run_.Context);
-  ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
-  const screen::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  Store("OPEN_DIR", "/home/last");
+  ChooseCodeAndDataFile(Context);
+  ASSERT_EQ(FileDialogs.Requests.size(), 1U);
+  const screen::FileDialogRequest& request = FileDialogs.Requests[0];
   EXPECT_EQ(request.Title, "コードファイル ＆ データファイルを開く");
   EXPECT_EQ(request.Filter, "Hex File|*.hex;*.rom|All Files|*.*|");
   EXPECT_EQ(request.DefaultExtension, "hex;rom");
@@ -65,24 +50,24 @@ TEST_F(FileCommands, TheDialogHasItsTitleFilterExtensionAndTheStoredFolder) {
 }
 
 TEST_F(FileCommands, TheDialogChoosesItsFolderWhenNoneIsStored) {
-  ChooseCodeAndDataFile(run_.Context);
-  ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
-  EXPECT_EQ(run_.FileDialogs.Requests[0].StartFolder, "");
+  ChooseCodeAndDataFile(Context);
+  ASSERT_EQ(FileDialogs.Requests.size(), 1U);
+  EXPECT_EQ(FileDialogs.Requests[0].StartFolder, "");
 }
 
 TEST_F(FileCommands, AChoiceSetsBothNames) {
-  run_.FileDialogs.Choice = "/home/files/other.rom";
-  EXPECT_TRUE(ChooseCodeAndDataFile(run_.Context));
-  EXPECT_EQ(State().CodeFileName, "/home/files/other.rom");
-  EXPECT_EQ(State().DataFileName, "/home/files/other.eep");
+  FileDialogs.Choice = "/home/files/other.rom";
+  EXPECT_TRUE(ChooseCodeAndDataFile(Context));
+  EXPECT_EQ(State.CodeFileName, "/home/files/other.rom");
+  EXPECT_EQ(State.DataFileName, "/home/files/other.eep");
 }
 
 TEST_F(FileCommands, ACancelledDialogChangesNothing) {
-  SetCodeAndDataFile(run_.Context, kCodePath);
-  EXPECT_FALSE(ChooseCodeAndDataFile(run_.Context));
-  EXPECT_EQ(State().CodeFileName, kCodePath);
-  EXPECT_EQ(State().DataFileName, kDataPath);
-  EXPECT_TRUE(run_.TakeJournal().empty());
+  SetCodeAndDataFile(Context, kCodePath);
+  EXPECT_FALSE(ChooseCodeAndDataFile(Context));
+  EXPECT_EQ(State.CodeFileName, kCodePath);
+  EXPECT_EQ(State.DataFileName, kDataPath);
+  EXPECT_TRUE(TakeJournal().empty());
 }
 
 // Both files there.
@@ -96,26 +81,24 @@ TEST_F(FileCommands, BothFilesAreLoaded) {
   EXPECT_TRUE(report.DataFileFound);
   EXPECT_EQ(report.Code.End, HexReadEnd::Complete);
   EXPECT_EQ(report.Data.End, HexReadEnd::Complete);
-  EXPECT_EQ(State().FlashBuffer[0], 0x94);
-  EXPECT_EQ(State().FlashBuffer[1], 0x0C);
-  EXPECT_EQ(State().EepromBuffer[0], 0x12);
-  EXPECT_EQ(State().EepromBuffer[1], 0x34);
+  EXPECT_EQ(FlashBytes(0, 2), "94 0C");
+  EXPECT_EQ(EepromBytes(0, 2), "12 34");
 }
 
 TEST_F(FileCommands, EachBufferIsBlankedBeforeItsFileIsRead) {
   PutPair();
   FillBuffers();
   Load();
-  EXPECT_EQ(State().FlashBuffer[2], 0xFF);
-  EXPECT_EQ(State().FlashBuffer[65536], 0xFF);
-  EXPECT_EQ(State().EepromBuffer[2], 0xFF);
-  EXPECT_EQ(State().EepromBuffer[2048], 0xFF);
+  EXPECT_EQ(State.FlashBuffer[2], 0xFF);
+  EXPECT_EQ(State.FlashBuffer[65536], 0xFF);
+  EXPECT_EQ(State.EepromBuffer[2], 0xFF);
+  EXPECT_EQ(State.EepromBuffer[2048], 0xFF);
 }
 
 TEST_F(FileCommands, TheStepsOfAnOpenComeInThisOrder) {
   PutPair();
   Load();
-  EXPECT_EQ(run_.TakeJournal(),
+  EXPECT_EQ(TakeJournal(),
             (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
                      "write /app/avrhex.txt", "load flash view",
                      "store Settings/OPEN_DIR /home/files", "panel 1 EEPROM : /home/files/prog.eep",
@@ -126,37 +109,36 @@ TEST_F(FileCommands, TheStepsOfAnOpenComeInThisOrder) {
 TEST_F(FileCommands, TheTextsOfAnOpenAreTraced) {
   PutPair();
   Load();
-  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{"Program : /home/files/prog.hex",
-                                                       "EEPROM : /home/files/prog.eep",
-                                                       "ファイルをオープンしました。"}));
+  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", "EEPROM : /home/files/prog.eep",
+                               "ファイルをオープンしました。"}));
 }
 
 TEST_F(FileCommands, AnOpenThatWentWellShowsNoMessage) {
   PutPair();
   Load();
-  EXPECT_TRUE(run_.Dialog.Shown.empty());
-  EXPECT_TRUE(run_.Boxes.Boxes.empty());
+  EXPECT_TRUE(Dialog.Shown.empty());
+  EXPECT_TRUE(Boxes.Boxes.empty());
 }
 
 TEST_F(FileCommands, TheDumpsShowTheLoadedFiles) {
   PutPair();
   Load();
-  EXPECT_EQ(run_.Files.Files["/app/avrhex.txt"], FlashDump(State()));
-  EXPECT_EQ(run_.Files.Files["/app/avreep.txt"], EepromDump(State()));
-  EXPECT_TRUE(run_.FileText("avrhex.txt").starts_with("0000: 940C FFFF "));
-  EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: 12 34 FF "));
+  EXPECT_EQ(Files.Files["/app/avrhex.txt"], FlashDump(State));
+  EXPECT_EQ(Files.Files["/app/avreep.txt"], EepromDump(State));
+  EXPECT_TRUE(FileText("avrhex.txt").starts_with("0000: 940C FFFF "));
+  EXPECT_TRUE(FileText("avreep.txt").starts_with("0000: 12 34 FF "));
 }
 
 TEST_F(FileCommands, TheFolderOfTheCodeFileIsStored) {
   PutPair();
   Load();
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
+  EXPECT_EQ(Stored("OPEN_DIR"), "/home/files");
 }
 
 TEST_F(FileCommands, ANameWithoutAFolderStoresNoFolder) {
   Put("prog.hex", kCode);
   Load("prog.hex");
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "");
+  EXPECT_EQ(Stored("OPEN_DIR"), "");
 }
 
 TEST_F(FileCommands, NamesInUpperCaseAreAccepted) {
@@ -166,9 +148,9 @@ TEST_F(FileCommands, NamesInUpperCaseAreAccepted) {
     FillBuffers();
     const OpenReport report = Load(path);
     EXPECT_TRUE(report.KnownExtension) << path;
-    EXPECT_EQ(State().FlashBuffer[0], 0x94) << path;
-    EXPECT_EQ(State().DataFileName, "/home/prog.eep");
-    EXPECT_EQ(run_.State.StatusText, "ファイルをオープンしました。");
+    EXPECT_EQ(State.FlashBuffer[0], 0x94) << path;
+    EXPECT_EQ(State.DataFileName, "/home/prog.eep");
+    EXPECT_EQ(State.StatusText, "ファイルをオープンしました。");
   }
 }
 
@@ -176,10 +158,10 @@ TEST_F(FileCommands, AReloadReadsTheSameNamesAgainWithoutADialog) {
   PutPair();
   Load();
   Put(kCodePath, ":020000000D945D\r\n");
-  const OpenReport report = LoadCodeAndDataFile(run_.Context);
+  const OpenReport report = LoadCodeAndDataFile(Context);
   EXPECT_EQ(report.Code.End, HexReadEnd::Complete);
-  EXPECT_EQ(State().FlashBuffer[1], 0x0D);
-  EXPECT_TRUE(run_.FileDialogs.Requests.empty());
+  EXPECT_EQ(State.FlashBuffer[1], 0x0D);
+  EXPECT_TRUE(FileDialogs.Requests.empty());
 }
 
 // No data file.
@@ -189,22 +171,22 @@ TEST_F(FileCommands, WithoutADataFileTheEepromIsBlankAndThatIsSaid) {
   FillBuffers();
   const OpenReport report = Load();
   EXPECT_FALSE(report.DataFileFound);
-  EXPECT_TRUE(EepromIsBlank());
-  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{"Program : /home/files/prog.hex",
-                                                       "EEPROM memory : Not found EEP file",
-                                                       "ファイルをオープンしました。"}));
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_EQ(NewTrace(),
+            (Texts{"Program : /home/files/prog.hex", "EEPROM memory : Not found EEP file",
+                   "ファイルをオープンしました。"}));
 }
 
 TEST_F(FileCommands, WithoutADataFileTheStepsAreTheSameButForTheRead) {
   Put(kCodePath, kCode);
   Load();
   EXPECT_EQ(
-      run_.TakeJournal(),
+      TakeJournal(),
       (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
                "write /app/avrhex.txt", "load flash view", "store Settings/OPEN_DIR /home/files",
                "panel 1 EEPROM memory : Not found EEP file", kTrace, "write /app/avreep.txt",
                "load EEPROM view", "panel 1 ファイルをオープンしました。", kTrace}));
-  EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: FF FF "));
+  EXPECT_TRUE(FileText("avreep.txt").starts_with("0000: FF FF "));
 }
 
 // No code file.
@@ -214,31 +196,30 @@ TEST_F(FileCommands, WithoutACodeFileTheFlashIsBlankedAndAMessageSaysWhy) {
   FillBuffers();
   const OpenReport report = Load();
   EXPECT_FALSE(report.CodeFileFound);
-  EXPECT_TRUE(FlashIsBlank());
-  EXPECT_EQ(State().EepromBuffer[0], 0x42) << "the data file is not looked at";
-  EXPECT_EQ(run_.TakeJournal(),
+  EXPECT_TRUE(FlashIs(0xFF));
+  EXPECT_EQ(State.EepromBuffer[0], 0x42) << "the data file is not looked at";
+  EXPECT_EQ(TakeJournal(),
             (Journal{"panel 1 Program : Not found HEX file", kTrace, "write /app/avrhex.txt",
-                     "load flash view", "dialog " + std::string(kNotOpened), kTrace}));
-  EXPECT_EQ(run_.Dialog.Mode, MessageMode::Notice);
-  EXPECT_TRUE(run_.FileText("avrhex.txt").starts_with("0000: FFFF "));
+                     "load flash view", "notice " + std::string(kNotOpened), kTrace}));
+  EXPECT_EQ(Dialog.Mode, MessageMode::Notice);
+  EXPECT_TRUE(FileText("avrhex.txt").starts_with("0000: FFFF "));
 }
 
 TEST_F(FileCommands, WithoutACodeFileTheFolderStaysAsItWas) {
-  run_.Settings.Write("Settings", "OPEN_DIR", "/before");
+  Store("OPEN_DIR", "/before");
   Load();
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/before");
+  EXPECT_EQ(Stored("OPEN_DIR"), "/before");
 }
 
 TEST_F(FileCommands, AReloadWithNothingOpenedFindsNoCodeFile) {
-  LoadCodeAndDataFile(run_.Context);
-  EXPECT_EQ(run_.NewTrace(),
-            (std::vector<std::string>{"Program : Not found HEX file", kNotOpened}));
+  LoadCodeAndDataFile(Context);
+  EXPECT_EQ(NewTrace(), (Texts{"Program : Not found HEX file", kNotOpened}));
 }
 
 TEST_F(FileCommands, AMissingCodeFileIsReportedAsMissingWhateverItsExtension) {
   Load("/home/files/none.txt");
-  EXPECT_EQ(run_.State.StatusText, "Program : Not found HEX file");
-  EXPECT_EQ(run_.Dialog.Text, kNotOpened);
+  EXPECT_EQ(State.StatusText, "Program : Not found HEX file");
+  EXPECT_EQ(Dialog.Text, kNotOpened);
 }
 
 // Another extension.
@@ -253,30 +234,30 @@ TEST_F(FileCommands, AnotherExtensionIsRefusedWithItsNameAndTheHint) {
       "再ロードするファイル名 ： /home/files/prog.bin\r\n"
       "再ロードするファイルが未指定です。 一度、メニューバーのファイルからＨＥＸファイルを開くと"
       "自動的にファイル名が指定されます。";
-  EXPECT_EQ(run_.Dialog.Text, text);
-  EXPECT_EQ(run_.Dialog.Mode, MessageMode::Notice);
-  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{text});
+  EXPECT_EQ(Dialog.Text, text);
+  EXPECT_EQ(Dialog.Mode, MessageMode::Notice);
+  EXPECT_EQ(NewTrace(), Texts{text});
 }
 
 TEST_F(FileCommands, AnotherExtensionLeavesBuffersStatusAndFolderAlone) {
   Put("/home/files/prog.bin", kCode);
   FillBuffers();
   Load("/home/files/prog.bin");
-  EXPECT_EQ(State().FlashBuffer[0], 0x41);
-  EXPECT_EQ(State().EepromBuffer[0], 0x42);
-  EXPECT_TRUE(run_.StatusBar.History.empty());
-  for (const std::string& entry : run_.TakeJournal()) {
-    EXPECT_TRUE(entry == kTrace || entry.starts_with("dialog ")) << entry;
+  EXPECT_EQ(State.FlashBuffer[0], 0x41);
+  EXPECT_EQ(State.EepromBuffer[0], 0x42);
+  EXPECT_TRUE(StatusBar.History.empty());
+  for (const std::string& entry : TakeJournal()) {
+    EXPECT_TRUE(entry == kTrace || entry.starts_with("notice ")) << entry;
   }
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
+  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
 }
 
 TEST_F(FileCommands, AnEmptyNameIsShownAsAQuestionMark) {
   // A system may find a file for the empty name: its folder.
   Put("", "");
-  State().CodeFileName = "";
-  LoadCodeAndDataFile(run_.Context);
-  EXPECT_EQ(run_.Dialog.Text,
+  State.CodeFileName = "";
+  LoadCodeAndDataFile(Context);
+  EXPECT_EQ(Dialog.Text,
             "再ロードするファイル名 ： ?\r\n"
             "再ロードするファイルが未指定です。 一度、メニューバーのファイルからＨＥＸファイルを"
             "開くと自動的にファイル名が指定されます。");
@@ -285,36 +266,35 @@ TEST_F(FileCommands, AnEmptyNameIsShownAsAQuestionMark) {
 // File errors.
 
 TEST_F(FileCommands, ACodeFileThatCannotBeReadEndsTheOpenThere) {
-  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
+  Files.Unreadable[kCodePath] = "Permission denied";
   Put(kDataPath, kData);
   FillBuffers();
   const OpenReport report = Load();
   EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
   EXPECT_FALSE(report.DataFileFound);
-  EXPECT_EQ(run_.NewTrace(),
-            (std::vector<std::string>{"Program : /home/files/prog.hex", kNotOpened}));
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
-  EXPECT_TRUE(FlashIsBlank()) << "it was blanked before the read";
-  EXPECT_EQ(State().EepromBuffer[0], 0x42);
+  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", kNotOpened}));
+  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
+  EXPECT_TRUE(FlashIs(0xFF)) << "it was blanked before the read";
+  EXPECT_EQ(State.EepromBuffer[0], 0x42);
 }
 
 TEST_F(FileCommands, AFileErrorIsExplainedWithThePathAndTheSystemsWords) {
-  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
+  Files.Unreadable[kCodePath] = "Permission denied";
   Load();
-  EXPECT_EQ(run_.Dialog.Text, kNotOpened);
-  EXPECT_EQ(run_.Dialog.Mode, MessageMode::Notice);
-  EXPECT_EQ(run_.Dialog.Detail, "/home/files/prog.hex\nPermission denied");
+  EXPECT_EQ(Dialog.Text, kNotOpened);
+  EXPECT_EQ(Dialog.Mode, MessageMode::Notice);
+  EXPECT_EQ(Dialog.Detail, "/home/files/prog.hex\nPermission denied");
 }
 
 TEST_F(FileCommands, ADataFileThatCannotBeReadLeavesTheCodeLoadedAndIsExplained) {
   Put(kCodePath, kCode);
-  run_.RecordedFiles.Unreadable[kDataPath] = "Input/output error";
+  Files.Unreadable[kDataPath] = "Input/output error";
   const OpenReport report = Load();
   EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
-  EXPECT_EQ(State().FlashBuffer[0], 0x94);
-  EXPECT_EQ(run_.Dialog.Detail, "/home/files/prog.eep\nInput/output error");
-  EXPECT_EQ(run_.State.StatusText, "EEPROM : /home/files/prog.eep");
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
+  EXPECT_EQ(State.FlashBuffer[0], 0x94);
+  EXPECT_EQ(Dialog.Detail, "/home/files/prog.eep\nInput/output error");
+  EXPECT_EQ(State.StatusText, "EEPROM : /home/files/prog.eep");
+  EXPECT_EQ(Stored("OPEN_DIR"), "/home/files");
 }
 
 TEST_F(FileCommands, ADataAddressBeyondTheBufferEndsTheOpenAndNamesTheLine) {
@@ -322,10 +302,10 @@ TEST_F(FileCommands, ADataAddressBeyondTheBufferEndsTheOpenAndNamesTheLine) {
   Put(kDataPath, ":0100000042BD\r\n:01080100ABCB\r\n");
   const OpenReport report = Load();
   EXPECT_EQ(report.Data.End, HexReadEnd::OutsideBuffer);
-  EXPECT_EQ(State().EepromBuffer[0], 0x42);
-  EXPECT_EQ(run_.Dialog.Text, kNotOpened);
-  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << run_.Dialog.Detail;
-  EXPECT_NE(run_.State.StatusText, "ファイルをオープンしました。");
+  EXPECT_EQ(State.EepromBuffer[0], 0x42);
+  EXPECT_EQ(Dialog.Text, kNotOpened);
+  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << Dialog.Detail;
+  EXPECT_NE(State.StatusText, "ファイルをオープンしました。");
 }
 
 TEST_F(FileCommands, ACodeAddressBeyondTheBufferEndsTheOpenBeforeTheDataFile) {
@@ -333,18 +313,18 @@ TEST_F(FileCommands, ACodeAddressBeyondTheBufferEndsTheOpenBeforeTheDataFile) {
   Put(kDataPath, kData);
   const OpenReport report = Load();
   EXPECT_EQ(report.Code.End, HexReadEnd::OutsideBuffer);
-  EXPECT_TRUE(EepromIsBlank());
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
-  EXPECT_EQ(run_.State.StatusText, "Program : /home/files/prog.hex");
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
+  EXPECT_EQ(State.StatusText, "Program : /home/files/prog.hex");
 }
 
 TEST_F(FileCommands, AfterAFileErrorTheViewsShowWhatTheBuffersHold) {
   Put(kCodePath, kCode);
   Put(kDataPath, ":0100000042BD\r\n:01080100ABCB\r\n");
   Load();
-  EXPECT_EQ(run_.Files.Files["/app/avrhex.txt"], FlashDump(State()));
-  EXPECT_EQ(run_.Files.Files["/app/avreep.txt"], EepromDump(State()));
-  EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: 42 FF "));
+  EXPECT_EQ(Files.Files["/app/avrhex.txt"], FlashDump(State));
+  EXPECT_EQ(Files.Files["/app/avreep.txt"], EepromDump(State));
+  EXPECT_TRUE(FileText("avreep.txt").starts_with("0000: 42 FF "));
 }
 
 TEST_F(FileCommands, ABadLineInTheCodeFileIsNoFileErrorButTheDataFileThenFailsAtItsOpen) {
@@ -353,18 +333,17 @@ TEST_F(FileCommands, ABadLineInTheCodeFileIsNoFileErrorButTheDataFileThenFailsAt
   const OpenReport report = Load();
   EXPECT_EQ(report.Code.End, HexReadEnd::BadLine);
   EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
-  EXPECT_EQ(State().FlashBuffer[0], 0x94);
-  EXPECT_TRUE(EepromIsBlank());
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
-  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{
-                                 "Program : /home/files/prog.hex", "HEX ファイルのオープンエラー",
-                                 "EEPROM : /home/files/prog.eep", kNotOpened}));
+  EXPECT_EQ(State.FlashBuffer[0], 0x94);
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_EQ(Stored("OPEN_DIR"), "/home/files");
+  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", "HEX ファイルのオープンエラー",
+                               "EEPROM : /home/files/prog.eep", kNotOpened}));
 }
 
 TEST_F(FileCommands, ABadLineInTheCodeFileWithoutADataFileLetsTheOpenEndAsUsual) {
   Put(kCodePath, "bad\r\n");
   Load();
-  EXPECT_EQ(run_.State.StatusText, "ファイルをオープンしました。");
+  EXPECT_EQ(State.StatusText, "ファイルをオープンしました。");
 }
 
 TEST_F(FileCommands, ABadLineInTheDataFileLetsTheOpenEndAsUsual) {
@@ -372,25 +351,23 @@ TEST_F(FileCommands, ABadLineInTheDataFileLetsTheOpenEndAsUsual) {
   Put(kDataPath, ":0100000042BD\r\nbad\r\n");
   const OpenReport report = Load();
   EXPECT_EQ(report.Data.End, HexReadEnd::BadLine);
-  EXPECT_EQ(State().EepromBuffer[0], 0x42);
-  EXPECT_EQ(run_.NewTrace(), (std::vector<std::string>{
-                                 "Program : /home/files/prog.hex", "EEPROM : /home/files/prog.eep",
-                                 "EEP  ファイルのオープンエラー", "ファイルをオープンしました。"}));
+  EXPECT_EQ(State.EepromBuffer[0], 0x42);
+  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", "EEPROM : /home/files/prog.eep",
+                               "EEP  ファイルのオープンエラー", "ファイルをオープンしました。"}));
 }
 
 TEST_F(FileCommands, AfterABadLineEveryLaterOpenFailsAndSaysWhy) {
   Put(kCodePath, "bad\r\n");
   Load();
   PutPair();
-  run_.NewTrace();
+  NewTrace();
   const OpenReport report = Load();
   EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
-  EXPECT_TRUE(FlashIsBlank());
-  EXPECT_EQ(run_.NewTrace(),
-            (std::vector<std::string>{"Program : /home/files/prog.hex", kNotOpened}));
-  EXPECT_EQ(run_.Dialog.Text, kNotOpened);
-  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/home/files/prog.hex\n"));
-  EXPECT_NE(run_.Dialog.Detail.find("再起動"), std::string::npos) << "the cure";
+  EXPECT_TRUE(FlashIs(0xFF));
+  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", kNotOpened}));
+  EXPECT_EQ(Dialog.Text, kNotOpened);
+  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.hex\n"));
+  EXPECT_THAT(Dialog.Detail, HasSubstr("再起動")) << "the cure";
 }
 
 TEST_F(FileCommands, WrongDigitsAndChecksumsDoNotStopAnOpen) {
@@ -399,32 +376,30 @@ TEST_F(FileCommands, WrongDigitsAndChecksumsDoNotStopAnOpen) {
   EXPECT_EQ(report.Code.End, HexReadEnd::Complete);
   EXPECT_EQ(report.Code.FirstDoubtfulLine, 1);
   EXPECT_EQ(report.Code.FirstBadChecksumLine, 2);
-  EXPECT_EQ(run_.State.StatusText, "ファイルをオープンしました。");
-  EXPECT_TRUE(run_.Dialog.Shown.empty());
+  EXPECT_EQ(State.StatusText, "ファイルをオープンしました。");
+  EXPECT_TRUE(Dialog.Shown.empty());
 }
 
 TEST_F(FileCommands, ADumpThatTheDiscRefusesEndsTheOpenBeforeTheFolderIsStored) {
   PutPair();
-  run_.Files.Refused = {"/app/avrhex.txt"};
-  SetCodeAndDataFile(run_.Context, kCodePath);
-  EXPECT_EQ(
-      ops::RunCommand(run_.Context, [&](core::RunContext&) { LoadCodeAndDataFile(run_.Context); }),
-      core::CommandEnding::FileError);
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
-  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"Program : /home/files/prog.hex"});
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_NE(run_.Boxes.Boxes[0].Text.find("/app/avrhex.txt"), std::string::npos);
-  EXPECT_FALSE(State().CommandRunning);
+  Files.Refused = {"/app/avrhex.txt"};
+  SetCodeAndDataFile(Context, kCodePath);
+  EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { LoadCodeAndDataFile(Context); }),
+            CommandEnding::FileError);
+  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
+  EXPECT_EQ(NewTrace(), Texts{"Program : /home/files/prog.hex"});
+  EXPECT_THAT(Boxes.Texts(), ElementsAre(HasSubstr("/app/avrhex.txt")));
+  EXPECT_FALSE(State.CommandRunning);
 }
 
 // Code alone.
 
 TEST_F(FileCommands, TheDialogForACodeFileHasItsTitleFilterExtensionAndFolder) {
-  run_.Settings.Write("Settings", "OPEN_DIR", "/home/last");
-  run_.Settings.Write("Settings", "SAVE_DIR", "/home/saved");
-  EXPECT_FALSE(ChooseCodeFile(run_.Context));
-  ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
-  const screen::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  Store("OPEN_DIR", "/home/last");
+  Store("SAVE_DIR", "/home/saved");
+  EXPECT_FALSE(ChooseCodeFile(Context));
+  ASSERT_EQ(FileDialogs.Requests.size(), 1U);
+  const screen::FileDialogRequest& request = FileDialogs.Requests[0];
   EXPECT_EQ(request.Title, "コードファイル(*.hex)を開く");
   EXPECT_EQ(request.Filter, "Hex File|*.hex;*.rom|All Files|*.*|");
   EXPECT_EQ(request.DefaultExtension, "hex;rom");
@@ -432,156 +407,144 @@ TEST_F(FileCommands, TheDialogForACodeFileHasItsTitleFilterExtensionAndFolder) {
 }
 
 TEST_F(FileCommands, AChosenCodeFileLeavesTheDataFilesNameAlone) {
-  State().DataFileName = "/before.eep";
-  run_.FileDialogs.Choice = kCodePath;
-  EXPECT_TRUE(ChooseCodeFile(run_.Context));
-  EXPECT_EQ(State().CodeFileName, kCodePath);
-  EXPECT_EQ(State().DataFileName, "/before.eep");
+  State.DataFileName = "/before.eep";
+  FileDialogs.Choice = kCodePath;
+  EXPECT_TRUE(ChooseCodeFile(Context));
+  EXPECT_EQ(State.CodeFileName, kCodePath);
+  EXPECT_EQ(State.DataFileName, "/before.eep");
 }
 
 TEST_F(FileCommands, ACancelledCodeDialogChangesNothing) {
-  State().CodeFileName = "/before.hex";
-  EXPECT_FALSE(ChooseCodeFile(run_.Context));
-  EXPECT_EQ(State().CodeFileName, "/before.hex");
+  State.CodeFileName = "/before.hex";
+  EXPECT_FALSE(ChooseCodeFile(Context));
+  EXPECT_EQ(State.CodeFileName, "/before.hex");
 }
 
 TEST_F(FileCommands, TheStepsOfOpeningACodeFileComeInThisOrder) {
   PutPair();
   FillBuffers();
-  State().CodeFileName = kCodePath;
-  const OpenReport report = LoadCodeFile(run_.Context);
+  const OpenReport report = LoadCode();
   EXPECT_TRUE(report.CodeFileFound);
   EXPECT_TRUE(report.KnownExtension);
   EXPECT_FALSE(report.DataFileFound);
   EXPECT_EQ(report.Code.DataRecords, 1);
-  EXPECT_EQ(
-      run_.TakeJournal(),
-      (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
-               "write /app/avrhex.txt", "load flash view", "store Settings/OPEN_DIR /home/files"}));
-  EXPECT_EQ(State().FlashBuffer[0], 0x94);
-  EXPECT_EQ(State().FlashBuffer[2], 0xFF) << "blanked before";
-  EXPECT_EQ(State().EepromBuffer[0], 0x42) << "the EEPROM is not touched";
-  EXPECT_EQ(State().CodeFileName, kCodePath);
+  EXPECT_EQ(TakeJournal(), (Journal{"panel 1 Program : /home/files/prog.hex", kTrace,
+                                    "read /home/files/prog.hex", "write /app/avrhex.txt",
+                                    "load flash view", "store Settings/OPEN_DIR /home/files"}));
+  EXPECT_EQ(State.FlashBuffer[0], 0x94);
+  EXPECT_EQ(State.FlashBuffer[2], 0xFF) << "blanked before";
+  EXPECT_EQ(State.EepromBuffer[0], 0x42) << "the EEPROM is not touched";
+  EXPECT_EQ(State.CodeFileName, kCodePath);
 }
 
 TEST_F(FileCommands, ACodeFileAloneMayHaveItsExtensionInAnyCase) {
   for (const char* path : {"/home/a.HEX", "/home/a.Rom", "/home/a b \"c\" 日本.hex"}) {
     Put(path, kCode);
     FillBuffers();
-    State().CodeFileName = path;
-    LoadCodeFile(run_.Context);
-    EXPECT_EQ(State().FlashBuffer[0], 0x94) << path;
-    EXPECT_EQ(State().StatusText, "Program : " + std::string(path));
+    LoadCode(path);
+    EXPECT_EQ(State.FlashBuffer[0], 0x94) << path;
+    EXPECT_EQ(State.StatusText, "Program : " + std::string(path));
   }
 }
 
 TEST_F(FileCommands, ACodeFileThatIsNotThereIsPassedOverAndKeepsItsName) {
   FillBuffers();
-  State().CodeFileName = "/home/gone.hex";
-  const OpenReport report = LoadCodeFile(run_.Context);
+  const OpenReport report = LoadCode("/home/gone.hex");
   EXPECT_FALSE(report.CodeFileFound);
-  EXPECT_TRUE(run_.TakeJournal().empty());
-  EXPECT_EQ(State().FlashBuffer[0], 0x41);
-  EXPECT_EQ(State().CodeFileName, "/home/gone.hex");
+  EXPECT_TRUE(TakeJournal().empty());
+  EXPECT_EQ(State.FlashBuffer[0], 0x41);
+  EXPECT_EQ(State.CodeFileName, "/home/gone.hex");
 }
 
 TEST_F(FileCommands, ACodeFileWithAnotherExtensionIsPassedOver) {
   Put("/home/prog.bin", kCode);
   FillBuffers();
-  State().CodeFileName = "/home/prog.bin";
-  const OpenReport report = LoadCodeFile(run_.Context);
+  const OpenReport report = LoadCode("/home/prog.bin");
   EXPECT_TRUE(report.CodeFileFound);
   EXPECT_FALSE(report.KnownExtension);
-  EXPECT_TRUE(run_.TakeJournal().empty());
-  EXPECT_EQ(State().FlashBuffer[0], 0x41);
+  EXPECT_TRUE(TakeJournal().empty());
+  EXPECT_EQ(State.FlashBuffer[0], 0x41);
 }
 
 TEST_F(FileCommands, ACodeFileThatCannotBeReadForgetsItsNameAndIsReportedInAMessageBox) {
-  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
-  State().CodeFileName = kCodePath;
-  const OpenReport report = LoadCodeFile(run_.Context);
+  Files.Unreadable[kCodePath] = "Permission denied";
+  const OpenReport report = LoadCode();
   EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
   EXPECT_EQ(report.Code.Reason, "Permission denied");
-  EXPECT_EQ(State().CodeFileName, "");
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Icon, screen::MessageIcon::Information);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Text, kNotOpened);
-  EXPECT_TRUE(run_.Dialog.Shown.empty());
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
+  EXPECT_EQ(State.CodeFileName, "");
+  EXPECT_THAT(Boxes.Boxes, ElementsAre(Box{MessageIcon::Information, "", kNotOpened}));
+  EXPECT_TRUE(Dialog.Shown.empty());
+  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
 }
 
 TEST_F(FileCommands, ACodeAddressBeyondTheBufferForgetsTheNameAndTheViewShowsWhatWasRead) {
   Put(kCodePath, ":020000000C945E\r\n:02FFFF000102FD\r\n");
-  State().CodeFileName = kCodePath;
-  const OpenReport report = LoadCodeFile(run_.Context);
+  const OpenReport report = LoadCode();
   EXPECT_EQ(report.Code.End, HexReadEnd::OutsideBuffer);
-  EXPECT_EQ(State().CodeFileName, "");
-  EXPECT_EQ(run_.TakeJournal(),
+  EXPECT_EQ(State.CodeFileName, "");
+  EXPECT_EQ(TakeJournal(),
             (Journal{"panel 1 Program : /home/files/prog.hex", kTrace, "read /home/files/prog.hex",
                      "write /app/avrhex.txt", "load flash view", "message box"}));
-  EXPECT_TRUE(run_.FileText("avrhex.txt").starts_with("0000: 940C FFFF "));
+  EXPECT_TRUE(FileText("avrhex.txt").starts_with("0000: 940C FFFF "));
 }
 
 TEST_F(FileCommands, ADumpThatTheDiscRefusesForgetsTheNameOfACodeFileAloneToo) {
   Put(kCodePath, kCode);
-  run_.Files.Refused = {"/app/avrhex.txt"};
-  State().CodeFileName = kCodePath;
-  EXPECT_EQ(ops::RunCommand(run_.Context, [&](core::RunContext&) { LoadCodeFile(run_.Context); }),
-            core::CommandEnding::FileError);
-  EXPECT_EQ(State().CodeFileName, "");
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 2U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Text, kNotOpened);
-  EXPECT_NE(run_.Boxes.Boxes[1].Text.find("/app/avrhex.txt"), std::string::npos) << "the cause";
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
+  Files.Refused = {"/app/avrhex.txt"};
+  State.CodeFileName = kCodePath;
+  EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { LoadCodeFile(Context); }),
+            CommandEnding::FileError);
+  EXPECT_EQ(State.CodeFileName, "");
+  ASSERT_EQ(Boxes.Boxes.size(), 2U);
+  EXPECT_EQ(Boxes.Boxes[0].Text, kNotOpened);
+  EXPECT_THAT(Boxes.Boxes[1].Text, HasSubstr("/app/avrhex.txt")) << "the cause";
+  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
 }
 
 TEST_F(FileCommands, ACodeFileThatVanishesBehindTheDialogIsPassedOver) {
-  run_.FileDialogs.Choice = kCodePath;
-  EXPECT_TRUE(ChooseCodeFile(run_.Context));
-  EXPECT_FALSE(LoadCodeFile(run_.Context).CodeFileFound);
-  EXPECT_TRUE(run_.TakeJournal().empty());
+  FileDialogs.Choice = kCodePath;
+  EXPECT_TRUE(ChooseCodeFile(Context));
+  EXPECT_FALSE(LoadCodeFile(Context).CodeFileFound);
+  EXPECT_TRUE(TakeJournal().empty());
 }
 
 TEST_F(FileCommands, TheDataFilesTurnIsReported) {
   PutPair();
   EXPECT_TRUE(Load().DataFileReached);
-  run_.Files.Files.erase(kDataPath);
+  Files.Files.erase(kDataPath);
   EXPECT_TRUE(Load().DataFileReached);
-  EXPECT_TRUE(LoadDataFile(run_.Context).DataFileReached);
-  EXPECT_FALSE(LoadCodeFile(run_.Context).DataFileReached);
-  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
+  EXPECT_TRUE(LoadDataFile(Context).DataFileReached);
+  EXPECT_FALSE(LoadCodeFile(Context).DataFileReached);
+  Files.Unreadable[kCodePath] = "Permission denied";
   EXPECT_FALSE(Load().DataFileReached);
   EXPECT_FALSE(Load("/home/files/none.hex").DataFileReached);
 }
 
 TEST_F(FileCommands, ABadLineInACodeFileAloneIsNoFileError) {
   Put(kCodePath, ":020000000C945E\r\nbad\r\n");
-  State().CodeFileName = kCodePath;
-  EXPECT_EQ(LoadCodeFile(run_.Context).Code.End, HexReadEnd::BadLine);
-  EXPECT_EQ(State().CodeFileName, kCodePath);
-  EXPECT_TRUE(run_.Boxes.Boxes.empty());
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), "/home/files");
-  EXPECT_EQ(State().StatusText, "HEX ファイルのオープンエラー");
+  EXPECT_EQ(LoadCode().Code.End, HexReadEnd::BadLine);
+  EXPECT_EQ(State.CodeFileName, kCodePath);
+  EXPECT_TRUE(Boxes.Boxes.empty());
+  EXPECT_EQ(Stored("OPEN_DIR"), "/home/files");
+  EXPECT_EQ(State.StatusText, "HEX ファイルのオープンエラー");
 }
 
 TEST_F(FileCommands, AfterABadLineOpeningACodeFileFailsInAMessageBox) {
   PutPair();
-  State().HexFileLeftOpen = true;
-  State().CodeFileName = kCodePath;
-  LoadCodeFile(run_.Context);
-  EXPECT_EQ(State().CodeFileName, "");
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Text, kNotOpened);
+  State.HexFileLeftOpen = true;
+  LoadCode();
+  EXPECT_EQ(State.CodeFileName, "");
+  EXPECT_THAT(Boxes.Texts(), ElementsAre(kNotOpened));
 }
 
 // Data alone.
 
 TEST_F(FileCommands, TheDialogForADataFileHasItsTitleFilterExtensionAndFolder) {
-  run_.Settings.Write("Settings", "OPEN_DIR", "/home/last");
-  run_.Settings.Write("Settings", "SAVE_DIR", "/home/saved");
-  EXPECT_FALSE(ChooseDataFile(run_.Context));
-  ASSERT_EQ(run_.FileDialogs.Requests.size(), 1U);
-  const screen::FileDialogRequest& request = run_.FileDialogs.Requests[0];
+  Store("OPEN_DIR", "/home/last");
+  Store("SAVE_DIR", "/home/saved");
+  EXPECT_FALSE(ChooseDataFile(Context));
+  ASSERT_EQ(FileDialogs.Requests.size(), 1U);
+  const screen::FileDialogRequest& request = FileDialogs.Requests[0];
   EXPECT_EQ(request.Title, "データファイル(*.eep)を開く");
   EXPECT_EQ(request.Filter, "eep File|*.eep|All Files|*.*|");
   EXPECT_EQ(request.DefaultExtension, "eep");
@@ -589,72 +552,67 @@ TEST_F(FileCommands, TheDialogForADataFileHasItsTitleFilterExtensionAndFolder) {
 }
 
 TEST_F(FileCommands, AChosenDataFileGetsItsExtensionAndLeavesTheCodeFilesNameAlone) {
-  State().CodeFileName = "/before.hex";
-  run_.FileDialogs.Choice = "/home/files/data.txt";
-  EXPECT_TRUE(ChooseDataFile(run_.Context));
-  EXPECT_EQ(State().DataFileName, "/home/files/data.eep");
-  EXPECT_EQ(State().CodeFileName, "/before.hex");
+  State.CodeFileName = "/before.hex";
+  FileDialogs.Choice = "/home/files/data.txt";
+  EXPECT_TRUE(ChooseDataFile(Context));
+  EXPECT_EQ(State.DataFileName, "/home/files/data.eep");
+  EXPECT_EQ(State.CodeFileName, "/before.hex");
 }
 
 TEST_F(FileCommands, ACancelledDataDialogChangesNothing) {
-  State().DataFileName = "/before.eep";
-  EXPECT_FALSE(ChooseDataFile(run_.Context));
-  EXPECT_EQ(State().DataFileName, "/before.eep");
+  State.DataFileName = "/before.eep";
+  EXPECT_FALSE(ChooseDataFile(Context));
+  EXPECT_EQ(State.DataFileName, "/before.eep");
 }
 
 TEST_F(FileCommands, TheStepsOfOpeningADataFileComeInThisOrder) {
   PutPair();
   FillBuffers();
-  State().DataFileName = kDataPath;
-  const OpenReport report = LoadDataFile(run_.Context);
+  const OpenReport report = LoadData();
   EXPECT_FALSE(report.CodeFileFound);
   EXPECT_TRUE(report.DataFileFound);
   EXPECT_EQ(report.Data.DataRecords, 1);
-  EXPECT_EQ(run_.TakeJournal(),
+  EXPECT_EQ(TakeJournal(),
             (Journal{"panel 1 EEPROM : /home/files/prog.eep", kTrace, "read /home/files/prog.eep",
                      "write /app/avreep.txt", "load EEPROM view"}));
-  EXPECT_EQ(State().EepromBuffer[0], 0x12);
-  EXPECT_EQ(State().EepromBuffer[2], 0xFF) << "blanked before";
-  EXPECT_EQ(State().FlashBuffer[0], 0x41) << "the flash is not touched";
+  EXPECT_EQ(State.EepromBuffer[0], 0x12);
+  EXPECT_EQ(State.EepromBuffer[2], 0xFF) << "blanked before";
+  EXPECT_EQ(State.FlashBuffer[0], 0x41) << "the flash is not touched";
 }
 
 TEST_F(FileCommands, ADataFileThatIsNotThereBlanksTheEepromAndSaysSo) {
   FillBuffers();
-  State().DataFileName = kDataPath;
-  const OpenReport report = LoadDataFile(run_.Context);
+  const OpenReport report = LoadData();
   EXPECT_FALSE(report.DataFileFound);
-  EXPECT_TRUE(EepromIsBlank());
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"panel 1 EEPROM memory : Not found EEP file", kTrace,
-                                         "write /app/avreep.txt", "load EEPROM view"}));
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_EQ(TakeJournal(), (Journal{"panel 1 EEPROM memory : Not found EEP file", kTrace,
+                                    "write /app/avreep.txt", "load EEPROM view"}));
 }
 
 TEST_F(FileCommands, ADataFileAloneThatCannotBeReadIsExplained) {
-  run_.RecordedFiles.Unreadable[kDataPath] = "Input/output error";
+  Files.Unreadable[kDataPath] = "Input/output error";
   FillBuffers();
-  State().DataFileName = kDataPath;
-  const OpenReport report = LoadDataFile(run_.Context);
+  const OpenReport report = LoadData();
   EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
-  EXPECT_TRUE(EepromIsBlank());
-  EXPECT_EQ(run_.Dialog.Text, kNotOpened);
-  EXPECT_EQ(run_.Dialog.Detail, "/home/files/prog.eep\nInput/output error");
-  EXPECT_TRUE(run_.Boxes.Boxes.empty());
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_EQ(Dialog.Text, kNotOpened);
+  EXPECT_EQ(Dialog.Detail, "/home/files/prog.eep\nInput/output error");
+  EXPECT_TRUE(Boxes.Boxes.empty());
 }
 
 TEST_F(FileCommands, ADataAddressBeyondTheBufferNamesTheLineAndTheViewShowsWhatWasRead) {
   Put(kDataPath, ":0100000042BD\r\n:01080100ABCB\r\n");
-  State().DataFileName = kDataPath;
-  LoadDataFile(run_.Context);
-  EXPECT_TRUE(run_.Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << run_.Dialog.Detail;
-  EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: 42 FF "));
+  LoadData();
+  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << Dialog.Detail;
+  EXPECT_TRUE(FileText("avreep.txt").starts_with("0000: 42 FF "));
 }
 
 TEST_F(FileCommands, ABadLineInADataFileAloneIsNoFileError) {
   Put(kDataPath, ":0100000042BD\r\nbad\r\n");
-  State().DataFileName = kDataPath;
-  EXPECT_EQ(LoadDataFile(run_.Context).Data.End, HexReadEnd::BadLine);
-  EXPECT_TRUE(run_.Dialog.Shown.empty());
-  EXPECT_EQ(State().StatusText, "EEP  ファイルのオープンエラー");
-  EXPECT_TRUE(run_.FileText("avreep.txt").starts_with("0000: 42 FF "));
+  EXPECT_EQ(LoadData().Data.End, HexReadEnd::BadLine);
+  EXPECT_TRUE(Dialog.Shown.empty());
+  EXPECT_EQ(State.StatusText, "EEP  ファイルのオープンエラー");
+  EXPECT_TRUE(FileText("avreep.txt").starts_with("0000: 42 FF "));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "image/file_names.h"
 
-#include <gtest/gtest.h>
-
 #include "support/test_run.h"
 
 namespace fenwright::image {
@@ -53,30 +51,26 @@ TEST(CodeFileExtension, NothingElseCounts) {
 
 // The remembered folders.
 
-TEST(RememberedFolder, IsEverythingBeforeTheLastSeparator) {
-  testing::ScriptedRun run;
-  StoreFolderOf(run.Context, "SAVE_DIR", "/my files/日本/a.hex");
-  EXPECT_EQ(run.Settings.Read("Settings", "SAVE_DIR"), "/my files/日本");
-  EXPECT_EQ(StoredFolder(run.Context, "SAVE_DIR"), "/my files/日本");
+TEST_ON(ScriptedTest, RememberedFolder, IsEverythingBeforeTheLastSeparator) {
+  StoreFolderOf(Context, "SAVE_DIR", "/my files/日本/a.hex");
+  EXPECT_EQ(Stored("SAVE_DIR"), "/my files/日本");
+  EXPECT_EQ(StoredFolder(Context, "SAVE_DIR"), "/my files/日本");
 }
 
-TEST(RememberedFolder, IsEmptyForANameWithoutAFolder) {
-  testing::ScriptedRun run;
-  StoreFolderOf(run.Context, "SAVE_DIR", "a.hex");
-  EXPECT_EQ(run.Settings.Read("Settings", "SAVE_DIR"), "");
+TEST_ON(ScriptedTest, RememberedFolder, IsEmptyForANameWithoutAFolder) {
+  StoreFolderOf(Context, "SAVE_DIR", "a.hex");
+  EXPECT_EQ(Stored("SAVE_DIR"), "");
 }
 
-TEST(RememberedFolder, IsEmptyWhenNoneIsStored) {
-  testing::ScriptedRun run;
-  EXPECT_EQ(StoredFolder(run.Context, "OPEN_DIR"), "");
+TEST_ON(ScriptedTest, RememberedFolder, IsEmptyWhenNoneIsStored) {
+  EXPECT_EQ(StoredFolder(Context, "OPEN_DIR"), "");
 }
 
-TEST(RememberedFolder, EachKeyHasItsOwn) {
-  testing::ScriptedRun run;
-  StoreFolderOf(run.Context, "OPEN_DIR", "/in/a.hex");
-  StoreFolderOf(run.Context, "SAVE_DIR", "/out/a.hex");
-  EXPECT_EQ(StoredFolder(run.Context, "OPEN_DIR"), "/in");
-  EXPECT_EQ(StoredFolder(run.Context, "SAVE_DIR"), "/out");
+TEST_ON(ScriptedTest, RememberedFolder, EachKeyHasItsOwn) {
+  StoreFolderOf(Context, "OPEN_DIR", "/in/a.hex");
+  StoreFolderOf(Context, "SAVE_DIR", "/out/a.hex");
+  EXPECT_EQ(StoredFolder(Context, "OPEN_DIR"), "/in");
+  EXPECT_EQ(StoredFolder(Context, "SAVE_DIR"), "/out");
 }
 
 }  // namespace

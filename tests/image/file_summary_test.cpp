@@ -1,7 +1,5 @@
 #include "image/file_summary.h"
 
-#include <gtest/gtest.h>
-
 #include "support/test_run.h"
 
 namespace fenwright::image {
@@ -12,25 +10,20 @@ constexpr char kDataPath[] = "/home/files/prog.eep";
 constexpr char kCode[] = ":020000000C945E\r\n:00000001FF\r\n";
 constexpr char kData[] = ":020000001234B8\r\n:00000001FF\r\n";
 
-class FileSummary : public ::testing::Test {
- protected:
-  FileSummary() { run_.Select(run_.Context, "AT90S2313"); }
+struct FileSummary : Test, ScriptedRun {
+  FileSummary() { Select(Context, "AT90S2313"); }
 
-  void Put(const std::string& path, const std::string& content) {
-    run_.Files.Files[path] = content;
-  }
+  void Put(const std::string& path, const std::string& content) { Files.Files[path] = content; }
   /// As the window shows it.
   std::string Describe(const OpenReport& report) {
-    const std::string code = DescribeCodeFile(run_.State, report);
-    const std::string data = DescribeDataFile(run_.State, report);
+    const std::string code = DescribeCodeFile(State, report);
+    const std::string data = DescribeDataFile(State, report);
     return code + (code.empty() || data.empty() ? "" : "\n") + data;
   }
   std::string OpenBoth() {
-    SetCodeAndDataFile(run_.Context, kCodePath);
-    return Describe(LoadCodeAndDataFile(run_.Context));
+    SetCodeAndDataFile(Context, kCodePath);
+    return Describe(LoadCodeAndDataFile(Context));
   }
-
-  testing::ScriptedRun run_;
 };
 
 TEST_F(FileSummary, NamesBothFilesAndHowMuchOfEachMemoryIsUsed) {
@@ -47,34 +40,34 @@ TEST_F(FileSummary, SaysNothingAboutADataFileThatIsNotThere) {
 TEST_F(FileSummary, OfACodeFileAloneIsAboutTheCodeFile) {
   Put(kCodePath, kCode);
   Put(kDataPath, kData);
-  run_.State.CodeFileName = kCodePath;
-  run_.State.DataFileName = kDataPath;
-  EXPECT_EQ(Describe(LoadCodeFile(run_.Context)), "prog.hex\n1 / 1024 word (1 %)");
+  State.CodeFileName = kCodePath;
+  State.DataFileName = kDataPath;
+  EXPECT_EQ(Describe(LoadCodeFile(Context)), "prog.hex\n1 / 1024 word (1 %)");
 }
 
 TEST_F(FileSummary, OfADataFileAloneIsAboutTheDataFile) {
   Put(kDataPath, kData);
-  run_.State.CodeFileName = kCodePath;
-  run_.State.DataFileName = kDataPath;
-  EXPECT_EQ(Describe(LoadDataFile(run_.Context)), "prog.eep\n2 / 128 byte (2 %)");
+  State.CodeFileName = kCodePath;
+  State.DataFileName = kDataPath;
+  EXPECT_EQ(Describe(LoadDataFile(Context)), "prog.eep\n2 / 128 byte (2 %)");
 }
 
 TEST_F(FileSummary, IsEmptyWhenThereWasNoFile) {
   EXPECT_EQ(OpenBoth(), "");
-  EXPECT_EQ(Describe(LoadCodeFile(run_.Context)), "");
-  EXPECT_EQ(Describe(LoadDataFile(run_.Context)), "");
+  EXPECT_EQ(Describe(LoadCodeFile(Context)), "");
+  EXPECT_EQ(Describe(LoadDataFile(Context)), "");
 }
 
 TEST_F(FileSummary, IsEmptyForAnotherExtension) {
   Put("/home/prog.bin", kCode);
-  SetCodeAndDataFile(run_.Context, "/home/prog.bin");
-  EXPECT_EQ(Describe(LoadCodeAndDataFile(run_.Context)), "");
+  SetCodeAndDataFile(Context, "/home/prog.bin");
+  EXPECT_EQ(Describe(LoadCodeAndDataFile(Context)), "");
 }
 
 TEST_F(FileSummary, IsEmptyForACodeFileWhoseNameWasForgotten) {
   Put(kCodePath, ":0100g00012ED\r\n:02FFFF000102FD\r\n");
-  run_.State.CodeFileName = kCodePath;
-  EXPECT_EQ(Describe(LoadCodeFile(run_.Context)), "");
+  State.CodeFileName = kCodePath;
+  EXPECT_EQ(Describe(LoadCodeFile(Context)), "");
 }
 
 TEST_F(FileSummary, RoundsTheShareUpSoThatAUsedMemoryIsNeverZeroPercent) {
@@ -96,8 +89,8 @@ TEST_F(FileSummary, ABlankFileUsesNothing) {
 
 TEST_F(FileSummary, WithoutADeviceNothingIsDividedByZero) {
   Put(kCodePath, ":00000001FF\r\n");
-  run_.State.FlashWords = 0;
-  run_.State.EepromBytes = 0;
+  State.FlashWords = 0;
+  State.EepromBytes = 0;
   EXPECT_EQ(OpenBoth(), "prog.hex\n0 / 0 word (0 %)");
 }
 
@@ -146,19 +139,16 @@ TEST_F(FileSummary, WarnsOfAWrongChecksum) {
 TEST_F(FileSummary, WarnsOfCodeBeyondTheChip) {
   Put(kCodePath, ":0108000012E5\r\n");
   const std::string text = OpenBoth();
-  EXPECT_NE(text.find("⚠ prog.hex : デバイスの容量を超えるデータがあります。"
-                      "超えた分は書き込まれません。"),
-            std::string::npos)
-      << text;
+  EXPECT_THAT(text, HasSubstr("⚠ prog.hex : デバイスの容量を超えるデータがあります。"
+                              "超えた分は書き込まれません。"));
 }
 
 TEST_F(FileSummary, WarnsOfDataBeyondTheChip) {
   Put(kCodePath, kCode);
   Put(kDataPath, ":01008000126D\r\n:00000001FF\r\n");
   const std::string text = OpenBoth();
-  EXPECT_NE(text.find("⚠ prog.eep : デバイスの容量を超えるデータがあります。"), std::string::npos)
-      << text;
-  EXPECT_EQ(text.find("⚠ prog.hex"), std::string::npos) << text;
+  EXPECT_THAT(text, HasSubstr("⚠ prog.eep : デバイスの容量を超えるデータがあります。"));
+  EXPECT_THAT(text, Not(HasSubstr("⚠ prog.hex")));
 }
 
 TEST_F(FileSummary, DoesNotWarnOfDataThatJustFits) {
@@ -168,14 +158,14 @@ TEST_F(FileSummary, DoesNotWarnOfDataThatJustFits) {
 }
 
 TEST_F(FileSummary, OfAChipThatWasReadNamesTheFilesThatASaveWouldOverwrite) {
-  run_.State.FlashBuffer[0] = 0;
-  run_.State.EepromBuffer[1] = 0;
+  State.FlashBuffer[0] = 0;
+  State.EepromBuffer[1] = 0;
   const std::string memory = "デバイスから読み出した内容\n1 / 1024 word (1 %)\n2 / 128 byte (2 %)";
-  EXPECT_EQ(DescribeReadMemory(run_.State), memory);
-  run_.State.CodeFileName = kCodePath;
-  EXPECT_EQ(DescribeReadMemory(run_.State), memory + "\n上書き保存の先 :\nprog.hex");
-  run_.State.DataFileName = kDataPath;
-  EXPECT_EQ(DescribeReadMemory(run_.State), memory + "\n上書き保存の先 :\nprog.hex\nprog.eep");
+  EXPECT_EQ(DescribeReadMemory(State), memory);
+  State.CodeFileName = kCodePath;
+  EXPECT_EQ(DescribeReadMemory(State), memory + "\n上書き保存の先 :\nprog.hex");
+  State.DataFileName = kDataPath;
+  EXPECT_EQ(DescribeReadMemory(State), memory + "\n上書き保存の先 :\nprog.hex\nprog.eep");
 }
 
 TEST_F(FileSummary, GivesEachDoubtALine) {

@@ -1,51 +1,33 @@
 #include "image/hex_reader.h"
 
-#include <algorithm>
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include "core/recorded_run.h"
 #include "image/buffers.h"
+#include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
-
-using testing::Journal;
 
 constexpr char kCodePath[] = "/home/prog.hex";
 constexpr char kDataPath[] = "/home/prog.eep";
 constexpr char kEnd[] = ":00000001FF\r\n";
 
-class HexReader : public ::testing::Test {
- protected:
+struct HexReader : Test, RecordedRun {
   HexReader() {
-    run_.Start("AT90S8515");
-    State().CodeFileName = kCodePath;
-    State().DataFileName = kDataPath;
+    Start("AT90S8515");
+    State.CodeFileName = kCodePath;
+    State.DataFileName = kDataPath;
   }
 
-  core::AppState& State() { return run_.State; }
-  std::uint8_t Flash(std::size_t index) { return State().FlashBuffer[index]; }
-  std::uint8_t Eeprom(std::size_t index) { return State().EepromBuffer[index]; }
+  std::uint8_t Flash(std::size_t index) { return State.FlashBuffer[index]; }
+  std::uint8_t Eeprom(std::size_t index) { return State.EepromBuffer[index]; }
 
   HexReadReport ReadCode(const std::string& content) {
-    run_.Files.Files[kCodePath] = content;
-    return ReadCodeHexFile(run_.Context);
+    Files.Files[kCodePath] = content;
+    return ReadCodeHexFile(Context);
   }
   HexReadReport ReadData(const std::string& content) {
-    run_.Files.Files[kDataPath] = content;
-    return ReadDataHexFile(run_.Context);
+    Files.Files[kDataPath] = content;
+    return ReadDataHexFile(Context);
   }
-
-  [[nodiscard]] bool FlashIsBlank() {
-    return std::ranges::all_of(State().FlashBuffer, [](auto byte) { return byte == 0xFF; });
-  }
-  [[nodiscard]] bool EepromIsBlank() {
-    return std::ranges::all_of(State().EepromBuffer, [](auto byte) { return byte == 0xFF; });
-  }
-
-  testing::RecordedRun run_;
 };
 
 /// A data record with its checksum; `data` is hexadecimal text.
@@ -68,29 +50,22 @@ std::string Record(int address, const std::string& data) {
 TEST_F(HexReader, AWordIsStoredHighByteFirstThoughTheFileHasItsLowByteFirst) {
   const HexReadReport report = ReadCode(":020000000C945E\r\n");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_EQ(Flash(0), 0x94);
-  EXPECT_EQ(Flash(1), 0x0C);
-  EXPECT_EQ(Flash(2), 0xFF);
+  EXPECT_EQ(FlashBytes(0, 3), "94 0C FF");
 }
 
 TEST_F(HexReader, OneByteAtAddressOneGoesToIndexZero) {
   ReadCode(":01000100AB53\r\n");
-  EXPECT_EQ(Flash(0), 0xAB);
-  EXPECT_EQ(Flash(1), 0xFF);
+  EXPECT_EQ(FlashBytes(0, 2), "AB FF");
 }
 
 TEST_F(HexReader, OneByteAtAddressZeroGoesToIndexOne) {
   ReadCode(":01000000AB54\r\n");
-  EXPECT_EQ(Flash(0), 0xFF);
-  EXPECT_EQ(Flash(1), 0xAB);
+  EXPECT_EQ(FlashBytes(0, 2), "FF AB");
 }
 
 TEST_F(HexReader, ARecordAtAnOddAddressIsSwappedByteByByte) {
   ReadCode(":03000100010203F6\r\n");
-  EXPECT_EQ(Flash(0), 0x01);
-  EXPECT_EQ(Flash(1), 0xFF);
-  EXPECT_EQ(Flash(2), 0x03);
-  EXPECT_EQ(Flash(3), 0x02);
+  EXPECT_EQ(FlashBytes(0, 4), "01 FF 03 02");
 }
 
 TEST_F(HexReader, EveryByteValueIsRead) {
@@ -101,7 +76,7 @@ TEST_F(HexReader, EveryByteValueIsRead) {
   }
   EXPECT_EQ(ReadCode(file).End, HexReadEnd::Complete);
   for (std::size_t address = 0; address < 256; ++address) EXPECT_EQ(Flash(address ^ 1U), address);
-  EXPECT_EQ(State().LinkError, 0);
+  EXPECT_EQ(State.LinkError, 0);
 }
 
 TEST_F(HexReader, ARecordMayHold255Bytes) {
@@ -117,98 +92,92 @@ TEST_F(HexReader, ARecordMayHold255Bytes) {
 TEST_F(HexReader, ARecordOfNoBytesStoresNothing) {
   const HexReadReport report = ReadCode(":0000100000\r\n");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_TRUE(FlashIsBlank());
+  EXPECT_TRUE(FlashIs(0xFF));
   EXPECT_EQ(report.HighestAddress, -1);
 }
 
 TEST_F(HexReader, TheCodeReaderDoesNotClearTheBuffer) {
-  State().FlashBuffer[500] = 0x12;
+  State.FlashBuffer[500] = 0x12;
   ReadCode(":020000000C945E\r\n");
   EXPECT_EQ(Flash(500), 0x12);
 }
 
 TEST_F(HexReader, TheCodeReaderLeavesTheEepromBufferAlone) {
   ReadCode(":020000000C945E\r\n");
-  EXPECT_TRUE(EepromIsBlank());
+  EXPECT_TRUE(EepromIs(0xFF));
 }
 
 TEST_F(HexReader, DataBeyondTheChipButInsideTheBufferIsStoredWithoutComplaint) {
   const HexReadReport report = ReadCode(Record(0xF000, "0102"));
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_EQ(Flash(0xF000), 0x02);
-  EXPECT_EQ(Flash(0xF001), 0x01);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"read /home/prog.hex"}));
+  EXPECT_EQ(FlashBytes(0xF000, 2), "02 01");
+  EXPECT_EQ(TakeJournal(), (Journal{"read /home/prog.hex"}));
 }
 
 // The data file, bytes to the EEPROM buffer.
 
 TEST_F(HexReader, EepromBytesAreNotSwapped) {
   ReadData(Record(0x0010, "010203"));
-  EXPECT_EQ(Eeprom(0x0F), 0xFF);
-  EXPECT_EQ(Eeprom(0x10), 0x01);
-  EXPECT_EQ(Eeprom(0x11), 0x02);
-  EXPECT_EQ(Eeprom(0x12), 0x03);
-  EXPECT_EQ(Eeprom(0x13), 0xFF);
+  EXPECT_EQ(EepromBytes(0x0F, 5), "FF 01 02 03 FF");
 }
 
 TEST_F(HexReader, AnOddNumberOfEepromBytesStopsAtTheLastOne) {
   // Bytes travel in pairs; the checksum must not be taken for the second of one.
   ReadData(":01000000AB54\r\n");
-  EXPECT_EQ(Eeprom(0), 0xAB);
-  EXPECT_EQ(Eeprom(1), 0xFF);
+  EXPECT_EQ(EepromBytes(0, 2), "AB FF");
 }
 
 TEST_F(HexReader, TheDataReaderDoesNotClearTheBufferAndLeavesTheFlashAlone) {
-  State().EepromBuffer[100] = 0x12;
+  State.EepromBuffer[100] = 0x12;
   ReadData(":020000000C945E\r\n");
   EXPECT_EQ(Eeprom(100), 0x12);
-  EXPECT_TRUE(FlashIsBlank());
+  EXPECT_TRUE(FlashIs(0xFF));
 }
 
 // File names and files.
 
 TEST_F(HexReader, WithoutACodeFileNameNothingHappens) {
-  State().CodeFileName = "";
-  const HexReadReport report = ReadCodeHexFile(run_.Context);
+  State.CodeFileName = "";
+  const HexReadReport report = ReadCodeHexFile(Context);
   EXPECT_EQ(report.End, HexReadEnd::NoName);
-  EXPECT_TRUE(FlashIsBlank());
-  EXPECT_TRUE(run_.TakeJournal().empty());
+  EXPECT_TRUE(FlashIs(0xFF));
+  EXPECT_TRUE(TakeJournal().empty());
 }
 
 TEST_F(HexReader, WithoutADataFileNameNothingHappens) {
-  State().DataFileName = "";
-  const HexReadReport report = ReadDataHexFile(run_.Context);
+  State.DataFileName = "";
+  const HexReadReport report = ReadDataHexFile(Context);
   EXPECT_EQ(report.End, HexReadEnd::NoName);
-  EXPECT_TRUE(EepromIsBlank());
-  EXPECT_TRUE(run_.TakeJournal().empty());
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_TRUE(TakeJournal().empty());
 }
 
 TEST_F(HexReader, AFileThatIsMissingIsNotOpened) {
-  const HexReadReport report = ReadCodeHexFile(run_.Context);
+  const HexReadReport report = ReadCodeHexFile(Context);
   EXPECT_EQ(report.End, HexReadEnd::NotOpened);
   EXPECT_EQ(report.Reason, "no such file");
-  EXPECT_FALSE(State().HexFileLeftOpen);
+  EXPECT_FALSE(State.HexFileLeftOpen);
 }
 
 TEST_F(HexReader, AFileThatCannotBeReadIsReportedInTheSystemsWords) {
-  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
-  const HexReadReport report = ReadCodeHexFile(run_.Context);
+  Files.Unreadable[kCodePath] = "Permission denied";
+  const HexReadReport report = ReadCodeHexFile(Context);
   EXPECT_EQ(report.End, HexReadEnd::NotOpened);
   EXPECT_EQ(report.Reason, "Permission denied");
-  EXPECT_TRUE(FlashIsBlank());
-  EXPECT_TRUE(run_.Trace().empty());
+  EXPECT_TRUE(FlashIs(0xFF));
+  EXPECT_TRUE(Trace().empty());
 }
 
 TEST_F(HexReader, AnEmptyFileIsReadToItsEnd) {
   const HexReadReport report = ReadCode("");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(report.DataRecords, 0);
-  EXPECT_FALSE(State().HexFileLeftOpen);
+  EXPECT_FALSE(State.HexFileLeftOpen);
 }
 
 TEST_F(HexReader, TheLineReadLastIsKeptInTheScratchLine) {
   ReadCode(":020000000C945E\r\n:00000001FF\r\n");
-  EXPECT_EQ(State().LineText, ":00000001FF");
+  EXPECT_EQ(State.LineText, ":00000001FF");
 }
 
 // Line ends.
@@ -269,7 +238,7 @@ TEST_F(HexReader, EveryTypeButZeroIsReadPast) {
     EXPECT_EQ(report.End, HexReadEnd::Complete) << type;
     EXPECT_EQ(report.DataRecords, 0) << type;
   }
-  EXPECT_TRUE(FlashIsBlank());
+  EXPECT_TRUE(FlashIs(0xFF));
 }
 
 TEST_F(HexReader, TypesOneToFiveAreReadPastInADataFileToo) {
@@ -277,14 +246,13 @@ TEST_F(HexReader, TypesOneToFiveAreReadPastInADataFileToo) {
       ":020000021000EC\r\n:0400000300003800C1\r\n:020000040001F9\r\n:04000005000000CD2A\r\n"
       ":00000001FF\r\n:0100050042B8\r\n");
   EXPECT_EQ(Eeprom(5), 0x42);
-  State().EepromBuffer[5] = 0xFF;
-  EXPECT_TRUE(EepromIsBlank());
+  State.EepromBuffer[5] = 0xFF;
+  EXPECT_TRUE(EepromIs(0xFF));
 }
 
 TEST_F(HexReader, AnExtendedAddressIsIgnoredSoItsDataFoldOntoTheLowAddresses) {
   ReadCode(":020000000C945E\r\n:020000040001F9\r\n:020000000D945D\r\n");
-  EXPECT_EQ(Flash(0), 0x94);
-  EXPECT_EQ(Flash(1), 0x0D);
+  EXPECT_EQ(FlashBytes(0, 2), "94 0D");
 }
 
 TEST_F(HexReader, ATypeOtherThanZeroMayLieOutsideTheBuffer) {
@@ -304,27 +272,27 @@ TEST_F(HexReader, ABlankLineEndsTheReadAndKeepsTheLinesBeforeIt) {
 
 TEST_F(HexReader, ABadLineOfACodeFileIsShownInPanelOneAndTraced) {
   ReadCode("hello\r\n");
-  EXPECT_EQ(run_.PanelText(screen::Panel::Status), "HEX ファイルのオープンエラー");
-  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"HEX ファイルのオープンエラー"});
+  EXPECT_EQ(PanelText(Panel::Status), "HEX ファイルのオープンエラー");
+  EXPECT_EQ(NewTrace(), Texts{"HEX ファイルのオープンエラー"});
 }
 
 TEST_F(HexReader, ABadLineOfADataFileHasItsOwnTextWithTwoBlanks) {
   const HexReadReport report = ReadData("hello\r\n");
   EXPECT_EQ(report.End, HexReadEnd::BadLine);
-  EXPECT_EQ(run_.PanelText(screen::Panel::Status), "EEP  ファイルのオープンエラー");
-  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{"EEP  ファイルのオープンエラー"});
+  EXPECT_EQ(PanelText(Panel::Status), "EEP  ファイルのオープンエラー");
+  EXPECT_EQ(NewTrace(), Texts{"EEP  ファイルのオープンエラー"});
 }
 
 TEST_F(HexReader, ABadLineIsShownInNoDialogAndRaisesNoError) {
   ReadCode("hello\r\n");
-  EXPECT_TRUE(run_.Dialog.Shown.empty());
-  EXPECT_TRUE(run_.Boxes.Boxes.empty());
-  EXPECT_EQ(State().LinkError, 0);
+  EXPECT_TRUE(Dialog.Shown.empty());
+  EXPECT_TRUE(Boxes.Boxes.empty());
+  EXPECT_EQ(State.LinkError, 0);
 }
 
 TEST_F(HexReader, AColonThatIsNotTheFirstCharacterDoesNotCount) {
   EXPECT_EQ(ReadCode(" :00000001FF\r\n").End, HexReadEnd::BadLine);
-  EXPECT_TRUE(State().HexFileLeftOpen);
+  EXPECT_TRUE(State.HexFileLeftOpen);
 }
 
 TEST_F(HexReader, ABlankLineAfterTheLastRecordIsABadLineToo) {
@@ -335,26 +303,26 @@ TEST_F(HexReader, ABlankLineAfterTheLastRecordIsABadLineToo) {
 
 TEST_F(HexReader, AGoodFileIsClosed) {
   ReadCode(kEnd);
-  EXPECT_FALSE(State().HexFileLeftOpen);
+  EXPECT_FALSE(State.HexFileLeftOpen);
   EXPECT_EQ(ReadCode(":020000000C945E\r\n").End, HexReadEnd::Complete);
 }
 
 TEST_F(HexReader, AfterABadCodeLineEveryLaterReadFailsAtItsOpen) {
   ReadCode("bad\r\n");
-  EXPECT_TRUE(State().HexFileLeftOpen);
-  run_.TakeJournal();
+  EXPECT_TRUE(State.HexFileLeftOpen);
+  TakeJournal();
   for (int attempt = 0; attempt < 3; ++attempt) {
     EXPECT_EQ(ReadCode(":020000000C945E\r\n").End, HexReadEnd::NotOpened);
     EXPECT_EQ(ReadData(":020000000C945E\r\n").End, HexReadEnd::NotOpened);
   }
-  EXPECT_TRUE(FlashIsBlank());
-  EXPECT_TRUE(EepromIsBlank());
-  EXPECT_TRUE(run_.TakeJournal().empty()) << "no file is read and nothing is shown";
+  EXPECT_TRUE(FlashIs(0xFF));
+  EXPECT_TRUE(EepromIs(0xFF));
+  EXPECT_TRUE(TakeJournal().empty()) << "no file is read and nothing is shown";
 }
 
 TEST_F(HexReader, AfterABadDataLineEveryLaterReadFailsAtItsOpen) {
   ReadData("bad\r\n");
-  EXPECT_TRUE(State().HexFileLeftOpen);
+  EXPECT_TRUE(State.HexFileLeftOpen);
   EXPECT_EQ(ReadCode(":020000000C945E\r\n").End, HexReadEnd::NotOpened);
   EXPECT_EQ(ReadData(":020000000C945E\r\n").End, HexReadEnd::NotOpened);
 }
@@ -366,13 +334,13 @@ TEST_F(HexReader, AReadThatFailsForTheFileLeftOpenGivesAReason) {
 
 TEST_F(HexReader, WithoutANameNothingHappensEvenWhenAFileWasLeftOpen) {
   ReadCode("bad\r\n");
-  State().DataFileName = "";
-  EXPECT_EQ(ReadDataHexFile(run_.Context).End, HexReadEnd::NoName);
+  State.DataFileName = "";
+  EXPECT_EQ(ReadDataHexFile(Context).End, HexReadEnd::NoName);
 }
 
 TEST_F(HexReader, AFileLeftOpenInOneRunDoesNotConcernAnother) {
   ReadCode("bad\r\n");
-  testing::RecordedRun other;
+  RecordedRun other;
   other.State.CodeFileName = kCodePath;
   other.Files.Files[kCodePath] = kEnd;
   EXPECT_EQ(ReadCodeHexFile(other.Context).End, HexReadEnd::Complete);
@@ -391,9 +359,7 @@ TEST_F(HexReader, FlashIndex65537EndsTheReadAndKeepsWhatWasStored) {
   EXPECT_EQ(report.End, HexReadEnd::OutsideBuffer);
   EXPECT_EQ(report.StoppedAtLine, 2);
   EXPECT_EQ(Flash(1), 0xAB);
-  EXPECT_EQ(Flash(65534), 0x01);
-  EXPECT_EQ(Flash(65535), 0xFF);
-  EXPECT_EQ(Flash(65536), 0xFF);
+  EXPECT_EQ(FlashBytes(65534, 3), "01 FF FF");
   EXPECT_EQ(Flash(3), 0xFF) << "the line after is not read";
 }
 
@@ -406,21 +372,20 @@ TEST_F(HexReader, EepromIndex2049EndsTheReadAndKeepsWhatWasStored) {
   const HexReadReport report = ReadData(Record(2047, "010203") + Record(0, "AB"));
   EXPECT_EQ(report.End, HexReadEnd::OutsideBuffer);
   EXPECT_EQ(report.StoppedAtLine, 1);
-  EXPECT_EQ(Eeprom(2047), 0x01);
-  EXPECT_EQ(Eeprom(2048), 0x02);
+  EXPECT_EQ(EepromBytes(2047, 2), "01 02");
   EXPECT_EQ(Eeprom(0), 0xFF);
 }
 
 TEST_F(HexReader, ARecordThatStartsAtEepromIndex2049StoresNothing) {
   EXPECT_EQ(ReadData(Record(2049, "01")).End, HexReadEnd::OutsideBuffer);
-  EXPECT_TRUE(EepromIsBlank());
+  EXPECT_TRUE(EepromIs(0xFF));
 }
 
 TEST_F(HexReader, AnAddressOutsideLeavesNoFileOpenAndIsNotShownByTheReader) {
   ReadData(Record(2049, "01"));
-  EXPECT_FALSE(State().HexFileLeftOpen);
-  EXPECT_EQ(State().LinkError, 0);
-  EXPECT_TRUE(run_.Trace().empty());
+  EXPECT_FALSE(State.HexFileLeftOpen);
+  EXPECT_EQ(State.LinkError, 0);
+  EXPECT_TRUE(Trace().empty());
   EXPECT_EQ(ReadData(Record(0, "AB")).End, HexReadEnd::Complete);
 }
 
@@ -431,7 +396,7 @@ TEST_F(HexReader, ALowerCaseDigitReadsAsZeroRaisesTheErrorAndTheByteIsStored) {
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(Flash(1), 0x00);
   EXPECT_EQ(Flash(0), 0x94);
-  EXPECT_EQ(State().LinkError, 1);
+  EXPECT_EQ(State.LinkError, 1);
   EXPECT_EQ(report.FirstDoubtfulLine, 1);
 }
 
@@ -439,25 +404,21 @@ TEST_F(HexReader, AMissingDigitReadsAsZeroAndRaisesTheError) {
   const HexReadReport report = ReadCode(":020000000C9\r\n");
   EXPECT_EQ(Flash(1), 0x0C);
   EXPECT_EQ(Flash(0), 0x90);
-  EXPECT_EQ(State().LinkError, 1);
+  EXPECT_EQ(State.LinkError, 1);
   EXPECT_EQ(report.FirstDoubtfulLine, 1);
 }
 
 TEST_F(HexReader, MissingBytesAreStoredAsZeros) {
   ReadData(":0400000011\r\n");
-  EXPECT_EQ(Eeprom(0), 0x11);
-  EXPECT_EQ(Eeprom(1), 0x00);
-  EXPECT_EQ(Eeprom(2), 0x00);
-  EXPECT_EQ(Eeprom(3), 0x00);
-  EXPECT_EQ(Eeprom(4), 0xFF);
-  EXPECT_EQ(State().LinkError, 1);
+  EXPECT_EQ(EepromBytes(0, 5), "11 00 00 00 FF");
+  EXPECT_EQ(State.LinkError, 1);
 }
 
 TEST_F(HexReader, AColonAloneIsARecordOfNoBytes) {
   const HexReadReport report = ReadCode(":\r\n");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_TRUE(FlashIsBlank());
-  EXPECT_EQ(State().LinkError, 1);
+  EXPECT_TRUE(FlashIs(0xFF));
+  EXPECT_EQ(State.LinkError, 1);
 }
 
 TEST_F(HexReader, AWrongDigitInCountAddressOrTypeReadsAsZero) {
@@ -468,17 +429,17 @@ TEST_F(HexReader, AWrongDigitInCountAddressOrTypeReadsAsZero) {
   EXPECT_EQ(Flash(5), 0xFF);
   ReadCode(":0100060gEE\r\n");
   EXPECT_EQ(Flash(7), 0xEE);
-  EXPECT_EQ(State().LinkError, 1);
+  EXPECT_EQ(State.LinkError, 1);
 }
 
 TEST_F(HexReader, AWrongDigitInARecordThatIsReadPastRaisesTheErrorToo) {
   ReadCode(":0000g001FF\r\n");
-  EXPECT_EQ(State().LinkError, 1);
+  EXPECT_EQ(State.LinkError, 1);
 }
 
 TEST_F(HexReader, WrongDigitsBehindTheDataDoNotCount) {
   const HexReadReport report = ReadCode(":020000000C94zz rest\r\n");
-  EXPECT_EQ(State().LinkError, 0);
+  EXPECT_EQ(State.LinkError, 0);
   EXPECT_EQ(report.FirstDoubtfulLine, 0);
 }
 
@@ -491,9 +452,9 @@ TEST_F(HexReader, TheFirstDoubtfulLineIsReportedAndReadingGoesOn) {
 }
 
 TEST_F(HexReader, AGoodFileDoesNotClearAnEarlierError) {
-  State().LinkError = 1;
+  State.LinkError = 1;
   ReadCode(":020000000C945E\r\n");
-  EXPECT_EQ(State().LinkError, 1);
+  EXPECT_EQ(State.LinkError, 1);
 }
 
 // Checksums.
@@ -502,8 +463,8 @@ TEST_F(HexReader, AWrongChecksumIsReadWithoutNoticeButReported) {
   const HexReadReport report = ReadCode(":020000000C945E\r\n:020002000D9400\r\n");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(Flash(3), 0x0D);
-  EXPECT_EQ(State().LinkError, 0);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"read /home/prog.hex"}));
+  EXPECT_EQ(State.LinkError, 0);
+  EXPECT_EQ(TakeJournal(), (Journal{"read /home/prog.hex"}));
   EXPECT_EQ(report.FirstBadChecksumLine, 2);
 }
 

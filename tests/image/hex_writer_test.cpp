@@ -1,23 +1,14 @@
 #include "image/hex_writer.h"
 
-#include <algorithm>
 #include <iomanip>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "core/device_catalogue.h"
-#include "core/recorded_run.h"
 #include "image/buffers.h"
 #include "image/hex_reader.h"
+#include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
-
-using platform::FileResult;
-using testing::Journal;
 
 constexpr char kCodePath[] = "/out/prog.hex";
 constexpr char kDataPath[] = "/out/prog.eep";
@@ -61,40 +52,32 @@ std::vector<std::string> LinesOf(const std::string& file) {
   return lines;
 }
 
-class HexWriter : public ::testing::Test {
- protected:
+struct HexWriter : Test, RecordedRun {
   HexWriter() { Start("AT90S2313"); }
 
-  core::AppState& State() { return run_.State; }
   void Start(std::string_view device) {
-    run_.Start(device);
-    State().CodeSaveFileName = kCodePath;
-    State().DataSaveFileName = kDataPath;
+    RecordedRun::Start(device);
+    State.CodeSaveFileName = kCodePath;
+    State.DataSaveFileName = kDataPath;
   }
   std::string WriteCode() {
-    EXPECT_EQ(WriteCodeHexFile(run_.Context).End, HexWriteEnd::Complete);
-    return run_.Files.Files[kCodePath];
+    EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::Complete);
+    return Files.Files[kCodePath];
   }
   std::string WriteData() {
-    EXPECT_EQ(WriteDataHexFile(run_.Context).End, HexWriteEnd::Complete);
-    return run_.Files.Files[kDataPath];
+    EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::Complete);
+    return Files.Files[kDataPath];
   }
   /// Random bytes for the chip's flash and for the two EEPROM sizes that a data file holds.
   void FillRandomly(const core::DeviceEntry& device, unsigned seed) {
-    const auto flash = testing::RandomBytes(2 * static_cast<std::size_t>(device.FlashWords), seed);
-    const auto eeprom =
-        testing::RandomBytes(2 * static_cast<std::size_t>(device.EepromBytes), seed + 1);
-    std::ranges::copy(flash, State().FlashBuffer.begin());
-    std::ranges::copy(eeprom, State().EepromBuffer.begin());
+    const auto flash = RandomBytes(2 * static_cast<std::size_t>(device.FlashWords), seed);
+    const auto eeprom = RandomBytes(2 * static_cast<std::size_t>(device.EepromBytes), seed + 1);
+    std::ranges::copy(flash, State.FlashBuffer.begin());
+    std::ranges::copy(eeprom, State.EepromBuffer.begin());
   }
   void ExpectBox(const std::string& text) {
-    ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-    EXPECT_EQ(run_.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
-    EXPECT_EQ(run_.Boxes.Boxes[0].Title, "ファイル保存");
-    EXPECT_EQ(run_.Boxes.Boxes[0].Text, text);
+    EXPECT_THAT(Boxes.Boxes, ElementsAre(Box{MessageIcon::Critical, "ファイル保存", text}));
   }
-
-  testing::RecordedRun run_;
 };
 
 // The code file.
@@ -112,10 +95,10 @@ TEST_F(HexWriter, ABlankFlashOf512WordsIs64FullRecordsAndTheEndRecord) {
 }
 
 TEST_F(HexWriter, AWordIsWrittenLowByteFirst) {
-  State().FlashBuffer[0] = 0x94;
-  State().FlashBuffer[1] = 0x0C;
-  State().FlashBuffer[16] = 0x12;
-  State().FlashBuffer[17] = 0x34;
+  State.FlashBuffer[0] = 0x94;
+  State.FlashBuffer[1] = 0x0C;
+  State.FlashBuffer[16] = 0x12;
+  State.FlashBuffer[17] = 0x34;
   const std::vector<std::string> lines = LinesOf(WriteCode());
   EXPECT_EQ(lines[0], ":100000000C94FFFFFFFFFFFFFFFFFFFFFFFFFFFF5E");
   EXPECT_EQ(lines[1], ":100010003412FFFFFFFFFFFFFFFFFFFFFFFFFFFFA8");
@@ -128,7 +111,7 @@ TEST_F(HexWriter, OnEveryDeviceTheCodeFileHoldsTheWholeFlashAndNoMore) {
     FillRandomly(device, 1);
     std::vector<unsigned> bytes;
     for (std::size_t i = 0; i < 2 * static_cast<std::size_t>(device.FlashWords); ++i) {
-      bytes.push_back(State().FlashBuffer[i ^ 1U]);
+      bytes.push_back(State.FlashBuffer[i ^ 1U]);
     }
     const std::string file = WriteCode();
     EXPECT_EQ(LinesOf(file).size(), static_cast<std::size_t>(device.FlashWords) / 8 + 1);
@@ -138,8 +121,8 @@ TEST_F(HexWriter, OnEveryDeviceTheCodeFileHoldsTheWholeFlashAndNoMore) {
 
 TEST_F(HexWriter, FlashBeyondTheChipIsNotWritten) {
   const std::string before = WriteCode();
-  State().FlashBuffer[2048] = 0x12;
-  State().FlashBuffer[65536] = 0x34;
+  State.FlashBuffer[2048] = 0x12;
+  State.FlashBuffer[65536] = 0x34;
   EXPECT_EQ(WriteCode(), before);
 }
 
@@ -147,9 +130,9 @@ TEST_F(HexWriter, OneLetterOfAChecksumIsWrittenForSumsOf241To256) {
   // The record at 00E0 adds up to 240 with its data blanked to zeros.
   const char* const expected[] = {"10", "F", "E", "D", "C", "B", "A", "9", "8",
                                   "7",  "6", "5", "4", "3", "2", "1", "0", "FF"};
-  std::fill_n(State().FlashBuffer.begin() + 0xE0, 16, std::uint8_t{0});
+  std::fill_n(State.FlashBuffer.begin() + 0xE0, 16, std::uint8_t{0});
   for (std::uint8_t value = 0; value < 18; ++value) {
-    State().FlashBuffer[0xE1] = value;
+    State.FlashBuffer[0xE1] = value;
     EXPECT_EQ(LinesOf(WriteCode())[14],
               ":1000E000" + Hex(value, 2) + std::string(30, '0') + expected[value]);
   }
@@ -167,9 +150,9 @@ TEST_F(HexWriter, ADataFileOf64BytesHasEightRecordsUpToAddress0070) {
 }
 
 TEST_F(HexWriter, DataBytesAreWrittenInTheirOrder) {
-  State().EepromBuffer[0] = 0x12;
-  State().EepromBuffer[1] = 0x34;
-  State().EepromBuffer[15] = 0x56;
+  State.EepromBuffer[0] = 0x12;
+  State.EepromBuffer[1] = 0x34;
+  State.EepromBuffer[15] = 0x56;
   EXPECT_EQ(LinesOf(WriteData())[0], ":100000001234FFFFFFFFFFFFFFFFFFFFFFFFFF5661");
 }
 
@@ -180,10 +163,10 @@ TEST_F(HexWriter, OnEveryDeviceTheDataFileHoldsTwiceTheEepromAndNoMore) {
     FillRandomly(device, 2);
     const auto size = 2 * static_cast<std::size_t>(device.EepromBytes);
     // The elements that fill no record any more.
-    State().EepromBuffer[size] = 0x11;
-    State().EepromBuffer[size + 3] = 0x22;
-    const std::vector<unsigned> bytes(State().EepromBuffer.begin(),
-                                      State().EepromBuffer.begin() + static_cast<int>(size));
+    State.EepromBuffer[size] = 0x11;
+    State.EepromBuffer[size + 3] = 0x22;
+    const std::vector<unsigned> bytes(State.EepromBuffer.begin(),
+                                      State.EepromBuffer.begin() + static_cast<int>(size));
     const std::string file = WriteData();
     EXPECT_EQ(LinesOf(file).size(), static_cast<std::size_t>(device.EepromBytes) / 8 + 1);
     EXPECT_EQ(file, ExpectedFile(bytes));
@@ -193,32 +176,32 @@ TEST_F(HexWriter, OnEveryDeviceTheDataFileHoldsTwiceTheEepromAndNoMore) {
 TEST_F(HexWriter, TheUpperHalfOfADataFileIsBlankUnlessMoreWasLoaded) {
   const std::vector<std::string> blank = LinesOf(WriteData());
   EXPECT_EQ(blank[8].substr(0, 41), ":10008000" + std::string(32, 'F'));
-  State().EepromBuffer[0x80] = 0x42;
+  State.EepromBuffer[0x80] = 0x42;
   EXPECT_EQ(LinesOf(WriteData())[8].substr(0, 11), ":1000800042");
 }
 
 // Both.
 
 TEST_F(HexWriter, WithoutADeviceAFileIsTheEndRecordAlone) {
-  State().FlashWords = 0;
-  State().EepromBytes = 0;
+  State.FlashWords = 0;
+  State.EepromBytes = 0;
   EXPECT_EQ(WriteCode(), ":00000001FF\r\n");
   EXPECT_EQ(WriteData(), ":00000001FF\r\n");
 }
 
 TEST_F(HexWriter, AnExistingLongerFileIsReplacedWhole) {
   const std::string expected = WriteCode();
-  run_.Files.Files[kCodePath] = std::string(100000, 'x');
+  Files.Files[kCodePath] = std::string(100000, 'x');
   EXPECT_EQ(WriteCode(), expected);
 }
 
 TEST_F(HexWriter, AWriteTouchesItsOwnFileAndNothingElse) {
   WriteCode();
-  EXPECT_EQ(run_.TakeJournal(), Journal{"open /out/prog.hex"});
+  EXPECT_EQ(TakeJournal(), Journal{"open /out/prog.hex"});
   WriteData();
-  EXPECT_EQ(run_.TakeJournal(), Journal{"open /out/prog.eep"});
-  EXPECT_EQ(run_.Files.OpenWriters, 0);
-  EXPECT_EQ(State().LinkError, 0);
+  EXPECT_EQ(TakeJournal(), Journal{"open /out/prog.eep"});
+  EXPECT_EQ(Files.OpenWriters, 0);
+  EXPECT_EQ(State.LinkError, 0);
 }
 
 TEST_F(HexWriter, OnEveryDeviceTheReaderRestoresWhatTheWriterWrote) {
@@ -226,41 +209,41 @@ TEST_F(HexWriter, OnEveryDeviceTheReaderRestoresWhatTheWriterWrote) {
     SCOPED_TRACE(device.DisplayName);
     Start(device.DisplayName);
     FillRandomly(device, 3);
-    const auto flash = State().FlashBuffer;
-    const auto eeprom = State().EepromBuffer;
+    const auto flash = State.FlashBuffer;
+    const auto eeprom = State.EepromBuffer;
     WriteCode();
     WriteData();
-    ClearFlashBuffer(State());
-    ClearEepromBuffer(State());
-    State().CodeFileName = kCodePath;
-    State().DataFileName = kDataPath;
-    const HexReadReport code = ReadCodeHexFile(run_.Context);
-    const HexReadReport data = ReadDataHexFile(run_.Context);
+    ClearFlashBuffer(State);
+    ClearEepromBuffer(State);
+    State.CodeFileName = kCodePath;
+    State.DataFileName = kDataPath;
+    const HexReadReport code = ReadCodeHexFile(Context);
+    const HexReadReport data = ReadDataHexFile(Context);
     for (const HexReadReport& report : {code, data}) {
       EXPECT_EQ(report.End, HexReadEnd::Complete);
       EXPECT_EQ(report.FirstBadChecksumLine, 0);
       EXPECT_EQ(report.FirstDoubtfulLine, 0);
     }
-    EXPECT_EQ(State().FlashBuffer, flash);
-    EXPECT_EQ(State().EepromBuffer, eeprom);
+    EXPECT_EQ(State.FlashBuffer, flash);
+    EXPECT_EQ(State.EepromBuffer, eeprom);
   }
 }
 
 TEST_F(HexWriter, AnImageOfEveryByteValueSurvivesTheRoundTrip) {
-  for (std::size_t i = 0; i < 2048; ++i) State().FlashBuffer[i] = static_cast<std::uint8_t>(i * 7);
-  const auto flash = State().FlashBuffer;
+  for (std::size_t i = 0; i < 2048; ++i) State.FlashBuffer[i] = static_cast<std::uint8_t>(i * 7);
+  const auto flash = State.FlashBuffer;
   WriteCode();
-  ClearFlashBuffer(State());
-  State().CodeFileName = kCodePath;
-  ReadCodeHexFile(run_.Context);
-  EXPECT_EQ(State().FlashBuffer, flash);
+  ClearFlashBuffer(State);
+  State.CodeFileName = kCodePath;
+  ReadCodeHexFile(Context);
+  EXPECT_EQ(State.FlashBuffer, flash);
 }
 
 // Failures.
 
 TEST_F(HexWriter, ARefusedCodeFileIsReportedAsReadOnly) {
-  run_.RecordedFiles.Unopenable[kCodePath] = {FileResult::Status::AccessRefused, "Is a directory"};
-  const HexWriteReport report = WriteCodeHexFile(run_.Context);
+  Files.Unopenable[kCodePath] = {FileResult::Status::AccessRefused, "Is a directory"};
+  const HexWriteReport report = WriteCodeHexFile(Context);
   EXPECT_EQ(report.End, HexWriteEnd::AccessRefused);
   EXPECT_EQ(report.Reason, "Is a directory");
   EXPECT_FALSE(report);
@@ -268,85 +251,85 @@ TEST_F(HexWriter, ARefusedCodeFileIsReportedAsReadOnly) {
 }
 
 TEST_F(HexWriter, ARefusedDataFileIsReportedAsReadOnly) {
-  run_.Files.Refused = {kDataPath};
-  run_.Files.Files[kDataPath] = "as it was";
-  EXPECT_EQ(WriteDataHexFile(run_.Context).End, HexWriteEnd::AccessRefused);
+  Files.Refused = {kDataPath};
+  Files.Files[kDataPath] = "as it was";
+  EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::AccessRefused);
   ExpectBox(kReadOnlyText);
-  EXPECT_EQ(run_.Files.Files[kDataPath], "as it was");
+  EXPECT_EQ(Files.Files[kDataPath], "as it was");
 }
 
 TEST_F(HexWriter, AFileThatCannotBeOpenedForAnotherReasonHasTheOtherText) {
   for (const FileResult::Status status :
        {FileResult::Status::NotFound, FileResult::Status::Failed}) {
-    run_.Boxes.Boxes.clear();
-    run_.RecordedFiles.Unopenable[kCodePath] = {status, "No such file or directory"};
-    const HexWriteReport report = WriteCodeHexFile(run_.Context);
+    Boxes.Boxes.clear();
+    Files.Unopenable[kCodePath] = {status, "No such file or directory"};
+    const HexWriteReport report = WriteCodeHexFile(Context);
     EXPECT_EQ(report.End, HexWriteEnd::NotOpened);
     EXPECT_EQ(report.Reason, "No such file or directory");
     ExpectBox(kNotSavedText);
-    run_.Boxes.Boxes.clear();
-    run_.RecordedFiles.Unopenable[kDataPath] = {status, ""};
-    EXPECT_EQ(WriteDataHexFile(run_.Context).End, HexWriteEnd::NotOpened);
+    Boxes.Boxes.clear();
+    Files.Unopenable[kDataPath] = {status, ""};
+    EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::NotOpened);
     ExpectBox(kNotSavedText);
   }
 }
 
 TEST_F(HexWriter, AFullDiscLeavesTheStartOfTheCodeFile) {
   const std::string whole = WriteCode();
-  run_.Files.Capacity = 10 * kBytesPerLine + 7;
-  EXPECT_EQ(WriteCodeHexFile(run_.Context).End, HexWriteEnd::CutShort);
+  Files.Capacity = 10 * kBytesPerLine + 7;
+  EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
-  EXPECT_EQ(run_.Files.Files[kCodePath], whole.substr(0, 10 * kBytesPerLine));
-  EXPECT_EQ(run_.Files.OpenWriters, 0);
+  EXPECT_EQ(Files.Files[kCodePath], whole.substr(0, 10 * kBytesPerLine));
+  EXPECT_EQ(Files.OpenWriters, 0);
 }
 
 TEST_F(HexWriter, AFullDiscLeavesTheStartOfTheDataFile) {
   const std::string whole = WriteData();
-  run_.Files.Capacity = kBytesPerLine;
-  EXPECT_EQ(WriteDataHexFile(run_.Context).End, HexWriteEnd::CutShort);
+  Files.Capacity = kBytesPerLine;
+  EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
-  EXPECT_EQ(run_.Files.Files[kDataPath], whole.substr(0, kBytesPerLine));
+  EXPECT_EQ(Files.Files[kDataPath], whole.substr(0, kBytesPerLine));
 }
 
 TEST_F(HexWriter, ADiscThatIsFullAtTheEndRecordIsReportedToo) {
-  run_.Files.Capacity = WriteCode().size() - 1;
-  EXPECT_EQ(WriteCodeHexFile(run_.Context).End, HexWriteEnd::CutShort);
+  Files.Capacity = WriteCode().size() - 1;
+  EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
 }
 
 TEST_F(HexWriter, BytesThatAreLostAtTheCloseAreReported) {
-  run_.RecordedFiles.LostAtClose = {kCodePath, kDataPath};
-  EXPECT_EQ(WriteCodeHexFile(run_.Context).End, HexWriteEnd::CutShort);
+  Files.LostAtClose = {kCodePath, kDataPath};
+  EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
-  run_.Boxes.Boxes.clear();
-  EXPECT_EQ(WriteDataHexFile(run_.Context).End, HexWriteEnd::CutShort);
+  Boxes.Boxes.clear();
+  EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
 }
 
 TEST_F(HexWriter, AfterABadLineEveryWriteFailsAtItsOpenAndLeavesTheFileAlone) {
-  run_.Files.Files["/in/bad.hex"] = "bad\r\n";
-  State().CodeFileName = "/in/bad.hex";
-  ReadCodeHexFile(run_.Context);
-  run_.TakeJournal();
-  run_.Files.Files[kCodePath] = "as it was";
-  const HexWriteReport report = WriteCodeHexFile(run_.Context);
+  Files.Files["/in/bad.hex"] = "bad\r\n";
+  State.CodeFileName = "/in/bad.hex";
+  ReadCodeHexFile(Context);
+  TakeJournal();
+  Files.Files[kCodePath] = "as it was";
+  const HexWriteReport report = WriteCodeHexFile(Context);
   EXPECT_EQ(report.End, HexWriteEnd::NotOpened);
-  EXPECT_NE(report.Reason.find("再起動"), std::string::npos) << "the cure";
+  EXPECT_THAT(report.Reason, HasSubstr("再起動")) << "the cure";
   ExpectBox(kNotSavedText);
-  EXPECT_EQ(WriteDataHexFile(run_.Context).End, HexWriteEnd::NotOpened);
-  EXPECT_EQ(run_.Files.Files[kCodePath], "as it was");
-  EXPECT_FALSE(run_.Files.Exists(kDataPath));
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"message box", "message box"})) << "no file is opened";
+  EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::NotOpened);
+  EXPECT_EQ(Files.Files[kCodePath], "as it was");
+  EXPECT_FALSE(Files.Exists(kDataPath));
+  EXPECT_EQ(TakeJournal(), (Journal{"message box", "message box"})) << "no file is opened";
 }
 
 TEST_F(HexWriter, AFailureChangesNoBufferAndRaisesNoError) {
   FillRandomly(core::DeviceCatalogue()[7], 4);
-  const auto flash = State().FlashBuffer;
-  run_.Files.Refused = {kCodePath};
-  WriteCodeHexFile(run_.Context);
-  EXPECT_EQ(State().FlashBuffer, flash);
-  EXPECT_EQ(State().LinkError, 0);
-  EXPECT_TRUE(run_.Trace().empty()) << "message boxes are not traced";
+  const auto flash = State.FlashBuffer;
+  Files.Refused = {kCodePath};
+  WriteCodeHexFile(Context);
+  EXPECT_EQ(State.FlashBuffer, flash);
+  EXPECT_EQ(State.LinkError, 0);
+  EXPECT_TRUE(Trace().empty()) << "message boxes are not traced";
 }
 
 }  // namespace

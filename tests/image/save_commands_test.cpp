@@ -1,15 +1,10 @@
 #include "image/save_commands.h"
 
-#include <gtest/gtest.h>
-
-#include "core/recorded_run.h"
 #include "image/file_commands.h"
+#include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
-
-using platform::FileResult;
-using testing::Journal;
 
 constexpr char kCodePath[] = "/home/files/prog.hex";
 constexpr char kDataPath[] = "/home/files/prog.eep";
@@ -20,42 +15,36 @@ constexpr char kTrace[] = "append /app/_debug_avr.txt";
 
 using SaveCommand = SaveReport (*)(core::RunContext&);
 
-class SaveCommands : public ::testing::Test {
- protected:
+struct SaveCommands : Test, RecordedRun {
   SaveCommands() {
-    run_.Start("AT90S2313");
-    State().FlashBuffer[0] = 0x94;
-    State().EepromBuffer[0] = 0x12;
+    Start("AT90S2313");
+    State.FlashBuffer[0] = 0x94;
+    State.EepromBuffer[0] = 0x12;
   }
 
-  core::AppState& State() { return run_.State; }
   [[nodiscard]] std::string File(const std::string& path) {
-    const auto file = run_.Files.Files.find(path);
-    return file == run_.Files.Files.end() ? "(none)" : file->second;
+    const auto file = Files.Files.find(path);
+    return file == Files.Files.end() ? "(none)" : file->second;
   }
-  void Put(std::string_view path) {
-    run_.Files.Files.insert_or_assign(std::string(path), "as it was");
-  }
-  void Open() { SetCodeAndDataFile(run_.Context, kCodePath); }
+  void Put(std::string_view path) { Files.Files.insert_or_assign(std::string(path), "as it was"); }
+  void Open() { SetCodeAndDataFile(Context, kCodePath); }
   SaveReport SaveAs(SaveCommand command, const std::string& path) {
-    run_.FileDialogs.Choice = path;
-    return command(run_.Context);
+    FileDialogs.Choice = path;
+    return command(Context);
   }
   void ExpectRequest(SaveCommand command, const std::string& title, const std::string& filter,
                      const std::string& extension) {
-    run_.Settings.Write("Settings", "SAVE_DIR", "/home/saved");
-    run_.Settings.Write("Settings", "OPEN_DIR", "/home/opened");
-    command(run_.Context);
-    ASSERT_EQ(run_.FileDialogs.SaveRequests.size(), 1U);
-    const screen::FileDialogRequest& request = run_.FileDialogs.SaveRequests[0];
+    Store("SAVE_DIR", "/home/saved");
+    Store("OPEN_DIR", "/home/opened");
+    command(Context);
+    ASSERT_EQ(FileDialogs.SaveRequests.size(), 1U);
+    const screen::FileDialogRequest& request = FileDialogs.SaveRequests[0];
     EXPECT_EQ(request.Title, title);
     EXPECT_EQ(request.Filter, filter);
     EXPECT_EQ(request.DefaultExtension, extension);
     EXPECT_EQ(request.StartFolder, "/home/saved");
-    EXPECT_TRUE(run_.FileDialogs.Requests.empty());
+    EXPECT_TRUE(FileDialogs.Requests.empty());
   }
-
-  testing::RecordedRun run_;
 };
 
 bool IsCodeFile(const std::string& content) { return content.starts_with(":10000000FF94FFFF"); }
@@ -67,50 +56,50 @@ TEST_F(SaveCommands, SaveWritesBothOpenedFilesWithoutAskingAndSaysSo) {
   Open();
   Put(kCodePath);
   Put(kDataPath);
-  const SaveReport report = SaveFiles(run_.Context);
+  const SaveReport report = SaveFiles(Context);
   EXPECT_EQ(report.End, SaveEnd::Written);
   EXPECT_TRUE(IsCodeFile(File(kCodePath)));
   EXPECT_TRUE(IsDataFile(File(kDataPath)));
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"open /home/files/prog.hex", "open /home/files/prog.eep",
-                                         "panel 1 " + std::string(kSaved), kTrace}));
-  EXPECT_EQ(run_.NewTrace(), std::vector<std::string>{kSaved});
-  EXPECT_TRUE(run_.FileDialogs.SaveRequests.empty());
-  EXPECT_TRUE(run_.Boxes.Questions.empty());
+  EXPECT_EQ(TakeJournal(), (Journal{"open /home/files/prog.hex", "open /home/files/prog.eep",
+                                    "panel 1 " + std::string(kSaved), kTrace}));
+  EXPECT_EQ(NewTrace(), Texts{kSaved});
+  EXPECT_TRUE(FileDialogs.SaveRequests.empty());
+  EXPECT_TRUE(Boxes.Questions.empty());
 }
 
 TEST_F(SaveCommands, SaveSetsBothSaveNamesAndKeepsTheOpenedNames) {
   Open();
-  SaveFiles(run_.Context);
-  EXPECT_EQ(State().CodeSaveFileName, kCodePath);
-  EXPECT_EQ(State().DataSaveFileName, kDataPath);
-  EXPECT_EQ(State().CodeFileName, kCodePath);
-  EXPECT_EQ(State().DataFileName, kDataPath);
+  SaveFiles(Context);
+  EXPECT_EQ(State.CodeSaveFileName, kCodePath);
+  EXPECT_EQ(State.DataSaveFileName, kDataPath);
+  EXPECT_EQ(State.CodeFileName, kCodePath);
+  EXPECT_EQ(State.DataFileName, kDataPath);
 }
 
 TEST_F(SaveCommands, SaveStoresNoFolder) {
   Open();
-  SaveFiles(run_.Context);
-  EXPECT_EQ(run_.Settings.Read("Settings", "SAVE_DIR"), std::nullopt);
+  SaveFiles(Context);
+  EXPECT_EQ(Stored("SAVE_DIR"), "(missing)");
 }
 
 TEST_F(SaveCommands, SaveWithNothingOpenedGivesTwoMessagesAndWritesNothing) {
-  const SaveReport report = SaveFiles(run_.Context);
+  const SaveReport report = SaveFiles(Context);
   EXPECT_EQ(report.End, SaveEnd::NothingToSave);
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"dialog ファイルがオープンされていません．", kTrace,
-                                         "panel 1 ファイルがオープンされていません", kTrace}));
-  EXPECT_EQ(run_.Dialog.Mode, screen::MessageMode::Notice);
+  EXPECT_EQ(TakeJournal(), (Journal{"notice ファイルがオープンされていません．", kTrace,
+                                    "panel 1 ファイルがオープンされていません", kTrace}));
+  EXPECT_EQ(Dialog.Mode, MessageMode::Notice);
 }
 
 TEST_F(SaveCommands, SaveWithOnlyADataFileOpenedCountsAsNothingOpened) {
-  State().DataFileName = kDataPath;
-  EXPECT_EQ(SaveFiles(run_.Context).End, SaveEnd::NothingToSave);
+  State.DataFileName = kDataPath;
+  EXPECT_EQ(SaveFiles(Context).End, SaveEnd::NothingToSave);
   EXPECT_EQ(File(kDataPath), "(none)");
 }
 
 TEST_F(SaveCommands, SaveAfterOnlyACodeFileWasOpenedReportsThatTheDataFileHasNoName) {
-  State().CodeFileName = kCodePath;
-  run_.RecordedFiles.Unopenable[""] = {FileResult::Status::NotFound, "No such file or directory"};
-  const SaveReport report = SaveFiles(run_.Context);
+  State.CodeFileName = kCodePath;
+  Files.Unopenable[""] = {FileResult::Status::NotFound, "No such file or directory"};
+  const SaveReport report = SaveFiles(Context);
   EXPECT_EQ(report.End, SaveEnd::Failed);
   EXPECT_TRUE(report.Code);
   EXPECT_EQ(report.Data.End, HexWriteEnd::NotOpened);
@@ -119,12 +108,12 @@ TEST_F(SaveCommands, SaveAfterOnlyACodeFileWasOpenedReportsThatTheDataFileHasNoN
 
 TEST_F(SaveCommands, ASaveThatFailsStillWritesTheOtherFileAndShowsItsStatusText) {
   Open();
-  run_.Files.Refused = {kCodePath};
-  const SaveReport report = SaveFiles(run_.Context);
+  Files.Refused = {kCodePath};
+  const SaveReport report = SaveFiles(Context);
   EXPECT_EQ(report.End, SaveEnd::Failed);
   EXPECT_EQ(report.Code.End, HexWriteEnd::AccessRefused);
   EXPECT_EQ(report.Data.End, HexWriteEnd::Complete);
-  EXPECT_EQ(run_.TakeJournal(),
+  EXPECT_EQ(TakeJournal(),
             (Journal{"open /home/files/prog.hex", "message box", "open /home/files/prog.eep",
                      "panel 1 " + std::string(kSaved), kTrace}));
   EXPECT_TRUE(IsDataFile(File(kDataPath)));
@@ -132,8 +121,8 @@ TEST_F(SaveCommands, ASaveThatFailsStillWritesTheOtherFileAndShowsItsStatusText)
 
 TEST_F(SaveCommands, ASaveWhoseDataFileFailsIsAFailedSave) {
   Open();
-  run_.Files.Refused = {kDataPath};
-  const SaveReport report = SaveFiles(run_.Context);
+  Files.Refused = {kDataPath};
+  const SaveReport report = SaveFiles(Context);
   EXPECT_EQ(report.End, SaveEnd::Failed);
   EXPECT_TRUE(report.Code);
   EXPECT_FALSE(report.Data);
@@ -141,29 +130,29 @@ TEST_F(SaveCommands, ASaveWhoseDataFileFailsIsAFailedSave) {
 
 TEST_F(SaveCommands, EachFileThatFailsHasItsOwnMessage) {
   Open();
-  run_.Files.Refused = {kCodePath, kDataPath};
-  EXPECT_EQ(SaveFiles(run_.Context).End, SaveEnd::Failed);
-  EXPECT_EQ(run_.Boxes.Boxes.size(), 2U);
+  Files.Refused = {kCodePath, kDataPath};
+  EXPECT_EQ(SaveFiles(Context).End, SaveEnd::Failed);
+  EXPECT_EQ(Boxes.Boxes.size(), 2U);
 }
 
 TEST_F(SaveCommands, WhatWasSavedIsReloaded) {
   Open();
-  State().FlashBuffer[2047] = 0x42;
-  const auto flash = State().FlashBuffer;
-  const auto eeprom = State().EepromBuffer;
-  SaveFiles(run_.Context);
-  State().FlashBuffer[0] = 0;
-  State().EepromBuffer[5] = 0;
-  LoadCodeAndDataFile(run_.Context);
-  EXPECT_EQ(State().FlashBuffer, flash);
-  EXPECT_EQ(State().EepromBuffer, eeprom);
+  State.FlashBuffer[2047] = 0x42;
+  const auto flash = State.FlashBuffer;
+  const auto eeprom = State.EepromBuffer;
+  SaveFiles(Context);
+  State.FlashBuffer[0] = 0;
+  State.EepromBuffer[5] = 0;
+  LoadCodeAndDataFile(Context);
+  EXPECT_EQ(State.FlashBuffer, flash);
+  EXPECT_EQ(State.EepromBuffer, eeprom);
 }
 
 TEST_F(SaveCommands, AFileThatCouldNotBeOpenedIsNotSavedOver) {
-  run_.RecordedFiles.Unreadable[kCodePath] = "Permission denied";
-  State().CodeFileName = kCodePath;
-  LoadCodeFile(run_.Context);
-  EXPECT_EQ(SaveFiles(run_.Context).End, SaveEnd::NothingToSave);
+  Files.Unreadable[kCodePath] = "Permission denied";
+  State.CodeFileName = kCodePath;
+  LoadCodeFile(Context);
+  EXPECT_EQ(SaveFiles(Context).End, SaveEnd::NothingToSave);
 }
 
 // The dialogs.
@@ -185,20 +174,20 @@ TEST_F(SaveCommands, TheDialogForBothFilesHasItsTitleFilterAndFolderAndNoExtensi
 
 TEST_F(SaveCommands, WithoutAStoredFolderTheDialogChoosesItsOwn) {
   for (const SaveCommand command : {SaveCodeFileAs, SaveDataFileAs, SaveBothFilesAs}) {
-    command(run_.Context);
-    EXPECT_EQ(run_.FileDialogs.SaveRequests.back().StartFolder, "");
+    command(Context);
+    EXPECT_EQ(FileDialogs.SaveRequests.back().StartFolder, "");
   }
 }
 
 TEST_F(SaveCommands, ACancelledDialogEndsTheCommand) {
-  State().CodeSaveFileName = "/before.hex";
-  State().DataSaveFileName = "/before.eep";
+  State.CodeSaveFileName = "/before.hex";
+  State.DataSaveFileName = "/before.eep";
   for (const SaveCommand command : {SaveCodeFileAs, SaveDataFileAs, SaveBothFilesAs}) {
-    EXPECT_EQ(command(run_.Context).End, SaveEnd::Declined);
-    EXPECT_TRUE(run_.TakeJournal().empty());
+    EXPECT_EQ(command(Context).End, SaveEnd::Declined);
+    EXPECT_TRUE(TakeJournal().empty());
   }
-  EXPECT_EQ(State().CodeSaveFileName, "/before.hex");
-  EXPECT_EQ(State().DataSaveFileName, "/before.eep");
+  EXPECT_EQ(State.CodeSaveFileName, "/before.hex");
+  EXPECT_EQ(State.DataSaveFileName, "/before.eep");
 }
 
 // Save as.
@@ -206,24 +195,24 @@ TEST_F(SaveCommands, ACancelledDialogEndsTheCommand) {
 TEST_F(SaveCommands, SaveCodeAsWritesTheChosenFileAloneAndRemembersItsFolder) {
   const SaveReport report = SaveAs(SaveCodeFileAs, kCodePath);
   EXPECT_EQ(report.End, SaveEnd::Written);
-  EXPECT_EQ(run_.TakeJournal(),
+  EXPECT_EQ(TakeJournal(),
             (Journal{"store Settings/SAVE_DIR /home/files", "open /home/files/prog.hex"}));
   EXPECT_TRUE(IsCodeFile(File(kCodePath)));
   EXPECT_EQ(File(kDataPath), "(none)");
-  EXPECT_EQ(run_.Settings.Read("Settings", "OPEN_DIR"), std::nullopt);
+  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
 }
 
 TEST_F(SaveCommands, SaveCodeAsTakesTheNameAsItIs) {
   const std::string path = "/my files/a \"b\" 'c' 日本.txt";
   EXPECT_EQ(SaveAs(SaveCodeFileAs, path).End, SaveEnd::Written);
   EXPECT_TRUE(IsCodeFile(File(path)));
-  EXPECT_EQ(State().CodeSaveFileName, path);
+  EXPECT_EQ(State.CodeSaveFileName, path);
 }
 
 TEST_F(SaveCommands, SaveDataAsWritesTheDataFileAlone) {
   const SaveReport report = SaveAs(SaveDataFileAs, kDataPath);
   EXPECT_EQ(report.End, SaveEnd::Written);
-  EXPECT_EQ(run_.TakeJournal(),
+  EXPECT_EQ(TakeJournal(),
             (Journal{"store Settings/SAVE_DIR /home/files", "open /home/files/prog.eep"}));
   EXPECT_TRUE(IsDataFile(File(kDataPath)));
   EXPECT_EQ(File(kCodePath), "(none)");
@@ -231,7 +220,7 @@ TEST_F(SaveCommands, SaveDataAsWritesTheDataFileAlone) {
 
 TEST_F(SaveCommands, SaveDataAsForcesTheNameToEndInEep) {
   EXPECT_EQ(SaveAs(SaveDataFileAs, "/home/files/data.txt").End, SaveEnd::Written);
-  EXPECT_EQ(State().DataSaveFileName, "/home/files/data.eep");
+  EXPECT_EQ(State.DataSaveFileName, "/home/files/data.eep");
   EXPECT_TRUE(IsDataFile(File("/home/files/data.eep")));
   EXPECT_EQ(File("/home/files/data.txt"), "(none)");
 }
@@ -239,25 +228,24 @@ TEST_F(SaveCommands, SaveDataAsForcesTheNameToEndInEep) {
 TEST_F(SaveCommands, SaveBothAsWritesThePair) {
   const SaveReport report = SaveAs(SaveBothFilesAs, kCodePath);
   EXPECT_EQ(report.End, SaveEnd::Written);
-  EXPECT_EQ(run_.TakeJournal(),
-            (Journal{"store Settings/SAVE_DIR /home/files", "open /home/files/prog.hex",
-                     "open /home/files/prog.eep"}));
+  EXPECT_EQ(TakeJournal(), (Journal{"store Settings/SAVE_DIR /home/files",
+                                    "open /home/files/prog.hex", "open /home/files/prog.eep"}));
   EXPECT_TRUE(IsCodeFile(File(kCodePath)));
   EXPECT_TRUE(IsDataFile(File(kDataPath)));
 }
 
 TEST_F(SaveCommands, SaveAsShowsNoTextAndKeepsTheOpenedNames) {
-  SetCodeAndDataFile(run_.Context, "/in/a.hex");
+  SetCodeAndDataFile(Context, "/in/a.hex");
   for (const SaveCommand command : {SaveCodeFileAs, SaveDataFileAs, SaveBothFilesAs}) {
-    run_.Files.Files.erase(kCodePath);
-    run_.Files.Files.erase(kDataPath);
+    Files.Files.erase(kCodePath);
+    Files.Files.erase(kDataPath);
     SaveAs(command, kCodePath);
   }
-  EXPECT_EQ(State().CodeFileName, "/in/a.hex");
-  EXPECT_EQ(State().DataFileName, "/in/a.eep");
-  EXPECT_TRUE(run_.NewTrace().empty());
-  EXPECT_TRUE(run_.Dialog.Shown.empty());
-  EXPECT_TRUE(run_.Boxes.Boxes.empty());
+  EXPECT_EQ(State.CodeFileName, "/in/a.hex");
+  EXPECT_EQ(State.DataFileName, "/in/a.eep");
+  EXPECT_TRUE(NewTrace().empty());
+  EXPECT_TRUE(Dialog.Shown.empty());
+  EXPECT_TRUE(Boxes.Boxes.empty());
 }
 
 // Overwriting.
@@ -266,21 +254,21 @@ TEST_F(SaveCommands, AnExistingFileIsAskedAbout) {
   Put(kCodePath);
   Put(kDataPath);
   for (const SaveCommand command : {SaveCodeFileAs, SaveDataFileAs, SaveBothFilesAs}) {
-    run_.Boxes.Questions.clear();
+    Boxes.Questions.clear();
     SaveAs(command, kCodePath);
-    ASSERT_EQ(run_.Boxes.Questions.size(), 1U);
-    EXPECT_EQ(run_.Boxes.Questions[0].first, kQuestionTitle);
-    EXPECT_EQ(run_.Boxes.Questions[0].second, kQuestion);
+    ASSERT_EQ(Boxes.Questions.size(), 1U);
+    EXPECT_EQ(Boxes.Questions[0].first, kQuestionTitle);
+    EXPECT_EQ(Boxes.Questions[0].second, kQuestion);
   }
 }
 
 TEST_F(SaveCommands, NoLeavesTheFilesAndTheFolderAsTheyWere) {
   Put(kCodePath);
   Put(kDataPath);
-  run_.Boxes.Answer = false;
+  Boxes.Answer = false;
   for (const SaveCommand command : {SaveCodeFileAs, SaveDataFileAs, SaveBothFilesAs}) {
     EXPECT_EQ(SaveAs(command, kCodePath).End, SaveEnd::Declined);
-    EXPECT_EQ(run_.TakeJournal(), Journal{"question"});
+    EXPECT_EQ(TakeJournal(), Journal{"question"});
   }
   EXPECT_EQ(File(kCodePath), "as it was");
   EXPECT_EQ(File(kDataPath), "as it was");
@@ -289,7 +277,7 @@ TEST_F(SaveCommands, NoLeavesTheFilesAndTheFolderAsTheyWere) {
 TEST_F(SaveCommands, YesOverwrites) {
   Put(kCodePath);
   Put(kDataPath);
-  run_.Boxes.Answer = true;
+  Boxes.Answer = true;
   EXPECT_EQ(SaveAs(SaveCodeFileAs, kCodePath).End, SaveEnd::Written);
   EXPECT_TRUE(IsCodeFile(File(kCodePath)));
   EXPECT_EQ(File(kDataPath), "as it was");
@@ -304,60 +292,58 @@ TEST_F(SaveCommands, YesOverwrites) {
 
 TEST_F(SaveCommands, SaveDataAsAsksAboutTheFinalName) {
   Put("/home/files/data.txt");
-  run_.Boxes.Answer = false;
+  Boxes.Answer = false;
   EXPECT_EQ(SaveAs(SaveDataFileAs, "/home/files/data.txt").End, SaveEnd::Written);
-  EXPECT_TRUE(run_.Boxes.Questions.empty());
+  EXPECT_TRUE(Boxes.Questions.empty());
   EXPECT_EQ(File("/home/files/data.txt"), "as it was");
   Put("/home/files/data.eep");
   EXPECT_EQ(SaveAs(SaveDataFileAs, "/home/files/data.txt").End, SaveEnd::Declined);
-  EXPECT_EQ(run_.Boxes.Questions.size(), 1U);
+  EXPECT_EQ(Boxes.Questions.size(), 1U);
   EXPECT_EQ(File("/home/files/data.eep"), "as it was");
 }
 
 TEST_F(SaveCommands, SaveBothAsAsksOnceWhenEitherFileExists) {
   for (const char* existing : {kCodePath, kDataPath}) {
     SCOPED_TRACE(existing);
-    run_.Files.Files.erase(kCodePath);
-    run_.Files.Files.erase(kDataPath);
-    run_.Boxes.Questions.clear();
+    Files.Files.erase(kCodePath);
+    Files.Files.erase(kDataPath);
+    Boxes.Questions.clear();
     Put(existing);
-    run_.Boxes.Answer = false;
+    Boxes.Answer = false;
     EXPECT_EQ(SaveAs(SaveBothFilesAs, kCodePath).End, SaveEnd::Declined);
-    EXPECT_EQ(run_.Boxes.Questions.size(), 1U);
+    EXPECT_EQ(Boxes.Questions.size(), 1U);
     EXPECT_EQ(File(existing), "as it was");
-    EXPECT_EQ(run_.Files.Exists(kCodePath) + run_.Files.Exists(kDataPath), 1);
+    EXPECT_EQ(Files.Exists(kCodePath) + Files.Exists(kDataPath), 1);
   }
 }
 
 TEST_F(SaveCommands, SaveCodeAsDoesNotAskAboutTheDataFile) {
   Put(kDataPath);
   EXPECT_EQ(SaveAs(SaveCodeFileAs, kCodePath).End, SaveEnd::Written);
-  EXPECT_TRUE(run_.Boxes.Questions.empty());
+  EXPECT_TRUE(Boxes.Questions.empty());
 }
 
 TEST_F(SaveCommands, TheQuestionComesBeforeAnythingIsStoredOrWritten) {
   Put(kDataPath);
-  run_.Boxes.Answer = true;
+  Boxes.Answer = true;
   SaveAs(SaveBothFilesAs, kCodePath);
-  EXPECT_EQ(run_.TakeJournal(),
-            (Journal{"question", "store Settings/SAVE_DIR /home/files", "open /home/files/prog.hex",
-                     "open /home/files/prog.eep"}));
+  EXPECT_EQ(TakeJournal(), (Journal{"question", "store Settings/SAVE_DIR /home/files",
+                                    "open /home/files/prog.hex", "open /home/files/prog.eep"}));
 }
 
 // Failures.
 
 TEST_F(SaveCommands, ASaveAsThatFailsIsReported) {
-  run_.Files.Refused = {kCodePath, kDataPath};
+  Files.Refused = {kCodePath, kDataPath};
   for (const SaveCommand command : {SaveCodeFileAs, SaveDataFileAs}) {
-    run_.Boxes.Boxes.clear();
+    Boxes.Boxes.clear();
     EXPECT_EQ(SaveAs(command, kCodePath).End, SaveEnd::Failed);
-    ASSERT_EQ(run_.Boxes.Boxes.size(), 1U);
-    EXPECT_EQ(run_.Boxes.Boxes[0].Text, "リードオンリーファイルにアクセスしました。");
+    EXPECT_THAT(Boxes.Texts(), ElementsAre("リードオンリーファイルにアクセスしました。"));
   }
 }
 
 TEST_F(SaveCommands, SaveBothAsWritesTheDataFileThoughTheCodeFileFailed) {
-  run_.Files.Refused = {kCodePath};
+  Files.Refused = {kCodePath};
   const SaveReport report = SaveAs(SaveBothFilesAs, kCodePath);
   EXPECT_EQ(report.End, SaveEnd::Failed);
   EXPECT_FALSE(report.Code);
@@ -366,14 +352,14 @@ TEST_F(SaveCommands, SaveBothAsWritesTheDataFileThoughTheCodeFileFailed) {
 }
 
 TEST_F(SaveCommands, AfterABadLineASaveAsFailsAndLeavesTheFileAlone) {
-  State().HexFileLeftOpen = true;
+  State.HexFileLeftOpen = true;
   Put(kCodePath);
-  run_.Boxes.Answer = true;
+  Boxes.Answer = true;
   EXPECT_EQ(SaveAs(SaveBothFilesAs, kCodePath).End, SaveEnd::Failed);
   EXPECT_EQ(File(kCodePath), "as it was");
   EXPECT_EQ(File(kDataPath), "(none)");
-  ASSERT_EQ(run_.Boxes.Boxes.size(), 2U);
-  EXPECT_EQ(run_.Boxes.Boxes[0].Text, "ファイル保存できませんでした。");
+  ASSERT_EQ(Boxes.Boxes.size(), 2U);
+  EXPECT_EQ(Boxes.Boxes[0].Text, "ファイル保存できませんでした。");
 }
 
 }  // namespace

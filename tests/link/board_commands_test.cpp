@@ -1,42 +1,24 @@
 #include "link/board_commands.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <functional>
-#include <iterator>
-#include <ostream>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "core/device_catalogue.h"
 #include "core/hex_format.h"
+#include "link/link_test.h"
 #include "ops/command.h"
-#include "support/test_run.h"
 
 namespace fenwright::link {
 namespace {
 
-using testing::Bytes;
-using ::testing::ElementsAre;
-using testing::Hex;
-using ::testing::IsEmpty;
-using testing::ScriptedRun;
-using testing::ToHex;
-
-constexpr double kOneTurn = 0.006;
 constexpr double kReplyDelay = 0.001;
+
+using Command = std::function<void(core::RunContext&, std::int16_t&)>;
 
 /// One exchange of the board's command set, as the board's manual has it.
 struct CommandCase {
   std::string Name;
-  std::function<void(core::RunContext&, std::int16_t&)> Call;
+  Command Call;
   std::string Sent;
   std::string Reply;
-  double TimeoutSeconds = 1;
+  double TimeoutSeconds;
   std::string TimeoutText;
   std::string WrongReplyText{};  ///< "" = the reply is data and never wrong
   std::string ReplyTrace{};      ///< what the trace has before the first reply byte, "" = no line
@@ -47,249 +29,152 @@ struct CommandCase {
 
 void PrintTo(const CommandCase& row, std::ostream* out) { *out << row.Name; }
 
+/// A command that sends a value.
+template <typename Value>
+Command Sending(void (*command)(core::RunContext&, Value, std::int16_t&),
+                std::type_identity_t<Value> value) {
+  return [=](core::RunContext& context, std::int16_t& error) { command(context, value, error); };
+}
+
+/// A command that sends the word C011.
+Command SendingWord(void (*command)(core::RunContext&, std::uint8_t, std::uint8_t, std::int16_t&)) {
+  return
+      [=](core::RunContext& context, std::int16_t& error) { command(context, 0xC0, 0x11, error); };
+}
+
+/// A command whose result nobody looks at.
+template <typename Result>
+Command Reading(bool (*command)(core::RunContext&, Result&, std::int16_t&)) {
+  return [=](core::RunContext& context, std::int16_t& error) {
+    Result result{};
+    command(context, result, error);
+  };
+}
+
+void ReadSomeWord(core::RunContext& context, std::int16_t& error) {
+  std::uint8_t high = 0;
+  std::uint8_t low = 0;
+  ReadProgramWord(context, high, low, error);
+}
+
+/// The two halves of reading the signature; the signature check goes between them.
+void ReadWholeSignature(core::RunContext& context, std::int16_t& error) {
+  if (!ExchangeSignature(context)) ReportSignatureTimeout(context, error);
+}
+
 const std::vector<CommandCase>& Commands() {
+  static const std::string failed = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : ";
   static const std::vector<CommandCase> rows{
-      {.Name = "EnterProgrammingMode",
-       .Call = EnterProgrammingMode,
-       .Sent = "'P'",
-       .Reply = "0D",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Enter programming Mode P",
-       .WrongReplyText = "返答ﾃﾞｰﾀﾐｽ : Enter programming Mode P",
-       .ReplyTrace = "Enter programming Mode P : "},
-      {.Name = "LeaveProgrammingMode",
-       .Call = LeaveProgrammingMode,
-       .Sent = "'L'",
-       .Reply = "0D",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Leave programming Mode L",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Leave programming Mode L",
-       .ReplyTrace = "Leave programming Mode L : "},
-      {.Name = "ReadSignature",
-       // The two halves of it; the signature check goes between them.
-       .Call =
-           [](core::RunContext& context, std::int16_t& error) {
-             if (!ExchangeSignature(context)) ReportSignatureTimeout(context, error);
-           },
-       .Sent = "'s'",
-       .Reply = "1E 91 03",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Signature bytes s"},
-      {.Name = "ReadProgramWord",
-       .Call =
-           [](core::RunContext& context, std::int16_t& error) {
-             std::uint8_t high = 0;
-             std::uint8_t low = 0;
-             ReadProgramWord(context, high, low, error);
-           },
-       .Sent = "'R'",
-       .Reply = "C0 11",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R"},
-      {.Name = "WriteProgramWordLowByte",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteProgramWord(context, 0xC0, 0x11, error); },
-       .Sent = "'c' 11",
-       .Reply = "0D",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Program Memory c",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c",
-       .SentAfter = "'C' C0"},
-      {.Name = "WriteProgramWordHighByte",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteProgramWord(context, 0xC0, 0x11, error); },
-       .Sent = "'C' C0",
-       .Reply = "0D",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Hi byte Write Program Memory C",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Hi byte Write Data Memory C",
-       .SentBefore = "'c' 11"},
-      {.Name = "WriteProgramWordTiny26",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteProgramWordTiny26(context, 0xC0, 0x11, error); },
-       .Sent = "'W' 11 C0",
-       .Reply = "0D",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Program Memory Tiny26 W",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Data Memory Tiny26"},
-      {.Name = "ReadDataByte",
-       .Call =
-           [](core::RunContext& context, std::int16_t& error) {
-             std::uint8_t data = 0;
-             ReadDataByte(context, data, error);
-           },
-       .Sent = "'d'",
-       .Reply = "A5",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Data Memory d"},
-      {.Name = "WriteDataByte",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteDataByte(context, 0xA5, error); },
-       .Sent = "'D' A5",
-       .Reply = "0D",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Data Memory D",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Data Memory D"},
-      {.Name = "WriteFuseBits",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteFuseBits(context, 0xDF, error); },
-       .Sent = "'f' DF",
-       .Reply = "0D",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse bit f",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse bit f"},
-      {.Name = "WriteFuseBitsU",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteFuseBitsU(context, 0x5C, error); },
-       .Sent = "'u' 5C",
-       .Reply = "0D",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse bit u",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse bit u"},
-      {.Name = "WriteFuseHighBits",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteFuseHighBits(context, 0xF7, error); },
-       .Sent = "';' AC A8 00 F7",
-       .Reply = "0D",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse Hi bit ;",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse Hi bit ;"},
-      {.Name = "WriteLockBits",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteLockBits(context, 0xFD, error); },
-       .Sent = "'l' FD",
-       .Reply = "0D",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Lock bit l",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Lock bit l"},
-      {.Name = "WriteLockBitsTiny26",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { WriteLockBitsTiny26(context, 0xFC, error); },
-       .Sent = "';' AC E0 00 FC",
-       .Reply = "0D",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Lock bit Tiny26 ;",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Lock bit Tiny26"},
-      {.Name = "ReadLockFuseBits",
-       .Call =
-           [](core::RunContext& context, std::int16_t& error) {
-             std::uint8_t value = 0;
-             ReadLockFuseBits(context, value, error);
-           },
-       .Sent = "'F'",
-       .Reply = "07",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Lock & Fuse bit F",
-       .ReplyTrace = "Read Lock & Fuse bit F : "},
-      {.Name = "ReadFuseBits",
-       .Call =
-           [](core::RunContext& context, std::int16_t& error) {
-             std::uint8_t value = 0;
-             ReadFuseBits(context, value, error);
-           },
-       .Sent = "'r'",
-       .Reply = "52",
-       .TimeoutSeconds = 2,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Fuse bit r"},
-      {.Name = "ReadFuseHighBits",
-       .Call =
-           [](core::RunContext& context, std::int16_t& error) {
-             std::uint8_t value = 0;
-             ReadFuseHighBits(context, value, error);
-           },
-       .Sent = "':' 58 08 00",
-       .Reply = "F7",
-       .TimeoutSeconds = 2,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Fuse Hi bit :"},
-      {.Name = "ReadCalibrationByte",
-       .Call =
-           [](core::RunContext& context, std::int16_t& error) {
-             std::vector<std::uint8_t> bytes;
-             ReadCalibrationByte(context, bytes, error);
-           },
-       .Sent = "'o'",
-       .Reply = "8A 8B 8C 8D",
-       .TimeoutSeconds = 2,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Calibration Byte o"},
-      {.Name = "SelectAddress",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { SelectAddress(context, 0x1234, error); },
-       .Sent = "'a' 12 34",
-       .Reply = "0D",
-       .TimeoutSeconds = 5,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Address Select A",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Address Select A"},
-      {.Name = "ChipErase",
-       .Call = ChipErase,
-       .Sent = "'e'",
-       .Reply = "0D",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Chip Erase e",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Chip Erase e"},
-      {.Name = "SelectDevice",
-       .Call = [](core::RunContext& context,
-                  std::int16_t& error) { SelectDevice(context, 0x4C, error); },
-       .Sent = "'T' 4C",
-       .Reply = "0D",
-       .TimeoutSeconds = 2,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T \r\n"
-                         "プログラマは、選択したマイコンを認識できませんでした。",
-       .TraceBefore = "ｺﾏﾝﾄﾞ送信 : Select device command T , 0x4C"},
-      {.Name = "AvrExtendCommand",
-       .Call = AvrExtendCommand,
-       .Sent = "'A'",
-       .Reply = "0D",
-       .TimeoutSeconds = 1,
-       .TimeoutText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A",
-       .WrongReplyText = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A",
-       .ReplyTrace = "A_AvrExtend command A : "},
+      {"EnterProgrammingMode", EnterProgrammingMode, "'P'", "0D", 1,
+       failed + "Enter programming Mode P", "返答ﾃﾞｰﾀﾐｽ : Enter programming Mode P",
+       "Enter programming Mode P : "},
+      {"LeaveProgrammingMode", LeaveProgrammingMode, "'L'", "0D", 1,
+       failed + "Leave programming Mode L", failed + "Leave programming Mode L",
+       "Leave programming Mode L : "},
+      {"ReadSignature", ReadWholeSignature, "'s'", "1E 91 03", 1,
+       failed + "Read Signature bytes s"},
+      {"ReadProgramWord", ReadSomeWord, "'R'", "C0 11", 5, failed + "Read Program Memory R"},
+      {"WriteProgramWordLowByte", SendingWord(WriteProgramWord), "'c' 11", "0D", 5,
+       failed + "Low byte Write Program Memory c", failed + "Low byte Write Data Memory c", "", "",
+       "", "'C' C0"},
+      {"WriteProgramWordHighByte", SendingWord(WriteProgramWord), "'C' C0", "0D", 5,
+       failed + "Hi byte Write Program Memory C", failed + "Hi byte Write Data Memory C", "", "",
+       "'c' 11"},
+      {"WriteProgramWordTiny26", SendingWord(WriteProgramWordTiny26), "'W' 11 C0", "0D", 5,
+       failed + "Write Program Memory Tiny26 W", failed + "Write Data Memory Tiny26"},
+      {"ReadDataByte", Reading(ReadDataByte), "'d'", "A5", 5, failed + "Read Data Memory d"},
+      {"WriteDataByte", Sending(WriteDataByte, 0xA5), "'D' A5", "0D", 5,
+       failed + "Write Data Memory D", failed + "Write Data Memory D"},
+      {"WriteFuseBits", Sending(WriteFuseBits, 0xDF), "'f' DF", "0D", 1,
+       failed + "Write Fuse bit f", failed + "Write Fuse bit f"},
+      {"WriteFuseBitsU", Sending(WriteFuseBitsU, 0x5C), "'u' 5C", "0D", 1,
+       failed + "Write Fuse bit u", failed + "Write Fuse bit u"},
+      {"WriteFuseHighBits", Sending(WriteFuseHighBits, 0xF7), "';' AC A8 00 F7", "0D", 1,
+       failed + "Write Fuse Hi bit ;", failed + "Write Fuse Hi bit ;"},
+      {"WriteLockBits", Sending(WriteLockBits, 0xFD), "'l' FD", "0D", 5,
+       failed + "Write Lock bit l", failed + "Write Lock bit l"},
+      {"WriteLockBitsTiny26", Sending(WriteLockBitsTiny26, 0xFC), "';' AC E0 00 FC", "0D", 5,
+       failed + "Write Lock bit Tiny26 ;", failed + "Write Lock bit Tiny26"},
+      {"ReadLockFuseBits", Reading(ReadLockFuseBits), "'F'", "07", 5,
+       failed + "Read Lock & Fuse bit F", "", "Read Lock & Fuse bit F : "},
+      {"ReadFuseBits", Reading(ReadFuseBits), "'r'", "52", 2, failed + "Read Fuse bit r"},
+      {"ReadFuseHighBits", Reading(ReadFuseHighBits), "':' 58 08 00", "F7", 2,
+       failed + "Read Fuse Hi bit :"},
+      {"ReadCalibrationByte", Reading(ReadCalibrationByte), "'o'", "8A 8B 8C 8D", 2,
+       failed + "Read Calibration Byte o"},
+      {"SelectAddress", Sending(SelectAddress, 0x1234), "'a' 12 34", "0D", 5,
+       failed + "Address Select A", failed + "Address Select A"},
+      {"ChipErase", ChipErase, "'e'", "0D", 1, failed + "Chip Erase e", failed + "Chip Erase e"},
+      {"SelectDevice", Sending(SelectDevice, 0x4C), "'T' 4C", "0D", 2,
+       failed + "Select device command T",
+       failed + "Select device command T \r\n"
+                "プログラマは、選択したマイコンを認識できませんでした。",
+       "", "ｺﾏﾝﾄﾞ送信 : Select device command T , 0x4C"},
+      {"AvrExtendCommand", AvrExtendCommand, "'A'", "0D", 1, failed + "A_AvrExtend command A",
+       failed + "A_AvrExtend command A", "A_AvrExtend command A : "},
   };
   return rows;
 }
 
 /// What one exchange leaves in the port's log: the input cleared, then a write per byte.
-void AppendExchange(std::vector<std::string>& log, const std::string& sent) {
+void AppendExchange(Texts& log, const std::string& sent) {
   if (sent.empty()) return;
   log.emplace_back("DiscardInput");
   for (const std::uint8_t byte : Hex(sent)) log.push_back("Output " + core::HexByte(byte));
 }
 
-class EveryCommand : public ::testing::TestWithParam<CommandCase> {
+class EveryCommand : public TestWithParam<CommandCase>, protected ScriptedRun {
  protected:
-  static void ExpectBefore(ScriptedRun& run) {
-    if (!GetParam().SentBefore.empty()) run.Port.Expect(GetParam().SentBefore, "0D", kReplyDelay);
+  /// Lets the board expect the row's exchange, and answer it with `reply` after `delay`.
+  ScriptedPort& Expect(const std::string& reply, double delay = kReplyDelay) {
+    if (!Row.SentBefore.empty()) Port.Expect(Row.SentBefore, "0D", kReplyDelay);
+    return Port.Expect(Row.Sent, reply, delay);
   }
-  static void ExpectAfter(ScriptedRun& run) {
-    if (!GetParam().SentAfter.empty()) run.Port.Expect(GetParam().SentAfter, "0D", kReplyDelay);
+  /// Calls the command on a board that has been told what to answer; its next exchange follows.
+  void CallOnAnswer() {
+    if (!Row.SentAfter.empty()) Port.Expect(Row.SentAfter, "0D", kReplyDelay);
+    Call();
   }
-  /// Time spent in the exchange before the one that the row is about.
-  static double SecondsBefore() { return GetParam().SentBefore.empty() ? 0 : kReplyDelay; }
+  void Call() { Row.Call(Context, Error); }
+  void CallAnswered(const std::string& reply, double delay = kReplyDelay) {
+    Expect(reply, delay);
+    CallOnAnswer();
+  }
+  /// The same with too little of an answer, or too late a one: nothing more is sent.
+  void CallUnanswered(const std::string& reply = "", double delay = kReplyDelay) {
+    Expect(reply, delay);
+    Call();
+  }
+  /// Time spent in the row's own exchange.
+  [[nodiscard]] double Waited() const {
+    return Clock.Elapsed() - (Row.SentBefore.empty() ? 0 : kReplyDelay);
+  }
 
   /// Everything that the trace must hold after a call that got that first reply byte, "" = none,
   /// and ended with that text.
-  static std::vector<std::string> ExpectedTrace(const std::string& first_reply,
-                                                const std::string& text) {
-    const CommandCase& row = GetParam();
-    std::vector<std::string> lines;
-    if (!row.TraceBefore.empty()) lines.push_back(row.TraceBefore);
-    if (!row.ReplyTrace.empty() && !first_reply.empty()) {
-      lines.push_back(row.ReplyTrace + first_reply);
+  [[nodiscard]] Texts ExpectedTrace(const std::string& first_reply, const std::string& text) const {
+    Texts lines;
+    if (!Row.TraceBefore.empty()) lines.push_back(Row.TraceBefore);
+    if (!Row.ReplyTrace.empty() && !first_reply.empty()) {
+      lines.push_back(Row.ReplyTrace + first_reply);
     }
     if (!text.empty()) lines.push_back(text);
     return lines;
   }
-
-  static void ExpectTimeOutReported(ScriptedRun& run, std::int16_t error) {
-    EXPECT_EQ(error, 1);
-    EXPECT_EQ(run.NewTrace(), ExpectedTrace("", GetParam().TimeoutText));
-    EXPECT_EQ(run.PanelText(screen::Panel::Status), GetParam().TimeoutText);
-    EXPECT_EQ(run.State.StatusText, GetParam().TimeoutText);
+  void ExpectSuccess() {
+    EXPECT_EQ(Error, 0);
+    EXPECT_EQ(NewTrace(), ExpectedTrace(core::HexByte(Hex(Row.Reply).front()), ""));
   }
-};
+  void ExpectTimeOutReported() {
+    EXPECT_EQ(Error, 1);
+    EXPECT_EQ(NewTrace(), ExpectedTrace("", Row.TimeoutText));
+    EXPECT_EQ(PanelText(Panel::Status), Row.TimeoutText);
+    EXPECT_EQ(State.StatusText, Row.TimeoutText);
+  }
 
-INSTANTIATE_TEST_SUITE_P(Board, EveryCommand, ::testing::ValuesIn(Commands()),
-                         [](const auto& row) { return row.param.Name; });
+  const CommandCase& Row = GetParam();
+  std::int16_t Error = 0;
+};
 
 std::vector<CommandCase> CommandsWhere(const std::function<bool(const CommandCase&)>& fits) {
   std::vector<CommandCase> rows;
@@ -297,323 +182,211 @@ std::vector<CommandCase> CommandsWhere(const std::function<bool(const CommandCas
   return rows;
 }
 
+const auto kNameOfRow = [](const auto& row) { return row.param.Name; };
+
+INSTANTIATE_TEST_SUITE_P(Board, EveryCommand, ValuesIn(Commands()), kNameOfRow);
+
 class EveryAcknowledgedCommand : public EveryCommand {};
 
 INSTANTIATE_TEST_SUITE_P(Board, EveryAcknowledgedCommand,
-                         ::testing::ValuesIn(CommandsWhere([](const CommandCase& row) {
+                         ValuesIn(CommandsWhere([](const CommandCase& row) {
                            return !row.WrongReplyText.empty();
                          })),
-                         [](const auto& row) { return row.param.Name; });
+                         kNameOfRow);
 
 class EveryCommandOfOneExchange : public EveryCommand {};
 
 INSTANTIATE_TEST_SUITE_P(Board, EveryCommandOfOneExchange,
-                         ::testing::ValuesIn(CommandsWhere([](const CommandCase& row) {
+                         ValuesIn(CommandsWhere([](const CommandCase& row) {
                            return row.SentBefore.empty() && row.SentAfter.empty();
                          })),
-                         [](const auto& row) { return row.param.Name; });
+                         kNameOfRow);
 
 TEST_P(EveryCommand, ClearsTheInputAndSendsEachByteInAWriteOfItsOwn) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply);
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  std::vector<std::string> log;
-  AppendExchange(log, row.SentBefore);
-  AppendExchange(log, row.Sent);
-  AppendExchange(log, row.SentAfter);
-  EXPECT_EQ(run.Port.Log, log);
+  CallAnswered(Row.Reply);
+  Texts log;
+  for (const std::string& sent : {Row.SentBefore, Row.Sent, Row.SentAfter}) {
+    AppendExchange(log, sent);
+  }
+  EXPECT_EQ(Port.Log, log);
 }
 
 TEST_P(EveryCommand, SucceedsOnItsReplyWithNoWordButTheTracedByte) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply);
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 0);
-  EXPECT_EQ(run.NewTrace(), ExpectedTrace(core::HexByte(Hex(row.Reply).front()), ""));
-  EXPECT_FALSE(run.Dialog.Loaded);
-  EXPECT_TRUE(run.Boxes.Boxes.empty());
+  CallAnswered(Row.Reply);
+  ExpectSuccess();
+  EXPECT_FALSE(Dialog.Loaded);
+  EXPECT_TRUE(Boxes.Boxes.empty());
 }
 
 TEST_P(EveryCommand, NeverClearsTheFlagOnSuccess) {
-  const CommandCase& row = GetParam();
   for (const std::int16_t before : {std::int16_t{1}, std::int16_t{2}}) {
-    ScriptedRun run;
-    ExpectBefore(run);
-    run.Port.Expect(row.Sent, row.Reply);
-    ExpectAfter(run);
-    std::int16_t error = before;
-    row.Call(run.Context, error);
-    EXPECT_EQ(error, before);
+    Error = before;
+    CallAnswered(Row.Reply);
+    EXPECT_EQ(Error, before);
   }
 }
 
 TEST_P(EveryCommand, OnASilentBoardWaitsItsWholeTimeOutAndSaysSo) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  ExpectTimeOutReported(run, error);
-  const double waited = run.Clock.Elapsed() - SecondsBefore();
-  EXPECT_GT(waited, row.TimeoutSeconds - 1e-6);
-  EXPECT_LT(waited, row.TimeoutSeconds + kOneTurn);
+  CallUnanswered();
+  ExpectTimeOutReported();
+  EXPECT_GT(Waited(), Row.TimeoutSeconds - 1e-6);
+  EXPECT_LT(Waited(), Row.TimeoutSeconds + kOneTurn);
 }
 
 TEST_P(EveryCommand, TimesOutWhenTheLastReplyByteIsMissing) {
-  const CommandCase& row = GetParam();
-  Bytes reply = Hex(row.Reply);
+  Bytes reply = Hex(Row.Reply);
   reply.pop_back();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, ToHex(reply));
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  ExpectTimeOutReported(run, error);
+  CallUnanswered(ToHex(reply));
+  ExpectTimeOutReported();
 }
 
 TEST_P(EveryCommand, AcceptsAReplyThatComesJustInTime) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply, row.TimeoutSeconds - 0.001);
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 0);
+  CallAnswered(Row.Reply, Row.TimeoutSeconds - 0.001);
+  EXPECT_EQ(Error, 0);
 }
 
 TEST_P(EveryCommand, DoesNotWaitForAReplyThatComesTooLate) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply, row.TimeoutSeconds + 0.1);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  ExpectTimeOutReported(run, error);
+  CallUnanswered(Row.Reply, Row.TimeoutSeconds + 0.1);
+  ExpectTimeOutReported();
 }
 
 TEST_P(EveryCommand, AcceptsAReplyInPieces) {
-  const CommandCase& row = GetParam();
-  std::vector<testing::ScriptedPort::Part> parts;
-  for (const std::uint8_t byte : Hex(row.Reply)) parts.push_back({.Delay = 0.2, .Data = {byte}});
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.ExpectParts(row.Sent, parts);
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 0);
-  EXPECT_EQ(run.NewTrace(), ExpectedTrace(core::HexByte(Hex(row.Reply).front()), ""));
+  std::vector<ScriptedPort::Part> parts;
+  for (const std::uint8_t byte : Hex(Row.Reply)) parts.push_back({.Delay = 0.2, .Data = {byte}});
+  if (!Row.SentBefore.empty()) Port.Expect(Row.SentBefore, "0D", kReplyDelay);
+  Port.ExpectParts(Row.Sent, parts);
+  CallOnAnswer();
+  ExpectSuccess();
 }
 
 TEST_P(EveryCommand, IgnoresBytesBeyondTheReply) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply + " 3F 77");
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 0);
-  EXPECT_EQ(run.NewTrace(), ExpectedTrace(core::HexByte(Hex(row.Reply).front()), ""));
+  CallAnswered(Row.Reply + " 3F 77");
+  ExpectSuccess();
 }
 
 TEST_P(EveryCommand, IsNotMisledByBytesThatCameBeforeIt) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  run.Port.Expect("'x'", "3F 3F 3F 3F 3F", 0);
-  run.Port.Output(Hex("'x'"));
-  ASSERT_EQ(run.Port.InBufferCount(), 5);
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply);
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 0);
-  if (row.SentAfter.empty() && row.SentBefore.empty()) {
-    EXPECT_EQ(run.State.RxBuf, Hex(row.Reply));
+  Port.Expect("'x'", "3F 3F 3F 3F 3F", 0);
+  Port.Output(Hex("'x'"));
+  ASSERT_EQ(Port.InBufferCount(), 5);
+  CallAnswered(Row.Reply);
+  EXPECT_EQ(Error, 0);
+  if (Row.SentAfter.empty() && Row.SentBefore.empty()) {
+    EXPECT_EQ(State.RxBuf, Hex(Row.Reply));
   }
 }
 
 TEST_P(EveryCommand, TestsItsFirstReplyByteOrTakesItAsData) {
-  const CommandCase& row = GetParam();
   for (const std::uint8_t wrong : Hex("3F 00 0A 0C 8D FF")) {
-    Bytes reply = Hex(row.Reply);
+    Bytes reply = Hex(Row.Reply);
     reply.front() = wrong;
-    ScriptedRun run;
-    ExpectBefore(run);
-    run.Port.Expect(row.Sent, ToHex(reply));
-    ExpectAfter(run);
-    std::int16_t error = 0;
-    row.Call(run.Context, error);
-    EXPECT_EQ(error, row.WrongReplyText.empty() ? 0 : 1);
-    EXPECT_EQ(run.NewTrace(), ExpectedTrace(core::HexByte(wrong), row.WrongReplyText));
-    if (!row.WrongReplyText.empty()) {
-      EXPECT_EQ(run.State.StatusText, row.WrongReplyText);
-    }
+    Error = 0;
+    CallAnswered(ToHex(reply));
+    EXPECT_EQ(Error, Row.WrongReplyText.empty() ? 0 : 1);
+    EXPECT_EQ(NewTrace(), ExpectedTrace(core::HexByte(wrong), Row.WrongReplyText));
+    if (Row.WrongReplyText.empty()) continue;
+    EXPECT_EQ(std::exchange(State.StatusText, ""), Row.WrongReplyText);
   }
 }
 
 TEST_P(EveryAcknowledgedCommand, IsNotSatisfiedByAnAcknowledgementBehindAWrongByte) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, "3F 0D");
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 1);
+  CallAnswered("3F 0D");
+  EXPECT_EQ(Error, 1);
 }
 
 TEST_P(EveryCommand, OnALineThatGoesFailsAtOnceAsItsTimeOutDoes) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent).ThenHangUp();
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  ExpectTimeOutReported(run, error);
-  EXPECT_LT(run.Clock.Elapsed() - SecondsBefore(), 2 * kOneTurn);
+  Expect("").ThenHangUp();
+  Call();
+  ExpectTimeOutReported();
+  EXPECT_LT(Waited(), 2 * kOneTurn);
 }
 
 TEST_P(EveryCommandOfOneExchange, TakesAReplyThatArrivedBeforeTheLineWent) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply, 0).ThenHangUp();
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 0);
+  Expect(Row.Reply, 0).ThenHangUp();
+  Call();
+  EXPECT_EQ(Error, 0);
 }
 
 TEST_P(EveryCommand, IsSentOnceWhateverHappens) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  Bytes sent = Hex(row.SentBefore);
-  const Bytes last = Hex(row.Sent);
-  sent.insert(sent.end(), last.begin(), last.end());
-  EXPECT_EQ(run.Port.Sent, sent);
+  CallUnanswered();
+  EXPECT_EQ(Port.Sent, Hex(Row.SentBefore + Row.Sent));
 }
 
 TEST_P(EveryCommand, StartedBeforeMidnightWaitsUntilTheReplyIsThere) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  run.Clock.Set(86399.5);
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent, row.Reply, 20);
-  ExpectAfter(run);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(error, 0);
-  EXPECT_GT(run.Clock.Elapsed(), 20 - 1e-6);
+  Clock.Set(86399.5);
+  CallAnswered(Row.Reply, 20);
+  EXPECT_EQ(Error, 0);
+  EXPECT_GT(Clock.Elapsed(), 20 - 1e-6);
 }
 
 TEST_P(EveryCommand, SendsNothingOnceAStopIsRequested) {
-  ScriptedRun run;
-  run.State.StopRequested = true;
-  std::int16_t error = 0;
-  EXPECT_THROW(GetParam().Call(run.Context, error), core::CommandEnd);
-  EXPECT_THAT(run.Port.Sent, IsEmpty());
-  EXPECT_EQ(error, 0);
+  State.StopRequested = true;
+  EXPECT_THROW(Call(), core::CommandEnd);
+  EXPECT_THAT(Port.Sent, IsEmpty());
+  EXPECT_EQ(Error, 0);
 }
 
 TEST_P(EveryCommandOfOneExchange, FinishesTheExchangeInWhichAStopIsRequested) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  run.Port.Expect(row.Sent, row.Reply, 0.02);
-  run.Events.OnTurn = [&] { run.State.StopRequested = true; };
-  std::int16_t error = 0;
-  EXPECT_NO_THROW(row.Call(run.Context, error));
-  EXPECT_EQ(error, 0);
-  EXPECT_EQ(run.State.RxBuf, Hex(row.Reply));
+  Expect(Row.Reply, 0.02);
+  Events.OnTurn = [this] { State.StopRequested = true; };
+  EXPECT_NO_THROW(Call());
+  EXPECT_EQ(Error, 0);
+  EXPECT_EQ(State.RxBuf, Hex(Row.Reply));
 }
 
 TEST_P(EveryCommand, ShowsNoDialogOfItsOwnOnFailureExceptTheDeviceSelection) {
-  const CommandCase& row = GetParam();
-  ScriptedRun run;
-  ExpectBefore(run);
-  run.Port.Expect(row.Sent);
-  std::int16_t error = 0;
-  row.Call(run.Context, error);
-  EXPECT_EQ(run.Dialog.Loaded, row.Name == "SelectDevice");
-  EXPECT_THAT(run.Dialog.Shown, IsEmpty());
-  EXPECT_THAT(run.Boxes.Boxes, IsEmpty());
+  CallUnanswered();
+  EXPECT_EQ(Dialog.Loaded, Row.Name == "SelectDevice");
+  EXPECT_THAT(Dialog.Shown, IsEmpty());
+  EXPECT_THAT(Boxes.Boxes, IsEmpty());
 }
 
 // Surplus bytes.
 
-TEST(SurplusBytes, StayInTheReplyBufferUntilTheNextRead) {
-  ScriptedRun run;
-  run.Port.Expect("'d'", "12 99 98");
-  std::uint8_t data = 0;
-  std::int16_t error = 0;
-  ASSERT_TRUE(ReadDataByte(run.Context, data, error));
-  EXPECT_EQ(data, 0x12);
-  EXPECT_EQ(run.State.RxBuf, Hex("12 99 98"));
+TEST_ON(LinkTest, SurplusBytes, StayInTheReplyBufferUntilTheNextRead) {
+  Port.Expect("'d'", "12 99 98");
+  ASSERT_TRUE(ReadDataByte(Context, Byte, Error));
+  EXPECT_EQ(Byte, 0x12);
+  EXPECT_EQ(State.RxBuf, Hex("12 99 98"));
 }
 
-TEST(SurplusBytes, ThatComeAfterTheReadAreDiscardedByTheNextCommand) {
-  ScriptedRun run;
-  run.Port
-      .ExpectParts("'d'",
+TEST_ON(LinkTest, SurplusBytes, ThatComeAfterTheReadAreDiscardedByTheNextCommand) {
+  Port.ExpectParts("'d'",
                    {{.Delay = 0.001, .Data = Hex("12")}, {.Delay = 0.001, .Data = Hex("99")}})
       .Expect("'d'", "34");
-  std::uint8_t data = 0;
-  std::int16_t error = 0;
-  ASSERT_TRUE(ReadDataByte(run.Context, data, error));
-  EXPECT_EQ(run.State.RxBuf, Hex("12"));
-  run.Clock.Advance(0.01);
-  ASSERT_EQ(run.Port.InBufferCount(), 1);
-  ASSERT_TRUE(ReadDataByte(run.Context, data, error));
-  EXPECT_EQ(data, 0x34);
-  EXPECT_EQ(error, 0);
+  ASSERT_TRUE(ReadDataByte(Context, Byte, Error));
+  EXPECT_EQ(State.RxBuf, Hex("12"));
+  Clock.Advance(0.01);
+  ASSERT_EQ(Port.InBufferCount(), 1);
+  ASSERT_TRUE(ReadDataByte(Context, Byte, Error));
+  EXPECT_EQ(Byte, 0x34);
+  EXPECT_EQ(Error, 0);
 }
 
-TEST(LateReply, OfATimedOutCommandIsDiscardedByTheNextOne) {
-  ScriptedRun run;
-  run.Port.Expect("'e'", "0D", 1.5).Expect("'d'", "34");
-  std::int16_t error = 0;
-  ChipErase(run.Context, error);
-  EXPECT_EQ(error, 1);
-  run.Clock.Advance(1);
-  std::uint8_t data = 0;
-  ASSERT_TRUE(ReadDataByte(run.Context, data, error));
-  EXPECT_EQ(data, 0x34);
+TEST_ON(LinkTest, LateReply, OfATimedOutCommandIsDiscardedByTheNextOne) {
+  Port.Expect("'e'", "0D", 1.5).Expect("'d'", "34");
+  ChipErase(Context, Error);
+  EXPECT_EQ(Error, 1);
+  Clock.Advance(1);
+  ASSERT_TRUE(ReadDataByte(Context, Byte, Error));
+  EXPECT_EQ(Byte, 0x34);
 }
 
 // Results.
 
-TEST(ReadProgramWord, HandsBackTheHighByteFirst) {
-  ScriptedRun run;
-  run.Port.Expect("'R'", "C0 11");
+TEST_ON(LinkTest, ReadProgramWord, HandsBackTheHighByteFirst) {
+  Port.Expect("'R'", "C0 11");
   std::uint8_t high = 0;
   std::uint8_t low = 0;
-  std::int16_t error = 0;
-  EXPECT_TRUE(ReadProgramWord(run.Context, high, low, error));
+  EXPECT_TRUE(ReadProgramWord(Context, high, low, Error));
   EXPECT_EQ(high, 0xC0);
   EXPECT_EQ(low, 0x11);
 }
 
-TEST(ReadProgramWord, LeavesTheBytesAloneOnATimeOut) {
-  ScriptedRun run;
-  run.Port.Expect("'R'", "C0");
+TEST_ON(LinkTest, ReadProgramWord, LeavesTheBytesAloneOnATimeOut) {
+  Port.Expect("'R'", "C0");
   std::uint8_t high = 0x77;
   std::uint8_t low = 0x88;
-  std::int16_t error = 0;
-  EXPECT_FALSE(ReadProgramWord(run.Context, high, low, error));
+  EXPECT_FALSE(ReadProgramWord(Context, high, low, Error));
   EXPECT_EQ(high, 0x77);
   EXPECT_EQ(low, 0x88);
 }
@@ -624,372 +397,314 @@ struct OneByteRead {
   std::string Sent;
 };
 
-class EveryOneByteRead : public ::testing::TestWithParam<OneByteRead> {};
+class EveryOneByteRead : public TestWithParam<OneByteRead>, protected ScriptedRun {
+ protected:
+  bool ReadAnswer(const std::string& reply) {
+    Port.Expect(GetParam().Sent, reply);
+    return GetParam().Read(Context, Byte, Error);
+  }
+  std::uint8_t Byte = 0x77;
+  std::int16_t Error = 0;
+};
 
-INSTANTIATE_TEST_SUITE_P(
-    Board, EveryOneByteRead,
-    ::testing::Values(
-        OneByteRead{.Name = "ReadDataByte", .Read = ReadDataByte, .Sent = "'d'"},
-        OneByteRead{.Name = "ReadLockFuseBits", .Read = ReadLockFuseBits, .Sent = "'F'"},
-        OneByteRead{.Name = "ReadFuseBits", .Read = ReadFuseBits, .Sent = "'r'"},
-        OneByteRead{.Name = "ReadFuseHighBits", .Read = ReadFuseHighBits, .Sent = "':' 58 08 00"}),
-    [](const auto& row) { return row.param.Name; });
+INSTANTIATE_TEST_SUITE_P(Board, EveryOneByteRead,
+                         ::testing::Values(OneByteRead{"ReadDataByte", ReadDataByte, "'d'"},
+                                           OneByteRead{"ReadLockFuseBits", ReadLockFuseBits, "'F'"},
+                                           OneByteRead{"ReadFuseBits", ReadFuseBits, "'r'"},
+                                           OneByteRead{"ReadFuseHighBits", ReadFuseHighBits,
+                                                       "':' 58 08 00"}),
+                         kNameOfRow);
 
 TEST_P(EveryOneByteRead, HandsBackWhateverByteWasRead) {
   for (const std::uint8_t byte : Hex("00 0D 3F FF")) {
-    ScriptedRun run;
-    run.Port.Expect(GetParam().Sent, core::HexByte(byte));
-    std::uint8_t value = 0x77;
-    std::int16_t error = 0;
-    EXPECT_TRUE(GetParam().Read(run.Context, value, error));
-    EXPECT_EQ(value, byte);
-    EXPECT_EQ(error, 0);
+    EXPECT_TRUE(ReadAnswer(core::HexByte(byte)));
+    EXPECT_EQ(Byte, byte);
+    EXPECT_EQ(Error, 0);
   }
 }
 
 TEST_P(EveryOneByteRead, LeavesTheByteAloneOnATimeOut) {
-  ScriptedRun run;
-  run.Port.Expect(GetParam().Sent);
-  std::uint8_t value = 0x77;
-  std::int16_t error = 0;
-  EXPECT_FALSE(GetParam().Read(run.Context, value, error));
-  EXPECT_EQ(value, 0x77);
-  EXPECT_EQ(error, 1);
+  EXPECT_FALSE(ReadAnswer(""));
+  EXPECT_EQ(Byte, 0x77);
+  EXPECT_EQ(Error, 1);
 }
 
-TEST(ReadLockFuseBits, TracesTheByteWithTwoUpperCaseDigits) {
-  for (const char* byte : {"00", "05", "AF"}) {
-    ScriptedRun run;
-    run.Port.Expect("'F'", byte);
-    std::uint8_t value = 0;
-    std::int16_t error = 0;
-    ReadLockFuseBits(run.Context, value, error);
-    EXPECT_THAT(run.NewTrace(), ElementsAre(std::string("Read Lock & Fuse bit F : ") + byte));
+TEST_ON(LinkTest, ReadLockFuseBits, TracesTheByteWithTwoUpperCaseDigits) {
+  for (const std::string byte : {"00", "05", "AF"}) {
+    Port.Expect("'F'", byte);
+    ReadLockFuseBits(Context, Byte, Error);
+    EXPECT_THAT(NewTrace(), ElementsAre("Read Lock & Fuse bit F : " + byte));
   }
 }
 
-TEST(ReadCalibrationByte, HandsBackEveryByteThatHasArrived) {
-  ScriptedRun run;
-  run.Port.Expect("'o'", "8A 8B 8C 8D 0D 42");
+TEST_ON(LinkTest, ReadCalibrationByte, HandsBackEveryByteThatHasArrived) {
+  Port.Expect("'o'", "8A 8B 8C 8D 0D 42");
   std::vector<std::uint8_t> bytes(9, 0);
-  std::int16_t error = 0;
-  EXPECT_TRUE(ReadCalibrationByte(run.Context, bytes, error));
+  EXPECT_TRUE(ReadCalibrationByte(Context, bytes, Error));
   EXPECT_EQ(bytes, Hex("8A 8B 8C 8D 0D 42"));
 }
 
-TEST(ReadCalibrationByte, LeavesTheBytesAloneWhenOnlyThreeCome) {
-  ScriptedRun run;
-  run.Port.Expect("'o'", "8A 8B 8C");
+TEST_ON(LinkTest, ReadCalibrationByte, LeavesTheBytesAloneWhenOnlyThreeCome) {
+  Port.Expect("'o'", "8A 8B 8C");
   std::vector<std::uint8_t> bytes{1, 2};
-  std::int16_t error = 0;
-  EXPECT_FALSE(ReadCalibrationByte(run.Context, bytes, error));
+  EXPECT_FALSE(ReadCalibrationByte(Context, bytes, Error));
   EXPECT_THAT(bytes, ElementsAre(1, 2));
-  EXPECT_EQ(error, 1);
+  EXPECT_EQ(Error, 1);
 }
 
-TEST(ExchangeSignature, LeavesThreeBytesAndSaysNothing) {
-  ScriptedRun run;
-  run.Port.Expect("'s'", "1E 91 03");
-  EXPECT_TRUE(ExchangeSignature(run.Context));
-  EXPECT_EQ(run.State.RxBuf, Hex("1E 91 03"));
-  EXPECT_THAT(run.NewTrace(), IsEmpty());
+TEST_ON(LinkTest, ExchangeSignature, LeavesThreeBytesAndSaysNothing) {
+  Port.Expect("'s'", "1E 91 03");
+  EXPECT_TRUE(ExchangeSignature(Context));
+  EXPECT_EQ(State.RxBuf, Hex("1E 91 03"));
+  EXPECT_THAT(NewTrace(), IsEmpty());
 }
 
-TEST(ExchangeSignature, OnATimeOutSaysNothingEither) {
-  ScriptedRun run;
-  run.Port.Expect("'s'", "1E 91");
-  EXPECT_FALSE(ExchangeSignature(run.Context));
-  EXPECT_THAT(run.NewTrace(), IsEmpty());
-  EXPECT_EQ(run.State.LinkError, 0);
+TEST_ON(LinkTest, ExchangeSignature, OnATimeOutSaysNothingEither) {
+  Port.Expect("'s'", "1E 91");
+  EXPECT_FALSE(ExchangeSignature(Context));
+  EXPECT_THAT(NewTrace(), IsEmpty());
+  EXPECT_EQ(State.LinkError, 0);
 }
 
 // Programming mode.
 
-TEST(LeaveProgrammingMode, PausesAfterARightReply) {
-  ScriptedRun run;
-  run.Port.Expect("'L'", "0D", kReplyDelay);
-  std::int16_t error = 0;
-  LeaveProgrammingMode(run.Context, error);
-  EXPECT_EQ(error, 0);
-  EXPECT_NEAR(run.Clock.Elapsed(), kReplyDelay + 0.1, 1e-3);
+TEST_ON(LinkTest, LeaveProgrammingMode, PausesAfterARightReply) {
+  Port.Expect("'L'", "0D", kReplyDelay);
+  LeaveProgrammingMode(Context, Error);
+  EXPECT_EQ(Error, 0);
+  EXPECT_NEAR(Clock.Elapsed(), kReplyDelay + 0.1, 1e-3);
 }
 
-TEST(LeaveProgrammingMode, PausesAfterAWrongReplyToo) {
-  ScriptedRun run;
-  run.Port.Expect("'L'", "3F", kReplyDelay);
-  std::int16_t error = 0;
-  LeaveProgrammingMode(run.Context, error);
-  EXPECT_EQ(error, 1);
-  EXPECT_NEAR(run.Clock.Elapsed(), kReplyDelay + 0.1, 1e-3);
+TEST_ON(LinkTest, LeaveProgrammingMode, PausesAfterAWrongReplyToo) {
+  Port.Expect("'L'", "3F", kReplyDelay);
+  LeaveProgrammingMode(Context, Error);
+  EXPECT_EQ(Error, 1);
+  EXPECT_NEAR(Clock.Elapsed(), kReplyDelay + 0.1, 1e-3);
 }
 
-TEST(LeaveProgrammingMode, DoesNotPauseAfterATimeOut) {
-  ScriptedRun run;
-  run.Port.Expect("'L'");
-  std::int16_t error = 0;
-  LeaveProgrammingMode(run.Context, error);
-  EXPECT_EQ(error, 1);
-  EXPECT_LT(run.Clock.Elapsed(), 1 + kOneTurn);
+TEST_ON(LinkTest, LeaveProgrammingMode, DoesNotPauseAfterATimeOut) {
+  Port.Expect("'L'");
+  LeaveProgrammingMode(Context, Error);
+  EXPECT_EQ(Error, 1);
+  EXPECT_LT(Clock.Elapsed(), 1 + kOneTurn);
 }
 
-TEST(LeaveProgrammingMode, RestartsTheWaitTimeWithItsPause) {
-  ScriptedRun run;
-  run.Clock.Set(500);
-  run.Port.Expect("'L'", "0D", 0.25);
-  std::int16_t error = 0;
-  LeaveProgrammingMode(run.Context, error);
-  EXPECT_NEAR(run.State.WaitStart, 500.25, 1e-3);
+TEST_ON(LinkTest, LeaveProgrammingMode, RestartsTheWaitTimeWithItsPause) {
+  Clock.Set(500);
+  Port.Expect("'L'", "0D", 0.25);
+  LeaveProgrammingMode(Context, Error);
+  EXPECT_NEAR(State.WaitStart, 500.25, 1e-3);
 }
 
-TEST(LeaveProgrammingMode, EndsItsPauseAtMidnight) {
-  ScriptedRun run;
-  run.Clock.Set(86399.96);
-  run.Port.Expect("'L'", "0D", kReplyDelay);
-  std::int16_t error = 0;
-  LeaveProgrammingMode(run.Context, error);
-  EXPECT_EQ(error, 0);
-  EXPECT_LT(run.Clock.Elapsed(), 0.2);
+TEST_ON(LinkTest, LeaveProgrammingMode, EndsItsPauseAtMidnight) {
+  Clock.Set(86399.96);
+  Port.Expect("'L'", "0D", kReplyDelay);
+  LeaveProgrammingMode(Context, Error);
+  EXPECT_EQ(Error, 0);
+  EXPECT_LT(Clock.Elapsed(), 0.2);
 }
 
-TEST(LeaveProgrammingModeIfEntered, SendsNothingWhenTheModeWasNeverEntered) {
-  ScriptedRun run;
-  LeaveProgrammingModeIfEntered(run.Context);
-  EXPECT_THAT(run.Port.Log, IsEmpty());
+TEST_ON(LinkTest, LeaveProgrammingModeIfEntered, SendsNothingWhenTheModeWasNeverEntered) {
+  LeaveProgrammingModeIfEntered(Context);
+  EXPECT_THAT(Port.Log, IsEmpty());
 }
 
-TEST(LeaveProgrammingModeIfEntered, LeavesTheModeOnce) {
-  ScriptedRun run;
-  run.Port.Expect("'P'", "0D").Expect("'L'", "0D");
-  std::int16_t error = 0;
-  EnterProgrammingMode(run.Context, error);
-  EXPECT_TRUE(run.State.Command.InProgrammingMode);
-  LeaveProgrammingModeIfEntered(run.Context);
-  EXPECT_FALSE(run.State.Command.InProgrammingMode);
-  LeaveProgrammingModeIfEntered(run.Context);
+TEST_ON(LinkTest, LeaveProgrammingModeIfEntered, LeavesTheModeOnce) {
+  Port.Expect("'P'", "0D").Expect("'L'", "0D");
+  EnterProgrammingMode(Context, Error);
+  EXPECT_TRUE(State.Command.InProgrammingMode);
+  LeaveProgrammingModeIfEntered(Context);
+  EXPECT_FALSE(State.Command.InProgrammingMode);
+  LeaveProgrammingModeIfEntered(Context);
 }
 
-TEST(LeaveProgrammingModeIfEntered, SendsNothingAfterAnOrdinaryLeave) {
-  ScriptedRun run;
-  run.Port.Expect("'P'", "0D").Expect("'L'", "0D");
-  std::int16_t error = 0;
-  EnterProgrammingMode(run.Context, error);
-  LeaveProgrammingMode(run.Context, error);
-  LeaveProgrammingModeIfEntered(run.Context);
+TEST_ON(LinkTest, LeaveProgrammingModeIfEntered, SendsNothingAfterAnOrdinaryLeave) {
+  Port.Expect("'P'", "0D").Expect("'L'", "0D");
+  EnterProgrammingMode(Context, Error);
+  LeaveProgrammingMode(Context, Error);
+  LeaveProgrammingModeIfEntered(Context);
 }
 
-TEST(LeaveProgrammingModeIfEntered, LeavesTheModeWhateverTheFlagSays) {
-  ScriptedRun run;
-  run.Port.Expect("'P'").Expect("'L'", "0D");
-  EnterProgrammingMode(run.Context, run.State.LinkError);
-  ASSERT_EQ(run.State.LinkError, 1) << "a board that took \"P\" and lost its reply is in the mode";
-  LeaveProgrammingModeIfEntered(run.Context);
-  EXPECT_EQ(run.State.LinkError, 1);
+TEST_ON(LinkTest, LeaveProgrammingModeIfEntered, LeavesTheModeWhateverTheFlagSays) {
+  Port.Expect("'P'").Expect("'L'", "0D");
+  EnterProgrammingMode(Context, State.LinkError);
+  ASSERT_EQ(State.LinkError, 1) << "a board that took \"P\" and lost its reply is in the mode";
+  LeaveProgrammingModeIfEntered(Context);
+  EXPECT_EQ(State.LinkError, 1);
 }
 
-TEST(LeaveProgrammingModeIfEntered, DoesNotSetTheFlagItself) {
-  ScriptedRun run;
-  run.Port.Expect("'P'", "0D").Expect("'L'", "3F");
-  EnterProgrammingMode(run.Context, run.State.LinkError);
-  LeaveProgrammingModeIfEntered(run.Context);
-  EXPECT_EQ(run.State.LinkError, 0);
+TEST_ON(LinkTest, LeaveProgrammingModeIfEntered, DoesNotSetTheFlagItself) {
+  Port.Expect("'P'", "0D").Expect("'L'", "3F");
+  EnterProgrammingMode(Context, State.LinkError);
+  LeaveProgrammingModeIfEntered(Context);
+  EXPECT_EQ(State.LinkError, 0);
 }
 
-TEST(StopRequest, InProgrammingModeIsFollowedByLeavingIt) {
-  ScriptedRun run;
-  run.Port.Expect("'P'", "0D").Expect("'d'", "11").Expect("'L'", "0D");
-  const core::CommandEnding ending = ops::RunCommand(run.Context, [&](core::RunContext&) {
-    std::uint8_t data = 0;
-    EnterProgrammingMode(run.Context, run.State.LinkError);
-    run.Events.OnTurn = [&] { run.State.StopRequested = true; };
-    ReadDataByte(run.Context, data, run.State.LinkError);
-    run.Events.OnTurn = nullptr;
-    ReadDataByte(run.Context, data, run.State.LinkError);
+TEST_ON(LinkTest, StopRequest, InProgrammingModeIsFollowedByLeavingIt) {
+  Port.Expect("'P'", "0D").Expect("'d'", "11").Expect("'L'", "0D");
+  const CommandEnding ending = ops::RunCommand(Context, [&](core::RunContext&) {
+    EnterProgrammingMode(Context, State.LinkError);
+    Events.OnTurn = [&] { State.StopRequested = true; };
+    ReadDataByte(Context, Byte, State.LinkError);
+    Events.OnTurn = nullptr;
+    ReadDataByte(Context, Byte, State.LinkError);
     ADD_FAILURE() << "an exchange was started after the stop request";
   });
-  EXPECT_EQ(ending, core::CommandEnding::Stopped);
+  EXPECT_EQ(ending, CommandEnding::Stopped);
 }
 
 // Writing a flash word.
 
-TEST(WriteProgramWord, SendsTheLowByteFirst) {
-  ScriptedRun run;
-  run.Port.Expect("'c' 11", "0D").Expect("'C' C0", "0D");
-  std::int16_t error = 0;
-  WriteProgramWord(run.Context, 0xC0, 0x11, error);
-  EXPECT_EQ(error, 0);
-  EXPECT_THAT(run.NewTrace(), IsEmpty());
+TEST_ON(LinkTest, WriteProgramWord, SendsTheLowByteFirst) {
+  Port.Expect("'c' 11", "0D").Expect("'C' C0", "0D");
+  WriteProgramWord(Context, 0xC0, 0x11, Error);
+  EXPECT_EQ(Error, 0);
+  EXPECT_THAT(NewTrace(), IsEmpty());
 }
 
-TEST(WriteProgramWord, SendsNoHighByteAfterATimeOutOfTheLowByte) {
-  ScriptedRun run;
-  run.Port.Expect("'c' 11");
-  std::int16_t error = 0;
-  WriteProgramWord(run.Context, 0xC0, 0x11, error);
-  EXPECT_EQ(error, 1);
-  EXPECT_EQ(run.Port.Sent, Hex("'c' 11"));
-  EXPECT_THAT(run.NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Program Memory c"));
+TEST_ON(LinkTest, WriteProgramWord, SendsNoHighByteAfterATimeOutOfTheLowByte) {
+  Port.Expect("'c' 11");
+  WriteProgramWord(Context, 0xC0, 0x11, Error);
+  EXPECT_EQ(Error, 1);
+  EXPECT_EQ(Port.Sent, Hex("'c' 11"));
+  EXPECT_THAT(NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Program Memory c"));
 }
 
-TEST(WriteProgramWord, StillSendsTheHighByteAfterAWrongReplyToTheLowByte) {
-  ScriptedRun run;
-  run.Port.Expect("'c' 11", "3F").Expect("'C' C0", "0D");
-  std::int16_t error = 0;
-  WriteProgramWord(run.Context, 0xC0, 0x11, error);
-  EXPECT_EQ(error, 1);
-  EXPECT_THAT(run.NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c"));
+TEST_ON(LinkTest, WriteProgramWord, StillSendsTheHighByteAfterAWrongReplyToTheLowByte) {
+  Port.Expect("'c' 11", "3F").Expect("'C' C0", "0D");
+  WriteProgramWord(Context, 0xC0, 0x11, Error);
+  EXPECT_EQ(Error, 1);
+  EXPECT_THAT(NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c"));
 }
 
-TEST(WriteProgramWord, ReportsBothBytesInTwoLinesUnderOneFlag) {
-  ScriptedRun run;
-  run.Port.Expect("'c' 11", "3F").Expect("'C' C0", "3F");
-  std::int16_t error = 0;
-  WriteProgramWord(run.Context, 0xC0, 0x11, error);
-  EXPECT_EQ(error, 1);
-  EXPECT_THAT(run.NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c",
-                                          "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Hi byte Write Data Memory C"));
+TEST_ON(LinkTest, WriteProgramWord, ReportsBothBytesInTwoLinesUnderOneFlag) {
+  Port.Expect("'c' 11", "3F").Expect("'C' C0", "3F");
+  WriteProgramWord(Context, 0xC0, 0x11, Error);
+  EXPECT_EQ(Error, 1);
+  EXPECT_THAT(NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c",
+                                      "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Hi byte Write Data Memory C"));
 }
 
-TEST(WriteProgramWord, WithAWrongLowByteAndASilentHighByteReportsBoth) {
-  ScriptedRun run;
-  run.Port.Expect("'c' 11", "3F").Expect("'C' C0");
-  std::int16_t error = 0;
-  WriteProgramWord(run.Context, 0xC0, 0x11, error);
-  EXPECT_EQ(error, 1);
-  EXPECT_THAT(run.NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c",
-                                          "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Hi byte Write Program Memory C"));
+TEST_ON(LinkTest, WriteProgramWord, WithAWrongLowByteAndASilentHighByteReportsBoth) {
+  Port.Expect("'c' 11", "3F").Expect("'C' C0");
+  WriteProgramWord(Context, 0xC0, 0x11, Error);
+  EXPECT_EQ(Error, 1);
+  EXPECT_THAT(NewTrace(), ElementsAre("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c",
+                                      "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Hi byte Write Program Memory C"));
 }
 
-TEST(WriteProgramWord, IsEndedBetweenItsExchangesByAStopRequest) {
-  ScriptedRun run;
-  run.Port.Expect("'c' 11", "0D");
-  run.Events.OnTurn = [&] { run.State.StopRequested = true; };
-  std::int16_t error = 0;
-  EXPECT_THROW(WriteProgramWord(run.Context, 0xC0, 0x11, error), core::CommandEnd);
-  EXPECT_EQ(run.Port.Sent, Hex("'c' 11"));
+TEST_ON(LinkTest, WriteProgramWord, IsEndedBetweenItsExchangesByAStopRequest) {
+  Port.Expect("'c' 11", "0D");
+  Events.OnTurn = [&] { State.StopRequested = true; };
+  EXPECT_THROW(WriteProgramWord(Context, 0xC0, 0x11, Error), core::CommandEnd);
+  EXPECT_EQ(Port.Sent, Hex("'c' 11"));
 }
 
 // Addresses.
 
-TEST(SelectAddress, SendsTheHighByteFirst) {
+TEST_ON(LinkTest, SelectAddress, SendsTheHighByteFirst) {
   const std::vector<std::pair<std::int32_t, std::string>> rows{
       {0, "00 00"},   {1, "00 01"},    {255, "00 FF"},    {256, "01 00"},
       {257, "01 01"}, {4095, "0F FF"}, {0x1234, "12 34"}, {0xFFFF, "FF FF"}};
   for (const auto& [address, bytes] : rows) {
-    ScriptedRun run;
-    run.Port.Expect("'a' " + bytes, "0D");
-    std::int16_t error = 0;
-    SelectAddress(run.Context, address, error);
-    EXPECT_EQ(error, 0) << address;
+    Port.Expect("'a' " + bytes, "0D");
+    SelectAddress(Context, address, Error);
+    EXPECT_EQ(Error, 0) << address;
   }
 }
 
-TEST(SelectAddress, SendsEachByteInAWriteOfItsOwn) {
-  ScriptedRun run;
-  run.Port.Expect("'a' 12 34", "0D");
-  std::int16_t error = 0;
-  SelectAddress(run.Context, 0x1234, error);
-  EXPECT_THAT(run.Port.Log, ElementsAre("DiscardInput", "Output 61", "Output 12", "Output 34"));
+TEST_ON(LinkTest, SelectAddress, SendsEachByteInAWriteOfItsOwn) {
+  Port.Expect("'a' 12 34", "0D");
+  SelectAddress(Context, 0x1234, Error);
+  EXPECT_THAT(Port.Log, ElementsAre("DiscardInput", "Output 61", "Output 12", "Output 34"));
 }
 
 // Erasing.
 
-TEST(ChipErase, NotesWhatHasBecomeOfTheChip) {
-  for (const char* reply : {"0D", "3F", ""}) {
-    ScriptedRun run;
-    run.Port.Expect("'e'", reply);
-    std::int16_t error = 0;
-    ChipErase(run.Context, error);
-    EXPECT_TRUE(run.State.Command.EraseStarted);
-    EXPECT_EQ(run.State.Command.Erased, std::string(reply) == "0D");
+TEST_ON(LinkTest, ChipErase, NotesWhatHasBecomeOfTheChip) {
+  for (const std::string reply : {"0D", "3F", ""}) {
+    State.Command = {};
+    Port.Expect("'e'", reply);
+    ChipErase(Context, Error);
+    EXPECT_TRUE(State.Command.EraseStarted);
+    EXPECT_EQ(State.Command.Erased, reply == "0D");
   }
 }
 
 // Selecting the device.
 
-TEST(SelectDevice, TracesTheDeviceCodeWithoutPadding) {
+struct SelectWithDialog : LinkTest {
+  void SelectAnswered(const std::string& reply) {
+    Dialog.Show("busy", MessageMode::Busy);
+    Port.Expect("'T' 4C", reply);
+    SelectDevice(Context, 0x4C, Error);
+  }
+};
+
+TEST_ON(SelectWithDialog, SelectDevice, TracesTheDeviceCodeWithoutPadding) {
   const std::vector<std::pair<std::uint8_t, std::string>> rows{
       {0, "0"}, {5, "5"}, {0x0F, "F"}, {0x10, "10"}, {0x13, "13"}, {0x6C, "6C"}, {0xFF, "FF"}};
   for (const auto& [code, digits] : rows) {
-    ScriptedRun run;
-    run.Port.Expect("'T' " + core::HexByte(code), "0D");
-    std::int16_t error = 0;
-    SelectDevice(run.Context, code, error);
-    EXPECT_THAT(run.NewTrace(), ElementsAre("ｺﾏﾝﾄﾞ送信 : Select device command T , 0x" + digits));
+    Port.Expect("'T' " + core::HexByte(code), "0D");
+    SelectDevice(Context, code, Error);
+    EXPECT_THAT(NewTrace(), ElementsAre("ｺﾏﾝﾄﾞ送信 : Select device command T , 0x" + digits));
   }
 }
 
-TEST(SelectDevice, TracesBeforeItSends) {
-  ScriptedRun run;
-  run.State.StopRequested = true;
-  std::int16_t error = 0;
-  EXPECT_THROW(SelectDevice(run.Context, 5, error), core::CommandEnd);
-  EXPECT_THAT(run.NewTrace(), ElementsAre("ｺﾏﾝﾄﾞ送信 : Select device command T , 0x5"));
+TEST_ON(SelectWithDialog, SelectDevice, TracesBeforeItSends) {
+  State.StopRequested = true;
+  EXPECT_THROW(SelectDevice(Context, 5, Error), core::CommandEnd);
+  EXPECT_THAT(NewTrace(), ElementsAre("ｺﾏﾝﾄﾞ送信 : Select device command T , 0x5"));
 }
 
-TEST(SelectDevice, SendsTheCodeOfEveryDeviceInTheCatalogue) {
+TEST_ON(SelectWithDialog, SelectDevice, SendsTheCodeOfEveryDeviceInTheCatalogue) {
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
-    ScriptedRun run;
-    run.Port.Expect("'T' " + core::HexByte(device.DeviceCode), "0D");
-    std::int16_t error = 0;
-    SelectDevice(run.Context, device.DeviceCode, error);
-    EXPECT_EQ(error, 0) << device.DisplayName;
+    Port.Expect("'T' " + core::HexByte(device.DeviceCode), "0D");
+    SelectDevice(Context, device.DeviceCode, Error);
+    EXPECT_EQ(Error, 0) << device.DisplayName;
   }
 }
 
-TEST(SelectDevice, ShowsItsTimeOutInTheDialogWithAButton) {
-  ScriptedRun run;
-  run.Dialog.Show("busy", screen::MessageMode::Busy);
-  run.Port.Expect("'T' 4C");
-  std::int16_t error = 0;
-  SelectDevice(run.Context, 0x4C, error);
-  EXPECT_EQ(run.Dialog.Text, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T");
-  EXPECT_TRUE(run.Dialog.ButtonVisible);
-  EXPECT_TRUE(run.Dialog.Loaded);
-  EXPECT_EQ(run.State.StatusText, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T");
+TEST_ON(SelectWithDialog, SelectDevice, ShowsItsTimeOutInTheDialogWithAButton) {
+  SelectAnswered("");
+  EXPECT_EQ(Dialog.Text, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T");
+  EXPECT_TRUE(Dialog.ButtonVisible);
+  EXPECT_TRUE(Dialog.Loaded);
+  EXPECT_EQ(State.StatusText, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T");
 }
 
-TEST(SelectDevice, ShowsItsRefusalInTheDialogWithAButton) {
+TEST_ON(SelectWithDialog, SelectDevice, ShowsItsRefusalInTheDialogWithAButton) {
   const std::string text =
       "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T \r\n"
       "プログラマは、選択したマイコンを認識できませんでした。";
-  ScriptedRun run;
-  run.Dialog.Show("busy", screen::MessageMode::Busy);
-  run.Port.Expect("'T' 4C", "3F");
-  std::int16_t error = 0;
-  SelectDevice(run.Context, 0x4C, error);
-  EXPECT_EQ(run.Dialog.Text, text);
-  EXPECT_TRUE(run.Dialog.ButtonVisible);
-  EXPECT_EQ(run.State.StatusText, text);
-  EXPECT_EQ(run.PanelText(screen::Panel::Status), text);
+  SelectAnswered("3F");
+  EXPECT_EQ(Dialog.Text, text);
+  EXPECT_TRUE(Dialog.ButtonVisible);
+  EXPECT_EQ(State.StatusText, text);
+  EXPECT_EQ(PanelText(Panel::Status), text);
 }
 
-TEST(SelectDevice, LeavesTheDialogAloneOnSuccess) {
-  ScriptedRun run;
-  run.Dialog.Show("busy", screen::MessageMode::Busy);
-  run.Port.Expect("'T' 4C", "0D");
-  std::int16_t error = 0;
-  SelectDevice(run.Context, 0x4C, error);
-  EXPECT_EQ(run.Dialog.Text, "busy");
-  EXPECT_FALSE(run.Dialog.ButtonVisible);
+TEST_ON(SelectWithDialog, SelectDevice, LeavesTheDialogAloneOnSuccess) {
+  SelectAnswered("0D");
+  EXPECT_EQ(Dialog.Text, "busy");
+  EXPECT_FALSE(Dialog.ButtonVisible);
 }
 
 // A board at the other end.
 
 TEST(CommandsOnABoard, WriteAndReadAWordOfEveryDevice) {
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
-    testing::BoardRun run(device.DisplayName);
-    ASSERT_EQ(run.Port.Open().Status, platform::PortOpenStatus::Ok);
+    SCOPED_TRACE(device.DisplayName);
+    BoardRun run(device.DisplayName);
+    ASSERT_EQ(run.Port.Open().Status, PortOpenStatus::Ok);
     std::int16_t error = 0;
     AvrExtendCommand(run.Context, error);
     SelectDevice(run.Context, device.DeviceCode, error);
     EnterProgrammingMode(run.Context, error);
     ChipErase(run.Context, error);
     SelectAddress(run.Context, 3, error);
-    if (device.DisplayName == "ATtiny26L") {
-      WriteProgramWordTiny26(run.Context, 0xC0, 0x11, error);
-    } else {
-      WriteProgramWord(run.Context, 0xC0, 0x11, error);
-    }
+    const bool tiny26 = device.DisplayName == "ATtiny26L";
+    (tiny26 ? WriteProgramWordTiny26 : WriteProgramWord)(run.Context, 0xC0, 0x11, error);
     SelectAddress(run.Context, 3, error);
     std::uint8_t high = 0;
     std::uint8_t low = 0;
@@ -1000,11 +715,11 @@ TEST(CommandsOnABoard, WriteAndReadAWordOfEveryDevice) {
     std::uint8_t data = 0;
     EXPECT_TRUE(ReadDataByte(run.Context, data, error));
     LeaveProgrammingMode(run.Context, error);
-    EXPECT_EQ(error, 0) << device.DisplayName;
-    EXPECT_EQ(high, 0xC0) << device.DisplayName;
-    EXPECT_EQ(low, 0x11) << device.DisplayName;
-    EXPECT_EQ(data, 0x5A) << device.DisplayName;
-    EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode()) << device.DisplayName;
+    EXPECT_EQ(error, 0);
+    EXPECT_EQ(high, 0xC0);
+    EXPECT_EQ(low, 0x11);
+    EXPECT_EQ(data, 0x5A);
+    EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
   }
 }
 

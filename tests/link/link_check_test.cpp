@@ -1,58 +1,15 @@
-#include <algorithm>
-#include <chrono>
-#include <cstdint>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "core/command_end.h"
 #include "core/device_catalogue.h"
-#include "core/hex_format.h"
-#include "core/settings_keys.h"
 #include "link/detection.h"
-#include "recorded_run.h"
-#include "support/test_run.h"
+#include "link/link_test.h"
 
 namespace fenwright::link {
 namespace {
 
-using platform::InputMode;
-using platform::PortOpenStatus;
-using screen::MessageMode;
-using screen::Panel;
-using ::testing::AllOf;
-using testing::BoardRun;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using testing::Hex;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using testing::RecordedRun;
-using testing::ScriptedRun;
-using ::testing::StartsWith;
-
-constexpr double kOneTurn = 0.006;
 /// The two rests of the detection.
 constexpr double kDetectionRests = 0.2;
 
 const std::string kStarting = "ライタと通信中！";
-const std::string kDetecting = "ｺﾏﾝﾄﾞ送信 : Avr Extend command A";
-const std::string kFound = "ライターを COM3に検出しました。";
-const std::string kVersion = "KV-LOD350  V6.38";
 const std::string kSelecting = "ｺﾏﾝﾄﾞ送信 : Select device command T , 0x4C";
-const std::string kNoBoard =
-    "ライターを検出できませんでした。使用可能な通信ポートを設定してください。";
-const std::string kUnreadable = "ファームウエアバージョンを読み出せませんでした。";
-const std::string kTooOld =
-    "このソフトは使用できません。\r\n"
-    "ファームウエアバージョン6.38以降にアップデートしてください。";
 const std::string kSelectTimedOut = "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T";
 const std::string kSelectRefused =
     "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T \r\n"
@@ -63,401 +20,336 @@ const std::string kNoPort =
     "[通信チェック] [COMポート選択]を実行して下さい。\r\n";
 const std::string kNoPortStatus = "ライタと通信ができませんでした。(レジストリリード)";
 
-constexpr std::uint8_t kCode = 0x4C;
+/// Link checks on port 3, the device 0x4C selected.
+struct CheckRun : LinkRun {
+  CheckRun() { State.DeviceCode = 0x4C; }
 
-/// The script of a board up to "A".
-template <typename Run>
-void ExpectDetection(Run& run, const std::string& line = kVersion) {
-  const std::string reply = "'" + line + "' 0D 0A";
-  run.Port.Expect("1B").Expect("'?'", reply).Expect("'?'", reply);
+  bool Check() { return CheckProgrammerLink(Context); }
+  /// On a board that answers to "A", to "T" and to the escape byte behind it.
+  bool CheckWith(const std::string& extend, const std::string& select,
+                 double extend_delay = 0.001) {
+    ExpectVersion(Port);
+    Port.Expect("'A'", extend, extend_delay).Expect("'T' 4C", select).Expect("1B");
+    return Check();
+  }
+  /// On one that accepts everything.
+  bool CheckGoodBoard(const std::string& line = kVersion) {
+    ExpectVersion(Port, line);
+    Port.Expect("'A'", "0D").Expect("'T' 4C", "0D").Expect("1B");
+    return Check();
+  }
+  /// On one that is refused for its line.
+  bool CheckOther(const std::string& line) {
+    ExpectVersion(Port, line);
+    return Check();
+  }
+  bool CheckSilence() {
+    ExpectSilence(Port);
+    return Check();
+  }
+  void ExpectNoBoardTraced() {
+    EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kNoBoard, kNoBoard, ""));
+  }
+  void ExpectSelectionTraced(const ::testing::Matcher<std::string>& end) {
+    EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFoundOnCom3, kVersion,
+                                        kSelecting, end));
+  }
+};
+
+struct CheckTest : Test, CheckRun {};
+
+TEST_ON(CheckTest, CheckProgrammerLink, TakesItsStepsInOrder) {
+  Dialog.Show("busy", MessageMode::Busy);
+  Recorded.clear();
+  EXPECT_TRUE(CheckGoodBoard());
+  EXPECT_THAT(
+      Steps(),
+      ElementsAre("panel 1 " + kStarting, "turn", "Close", "CommPort=3", "panel 4 COM3",
+                  "Settings=57600,n,8,1", "Handshaking=0", "InputLen=0", "RTSEnable=true",
+                  "RThreshold=1", "DiscardInput", "Open",
+                  // Detection.
+                  "panel 1 " + kDetecting, "InputMode=text", "DiscardInput", "Output 1B", "turn",
+                  "DiscardInput", "Output 3F", "turn", "DiscardInput", "Output 3F", "turn",
+                  "panel 1 " + kFoundOnCom3, "dialog text " + kFoundOnCom3, "panel 3 " + kVersion,
+                  "DiscardInput", "Output 41", "InputMode=binary",
+                  // The rest for the acknowledgement of "A", then the device.
+                  "turn", "panel 1 " + kSelecting, "DiscardInput", "Output 54", "Output 4C", "turn",
+                  "close dialog", AllOf(StartsWith("panel 1 "), EndsWith("ＯＫ ！！")), "turn",
+                  // Back to the normal command set.
+                  "InputMode=text", "DiscardInput", "Output 1B", "InputMode=binary"));
 }
 
-/// The script of a board that accepts everything.
-template <typename Run>
-void ExpectGoodBoard(Run& run, const std::string& line = kVersion) {
-  ExpectDetection(run, line);
-  run.Port.Expect("'A'", "0D").Expect("'T' 4C", "0D").Expect("1B");
+TEST_ON(CheckTest, CheckProgrammerLink, OnSuccessLeavesThePortOpenAndTheDialogClosed) {
+  State.LinkError = 2;
+  EXPECT_TRUE(CheckGoodBoard());
+  EXPECT_EQ(State.LinkError, 0);
+  EXPECT_TRUE(Port.PortOpen());
+  EXPECT_EQ(Port.CurrentInputMode(), InputMode::Binary);
+  EXPECT_FALSE(Dialog.Loaded);
+  EXPECT_THAT(Boxes.Boxes, IsEmpty());
+  EXPECT_DOUBLE_EQ(State.FirmwareVersion, 6.38);
+  EXPECT_EQ(State.FirmwareVersionText, kVersion);
+  EXPECT_EQ(PanelText(Panel::Port), "COM3");
+  EXPECT_EQ(PanelText(Panel::BoardVersion), kVersion);
 }
 
-/// The log from the first entry of that text on.
-std::vector<std::string> From(const std::vector<std::string>& log, const std::string& text) {
-  const auto first = std::find(log.begin(), log.end(), text);
-  return {first, log.end()};
+TEST_ON(CheckTest, CheckProgrammerLink, TracesAWholeGoodCheck) {
+  CheckGoodBoard();
+  ExpectSelectionTraced(EndsWith("ＯＫ ！！"));
 }
 
-TEST(CheckProgrammerLink, TakesItsStepsInOrder) {
-  RecordedRun run;
-  run.State.DeviceCode = kCode;
-  run.Dialog.Show("busy", MessageMode::Busy);
-  run.Port.StartOpen();
-  ExpectGoodBoard(run);
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(run.Port.Log,
-              ElementsAre("panel 1: " + kStarting, "yield", "Close", "CommPort=3", "panel 4: COM3",
-                          "Settings=57600,n,8,1", "Handshaking=0", "InputLen=0", "RTSEnable=true",
-                          "RThreshold=1", "DiscardInput", "Open",
-                          // Detection.
-                          "panel 1: " + kDetecting, "InputMode=text", "DiscardInput", "Output 1B",
-                          "yield", "DiscardInput", "Output 3F", "yield", "DiscardInput",
-                          "Output 3F", "yield", "panel 1: " + kFound, "dialog text: " + kFound,
-                          "panel 3: " + kVersion, "DiscardInput", "Output 41", "InputMode=binary",
-                          // The rest for the acknowledgement of "A", then the device.
-                          "yield", "panel 1: " + kSelecting, "DiscardInput", "Output 54",
-                          "Output 4C", "yield", "dialog closed",
-                          AllOf(StartsWith("panel 1: "), EndsWith("ＯＫ ！！")), "yield",
-                          // Back to the normal command set.
-                          "InputMode=text", "DiscardInput", "Output 1B", "InputMode=binary"));
+TEST_ON(CheckTest, CheckProgrammerLink, ClosesAndReopensThePortEveryTime) {
+  EXPECT_TRUE(CheckGoodBoard());
+  Port.Log.clear();
+  EXPECT_TRUE(CheckGoodBoard());
+  EXPECT_THAT(Port.Log[0], "Close");
+  EXPECT_THAT(Port.Log, Contains("Open"));
 }
 
-TEST(CheckProgrammerLink, OnSuccessLeavesThePortOpenAndTheDialogClosed) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  run.State.LinkError = 2;
-  ExpectGoodBoard(run);
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.State.LinkError, 0);
-  EXPECT_TRUE(run.Port.PortOpen());
-  EXPECT_EQ(run.Port.CurrentInputMode(), InputMode::Binary);
-  EXPECT_FALSE(run.Dialog.Loaded);
-  EXPECT_THAT(run.Boxes.Boxes, IsEmpty());
-  EXPECT_DOUBLE_EQ(run.State.FirmwareVersion, 6.38);
-  EXPECT_EQ(run.State.FirmwareVersionText, kVersion);
-  EXPECT_EQ(run.PanelText(Panel::Port), "COM3");
-  EXPECT_EQ(run.PanelText(Panel::BoardVersion), kVersion);
+TEST_ON(CheckTest, CheckProgrammerLink, OpensAPortThatWasClosed) {
+  Port.Close();
+  Port.Log.clear();
+  EXPECT_TRUE(CheckGoodBoard());
+  EXPECT_THAT(Port.Log, Not(Contains("Close")));
 }
 
-TEST(CheckProgrammerLink, TracesAWholeGoodCheck) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectGoodBoard(run);
-  CheckProgrammerLink(run.Context);
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFound, kVersion,
-                                          kSelecting, EndsWith("ＯＫ ！！")));
-}
-
-TEST(CheckProgrammerLink, ClosesAndReopensThePortEveryTime) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectGoodBoard(run);
-  ExpectGoodBoard(run);
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  run.Port.Log.clear();
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(run.Port.Log[0], "Close");
-  EXPECT_THAT(run.Port.Log, Contains("Open"));
-}
-
-TEST(CheckProgrammerLink, OpensAPortThatWasClosed) {
-  RecordedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectGoodBoard(run);
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(run.Port.Log, Not(Contains("Close")));
-}
-
-TEST(CheckProgrammerLink, UsesThePortNumberStoredNow) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  run.Settings.Write(core::kSettingsSection, core::kPortNumberKey, "12");
-  ExpectGoodBoard(run);
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.Port.CommPort(), 12);
-  EXPECT_EQ(run.PanelText(Panel::Port), "COM12");
+TEST_ON(CheckTest, CheckProgrammerLink, UsesThePortNumberStoredNow) {
+  Store("ComNox", "12");
+  EXPECT_TRUE(CheckGoodBoard());
+  EXPECT_EQ(Port.CommPort(), 12);
+  EXPECT_EQ(PanelText(Panel::Port), "COM12");
 }
 
 // No port chosen.
 
-TEST(CheckProgrammerLink, WithoutAStoredPortSaysSoAndOpensNothing) {
-  ScriptedRun run;
-  platform::MemorySettingsStore empty;
-  const core::RunContext& all = run.Context;
-  core::RunContext context{
-      .State = all.State,
-      .Line = all.Line,
-      .Storage = {.Files = run.Files, .CodePage = run.CodePage, .Settings = empty},
-      .Screen = all.Screen};
-  EXPECT_FALSE(CheckProgrammerLink(context));
-  EXPECT_THAT(run.Port.Log,
+TEST_ON(CheckTest, CheckProgrammerLink, WithoutAStoredPortSaysSoAndOpensNothing) {
+  Settings = {};
+  EXPECT_FALSE(Check());
+  EXPECT_THAT(Port.Log,
               ElementsAre("Close", "CommPort=1", "Settings=57600,n,8,1", "Handshaking=0",
                           "InputLen=0", "RTSEnable=true", "RThreshold=1", "DiscardInput"));
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_EQ(run.PanelText(Panel::Port), "COM1");
-  EXPECT_EQ(run.State.MessageText, kNoPort);
-  EXPECT_THAT(run.Dialog.Shown, ElementsAre(::testing::Pair(kNoPort, MessageMode::Notice)));
-  EXPECT_TRUE(run.Dialog.ButtonVisible);
-  EXPECT_EQ(run.State.StatusText, kNoPortStatus);
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM1", kNoPort, kNoPortStatus));
-  EXPECT_EQ(run.State.LinkError, 0);
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_EQ(PanelText(Panel::Port), "COM1");
+  EXPECT_EQ(State.MessageText, kNoPort);
+  EXPECT_THAT(Dialog.Shown, ElementsAre(Pair(kNoPort, MessageMode::Notice)));
+  EXPECT_TRUE(Dialog.ButtonVisible);
+  EXPECT_EQ(State.StatusText, kNoPortStatus);
+  EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM1", kNoPort, kNoPortStatus));
+  EXPECT_EQ(State.LinkError, 0);
 }
 
-TEST(CheckProgrammerLink, WithTheStoredPortZeroSaysThatNoneIsChosen) {
-  ScriptedRun run;
-  run.Settings.Write(core::kSettingsSection, core::kPortNumberKey, "0");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(run.Port.Log, Not(Contains("Open")));
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_THAT(run.Port.Sent, IsEmpty());
-  EXPECT_EQ(run.Port.CommPort(), 0);
-  EXPECT_EQ(run.State.MessageText, kNoPort);
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM0", kNoPort, kNoPortStatus));
+TEST_ON(CheckTest, CheckProgrammerLink, WithTheStoredPortZeroSaysThatNoneIsChosen) {
+  Store("ComNox", "0");
+  EXPECT_FALSE(Check());
+  EXPECT_THAT(Port.Log, Not(Contains("Open")));
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_THAT(Port.Sent, IsEmpty());
+  EXPECT_EQ(Port.CommPort(), 0);
+  EXPECT_EQ(State.MessageText, kNoPort);
+  EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM0", kNoPort, kNoPortStatus));
 }
 
-TEST(CheckProgrammerLink, TakesAStoredPortThatMakesNoSenseForNone) {
+TEST_ON(CheckTest, CheckProgrammerLink, TakesAStoredPortThatMakesNoSenseForNone) {
   for (const char* stored : {"", "abc", "3x", "COM3", "-2", "1e99", "nan"}) {
-    ScriptedRun run;
-    run.Settings.Write(core::kSettingsSection, core::kPortNumberKey, stored);
-    EXPECT_FALSE(CheckProgrammerLink(run.Context)) << stored;
-    EXPECT_THAT(run.Port.Log, Not(Contains("Open"))) << stored;
-    EXPECT_FALSE(run.Port.PortOpen()) << stored;
-    EXPECT_THAT(run.Port.Sent, IsEmpty()) << stored;
-    EXPECT_EQ(run.State.MessageText, kNoPort) << stored;
-    EXPECT_EQ(run.State.StatusText, kNoPortStatus) << stored;
+    SCOPED_TRACE(stored);
+    CheckRun run;
+    run.Store("ComNox", stored);
+    EXPECT_FALSE(run.Check());
+    EXPECT_THAT(run.Port.Log, Not(Contains("Open")));
+    EXPECT_FALSE(run.Port.PortOpen());
+    EXPECT_THAT(run.Port.Sent, IsEmpty());
+    EXPECT_EQ(run.State.MessageText, kNoPort);
+    EXPECT_EQ(run.State.StatusText, kNoPortStatus);
   }
 }
 
 // A port that cannot be opened.
 
-TEST(CheckProgrammerLink, OnAPortThatCannotBeOpenedFindsNoBoardAndTellsTheCause) {
-  struct Refusal {
-    PortOpenStatus Status;
-    std::string Reason;
-  };
-  for (const Refusal& refusal : {Refusal{PortOpenStatus::Missing, "No such file or directory"},
-                                 Refusal{PortOpenStatus::NoPermission, "Permission denied"},
-                                 Refusal{PortOpenStatus::Busy, "Device or resource busy"},
-                                 Refusal{PortOpenStatus::Failed, "Inappropriate ioctl"}}) {
-    ScriptedRun run;
-    run.Port.OpenResult = {
-        .Status = refusal.Status, .Path = "/dev/ttyUSB7", .Reason = refusal.Reason};
-    EXPECT_FALSE(CheckProgrammerLink(run.Context));
+TEST_ON(CheckTest, CheckProgrammerLink, OnAPortThatCannotBeOpenedFindsNoBoardAndTellsTheCause) {
+  const std::vector<std::pair<PortOpenStatus, std::string>> refusals{
+      {PortOpenStatus::Missing, "No such file or directory"},
+      {PortOpenStatus::NoPermission, "Permission denied"},
+      {PortOpenStatus::Busy, "Device or resource busy"},
+      {PortOpenStatus::Failed, "Inappropriate ioctl"}};
+  for (const auto& [status, reason] : refusals) {
+    CheckRun run;
+    run.Port.OpenResult = {.Status = status, .Path = "/dev/ttyUSB7", .Reason = reason};
+    EXPECT_FALSE(run.Check());
     EXPECT_EQ(run.State.LinkError, 1);
     EXPECT_EQ(run.Dialog.Text, kNoBoard);
     EXPECT_TRUE(run.Dialog.ButtonVisible);
-    EXPECT_THAT(run.Dialog.Detail, HasSubstr("COM3"));
-    EXPECT_THAT(run.Dialog.Detail, HasSubstr("/dev/ttyUSB7"));
-    EXPECT_THAT(run.Dialog.Detail, HasSubstr(refusal.Reason));
-    EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kNoBoard, kNoBoard, ""));
+    EXPECT_THAT(run.Dialog.Detail,
+                AllOf(HasSubstr("COM3"), HasSubstr("/dev/ttyUSB7"), HasSubstr(reason)));
+    run.ExpectNoBoardTraced();
     EXPECT_THAT(run.Port.Sent, IsEmpty());
     EXPECT_FALSE(run.Port.PortOpen());
-    EXPECT_EQ(run.State.LastPortOpen.Status, refusal.Status);
+    EXPECT_EQ(run.State.LastPortOpen.Status, status);
     EXPECT_LT(run.Clock.Elapsed(), kDetectionRests + 2 * kOneTurn);
   }
 }
 
-TEST(CheckProgrammerLink, OnAPortWithoutADeviceNamesThePortAlone) {
-  ScriptedRun run;
-  run.Port.OpenResult = {.Status = PortOpenStatus::Missing, .Path = "", .Reason = "no device"};
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.Dialog.Detail, "COM3 : no device");
+TEST_ON(CheckTest, CheckProgrammerLink, OnAPortWithoutADeviceNamesThePortAlone) {
+  Port.OpenResult = {.Status = PortOpenStatus::Missing, .Path = "", .Reason = "no device"};
+  EXPECT_FALSE(Check());
+  EXPECT_EQ(Dialog.Detail, "COM3 : no device");
 }
 
 // Detection that fails.
 
-TEST(CheckProgrammerLink, TellsASilentBoardFromALineThatHasGone) {
-  ScriptedRun silent;
-  silent.Port.Expect("1B").Expect("'?'").Expect("'?'");
-  EXPECT_FALSE(CheckProgrammerLink(silent.Context));
-  EXPECT_THAT(silent.Dialog.Detail,
+TEST_ON(CheckTest, CheckProgrammerLink, TellsASilentBoardFromALineThatHasGone) {
+  EXPECT_FALSE(CheckSilence());
+  EXPECT_THAT(Dialog.Detail,
               AllOf(StartsWith("COM3"), HasSubstr("ライターとしての返答がありません。")));
-  ScriptedRun gone;
+  CheckRun gone;
   gone.Port.Expect("1B").ThenHangUp();
-  EXPECT_FALSE(CheckProgrammerLink(gone.Context));
+  EXPECT_FALSE(gone.Check());
   EXPECT_THAT(gone.Dialog.Detail,
               AllOf(StartsWith("COM3"), HasSubstr("通信ポートがなくなりました。")));
 }
 
-TEST(CheckProgrammerLink, ExplainsNoMissingBoardWhenTheFirmwareIsTooOld) {
-  ScriptedRun run;
-  ExpectDetection(run, "KV-LOD350  V6.29");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.Dialog.Detail, "");
+TEST_ON(CheckTest, CheckProgrammerLink, ExplainsNoMissingBoardWhenTheFirmwareIsTooOld) {
+  EXPECT_FALSE(CheckOther("KV-LOD350  V6.29"));
+  EXPECT_EQ(Dialog.Detail, "");
 }
 
-TEST(CheckProgrammerLink, OnASilentBoardClosesThePortAndThenSendsTheEscape) {
-  RecordedRun run;
-  run.Port.Expect("1B").Expect("'?'").Expect("'?'");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(
-      From(run.Port.Log, "panel 1: " + kNoBoard),
-      ElementsAre("panel 1: " + kNoBoard, "dialog text: " + kNoBoard,
-                  "dialog shown in mode 1: " + kNoBoard, "panel 3: ", "dialog button", "Close",
-                  "InputMode=text", "DiscardInput", "Output 1B", "InputMode=binary"));
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_TRUE(run.Dialog.Loaded);
-  EXPECT_EQ(run.Port.CurrentInputMode(), InputMode::Binary);
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kNoBoard, kNoBoard, ""));
-  EXPECT_GT(run.Clock.Elapsed(), kDetectionRests + 1 - 1e-6);
+TEST_ON(CheckTest, CheckProgrammerLink, OnASilentBoardClosesThePortAndThenSendsTheEscape) {
+  EXPECT_FALSE(CheckSilence());
+  EXPECT_THAT(StepsFrom("panel 1 " + kNoBoard),
+              ElementsAre("panel 1 " + kNoBoard, "dialog text " + kNoBoard, "notice " + kNoBoard,
+                          "panel 3 ", "dialog button", "Close", "InputMode=text", "DiscardInput",
+                          "Output 1B", "InputMode=binary"));
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_TRUE(Dialog.Loaded);
+  EXPECT_EQ(Port.CurrentInputMode(), InputMode::Binary);
+  ExpectNoBoardTraced();
+  EXPECT_GT(Clock.Elapsed(), kDetectionRests + 1 - 1e-6);
 }
 
-TEST(CheckProgrammerLink, ForgetsTheVersionOfABoardThatHasGoneSilent) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectGoodBoard(run);
-  ASSERT_TRUE(CheckProgrammerLink(run.Context));
-  run.Port.Expect("1B").Expect("'?'").Expect("'?'");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.State.FirmwareVersion, 0);
-  EXPECT_EQ(run.State.FirmwareVersionText, "");
-  EXPECT_EQ(run.PanelText(Panel::BoardVersion), "");
+TEST_ON(CheckTest, CheckProgrammerLink, ForgetsTheVersionOfABoardThatHasGoneSilent) {
+  ASSERT_TRUE(CheckGoodBoard());
+  EXPECT_FALSE(CheckSilence());
+  EXPECT_EQ(State.FirmwareVersion, 0);
+  EXPECT_EQ(State.FirmwareVersionText, "");
+  EXPECT_EQ(PanelText(Panel::BoardVersion), "");
 }
 
-TEST(CheckProgrammerLink, OnAnotherBoardClosesThePort) {
-  RecordedRun run;
-  ExpectDetection(run, "KV-LOD350B V6.38");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(From(run.Port.Log, "panel 1: " + kUnreadable),
-              ElementsAre("panel 1: " + kUnreadable, "dialog text: " + kUnreadable, "dialog button",
-                          "panel 3: ", "InputMode=binary", "Close", "InputMode=text",
-                          "DiscardInput", "Output 1B", "InputMode=binary"));
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_FALSE(run.Port.PortOpen());
+TEST_ON(CheckTest, CheckProgrammerLink, OnAnotherBoardClosesThePort) {
+  EXPECT_FALSE(CheckOther("KV-LOD350B V6.38"));
+  EXPECT_THAT(StepsFrom("panel 1 " + kUnreadable),
+              ElementsAre("panel 1 " + kUnreadable, "dialog text " + kUnreadable, "dialog button",
+                          "panel 3 ", "InputMode=binary", "Close", "InputMode=text", "DiscardInput",
+                          "Output 1B", "InputMode=binary"));
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_FALSE(Port.PortOpen());
 }
 
-TEST(CheckProgrammerLink, OnOldFirmwareClosesThePortWithFlagTwoAndNoAdvice) {
-  ScriptedRun run;
-  ExpectDetection(run, "KV-LOD350  V6.29");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.State.LinkError, 2);
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_EQ(run.Dialog.Text, kTooOld);
-  EXPECT_THAT(run.Boxes.Boxes, IsEmpty());
-  EXPECT_EQ(run.Port.Sent, Hex("1B '?' '?'"));
+TEST_ON(CheckTest, CheckProgrammerLink, OnOldFirmwareClosesThePortWithFlagTwoAndNoAdvice) {
+  EXPECT_FALSE(CheckOther("KV-LOD350  V6.29"));
+  EXPECT_EQ(State.LinkError, 2);
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_EQ(Dialog.Text, kTooOld);
+  EXPECT_THAT(Boxes.Boxes, IsEmpty());
+  EXPECT_EQ(Port.Sent, Hex("1B '?' '?'"));
 }
 
-TEST(CheckProgrammerLink, OnAVersionThatIsNoNumberClosesThePort) {
-  ScriptedRun run;
-  ExpectDetection(run, "KV-LOD350  Vabcd");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFound, "KV-LOD350  Vabcd",
-                                          kUnreadable, ""));
+TEST_ON(CheckTest, CheckProgrammerLink, OnAVersionThatIsNoNumberClosesThePort) {
+  EXPECT_FALSE(CheckOther("KV-LOD350  Vabcd"));
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFoundOnCom3,
+                                      "KV-LOD350  Vabcd", kUnreadable, ""));
 }
 
 // The advice.
 
-TEST(CheckProgrammerLink, AdvisesAnUpdateBeforeItSelectsTheDeviceAndWorksOn) {
-  RecordedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectGoodBoard(run, "KV-LOD350A V6.30");
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-  EXPECT_THAT(run.Boxes.Boxes[0].Text, HasSubstr("KV-LOD350 V6.3 \r\n"));
-  const std::vector<std::string> rest = From(run.Port.Log, "message box");
-  EXPECT_THAT(rest, Contains("panel 1: " + kSelecting));
+TEST_ON(CheckTest, CheckProgrammerLink, AdvisesAnUpdateBeforeItSelectsTheDeviceAndWorksOn) {
+  EXPECT_TRUE(CheckGoodBoard("KV-LOD350A V6.30"));
+  EXPECT_THAT(Boxes.Texts(), ElementsAre(HasSubstr("KV-LOD350 V6.3 \r\n")));
+  const Journal rest = StepsFrom("message box");
+  EXPECT_THAT(rest, Contains("panel 1 " + kSelecting));
   EXPECT_THAT(rest, Not(Contains("Output 41"))) << "the advice comes after the detection";
-  EXPECT_TRUE(run.Port.PortOpen());
+  EXPECT_TRUE(Port.PortOpen());
 }
 
 // Selecting the device.
 
-TEST(CheckProgrammerLink, WhenTheDeviceIsRefusedSendsTheEscapeAndThenClosesThePort) {
-  RecordedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectDetection(run);
-  run.Port.Expect("'A'", "0D").Expect("'T' 4C", "3F").Expect("1B");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
+TEST_ON(CheckTest, CheckProgrammerLink, WhenTheDeviceIsRefusedSendsTheEscapeAndThenClosesThePort) {
+  EXPECT_FALSE(CheckWith("0D", "3F"));
   EXPECT_THAT(
-      From(run.Port.Log, "panel 1: " + kSelectRefused),
-      ElementsAre("panel 1: " + kSelectRefused, "dialog text: " + kSelectRefused, "dialog button",
+      StepsFrom("panel 1 " + kSelectRefused),
+      ElementsAre("panel 1 " + kSelectRefused, "dialog text " + kSelectRefused, "dialog button",
                   "InputMode=text", "DiscardInput", "Output 1B", "InputMode=binary", "Close"));
-  EXPECT_EQ(run.State.LinkError, 1);
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_TRUE(run.Dialog.Loaded);
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFound, kVersion,
-                                          kSelecting, kSelectRefused));
+  EXPECT_EQ(State.LinkError, 1);
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_TRUE(Dialog.Loaded);
+  ExpectSelectionTraced(kSelectRefused);
 }
 
-TEST(CheckProgrammerLink, WhenTheDeviceIsNotAnsweredFailsAfterTwoSeconds) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectDetection(run);
-  run.Port.Expect("'A'", "0D").Expect("'T' 4C").Expect("1B");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.Dialog.Text, kSelectTimedOut);
-  EXPECT_TRUE(run.Dialog.ButtonVisible);
-  EXPECT_FALSE(run.Port.PortOpen());
-  EXPECT_NEAR(run.Clock.Elapsed(), kDetectionRests + 2, 3 * kOneTurn);
+TEST_ON(CheckTest, CheckProgrammerLink, WhenTheDeviceIsNotAnsweredFailsAfterTwoSeconds) {
+  EXPECT_FALSE(CheckWith("0D", ""));
+  EXPECT_EQ(Dialog.Text, kSelectTimedOut);
+  EXPECT_TRUE(Dialog.ButtonVisible);
+  EXPECT_FALSE(Port.PortOpen());
+  EXPECT_NEAR(Clock.Elapsed(), kDetectionRests + 2, 3 * kOneTurn);
 }
 
-TEST(CheckProgrammerLink, DoesNotTakeASlowAcknowledgementOfTheExtendedSetForTheDevices) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectDetection(run);
-  run.Port.Expect("'A'", "0D", 0.020).Expect("'T' 4C", "3F").Expect("1B");
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_EQ(run.State.StatusText, kSelectRefused);
-  EXPECT_EQ(run.State.LinkError, 1);
+TEST_ON(CheckTest, CheckProgrammerLink,
+        DoesNotTakeASlowAcknowledgementOfTheExtendedSetForTheDevices) {
+  EXPECT_FALSE(CheckWith("0D", "3F", 0.020));
+  EXPECT_EQ(State.StatusText, kSelectRefused);
+  EXPECT_EQ(State.LinkError, 1);
 }
 
-TEST(CheckProgrammerLink, AcceptsTheDeviceAfterASlowAcknowledgementOfTheExtendedSet) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectDetection(run);
-  run.Port.Expect("'A'", "0D", 0.020).Expect("'T' 4C", "0D").Expect("1B");
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  EXPECT_NEAR(run.Clock.Elapsed(), kDetectionRests + 0.02, kOneTurn);
+TEST_ON(CheckTest, CheckProgrammerLink, AcceptsTheDeviceAfterASlowAcknowledgementOfTheExtendedSet) {
+  EXPECT_TRUE(CheckWith("0D", "0D", 0.020));
+  EXPECT_NEAR(Clock.Elapsed(), kDetectionRests + 0.02, kOneTurn);
 }
 
-TEST(CheckProgrammerLink, DoesNotTestTheAcknowledgementOfTheExtendedSet) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectDetection(run);
-  run.Port.Expect("'A'", "3F").Expect("'T' 4C", "0D").Expect("1B");
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
+TEST_ON(CheckTest, CheckProgrammerLink, DoesNotTestTheAcknowledgementOfTheExtendedSet) {
+  EXPECT_TRUE(CheckWith("3F", "0D"));
 }
 
-TEST(CheckProgrammerLink, RestsATenthOfASecondAtMostForThatAcknowledgement) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectDetection(run);
-  run.Port.Expect("'A'").Expect("'T' 4C", "0D").Expect("1B");
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
-  EXPECT_NEAR(run.Clock.Elapsed(), kDetectionRests + 0.1 + 0.002, 1e-3);
+TEST_ON(CheckTest, CheckProgrammerLink, RestsATenthOfASecondAtMostForThatAcknowledgement) {
+  EXPECT_TRUE(CheckWith("", "0D"));
+  EXPECT_NEAR(Clock.Elapsed(), kDetectionRests + 0.1 + 0.002, 1e-3);
 }
 
 // Lines that go.
 
-TEST(CheckProgrammerLink, OnALineThatGoesEndsAtOnceWithTheTextsOfASilentOne) {
-  ScriptedRun run;
-  run.Port.Expect("1B").ThenHangUp();
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kNoBoard, kNoBoard, ""));
-  EXPECT_LT(run.Clock.Elapsed(), kDetectionRests + 2 * kOneTurn);
-  EXPECT_FALSE(run.Port.PortOpen());
+TEST_ON(CheckTest, CheckProgrammerLink, OnALineThatGoesEndsAtOnceWithTheTextsOfASilentOne) {
+  Port.Expect("1B").ThenHangUp();
+  EXPECT_FALSE(Check());
+  ExpectNoBoardTraced();
+  EXPECT_LT(Clock.Elapsed(), kDetectionRests + 2 * kOneTurn);
+  EXPECT_FALSE(Port.PortOpen());
 }
 
-TEST(CheckProgrammerLink, OnALineThatGoesBehindTheDetectionDoesNotWaitForTheDevice) {
-  ScriptedRun run;
-  run.State.DeviceCode = kCode;
-  ExpectDetection(run);
-  run.Port.Expect("'A'").ThenHangUp();
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
-  EXPECT_THAT(run.NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFound, kVersion,
-                                          kSelecting, kSelectTimedOut));
-  EXPECT_EQ(run.Dialog.Text, kSelectTimedOut);
-  EXPECT_LT(run.Clock.Elapsed(), kDetectionRests + 4 * kOneTurn);
-  EXPECT_FALSE(run.Port.PortOpen());
+TEST_ON(CheckTest, CheckProgrammerLink, OnALineThatGoesBehindTheDetectionDoesNotWaitForTheDevice) {
+  ExpectVersion(Port);
+  Port.Expect("'A'").ThenHangUp();
+  EXPECT_FALSE(Check());
+  ExpectSelectionTraced(kSelectTimedOut);
+  EXPECT_EQ(Dialog.Text, kSelectTimedOut);
+  EXPECT_LT(Clock.Elapsed(), kDetectionRests + 4 * kOneTurn);
+  EXPECT_FALSE(Port.PortOpen());
 }
 
 // Stopping.
 
-TEST(CheckProgrammerLink, SendsNothingOnceAStopIsRequested) {
-  ScriptedRun run;
-  run.State.StopRequested = true;
-  EXPECT_THROW(CheckProgrammerLink(run.Context), core::CommandEnd);
-  EXPECT_THAT(run.Port.Sent, IsEmpty());
+TEST_ON(CheckTest, CheckProgrammerLink, SendsNothingOnceAStopIsRequested) {
+  State.StopRequested = true;
+  EXPECT_THROW(Check(), core::CommandEnd);
+  EXPECT_THAT(Port.Sent, IsEmpty());
 }
 
-TEST(CheckProgrammerLink, StoppedDuringTheDetectionSendsNoFurtherCommand) {
-  ScriptedRun run;
-  ExpectDetection(run);
-  run.Events.OnTurn = [&] {
-    if (run.Port.Sent == Hex("1B '?' '?'")) run.State.StopRequested = true;
+TEST_ON(CheckTest, CheckProgrammerLink, StoppedDuringTheDetectionSendsNoFurtherCommand) {
+  ExpectVersion(Port);
+  Events.OnTurn = [this] {
+    if (Port.Sent == Hex("1B '?' '?'")) State.StopRequested = true;
   };
-  EXPECT_THROW(CheckProgrammerLink(run.Context), core::CommandEnd);
-  EXPECT_EQ(run.Port.Sent, Hex("1B '?' '?'"));
+  EXPECT_THROW(Check(), core::CommandEnd);
+  EXPECT_EQ(Port.Sent, Hex("1B '?' '?'"));
 }
 
 // A board at the other end.
@@ -471,44 +363,44 @@ struct GuardedBoardRun : BoardRun {
       if (Events.Turns > kFarTooMany) throw std::runtime_error("a wait makes no progress");
     };
   }
+  bool Check() { return CheckProgrammerLink(Context); }
 };
 
 TEST(LinkCheckOnABoard, IsReadyForEveryDevice) {
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
     GuardedBoardRun run(device.DisplayName);
-    EXPECT_TRUE(CheckProgrammerLink(run.Context)) << device.DisplayName;
+    EXPECT_TRUE(run.Check()) << device.DisplayName;
     EXPECT_EQ(run.Wire, BoardRun::LinkCheckBytes(device.DeviceCode)) << device.DisplayName;
     EXPECT_TRUE(run.Port.PortOpen()) << device.DisplayName;
   }
 }
 
 TEST(LinkCheckOnABoard, TellsThatASlowBoardRefusesADevice) {
-  GuardedBoardRun run("AT90S2343", {.Board = {.ExtendDelay = std::chrono::milliseconds(20)}});
+  GuardedBoardRun run("AT90S2343", {.Board = {.ExtendDelay = 20ms}});
   run.State.DeviceCode = 0x01;
-  EXPECT_FALSE(CheckProgrammerLink(run.Context));
+  EXPECT_FALSE(run.Check());
   EXPECT_EQ(run.State.StatusText, kSelectRefused);
 }
 
 TEST(LinkCheckOnABoard, IsReadyOnABoardThatIsSlowToAcknowledge) {
-  GuardedBoardRun run("AT90S2343", {.Board = {.ExtendDelay = std::chrono::milliseconds(20)}});
-  EXPECT_TRUE(CheckProgrammerLink(run.Context));
+  GuardedBoardRun run("AT90S2343", {.Board = {.ExtendDelay = 20ms}});
+  EXPECT_TRUE(run.Check());
 }
 
 TEST(LinkCheckOnABoard, RefusesOldFirmwareAndAdvisesOnOlder) {
   GuardedBoardRun old("AT90S2343", {.Board = {.VersionLine = "KV-LOD350  V6.29\r\n"}});
-  EXPECT_FALSE(CheckProgrammerLink(old.Context));
+  EXPECT_FALSE(old.Check());
   EXPECT_EQ(old.State.LinkError, 2);
   GuardedBoardRun older("AT90S2343", {.Board = {.VersionLine = "KV-LOD350A V6.37\r\n"}});
-  EXPECT_TRUE(CheckProgrammerLink(older.Context));
+  EXPECT_TRUE(older.Check());
   EXPECT_EQ(older.Boxes.Boxes.size(), 1U);
 }
 
 TEST(LinkCheckOnABoard, OnALineThatHangsUpFailsAtOnceWithTheTextOfItsPlace) {
   // The bytes are: escape, "?", "?", "A", "T", the device code, escape.
   for (int byte = 1; byte <= 6; ++byte) {
-    GuardedBoardRun run("AT90S2343",
-                        {.Faults = {testing::MakeFault("hangup@" + std::to_string(byte))}});
-    EXPECT_FALSE(CheckProgrammerLink(run.Context)) << byte;
+    GuardedBoardRun run("AT90S2343", WithFaults("hangup@" + std::to_string(byte)));
+    EXPECT_FALSE(run.Check()) << byte;
     EXPECT_EQ(run.State.LinkError, 1) << byte;
     EXPECT_EQ(run.Dialog.Text, byte <= 3 ? kNoBoard : kSelectTimedOut) << byte;
     EXPECT_FALSE(run.Port.PortOpen()) << byte;

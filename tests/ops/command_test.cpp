@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "core/recorded_run.h"
 #include "core/status.h"
 #include "core/trace_log.h"
+#include "support/test_run.h"
 
 namespace fenwright::ops {
 namespace {
@@ -144,11 +144,11 @@ TEST_F(Command, ABodyThatFinishesHasNoEarlyEnd) {
 TEST_F(Command, TheEarlyEndComesBeforeTheMessageBoxAndTheBusyDialogIsGoneByThen) {
   run_.ComForm.OnUnload = [&] { run_.Recorded.emplace_back("early end"); };
   Run([&] {
-    run_.RecordedDialog.Show("busy", MessageMode::Busy);
+    run_.Dialog.Show("busy", MessageMode::Busy);
     throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "text"};
   });
   EXPECT_EQ(run_.TakeJournal(),
-            (Journal{"dialog busy", "early end", "close dialog", "message box"}));
+            (Journal{"busy busy", "early end", "close dialog", "message box"}));
   EXPECT_FALSE(run_.Dialog.Loaded);
 }
 

@@ -1,11 +1,6 @@
 // What goes wrong during a Program run: the described texts, flags and bytes, and that the next
 // run works without a restart.
 
-#include <algorithm>
-#include <cstddef>
-
-#include <gtest/gtest.h>
-
 #include "core/device_catalogue.h"
 #include "link/socket_check.h"
 #include "ops/command.h"
@@ -19,11 +14,6 @@
 namespace fenwright::testing {
 namespace {
 
-using core::CommandEnding;
-using screen::MessageMode;
-using screen::Panel;
-using Texts = std::vector<std::string>;
-
 constexpr const char* kTiny12 = "ATtiny12L";
 constexpr const char* kMismatch =
     "デバイス選択と、ソケット上のデバイスが一致しません。\r\n"
@@ -33,14 +23,6 @@ constexpr const char* kUnusable =
     "デバイスがソケットに正しくセットされていないか、プロテクトされています。"
     "プロテクトのときは、チップイレース([イレース]ボタン)を押してください。";
 
-bool Contains(const Texts& texts, const std::string& text) {
-  return std::ranges::find(texts, text) != texts.end();
-}
-
-std::ptrdiff_t Count(const Texts& texts, const std::string& text) {
-  return std::ranges::count(texts, text);
-}
-
 /// Replies of a run before the first reply of the flash phase: "?" "?" "A" "T", the signature
 /// session (A P s L), the erase (A P e L), the second session (A P s L).
 constexpr int kRepliesBeforeFlash = 16;
@@ -48,39 +30,44 @@ constexpr int kRepliesBeforeFlash = 16;
 /// Replies of a whole run of SmallImage() with two EEPROM bytes: flash 10, EEPROM 7, verify 7 + 7.
 constexpr int kRepliesOfSmallRun = kRepliesBeforeFlash + 31;
 
-board::SimulatedBoardOptions WithFault(const std::string& form) {
-  return {.Faults = {MakeFault(form)}};
-}
-
 board::SimulatedBoardOptions FaultAfter(const char* kind, int replies, const char* rest = "") {
-  return WithFault(std::string(kind) + "@" + std::to_string(replies) + rest);
+  return WithFaults(std::string(kind) + "@" + std::to_string(replies) + rest);
 }
 
 Bytes SmallImage() { return {0x0C, 0x94, 0x2A, 0x00, 0x55, 0xAA}; }
 
-class ProgramFailure : public ::testing::Test {
- protected:
-  /// Runs Program on a small image; the trace of the run.
-  static Texts RunOn(BoardRun& run) {
-    run.LoadImage(SmallImage(), {0x11, 0x22});
-    EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Finished);
-    EXPECT_FALSE(run.State.CommandRunning);
-    EXPECT_EQ(run.Files.OpenWriters, 0);
-    return run.NewTrace();
-  }
+/// Runs Program on a small image; the trace of the run.
+Texts RunOn(BoardRun& run) {
+  run.LoadImage(SmallImage(), {0x11, 0x22});
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Finished);
+  EXPECT_FALSE(run.State.CommandRunning);
+  EXPECT_EQ(run.Files.OpenWriters, 0);
+  return run.NewTrace();
+}
 
-  /// The same run again, a little later, on a line that works now.
-  static void ExpectNextRunWorks(BoardRun& run) {
-    run.Clock.Advance(2);
-    RunOn(run);
-    EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(Panel::Status);
-    EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
+/// The same run again, a little later, on a line that works now.
+void ExpectNextRunWorks(BoardRun& run) {
+  run.Clock.Advance(2);
+  RunOn(run);
+  EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(Panel::Status);
+  EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
+}
+
+/// A board on which Program has run, and the trace that this left.
+struct Programmed : BoardRun {
+  explicit Programmed(board::SimulatedBoardOptions options = {})
+      : BoardRun(kTiny12, std::move(options)), Lines(RunOn(*this)) {}
+  [[nodiscard]] std::ptrdiff_t Count(const std::string& text) const {
+    return std::ranges::count(Lines, text);
   }
+  [[nodiscard]] std::ptrdiff_t CountSent(char letter) const {
+    return std::ranges::count(Wire, static_cast<std::uint8_t>(letter));
+  }
+  Texts Lines;
 };
 
-TEST_F(ProgramFailure, AFailedLinkCheckSendsNothingToTheChipAndShowsNoElapsedTime) {
-  BoardRun run(kTiny12, WithFault("silent"));
-  RunOn(run);
+TEST(ProgramFailure, AFailedLinkCheckSendsNothingToTheChipAndShowsNoElapsedTime) {
+  Programmed run(WithFaults("silent"));
   EXPECT_EQ(run.Wire, Hex("1B 3F 3F"));  // the port is closed before the escape byte
   EXPECT_EQ(run.Dialog.Text,
             "ライターを検出できませんでした。使用可能な通信ポートを設定してください。");
@@ -89,7 +76,7 @@ TEST_F(ProgramFailure, AFailedLinkCheckSendsNothingToTheChipAndShowsNoElapsedTim
   EXPECT_FALSE(run.State.Command.LinkReady);
 }
 
-TEST_F(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
+TEST(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
   BoardRun run(kTiny12, {.Chip = "AT90S2313"});
   run.Chip().SetFlashWord(0, 0x1234);
   const Texts trace = RunOn(run);
@@ -103,24 +90,22 @@ TEST_F(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
   EXPECT_EQ(run.PanelText(Panel::Signature), "1E:91:01");
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
   EXPECT_EQ(run.Chip().FlashWord(0), 0x1234);
-  EXPECT_TRUE(Contains(trace, kMismatch));
+  EXPECT_THAT(trace, Contains(kMismatch));
   EXPECT_EQ(run.Dialog.Detail, "デバイスには何も書き込んでいません。");
 }
 
-TEST_F(ProgramFailure, AChipOfTheSameSizeWithAnotherNameIsAMismatch) {
-  BoardRun run(kTiny12, {.Chip = "ATtiny15L"});
-  RunOn(run);
+TEST(ProgramFailure, AChipOfTheSameSizeWithAnotherNameIsAMismatch) {
+  Programmed run({.Chip = "ATtiny15L"});
   EXPECT_EQ(run.Dialog.Text, kMismatch);
 }
 
-TEST_F(ProgramFailure, AnAttiny11InTheSocketIsAlwaysAMismatch) {
-  BoardRun run(kTiny12, {.Chip = "ATtiny11L"});
-  RunOn(run);
+TEST(ProgramFailure, AnAttiny11InTheSocketIsAlwaysAMismatch) {
+  Programmed run({.Chip = "ATtiny11L"});
   EXPECT_EQ(run.PanelText(Panel::Signature), "1E:90:04");
   EXPECT_EQ(run.Dialog.Text, kMismatch);
 }
 
-TEST_F(ProgramFailure, AnEmptySocketGetsTheMessageThatTheDeviceIsNotSeated) {
+TEST(ProgramFailure, AnEmptySocketGetsTheMessageThatTheDeviceIsNotSeated) {
   BoardRun run(kTiny12);
   run.Port.Board().InsertChip("empty");
   RunOn(run);
@@ -129,7 +114,7 @@ TEST_F(ProgramFailure, AnEmptySocketGetsTheMessageThatTheDeviceIsNotSeated) {
   EXPECT_TRUE(run.State.SignatureFailed);
 }
 
-TEST_F(ProgramFailure, AProtectedChipReadsAsAnotherChipAndIsNotErased) {
+TEST(ProgramFailure, AProtectedChipReadsAsAnotherChipAndIsNotErased) {
   BoardRun run(kTiny12);
   run.Chip().SetLockBits(0);
   RunOn(run);
@@ -138,14 +123,13 @@ TEST_F(ProgramFailure, AProtectedChipReadsAsAnotherChipAndIsNotErased) {
   EXPECT_EQ(run.Chip().LockBits(), 0U);
 }
 
-TEST_F(ProgramFailure, ADeviceCodeThatTheBoardRefusesIsShownAndThePortIsClosed) {
+TEST(ProgramFailure, ADeviceCodeThatTheBoardRefusesIsShownAndThePortIsClosed) {
   // The fourth reply is that of "T".
-  BoardRun run(kTiny12, FaultAfter("flip", 4));
-  const Texts trace = RunOn(run);
+  Programmed run(FaultAfter("flip", 4));
   const std::string refused =
       "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Select device command T \r\n"
       "プログラマは、選択したマイコンを認識できませんでした。";
-  EXPECT_TRUE(Contains(trace, refused));
+  EXPECT_THAT(run.Lines, Contains(refused));
   EXPECT_EQ(run.Dialog.Text, refused);
   EXPECT_TRUE(run.Dialog.ButtonVisible);
   EXPECT_EQ(run.Wire, BoardRun::LinkCheckBytes(0x55));
@@ -153,7 +137,7 @@ TEST_F(ProgramFailure, ADeviceCodeThatTheBoardRefusesIsShownAndThePortIsClosed) 
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, ALostExtendAcknowledgementLeavesTheSignatureResultAsItWas) {
+TEST(ProgramFailure, ALostExtendAcknowledgementLeavesTheSignatureResultAsItWas) {
   // The session ends before it looks at the signature, so the result of the session before it
   // stands, and the run goes on without an erase: that is the procedure.
   BoardRun run(kTiny12, FaultAfter("drop", 5));
@@ -161,65 +145,57 @@ TEST_F(ProgramFailure, ALostExtendAcknowledgementLeavesTheSignatureResultAsItWas
   const Texts trace = RunOn(run);
   EXPECT_FALSE(run.State.SignatureFailed);
   EXPECT_FALSE(run.State.Command.Erased);
-  EXPECT_TRUE(Contains(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A"));
+  EXPECT_THAT(trace, Contains("ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A"));
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
   EXPECT_FALSE(ops::Succeeded(run.State));
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, ASilentSignatureIsAskedFiveTimesAndThenReported) {
-  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@7"), MakeFault("drop@8"), MakeFault("drop@9"),
-                                    MakeFault("drop@10"), MakeFault("drop@11")}});
-  const double before = run.Clock.Elapsed();
-  const Texts trace = RunOn(run);
-  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'s'}), 5);
-  EXPECT_GT(run.Clock.Elapsed() - before, 5.0);
-  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Signature bytes s"), 1);
+TEST(ProgramFailure, ASilentSignatureIsAskedFiveTimesAndThenReported) {
+  Programmed run(WithFaults("drop@7 drop@8 drop@9 drop@10 drop@11"));
+  EXPECT_EQ(run.CountSent('s'), 5);
+  EXPECT_GT(run.Clock.Elapsed(), 5.0);
+  EXPECT_EQ(run.Count("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Signature bytes s"), 1);
   EXPECT_EQ(run.PanelText(Panel::Signature), "--:--:--");
   EXPECT_TRUE(run.State.SignatureFailed);
   EXPECT_EQ(run.Wire.back(), 'L');
-  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'e'}), 0);
+  EXPECT_EQ(run.CountSent('e'), 0);
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, ASignatureThatIsAnsweredAtTheFifthAttemptIsGood) {
-  BoardRun run(kTiny12, {.Faults = {MakeFault("drop@7"), MakeFault("drop@8"), MakeFault("drop@9"),
-                                    MakeFault("drop@10")}});
-  RunOn(run);
+TEST(ProgramFailure, ASignatureThatIsAnsweredAtTheFifthAttemptIsGood) {
+  Programmed run(WithFaults("drop@7 drop@8 drop@9 drop@10"));
   EXPECT_TRUE(ops::Succeeded(run.State));
 }
 
-TEST_F(ProgramFailure, AFailedEraseIsReportedAndProgrammingGoesOn) {
+TEST(ProgramFailure, AFailedEraseIsReportedAndProgrammingGoesOn) {
   // Reply 11 is that of "e".
-  BoardRun run(kTiny12, FaultAfter("flip", 11));
-  const Texts trace = RunOn(run);
-  EXPECT_TRUE(Contains(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Chip Erase e"));
-  EXPECT_EQ(Count(trace, "チップ イレース失敗"), 2);  // status and dialog
-  EXPECT_TRUE(Contains(trace, "ＥＥＰＲＯＭデータメモリ プログラム中....."));
+  Programmed run(FaultAfter("flip", 11));
+  EXPECT_THAT(run.Lines, Contains("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Chip Erase e"));
+  EXPECT_EQ(run.Count("チップ イレース失敗"), 2);  // status and dialog
+  EXPECT_THAT(run.Lines, Contains("ＥＥＰＲＯＭデータメモリ プログラム中....."));
 }
 
-TEST_F(ProgramFailure, AFailedSecondSignatureSessionStopsBeforeTheFirstWord) {
+TEST(ProgramFailure, AFailedSecondSignatureSessionStopsBeforeTheFirstWord) {
   // Reply 13 is that of the second session's "A".
-  BoardRun run(kTiny12, FaultAfter("drop", 13));
-  const Texts trace = RunOn(run);
-  EXPECT_TRUE(Contains(trace, "プログラミングを中止しました。"));
+  Programmed run(FaultAfter("drop", 13));
+  EXPECT_THAT(run.Lines, Contains("プログラミングを中止しました。"));
   EXPECT_EQ(run.PanelText(Panel::Status), "プログラミングを中止しました。");
   EXPECT_EQ(run.Dialog.Text, "通信エラーが発生しました。");
   EXPECT_FALSE(run.Dialog.BarVisible);
   EXPECT_TRUE(run.Dialog.ButtonVisible);
-  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'c'}), 0);
+  EXPECT_EQ(run.CountSent('c'), 0);
   EXPECT_EQ(run.Dialog.Detail,
             "デバイスはイレースされただけで、何も書き込まれていません。もう一度プログラムしてくださ"
             "い。");
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, AnUnansweredFlashFrameEndsTheOperationSilently) {
-  BoardRun run(kTiny12, FaultAfter("drop", kRepliesBeforeFlash + 1));
-  const Texts trace = RunOn(run);
-  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A"), 1);
-  EXPECT_FALSE(Contains(trace, "フラッシュプログラムメモリ プログラム失敗"));
-  EXPECT_FALSE(Contains(trace, "ＥＥＰＲＯＭデータメモリ プログラム中....."));
+TEST(ProgramFailure, AnUnansweredFlashFrameEndsTheOperationSilently) {
+  Programmed run(FaultAfter("drop", kRepliesBeforeFlash + 1));
+  EXPECT_EQ(run.Count("ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A"), 1);
+  EXPECT_THAT(run.Lines, Not(Contains("フラッシュプログラムメモリ プログラム失敗")));
+  EXPECT_THAT(run.Lines, Not(Contains("ＥＥＰＲＯＭデータメモリ プログラム中.....")));
   // The dialog may not stay behind without a button, saying that work goes on.
   EXPECT_FALSE(run.Dialog.IsBusy());
   EXPECT_EQ(run.Dialog.Text, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : A_AvrExtend command A");
@@ -227,38 +203,35 @@ TEST_F(ProgramFailure, AnUnansweredFlashFrameEndsTheOperationSilently) {
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, AFailedFlashPhaseRunsToItsEndThenEepromAndVerifyFollow) {
+TEST(ProgramFailure, AFailedFlashPhaseRunsToItsEndThenEepromAndVerifyFollow) {
   // Reply 20 is that of the first word's low byte.
-  BoardRun run(kTiny12, FaultAfter("drop", kRepliesBeforeFlash + 4));
-  const Texts trace = RunOn(run);
-  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Program Memory c"), 1);
-  EXPECT_EQ(Count(trace, "フラッシュプログラムメモリ プログラム失敗"), 2);
+  Programmed run(FaultAfter("drop", kRepliesBeforeFlash + 4));
+  EXPECT_EQ(run.Count("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Program Memory c"), 1);
+  EXPECT_EQ(run.Count("フラッシュプログラムメモリ プログラム失敗"), 2);
   // The first word's high byte is not sent; the other two words are written, one word too early.
-  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'C'}), 2);
-  EXPECT_TRUE(Contains(trace, "ＥＥＰＲＯＭデータメモリ プログラム中....."));
+  EXPECT_EQ(run.CountSent('C'), 2);
+  EXPECT_THAT(run.Lines, Contains("ＥＥＰＲＯＭデータメモリ プログラム中....."));
   EXPECT_EQ(run.Chip().EepromByte(1), 0x22);
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : OK");
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, AWrongLowByteReplyStillWritesTheHighByte) {
-  BoardRun run(kTiny12, FaultAfter("flip", kRepliesBeforeFlash + 4));
-  const Texts trace = RunOn(run);
-  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c"), 1);
-  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'C'}), 3);
-  EXPECT_EQ(Count(trace, "フラッシュプログラムメモリ プログラム失敗"), 2);
+TEST(ProgramFailure, AWrongLowByteReplyStillWritesTheHighByte) {
+  Programmed run(FaultAfter("flip", kRepliesBeforeFlash + 4));
+  EXPECT_EQ(run.Count("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Low byte Write Data Memory c"), 1);
+  EXPECT_EQ(run.CountSent('C'), 3);
+  EXPECT_EQ(run.Count("フラッシュプログラムメモリ プログラム失敗"), 2);
   // Everything was written all the same, so the verify finds no difference.
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
 }
 
-TEST_F(ProgramFailure, AFailedEepromPhaseIsReportedAndTheVerifyEndsAtItsFirstFrame) {
+TEST(ProgramFailure, AFailedEepromPhaseIsReportedAndTheVerifyEndsAtItsFirstFrame) {
   // Flash phase: A P a, six word halves, L: replies 17 to 26. EEPROM: A P a D ...
-  BoardRun run(kTiny12, FaultAfter("flip", kRepliesBeforeFlash + 10 + 4));
-  const Texts trace = RunOn(run);
-  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Data Memory D"), 1);
-  EXPECT_EQ(Count(trace, "ＥＥＰＲＯＭデータメモリ プログラム失敗"), 2);
+  Programmed run(FaultAfter("flip", kRepliesBeforeFlash + 10 + 4));
+  EXPECT_EQ(run.Count("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Data Memory D"), 1);
+  EXPECT_EQ(run.Count("ＥＥＰＲＯＭデータメモリ プログラム失敗"), 2);
   // The flag still stands, so the verify goes no further than its first "A".
-  EXPECT_EQ(Count(trace, "フラッシュメモリ ベリファイ中....."), 1);
+  EXPECT_EQ(run.Count("フラッシュメモリ ベリファイ中....."), 1);
   EXPECT_EQ(run.Wire.back(), 'A');
   EXPECT_FALSE(run.Files.Files.contains("/app/avrvfy.txt"));
   EXPECT_FALSE(run.Dialog.IsBusy());
@@ -266,25 +239,23 @@ TEST_F(ProgramFailure, AFailedEepromPhaseIsReportedAndTheVerifyEndsAtItsFirstFra
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, ALostWordInTheVerifyEndsAsACommunicationError) {
+TEST(ProgramFailure, ALostWordInTheVerifyEndsAsACommunicationError) {
   // Flash 10, EEPROM A P a D a D L = 7 replies, then the verify: A P a R ...
-  BoardRun run(kTiny12, FaultAfter("drop", kRepliesBeforeFlash + 17 + 4));
-  const Texts trace = RunOn(run);
-  EXPECT_EQ(Count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R"), 1);
-  EXPECT_EQ(Count(trace, "フラッシュメモリ ベリファイ失敗"), 2);
-  EXPECT_EQ(Count(trace, "ベリファイ　通信エラー"), 2);
+  Programmed run(FaultAfter("drop", kRepliesBeforeFlash + 17 + 4));
+  EXPECT_EQ(run.Count("ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R"), 1);
+  EXPECT_EQ(run.Count("フラッシュメモリ ベリファイ失敗"), 2);
+  EXPECT_EQ(run.Count("ベリファイ　通信エラー"), 2);
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　通信エラー");
   // The other words are still read; the EEPROM phase ends at its frame.
-  EXPECT_EQ(std::ranges::count(run.Wire, std::uint8_t{'R'}), 3);
+  EXPECT_EQ(run.CountSent('R'), 3);
   EXPECT_EQ(run.Wire.back(), 'A');
   EXPECT_EQ(run.Files.Files["/app/avrvfy.txt"], "Flash Program memory address verify\r\n\r\n");
-  EXPECT_EQ(run.Views.Paths.count(screen::View::Verify), 0U);
+  EXPECT_EQ(run.Views.Paths.count(View::Verify), 0U);
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, AWriteThatLiesIsFoundByTheVerify) {
-  BoardRun run(kTiny12, WithFault("lie@2"));
-  RunOn(run);
+TEST(ProgramFailure, AWriteThatLiesIsFoundByTheVerify) {
+  Programmed run(WithFaults("lie@2"));
   EXPECT_EQ(run.FileText("avrvfy.txt"),
             "Flash Program memory address verify\r\n\r\n"
             "PROGRAM Addr(word) = 0000  Original = 940C   NG = FF0C\r\n"
@@ -295,55 +266,51 @@ TEST_F(ProgramFailure, AWriteThatLiesIsFoundByTheVerify) {
   ExpectNextRunWorks(run);
 }
 
-TEST_F(ProgramFailure, AStuckEepromBitIsFoundByTheVerify) {
-  BoardRun run(kTiny12, WithFault("stuck@eeprom:1:0=1"));
-  const Texts trace = RunOn(run);
+TEST(ProgramFailure, AStuckEepromBitIsFoundByTheVerify) {
+  Programmed run(WithFaults("stuck@eeprom:1:0=1"));
   EXPECT_EQ(run.FileText("avrvfy.txt"),
             "Flash Program memory address verify\r\n\r\n"
             "\r\nEEPROM data memory address verify\r\n\r\n"
             "EEPROM  Addr(byte) = 0001  Original = 22   NG = 23\r\n");
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : NG");
-  EXPECT_EQ(Count(trace, "ベリファイ　FLASH : OK / EEPROM : NG"), 2);
+  EXPECT_EQ(run.Count("ベリファイ　FLASH : OK / EEPROM : NG"), 2);
   EXPECT_TRUE(run.Dialog.ButtonFocused);
 }
 
-TEST_F(ProgramFailure, BothMemoriesBadGiveTheFourthResult) {
-  BoardRun run(kTiny12,
-               {.Faults = {MakeFault("stuck@eeprom:0:0=0"), MakeFault("stuck@flash:0x1:15=1")}});
-  RunOn(run);
+TEST(ProgramFailure, BothMemoriesBadGiveTheFourthResult) {
+  Programmed run(WithFaults("stuck@eeprom:0:0=0 stuck@flash:0x1:15=1"));
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : NG");
   EXPECT_EQ(run.Dialog.Detail,
             "デバイスの内容がファイルと一致しません。違いはベリファイ結果にあります。"
             "イレースしてから、もう一度プログラムしてください。");
 }
 
-TEST_F(ProgramFailure, TheVerifyViewIsClearedAndThenLoaded) {
-  BoardRun run(kTiny12);
-  RunOn(run);
+TEST(ProgramFailure, TheVerifyViewIsClearedAndThenLoaded) {
+  Programmed run;
   const std::size_t calls = run.Views.Calls.size();
   ASSERT_GE(calls, 2U);
   EXPECT_EQ(run.Views.Calls[calls - 2].first, "clear");
-  EXPECT_EQ(run.Views.Calls[calls - 1], (std::pair{std::string("load"), screen::View::Verify}));
-  EXPECT_EQ(run.Views.Paths[screen::View::Verify], "/app/avrvfy.txt");
+  EXPECT_EQ(run.Views.Calls[calls - 1], (std::pair{std::string("load"), View::Verify}));
+  EXPECT_EQ(run.Views.Paths[View::Verify], "/app/avrvfy.txt");
 }
 
-TEST_F(ProgramFailure, AChipThatWasNotErasedIsNoSuccessEvenWithoutADifference) {
+TEST(ProgramFailure, AChipThatWasNotErasedIsNoSuccessEvenWithoutADifference) {
   // Reply 5 is that of the first session's "A", reply 11 that of "e".
   for (const char* fault : {"drop@5", "drop@11", "flip@11"}) {
     SCOPED_TRACE(fault);
-    BoardRun run(kTiny12, WithFault(fault));
+    BoardRun run(kTiny12, WithFaults(fault));
     run.Chip().SetEepromByte(40, 0x12);
     RunOn(run);
     EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : OK / EEPROM : OK");
     EXPECT_FALSE(ops::Succeeded(run.State));
-    EXPECT_NE(run.Dialog.Detail.find("イレースを確認できなかった"), std::string::npos);
-    EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
+    EXPECT_THAT(run.Dialog.Detail, HasSubstr("イレースを確認できなかった"));
+    EXPECT_EQ(run.ChipState(),
               "verified, but the erase was not confirmed, so old data may be left beside it: "
               "erase and program again");
   }
 }
 
-TEST_F(ProgramFailure, ANoticeThatTheUserHasClosedDoesNotComeBack) {
+TEST(ProgramFailure, ANoticeThatTheUserHasClosedDoesNotComeBack) {
   BoardRun run(kTiny12, {.Chip = "AT90S2313"});
   run.Events.OnTurn = [&run] {
     if (run.Dialog.Mode == MessageMode::Notice) run.Dialog.Close();
@@ -352,7 +319,7 @@ TEST_F(ProgramFailure, ANoticeThatTheUserHasClosedDoesNotComeBack) {
   EXPECT_FALSE(run.Dialog.Loaded);
 }
 
-TEST_F(ProgramFailure, ALargeImageOnAPortThatGoesCostsNoTimePerWord) {
+TEST(ProgramFailure, ALargeImageOnAPortThatGoesCostsNoTimePerWord) {
   BoardRun run("AT90S8515", {.Baud = 0, .Faults = {MakeFault("hangup@60")}});
   run.LoadImage(Bytes(8192, 0x21), {});
   const double before = run.Clock.Elapsed();
@@ -360,13 +327,11 @@ TEST_F(ProgramFailure, ALargeImageOnAPortThatGoesCostsNoTimePerWord) {
   EXPECT_LT(run.Clock.Elapsed() - before, 2.0);
 }
 
-TEST_F(ProgramFailure, APortThatGoesInTheMiddleEndsEveryWaitAtOnce) {
-  BoardRun run(kTiny12, WithFault("hangup@30"));
-  const double before = run.Clock.Elapsed();
-  const Texts trace = RunOn(run);
-  EXPECT_LT(run.Clock.Elapsed() - before, 2.0);
+TEST(ProgramFailure, APortThatGoesInTheMiddleEndsEveryWaitAtOnce) {
+  Programmed run(WithFaults("hangup@30"));
+  EXPECT_LT(run.Clock.Elapsed(), 2.0);
   EXPECT_FALSE(ops::Succeeded(run.State));
-  EXPECT_TRUE(Contains(trace, "フラッシュプログラムメモリ プログラム失敗"));
+  EXPECT_THAT(run.Lines, Contains("フラッシュプログラムメモリ プログラム失敗"));
   EXPECT_FALSE(run.Dialog.IsBusy());
   run.Port.Board().PlugIn();
   ExpectNextRunWorks(run);
@@ -374,13 +339,12 @@ TEST_F(ProgramFailure, APortThatGoesInTheMiddleEndsEveryWaitAtOnce) {
 
 /// Whatever reply is lost, wrong, late, split or doubled: the run ends, says so or succeeds, and
 /// the next one works.
-TEST_F(ProgramFailure, AnyReplyMayFailInAnyWayAndTheNextRunWorks) {
+TEST(ProgramFailure, AnyReplyMayFailInAnyWayAndTheNextRunWorks) {
   for (const char* kind : {"drop", "flip", "late", "split", "double"}) {
     for (int reply = 1; reply <= kRepliesOfSmallRun; ++reply) {
       SCOPED_TRACE(std::string(kind) + " " + std::to_string(reply));
       const bool timed = std::string(kind) == "late" || std::string(kind) == "split";
-      BoardRun run(kTiny12, FaultAfter(kind, reply, timed ? ":1200" : ""));
-      RunOn(run);
+      Programmed run(FaultAfter(kind, reply, timed ? ":1200" : ""));
       EXPECT_FALSE(run.Dialog.IsBusy());
       EXPECT_TRUE(run.Dialog.Loaded);
       EXPECT_FALSE(run.Dialog.Text.empty());
@@ -393,15 +357,13 @@ TEST_F(ProgramFailure, AnyReplyMayFailInAnyWayAndTheNextRunWorks) {
   }
 }
 
-TEST_F(ProgramFailure, TheLineMayHangUpAtAnyByteAndTheNextRunWorks) {
+TEST(ProgramFailure, TheLineMayHangUpAtAnyByteAndTheNextRunWorks) {
   BoardRun whole(kTiny12);
   RunOn(whole);
   for (int byte = 1; byte <= static_cast<int>(whole.Wire.size()); ++byte) {
     SCOPED_TRACE(byte);
-    BoardRun run(kTiny12, FaultAfter("hangup", byte));
-    const double before = run.Clock.Elapsed();
-    RunOn(run);
-    EXPECT_LT(run.Clock.Elapsed() - before, 5.0);
+    Programmed run(FaultAfter("hangup", byte));
+    EXPECT_LT(run.Clock.Elapsed(), 5.0);
     EXPECT_FALSE(run.Dialog.IsBusy());
     run.Port.Board().PlugIn();
     ExpectNextRunWorks(run);
@@ -410,7 +372,7 @@ TEST_F(ProgramFailure, TheLineMayHangUpAtAnyByteAndTheNextRunWorks) {
 
 // The signature check on its own.
 
-class SignatureCheck : public ::testing::Test {
+class SignatureCheck : public Test {
  protected:
   /// Reads a signature given as the reply of "s"; the error flag.
   std::int16_t Read(const char* device, const std::string& reply, int attempts = 1) {
@@ -659,7 +621,7 @@ TEST(ProgramStop, LeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Stopped);
   EXPECT_EQ(run.Wire.back(), 'L');
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
-  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English),
+  EXPECT_EQ(run.ChipState(),
             "flash written up to word 0x0009, not verified: erase and program again");
   EXPECT_FALSE(run.Dialog.Loaded);
   EXPECT_FALSE(run.State.CommandRunning);
@@ -690,7 +652,7 @@ TEST(ProgramStop, BeforeAnythingWasSentToTheChipSaysSo) {
   run.LoadImage(SmallImage(), {});
   run.State.StopRequested = true;
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::Stopped);
-  EXPECT_EQ(ops::DescribeChipState(run.State, core::Language::English), "the chip was not changed");
+  EXPECT_EQ(run.ChipState(), "the chip was not changed");
 }
 
 TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {
@@ -704,8 +666,8 @@ TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::FileError);
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
   ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
-  EXPECT_NE(run.Boxes.Boxes[0].Text.find("/app/_debug_avr.txt"), std::string::npos);
+  EXPECT_EQ(run.Boxes.Boxes[0].Icon, MessageIcon::Critical);
+  EXPECT_THAT(run.Boxes.Boxes[0].Text, HasSubstr("/app/_debug_avr.txt"));
 
   run.Events.OnTurn = {};
   run.Files.Refused.clear();
@@ -715,13 +677,13 @@ TEST(ProgramFiles, ATraceThatTheDiscRefusesEndsTheRunAndLeavesProgrammingMode) {
 }
 
 TEST(ProgramFiles, AReportThatDoesNotFitTheDiscEndsTheRunWithTheFileClosed) {
-  BoardRun run(kTiny12, {.Faults = {MakeFault("lie@2")}});
+  BoardRun run(kTiny12, WithFaults("lie@2"));
   run.LoadImage(SmallImage(), {});
   run.Files.Capacity = 60;
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::FileError);
   EXPECT_EQ(run.Files.OpenWriters, 0);
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
-  EXPECT_NE(run.Boxes.Boxes.at(0).Text.find("/app/avrvfy.txt"), std::string::npos);
+  EXPECT_THAT(run.Boxes.Boxes.at(0).Text, HasSubstr("/app/avrvfy.txt"));
 }
 
 }  // namespace

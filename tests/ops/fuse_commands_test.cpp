@@ -1,9 +1,5 @@
 // The commands of the fuse frame's buttons, from the link check to the chip.
 
-#include <algorithm>
-
-#include <gtest/gtest.h>
-
 #include "core/device_catalogue.h"
 #include "fuse/fuse_devices.h"
 #include "fuse/fuse_model.h"
@@ -13,10 +9,6 @@
 
 namespace fenwright::testing {
 namespace {
-
-using core::CommandEnding;
-using screen::MessageMode;
-using Texts = std::vector<std::string>;
 
 std::uint8_t CodeOf(const std::string& device) { return core::FindDevice(device)->DeviceCode; }
 
@@ -28,13 +20,13 @@ bool Readable(const std::string& device) {
 /// The lists with another position than the default one, the reset pin left alone.
 void ChooseOther(FakeFuseForm& form) {
   for (auto& [list, content] : form.Lists) {
-    if (!content.Enabled || list == FuseList::Rstdisabl || list == FuseList::Lock) continue;
+    if (!content.Enabled || list == Rstdisabl || list == Lock) continue;
     content.Index = (content.Index + 1) % static_cast<int>(content.Items.size());
   }
 }
 
 TEST(FuseCommands, WriteAndReadStartWithTheMarkAndTheLinkCheck) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     for (const auto command : {&ops::cmdFuseRead_Click, &ops::cmdFuseWrite_Click}) {
       SCOPED_TRACE(device);
       BoardRun run(device);
@@ -51,11 +43,11 @@ TEST(FuseCommands, WriteAndReadStartWithTheMarkAndTheLinkCheck) {
 }
 
 TEST(FuseCommands, WhatIsWrittenIsInTheChipAndReadBack) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
     BoardRun run(device);
     ChooseOther(run.Fuses);
-    run.Fuses.Select(FuseList::Lock, 1);
+    run.Fuses.Select(Lock, 1);
     Positions chosen = PositionsOf(run.Fuses);
     ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
     EXPECT_EQ(run.Chip().LockBits(), 2U);
@@ -65,14 +57,14 @@ TEST(FuseCommands, WhatIsWrittenIsInTheChipAndReadBack) {
     other.Chip().SetLockBits(run.Chip().LockBits());
     ops::RunCommand(other.Context, ops::cmdFuseRead_Click);
     // "01" of an ATtiny15L writes the chip's bits 11.
-    if (device == "ATtiny15L") chosen[FuseList::Cksel] = 3;
+    if (device == "ATtiny15L") chosen[Cksel] = 3;
     EXPECT_EQ(PositionsOf(other.Fuses), chosen);
   }
 }
 
 TEST(FuseCommands, AChipInItsThirdLockModeIsTakenForAnotherOne) {
   BoardRun run("ATtiny12L");
-  run.Fuses.Select(FuseList::Lock, 0);
+  run.Fuses.Select(Lock, 0);
   ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
   EXPECT_EQ(run.Chip().LockBits(), 0U);
   ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
@@ -83,12 +75,12 @@ TEST(FuseCommands, AChipWhoseResetPinWasGivenAwayIsNeverReachedAgain) {
   for (const char* device : {"ATtiny12L", "ATtiny15L", "ATtiny26L"}) {
     SCOPED_TRACE(device);
     BoardRun run(device);
-    run.Fuses.Select(FuseList::Rstdisabl, 0);
+    run.Fuses.Select(Rstdisabl, 0);
     ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
     EXPECT_TRUE(ops::Succeeded(run.State));
     ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
     EXPECT_FALSE(ops::Succeeded(run.State));
-    EXPECT_EQ(run.PanelText(screen::Panel::Signature), "FF:FF:FF");
+    EXPECT_EQ(run.PanelText(Panel::Signature), "FF:FF:FF");
     ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
     EXPECT_FALSE(run.State.Command.FuseWriteStarted);
   }
@@ -96,8 +88,8 @@ TEST(FuseCommands, AChipWhoseResetPinWasGivenAwayIsNeverReachedAgain) {
 
 TEST(FuseCommands, AFailingLinkCheckSendsNothingToTheChip) {
   for (const auto command : {&ops::cmdFuseRead_Click, &ops::cmdFuseWrite_Click}) {
-    BoardRun run("ATtiny12L", {.Faults = {MakeFault("silent")}});
-    ops::RunCommand(run.Context, command);
+    BoardRun run("ATtiny12L", WithFaults("silent"));
+    command(run.Context);
     EXPECT_EQ(std::ranges::count(run.Wire, 'P'), 0);
     EXPECT_FALSE(ops::Succeeded(run.State));
   }
@@ -131,7 +123,7 @@ TEST(FuseCommands, AFailureSaysInASecondLineWhatStateTheChipIsIn) {
     EXPECT_FALSE(failing.Dialog.IsBusy());
     EXPECT_EQ(failing.Dialog.Detail,
               ops::DescribeChipState(failing.State, core::Language::Japanese));
-    EXPECT_EQ(ops::DescribeChipState(failing.State, core::Language::English), state);
+    EXPECT_EQ(failing.ChipState(), state);
   }
 }
 
@@ -139,19 +131,19 @@ TEST(FuseCommands, AFailedReadSaysWhatTheListsShow) {
   BoardRun mismatch("ATtiny12L", {.Chip = "AT90S2313"});
   ops::RunCommand(mismatch.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(mismatch.Dialog.Text, "設定デバイスと、ソケット上のデバイスがミスマッチです。");
-  EXPECT_EQ(ops::DescribeChipState(mismatch.State, core::Language::English),
+  EXPECT_EQ(mismatch.ChipState(),
             "no fuse or lock bits read, the lists are unchanged: check the connection and the "
             "device in the socket and read again");
   EXPECT_EQ(mismatch.Dialog.Detail,
             ops::DescribeChipState(mismatch.State, core::Language::Japanese));
-  BoardRun partly("ATtiny12L", {.Faults = {MakeFault("drop@15")}});
+  BoardRun partly("ATtiny12L", WithFaults("drop@15"));
   ops::RunCommand(partly.Context, ops::cmdFuseRead_Click);
-  EXPECT_EQ(ops::DescribeChipState(partly.State, core::Language::English),
+  EXPECT_EQ(partly.ChipState(),
             "fuse and lock bits read in part, the other lists are unchanged: read again");
 }
 
 TEST(FuseCommands, AnyReplyMayBeLostAndTheNextCommandWorks) {
-  for (const std::string device : kAllDevices) {
+  for (const std::string& device : AllDevices()) {
     for (const auto command : {&ops::cmdFuseRead_Click, &ops::cmdFuseWrite_Click}) {
       // The link check has 4 replies, the check of the chip 4, and each byte 4.
       const fuse::FuseLayout& layout = fuse::LayoutOf(device);
@@ -159,13 +151,13 @@ TEST(FuseCommands, AnyReplyMayBeLostAndTheNextCommandWorks) {
           command == &ops::cmdFuseRead_Click ? layout.ReadSteps.size() : layout.WriteSteps.size();
       for (std::size_t reply = 1; reply <= 8 + 4 * bytes; ++reply) {
         SCOPED_TRACE(device + " " + std::to_string(reply));
-        BoardRun run(device, {.Faults = {MakeFault("drop@" + std::to_string(reply))}});
-        ops::RunCommand(run.Context, command);
+        BoardRun run(device, WithFaults("drop@" + std::to_string(reply)));
+        command(run.Context);
         EXPECT_FALSE(run.Dialog.IsBusy());
         EXPECT_TRUE(run.Fuses.FrameVisible);
         run.Clock.Advance(2);
-        ops::RunCommand(run.Context, command);
-        EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(screen::Panel::Status);
+        command(run.Context);
+        EXPECT_TRUE(ops::Succeeded(run.State)) << run.PanelText(Panel::Status);
       }
     }
   }
@@ -199,7 +191,7 @@ TEST(FuseCommands, AStopLeavesProgrammingMode) {
 
 TEST(FuseCommands, PickingTheResetPinWarnsUnderTheGuardOfACommand) {
   BoardRun run("ATtiny26L");
-  run.Fuses.Select(FuseList::Rstdisabl, 0);
+  run.Fuses.Select(Rstdisabl, 0);
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Combo_RSTDISABL_Click), CommandEnding::Finished);
   EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
   EXPECT_TRUE(run.Wire.empty());

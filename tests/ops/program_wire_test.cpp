@@ -3,28 +3,24 @@
 
 #include <cstdio>
 
-#include <gtest/gtest.h>
-
+#include "core/device_catalogue.h"
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
-#include "support/test_run.h"
+#include "support/traces.h"
 
 namespace fenwright::testing {
 namespace {
 
-using core::CommandEnding;
-using screen::Panel;
-using screen::View;
-
 struct DeviceRow {
-  const char* Name;
+  std::string_view Name;
   std::uint8_t Code;
   std::size_t FlashWords;
   std::size_t EepromBytes;
   const char* Signature;
 };
 
+/// In the selector's order.
 constexpr DeviceRow kDevices[] = {
     {"ATtiny12L", 0x55, 512, 64, "1E:90:05"},
     {"ATtiny15L", 0x56, 512, 64, "1E:90:06"},
@@ -54,7 +50,7 @@ class Transcript {
   Transcript& WriteFlash(const DeviceRow& device, const Bytes& flash) {
     Add({'A', 'P', 'a', 0, 0});
     for (std::size_t i = 0; i < flash.size(); i += 2) {
-      if (std::string(device.Name) == "ATtiny26L") {
+      if (device.Name == "ATtiny26L") {
         Add({'W', flash[i], flash[i + 1]});
       } else {
         Add({'c', flash[i], 'C', flash[i + 1]});
@@ -93,50 +89,20 @@ Transcript WholeRun(const DeviceRow& device, const Bytes& flash, const Bytes& ee
   return wire;
 }
 
-using Texts = std::vector<std::string>;
-
-void Append(Texts& texts, const Texts& more) {
-  texts.insert(texts.end(), more.begin(), more.end());
-}
-
-/// The trace of the link check, from its status text to the ready text.
-Texts LinkCheckTrace(const DeviceRow& device) {
-  char code[8];
-  std::snprintf(code, sizeof code, "0x%X", device.Code);
-  return {"ライタと通信中！",
-          "COM3",
-          "ｺﾏﾝﾄﾞ送信 : Avr Extend command A",
-          "ライターを COM3に検出しました。",
-          "KV-LOD350  V6.38",
-          std::string("ｺﾏﾝﾄﾞ送信 : Select device command T , ") + code,
-          "ライタの準備　ＯＫ ！！"};
-}
-
-Texts SignatureTrace(const DeviceRow& device) {
-  return {"A_AvrExtend command A : 0D", "Enter programming Mode P : 0D", "--:--:--",
-          device.Signature, "Leave programming Mode L : 0D"};
-}
-
-Texts PhaseTrace(const std::string& text) {
-  return {"A_AvrExtend command A : 0D", text, "Enter programming Mode P : 0D",
-          "Leave programming Mode L : 0D"};
-}
-
 Texts ProgramTrace(const DeviceRow& device, const std::string& seconds) {
-  Texts all{"\r\n>>>>> START <<<<<", ""};
-  Append(all, LinkCheckTrace(device));
-  Append(all, SignatureTrace(device));
-  Append(all, PhaseTrace("チップ イレース中....."));
-  Append(all, {"フラッシュプログラムメモリ プログラム中....."});
-  Append(all, SignatureTrace(device));
-  Append(all, PhaseTrace("フラッシュプログラムメモリ プログラム中....."));
-  Append(all, PhaseTrace("ＥＥＰＲＯＭデータメモリ プログラム中....."));
-  Append(all, {"フラッシュメモリ ベリファイ中....."});
-  Append(all, PhaseTrace("フラッシュメモリ ベリファイ中....."));
-  Append(all, PhaseTrace("ＥＥＰＲＯＭデータメモリ ベリファイ中....."));
-  Append(all, {"ベリファイ　FLASH : OK / EEPROM : OK 　プログラミング正常終了。",
-               "ベリファイ　FLASH : OK / EEPROM : OK", seconds});
-  return all;
+  return Joined<Texts>({{"\r\n>>>>> START <<<<<", ""},
+                        LinkCheckTrace(device.Code),
+                        SignatureTrace(device.Signature),
+                        PhaseTrace("チップ イレース中....."),
+                        {"フラッシュプログラムメモリ プログラム中....."},
+                        SignatureTrace(device.Signature),
+                        PhaseTrace("フラッシュプログラムメモリ プログラム中....."),
+                        PhaseTrace("ＥＥＰＲＯＭデータメモリ プログラム中....."),
+                        {"フラッシュメモリ ベリファイ中....."},
+                        PhaseTrace("フラッシュメモリ ベリファイ中....."),
+                        PhaseTrace("ＥＥＰＲＯＭデータメモリ ベリファイ中....."),
+                        {"ベリファイ　FLASH : OK / EEPROM : OK 　プログラミング正常終了。",
+                         "ベリファイ　FLASH : OK / EEPROM : OK", seconds}});
 }
 
 std::string ExpectedDump(const Bytes& bytes, std::size_t cell) {
@@ -165,17 +131,19 @@ Bytes Swapped(Bytes bytes) {
   return bytes;
 }
 
-/// Random content with no blank byte at its end, so that all of it counts as used.
-Bytes FullImage(std::size_t count, unsigned seed) {
-  Bytes bytes = RandomBytes(count, seed);
-  bytes.back() = 0x5A;
-  return bytes;
-}
-
-class ProgramOnEveryDevice : public ::testing::TestWithParam<DeviceRow> {};
+/// Of the catalogue's devices; each has to have its row.
+class ProgramOnEveryDevice : public TestWithParam<core::DeviceEntry> {
+ protected:
+  static const DeviceRow& Row() {
+    const auto row = std::ranges::find(kDevices, GetParam().DisplayName,
+                                       [](const DeviceRow& each) { return each.Name; });
+    if (row == std::end(kDevices)) throw std::runtime_error("a device without expectations");
+    return *row;
+  }
+};
 
 TEST_P(ProgramOnEveryDevice, SendsTheDescribedBytesAndLeavesTheImageInTheChip) {
-  const DeviceRow& device = GetParam();
+  const DeviceRow& device = Row();
   BoardRun run(device.Name);
   const Bytes flash = FullImage(2 * device.FlashWords, device.Code);
   const Bytes eeprom = FullImage(device.EepromBytes, device.Code + 1U);
@@ -192,7 +160,7 @@ TEST_P(ProgramOnEveryDevice, SendsTheDescribedBytesAndLeavesTheImageInTheChip) {
 }
 
 TEST_P(ProgramOnEveryDevice, WritesTheDescribedTraceDumpsAndReport) {
-  const DeviceRow& device = GetParam();
+  const DeviceRow& device = Row();
   BoardRun run(device.Name, {.Baud = 0});
   const Bytes flash = FullImage(2 * device.FlashWords, 7);
   const Bytes eeprom = FullImage(device.EepromBytes, 8);
@@ -211,9 +179,9 @@ TEST_P(ProgramOnEveryDevice, WritesTheDescribedTraceDumpsAndReport) {
   EXPECT_EQ(run.PanelText(Panel::Port), "COM3");
 }
 
-INSTANTIATE_TEST_SUITE_P(Devices, ProgramOnEveryDevice, ::testing::ValuesIn(kDevices),
+INSTANTIATE_TEST_SUITE_P(Devices, ProgramOnEveryDevice, ValuesIn(core::DeviceCatalogue()),
                          [](const auto& device) {
-                           std::string name(device.param.Name);
+                           std::string name(device.param.DisplayName);
                            return name.substr(0, name.find_first_of(" (")) +
                                   std::to_string(device.index);
                          });
@@ -302,13 +270,13 @@ TEST(ProgramWire, BothBuffersBlankEraseTheChipAndSendNothingMore) {
   EXPECT_EQ(run.Wire, wire.All());
   EXPECT_EQ(run.Chip().FlashWord(5), 0xFFFF);
   EXPECT_EQ(run.Dialog.Text, "全てのメモリは消去されました。");
-  EXPECT_EQ(run.Dialog.Mode, screen::MessageMode::Notice);
+  EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
   EXPECT_EQ(run.PanelText(Panel::Status), "全てのメモリは消去されました。");
   EXPECT_TRUE(ops::Succeeded(run.State));
 }
 
 TEST(ProgramWire, TheElapsedSecondsAreWholeAndFollowedByTheirUnit) {
-  BoardRun run(kSmall.Name, {.Faults = {MakeFault("late@19:2500")}});
+  BoardRun run(kSmall.Name, WithFaults("late@19:2500"));
   run.LoadImage(FullImage(2, 1), {});
   ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "3秒");

@@ -2,11 +2,7 @@
 
 #include "ops/start_procedure.h"
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
+#include "core/device_catalogue.h"
 #include "ops/command.h"
 #include "ops/stop_procedure.h"
 #include "support/form_fakes.h"
@@ -14,11 +10,8 @@
 
 namespace fenwright::testing {
 namespace {
-
-using core::CommandEnding;
 using screen::TwipsPlace;
 using screen::TwipsPosition;
-using screen::View;
 
 struct WindowStart : ScriptedRun {
   FakeMainForm Window;
@@ -32,67 +25,63 @@ struct WindowStart : ScriptedRun {
                        {.AppFolder = "/app/", .CommandArgument = argument});
     });
   }
-  void Store(const char* key, const char* value) { Settings.Write("Settings", key, value); }
-  [[nodiscard]] std::string Stored(const char* key) const {
-    return Settings.Read("Settings", key).value_or("(missing)");
-  }
 };
 
-TEST(WindowStart, EndsAtOnceAndSilentlyWhenTheProgramRunsAlready) {
-  WindowStart run;
-  run.Instance.Alone = false;
-  run.Files.Files["_debug_avr.txt"] = "of the other run";
-  EXPECT_EQ(run.Start(), CommandEnding::AnotherInstance);
-  EXPECT_TRUE(run.Window.Calls.empty());
-  EXPECT_TRUE(run.Files.Deleted.empty());
-  EXPECT_TRUE(run.Boxes.Boxes.empty());
-  EXPECT_EQ(run.Files.Files.size(), 1U);
+struct WindowStartTest : Test, WindowStart {};
+
+TEST_ON(WindowStartTest, WindowStart, EndsAtOnceAndSilentlyWhenTheProgramRunsAlready) {
+  Instance.Alone = false;
+  Files.Files["_debug_avr.txt"] = "of the other run";
+  EXPECT_EQ(Start(), CommandEnding::AnotherInstance);
+  EXPECT_TRUE(Window.Calls.empty());
+  EXPECT_TRUE(Files.Deleted.empty());
+  EXPECT_TRUE(Boxes.Boxes.empty());
+  EXPECT_EQ(Files.Files.size(), 1U);
 }
 
-TEST(WindowStart, TheWindowsStepsComeInTheirOrder) {
-  WindowStart run;
-  EXPECT_EQ(run.Start(), CommandEnding::Finished);
+TEST_ON(WindowStartTest, WindowStart, TheWindowsStepsComeInTheirOrder) {
+  EXPECT_EQ(Start(), CommandEnding::Finished);
   const std::vector<std::string> expected{
       "support page label", "caption", "place main", "place flash", "place eeprom", "show", "timer",
       "com dialog",         "guide"};
-  EXPECT_EQ(run.Window.Calls, expected);
+  EXPECT_EQ(Window.Calls, expected);
 }
 
-TEST(WindowStart, TheWindowIsShownAfterTraceFolderAndArgumentAndBeforeBuffersAndSelector) {
-  WindowStart run;
+TEST_ON(WindowStartTest, WindowStart,
+        TheWindowIsShownAfterTraceFolderAndArgumentAndBeforeBuffersAndSelector) {
   bool looked = false;
-  run.Window.At["show"] = [&] {
+  Window.At["show"] = [&] {
     looked = true;
-    EXPECT_EQ(run.Files.Deleted, std::vector<std::string>{"_debug_avr.txt"});
-    EXPECT_EQ(run.State.CommandArgument, "/p/a.hex");
-    EXPECT_EQ(run.State.AppFolder, "/app/");
-    EXPECT_EQ(run.State.FlashBuffer[0], 0);
-    EXPECT_TRUE(run.Form.Names.empty());
+    EXPECT_EQ(Files.Deleted, Texts{"_debug_avr.txt"});
+    EXPECT_EQ(State.CommandArgument, "/p/a.hex");
+    EXPECT_EQ(State.AppFolder, "/app/");
+    EXPECT_EQ(State.FlashBuffer[0], 0);
+    EXPECT_TRUE(Form.Names.empty());
   };
-  run.Start("/p/a.hex");
+  Start("/p/a.hex");
   EXPECT_TRUE(looked);
 }
 
-TEST(WindowStart, TheComDialogComesWithTheDeviceAppliedAndItsFlagNotYetWritten) {
-  WindowStart run;
+TEST_ON(WindowStartTest, WindowStart,
+        TheComDialogComesWithTheDeviceAppliedAndItsFlagNotYetWritten) {
   bool looked = false;
-  run.Window.At["com dialog"] = [&] {
+  Window.At["com dialog"] = [&] {
     looked = true;
-    EXPECT_TRUE(run.State.CommandRunning);
-    EXPECT_EQ(run.State.FlashBuffer[65536], 0xFF);
-    EXPECT_EQ(run.State.EepromBuffer[2048], 0xFF);
-    EXPECT_EQ(run.Form.Names.size(), 13U);
-    EXPECT_EQ(run.Form.DeviceText(), "ATtiny12L");
-    EXPECT_EQ(run.State.FlashWords, 512);
-    EXPECT_TRUE(run.Form.FrameShown);
-    EXPECT_EQ(run.Stored("Index_Com_Flag"), "(missing)");
+    EXPECT_TRUE(State.CommandRunning);
+    EXPECT_EQ(State.FlashBuffer[65536], 0xFF);
+    EXPECT_EQ(State.EepromBuffer[2048], 0xFF);
+    EXPECT_EQ(Form.Names.size(), core::DeviceCatalogue().size());
+    EXPECT_EQ(Form.DeviceText(), "ATtiny12L");
+    EXPECT_EQ(State.FlashWords, 512);
+    EXPECT_TRUE(Form.FrameShown);
+    EXPECT_EQ(Stored("Index_Com_Flag"), "(missing)");
   };
-  run.Start();
+  Start();
   EXPECT_TRUE(looked);
-  EXPECT_EQ(run.Stored("Index_Com_Flag"), "1");
+  EXPECT_EQ(Stored("Index_Com_Flag"), "1");
 }
 
-TEST(WindowStart, TheComDialogIsShownOnTheFirstRunOnly) {
+TEST_ON(WindowStartTest, WindowStart, TheComDialogIsShownOnTheFirstRunOnly) {
   for (const char* flag : {"1", "0.5", "-1", "2"}) {
     WindowStart run;
     run.Store("Index_Com_Flag", flag);
@@ -109,52 +98,47 @@ TEST(WindowStart, TheComDialogIsShownOnTheFirstRunOnly) {
   }
 }
 
-TEST(WindowStart, SetsTheCaptionAndTheSupportPageLabel) {
-  WindowStart run;
-  run.Start();
-  EXPECT_EQ(run.Window.Caption, "New Fenwright Version 6.5.5");
+TEST_ON(WindowStartTest, WindowStart, SetsTheCaptionAndTheSupportPageLabel) {
+  Start();
+  EXPECT_EQ(Window.Caption, "New Fenwright Version 6.5.5");
   const std::string label = "ｻﾎﾟｰﾄﾍﾟｰｼﾞ : ";
-  EXPECT_TRUE(run.Window.SupportPageLabel.starts_with(label + "http"))
-      << run.Window.SupportPageLabel;
+  EXPECT_TRUE(Window.SupportPageLabel.starts_with(label + "http")) << Window.SupportPageLabel;
 }
 
-TEST(WindowStart, WithAnEmptyStoreEveryWindowHasItsDefaultPlace) {
-  WindowStart run;
-  run.Start();
-  EXPECT_EQ(run.Window.MainPlace, (TwipsPlace{100, 100, 11300, 7900}));
-  EXPECT_EQ(run.Window.ViewPlaces[View::Flash], (TwipsPlace{50, 50, 5400, 4000}));
-  EXPECT_EQ(run.Window.ViewPlaces[View::Eeprom], (TwipsPlace{50, 4100, 5400, 2000}));
-  EXPECT_EQ(run.Window.Guide, (TwipsPosition{0, 0}));
-  EXPECT_EQ(run.Stored("device"), "0");
+TEST_ON(WindowStartTest, WindowStart, WithAnEmptyStoreEveryWindowHasItsDefaultPlace) {
+  Start();
+  EXPECT_EQ(Window.MainPlace, (TwipsPlace{100, 100, 11300, 7900}));
+  EXPECT_EQ(Window.ViewPlaces[View::Flash], (TwipsPlace{50, 50, 5400, 4000}));
+  EXPECT_EQ(Window.ViewPlaces[View::Eeprom], (TwipsPlace{50, 4100, 5400, 2000}));
+  EXPECT_EQ(Window.Guide, (TwipsPosition{0, 0}));
+  EXPECT_EQ(Stored("device"), "0");
 }
 
-TEST(WindowStart, EveryKeyGivesItsOwnNumber) {
-  WindowStart run;
+TEST_ON(WindowStartTest, WindowStart, EveryKeyGivesItsOwnNumber) {
   const std::vector<const char*> keys{"MainLeft", "MainTop",   "MainWidth", "MainHeight", "PgmLeft",
                                       "PgmTop",   "PgmWidth",  "PgmHeight", "EEpLeft",    "EEpTop",
                                       "EEpWidth", "EEpHeight", "IndLeft",   "IndTop"};
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    run.Store(keys[i], std::to_string(1001 + i).c_str());
+    Store(keys[i], std::to_string(1001 + i).c_str());
   }
-  run.Store("device", "12");
-  run.Start();
-  EXPECT_EQ(run.Window.MainPlace, (TwipsPlace{1001, 1002, 1003, 1004}));
-  EXPECT_EQ(run.Window.ViewPlaces[View::Flash], (TwipsPlace{1005, 1006, 1007, 1008}));
-  EXPECT_EQ(run.Window.ViewPlaces[View::Eeprom], (TwipsPlace{1009, 1010, 1011, 1012}));
-  EXPECT_EQ(run.Window.Guide, (TwipsPosition{1013, 1014}));
-  EXPECT_EQ(run.Form.DeviceText(), "AT90S8535");
+  Store("device", "12");
+  Start();
+  EXPECT_EQ(Window.MainPlace, (TwipsPlace{1001, 1002, 1003, 1004}));
+  EXPECT_EQ(Window.ViewPlaces[View::Flash], (TwipsPlace{1005, 1006, 1007, 1008}));
+  EXPECT_EQ(Window.ViewPlaces[View::Eeprom], (TwipsPlace{1009, 1010, 1011, 1012}));
+  EXPECT_EQ(Window.Guide, (TwipsPosition{1013, 1014}));
+  EXPECT_EQ(Form.DeviceText(), "AT90S8535");
 }
 
-TEST(WindowStart, AStoredNumberMayBeNegativeHugeOrHaveAFraction) {
-  WindowStart run;
-  run.Store("MainLeft", "-1250.5");
-  run.Store("MainTop", " +15 ");
-  run.Store("MainWidth", "1.5E7");
-  EXPECT_EQ(run.Start(), CommandEnding::Finished);
-  EXPECT_EQ(run.Window.MainPlace, (TwipsPlace{-1250.5, 15, 15000000, 7900}));
+TEST_ON(WindowStartTest, WindowStart, AStoredNumberMayBeNegativeHugeOrHaveAFraction) {
+  Store("MainLeft", "-1250.5");
+  Store("MainTop", " +15 ");
+  Store("MainWidth", "1.5E7");
+  EXPECT_EQ(Start(), CommandEnding::Finished);
+  EXPECT_EQ(Window.MainPlace, (TwipsPlace{-1250.5, 15, 15000000, 7900}));
 }
 
-TEST(WindowStart, AnyStoredTextInPlaceOfANumberEndsItAndIsNamed) {
+TEST_ON(WindowStartTest, WindowStart, AnyStoredTextInPlaceOfANumberEndsItAndIsNamed) {
   for (const char* key : {"MainLeft", "MainTop", "MainWidth", "MainHeight", "PgmLeft", "PgmTop",
                           "PgmWidth", "PgmHeight", "EEpLeft", "EEpTop", "EEpWidth", "EEpHeight",
                           "IndLeft", "IndTop", "device", "Index_Com_Flag"}) {
@@ -164,16 +148,16 @@ TEST(WindowStart, AnyStoredTextInPlaceOfANumberEndsItAndIsNamed) {
       run.Store(key, value);
       EXPECT_EQ(run.Start(), CommandEnding::BadSetting);
       ASSERT_EQ(run.Boxes.Boxes.size(), 1U);
-      EXPECT_EQ(run.Boxes.Boxes[0].Icon, screen::MessageIcon::Critical);
+      EXPECT_EQ(run.Boxes.Boxes[0].Icon, MessageIcon::Critical);
       const std::string named =
           "セクション Settings、キー " + std::string(key) + "、値 \"" + value + "\"";
-      EXPECT_NE(run.Boxes.Boxes[0].Text.find(named), std::string::npos) << run.Boxes.Boxes[0].Text;
+      EXPECT_THAT(run.Boxes.Boxes[0].Text, HasSubstr(named));
       EXPECT_EQ(run.Stored(key), value);
     }
   }
 }
 
-TEST(WindowStart, ADeviceOutOfRangeEndsItAfterTheWindowHasBeenShown) {
+TEST_ON(WindowStartTest, WindowStart, ADeviceOutOfRangeEndsItAfterTheWindowHasBeenShown) {
   for (const char* value : {"13", "-2", "32768"}) {
     WindowStart run;
     run.Store("device", value);
@@ -207,60 +191,57 @@ struct WindowStop : WindowStart {
   }
 };
 
-TEST(WindowStop, BeforeItClosesTheViewsPlacesAreStoredAndNothingElse) {
-  WindowStop run;
-  ops::QueryUnload(run.Context, run.Window);
+struct WindowStopTest : Test, WindowStop {};
+
+TEST_ON(WindowStopTest, WindowStop, BeforeItClosesTheViewsPlacesAreStoredAndNothingElse) {
+  ops::QueryUnload(Context, Window);
   const std::string no = "(missing)";
   const std::vector<std::string> expected{no,  no,  no,   no,   "5",  "6", "7",
                                           "8", "9", "10", "11", "12", no,  no};
-  EXPECT_EQ(run.StoredAll(), expected);
-  EXPECT_TRUE(run.Files.Files.contains("/app/avrhex.txt"));
+  EXPECT_EQ(StoredAll(), expected);
+  EXPECT_TRUE(Files.Files.contains("/app/avrhex.txt"));
 }
 
-TEST(WindowStop, EveryPlaceIsStoredInDecimal) {
-  WindowStop run;
-  run.Window.MainPlace = {-1215, 2, 11300, 1e6};
-  run.Stop();
+TEST_ON(WindowStopTest, WindowStop, EveryPlaceIsStoredInDecimal) {
+  Window.MainPlace = {-1215, 2, 11300, 1e6};
+  Stop();
   const std::vector<std::string> expected{"-1215", "2", "11300", "1000000", "5",  "6",  "7",
                                           "8",     "9", "10",    "11",      "12", "13", "14"};
-  EXPECT_EQ(run.StoredAll(), expected);
+  EXPECT_EQ(StoredAll(), expected);
 }
 
-TEST(WindowStop, AMinimisedWindowLeavesWhatIsStored) {
-  WindowStop run;
-  run.Store("MainLeft", "777");
-  run.Store("PgmWidth", "888");
-  run.Window.Minimised = true;
-  const std::vector<std::string> before = run.StoredAll();
-  run.Stop();
-  EXPECT_EQ(run.StoredAll(), before);
-  EXPECT_EQ(run.Window.Calls, std::vector<std::string>{"unload others"});
+TEST_ON(WindowStopTest, WindowStop, AMinimisedWindowLeavesWhatIsStored) {
+  Store("MainLeft", "777");
+  Store("PgmWidth", "888");
+  Window.Minimised = true;
+  const std::vector<std::string> before = StoredAll();
+  Stop();
+  EXPECT_EQ(StoredAll(), before);
+  EXPECT_EQ(Window.Calls, Texts{"unload others"});
 }
 
-TEST(WindowStop, TheTemporaryFilesGoAndTheTraceStays) {
-  WindowStop run;
-  run.Files.Files["/app/avrvfy.txt"] = "report";
-  run.Files.Files["/app/_debug_avr.txt"] = "trace";
-  ASSERT_TRUE(run.Files.Files.contains("/app/avreep.txt"));
-  run.Window.At["unload others"] = [&] {
-    EXPECT_FALSE(run.Files.Files.contains("/app/avrhex.txt"));
-    EXPECT_EQ(run.Stored("MainLeft"), "1");
+TEST_ON(WindowStopTest, WindowStop, TheTemporaryFilesGoAndTheTraceStays) {
+  Files.Files["/app/avrvfy.txt"] = "report";
+  Files.Files["/app/_debug_avr.txt"] = "trace";
+  ASSERT_TRUE(Files.Files.contains("/app/avreep.txt"));
+  Window.At["unload others"] = [&] {
+    EXPECT_FALSE(Files.Files.contains("/app/avrhex.txt"));
+    EXPECT_EQ(Stored("MainLeft"), "1");
   };
-  run.Stop();
-  ASSERT_EQ(run.Files.Files.size(), 1U);
-  EXPECT_TRUE(run.Files.Files.contains("/app/_debug_avr.txt"));
-  EXPECT_EQ(run.Window.Calls, std::vector<std::string>{"unload others"});
+  Stop();
+  ASSERT_EQ(Files.Files.size(), 1U);
+  EXPECT_TRUE(Files.Files.contains("/app/_debug_avr.txt"));
+  EXPECT_EQ(Window.Calls, Texts{"unload others"});
 }
 
-TEST(WindowStop, TheNextStartFindsEveryWindowWhereItWas) {
-  WindowStop run;
-  run.Stop();
-  run.Window = FakeMainForm();
-  run.Start();
-  EXPECT_EQ(run.Window.MainPlace, (TwipsPlace{1, 2, 3, 4}));
-  EXPECT_EQ(run.Window.ViewPlaces[View::Flash], (TwipsPlace{5, 6, 7, 8}));
-  EXPECT_EQ(run.Window.ViewPlaces[View::Eeprom], (TwipsPlace{9, 10, 11, 12}));
-  EXPECT_EQ(run.Window.Guide, (TwipsPosition{13, 14}));
+TEST_ON(WindowStopTest, WindowStop, TheNextStartFindsEveryWindowWhereItWas) {
+  Stop();
+  Window = FakeMainForm();
+  Start();
+  EXPECT_EQ(Window.MainPlace, (TwipsPlace{1, 2, 3, 4}));
+  EXPECT_EQ(Window.ViewPlaces[View::Flash], (TwipsPlace{5, 6, 7, 8}));
+  EXPECT_EQ(Window.ViewPlaces[View::Eeprom], (TwipsPlace{9, 10, 11, 12}));
+  EXPECT_EQ(Window.Guide, (TwipsPosition{13, 14}));
 }
 
 }  // namespace

@@ -1,19 +1,9 @@
 #pragma once
 
-#include <algorithm>
-#include <functional>
-#include <map>
-#include <memory>
-#include <optional>
-#include <set>
-#include <span>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include "platform/clock.h"
 #include "platform/event_loop.h"
+#include "platform/memory/memory_settings_store.h"
+#include "platform/serial_control.h"
 #include "platform/shell.h"
 #include "platform/text_files.h"
 #include "screen/device_form.h"
@@ -26,8 +16,42 @@
 #include "screen/status_bar.h"
 #include "screen/update_form.h"
 #include "screen/views.h"
+#include "support/prelude.h"
+
+namespace fenwright {
+
+// The platform's words that tests speak.
+using platform::FileResult;
+using platform::InputMode;
+using platform::PortOpenStatus;
+using platform::ShowMode;
+using screen::FuseList;
+using screen::GuidePosition;
+using screen::MessageIcon;
+using screen::MessageMode;
+using screen::Panel;
+using screen::View;
+
+}  // namespace fenwright
 
 namespace fenwright::testing {
+
+/// What happened on the platform, in order, whichever part it went through.
+using Journal = Texts;
+
+/// A part of the platform that writes down what is done with it once it is given a journal.
+class Noted {
+ public:
+  Journal* Notes = nullptr;
+
+ protected:
+  void Note(std::string_view what, std::string_view object) const {
+    if (Notes != nullptr) Notes->push_back(std::string(what) + " " + std::string(object));
+  }
+  void Note(std::string_view what) const {
+    if (Notes != nullptr) Notes->emplace_back(what);
+  }
+};
 
 /// A clock that moves only when somebody rests on it; it falls back to 0 at midnight.
 class VirtualClock final : public platform::Clock {
@@ -41,12 +65,14 @@ class VirtualClock final : public platform::Clock {
   void Set(double seconds) { seconds_ = seconds; }
   void Advance(double seconds) {
     elapsed_ += seconds;
-    seconds_ += seconds;
+    if (!Stands) seconds_ += seconds;
     constexpr double kDay = 86400;
     if (seconds_ >= kDay) seconds_ -= kDay;
   }
   /// Time passed since the start, whatever the time of day.
   [[nodiscard]] double Elapsed() const { return elapsed_; }
+
+  bool Stands = false;  ///< the time of day moves by Set() alone
 
  private:
   double seconds_ = 36000;
@@ -54,9 +80,10 @@ class VirtualClock final : public platform::Clock {
 };
 
 /// Counts the turns and runs what a test wants to happen during one.
-class FakeEventLoop final : public platform::EventLoop {
+class FakeEventLoop final : public platform::EventLoop, public Noted {
  public:
   void ProcessPendingEvents() override {
+    Note("turn");
     ++Turns;
     if (OnTurn) OnTurn();
   }
@@ -64,38 +91,64 @@ class FakeEventLoop final : public platform::EventLoop {
   std::function<void()> OnTurn;
 };
 
-class FakeStatusBar final : public screen::StatusBar {
+/// Settings in memory.
+class FakeSettings final : public platform::SettingsStore, public Noted {
  public:
-  void SetPanelText(screen::Panel panel, std::string_view text) override {
+  [[nodiscard]] std::optional<std::string> Read(std::string_view section,
+                                                std::string_view key) const override {
+    return store_.Read(section, key);
+  }
+  bool Write(std::string_view section, std::string_view key, std::string_view value) override {
+    Note("store " + std::string(section) + "/" + std::string(key), value);
+    return store_.Write(section, key, value);
+  }
+
+ private:
+  platform::MemorySettingsStore store_;
+};
+
+class FakeStatusBar final : public screen::StatusBar, public Noted {
+ public:
+  void SetPanelText(Panel panel, std::string_view text) override {
+    Note("panel " + std::to_string(static_cast<int>(panel)), text);
     Texts[panel] = text;
     History.emplace_back(panel, text);
   }
-  std::map<screen::Panel, std::string> Texts;
-  std::vector<std::pair<screen::Panel, std::string>> History;
+  std::map<Panel, std::string> Texts;
+  std::vector<std::pair<Panel, std::string>> History;
 };
 
 /// Behaves as the contract of the dialog says; nobody presses its buttons unless a test does.
-class FakeMessageDialog final : public screen::MessageDialog {
+class FakeMessageDialog final : public screen::MessageDialog, public Noted {
  public:
-  void Show(std::string_view text, screen::MessageMode mode) override {
+  void Show(std::string_view text, MessageMode mode) override {
+    constexpr std::array kModes{"busy", "notice", "choice"};
+    Note(kModes.at(static_cast<std::size_t>(mode)), text);
     Loaded = true;
     Text = text;
     Mode = mode;
     Detail.clear();
-    ButtonVisible = mode != screen::MessageMode::Busy;
-    BarVisible = mode == screen::MessageMode::Busy;
+    ButtonVisible = mode != MessageMode::Busy;
+    BarVisible = mode == MessageMode::Busy;
     Shown.emplace_back(text, mode);
   }
   void SetText(std::string_view text) override {
+    Note("dialog text", text);
     Loaded = true;
     Text = text;
   }
   void SetDetail(std::string_view text) override { Detail = text; }
-  void ShowButton() override { ButtonVisible = true; }
+  void ShowButton() override {
+    Note("dialog button");
+    ButtonVisible = true;
+  }
   void FocusButton() override { ButtonFocused = true; }
   void SetProgressRange(int maximum) override { ProgressMaximum = maximum; }
   void SetProgress(int value) override { Progress.push_back(value); }
-  void Close() override { Loaded = false; }
+  void Close() override {
+    Note("close dialog");
+    Loaded = false;
+  }
   [[nodiscard]] bool IsLoaded() const override { return Loaded; }
   [[nodiscard]] bool IsBusy() const override { return Loaded && !ButtonVisible; }
 
@@ -105,30 +158,43 @@ class FakeMessageDialog final : public screen::MessageDialog {
   bool BarVisible = false;
   std::string Text;
   std::string Detail;
-  screen::MessageMode Mode = screen::MessageMode::Busy;
+  MessageMode Mode = MessageMode::Busy;
   int ProgressMaximum = -1;
   std::vector<int> Progress;
-  std::vector<std::pair<std::string, screen::MessageMode>> Shown;
+  std::vector<std::pair<std::string, MessageMode>> Shown;
 };
 
-class FakeMessageBoxes final : public screen::MessageBoxes {
+class FakeMessageBoxes final : public screen::MessageBoxes, public Noted {
  public:
   struct Box {
-    screen::MessageIcon Icon;
+    MessageIcon Icon;
     std::string Title;
     std::string Text;
+    friend bool operator==(const Box&, const Box&) = default;
+    friend void PrintTo(const Box& box, std::ostream* out) {
+      *out << static_cast<int>(box.Icon) << " [" << box.Title << "] " << box.Text;
+    }
   };
-  void Show(screen::MessageIcon icon, std::string_view title, std::string_view text) override {
+  void Show(MessageIcon icon, std::string_view title, std::string_view text) override {
+    Note("message box");
     Boxes.push_back({icon, std::string(title), std::string(text)});
   }
   bool Ask(std::string_view title, std::string_view text) override {
+    Note("question");
     Questions.emplace_back(title, text);
     return Answer;
+  }
+  [[nodiscard]] fenwright::Texts Texts() const {
+    fenwright::Texts texts;
+    for (const Box& box : Boxes) texts.push_back(box.Text);
+    return texts;
   }
   std::vector<Box> Boxes;
   std::vector<std::pair<std::string, std::string>> Questions;
   bool Answer = false;
 };
+
+using Box = FakeMessageBoxes::Box;
 
 class FakeFileDialogs final : public screen::FileDialogs {
  public:
@@ -156,11 +222,20 @@ class FakeHandEditForm final : public screen::HandEditForm {
   bool Flash = true;
 };
 
-class FakeGuideForm final : public screen::GuideForm {
+class FakeGuideForm final : public screen::GuideForm, public Noted {
  public:
-  void SetIdle(screen::GuidePosition position) override { Highlighted.erase(position); }
-  void SetHighlighted(screen::GuidePosition position) override { Highlighted.insert(position); }
-  std::set<screen::GuidePosition> Highlighted;
+  void SetIdle(GuidePosition position) override {
+    Note("idle", Letter(position));
+    Highlighted.erase(position);
+  }
+  void SetHighlighted(GuidePosition position) override {
+    Note("highlight", Letter(position));
+    Highlighted.insert(position);
+  }
+  static std::string Letter(GuidePosition position) {
+    return {"ABCDE"[static_cast<std::size_t>(position)]};
+  }
+  std::set<GuidePosition> Highlighted;
 };
 
 /// A desktop that opens nothing; `Answer` is what it says about it.
@@ -169,11 +244,10 @@ class FakeShell final : public platform::Shell {
   struct Request {
     std::string Document;
     std::string WorkingFolder;
-    platform::ShowMode Mode = platform::ShowMode::Normal;
+    ShowMode Mode = ShowMode::Normal;
     friend bool operator==(const Request&, const Request&) = default;
   };
-  bool Open(std::string_view document, std::string_view working_folder,
-            platform::ShowMode mode) override {
+  bool Open(std::string_view document, std::string_view working_folder, ShowMode mode) override {
     Requests.push_back({std::string(document), std::string(working_folder), mode});
     return Answer;
   }
@@ -194,22 +268,22 @@ class FakeFuseForm final : public screen::FuseForm {
   };
   struct Call {
     std::string Name;
-    std::optional<screen::FuseList> Where;
+    std::optional<FuseList> Where;
   };
 
-  void SetItems(screen::FuseList list, std::span<const std::string_view> items) override {
+  void SetItems(FuseList list, std::span<const std::string_view> items) override {
     Lists[list] = {.Items = {items.begin(), items.end()}, .Enabled = Lists[list].Enabled};
     Calls.push_back({"items", list});
   }
-  void Select(screen::FuseList list, int index) override {
+  void Select(FuseList list, int index) override {
     Lists[list].Index = index;
     Calls.push_back({"select", list});
   }
-  [[nodiscard]] int SelectedIndex(screen::FuseList list) const override {
+  [[nodiscard]] int SelectedIndex(FuseList list) const override {
     const auto found = Lists.find(list);
     return found == Lists.end() ? -1 : found->second.Index;
   }
-  void EnableList(screen::FuseList list, bool enable) override { Lists[list].Enabled = enable; }
+  void EnableList(FuseList list, bool enable) override { Lists[list].Enabled = enable; }
   void SetLockListVisible(bool visible) override { LockListVisible = visible; }
   void EnableButtons(bool read, bool write) override {
     ReadEnabled = read;
@@ -225,7 +299,7 @@ class FakeFuseForm final : public screen::FuseForm {
     Calls.push_back({visible ? "show" : "hide", std::nullopt});
   }
 
-  std::map<screen::FuseList, List> Lists;
+  std::map<FuseList, List> Lists;
   std::vector<Call> Calls;
   std::string Calibration;
   std::string ByteLine;
@@ -235,20 +309,28 @@ class FakeFuseForm final : public screen::FuseForm {
   bool FrameVisible = true;
 };
 
-class FakeViews final : public screen::Views {
+class FakeViews final : public screen::Views, public Noted {
  public:
-  void Clear(screen::View view) override { Calls.emplace_back("clear", view); }
-  void Load(screen::View view, std::string_view path) override {
-    Calls.emplace_back("load", view);
+  void Clear(View view) override { Add("clear", view); }
+  void Load(View view, std::string_view path) override {
+    Add("load", view);
     Paths[view] = path;
   }
-  std::vector<std::pair<std::string, screen::View>> Calls;
-  std::map<screen::View, std::string> Paths;
+  std::vector<std::pair<std::string, View>> Calls;
+  std::map<View, std::string> Paths;
+
+ private:
+  void Add(const char* verb, View view) {
+    constexpr std::array kNames{"flash view", "EEPROM view", "verify view"};
+    Note(verb, kNames.at(static_cast<std::size_t>(view)));
+    Calls.emplace_back(verb, view);
+  }
 };
 
-class FakeDeviceForm final : public screen::DeviceForm {
+class FakeDeviceForm final : public screen::DeviceForm, public Noted {
  public:
   void SetDevices(const std::vector<std::string>& display_names) override {
+    Note("fill selector");
     Names = display_names;
     Index = -1;
   }
@@ -259,10 +341,14 @@ class FakeDeviceForm final : public screen::DeviceForm {
   [[nodiscard]] int DeviceIndex() const override { return Index; }
   void SetDeviceIndex(int index) override { Index = index; }
   void SetMemoryLabels(std::string_view flash, std::string_view eeprom) override {
+    Note("labels");
     FlashLabel = flash;
     EepromLabel = eeprom;
   }
-  void ShowDeviceFrame() override { FrameShown = true; }
+  void ShowDeviceFrame() override {
+    Note("show device frame");
+    FrameShown = true;
+  }
 
   std::vector<std::string> Names;
   int Index = -1;
@@ -339,37 +425,52 @@ class FakeUpdateForm final : public screen::UpdateForm {
   }
 };
 
-/// Files in memory. A path in `Refused` cannot be written; a file grows to `Capacity` bytes.
-class FakeTextFiles final : public platform::TextFiles {
+/// Files in memory. A path in `Refused` cannot be written, one in `Unreadable` exists but cannot be
+/// read, one in `Unopenable` cannot be opened for writing, and one in `LostAtClose` takes every
+/// byte and loses some when it is closed. A file grows to `Capacity` bytes.
+class FakeTextFiles final : public platform::TextFiles, public Noted {
  public:
-  bool Exists(std::string_view path) override { return Files.contains(path); }
-  platform::FileResult Read(std::string_view path, std::string& content) override {
+  bool Exists(std::string_view path) override {
+    return Files.contains(path) || Unreadable.contains(path);
+  }
+  FileResult Read(std::string_view path, std::string& content) override {
+    Note("read", path);
     if (OnRead) OnRead();
+    if (const auto words = Unreadable.find(path); words != Unreadable.end()) {
+      return {FileResult::Status::AccessRefused, words->second};
+    }
     const auto file = Files.find(path);
-    if (file == Files.end()) return {platform::FileResult::Status::NotFound, "no such file"};
+    if (file == Files.end()) return {FileResult::Status::NotFound, "no such file"};
     content = file->second;
     return {};
   }
-  platform::FileResult Write(std::string_view path, std::string_view content) override {
+  FileResult Write(std::string_view path, std::string_view content) override {
+    Note("write", path);
     ++Writes[std::string(path)];
     if (IsRefused(path)) return Refusal();
     Files.insert_or_assign(std::string(path), std::string(content));
     return {};
   }
-  platform::FileResult Append(std::string_view path, std::string_view content) override {
+  FileResult Append(std::string_view path, std::string_view content) override {
+    Note("append", path);
     if (IsRefused(path)) return Refusal();
     Files[std::string(path)].append(content);
     return {};
   }
   std::unique_ptr<platform::FileWriter> OpenForWriting(std::string_view path,
-                                                       platform::FileResult& result) override {
-    result = IsRefused(path) ? Refusal() : platform::FileResult{};
+                                                       FileResult& result) override {
+    Note("open", path);
+    const auto unopenable = Unopenable.find(path);
+    result = unopenable != Unopenable.end() ? unopenable->second
+             : IsRefused(path)              ? Refusal()
+                                            : FileResult{};
     if (!result) return nullptr;
     std::string& file = Files[std::string(path)];
     file.clear();
-    return std::make_unique<Writer>(file, Capacity, OpenWriters);
+    return std::make_unique<Writer>(file, *this, Names(LostAtClose, path));
   }
   void Delete(std::string_view path) override {
+    Note("delete", path);
     Deleted.emplace_back(path);
     if (const auto file = Files.find(path); file != Files.end()) Files.erase(file);
   }
@@ -377,6 +478,9 @@ class FakeTextFiles final : public platform::TextFiles {
   std::function<void()> OnRead;  ///< what a test wants to happen at a read; may be empty
   std::map<std::string, std::string, std::less<>> Files;
   std::vector<std::string> Refused;
+  std::map<std::string, std::string, std::less<>> Unreadable;  ///< path and the system's words
+  std::map<std::string, FileResult, std::less<>> Unopenable;
+  std::vector<std::string> LostAtClose;
   std::vector<std::string> Deleted;
   std::map<std::string, int> Writes;
   std::size_t Capacity = 1U << 24U;
@@ -385,9 +489,9 @@ class FakeTextFiles final : public platform::TextFiles {
  private:
   class Writer final : public platform::FileWriter {
    public:
-    Writer(std::string& file, std::size_t capacity, int& open_writers)
-        : file_(file), capacity_(capacity), open_writers_(open_writers) {
-      ++open_writers_;
+    Writer(std::string& file, FakeTextFiles& files, bool loses)
+        : file_(file), files_(files), capacity_(files.Capacity), loses_(loses) {
+      ++files_.OpenWriters;
     }
     ~Writer() override { Release(); }
     bool Write(std::string_view bytes) override {
@@ -397,26 +501,26 @@ class FakeTextFiles final : public platform::TextFiles {
     }
     bool Close() override {
       Release();
-      return true;
+      return !loses_;
     }
 
    private:
     void Release() {
-      if (open_) --open_writers_;
+      if (open_) --files_.OpenWriters;
       open_ = false;
     }
     std::string& file_;
+    FakeTextFiles& files_;
     std::size_t capacity_;
-    int& open_writers_;
+    bool loses_;
     bool open_ = true;
   };
 
-  [[nodiscard]] bool IsRefused(std::string_view path) const {
-    return std::ranges::find(Refused, path) != Refused.end();
+  static bool Names(const std::vector<std::string>& paths, std::string_view path) {
+    return std::ranges::find(paths, path) != paths.end();
   }
-  static platform::FileResult Refusal() {
-    return {platform::FileResult::Status::AccessRefused, "permission denied"};
-  }
+  [[nodiscard]] bool IsRefused(std::string_view path) const { return Names(Refused, path); }
+  static FileResult Refusal() { return {FileResult::Status::AccessRefused, "permission denied"}; }
 };
 
 }  // namespace fenwright::testing

@@ -1,16 +1,10 @@
 #pragma once
 
-#include <deque>
-#include <functional>
-#include <map>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "platform/port_info.h"
 #include "platform/single_instance.h"
 #include "screen/com_form.h"
 #include "screen/main_form.h"
+#include "support/fakes.h"
 
 namespace fenwright::testing {
 
@@ -29,9 +23,9 @@ class FakeMainForm final : public screen::MainForm {
     MainPlace = place;
     Calls.emplace_back("place main");
   }
-  void PlaceView(screen::View view, const screen::TwipsPlace& place) override {
+  void PlaceView(View view, const screen::TwipsPlace& place) override {
     ViewPlaces[view] = place;
-    Calls.emplace_back(view == screen::View::Flash ? "place flash" : "place eeprom");
+    Calls.emplace_back(view == View::Flash ? "place flash" : "place eeprom");
   }
   void Show() override { Call("show"); }
   void EnableTimer() override { Calls.emplace_back("timer"); }
@@ -41,7 +35,7 @@ class FakeMainForm final : public screen::MainForm {
     Call("guide");
   }
   [[nodiscard]] screen::TwipsPlace CurrentPlace() const override { return MainPlace; }
-  [[nodiscard]] screen::TwipsPlace CurrentPlaceOf(screen::View view) const override {
+  [[nodiscard]] screen::TwipsPlace CurrentPlaceOf(View view) const override {
     return ViewPlaces.at(view);
   }
   [[nodiscard]] screen::TwipsPosition GuidePosition() const override { return Guide; }
@@ -54,7 +48,7 @@ class FakeMainForm final : public screen::MainForm {
   std::string SupportPageLabel;
   std::string Caption;
   screen::TwipsPlace MainPlace;
-  std::map<screen::View, screen::TwipsPlace> ViewPlaces;
+  std::map<View, screen::TwipsPlace> ViewPlaces;
   screen::TwipsPosition Guide;
   bool Minimised = false;
 

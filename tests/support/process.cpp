@@ -1,23 +1,14 @@
 #include "support/process.h"
 
-#include <array>
-#include <chrono>
-#include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <pty.h>
 #include <signal.h>
-#include <stdexcept>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace fenwright::testing {
 namespace {
-
-using namespace std::chrono_literals;
 
 double Seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <filesystem>
-#include <map>
-#include <string>
 #include <sys/types.h>
-#include <vector>
+
+#include "support/prelude.h"
 
 namespace fenwright::testing {
 

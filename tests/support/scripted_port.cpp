@@ -1,9 +1,6 @@
 #include "support/scripted_port.h"
 
-#include <algorithm>
 #include <cctype>
-
-#include <gtest/gtest.h>
 
 #include "core/hex_format.h"
 
@@ -58,35 +55,31 @@ ScriptedPort& ScriptedPort::ThenHangUp() {
 
 void ScriptedPort::SetCommPort(int number) {
   number_ = number;
-  Log.push_back("CommPort=" + std::to_string(number));
+  Keep("CommPort=" + std::to_string(number));
 }
 void ScriptedPort::SetSettings(std::string_view settings) {
-  Log.push_back("Settings=" + std::string(settings));
+  Keep("Settings=" + std::string(settings));
 }
-void ScriptedPort::SetHandshaking(int mode) {
-  Log.push_back("Handshaking=" + std::to_string(mode));
-}
-void ScriptedPort::SetInputLen(int length) { Log.push_back("InputLen=" + std::to_string(length)); }
+void ScriptedPort::SetHandshaking(int mode) { Keep("Handshaking=" + std::to_string(mode)); }
+void ScriptedPort::SetInputLen(int length) { Keep("InputLen=" + std::to_string(length)); }
 void ScriptedPort::SetRTSEnable(bool enable) {
-  Log.emplace_back(enable ? "RTSEnable=true" : "RTSEnable=false");
+  Keep(enable ? "RTSEnable=true" : "RTSEnable=false");
 }
-void ScriptedPort::SetRThreshold(int count) {
-  Log.push_back("RThreshold=" + std::to_string(count));
-}
-void ScriptedPort::SetInputMode(platform::InputMode mode) {
+void ScriptedPort::SetRThreshold(int count) { Keep("RThreshold=" + std::to_string(count)); }
+void ScriptedPort::SetInputMode(InputMode mode) {
   mode_ = mode;
-  Log.emplace_back(mode == platform::InputMode::Text ? "InputMode=text" : "InputMode=binary");
+  Keep(mode == InputMode::Text ? "InputMode=text" : "InputMode=binary");
 }
 
 platform::PortOpenResult ScriptedPort::Open() {
-  Log.emplace_back("Open");
-  open_ = OpenResult.Status == platform::PortOpenStatus::Ok;
+  Keep("Open");
+  open_ = OpenResult.Status == PortOpenStatus::Ok;
   PlayHangUps();
   return OpenResult;
 }
 
 void ScriptedPort::Close() {
-  if (open_) Log.emplace_back("Close");
+  if (open_) Keep("Close");
   open_ = false;
 }
 
@@ -96,15 +89,15 @@ int ScriptedPort::InBufferCount() {
 }
 
 void ScriptedPort::DiscardInput() {
-  Log.emplace_back("DiscardInput");
+  Keep("DiscardInput");
   Receive();
   received_.clear();
 }
 
-void ScriptedPort::DiscardOutput() { Log.emplace_back("DiscardOutput"); }
+void ScriptedPort::DiscardOutput() { Keep("DiscardOutput"); }
 
 void ScriptedPort::Output(std::span<const std::uint8_t> bytes) {
-  Log.push_back("Output " + ToHex(bytes));
+  Keep("Output " + ToHex(bytes));
   if (!open_ || gone_) return;
   Sent.insert(Sent.end(), bytes.begin(), bytes.end());
   pending_.insert(pending_.end(), bytes.begin(), bytes.end());
@@ -147,6 +140,11 @@ void ScriptedPort::RestUntilInput(double seconds) {
   constexpr double kLeast = 1e-6;
   clock_.Advance(std::max(rest, kLeast));
   Receive();
+}
+
+void ScriptedPort::Keep(std::string entry) {
+  Note(entry);
+  Log.push_back(std::move(entry));
 }
 
 void ScriptedPort::PlayHangUps() {

@@ -1,12 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <deque>
-#include <span>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "platform/serial_control.h"
 #include "support/fakes.h"
 
@@ -25,7 +18,7 @@ std::string ToHex(std::span<const std::uint8_t> bytes);
 ///
 /// Steps are played in order: when the bytes sent since the last step equal the step's, its reply
 /// becomes due. Bytes that differ fail the test, as do steps that are left over at the end.
-class ScriptedPort final : public platform::SerialControl {
+class ScriptedPort final : public platform::SerialControl, public Noted {
  public:
   struct Part {
     double Delay = 0;  ///< seconds after the part before it
@@ -55,8 +48,8 @@ class ScriptedPort final : public platform::SerialControl {
   void SetInputLen(int length) override;
   void SetRTSEnable(bool enable) override;
   void SetRThreshold(int count) override;
-  void SetInputMode(platform::InputMode mode) override;
-  [[nodiscard]] platform::InputMode CurrentInputMode() const override { return mode_; }
+  void SetInputMode(InputMode mode) override;
+  [[nodiscard]] InputMode CurrentInputMode() const override { return mode_; }
   platform::PortOpenResult Open() override;
   void Close() override;
   [[nodiscard]] bool PortOpen() const override { return open_; }
@@ -82,6 +75,7 @@ class ScriptedPort final : public platform::SerialControl {
     std::uint8_t Value;
   };
 
+  void Keep(std::string entry);
   void PlayHangUps();
   void Receive();
 
@@ -91,7 +85,7 @@ class ScriptedPort final : public platform::SerialControl {
   std::deque<Due> due_;
   Bytes received_;
   int number_ = 1;
-  platform::InputMode mode_ = platform::InputMode::Binary;
+  InputMode mode_ = InputMode::Binary;
   bool open_ = false;
   bool gone_ = false;
 };

@@ -1,13 +1,12 @@
 #include "support/test_run.h"
 
-#include <algorithm>
 #include <random>
-#include <stdexcept>
 
 #include "core/device_catalogue.h"
 #include "core/settings_keys.h"
 #include "core/trace_log.h"
 #include "ops/device_change.h"
+#include "ops/outcome.h"
 
 namespace fenwright::testing {
 namespace {
@@ -97,9 +96,25 @@ std::vector<std::string> TestPlatform::NewTrace() {
   return fresh;
 }
 
-std::string TestPlatform::PanelText(screen::Panel panel) const {
+std::string TestPlatform::PanelText(Panel panel) const {
   const auto text = StatusBar.Texts.find(panel);
   return text == StatusBar.Texts.end() ? "" : text->second;
+}
+
+std::string TestPlatform::ChipState() const {
+  return ops::DescribeChipState(State, core::Language::English);
+}
+
+RecordedRun::RecordedRun() {
+  for (Noted* part : std::initializer_list<Noted*>{&Events, &Files, &Settings, &StatusBar, &Dialog,
+                                                   &Boxes, &Views, &Form, &Guide, &Port}) {
+    part->Notes = &Recorded;
+  }
+}
+
+void RecordedRun::Start(std::string_view display_name) {
+  Select(Context, display_name);
+  Recorded.clear();
 }
 
 BoardRun::BoardRun(std::string_view device, board::SimulatedBoardOptions options)
@@ -127,21 +142,32 @@ Bytes RandomBytes(std::size_t count, unsigned seed) {
   return bytes;
 }
 
-std::string HexFile(const Bytes& data) {
+Bytes FullImage(std::size_t count, unsigned seed) {
+  Bytes bytes = RandomBytes(count, seed);
+  bytes.back() = 0x5A;
+  return bytes;
+}
+
+std::string HexRecord(unsigned address, const Bytes& data, unsigned type) {
+  Bytes record{static_cast<std::uint8_t>(data.size()), static_cast<std::uint8_t>(address >> 8),
+               static_cast<std::uint8_t>(address), static_cast<std::uint8_t>(type)};
+  record.insert(record.end(), data.begin(), data.end());
+  unsigned sum = 0;
+  for (const std::uint8_t byte : record) sum += byte;
+  record.push_back(static_cast<std::uint8_t>(0U - sum));
+  std::string digits = ToHex(record);
+  std::erase(digits, ' ');
+  return ":" + digits + "\r\n";
+}
+
+std::string HexFile(const Bytes& data, unsigned start) {
   std::string text;
-  for (std::size_t address = 0; address < data.size(); address += 16) {
-    const std::size_t count = std::min<std::size_t>(16, data.size() - address);
-    Bytes record{static_cast<std::uint8_t>(count), static_cast<std::uint8_t>(address / 256),
-                 static_cast<std::uint8_t>(address % 256), 0};
-    for (std::size_t i = 0; i < count; ++i) record.push_back(data[address + i]);
-    unsigned sum = 0;
-    for (const std::uint8_t byte : record) sum += byte;
-    record.push_back(static_cast<std::uint8_t>(0U - sum));
-    std::string digits = ToHex(record);
-    std::erase(digits, ' ');
-    text += ":" + digits + "\r\n";
+  for (std::size_t i = 0; i < data.size(); i += 16) {
+    const auto first = data.begin() + static_cast<std::ptrdiff_t>(i);
+    const auto count = static_cast<std::ptrdiff_t>(std::min<std::size_t>(16, data.size() - i));
+    text += HexRecord(start + static_cast<unsigned>(i), Bytes(first, first + count));
   }
-  return text + ":00000001FF\r\n";
+  return text + kEndRecord;
 }
 
 board::Fault MakeFault(std::string_view form) {
@@ -149,6 +175,13 @@ board::Fault MakeFault(std::string_view form) {
   const auto fault = board::ParseFault(form, error);
   if (!fault) throw std::invalid_argument(error);
   return *fault;
+}
+
+board::SimulatedBoardOptions WithFaults(const std::string& forms) {
+  board::SimulatedBoardOptions options;
+  std::istringstream stream(forms);
+  for (std::string form; stream >> form;) options.Faults.push_back(MakeFault(form));
+  return options;
 }
 
 }  // namespace fenwright::testing

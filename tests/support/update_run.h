@@ -1,9 +1,5 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <string_view>
-
 #include "board/simulated_serial_control.h"
 #include "support/test_run.h"
 #include "update/update_commands.h"
@@ -54,6 +50,11 @@ class ScriptedUpdate : public UpdateRun {
     UpdaterPort.StartOpen();
     return update::RunFirmwareUpdate(Context, kUpdateFile);
   }
+};
+
+/// The update is the test's own.
+struct UpdateTest : Test, ScriptedUpdate {
+  using ScriptedUpdate::Run;
 };
 
 /// On a simulated board that both ports lead to. It goes through the dialog as a user does.

@@ -1,11 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "support/process.h"
 #include "support/test_run.h"
 
@@ -14,23 +8,20 @@ namespace fenwright::testing {
 /// fenwright-board in a folder of its own: a board on a pseudo terminal, its log and its dump.
 class BoardProgram {
  public:
-  explicit BoardProgram(const std::string& device, std::vector<std::string> options = {}) {
-    std::vector<std::string> command{FENWRIGHT_BOARD_PROGRAM,
-                                     "--device",
-                                     device,
-                                     "--link",
-                                     Link(),
-                                     "--dump",
-                                     folder_.File("dump"),
-                                     "--log",
-                                     folder_.File("log")};
-    const bool names_baud = std::find(options.begin(), options.end(), "--baud") != options.end();
-    if (!names_baud) options.insert(options.end(), {"--baud", "0"});
+  explicit BoardProgram(const std::string& device, std::vector<std::string> options = {})
+      : device_(device) {
+    std::vector<std::string> command{FENWRIGHT_BOARD_PROGRAM, "--device", device, "--link", Link()};
+    for (const char* file : {"dump", "log"}) {
+      command.insert(command.end(), {"--" + std::string(file), folder_.File(file)});
+    }
+    if (std::ranges::find(options, "--baud") == options.end())
+      options.insert(options.end(), {"--baud", "0"});
     command.insert(command.end(), options.begin(), options.end());
     process_ = std::make_unique<Process>(command);
     if (!WaitForFile(Link())) throw std::runtime_error("no board: " + process_->Errors());
   }
 
+  [[nodiscard]] const std::string& Device() const { return device_; }
   [[nodiscard]] std::string Link() const { return folder_.File("port"); }
   [[nodiscard]] std::string Dump() const { return ReadFile(folder_.File("dump")); }
   [[nodiscard]] Process& Program() { return *process_; }
@@ -48,6 +39,7 @@ class BoardProgram {
   }
 
  private:
+  std::string device_;
   TemporaryFolder folder_;
   std::unique_ptr<Process> process_;
 };

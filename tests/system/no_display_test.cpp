@@ -1,14 +1,9 @@
 // The window program where there is no screen.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "support/process.h"
 
 namespace fenwright::testing {
 namespace {
-
-using ::testing::HasSubstr;
 
 Process WithoutDisplay(const std::vector<std::string>& arguments) {
   std::vector<std::string> command{
@@ -36,7 +31,7 @@ TEST(NoDisplay, TheVersionNeedsNone) {
 
 TEST(NoDisplay, AStartEndsWithAClearLine) {
   for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{}, {"--simulate", "prog.hex"}, {"-platform", "none-of-them"}}) {
+       {Texts{}, {"--simulate", "prog.hex"}, {"-platform", "none-of-them"}}) {
     Process process = WithoutDisplay(arguments);
     EXPECT_EQ(process.Wait(), 1);
     EXPECT_THAT(process.Errors(), HasSubstr("fenwright: ウインドウを表示できません。"));

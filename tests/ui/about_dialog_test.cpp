@@ -1,14 +1,7 @@
 #include "ui/about_dialog.h"
 
-#include <QAction>
-#include <QApplication>
 #include <QDesktopServices>
-#include <QLabel>
-#include <QPushButton>
 #include <QTemporaryDir>
-#include <QTest>
-#include <QUrl>
-#include <gtest/gtest.h>
 
 #include "core/build_info.h"
 #include "ui/qt_shell.h"
@@ -17,23 +10,20 @@
 namespace fenwright::ui {
 namespace {
 
-using Requests = std::vector<testing::FakeShell::Request>;
+using Requests = std::vector<FakeShell::Request>;
 
-class About : public ::testing::Test {
- protected:
+struct About : WindowTest {
   About() {
-    bench_.Start();
-    Find<QAction>(bench_.Run.Window(), "mnuHelpAbout")->trigger();
+    Start();
+    Choose("mnuHelpAbout");
   }
-  AboutDialog& Dialog() { return bench_.Run.Window().About(); }
+  AboutDialog& Dialog() { return Window().About(); }
   std::string Text(const char* label) {
     return Find<QLabel>(Dialog(), label)->text().toStdString();
   }
   void Press(const char* button) {
     QTest::mouseClick(Find<QPushButton>(Dialog(), button), Qt::LeftButton);
   }
-
-  WindowBench bench_;
 };
 
 TEST_F(About, TheMenuShowsItModally) {
@@ -64,28 +54,28 @@ TEST_F(About, ItNamesTheSupportPage) {
 }
 
 TEST_F(About, LoadingSetsTheAddressOfTheSupportPage) {
-  EXPECT_EQ(bench_.Run.State().SupportPageAddress, core::kSupportUrl);
+  EXPECT_EQ(State().SupportPageAddress, core::kSupportUrl);
 }
 
 TEST_F(About, TheJumpOpensTheSupportPageInTheProgramsFolderAndTheBoxStays) {
   Press("Command1");
-  EXPECT_EQ(bench_.Shell.Requests,
-            (Requests{{std::string(core::kSupportUrl), "/opt/bin/", platform::ShowMode::Normal}}));
+  EXPECT_EQ(Shell.Requests,
+            (Requests{{std::string(core::kSupportUrl), "/opt/bin/", ShowMode::Normal}}));
   EXPECT_TRUE(Dialog().isVisible());
 }
 
 TEST_F(About, WithoutABrowserTheJumpReportsNothing) {
-  bench_.Shell.Answer = false;
+  Shell.Answer = false;
   Press("Command1");
-  EXPECT_EQ(bench_.Shell.Requests.size(), 1U);
-  EXPECT_TRUE(bench_.Boxes.Shown.empty());
+  EXPECT_EQ(Shell.Requests.size(), 1U);
+  EXPECT_TRUE(Boxes.Shown.empty());
   EXPECT_TRUE(Dialog().isVisible());
 }
 
 TEST_F(About, CloseAndEscapeUnloadTheBoxAndItComesBack) {
   Press("cmdOK");
   EXPECT_FALSE(Dialog().isVisible());
-  Find<QAction>(bench_.Run.Window(), "mnuHelpAbout")->trigger();
+  Choose("mnuHelpAbout");
   EXPECT_TRUE(Dialog().isVisible());
   QTest::keyClick(&Dialog(), Qt::Key_Escape);
   EXPECT_FALSE(Dialog().isVisible());
@@ -94,7 +84,7 @@ TEST_F(About, CloseAndEscapeUnloadTheBoxAndItComesBack) {
 TEST_F(About, ReturnClosesTheBox) {
   QTest::keyClick(&Dialog(), Qt::Key_Return);
   EXPECT_FALSE(Dialog().isVisible());
-  EXPECT_TRUE(bench_.Shell.Requests.empty());
+  EXPECT_TRUE(Shell.Requests.empty());
 }
 
 TEST_F(About, TheKeyboardReachesBothButtons) {
@@ -102,58 +92,54 @@ TEST_F(About, TheKeyboardReachesBothButtons) {
   QTest::keyClick(Dialog().focusWidget(), Qt::Key_Tab);
   EXPECT_EQ(Dialog().focusWidget(), Find<QPushButton>(Dialog(), "Command1"));
   QTest::keyClick(Dialog().focusWidget(), Qt::Key_Space);
-  EXPECT_EQ(bench_.Shell.Requests.size(), 1U);
+  EXPECT_EQ(Shell.Requests.size(), 1U);
 }
 
 TEST_F(About, ItGoesWithTheMainWindow) {
-  EXPECT_TRUE(bench_.Run.Window().close());
+  EXPECT_TRUE(Window().close());
   EXPECT_FALSE(Dialog().isVisible());
 }
 
-class Manual : public ::testing::Test {
- protected:
-  Manual() { bench_.Start(); }
-  void Choose() { Find<QAction>(bench_.Run.Window(), "mnuHelpSub")->trigger(); }
-
-  WindowBench bench_;
+struct Manual : WindowTest {
+  Manual() { Start(); }
 };
 
 TEST_F(Manual, TheHelpItemOpensItInTheProgramsFolderWithoutTakingTheFocus) {
-  bench_.Files.Files["/opt/bin/readme_tarnwick6.pdf"] = "%PDF";
-  Choose();
-  EXPECT_EQ(bench_.Shell.Requests,
-            (Requests{{"/opt/bin/readme_tarnwick6.pdf", "", platform::ShowMode::NoActivate}}));
+  Files.Files["/opt/bin/readme_tarnwick6.pdf"] = "%PDF";
+  Choose("mnuHelpSub");
+  EXPECT_EQ(Shell.Requests,
+            (Requests{{"/opt/bin/readme_tarnwick6.pdf", "", ShowMode::NoActivate}}));
 }
 
 TEST_F(Manual, AnInstalledOneIsFoundToo) {
-  bench_.Files.Files["/opt/share/readme_tarnwick6.pdf"] = "%PDF";
-  Choose();
-  ASSERT_EQ(bench_.Shell.Requests.size(), 1U);
-  EXPECT_EQ(bench_.Shell.Requests[0].Document, "/opt/share/readme_tarnwick6.pdf");
+  Files.Files["/opt/share/readme_tarnwick6.pdf"] = "%PDF";
+  Choose("mnuHelpSub");
+  ASSERT_EQ(Shell.Requests.size(), 1U);
+  EXPECT_EQ(Shell.Requests[0].Document, "/opt/share/readme_tarnwick6.pdf");
 }
 
 TEST_F(Manual, AMissingOneIsAskedForAllTheSameAndNothingIsShown) {
-  bench_.Shell.Answer = false;
-  Choose();
-  ASSERT_EQ(bench_.Shell.Requests.size(), 1U);
-  EXPECT_EQ(bench_.Shell.Requests[0].Document, "/opt/bin/readme_tarnwick6.pdf");
-  EXPECT_TRUE(bench_.Boxes.Shown.empty());
-  EXPECT_FALSE(bench_.Run.MessageDialog().isVisible());
+  Shell.Answer = false;
+  Choose("mnuHelpSub");
+  ASSERT_EQ(Shell.Requests.size(), 1U);
+  EXPECT_EQ(Shell.Requests[0].Document, "/opt/bin/readme_tarnwick6.pdf");
+  EXPECT_TRUE(Boxes.Shown.empty());
+  EXPECT_FALSE(Run.MessageDialog().isVisible());
 }
 
 TEST_F(Manual, TheHelpKeySaysWhenThereIsNone) {
-  QTest::keyClick(&bench_.Run.Window(), Qt::Key_F1);
-  EXPECT_TRUE(bench_.Shell.Requests.empty());
-  EXPECT_EQ(bench_.Boxes.Shown,
+  QTest::keyClick(&Window(), Qt::Key_F1);
+  EXPECT_TRUE(Shell.Requests.empty());
+  EXPECT_EQ(Boxes.Shown,
             (std::vector<std::string>{"ﾍﾙﾌﾟの目次を表示できません。 "
                                       "このﾌﾟﾛｼﾞｪｸﾄに関連付けられたﾍﾙﾌﾟが存在しません。"}));
 }
 
 TEST_F(Manual, TheHelpKeyOpensIt) {
-  bench_.Files.Files["/opt/bin/readme_tarnwick6.pdf"] = "%PDF";
-  QTest::keyClick(&bench_.Run.Window(), Qt::Key_F1);
-  EXPECT_EQ(bench_.Shell.Requests.size(), 1U);
-  EXPECT_TRUE(bench_.Boxes.Shown.empty());
+  Files.Files["/opt/bin/readme_tarnwick6.pdf"] = "%PDF";
+  QTest::keyClick(&Window(), Qt::Key_F1);
+  EXPECT_EQ(Shell.Requests.size(), 1U);
+  EXPECT_TRUE(Boxes.Shown.empty());
 }
 
 /// Takes what the desktop would be asked to open.
@@ -177,7 +163,7 @@ class Desktop : public QObject {
 
 TEST(QtShell, AnAddressOfTheWebGoesToTheDesktop) {
   Desktop desktop;
-  EXPECT_TRUE(QtShell().Open("https://support.example/a?b=1", "/opt/", platform::ShowMode::Normal));
+  EXPECT_TRUE(QtShell().Open("https://support.example/a?b=1", "/opt/", ShowMode::Normal));
   EXPECT_EQ(desktop.Taken, QList<QUrl>{QUrl("https://support.example/a?b=1")});
 }
 
@@ -186,14 +172,13 @@ TEST(QtShell, ADocumentGoesToTheDesktopWhateverItsName) {
   const QTemporaryDir folder;
   QFile document(folder.filePath("説明書 #1.pdf"));
   ASSERT_TRUE(document.open(QIODevice::WriteOnly));
-  EXPECT_TRUE(
-      QtShell().Open(document.fileName().toStdString(), "", platform::ShowMode::NoActivate));
+  EXPECT_TRUE(QtShell().Open(document.fileName().toStdString(), "", ShowMode::NoActivate));
   EXPECT_EQ(desktop.Taken, QList<QUrl>{QUrl::fromLocalFile(document.fileName())});
 }
 
 TEST(QtShell, AMissingDocumentIsNotHandedToTheDesktop) {
   Desktop desktop;
-  EXPECT_FALSE(QtShell().Open("/no/such/readme_tarnwick6.pdf", "", platform::ShowMode::NoActivate));
+  EXPECT_FALSE(QtShell().Open("/no/such/readme_tarnwick6.pdf", "", ShowMode::NoActivate));
   EXPECT_TRUE(desktop.Taken.isEmpty());
 }
 

@@ -2,9 +2,9 @@
 
 #include <QDir>
 #include <QFile>
-#include <gtest/gtest.h>
 
 #include "platform/temporary_folder.h"
+#include "support/prelude.h"
 #include "ui/text.h"
 
 namespace fenwright::ui {

@@ -1,6 +1,6 @@
 #include "ui/command_line.h"
 
-#include <gtest/gtest.h>
+#include "support/prelude.h"
 
 namespace fenwright::ui {
 namespace {

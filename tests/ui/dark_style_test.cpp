@@ -1,14 +1,13 @@
 #include "ui/dark_style.h"
 
-#include <algorithm>
-
 #include <QImage>
 #include <QLineEdit>
 #include <QPainter>
 #include <QRadioButton>
 #include <QStyleOption>
 #include <QWidget>
-#include <gtest/gtest.h>
+
+#include "support/prelude.h"
 
 namespace fenwright::ui {
 namespace {

@@ -3,9 +3,9 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QTimer>
-#include <gtest/gtest.h>
 
 #include "platform/temporary_folder.h"
+#include "support/prelude.h"
 #include "ui/qt_file_dialogs.h"
 #include "ui/text.h"
 

@@ -1,35 +1,17 @@
 // The window on real files that are refused, cut short, gone, or oddly named.
 
-#include <cstdint>
-#include <filesystem>
-#include <functional>
-#include <map>
-#include <optional>
-#include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QAction>
-#include <QLabel>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTest>
-#include <gtest/gtest.h>
-
 #include "platform/system/text_files.h"
 #include "support/process.h"
-#include "support/test_run.h"
-#include "ui/elided_label.h"
-#include "ui/view_window.h"
 #include "ui/window_bench.h"
 
 namespace fenwright::ui {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ReadFile;
-using testing::WriteFile;
 
 constexpr char kCode[] = ":020000000C945E\r\n:00000001FF\r\n";
 constexpr char kData[] = ":0200000011AA43\r\n:00000001FF\r\n";
@@ -97,29 +79,31 @@ Snapshot SnapshotOf(const fs::path& folder) {
   return snapshot;
 }
 
+/// What the bench has of its own here; it has to be there before the bench.
+struct FilesOfTheSystem {
+  TemporaryFolder folder_;
+  fs::path files_folder_ = folder_.Path() / "my \"files\" 'と' 資料";
+  VirtualClock clock_;
+  platform::SystemTextFiles files_;
+  ChosenFile dialogs_;
+};
+
 /// The window, the engine and the system's files; board and clock are simulated.
-class FileFaults : public ::testing::Test {
+class FileFaults : protected FilesOfTheSystem, public WindowTest {
  protected:
   explicit FileFaults(std::vector<board::Fault> faults = {})
-      : files_folder_(folder_.Path() / "my \"files\" 'と' 資料"),
-        port_({.Baud = 0, .Faults = std::move(faults)}, Time()),
-        run_({.ProgrammerPort = port_,
-              .Clock = clock_,
-              .Files = files_,
-              .CodePage = code_page_,
-              .Settings = settings_,
-              .MessageBoxes = &boxes_,
-              .FileDialogs = &dialogs_}) {
+      : WindowTest({.Faults = std::move(faults),
+                    .Time = TimeOf(clock_),
+                    .Clock = &clock_,
+                    .Files = &files_,
+                    .Dialogs = &dialogs_}) {
     fs::permissions(folder_.Path(), fs::perms::all);
     for (const fs::path& path : {files_folder_, folder_.Path() / "app"}) {
       fs::create_directory(path);
       fs::permissions(path, fs::perms::all);
     }
-    port_.ChipInSocket = [this] { return run_.Context().Screen.DeviceForm.DeviceText(); };
-    settings_.Write("Settings", "ComNox", "1");
-    settings_.Write("Settings", "Index_Com_Flag", "1");
     Put("neighbour.hex", "of somebody else");
-    run_.Start({.AppFolder = folder_.File("app/"), .CommandArgument = ""});
+    Run.Start({.AppFolder = folder_.File("app/"), .CommandArgument = ""});
     WriteFile(folder_.File("app/_debug_avr.txt"), "");
     for (const fs::directory_entry& file : fs::directory_iterator(folder_.Path() / "app")) {
       fs::permissions(file.path(), fs::perms(0666));
@@ -135,72 +119,33 @@ class FileFaults : public ::testing::Test {
   }
   void Choose(const char* item, const std::string& name) {
     dialogs_.Path = Path(name);
-    Find<QAction>(run_.Window(), item)->trigger();
+    WindowBench::Choose(item);
   }
-  void Press(const char* button) {
-    QTest::mouseClick(Find<QPushButton>(run_.Window(), button), Qt::LeftButton);
-  }
-  [[nodiscard]] std::string Status() {
-    return run_.Window().StatusPanel(screen::Panel::Status)->text().toStdString();
-  }
-  /// The message dialog's text, "" when it is not on the screen.
-  [[nodiscard]] std::string Message() { return DialogText("txtMsg"); }
-  [[nodiscard]] std::string Detail() { return DialogText("lblDetail"); }
-  [[nodiscard]] std::string ViewText(screen::View view) {
-    return run_.Window().ViewOf(view)->TextControl()->toPlainText().toStdString();
-  }
-  [[nodiscard]] Snapshot Files() const { return SnapshotOf(files_folder_); }
-
-  testing::TemporaryFolder folder_;
-  fs::path files_folder_;
-  testing::VirtualClock clock_;
-  platform::SystemTextFiles files_;
-  platform::Cp932CodePage code_page_;
-  platform::MemorySettingsStore settings_;
-  AnsweredBoxes boxes_;
-  ChosenFile dialogs_;
-  board::SimulatedSerialControl port_;
-  WindowRun run_;
-
- private:
-  board::TimeSource Time() {
-    constexpr double kNanosecondsPerSecond = 1e9;
-    return {.Now =
-                [this] {
-                  return std::chrono::nanoseconds(
-                      static_cast<std::int64_t>(clock_.Elapsed() * kNanosecondsPerSecond));
-                },
-            .Rest =
-                [this](std::chrono::nanoseconds time) {
-                  clock_.Advance(std::chrono::duration<double>(time).count() + 1e-8);
-                }};
-  }
-  std::string DialogText(const char* name) {
-    const QtMessageDialog& dialog = run_.MessageDialog();
-    return dialog.isVisible() ? dialog.findChild<QLabel*>(name)->text().toStdString() : "";
-  }
+  [[nodiscard]] std::string Status() { return PanelText(Panel::Status); }
+  [[nodiscard]] std::string Detail() { return MessageText("lblDetail"); }
+  [[nodiscard]] Snapshot FilesNow() const { return SnapshotOf(files_folder_); }
 };
 
 TEST_F(FileFaults, AReadOnlyFileIsNamedSoAndStaysAsItWas) {
   Put("kept.hex", "precious");
   fs::permissions(Path("kept.hex"), fs::perms(0444));
-  boxes_.Answer = true;
-  const Snapshot before = Files();
+  Boxes.Answer = true;
+  const Snapshot before = FilesNow();
   const AsOrdinaryUser user;
   if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may write everything";
   Choose("mnuFileSaveAsCode", "kept.hex");
-  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kReadOnly});
-  EXPECT_EQ(Files(), before);
+  EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kReadOnly});
+  EXPECT_EQ(FilesNow(), before);
 }
 
 TEST_F(FileFaults, AReadOnlyFolderTakesNoNewFile) {
   fs::permissions(files_folder_, fs::perms(0555));
-  const Snapshot before = Files();
+  const Snapshot before = FilesNow();
   const AsOrdinaryUser user;
   if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may write everything";
   Choose("mnuFileSaveAs", "new.hex");
-  EXPECT_EQ(boxes_.Shown, (std::vector<std::string>{kReadOnly, kReadOnly}));
-  EXPECT_EQ(Files(), before);
+  EXPECT_EQ(Boxes.Shown, (std::vector<std::string>{kReadOnly, kReadOnly}));
+  EXPECT_EQ(FilesNow(), before);
 }
 
 TEST_F(FileFaults, SavingOverReadOnlyFilesReportsEachAndEndsWithItsStatus) {
@@ -209,42 +154,42 @@ TEST_F(FileFaults, SavingOverReadOnlyFilesReportsEachAndEndsWithItsStatus) {
   Choose("mnuFileOpen", "a.hex");
   fs::permissions(Path("a.hex"), fs::perms(0444));
   fs::permissions(Path("a.eep"), fs::perms(0444));
-  const Snapshot before = Files();
+  const Snapshot before = FilesNow();
   const AsOrdinaryUser user;
   if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may write everything";
   Choose("mnuFileSave", "");
-  EXPECT_EQ(boxes_.Shown, (std::vector<std::string>{kReadOnly, kReadOnly}));
+  EXPECT_EQ(Boxes.Shown, (std::vector<std::string>{kReadOnly, kReadOnly}));
   EXPECT_EQ(Status(), "ファイルを保存しました．");
-  EXPECT_EQ(Files(), before);
+  EXPECT_EQ(FilesNow(), before);
 }
 
 TEST_F(FileFaults, AFullDiscLeavesTheStartOfTheFileAndNothingElseChanges) {
   Choose("mnuFileSaveAsCode", "whole.hex");
-  Snapshot expected = Files();
+  Snapshot expected = FilesNow();
   constexpr std::size_t kLimit = 1000;
   {
     const FullDisc disc(kLimit);
     Choose("mnuFileSaveAsCode", "cut.hex");
   }
-  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kNotSaved});
+  EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kNotSaved});
   expected["cut.hex"] = expected["whole.hex"].substr(0, kLimit);
-  EXPECT_EQ(Files(), expected);
+  EXPECT_EQ(FilesNow(), expected);
 }
 
 TEST_F(FileFaults, AFolderInPlaceOfAFileToSaveIsRefused) {
   fs::create_directory(Path("here.hex"));
-  const Snapshot before = Files();
+  const Snapshot before = FilesNow();
   Choose("mnuFileSaveAsCode", "here.hex");
-  EXPECT_TRUE(boxes_.Questions.empty()) << "a folder is no file that exists";
-  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kReadOnly});
-  EXPECT_EQ(Files(), before);
+  EXPECT_TRUE(Boxes.Questions.empty()) << "a folder is no file that exists";
+  EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kReadOnly});
+  EXPECT_EQ(FilesNow(), before);
 }
 
 TEST_F(FileFaults, AFolderInPlaceOfAFileToOpenIsNoFile) {
   fs::create_directory(Path("here.hex"));
   Choose("mnuFileOpen", "here.hex");
   EXPECT_EQ(Status(), "Program : Not found HEX file");
-  EXPECT_EQ(Message(), kNotOpened);
+  EXPECT_EQ(MessageText(), kNotOpened);
 
   Put("prog.hex", kCode);
   fs::create_directory(Path("prog.eep"));
@@ -263,20 +208,20 @@ TEST_F(FileFaults, AFileThatVanishesBehindTheDialogIsReportedAsMissing) {
   };
   Choose("mnuFileOpen", "a.hex");
   EXPECT_EQ(Status(), "Program : Not found HEX file");
-  EXPECT_EQ(Message(), kNotOpened);
+  EXPECT_EQ(MessageText(), kNotOpened);
   Choose("mnuFileOpenData", "a.eep");
   EXPECT_EQ(Status(), "EEPROM memory : Not found EEP file");
   Choose("mnuFileOpenCode", "a.hex");
   EXPECT_EQ(Status(), "EEPROM memory : Not found EEP file") << "passed over without a word";
-  EXPECT_EQ(Files(), (Snapshot{{"neighbour.hex", "of somebody else"}}));
+  EXPECT_EQ(FilesNow(), (Snapshot{{"neighbour.hex", "of somebody else"}}));
 }
 
 TEST_F(FileFaults, AFolderThatVanishesBehindTheSaveDialogIsReported) {
   fs::create_directory(Path("stick"));
   dialogs_.Afterwards = [this] { fs::remove(Path("stick")); };
   Choose("mnuFileSaveAsCode", "stick/a.hex");
-  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kNotSaved});
-  EXPECT_EQ(Files(), (Snapshot{{"neighbour.hex", "of somebody else"}}));
+  EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kNotSaved});
+  EXPECT_EQ(FilesNow(), (Snapshot{{"neighbour.hex", "of somebody else"}}));
 }
 
 TEST_F(FileFaults, AFileThatMayNotBeReadIsReported) {
@@ -286,11 +231,11 @@ TEST_F(FileFaults, AFileThatMayNotBeReadIsReported) {
   if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may read everything";
   Choose("mnuFileOpen", "secret.hex");
   EXPECT_EQ(Status(), "Program : " + Path("secret.hex"));
-  EXPECT_EQ(Message(), kNotOpened);
+  EXPECT_EQ(MessageText(), kNotOpened);
   EXPECT_EQ(Detail().find(Path("secret.hex") + "\n"), 0U) << Detail();
   Choose("mnuFileOpenCode", "secret.hex");
-  EXPECT_EQ(boxes_.Shown, std::vector<std::string>{kNotOpened});
-  EXPECT_EQ(run_.State().CodeFileName, "");
+  EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kNotOpened});
+  EXPECT_EQ(State().CodeFileName, "");
 }
 
 TEST_F(FileFaults, NamesMayHoldBlanksQuotesAndJapanese) {
@@ -298,25 +243,25 @@ TEST_F(FileFaults, NamesMayHoldBlanksQuotesAndJapanese) {
                            "100%&<b>.rom", "-option.hex", "表ソ能.hex"}) {
     SCOPED_TRACE(name);
     Choose("mnuFileSaveAs", name);
-    run_.State().FlashBuffer[0] = 0x12;
+    State().FlashBuffer[0] = 0x12;
     Choose("mnuFileOpen", name);
     EXPECT_EQ(Status(), "ファイルをオープンしました。");
-    EXPECT_EQ(run_.State().FlashBuffer[0], 0xFF);
-    EXPECT_EQ(run_.State().CodeFileName, Path(name));
-    const auto* info = Find<QLabel>(run_.Window(), "lblFileInfo");
-    EXPECT_NE(info->text().toStdString().find(name), std::string::npos);
+    EXPECT_EQ(State().FlashBuffer[0], 0xFF);
+    EXPECT_EQ(State().CodeFileName, Path(name));
+    const auto* info = Named<QLabel>("lblFileInfo");
+    EXPECT_THAT(info->text().toStdString(), HasSubstr(name));
   }
-  EXPECT_TRUE(boxes_.Shown.empty());
-  EXPECT_TRUE(boxes_.Questions.empty());
-  EXPECT_EQ(settings_.Read("Settings", "OPEN_DIR"), files_folder_.string());
-  EXPECT_EQ(settings_.Read("Settings", "SAVE_DIR"), files_folder_.string());
+  EXPECT_TRUE(Boxes.Shown.empty());
+  EXPECT_TRUE(Boxes.Questions.empty());
+  EXPECT_EQ(Settings.Read("Settings", "OPEN_DIR"), files_folder_.string());
+  EXPECT_EQ(Settings.Read("Settings", "SAVE_DIR"), files_folder_.string());
 }
 
 TEST_F(FileFaults, AFileIsOverwrittenInPlaceAndKeepsItsModeAndLinks) {
   Put("real.hex", "old");
   fs::permissions(Path("real.hex"), fs::perms(0640));
   fs::create_symlink(Path("real.hex"), Path("link.hex"));
-  boxes_.Answer = true;
+  Boxes.Answer = true;
   Choose("mnuFileSaveAsCode", "link.hex");
   EXPECT_TRUE(fs::is_symlink(Path("link.hex")));
   EXPECT_EQ(fs::status(Path("real.hex")).permissions(), fs::perms(0640));
@@ -326,45 +271,45 @@ TEST_F(FileFaults, AFileIsOverwrittenInPlaceAndKeepsItsModeAndLinks) {
 /// The fourth word of the flash is not answered: reply 15.
 class TimeoutInMidRead : public FileFaults {
  protected:
-  TimeoutInMidRead() : FileFaults({testing::MakeFault("drop@15")}) {}
+  TimeoutInMidRead() : FileFaults({MakeFault("drop@15")}) {}
 };
 
 TEST_F(TimeoutInMidRead, EndsTheReadKeepsTheRestAndTouchesNoFile) {
   Put("a.hex", kCode);
   Put("a.eep", kData);
   Choose("mnuFileOpen", "a.hex");
-  const Snapshot before = Files();
+  const Snapshot before = FilesNow();
   const std::string eeprom_dump = ReadFile(folder_.File("app/avreep.txt"));
 
   Press("Cmd_btn_read");
 
   EXPECT_EQ(Status(), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
-  EXPECT_EQ(Message(), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
+  EXPECT_EQ(MessageText(), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
   EXPECT_EQ(Detail(),
             "フラッシュはワード 0x0002 まで読み出し済み、残りのバッファは元のままです。"
             "もう一度リードしてください。");
-  EXPECT_EQ(run_.Window().StatusPanel(screen::Panel::Elapsed)->text(), "5秒");
-  EXPECT_EQ(run_.State().FlashBuffer[0], 0xFF) << "the blank chip's word, over the file's";
-  EXPECT_EQ(run_.State().EepromBuffer[0], 0x11);
-  EXPECT_EQ(Files(), before);
+  EXPECT_EQ(PanelText(Panel::Elapsed), "5秒");
+  EXPECT_EQ(State().FlashBuffer[0], 0xFF) << "the blank chip's word, over the file's";
+  EXPECT_EQ(State().EepromBuffer[0], 0x11);
+  EXPECT_EQ(FilesNow(), before);
   EXPECT_EQ(ReadFile(folder_.File("app/avreep.txt")), eeprom_dump);
-  EXPECT_TRUE(Find<QPushButton>(run_.Window(), "Cmd_btn_read")->isEnabled());
+  EXPECT_TRUE(Named<QPushButton>("Cmd_btn_read")->isEnabled());
 
   Press("Cmd_btn_read");
   EXPECT_EQ(Status(), "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
 }
 
 TEST_F(FileFaults, ADumpThatTheDiscRefusesEndsAReadWithItsPathAndNothingElse) {
-  const Snapshot before = Files();
+  const Snapshot before = FilesNow();
   {
     // The trace goes on: only the dump is larger than this.
     const FullDisc disc(ReadFile(folder_.File("app/avrhex.txt")).size() - 1);
     Press("Cmd_btn_read");
   }
-  ASSERT_EQ(boxes_.Shown.size(), 1U);
-  EXPECT_NE(boxes_.Shown[0].find(folder_.File("app/avrhex.txt")), std::string::npos);
-  EXPECT_EQ(Files(), before);
-  EXPECT_FALSE(run_.State().CommandRunning);
+  ASSERT_EQ(Boxes.Shown.size(), 1U);
+  EXPECT_THAT(Boxes.Shown[0], HasSubstr(folder_.File("app/avrhex.txt")));
+  EXPECT_EQ(FilesNow(), before);
+  EXPECT_FALSE(State().CommandRunning);
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 
 #include <QFontDatabase>
 #include <QFontMetricsF>
-#include <gtest/gtest.h>
+
+#include "support/prelude.h"
 
 namespace fenwright::ui {
 namespace {

@@ -2,27 +2,16 @@
 
 #include "ui/fuse_frame.h"
 
-#include <set>
-
 #include <QAbstractItemView>
-#include <QApplication>
-#include <QComboBox>
 #include <QGroupBox>
-#include <QLabel>
-#include <QPushButton>
-#include <QScrollArea>
-#include <QScrollBar>
-#include <QTest>
 #include <QWheelEvent>
-#include <gtest/gtest.h>
 
-#include "ui/elided_label.h"
 #include "ui/window_bench.h"
 
 namespace fenwright::ui {
 namespace {
 
-using screen::FuseList;
+using enum FuseList;
 
 struct Field {
   FuseList List;
@@ -32,37 +21,28 @@ struct Field {
 };
 
 constexpr std::array<Field, 11> kFields{{
-    {FuseList::Cksel, "Combo_CKSEL", "Lbl_CKSEL", "リセットディレイセレクト CKS[ Msb...Lsb ]"},
-    {FuseList::Sut, "Combo_SUT", "Lbl_SUT", "スタートアップタイムセレクト [ Msb...Lsb ]"},
-    {FuseList::Boden, "Combo_BODEN", "Lbl_BODEN", "ＢＯＤ有効ビット"},
-    {FuseList::Bodlevel, "Combo_BODLEVEL", "Lbl_BODLEVEL", "BODLEVEL"},
-    {FuseList::Ckopt, "Combo_CKOPT", "Lbl_CKOPT", "ＢＯＤレベル"},
-    {FuseList::Pllck, "Combo_PLLCK", "Lbl_PLLCK", "ＢＯＤレベル"},
-    {FuseList::Eesave, "Combo_EESAVE", "Lbl_EESAVE", "EESAVE"},
-    {FuseList::Rstdisabl, "Combo_RSTDISABL", "Lbl_RSTDISABL", "RSTDISBL"},
-    {FuseList::Fstrt, "Combo_FSTRT", "Lbl_FSTRT", "ファーストスタートアップ有効ビット"},
-    {FuseList::Rcen, "Combo_RCEN", "Lbl_RCEN", "ＲＣオシレータ有効ビット"},
-    {FuseList::Lock, "Combo_LockBit", "Label6", "Lock bit"},
+    {Cksel, "Combo_CKSEL", "Lbl_CKSEL", "リセットディレイセレクト CKS[ Msb...Lsb ]"},
+    {Sut, "Combo_SUT", "Lbl_SUT", "スタートアップタイムセレクト [ Msb...Lsb ]"},
+    {Boden, "Combo_BODEN", "Lbl_BODEN", "ＢＯＤ有効ビット"},
+    {Bodlevel, "Combo_BODLEVEL", "Lbl_BODLEVEL", "BODLEVEL"},
+    {Ckopt, "Combo_CKOPT", "Lbl_CKOPT", "ＢＯＤレベル"},
+    {Pllck, "Combo_PLLCK", "Lbl_PLLCK", "ＢＯＤレベル"},
+    {Eesave, "Combo_EESAVE", "Lbl_EESAVE", "EESAVE"},
+    {Rstdisabl, "Combo_RSTDISABL", "Lbl_RSTDISABL", "RSTDISBL"},
+    {Fstrt, "Combo_FSTRT", "Lbl_FSTRT", "ファーストスタートアップ有効ビット"},
+    {Rcen, "Combo_RCEN", "Lbl_RCEN", "ＲＣオシレータ有効ビット"},
+    {Lock, "Combo_LockBit", "Label6", "Lock bit"},
 }};
 
-constexpr int kDevices = 13;
 constexpr int kTiny12 = 0;
 constexpr int kTiny26 = 2;
 constexpr int k8515 = 11;
 
-class FuseFrameTest : public ::testing::Test {
- protected:
-  FuseFrameTest() { bench_.Start(); }
+struct FuseFrameTest : WindowTest {
+  FuseFrameTest() { Start(); }
 
-  MainWindow& Window() { return bench_.Run.Window(); }
   FuseFrame& Frame() { return Window().Fuses(); }
   QComboBox* List(FuseList list) { return Frame().List(list); }
-
-  void PickDevice(int index) {
-    Window().DeviceSelector()->setCurrentIndex(index);
-    emit Window().DeviceSelector()->activated(index);
-    QApplication::processEvents();
-  }
 
   /// Chooses an item as the user does, in the opened list.
   void Choose(FuseList list, int index) {
@@ -75,31 +55,29 @@ class FuseFrameTest : public ::testing::Test {
   [[nodiscard]] QRect PlaceOf(QWidget* control) {
     return {control->mapTo(&Window(), QPoint(0, 0)), control->size()};
   }
-
-  WindowBench bench_;
 };
 
 TEST_F(FuseFrameTest, CarriesItsTitleAndTheControlsByTheirNames) {
   EXPECT_EQ(Frame().Frame()->title(), "Lock/Fuse ビット ＆ Calib.データ");
   for (const Field& field : kFields) {
     SCOPED_TRACE(field.Control);
-    auto* const list = Find<QComboBox>(Window(), field.Control);
-    auto* const label = Find<QLabel>(Window(), field.Label);
+    auto* const list = Named<QComboBox>(field.Control);
+    auto* const label = Named<QLabel>(field.Label);
     EXPECT_EQ(list, List(field.List));
     EXPECT_EQ(label->text(), field.Caption);
     EXPECT_EQ(label->buddy(), list);
     EXPECT_FALSE(list->isEditable());
     EXPECT_FALSE(list->toolTip().isEmpty());
   }
-  EXPECT_EQ(Find<QPushButton>(Window(), "cmdFuseRead")->text(), "Lock＆Fuseリード");
-  EXPECT_EQ(Find<QPushButton>(Window(), "cmdFuseWrite")->text(), "Lock＆Fuseライト");
-  EXPECT_EQ(Find<QLabel>(Window(), "Lbl_READCALIB")->text(), "?");
-  EXPECT_EQ(Find<QLabel>(Window(), "Lbl_CALIB_Caption")->text(), "発振校正値 1・・・ 8MHz");
+  EXPECT_EQ(Named<QPushButton>("cmdFuseRead")->text(), "Lock＆Fuseリード");
+  EXPECT_EQ(Named<QPushButton>("cmdFuseWrite")->text(), "Lock＆Fuseライト");
+  EXPECT_EQ(Named<QLabel>("Lbl_READCALIB")->text(), "?");
+  EXPECT_EQ(Named<QLabel>("Lbl_CALIB_Caption")->text(), "発振校正値 1・・・ 8MHz");
 }
 
 TEST_F(FuseFrameTest, TheSecondTextOfALabelIsItsTip) {
-  EXPECT_EQ(Frame().LabelOf(FuseList::Bodlevel)->toolTip(), "ＢＯＤレベル");
-  EXPECT_EQ(Frame().LabelOf(FuseList::Rstdisabl)->toolTip(), "ＰＢ５端子、リセット機能無効ビット");
+  EXPECT_EQ(Frame().LabelOf(Bodlevel)->toolTip(), "ＢＯＤレベル");
+  EXPECT_EQ(Frame().LabelOf(Rstdisabl)->toolTip(), "ＰＢ５端子、リセット機能無効ビット");
 }
 
 TEST_F(FuseFrameTest, AccessibleNamesTellTheListsApart) {
@@ -116,18 +94,18 @@ TEST_F(FuseFrameTest, BeforeAnyDeviceItLooksAsWithoutOne) {
     EXPECT_EQ(fresh.List(field.List)->currentText(), "-");
     EXPECT_FALSE(fresh.List(field.List)->isEnabled());
   }
-  EXPECT_FALSE(fresh.List(FuseList::Lock)->isVisible());
-  EXPECT_FALSE(fresh.LabelOf(FuseList::Lock)->isVisible());
+  EXPECT_FALSE(fresh.List(Lock)->isVisible());
+  EXPECT_FALSE(fresh.LabelOf(Lock)->isVisible());
   EXPECT_FALSE(fresh.ReadButton()->isEnabled());
   EXPECT_FALSE(fresh.WriteButton()->isEnabled());
 }
 
 TEST_F(FuseFrameTest, EveryLabelStandsBesideItsListAndNothingIsCutOffAtTheFirstSize) {
-  for (int device = 0; device < kDevices; ++device) {
+  for (int device = 0; device < Window().DeviceSelector()->count(); ++device) {
     PickDevice(device);
     SCOPED_TRACE(Window().DeviceSelector()->currentText().toStdString());
     EXPECT_EQ(Window().size(), QSize(753, 527));
-    auto* const area = Find<QScrollArea>(Window(), "fraSettings");
+    auto* const area = Named<QScrollArea>("fraSettings");
     const QRect seen = PlaceOf(area->viewport());
     EXPECT_EQ(area->verticalScrollBar()->value(), 0);
     EXPECT_TRUE(seen.contains(PlaceOf(Frame().Frame())));
@@ -175,7 +153,7 @@ TEST_F(FuseFrameTest, NoTwoControlsOverlap) {
 }
 
 TEST_F(FuseFrameTest, EveryItemFitsIntoItsList) {
-  for (int device = 0; device < kDevices; ++device) {
+  for (int device = 0; device < Window().DeviceSelector()->count(); ++device) {
     PickDevice(device);
     for (const Field& field : kFields) {
       QComboBox* const list = List(field.List);
@@ -197,7 +175,7 @@ TEST_F(FuseFrameTest, TheCalibrationBytesOfATiny26AreWhole) {
 
 TEST_F(FuseFrameTest, TheTabKeyGoesThroughTheFieldsInTheirOrder) {
   PickDevice(kTiny26);
-  List(FuseList::Cksel)->setFocus();
+  List(Cksel)->setFocus();
   std::vector<QString> order;
   for (int step = 0; step < 11; ++step) {
     order.push_back(Window().focusWidget()->objectName());
@@ -227,13 +205,13 @@ TEST_F(FuseFrameTest, TheMouseWheelChangesNoClosedList) {
 TEST_F(FuseFrameTest, TheByteLineFollowsEveryChoice) {
   PickDevice(kTiny12);
   EXPECT_EQ(Frame().ByteLine()->text(), "Fuse 0xD2  Lock 0xFF");
-  Choose(FuseList::Cksel, 15);
+  Choose(Cksel, 15);
   EXPECT_EQ(Frame().ByteLine()->text(), "Fuse 0xDF  Lock 0xFF");
-  Choose(FuseList::Lock, 1);
+  Choose(Lock, 1);
   EXPECT_EQ(Frame().ByteLine()->text(), "Fuse 0xDF  Lock 0xFD");
   PickDevice(kTiny26);
   EXPECT_EQ(Frame().ByteLine()->text(), "Fuse 0xE1  High 0xF7  Lock 0xFF");
-  Choose(FuseList::Eesave, 0);
+  Choose(Eesave, 0);
   EXPECT_EQ(Frame().ByteLine()->text(), "Fuse 0xE1  High 0xF3  Lock 0xFF");
   PickDevice(k8515);
   EXPECT_EQ(Frame().ByteLine()->text(), "Lock 0xFF");
@@ -241,19 +219,18 @@ TEST_F(FuseFrameTest, TheByteLineFollowsEveryChoice) {
 
 TEST_F(FuseFrameTest, TheButtonsReadAndWriteTheChip) {
   PickDevice(kTiny26);
-  Choose(FuseList::Cksel, 4);
-  Choose(FuseList::Boden, 0);
+  Choose(Cksel, 4);
+  Choose(Boden, 0);
   Frame().WriteButton()->click();
-  const std::string trace = bench_.CodePage.ToUtf8(bench_.Files.Files["/app/_debug_avr.txt"]);
-  EXPECT_NE(trace.find("Lock/Fuse bit ライトが完了しました。"), std::string::npos);
-  EXPECT_EQ(bench_.Port.Board().Socket().FuseLow(), 0xE4);
-  EXPECT_EQ(bench_.Port.Board().Socket().FuseHigh(), 0xF6);
+  const std::string trace = CodePage.ToUtf8(Files.Files["/app/_debug_avr.txt"]);
+  EXPECT_THAT(trace, HasSubstr("Lock/Fuse bit ライトが完了しました。"));
+  EXPECT_EQ(Port.Board().Socket().FuseLow(), 0xE4);
+  EXPECT_EQ(Port.Board().Socket().FuseHigh(), 0xF6);
   PickDevice(kTiny12);
   PickDevice(kTiny26);
-  EXPECT_EQ(List(FuseList::Cksel)->currentText(), "0001");
+  EXPECT_EQ(List(Cksel)->currentText(), "0001");
   Frame().ReadButton()->click();
-  EXPECT_EQ(Window().StatusPanel(screen::Panel::Status)->text(),
-            "Lock/Fuse bit リードが完了しました。");
+  EXPECT_EQ(PanelText(Panel::Status), "Lock/Fuse bit リードが完了しました。");
 }
 
 TEST_F(FuseFrameTest, WhileACommandRunsNothingInItCanBeTouched) {
@@ -266,15 +243,15 @@ TEST_F(FuseFrameTest, WhileACommandRunsNothingInItCanBeTouched) {
   };
   Window().Run(look);
   EXPECT_EQ(during, std::vector(13, false));
-  EXPECT_FALSE(List(FuseList::Fstrt)->isEnabled());
-  EXPECT_TRUE(List(FuseList::Cksel)->isEnabled());
+  EXPECT_FALSE(List(Fstrt)->isEnabled());
+  EXPECT_TRUE(List(Cksel)->isEnabled());
   EXPECT_TRUE(Frame().ReadButton()->isEnabled());
 }
 
 TEST_F(FuseFrameTest, AfterACommandTheFocusIsBackInTheFrame) {
   PickDevice(kTiny26);
-  for (QWidget* control : {static_cast<QWidget*>(Frame().ReadButton()),
-                           static_cast<QWidget*>(List(FuseList::Boden))}) {
+  for (QWidget* control :
+       {static_cast<QWidget*>(Frame().ReadButton()), static_cast<QWidget*>(List(Boden))}) {
     control->setFocus();
     Frame().ReadButton()->click();
     EXPECT_EQ(Window().focusWidget(), control);
@@ -283,45 +260,44 @@ TEST_F(FuseFrameTest, AfterACommandTheFocusIsBackInTheFrame) {
 
 TEST_F(FuseFrameTest, GivingTheResetPinAwayWarnsAndKeepsTheChoice) {
   PickDevice(kTiny26);
-  Choose(FuseList::Rstdisabl, 0);
-  EXPECT_TRUE(bench_.Run.MessageDialog().IsLoaded());
-  EXPECT_TRUE(QString::fromStdString(bench_.Run.State().MessageText)
+  Choose(Rstdisabl, 0);
+  EXPECT_TRUE(Run.MessageDialog().IsLoaded());
+  EXPECT_TRUE(QString::fromStdString(State().MessageText)
                   .startsWith("ＰＢ５またはＰＢ７リセット機能の無効"));
-  EXPECT_EQ(List(FuseList::Rstdisabl)->currentIndex(), 0);
+  EXPECT_EQ(List(Rstdisabl)->currentIndex(), 0);
   EXPECT_EQ(Frame().ByteLine()->text(), "Fuse 0xE1  High 0xE7  Lock 0xFF");
-  bench_.Run.MessageDialog().Close();
-  Choose(FuseList::Rstdisabl, 1);
-  EXPECT_FALSE(bench_.Run.MessageDialog().IsLoaded());
+  Run.MessageDialog().Close();
+  Choose(Rstdisabl, 1);
+  EXPECT_FALSE(Run.MessageDialog().IsLoaded());
 }
 
 TEST_F(FuseFrameTest, PickingTheItemThatIsChosenAlreadyWarnsToo) {
   PickDevice(kTiny26);
-  bench_.Run.Context().Screen.Fuses.Select(FuseList::Rstdisabl, 0);
-  QComboBox* const list = List(FuseList::Rstdisabl);
+  Run.Context().Screen.Fuses.Select(Rstdisabl, 0);
+  QComboBox* const list = List(Rstdisabl);
   list->showPopup();
   QTest::keyClick(list->view(), Qt::Key_Return);
-  EXPECT_TRUE(QString::fromStdString(bench_.Run.State().MessageText)
+  EXPECT_TRUE(QString::fromStdString(State().MessageText)
                   .startsWith("ＰＢ５またはＰＢ７リセット機能の無効"));
   EXPECT_EQ(list->currentIndex(), 0);
 }
 
 TEST_F(FuseFrameTest, WhatIsReadOrRebuiltDoesNotWarn) {
   PickDevice(kTiny26);
-  const screen::FuseList list = FuseList::Rstdisabl;
-  bench_.Run.Context().Screen.Fuses.Select(list, 0);
+  const FuseList list = Rstdisabl;
+  Run.Context().Screen.Fuses.Select(list, 0);
   QApplication::processEvents();
-  EXPECT_FALSE(bench_.Run.MessageDialog().IsLoaded());
+  EXPECT_FALSE(Run.MessageDialog().IsLoaded());
 }
 
 TEST_F(FuseFrameTest, InASmallWindowEveryControlCanBeScrolledIntoSight) {
   PickDevice(kTiny26);
   Window().resize(500, 300);
   QApplication::processEvents();
-  auto* const area = Find<QScrollArea>(Window(), "fraSettings");
-  for (QWidget* control :
-       {static_cast<QWidget*>(List(FuseList::Cksel)), static_cast<QWidget*>(List(FuseList::Lock)),
-        static_cast<QWidget*>(Frame().WriteButton()), static_cast<QWidget*>(Frame().ByteLine()),
-        Find<QWidget>(Window(), "CmdWrite")}) {
+  auto* const area = Named<QScrollArea>("fraSettings");
+  for (QWidget* control : {static_cast<QWidget*>(List(Cksel)), static_cast<QWidget*>(List(Lock)),
+                           static_cast<QWidget*>(Frame().WriteButton()),
+                           static_cast<QWidget*>(Frame().ByteLine()), Named<QWidget>("CmdWrite")}) {
     area->ensureWidgetVisible(control);
     QApplication::processEvents();
     EXPECT_TRUE(PlaceOf(area->viewport()).contains(PlaceOf(control)))

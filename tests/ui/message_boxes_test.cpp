@@ -1,10 +1,5 @@
 #include <QAbstractButton>
-#include <QApplication>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QTest>
-#include <QTimer>
-#include <gtest/gtest.h>
 
 #include "ui/qt_message_boxes.h"
 #include "ui/window_bench.h"
@@ -31,7 +26,7 @@ TEST(MessageBoxes, ABoxWithoutTitleIsTitledWithTheApplication) {
     EXPECT_EQ(box.icon(), QMessageBox::Critical);
     QTest::mouseClick(Find<QPushButton>(box, "msgBoxOk"), Qt::LeftButton);
   });
-  QtMessageBoxes(nullptr).Show(screen::MessageIcon::Critical, "", "1行目\r\n2行目");
+  QtMessageBoxes(nullptr).Show(MessageIcon::Critical, "", "1行目\r\n2行目");
 }
 
 TEST(MessageBoxes, ANoticeHasTheInformationIconAndItsOwnTitle) {
@@ -40,7 +35,7 @@ TEST(MessageBoxes, ANoticeHasTheInformationIconAndItsOwnTitle) {
     EXPECT_EQ(box.icon(), QMessageBox::Information);
     box.reject();
   });
-  QtMessageBoxes(nullptr).Show(screen::MessageIcon::Information, "ファイル", "text");
+  QtMessageBoxes(nullptr).Show(MessageIcon::Information, "ファイル", "text");
 }
 
 TEST(MessageBoxes, YesAnswersTrue) {

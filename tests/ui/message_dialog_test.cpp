@@ -1,9 +1,3 @@
-#include <QApplication>
-#include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QTest>
-#include <gtest/gtest.h>
 
 #include "ui/main_window.h"
 #include "ui/qt_message_dialog.h"
@@ -13,9 +7,7 @@
 namespace fenwright::ui {
 namespace {
 
-using screen::MessageMode;
-
-class MessageDialogTest : public ::testing::Test {
+class MessageDialogTest : public Test {
  protected:
   MessageDialogTest() { window_.show(); }
 

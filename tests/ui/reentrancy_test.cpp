@@ -1,23 +1,7 @@
-#include <array>
-#include <functional>
 #include <iostream>
 #include <random>
-#include <string>
-#include <vector>
-
-#include <QAction>
-#include <QApplication>
-#include <QComboBox>
-#include <QLineEdit>
-#include <QMenu>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTest>
-#include <QTimer>
-#include <gtest/gtest.h>
 
 #include "ui/hand_edit_box.h"
-#include "ui/view_window.h"
 #include "ui/window_bench.h"
 
 namespace fenwright::ui {
@@ -25,7 +9,6 @@ namespace {
 
 constexpr unsigned kSeed = 20050314;
 constexpr int kRounds = 1000;
-constexpr int kProgramWords = 400;
 constexpr const char* kMark = ">>>>> START <<<<<";
 
 /// Every operation begins with them.
@@ -38,27 +21,24 @@ using Wire = std::vector<std::uint8_t>;
 constexpr std::array<const char*, 4> kCycle{"Cmd_btn_program", "Cmd_btn_verify", "Cmd_btn_read",
                                             "Cmd_btn_erase"};
 
-class ReentrancyTest : public ::testing::Test {
- protected:
+struct ReentrancyTest : WindowTest {
   ReentrancyTest() {
-    bench_.Port.OnOutput = [this](std::span<const std::uint8_t> bytes) {
+    Port.OnOutput = [this](std::span<const std::uint8_t> bytes) {
       wire_.insert(wire_.end(), bytes.begin(), bytes.end());
     };
-    bench_.Start(bench_.GivenHexFile(kProgramWords));
+    StartWithFile();
   }
-
-  MainWindow& Window() { return bench_.Run.Window(); }
 
   /// Presses a command button and gives what went over the wire until it returned.
   Wire Operate(const char* button) {
     wire_.clear();
-    Find<QPushButton>(Window(), button)->click();
+    Named<QPushButton>(button)->click();
     ++operations_;
     return wire_;
   }
 
   [[nodiscard]] int StartMarks() {
-    const std::string& trace = bench_.Files.Files["/app/_debug_avr.txt"];
+    const std::string& trace = Files.Files["/app/_debug_avr.txt"];
     int marks = 0;
     for (std::size_t at = trace.find(kMark); at != std::string::npos;
          at = trace.find(kMark, at + 1)) {
@@ -67,7 +47,6 @@ class ReentrancyTest : public ::testing::Test {
     return marks;
   }
 
-  WindowBench bench_;
   Wire wire_;
   int operations_ = 0;
 };
@@ -94,7 +73,7 @@ class RestlessUser {
   }
 
   void OnTurn() {
-    if (!bench_.Run.State().CommandRunning || --turns_until_next_ > 0) return;
+    if (!bench_.State().CommandRunning || --turns_until_next_ > 0) return;
     constexpr int kLongestPause = 8;
     turns_until_next_ = 1 + Pick(kLongestPause);
     ++rounds_;
@@ -187,7 +166,7 @@ class RestlessUser {
     }
   }
 
-  MainWindow& Window() { return bench_.Run.Window(); }
+  MainWindow& Window() { return bench_.Window(); }
 
   static constexpr std::array kActions{
       &RestlessUser::ClickAButton,  &RestlessUser::ForceAButton,   &RestlessUser::ChooseAnItem,
@@ -214,18 +193,18 @@ TEST_F(ReentrancyTest, NothingThatTheUserDoesDuringOperationsChangesTheWire) {
   for (std::size_t step = 0; step < kCycle.size(); ++step) {
     ASSERT_EQ(Operate(kCycle.at(step)), undisturbed.at(step)) << kCycle.at(step);
   }
-  const std::vector<std::uint8_t> flash = bench_.Run.State().FlashBuffer;
-  const std::string device = bench_.Run.Context().Screen.DeviceForm.DeviceText();
+  const std::vector<std::uint8_t> flash = State().FlashBuffer;
+  const std::string device = Run.Context().Screen.DeviceForm.DeviceText();
 
   std::cout << "seed " << kSeed << '\n';
-  RestlessUser user(bench_, kSeed);
+  RestlessUser user(*this, kSeed);
   for (std::size_t step = 0; user.Rounds() < kRounds; step = (step + 1) % kCycle.size()) {
     const int rounds_before = user.Rounds();
     ASSERT_EQ(Operate(kCycle.at(step)), undisturbed.at(step))
         << kCycle.at(step) << ", rounds " << rounds_before << " to " << user.Rounds();
     ASSERT_EQ(StartMarks(), operations_);
-    ASSERT_EQ(bench_.Run.State().FlashBuffer, flash);
-    ASSERT_FALSE(bench_.Run.State().CommandRunning);
+    ASSERT_EQ(State().FlashBuffer, flash);
+    ASSERT_FALSE(State().CommandRunning);
     ASSERT_TRUE(Window().isVisible());
   }
   std::cout << user.Rounds() << " rounds in " << operations_ << " operations\n";
@@ -234,12 +213,12 @@ TEST_F(ReentrancyTest, NothingThatTheUserDoesDuringOperationsChangesTheWire) {
   constexpr int kLongerThanAButtonStaysDown = 250;
   QTest::qWait(kLongerThanAButtonStaysDown);
   EXPECT_EQ(StartMarks(), operations_);
-  EXPECT_EQ(bench_.Run.Context().Screen.DeviceForm.DeviceText(), device);
-  EXPECT_TRUE(bench_.Dialogs.Requests.empty());
-  EXPECT_TRUE(bench_.Dialogs.SaveRequests.empty());
-  EXPECT_FALSE(bench_.Boxes.Questions.empty());
+  EXPECT_EQ(Run.Context().Screen.DeviceForm.DeviceText(), device);
+  EXPECT_TRUE(Dialogs.Requests.empty());
+  EXPECT_TRUE(Dialogs.SaveRequests.empty());
+  EXPECT_FALSE(Boxes.Questions.empty());
   for (const int times : user.ActionsDone()) EXPECT_GT(times, kRounds / 20);
-  EXPECT_TRUE(Find<QPushButton>(Window(), "Cmd_btn_program")->isEnabled());
+  EXPECT_TRUE(Named<QPushButton>("Cmd_btn_program")->isEnabled());
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
 #include <cstring>
-#include <string>
 #include <windows.h>
 // After what they need.
 #include <aclapi.h>
 #include <sddl.h>
 
-#include <gtest/gtest.h>
-
 #include "platform/settings_store_contract.h"
+#include "support/prelude.h"
 #include "ui/qt_settings_store.h"
 #include "ui/text.h"
 
@@ -199,7 +197,7 @@ namespace fenwright::platform {
 namespace {
 
 INSTANTIATE_TEST_SUITE_P(Registry, SettingsStoreContract,
-                         testing::Values(SettingsStoreImplementation{
+                         ::testing::Values(SettingsStoreImplementation{
                              "Registry", [] { return std::make_unique<ui::StoreInRegistry>(); }}),
                          [](const auto& implementation) { return implementation.param.Name; });
 

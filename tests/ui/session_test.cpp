@@ -1,35 +1,26 @@
 // Whole sessions of the program on a real store of settings: what one leaves and the next finds.
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <QComboBox>
 #include <QFile>
-#include <QMdiArea>
-#include <QPushButton>
 #include <QScreen>
-#include <QTest>
-#include <QTimer>
-#include <gtest/gtest.h>
 
 #include "platform/temporary_folder.h"
 #include "support/form_fakes.h"
 #include "ui/guide_window.h"
 #include "ui/qt_settings_store.h"
 #include "ui/text.h"
-#include "ui/view_window.h"
 #include "ui/window_bench.h"
 
 namespace fenwright::ui {
 namespace {
 
-using core::CommandEnding;
-using screen::View;
-
 /// The user's settings, kept from one run to the next.
 class Sessions {
  public:
+  using Values = std::vector<std::pair<const char*, const char*>>;
+
+  Sessions(std::initializer_list<Values::value_type> values = {}) {
+    for (const auto& [key, value] : values) Store(key, value);
+  }
   [[nodiscard]] QString StorePath() const { return ToQString(folder_.File("store.ini")); }
   [[nodiscard]] std::string Stored(const char* key) const {
     return QtSettingsStore(StorePath()).Read("Settings", key).value_or("(missing)");
@@ -44,49 +35,32 @@ class Sessions {
 };
 
 /// One run on them, from its start to its close.
-class OneRun {
+class OneRun : public WindowBench {
  public:
   explicit OneRun(const Sessions& sessions, platform::SingleInstance* instance = nullptr)
-      : settings_(sessions.StorePath()),
-        port_({.Baud = kInstantly}, board::SteadyTimeSource()),
-        run_({.ProgrammerPort = port_,
-              .Clock = clock_,
-              .Files = Files,
-              .CodePage = code_page_,
-              .Settings = settings_,
-              .Instance = instance,
-              .MessageBoxes = &Boxes,
-              .FileDialogs = &dialogs_}) {
-    port_.ChipInSocket = [this] { return run_.Context().Screen.DeviceForm.DeviceText(); };
-  }
+      : OneRun(std::make_shared<QtSettingsStore>(sessions.StorePath()), instance) {}
 
   /// Starts; the dialog of the first run, when it comes, is left with CANCEL.
   CommandEnding Start() {
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, &timer, [this] {
-      if (!run_.ComPortDialog().isVisible()) return;
+      if (!Run.ComPortDialog().isVisible()) return;
       ++DialogsSeen;
-      run_.ComPortDialog().reject();
+      Run.ComPortDialog().reject();
     });
     timer.start(5);
-    return run_.Start({.AppFolder = "/app/", .CommandArgument = ""});
+    return WindowBench::Start();
   }
-  void Close() { run_.Window().close(); }
-  MainWindow& Window() { return run_.Window(); }
-  WindowRun& Run() { return run_; }
-  ViewWindow* Child(View view) { return run_.Window().ViewOf(view); }
+  void Close() { Window().close(); }
+  ViewWindow* Child(View view) { return Window().ViewOf(view); }
 
   int DialogsSeen = 0;
-  testing::FakeTextFiles Files;
-  AnsweredBoxes Boxes;
 
  private:
-  QtSettingsStore settings_;
-  board::SimulatedSerialControl port_;
-  platform::SystemClock clock_;
-  platform::Cp932CodePage code_page_;
-  testing::FakeFileDialogs dialogs_;
-  WindowRun run_;
+  OneRun(const std::shared_ptr<QtSettingsStore>& store, platform::SingleInstance* instance)
+      : WindowBench({.Settings = store.get(), .Instance = instance}), store_(store) {}
+
+  std::shared_ptr<QtSettingsStore> store_;
 };
 
 TEST(Session, TheFirstStartHasTheFirstDeviceTheDialogOnceAndTheDefaultPlaces) {
@@ -130,20 +104,12 @@ TEST(Session, EveryWindowIsFoundWhereItWasLeft) {
     first.Window().Guide().move(50, 70);
     first.Close();
   }
-  EXPECT_EQ(sessions.Stored("MainLeft"), "495");
-  EXPECT_EQ(sessions.Stored("MainTop"), "660");
-  EXPECT_EQ(sessions.Stored("MainWidth"), "11850");
-  EXPECT_EQ(sessions.Stored("MainHeight"), "8400");
-  EXPECT_EQ(sessions.Stored("PgmLeft"), "300");
-  EXPECT_EQ(sessions.Stored("PgmTop"), "450");
-  EXPECT_EQ(sessions.Stored("PgmWidth"), "4500");
-  EXPECT_EQ(sessions.Stored("PgmHeight"), "3000");
-  EXPECT_EQ(sessions.Stored("EEpLeft"), "600");
-  EXPECT_EQ(sessions.Stored("EEpTop"), "900");
-  EXPECT_EQ(sessions.Stored("EEpWidth"), "4200");
-  EXPECT_EQ(sessions.Stored("EEpHeight"), "2400");
-  EXPECT_EQ(sessions.Stored("IndLeft"), "750");
-  EXPECT_EQ(sessions.Stored("IndTop"), "1050");
+  const Sessions::Values places{
+      {"MainLeft", "495"}, {"MainTop", "660"}, {"MainWidth", "11850"}, {"MainHeight", "8400"},
+      {"PgmLeft", "300"},  {"PgmTop", "450"},  {"PgmWidth", "4500"},   {"PgmHeight", "3000"},
+      {"EEpLeft", "600"},  {"EEpTop", "900"},  {"EEpWidth", "4200"},   {"EEpHeight", "2400"},
+      {"IndLeft", "750"},  {"IndTop", "1050"}};
+  for (const auto& [key, value] : places) EXPECT_EQ(sessions.Stored(key), value) << key;
   OneRun second(sessions);
   second.Start();
   EXPECT_EQ(second.Window().pos(), QPoint(33, 44));
@@ -154,10 +120,7 @@ TEST(Session, EveryWindowIsFoundWhereItWasLeft) {
 }
 
 TEST(Session, ClosingWhileMinimisedKeepsWhatWasStored) {
-  const Sessions sessions;
-  sessions.Store("Index_Com_Flag", "1");
-  sessions.Store("MainLeft", "1500");
-  sessions.Store("IndLeft", "345");
+  const Sessions sessions{{"Index_Com_Flag", "1"}, {"MainLeft", "1500"}, {"IndLeft", "345"}};
   OneRun run(sessions);
   run.Start();
   run.Window().move(400, 300);
@@ -171,8 +134,7 @@ TEST(Session, ClosingWhileMinimisedKeepsWhatWasStored) {
 }
 
 TEST(Session, AMinimisedOrMaximisedViewIsStoredWhereItWasBefore) {
-  const Sessions sessions;
-  sessions.Store("Index_Com_Flag", "1");
+  const Sessions sessions{{"Index_Com_Flag", "1"}};
   OneRun run(sessions);
   run.Start();
   run.Child(View::Flash)->setGeometry(20, 30, 300, 200);
@@ -188,7 +150,7 @@ TEST(Session, TheTemporaryFilesGoAtTheEndAndTheTraceStays) {
   const Sessions sessions;
   OneRun run(sessions);
   run.Start();
-  QTest::mouseClick(Find<QPushButton>(run.Window(), "Cmd_btn_verify"), Qt::LeftButton);
+  run.Press("Cmd_btn_verify");
   run.Files.Files["/app/avrvfy.txt"] = "report";
   EXPECT_TRUE(run.Files.Files.contains("/app/avrhex.txt"));
   run.Close();
@@ -199,11 +161,8 @@ TEST(Session, TheTemporaryFilesGoAtTheEndAndTheTraceStays) {
 TEST(Session, APlaceOutsideEveryScreenIsBroughtBackToOne) {
   for (const char* far : {"90000", "-90000", "1e30", "-1e30"}) {
     SCOPED_TRACE(far);
-    const Sessions sessions;
-    sessions.Store("Index_Com_Flag", "1");
-    sessions.Store("MainLeft", far);
-    sessions.Store("MainTop", far);
-    sessions.Store("PgmTop", far);
+    const Sessions sessions{
+        {"Index_Com_Flag", "1"}, {"MainLeft", far}, {"MainTop", far}, {"PgmTop", far}};
     OneRun run(sessions);
     EXPECT_EQ(run.Start(), CommandEnding::Finished);
     // The frame's border is known to the window system alone.
@@ -218,8 +177,7 @@ TEST(Session, APlaceOutsideEveryScreenIsBroughtBackToOne) {
 TEST(Session, AHugeNegativeOrEmptySizeStillGivesAWindow) {
   for (const char* size : {"1e30", "-5000", "0"}) {
     SCOPED_TRACE(size);
-    const Sessions sessions;
-    sessions.Store("Index_Com_Flag", "1");
+    const Sessions sessions{{"Index_Com_Flag", "1"}};
     for (const char* key : {"MainWidth", "MainHeight", "PgmWidth", "EEpHeight"}) {
       sessions.Store(key, size);
     }
@@ -234,13 +192,11 @@ TEST(Session, AHugeNegativeOrEmptySizeStillGivesAWindow) {
 }
 
 TEST(Session, AStoredTextInPlaceOfANumberEndsTheStartAndStoresNothing) {
-  const Sessions sessions;
-  sessions.Store("MainTop", "top");
+  const Sessions sessions{{"MainTop", "top"}};
   OneRun run(sessions);
   EXPECT_EQ(run.Start(), CommandEnding::BadSetting);
   ASSERT_EQ(run.Boxes.Shown.size(), 1U);
-  EXPECT_NE(run.Boxes.Shown[0].find("セクション Settings、キー MainTop、値 \"top\""),
-            std::string::npos);
+  EXPECT_THAT(run.Boxes.Shown[0], HasSubstr("セクション Settings、キー MainTop、値 \"top\""));
   EXPECT_EQ(run.DialogsSeen, 0);
   run.Close();
   EXPECT_EQ(sessions.Stored("MainTop"), "top");
@@ -248,9 +204,7 @@ TEST(Session, AStoredTextInPlaceOfANumberEndsTheStartAndStoresNothing) {
 }
 
 TEST(Session, ABadPlaceOfTheGuideIsFoundLastAndLeavesNoDumpsBehind) {
-  const Sessions sessions;
-  sessions.Store("Index_Com_Flag", "1");
-  sessions.Store("IndTop", "");
+  const Sessions sessions{{"Index_Com_Flag", "1"}, {"IndTop", ""}};
   OneRun run(sessions);
   EXPECT_EQ(run.Start(), CommandEnding::BadSetting);
   EXPECT_FALSE(run.Files.Files.contains("/app/avrhex.txt"));
@@ -262,36 +216,34 @@ TEST(Session, AStoreThatCannotBeWrittenIsSaidOnceAndTheProgramRuns) {
   QFile file(ToQString(sessions.Folder().File("file")));
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));
   QtSettingsStore unwritable(file.fileName() + "/a.ini");
-  WindowBench bench(kInstantly, nullptr, &unwritable);
+  WindowBench bench({.Settings = &unwritable});
   unwritable.Write("Settings", "Index_Com_Flag", "1");
   EXPECT_EQ(bench.Start(), CommandEnding::Finished);
   ASSERT_EQ(bench.Boxes.Shown.size(), 1U);
-  EXPECT_NE(bench.Boxes.Shown[0].find("設定を保存できません。"), std::string::npos);
-  QComboBox* selector = bench.Run.Window().DeviceSelector();
+  EXPECT_THAT(bench.Boxes.Shown[0], HasSubstr("設定を保存できません。"));
+  QComboBox* selector = bench.Window().DeviceSelector();
   selector->setFocus();
   QTest::keyClick(selector, Qt::Key_End);
-  EXPECT_EQ(bench.Run.State().DeviceCode, 0x68);
-  bench.Run.Window().close();
-  EXPECT_FALSE(bench.Run.Window().isVisible());
+  EXPECT_EQ(bench.State().DeviceCode, 0x68);
+  bench.Window().close();
+  EXPECT_FALSE(bench.Window().isVisible());
   EXPECT_EQ(bench.Boxes.Shown.size(), 1U);
 }
 
 TEST(Session, APortGivenForTheRunIsUsedAndNotStored) {
-  const Sessions sessions;
-  sessions.Store("Index_Com_Flag", "1");
-  sessions.Store("ComNox", "3");
+  const Sessions sessions{{"Index_Com_Flag", "1"}, {"ComNox", "3"}};
   OneRun run(sessions);
-  run.Run().Settings().GiveForThisRun("Settings", "ComNox", "8");
+  run.Run.Settings().GiveForThisRun("Settings", "ComNox", "8");
   run.Start();
-  QTest::mouseClick(Find<QPushButton>(run.Window(), "Cmd_btn_verify"), Qt::LeftButton);
-  EXPECT_EQ(run.Run().Context().Line.ProgrammerPort.CommPort(), 8);
+  run.Press("Cmd_btn_verify");
+  EXPECT_EQ(run.Run.Context().Line.ProgrammerPort.CommPort(), 8);
   run.Close();
   EXPECT_EQ(sessions.Stored("ComNox"), "3");
 }
 
 TEST(Session, ASecondRunEndsWithoutAWindow) {
   const Sessions sessions;
-  testing::FakeInstance taken;
+  FakeInstance taken;
   taken.Alone = false;
   OneRun run(sessions, &taken);
   EXPECT_EQ(run.Start(), CommandEnding::AnotherInstance);
@@ -302,15 +254,13 @@ TEST(Session, ASecondRunEndsWithoutAWindow) {
 }
 
 TEST(Session, ClosingDuringAnOperationAsksAndThenStoresInTheUsualOrder) {
-  const Sessions sessions;
-  sessions.Store("Index_Com_Flag", "1");
-  sessions.Store("ComNox", "1");
+  const Sessions sessions{{"Index_Com_Flag", "1"}, {"ComNox", "1"}};
   OneRun run(sessions);
   run.Start();
   run.Boxes.Answer = true;
   run.Window().move(150, 60);
   QTimer::singleShot(0, &run.Window(), [&] { run.Close(); });
-  QTest::mouseClick(Find<QPushButton>(run.Window(), "Cmd_btn_read"), Qt::LeftButton);
+  run.Press("Cmd_btn_read");
   EXPECT_EQ(run.Boxes.Questions.size(), 1U);
   EXPECT_FALSE(run.Window().isVisible());
   EXPECT_EQ(sessions.Stored("MainLeft"), "2250");

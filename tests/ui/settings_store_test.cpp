@@ -1,8 +1,8 @@
 #include <QFile>
-#include <gtest/gtest.h>
 
 #include "platform/settings_store_contract.h"
 #include "platform/temporary_folder.h"
+#include "support/prelude.h"
 #include "ui/qt_settings_store.h"
 #include "ui/text.h"
 
@@ -10,7 +10,7 @@ namespace fenwright::platform {
 namespace {
 
 INSTANTIATE_TEST_SUITE_P(Qt, SettingsStoreContract,
-                         testing::Values(SettingsStoreImplementation{
+                         ::testing::Values(SettingsStoreImplementation{
                              "IniFile",
                              [] {
                                static const TemporaryFolder folder;

@@ -1,6 +1,6 @@
 #include "ui/twips.h"
 
-#include <gtest/gtest.h>
+#include "support/prelude.h"
 
 namespace fenwright::ui {
 namespace {

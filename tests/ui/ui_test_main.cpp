@@ -1,6 +1,6 @@
 #include <QApplication>
-#include <gtest/gtest.h>
 
+#include "support/prelude.h"
 #include "ui/fonts.h"
 
 int main(int argc, char** argv) {

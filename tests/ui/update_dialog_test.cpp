@@ -1,19 +1,5 @@
 #include "ui/update_dialog.h"
 
-#include <array>
-#include <cmath>
-#include <functional>
-
-#include <QAction>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QTest>
-#include <QTimer>
-#include <gtest/gtest.h>
-
 #include "ui/window_bench.h"
 #include "ui/wrapped_label.h"
 
@@ -26,23 +12,23 @@ constexpr const char* kDone = "アップデート完了。  ";
 
 using Wire = std::vector<std::uint8_t>;
 
-class UpdateDialogTest : public ::testing::Test {
- protected:
-  void Make(std::uint32_t baud = kAtBoardSpeed) {
-    bench_ = std::make_unique<WindowBench>(baud);
-    bench_->UpdaterPort.OnOutput = [this](std::span<const std::uint8_t> bytes) {
-      EXPECT_FALSE(bench_->Port.PortOpen());
+struct UpdateDialogTest : WindowTest {
+  UpdateDialogTest() : WindowTest({.Baud = kAtBoardSpeed}) {
+    UpdaterPort.OnOutput = [this](std::span<const std::uint8_t> bytes) {
+      EXPECT_FALSE(Port.PortOpen());
       wire_.insert(wire_.end(), bytes.begin(), bytes.end());
     };
-    bench_->Settings.Write("Settings6", "ComNo", "1");
-    bench_->Start();
+    Settings.Write("Settings6", "ComNo", "1");
+    Start();
   }
 
-  MainWindow& Window() { return bench_->Run.Window(); }
-  UpdateDialog& Dialog() { return *Find<UpdateDialog>(Window(), "Dialog_Update"); }
+  UpdateDialog& Dialog() { return *Named<UpdateDialog>("Dialog_Update"); }
+  template <typename Control>
+  Control* Part(const char* name) {
+    return Find<Control>(Dialog(), name);
+  }
   bool IsOpen() { return Window().findChild<UpdateDialog*>("Dialog_Update") != nullptr; }
-  QPushButton* Button(const char* name) { return Find<QPushButton>(Window(), name); }
-  QString Status() { return Find<QLabel>(Dialog(), "StatusBar1_1")->text(); }
+  QString Status() { return Part<QLabel>("StatusBar1_1")->text(); }
 
   /// Opens the dialog by its menu item and runs `use` in it. The dialog is closed afterwards if it
   /// is open still.
@@ -51,16 +37,16 @@ class UpdateDialogTest : public ::testing::Test {
       use();
       if (IsOpen()) Dialog().RequestClose();
     });
-    Find<QAction>(Window(), "mnuFirmwareUpdate")->trigger();
+    Choose("mnuFirmwareUpdate");
     EXPECT_FALSE(IsOpen());
-    EXPECT_FALSE(bench_->UpdaterPort.PortOpen());
-    EXPECT_FALSE(bench_->Run.State().CommandRunning);
-    EXPECT_FALSE(bench_->Run.State().StopRequested);
+    EXPECT_FALSE(UpdaterPort.PortOpen());
+    EXPECT_FALSE(State().CommandRunning);
+    EXPECT_FALSE(State().StopRequested);
   }
 
   /// Runs `meanwhile` once, in the middle of the words of an update of `kWords` words.
   void Update(const std::function<void()>& meanwhile = {}) {
-    bench_->Dialogs.Choice = bench_->GivenHexFile(kWords);
+    Dialogs.Choice = GivenHexFile(kWords);
     Button("CmdOpen")->click();
     QTimer turn;
     bool ran = false;
@@ -92,31 +78,28 @@ class UpdateDialogTest : public ::testing::Test {
     ASSERT_LT(wire_.size(), whole.size() - 4);
     EXPECT_EQ(wire_.size() % 4, 1U);
     EXPECT_TRUE(std::equal(wire_.begin(), wire_.end(), whole.begin()));
-    EXPECT_TRUE(bench_->Board->Protocol().UpdateUnfinished());
+    EXPECT_TRUE(Board->Protocol().UpdateUnfinished());
   }
 
-  std::unique_ptr<WindowBench> bench_;
   Wire wire_;
 };
 
 TEST_F(UpdateDialogTest, HasItsControlsWithCaptionsAndToolTips) {
-  Make();
   InDialog([this] {
     EXPECT_EQ(Dialog().windowTitle(), "ファームウエアアップデート");
     EXPECT_TRUE(Dialog().isModal());
-    EXPECT_EQ(Find<QLabel>(Dialog(), "Label1")->text(), "通信ポート Com：");
-    EXPECT_EQ(Find<QLabel>(Dialog(), "Label2")->text(), "通信スピード bps：");
+    EXPECT_EQ(Part<QLabel>("Label1")->text(), "通信ポート Com：");
+    EXPECT_EQ(Part<QLabel>("Label2")->text(), "通信スピード bps：");
     EXPECT_EQ(Button("CmdVersion")->text(), "Version Read");
     EXPECT_EQ(Button("CmdOpen")->toolTip(), "新しいファームウエアファイル(*.hex)を設定します。");
     EXPECT_EQ(Button("CmdUpdate")->text(), "UPDATE");
     EXPECT_EQ(Button("CmdUpdate")->toolTip(), "ファームウエアの更新を実行します。");
     EXPECT_EQ(Button("OKButton")->text(), "閉じる");
-    EXPECT_TRUE(
-        Find<QLabel>(Dialog(), "Label3")->text().startsWith("１．通信ポートを指定してください。"));
+    EXPECT_TRUE(Part<QLabel>("Label3")->text().startsWith("１．通信ポートを指定してください。"));
     for (const char* name : {"Combo_ComPort", "Combo_speed", "CmdVersion", "Text_FirmwareVersion",
                              "CmdOpen", "Text_File", "CmdUpdate", "ProgressBar1", "OKButton",
                              "Label3", "StatusBar1", "StatusBar1_1", "lblDetail"}) {
-      EXPECT_FALSE(Find<QWidget>(Dialog(), name)->accessibleName().isEmpty()) << name;
+      EXPECT_FALSE(Part<QWidget>(name)->accessibleName().isEmpty()) << name;
     }
     for (const QPushButton* button : Dialog().findChildren<QPushButton*>()) {
       EXPECT_FALSE(button->autoDefault()) << "Enter alone must start nothing";
@@ -126,43 +109,40 @@ TEST_F(UpdateDialogTest, HasItsControlsWithCaptionsAndToolTips) {
 }
 
 TEST_F(UpdateDialogTest, StartsAsItsLoadLeavesIt) {
-  Make();
   InDialog([this] {
-    const auto* port = Find<QComboBox>(Dialog(), "Combo_ComPort");
+    const auto* port = Part<QComboBox>("Combo_ComPort");
     EXPECT_EQ(port->count(), 20);
     EXPECT_EQ(port->currentText(), "1");
-    const auto* speed = Find<QComboBox>(Dialog(), "Combo_speed");
+    const auto* speed = Part<QComboBox>("Combo_speed");
     EXPECT_EQ(speed->currentText(), "57600");
     EXPECT_EQ(speed->itemText(0), " 9600");
     EXPECT_FALSE(speed->isEnabled());
     EXPECT_FALSE(Button("CmdUpdate")->isEnabled());
     EXPECT_TRUE(Button("CmdVersion")->isEnabled());
-    EXPECT_FALSE(Find<QProgressBar>(Dialog(), "ProgressBar1")->isVisible());
+    EXPECT_FALSE(Part<QProgressBar>("ProgressBar1")->isVisible());
     EXPECT_EQ(Status(), "");
-    EXPECT_TRUE(bench_->Files.Files.contains("/app/LOG.txt"));
+    EXPECT_TRUE(Files.Files.contains("/app/LOG.txt"));
   });
-  EXPECT_TRUE(bench_->Boxes.Questions.empty());
-  EXPECT_TRUE(bench_->Port.PortOpen()) << "opened at unload, whatever it was before";
+  EXPECT_TRUE(Boxes.Questions.empty());
+  EXPECT_TRUE(Port.PortOpen()) << "opened at unload, whatever it was before";
 }
 
 TEST_F(UpdateDialogTest, APickedPortIsStoredAndTheNextDialogShowsAQuestionMark) {
-  Make();
-  bench_->Settings.Write("Settings6", "ComNo", "?");
+  Settings.Write("Settings6", "ComNo", "?");
   for (int i = 0; i < 2; ++i) {
     InDialog([this] {
-      auto* port = Find<QComboBox>(Dialog(), "Combo_ComPort");
+      auto* port = Part<QComboBox>("Combo_ComPort");
       EXPECT_EQ(port->currentIndex(), -1);
       EXPECT_EQ(port->placeholderText(), "?");
       EXPECT_EQ(Dialog().PortText(), "?");
       QTest::keyClick(port, Qt::Key_End);
       EXPECT_EQ(Dialog().PortText(), "20");
     });
-    EXPECT_EQ(bench_->Settings.Read("Settings6", "Com"), "20");
+    EXPECT_EQ(Settings.Read("Settings6", "Com"), "20");
   }
 }
 
 TEST_F(UpdateDialogTest, TabGoesThroughTheControlsInTheOrderOfUse) {
-  Make();
   InDialog([this] {
     std::vector<QString> order;
     for (int i = 0; i < 6; ++i) {
@@ -176,14 +156,13 @@ TEST_F(UpdateDialogTest, TabGoesThroughTheControlsInTheOrderOfUse) {
 }
 
 TEST_F(UpdateDialogTest, NothingElseStartsWhileItIsOpen) {
-  Make();
   InDialog([this] {
-    EXPECT_TRUE(bench_->Run.State().CommandRunning);
+    EXPECT_TRUE(State().CommandRunning);
     EXPECT_FALSE(Button("Cmd_btn_program")->isEnabled());
     emit Button("Cmd_btn_program")->clicked();
-    emit Find<QAction>(Window(), "mnuFirmwareUpdate")->triggered();
-    emit Find<QAction>(Window(), "mnuFileOpen")->triggered();
-    EXPECT_TRUE(bench_->Dialogs.Requests.empty());
+    emit Named<QAction>("mnuFirmwareUpdate")->triggered();
+    emit Named<QAction>("mnuFileOpen")->triggered();
+    EXPECT_TRUE(Dialogs.Requests.empty());
     EXPECT_EQ(Window().findChildren<UpdateDialog*>().size(), 1);
     EXPECT_FALSE(DropFiles(Window(), {"/files/prog.hex"}));
   });
@@ -191,13 +170,12 @@ TEST_F(UpdateDialogTest, NothingElseStartsWhileItIsOpen) {
 }
 
 TEST_F(UpdateDialogTest, ReadsTheVersionAndUpdatesTheBoard) {
-  Make();
   InDialog([this] {
     Button("CmdVersion")->click();
-    EXPECT_EQ(Find<QLineEdit>(Dialog(), "Text_FirmwareVersion")->text(), "KV-LOD350  V6.3");
+    EXPECT_EQ(Part<QLineEdit>("Text_FirmwareVersion")->text(), "KV-LOD350  V6.3");
     EXPECT_EQ(Status(), "ファームウエアバージョンをリードしました。");
     wire_.clear();
-    auto* bar = Find<QProgressBar>(Dialog(), "ProgressBar1");
+    auto* bar = Part<QProgressBar>("ProgressBar1");
     Update([this, bar] {
       EXPECT_EQ(Status(), kSending);
       EXPECT_TRUE(bar->isVisible());
@@ -209,16 +187,16 @@ TEST_F(UpdateDialogTest, ReadsTheVersionAndUpdatesTheBoard) {
       EXPECT_TRUE(Button("OKButton")->isEnabled());
       EXPECT_FALSE(Button("CmdVersion")->isEnabled());
     });
-    EXPECT_EQ(Find<QLineEdit>(Dialog(), "Text_File")->text(), "/files/prog.hex");
+    EXPECT_EQ(Part<QLineEdit>("Text_File")->text(), "/files/prog.hex");
     EXPECT_TRUE(Status().startsWith(kDone)) << Status().toStdString();
     EXPECT_FALSE(Button("CmdVersion")->isEnabled());
   });
   EXPECT_EQ(wire_, WholeWire());
-  EXPECT_EQ(bench_->Boxes.Shown,
+  EXPECT_EQ(Boxes.Shown,
             std::vector<std::string>{
                 "　　　 ファームウエアアップデートが完了しました。  電源を再投入してください。  "
                 "　　　　　　　\r\n　"});
-  EXPECT_TRUE(bench_->Port.PortOpen());
+  EXPECT_TRUE(Port.PortOpen());
   InDialog([this] { EXPECT_TRUE(Button("CmdVersion")->isEnabled()) << "opened again"; });
 }
 
@@ -238,16 +216,15 @@ TEST_F(UpdateDialogTest, TheFailureTextIsReadableOnRedWhateverThePalette) {
     palette.setColor(QPalette::Window, dark ? Qt::black : Qt::white);
     palette.setColor(QPalette::WindowText, dark ? Qt::white : Qt::black);
     QApplication::setPalette(palette);
-    Make();
     InDialog([this] {
       Dialog().SetInstructionsBackground(255);
-      const QPalette colours = Find<QLabel>(Dialog(), "Label3")->palette();
+      const QPalette colours = Part<QLabel>("Label3")->palette();
       EXPECT_EQ(colours.color(QPalette::Window), QColor(255, 0, 0));
       const double text = Luminance(colours.color(QPalette::WindowText));
       const double red = Luminance(QColor(255, 0, 0));
       const double contrast = (std::max(text, red) + 0.05) / (std::min(text, red) + 0.05);
       EXPECT_GT(contrast, 4.5);
-      const QImage picture = Find<QLabel>(Dialog(), "Label3")->grab().toImage();
+      const QImage picture = Part<QLabel>("Label3")->grab().toImage();
       EXPECT_EQ(picture.pixelColor(picture.width() - 1, picture.height() - 1), QColor(255, 0, 0));
     });
   }
@@ -255,23 +232,21 @@ TEST_F(UpdateDialogTest, TheFailureTextIsReadableOnRedWhateverThePalette) {
 }
 
 TEST_F(UpdateDialogTest, AWrongAcknowledgementTurnsTheInstructionsRed) {
-  Make();
   // The ports' own faults are fixed at their making; here somebody else's byte is in the way.
   InDialog([this] {
-    bench_->Dialogs.Choice = bench_->GivenHexFile(kWords);
+    Dialogs.Choice = GivenHexFile(kWords);
     Button("CmdOpen")->click();
     int frames = 0;
-    bench_->UpdaterPort.OnOutput = [this, &frames](std::span<const std::uint8_t>) {
+    UpdaterPort.OnOutput = [this, &frames](std::span<const std::uint8_t>) {
       // A restart puts the board back into its normal set, in which it answers "?" to the frame.
       if (++frames == 1) return;
-      bench_->Board->Protocol().Restart();
+      Board->Protocol().Restart();
     };
     Button("CmdUpdate")->click();
     EXPECT_EQ(Status(), "***　アップデート失敗　***");
-    EXPECT_TRUE(Find<QLabel>(Dialog(), "Label3")->text().endsWith("error data = 0x3F"));
-    EXPECT_EQ(Find<QLabel>(Dialog(), "Label3")->palette().color(QPalette::Window),
-              QColor(255, 0, 0));
-    EXPECT_TRUE(bench_->Boxes.Shown.empty());
+    EXPECT_TRUE(Part<QLabel>("Label3")->text().endsWith("error data = 0x3F"));
+    EXPECT_EQ(Part<QLabel>("Label3")->palette().color(QPalette::Window), QColor(255, 0, 0));
+    EXPECT_TRUE(Boxes.Shown.empty());
   });
 }
 
@@ -299,8 +274,7 @@ class UpdateDialogWaysOut : public UpdateDialogTest,
                             public ::testing::WithParamInterface<WayOut> {};
 
 TEST_P(UpdateDialogWaysOut, DuringAnUpdateNoLetsItGoOnToItsEnd) {
-  Make();
-  bench_->Boxes.Answer = false;
+  Boxes.Answer = false;
   InDialog([this] {
     Update([this] {
       GetParam().Close(Dialog(), Window());
@@ -309,16 +283,14 @@ TEST_P(UpdateDialogWaysOut, DuringAnUpdateNoLetsItGoOnToItsEnd) {
     });
     EXPECT_TRUE(Status().startsWith(kDone));
   });
-  ASSERT_EQ(bench_->Boxes.Questions.size(), 1U);
-  EXPECT_NE(bench_->Boxes.Questions[0].find("ボードのファームウエアは途中までしか書き込まれて"),
-            std::string::npos);
+  ASSERT_EQ(Boxes.Questions.size(), 1U);
+  EXPECT_THAT(Boxes.Questions[0], HasSubstr("ボードのファームウエアは途中までしか書き込まれて"));
   EXPECT_EQ(wire_, WholeWire());
   EXPECT_TRUE(Window().isVisible());
 }
 
 TEST_P(UpdateDialogWaysOut, DuringAnUpdateYesEndsItAfterTheRunningExchange) {
-  Make();
-  bench_->Boxes.Answer = true;
+  Boxes.Answer = true;
   InDialog([this] {
     Update([this] {
       GetParam().Close(Dialog(), Window());
@@ -327,18 +299,17 @@ TEST_P(UpdateDialogWaysOut, DuringAnUpdateYesEndsItAfterTheRunningExchange) {
       Dialog().close();
     });
   });
-  EXPECT_EQ(bench_->Boxes.Questions.size(), 1U);
+  EXPECT_EQ(Boxes.Questions.size(), 1U);
   ExpectStoppedInOrder();
-  EXPECT_TRUE(bench_->Boxes.Shown.empty());
-  EXPECT_TRUE(bench_->Port.PortOpen());
+  EXPECT_TRUE(Boxes.Shown.empty());
+  EXPECT_TRUE(Port.PortOpen());
   EXPECT_EQ(Window().isVisible(), !GetParam().ClosesMainWindow);
 }
 
 TEST_P(UpdateDialogWaysOut, BeforeTheFirstWordTheQuestionSaysThatNothingChanges) {
-  Make();
-  bench_->Boxes.Answer = true;
+  Boxes.Answer = true;
   InDialog([this] {
-    bench_->Dialogs.Choice = bench_->GivenHexFile(kWords);
+    Dialogs.Choice = GivenHexFile(kWords);
     Button("CmdOpen")->click();
     // 0.4 s for the ports, then 1 s for the board to enter its update mode.
     QTimer::singleShot(900, &Dialog(), [this] {
@@ -348,24 +319,21 @@ TEST_P(UpdateDialogWaysOut, BeforeTheFirstWordTheQuestionSaysThatNothingChanges)
     });
     Button("CmdUpdate")->click();
   });
-  ASSERT_EQ(bench_->Boxes.Questions.size(), 1U);
-  EXPECT_NE(bench_->Boxes.Questions[0].find("ボードのファームウエアは変わりません。"),
-            std::string::npos);
+  ASSERT_EQ(Boxes.Questions.size(), 1U);
+  EXPECT_THAT(Boxes.Questions[0], HasSubstr("ボードのファームウエアは変わりません。"));
   EXPECT_EQ(wire_, Wire{'U'});
-  EXPECT_FALSE(bench_->Board->Protocol().UpdateUnfinished());
-  EXPECT_TRUE(bench_->Port.PortOpen());
+  EXPECT_FALSE(Board->Protocol().UpdateUnfinished());
+  EXPECT_TRUE(Port.PortOpen());
 }
 
 TEST_P(UpdateDialogWaysOut, WhenNothingRunsNothingIsAsked) {
-  Make();
   InDialog([this] { GetParam().Close(Dialog(), Window()); });
-  EXPECT_TRUE(bench_->Boxes.Questions.empty());
-  EXPECT_TRUE(bench_->Port.PortOpen());
+  EXPECT_TRUE(Boxes.Questions.empty());
+  EXPECT_TRUE(Port.PortOpen());
   EXPECT_EQ(Window().isVisible(), !GetParam().ClosesMainWindow);
 }
 
 TEST_P(UpdateDialogWaysOut, DuringAVersionReadTheExchangeReturnsFirstAndNothingIsAsked) {
-  Make();
   InDialog([this] {
     QTimer::singleShot(100, &Dialog(), [this] {
       ASSERT_EQ(Dialog().State().Now, update::Activity::Busy);
@@ -375,14 +343,13 @@ TEST_P(UpdateDialogWaysOut, DuringAVersionReadTheExchangeReturnsFirstAndNothingI
     Button("CmdVersion")->click();
   });
   EXPECT_EQ(wire_, Wire{'?'});
-  EXPECT_TRUE(bench_->Boxes.Questions.empty());
-  EXPECT_TRUE(bench_->Port.PortOpen());
+  EXPECT_TRUE(Boxes.Questions.empty());
+  EXPECT_TRUE(Port.PortOpen());
 }
 
-INSTANTIATE_TEST_SUITE_P(All, UpdateDialogWaysOut, ::testing::ValuesIn(kWaysOut));
+INSTANTIATE_TEST_SUITE_P(All, UpdateDialogWaysOut, ValuesIn(kWaysOut));
 
 TEST_F(UpdateDialogTest, NothingPressedDuringAnUpdateChangesTheWire) {
-  Make();
   InDialog([this] {
     int rounds = 0;
     QTimer restless;
@@ -394,7 +361,7 @@ TEST_F(UpdateDialogTest, NothingPressedDuringAnUpdateChangesTheWire) {
         QTest::keyClick(Button(name), Qt::Key_Space);
       }
       QTest::keyClick(&Dialog(), Qt::Key_Return);
-      auto* port = Find<QComboBox>(Dialog(), "Combo_ComPort");
+      auto* port = Part<QComboBox>("Combo_ComPort");
       QTest::keyClick(port, rounds % 2 == 0 ? Qt::Key_Home : Qt::Key_End);
       emit port->activated(3);
       Window().Run([] { ADD_FAILURE() << "another command"; });
@@ -405,8 +372,8 @@ TEST_F(UpdateDialogTest, NothingPressedDuringAnUpdateChangesTheWire) {
     EXPECT_TRUE(Status().startsWith(kDone)) << Status().toStdString();
   });
   EXPECT_EQ(wire_, WholeWire());
-  EXPECT_EQ(bench_->Dialogs.Requests.size(), 1U);
-  EXPECT_EQ(bench_->Boxes.Shown.size(), 1U);
+  EXPECT_EQ(Dialogs.Requests.size(), 1U);
+  EXPECT_EQ(Boxes.Shown.size(), 1U);
 }
 
 TEST_F(UpdateDialogTest, WithoutAnUpdaterPortTheItemDoesNothing) {
@@ -422,7 +389,6 @@ TEST_F(UpdateDialogTest, WithoutAnUpdaterPortTheItemDoesNothing) {
 }
 
 TEST_F(UpdateDialogTest, LongTextsWrapAndNeitherWidenNorHideAnything) {
-  Make();
   InDialog([this] {
     const int width = Dialog().width();
     Dialog().SetDetail(std::string(400, 'x'));
@@ -432,7 +398,7 @@ TEST_F(UpdateDialogTest, LongTextsWrapAndNeitherWidenNorHideAnything) {
     QCoreApplication::processEvents();
     EXPECT_EQ(Dialog().width(), width);
     for (const char* name : {"Label3", "lblDetail"}) {
-      const auto* label = Find<WrappedLabel>(Dialog(), name);
+      const auto* label = Part<WrappedLabel>(name);
       EXPECT_GE(label->height(), label->heightForWidth(label->width())) << name;
     }
   });

@@ -1,7 +1,7 @@
 #include <QDir>
 #include <QFileInfo>
-#include <gtest/gtest.h>
 
+#include "support/prelude.h"
 #include "ui/qt_settings_store.h"
 
 namespace fenwright::ui {

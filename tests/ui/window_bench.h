@@ -1,24 +1,36 @@
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <string>
-#include <string_view>
-
+#include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDropEvent>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QObject>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QString>
+#include <QTest>
+#include <QTimer>
 #include <QUrl>
 #include <QWidget>
-#include <gtest/gtest.h>
 
 #include "board/simulated_serial_control.h"
 #include "platform/memory/memory_settings_store.h"
 #include "platform/system/code_page.h"
 #include "platform/system/system_clock.h"
-#include "support/fakes.h"
+#include "support/test_run.h"
+#include "ui/elided_label.h"
+#include "ui/view_window.h"
 #include "ui/window_run.h"
 
 namespace fenwright::ui {
@@ -57,8 +69,7 @@ inline bool DropFiles(QWidget& target, const QStringList& paths) {
 /// Message boxes that a test answers, with a look at the program while one is on the screen.
 class AnsweredBoxes final : public screen::MessageBoxes {
  public:
-  void Show(screen::MessageIcon /*icon*/, std::string_view /*title*/,
-            std::string_view text) override {
+  void Show(MessageIcon /*icon*/, std::string_view /*title*/, std::string_view text) override {
     Shown.emplace_back(text);
   }
   bool Ask(std::string_view /*title*/, std::string_view text) override {
@@ -76,24 +87,40 @@ class AnsweredBoxes final : public screen::MessageBoxes {
 inline constexpr std::uint32_t kInstantly = 0;
 inline constexpr std::uint32_t kAtBoardSpeed = 57600;
 
+/// Words of the HEX file that most tests work with.
+inline constexpr int kProgramWords = 400;
+
+/// What a bench has in another way than usual; null is the bench's own.
+struct BenchOptions {
+  std::uint32_t Baud = kInstantly;
+  std::vector<board::Fault> Faults{};
+  board::TimeSource Time = board::SteadyTimeSource();
+  platform::Clock* Clock = nullptr;
+  platform::TextFiles* Files = nullptr;
+  screen::FileDialogs* Dialogs = nullptr;
+  platform::SettingsStore* Settings = nullptr;
+  platform::PortInfos* Ports = nullptr;
+  platform::SingleInstance* Instance = nullptr;
+};
+
 /// A run of the whole program: its real window, the real engine, a simulated board in whose socket
 /// the selected chip sits.
 class WindowBench {
  public:
-  /// `ports` may be null; `settings` null stands for settings in memory.
-  explicit WindowBench(std::uint32_t baud = kInstantly, platform::PortInfos* ports = nullptr,
-                       platform::SettingsStore* settings = nullptr)
-      : Board(std::make_shared<board::SimulatedBoard>(board::SimulatedBoardOptions{.Baud = baud})),
-        Port(Board, board::SteadyTimeSource()),
-        UpdaterPort(Board, board::SteadyTimeSource()),
+  explicit WindowBench(const BenchOptions& options = {})
+      : Board(std::make_shared<board::SimulatedBoard>(
+            board::SimulatedBoardOptions{.Baud = options.Baud, .Faults = options.Faults})),
+        Port(Board, options.Time),
+        UpdaterPort(Board, options.Time),
         Run({.ProgrammerPort = Port,
-             .Clock = Clock,
-             .Files = Files,
+             .Clock = options.Clock ? *options.Clock : Clock,
+             .Files = options.Files ? *options.Files : Files,
              .CodePage = CodePage,
-             .Settings = settings ? *settings : Settings,
-             .Ports = ports,
+             .Settings = options.Settings ? *options.Settings : Settings,
+             .Ports = options.Ports,
+             .Instance = options.Instance,
              .MessageBoxes = &Boxes,
-             .FileDialogs = &Dialogs,
+             .FileDialogs = options.Dialogs ? options.Dialogs : &Dialogs,
              .UpdaterPort = &UpdaterPort,
              .Shell = &Shell,
              .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
@@ -102,42 +129,66 @@ class WindowBench {
     Settings.Write("Settings", "Index_Com_Flag", "1");
   }
 
-  core::CommandEnding Start(const std::string& file = {}) {
+  CommandEnding Start(const std::string& file = {}) {
     return Run.Start({.AppFolder = "/app/", .CommandArgument = file});
   }
+  /// Starts with a file of `kProgramWords` words.
+  void StartWithFile() { Start(GivenHexFile(kProgramWords)); }
 
   /// A HEX file of `words` ascending words, in memory.
-  std::string GivenHexFile(int words);
+  std::string GivenHexFile(int words) {
+    Bytes bytes;
+    for (int word = 0; word < words; ++word) {
+      bytes.push_back(static_cast<std::uint8_t>(word % 251));
+      bytes.push_back(static_cast<std::uint8_t>(word * 7 % 253));
+    }
+    const std::string path = "/files/prog.hex";
+    Files.Files[path] = HexFile(bytes);
+    return path;
+  }
+
+  MainWindow& Window() { return Run.Window(); }
+  core::AppState& State() { return Run.State(); }
+  template <typename Control>
+  Control* Named(const char* name) {
+    return Find<Control>(Window(), name);
+  }
+  QPushButton* Button(const char* name) { return Named<QPushButton>(name); }
+  void Press(const char* button) { QTest::mouseClick(Button(button), Qt::LeftButton); }
+  void Choose(const char* item) { Named<QAction>(item)->trigger(); }
+  /// Picks a device as a user does.
+  void PickDevice(int index) {
+    Window().DeviceSelector()->setCurrentIndex(index);
+    emit Window().DeviceSelector()->activated(index);
+    QApplication::processEvents();
+  }
+
+  QString ViewText(View view) { return Window().ViewOf(view)->TextControl()->toPlainText(); }
+  std::string FileInfo() { return Named<QLabel>("lblFileInfo")->text().toStdString(); }
+  std::string PanelText(Panel panel) { return Window().StatusPanel(panel)->text().toStdString(); }
+  /// A text of the message dialog, "" when it is not on the screen.
+  std::string MessageText(const char* label = "txtMsg") {
+    const QtMessageDialog& dialog = Run.MessageDialog();
+    return dialog.isVisible() ? Find<QLabel>(Run.MessageDialog(), label)->text().toStdString() : "";
+  }
 
   std::shared_ptr<board::SimulatedBoard> Board;
   board::SimulatedSerialControl Port;
   board::SimulatedSerialControl UpdaterPort;
   platform::SystemClock Clock;
-  testing::FakeTextFiles Files;
+  FakeTextFiles Files;
   platform::Cp932CodePage CodePage;
   platform::MemorySettingsStore Settings;
   AnsweredBoxes Boxes;
-  testing::FakeFileDialogs Dialogs;
-  testing::FakeShell Shell;
+  FakeFileDialogs Dialogs;
+  FakeShell Shell;
   WindowRun Run;
 };
 
-inline std::string WindowBench::GivenHexFile(int words) {
-  std::string text;
-  for (int word = 0; word < words; ++word) {
-    const int address = word * 2;
-    const int low = word % 251;
-    const int high = (word * 7) % 253;
-    const int sum = 2 + (address >> 8) + (address & 0xFF) + low + high;
-    text += QString::asprintf(":02%04X00%02X%02X%02X\r\n", static_cast<unsigned>(address),
-                              static_cast<unsigned>(low), static_cast<unsigned>(high),
-                              static_cast<unsigned>(-sum & 0xFF))
-                .toStdString();
-  }
-  text += ":00000001FF\r\n";
-  const std::string path = "/files/prog.hex";
-  Files.Files[path] = text;
-  return path;
-}
+/// The bench is the test's own.
+struct WindowTest : Test, WindowBench {
+  using WindowBench::Run;
+  using WindowBench::WindowBench;
+};
 
 }  // namespace fenwright::ui

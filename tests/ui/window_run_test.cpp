@@ -329,7 +329,7 @@ TEST(WindowRun, AWrongAddressIsSaidInTheMessageDialogAndTypingGoesOn) {
 }
 
 TEST(WindowRun, ClosingTheDialogDuringProgrammingOnlyClosesTheDialog) {
-  WindowBench bench(kAtBoardSpeed);
+  WindowBench bench({.Baud = kAtBoardSpeed});
   bench.Start(bench.GivenHexFile(kProgramWords));
   bool closed = false;
   const auto timer = DuringTheOperation([&] {
@@ -346,7 +346,7 @@ TEST(WindowRun, ClosingTheDialogDuringProgrammingOnlyClosesTheDialog) {
 }
 
 TEST(WindowRun, ThreeClicksDuringProgrammingStartOneCommand) {
-  WindowBench bench(kAtBoardSpeed);
+  WindowBench bench({.Baud = kAtBoardSpeed});
   bench.Start(bench.GivenHexFile(kProgramWords));
   int clicks = 0;
   const auto timer = DuringTheOperation([&] {
@@ -365,7 +365,7 @@ TEST(WindowRun, ThreeClicksDuringProgrammingStartOneCommand) {
 }
 
 TEST(WindowRun, ClosingDuringProgrammingStopsAfterTheExchangeAndCloses) {
-  WindowBench bench(kAtBoardSpeed);
+  WindowBench bench({.Baud = kAtBoardSpeed});
   bench.Start(bench.GivenHexFile(kProgramWords));
   bench.Boxes.Answer = true;
   const auto timer = DuringTheOperation([&] {
@@ -383,7 +383,7 @@ TEST(WindowRun, ClosingDuringProgrammingStopsAfterTheExchangeAndCloses) {
 }
 
 TEST(WindowRun, TheWindowReactsWithinFiftyMillisecondsDuringProgramming) {
-  WindowBench bench(kAtBoardSpeed);
+  WindowBench bench({.Baud = kAtBoardSpeed});
   bench.Start(bench.GivenHexFile(kProgramWords));
   QElapsedTimer since_last;
   qint64 longest = 0;

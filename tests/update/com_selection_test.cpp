@@ -27,12 +27,10 @@ const std::string kCom7Text = "COM7 のオープンに失敗しました。\rポ
 
 /// On a scripted port, closed unless said otherwise, with nothing stored.
 struct Selection : testing::ScriptedRun {
-  platform::MemorySettingsStore Empty;
-
   Selection() {
     Port.Close();
     Port.Log.clear();
-    Settings = Empty;
+    Settings = {};
     State.LinkError = 9;
   }
   void StorePort(const char* value) { Settings.Write("Settings", "ComNox", value); }

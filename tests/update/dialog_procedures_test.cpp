@@ -1,7 +1,5 @@
-#include <gtest/gtest.h>
 
 #include "support/update_run.h"
-#include "update/hex_text.h"
 #include "update/update_report.h"
 
 namespace fenwright::testing {
@@ -13,38 +11,35 @@ using Calls = std::vector<std::string>;
 constexpr const char* kSetPort = "ポート番号を設定してください。";
 constexpr const char* kPortNotOpened = "通信ポートをオープンできませんでした。";
 
-TEST(UpdateDialogLoad, GoesThroughItsStepsInOrder) {
-  ScriptedUpdate run;
-  run.Dialog_Update.Port.clear();
-  run.Update.UpdateFilePath = "left over";
-  update::Dialog_Update_Load(run.Context);
+TEST_ON(UpdateTest, UpdateDialogLoad, GoesThroughItsStepsInOrder) {
+  Dialog_Update.Port.clear();
+  Update.UpdateFilePath = "left over";
+  update::Dialog_Update_Load(Context);
   EXPECT_EQ(
-      run.Dialog_Update.Calls,
+      Dialog_Update.Calls,
       (Calls{"divider", "port items", "port \"?\"", "speed items", "speed \"?\"", "speed disabled",
              "speed \"57600\"", "CmdUpdate disabled",
              "label \"１．通信ポートを指定してください。\r\n"
              "２．[Version Read]ボタンを押して、バージョンが表示されると通信確認完了です。\r\n"
              "３．[OPEN]ボタンを押して、アップデートファイルを指定してください。 [kvldxxx.hex]\r\n"
              "４．[UPDATE]ボタンを押してください。ファイルのアップデータが開始されます。\""}));
-  EXPECT_EQ(run.Dialog_Update.PortItems,
+  EXPECT_EQ(Dialog_Update.PortItems,
             (Calls{"1",  "2",  "3",  "4",  "5",  "6",  "7",  "8",  "9",  "10",
                    "11", "12", "13", "14", "15", "16", "17", "18", "19", "20"}));
-  EXPECT_EQ(run.Dialog_Update.SpeedItems, (Calls{" 9600", "19200", "57600"}));
-  EXPECT_EQ(run.Update.UpdateFilePath, "");
-  EXPECT_TRUE(run.MainPort.PortOpen()) << "nothing has touched the main port yet";
+  EXPECT_EQ(Dialog_Update.SpeedItems, (Calls{" 9600", "19200", "57600"}));
+  EXPECT_EQ(Update.UpdateFilePath, "");
+  EXPECT_TRUE(MainPort.PortOpen()) << "nothing has touched the main port yet";
 }
 
-TEST(UpdateDialogLoad, EmptiesTheLogFile) {
-  ScriptedUpdate run;
-  run.Files.Files["/app/LOG.txt"] = "old text";
-  update::Dialog_Update_Load(run.Context);
-  EXPECT_EQ(run.Files.Files.at("/app/LOG.txt"), "");
+TEST_ON(UpdateTest, UpdateDialogLoad, EmptiesTheLogFile) {
+  Files.Files["/app/LOG.txt"] = "old text";
+  update::Dialog_Update_Load(Context);
+  EXPECT_EQ(Files.Files.at("/app/LOG.txt"), "");
 }
 
-TEST(UpdateDialogLoad, CreatesTheLogFileAndGoesOnWithoutOne) {
-  ScriptedUpdate run;
-  update::Dialog_Update_Load(run.Context);
-  EXPECT_TRUE(run.Files.Files.contains("/app/LOG.txt"));
+TEST_ON(UpdateTest, UpdateDialogLoad, CreatesTheLogFileAndGoesOnWithoutOne) {
+  update::Dialog_Update_Load(Context);
+  EXPECT_TRUE(Files.Files.contains("/app/LOG.txt"));
   ScriptedUpdate refused;
   refused.Files.Refused.emplace_back("/app/LOG.txt");
   update::Dialog_Update_Load(refused.Context);
@@ -52,39 +47,36 @@ TEST(UpdateDialogLoad, CreatesTheLogFileAndGoesOnWithoutOne) {
   EXPECT_TRUE(refused.DialogBoxes.Boxes.empty());
 }
 
-TEST(UpdateDialogSettings, TheChosenPortGoesUnderOneKeyAndIsReadUnderAnother) {
-  ScriptedUpdate run;
-  update::Dialog_Update_Load(run.Context);
-  run.Dialog_Update.Port = "7";
-  update::Combo_ComPort_Click(run.Context);
-  EXPECT_EQ(run.Settings.Read("Settings6", "Com"), "7");
-  EXPECT_EQ(run.Settings.Read("Settings6", "ComNo"), std::nullopt);
+TEST_ON(UpdateTest, UpdateDialogSettings, TheChosenPortGoesUnderOneKeyAndIsReadUnderAnother) {
+  update::Dialog_Update_Load(Context);
+  Dialog_Update.Port = "7";
+  update::Combo_ComPort_Click(Context);
+  EXPECT_EQ(Settings.Read("Settings6", "Com"), "7");
+  EXPECT_EQ(Settings.Read("Settings6", "ComNo"), std::nullopt);
 
-  update::Dialog_Update_Load(run.Context);
-  EXPECT_EQ(run.Dialog_Update.Port, "?");
-  run.Settings.Write("Settings6", "ComNo", "12");
-  update::Dialog_Update_Load(run.Context);
-  EXPECT_EQ(run.Dialog_Update.Port, "12");
+  update::Dialog_Update_Load(Context);
+  EXPECT_EQ(Dialog_Update.Port, "?");
+  Settings.Write("Settings6", "ComNo", "12");
+  update::Dialog_Update_Load(Context);
+  EXPECT_EQ(Dialog_Update.Port, "12");
 }
 
-TEST(UpdateDialogSettings, TheStoredSpeedIsReadAndReplaced) {
-  ScriptedUpdate run;
-  run.Settings.Write("Settings6", "Speed", "19200");
-  update::Dialog_Update_Load(run.Context);
-  EXPECT_EQ(run.Dialog_Update.Calls.at(4), "speed \"19200\"");
-  EXPECT_EQ(run.Dialog_Update.Speed, "57600");
-  EXPECT_FALSE(run.Dialog_Update.SpeedEnabled);
-  run.Dialog_Update.Speed = " 9600";
-  update::Combo_speed_Click(run.Context);
-  EXPECT_EQ(run.Settings.Read("Settings6", "Speed"), " 9600");
+TEST_ON(UpdateTest, UpdateDialogSettings, TheStoredSpeedIsReadAndReplaced) {
+  Settings.Write("Settings6", "Speed", "19200");
+  update::Dialog_Update_Load(Context);
+  EXPECT_EQ(Dialog_Update.Calls.at(4), "speed \"19200\"");
+  EXPECT_EQ(Dialog_Update.Speed, "57600");
+  EXPECT_FALSE(Dialog_Update.SpeedEnabled);
+  Dialog_Update.Speed = " 9600";
+  update::Combo_speed_Click(Context);
+  EXPECT_EQ(Settings.Read("Settings6", "Speed"), " 9600");
 }
 
-TEST(UpdateDialogOpen, AsksForTheFile) {
-  ScriptedUpdate run;
-  run.Settings.Write("Settings6", "OPEN_DIR0", "/fw/");
-  update::CmdOpen_Click(run.Context);
-  ASSERT_EQ(run.Chooser.Requests.size(), 1U);
-  const screen::FileDialogRequest& request = run.Chooser.Requests[0];
+TEST_ON(UpdateTest, UpdateDialogOpen, AsksForTheFile) {
+  Settings.Write("Settings6", "OPEN_DIR0", "/fw/");
+  update::CmdOpen_Click(Context);
+  ASSERT_EQ(Chooser.Requests.size(), 1U);
+  const screen::FileDialogRequest& request = Chooser.Requests[0];
   EXPECT_EQ(request.Title, "アップデータを開く");
   EXPECT_EQ(request.Filter, "アップデータファイル|*.HEX|全てのファイル|*.*|");
   EXPECT_EQ(request.DefaultExtension, "HEX");
@@ -92,123 +84,107 @@ TEST(UpdateDialogOpen, AsksForTheFile) {
   EXPECT_EQ(request.FileName, "*.HEX");
 }
 
-TEST(UpdateDialogOpen, TakesTheChosenFile) {
-  ScriptedUpdate run;
-  run.GivenFile(":020000000102FB\r\n:00000001FF\r\n");
-  run.Chooser.Choice = kUpdateFile;
-  update::CmdOpen_Click(run.Context);
-  EXPECT_EQ(run.Update.UpdateFilePath, "/files/kvld640.hex");
-  EXPECT_EQ(run.Dialog_Update.Calls,
+TEST_ON(UpdateTest, UpdateDialogOpen, TakesTheChosenFile) {
+  GivenFile(":020000000102FB\r\n:00000001FF\r\n");
+  Chooser.Choice = kUpdateFile;
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Update.UpdateFilePath, "/files/kvld640.hex");
+  EXPECT_EQ(Dialog_Update.Calls,
             (Calls{"file \"/files/kvld640.hex\"",
                    "status \"ファイル名：kvld640.hexを指定しました。\"", "CmdUpdate enabled"}));
-  EXPECT_EQ(run.Settings.Read("Settings6", "OPEN_DIR0"), "/files/");
-  EXPECT_EQ(run.Dialog_Update.Detail, "");
+  EXPECT_EQ(Settings.Read("Settings6", "OPEN_DIR0"), "/files/");
+  EXPECT_EQ(Dialog_Update.Detail, "");
 }
 
-TEST(UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllTheSame) {
-  ScriptedUpdate run;
-  run.GivenFile(":020000000102FB\r\n:020002000304F6\r\n:00000001FF\r\n");
-  run.Chooser.Choice = kUpdateFile;
-  update::CmdOpen_Click(run.Context);
-  EXPECT_EQ(run.Dialog_Update.Detail,
+TEST_ON(UpdateTest, UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllTheSame) {
+  GivenFile(":020000000102FB\r\n:020002000304F6\r\n:00000001FF\r\n");
+  Chooser.Choice = kUpdateFile;
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Dialog_Update.Detail,
             "警告：このファイルでアップデートしないでください。2行目：チェックサムが違います");
-  EXPECT_TRUE(run.Dialog_Update.UpdateEnabled);
+  EXPECT_TRUE(Dialog_Update.UpdateEnabled);
 
-  run.Chooser.Choice = "/files/none.hex";
-  update::CmdOpen_Click(run.Context);
-  EXPECT_EQ(run.Dialog_Update.Detail,
-            "警告：このファイルでアップデートしないでください。no such file");
+  Chooser.Choice = "/files/none.hex";
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Dialog_Update.Detail, "警告：このファイルでアップデートしないでください。no such file");
 }
 
-TEST(UpdateDialogOpen, NamesTheFirstRecordWithAnOddByteCount) {
-  ScriptedUpdate run;
-  run.GivenFile(":020000000102FB\r\n:0300020011223395\r\n:01000600AB4E\r\n:00000001FF\r\n");
-  run.Chooser.Choice = kUpdateFile;
-  update::CmdOpen_Click(run.Context);
-  EXPECT_EQ(run.Dialog_Update.Detail,
+TEST_ON(UpdateTest, UpdateDialogOpen, NamesTheFirstRecordWithAnOddByteCount) {
+  GivenFile(":020000000102FB\r\n:0300020011223395\r\n:01000600AB4E\r\n:00000001FF\r\n");
+  Chooser.Choice = kUpdateFile;
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Dialog_Update.Detail,
             "2行目のバイト数が奇数です。最後のバイトはチェックサムと組にして送られます。");
-  EXPECT_TRUE(run.Dialog_Update.UpdateEnabled);
+  EXPECT_TRUE(Dialog_Update.UpdateEnabled);
 }
 
-TEST(UpdateDialogOpen, CancellingChangesNothing) {
-  ScriptedUpdate run;
-  run.Update.UpdateFilePath = "/old/old.hex";
-  run.Settings.Write("Settings6", "OPEN_DIR0", "/old/");
+TEST_ON(UpdateTest, UpdateDialogOpen, CancellingChangesNothing) {
+  Update.UpdateFilePath = "/old/old.hex";
+  Settings.Write("Settings6", "OPEN_DIR0", "/old/");
   for (const bool empty_name : {false, true}) {
-    run.Chooser.Choice = empty_name ? std::optional<std::string>("") : std::nullopt;
-    update::CmdOpen_Click(run.Context);
-    EXPECT_EQ(run.Update.UpdateFilePath, "/old/old.hex");
-    EXPECT_EQ(run.Settings.Read("Settings6", "OPEN_DIR0"), "/old/");
-    EXPECT_EQ(run.Dialog_Update.Calls, Calls{});
+    Chooser.Choice = empty_name ? std::optional<std::string>("") : std::nullopt;
+    update::CmdOpen_Click(Context);
+    EXPECT_EQ(Update.UpdateFilePath, "/old/old.hex");
+    EXPECT_EQ(Settings.Read("Settings6", "OPEN_DIR0"), "/old/");
+    EXPECT_EQ(Dialog_Update.Calls, Calls{});
   }
 }
 
-TEST(UpdateDialogOpen, AnEmptyPortTextIsToldAndAQuestionMarkPasses) {
-  ScriptedUpdate run;
-  run.Dialog_Update.Port = "";
-  update::CmdOpen_Click(run.Context);
-  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
-  EXPECT_TRUE(run.Chooser.Requests.empty());
-  run.Dialog_Update.Port = "?";
-  update::CmdOpen_Click(run.Context);
-  EXPECT_EQ(run.Chooser.Requests.size(), 1U);
+TEST_ON(UpdateTest, UpdateDialogOpen, AnEmptyPortTextIsToldAndAQuestionMarkPasses) {
+  Dialog_Update.Port = "";
+  update::CmdOpen_Click(Context);
+  EXPECT_THAT(DialogBoxes.Boxes, ElementsAre(Box{MessageIcon::Information, "", kSetPort}));
+  EXPECT_TRUE(Chooser.Requests.empty());
+  Dialog_Update.Port = "?";
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Chooser.Requests.size(), 1U);
 }
 
-TEST(UpdateDialogUpdate, AnEmptyPortTextIsTold) {
-  ScriptedUpdate run;
-  run.Update.UpdateFilePath = kUpdateFile;
-  run.Dialog_Update.Port = "";
-  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::NoPort);
-  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "");
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
-  EXPECT_EQ(run.Dialog_Update.Calls, Calls{});
-  EXPECT_TRUE(run.MainPort.PortOpen());
+TEST_ON(UpdateTest, UpdateDialogUpdate, AnEmptyPortTextIsTold) {
+  Update.UpdateFilePath = kUpdateFile;
+  Dialog_Update.Port = "";
+  EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::NoPort);
+  EXPECT_THAT(DialogBoxes.Boxes, ElementsAre(Box{MessageIcon::Information, "", kSetPort}));
+  EXPECT_EQ(Dialog_Update.Calls, Calls{});
+  EXPECT_TRUE(MainPort.PortOpen());
 }
 
-TEST(UpdateDialogUpdate, WithoutAFileTheStatusSaysSo) {
-  ScriptedUpdate run;
-  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::NoFile);
-  EXPECT_EQ(run.Dialog_Update.Calls,
+TEST_ON(UpdateTest, UpdateDialogUpdate, WithoutAFileTheStatusSaysSo) {
+  EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::NoFile);
+  EXPECT_EQ(Dialog_Update.Calls,
             (Calls{"status \"\"", "status \"アップデートファイルがロードされていません。\""}));
-  EXPECT_TRUE(run.MainPort.PortOpen());
+  EXPECT_TRUE(MainPort.PortOpen());
 }
 
-TEST(UpdateDialogUpdate, GoesThroughItsStepsInOrder) {
-  ScriptedUpdate run;
-  run.GivenFile(":020000000102FB\r\n");
-  run.Update.UpdateFilePath = kUpdateFile;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5).Expect("FF FF FF FF");
-  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::Ran);
-  EXPECT_EQ(run.Dialog_Update.Calls,
+TEST_ON(UpdateTest, UpdateDialogUpdate, GoesThroughItsStepsInOrder) {
+  GivenFile(":020000000102FB\r\n");
+  Update.UpdateFilePath = kUpdateFile;
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5).Expect("FF FF FF FF");
+  EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::Ran);
+  EXPECT_EQ(Dialog_Update.Calls,
             (Calls{"status \"\"", "CmdVersion disabled",
                    "status \"アップデート中です。電源は絶対に切らないでください。\"",
                    "bar 0..7936 at 0", "status \"アップデート完了。  1sec\""}));
-  EXPECT_FALSE(run.Dialog_Update.VersionEnabled) << "until the dialog is opened again";
+  EXPECT_FALSE(Dialog_Update.VersionEnabled) << "until the dialog is opened again";
 }
 
-TEST(UpdateDialogUpdate, APortThatCannotBeOpenedLeavesTheVersionButton) {
-  ScriptedUpdate run;
-  run.Update.UpdateFilePath = kUpdateFile;
-  run.UpdaterPort.OpenResult.Status = platform::PortOpenStatus::Busy;
-  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::PortNotOpened);
-  EXPECT_EQ(run.Dialog_Update.Status, kPortNotOpened);
-  EXPECT_TRUE(run.Dialog_Update.VersionEnabled);
-  EXPECT_EQ(run.Update.UpdateFailed, 0) << "only the version read sets it";
+TEST_ON(UpdateTest, UpdateDialogUpdate, APortThatCannotBeOpenedLeavesTheVersionButton) {
+  Update.UpdateFilePath = kUpdateFile;
+  UpdaterPort.OpenResult.Status = PortOpenStatus::Busy;
+  EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::PortNotOpened);
+  EXPECT_EQ(Dialog_Update.Status, kPortNotOpened);
+  EXPECT_TRUE(Dialog_Update.VersionEnabled);
+  EXPECT_EQ(Update.UpdateFailed, 0) << "only the version read sets it";
 }
 
-TEST(UpdateDialogUpdate, AnUnsetPortIsToldAndOpeningIsStillTried) {
-  ScriptedUpdate run;
-  run.GivenFile(kEndRecord);
-  run.Update.UpdateFilePath = kUpdateFile;
-  run.Dialog_Update.Port = "?";
-  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
-  EXPECT_EQ(update::CmdUpdate_Click(run.Context), StartOutcome::Ran);
-  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 2U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
+TEST_ON(UpdateTest, UpdateDialogUpdate, AnUnsetPortIsToldAndOpeningIsStillTried) {
+  GivenFile(kEndRecord);
+  Update.UpdateFilePath = kUpdateFile;
+  Dialog_Update.Port = "?";
+  UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::Ran);
+  ASSERT_EQ(DialogBoxes.Boxes.size(), 2U);
+  EXPECT_EQ(DialogBoxes.Boxes[0].Text, kSetPort);
 }
 
 TEST(UpdateDialogGuard, NothingPressedDuringAnUpdateChangesTheWire) {
@@ -229,7 +205,7 @@ TEST(UpdateDialogGuard, NothingPressedDuringAnUpdateChangesTheWire) {
     update::Combo_ComPort_Click(run.Context);
   };
   const Bytes image = RandomBytes(64, 5);
-  EXPECT_EQ(run.UpdateWith(HexText(image)), StartOutcome::Ran);
+  EXPECT_EQ(run.UpdateWith(HexFile(image)), StartOutcome::Ran);
   EXPECT_GT(pressed, 200);
   EXPECT_EQ(run.Wire.size(), 1U + 32 * 4 + 4);
   EXPECT_EQ(run.Board->Protocol().Firmware().size(), 32U);
@@ -244,31 +220,31 @@ TEST(UpdateDialogGuard, WordsAreOnTheirWayOnlyWhileTheyAre) {
   run.Events.OnTurn = [&] {
     if (seen.empty() || seen.back() != run.Update.Now) seen.push_back(run.Update.Now);
   };
-  run.UpdateWith(HexText({1, 2}));
+  run.UpdateWith(HexFile({1, 2}));
   EXPECT_EQ(seen, (std::vector{update::Activity::Busy, update::Activity::Updating}));
   EXPECT_EQ(run.Update.Now, update::Activity::Idle);
 }
 
-TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
+TEST_ON(UpdateTest, UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
   using Action = void (*)(BoardUpdate&);
   const std::vector<std::pair<const char*, Action>> ways{
       {"nothing done", [](BoardUpdate&) {}},
       {"version read", [](BoardUpdate& run) { update::CmdVersion_Click(run.Context); }},
       {"update",
        [](BoardUpdate& run) {
-         run.UpdateWith(HexText({1, 2, 3, 4}));
+         run.UpdateWith(HexFile({1, 2, 3, 4}));
        }},
       {"update without end",
        [](BoardUpdate& run) {
          run.State.StopRequested = true;
-         run.UpdateWith(HexText({1, 2, 3, 4}));
+         run.UpdateWith(HexFile({1, 2, 3, 4}));
        }},
       {"version read twice, then two updates",
        [](BoardUpdate& run) {
          update::CmdVersion_Click(run.Context);
          update::CmdVersion_Click(run.Context);
-         run.UpdateWith(HexText({1, 2, 3, 4}));
-         run.UpdateWith(HexText({1, 2, 3, 4}));
+         run.UpdateWith(HexFile({1, 2, 3, 4}));
+         run.UpdateWith(HexFile({1, 2, 3, 4}));
        }},
       {"file that cannot be read", [](BoardUpdate& run) {
          run.Update.UpdateFilePath = "/none";
@@ -291,53 +267,49 @@ TEST(UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
   }
 }
 
-TEST(UpdateDialogPorts, APortOfAnEarlierOpeningIsNotOpenedAgain) {
-  ScriptedUpdate run;
+TEST_ON(UpdateTest, UpdateDialogPorts, APortOfAnEarlierOpeningIsNotOpenedAgain) {
   const char* const version = "'KV-LOD350  V6.38' 0D 0A";
-  update::Dialog_Update_Load(run.Context);
-  run.Dialog_Update.Port = "7";
-  run.UpdaterPort.Expect("'?'", version);
-  update::CmdVersion_Click(run.Context);
-  EXPECT_EQ(run.UpdaterPort.CommPort(), 7);
-  update::Dialog_Update_Unload(run.Context);
+  update::Dialog_Update_Load(Context);
+  Dialog_Update.Port = "7";
+  UpdaterPort.Expect("'?'", version);
+  update::CmdVersion_Click(Context);
+  EXPECT_EQ(UpdaterPort.CommPort(), 7);
+  update::Dialog_Update_Unload(Context);
 
-  update::Dialog_Update_Load(run.Context);
-  EXPECT_EQ(run.Dialog_Update.Port, "?");
-  run.UpdaterPort.Expect("'?'", version);
-  update::CmdVersion_Click(run.Context);
-  EXPECT_EQ(run.UpdaterPort.CommPort(), 1);
-  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kSetPort);
+  update::Dialog_Update_Load(Context);
+  EXPECT_EQ(Dialog_Update.Port, "?");
+  UpdaterPort.Expect("'?'", version);
+  update::CmdVersion_Click(Context);
+  EXPECT_EQ(UpdaterPort.CommPort(), 1);
+  EXPECT_THAT(DialogBoxes.Texts(), ElementsAre(kSetPort));
 }
 
-TEST(UpdateDialogPorts, UnloadTouchesOnlyWhatIsNotAsItShouldBe) {
-  ScriptedUpdate run;
-  update::Dialog_Update_Unload(run.Context);
-  EXPECT_TRUE(run.MainPort.Log.empty());
-  EXPECT_TRUE(run.UpdaterPort.Log.empty());
+TEST_ON(UpdateTest, UpdateDialogPorts, UnloadTouchesOnlyWhatIsNotAsItShouldBe) {
+  update::Dialog_Update_Unload(Context);
+  EXPECT_TRUE(MainPort.Log.empty());
+  EXPECT_TRUE(UpdaterPort.Log.empty());
 
-  run.MainPort.Close();
-  run.UpdaterPort.StartOpen();
-  update::Dialog_Update_Unload(run.Context);
-  EXPECT_EQ(run.MainPort.Log, (Calls{"Close", "Open"})) << "with the settings it already had";
-  EXPECT_EQ(run.UpdaterPort.Log, Calls{"Close"});
+  MainPort.Close();
+  UpdaterPort.StartOpen();
+  update::Dialog_Update_Unload(Context);
+  EXPECT_EQ(MainPort.Log, (Calls{"Close", "Open"})) << "with the settings it already had";
+  EXPECT_EQ(UpdaterPort.Log, Calls{"Close"});
 }
 
-TEST(UpdateDialogPorts, AMainPortThatCannotBeOpenedIsLeftToTheNextOperation) {
-  ScriptedUpdate run;
-  run.MainPort.Close();
-  run.MainPort.OpenResult.Status = platform::PortOpenStatus::Missing;
-  update::Dialog_Update_Unload(run.Context);
-  EXPECT_EQ(run.MainPort.Log, (Calls{"Close", "Open"})) << "tried once";
-  EXPECT_FALSE(run.MainPort.PortOpen());
-  EXPECT_TRUE(run.DialogBoxes.Boxes.empty());
+TEST_ON(UpdateTest, UpdateDialogPorts, AMainPortThatCannotBeOpenedIsLeftToTheNextOperation) {
+  MainPort.Close();
+  MainPort.OpenResult.Status = PortOpenStatus::Missing;
+  update::Dialog_Update_Unload(Context);
+  EXPECT_EQ(MainPort.Log, (Calls{"Close", "Open"})) << "tried once";
+  EXPECT_FALSE(MainPort.PortOpen());
+  EXPECT_TRUE(DialogBoxes.Boxes.empty());
 }
 
-TEST(UpdateDialogPorts, AfterAnUpdateTheMainPortTalksToTheNewFirmware) {
+TEST_ON(UpdateTest, UpdateDialogPorts, AfterAnUpdateTheMainPortTalksToTheNewFirmware) {
   BoardUpdate run({.Baud = 0});
   run.Open();
   Bytes version = Hex("'KV-LOD350  V6.40' 0D 0A");
-  run.UpdateWith(HexRecord(0, {1, 2}) + HexText(version, 0x3FC0));
+  run.UpdateWith(HexRecord(0, {1, 2}) + HexFile(version, 0x3FC0));
   update::Dialog_Update_Unload(run.Context);
   run.MainPort.Output(Bytes{'?'});
   run.Clock.Advance(1);

@@ -1,7 +1,5 @@
-#include <gtest/gtest.h>
 
 #include "support/update_run.h"
-#include "update/hex_text.h"
 
 namespace fenwright::testing {
 namespace {
@@ -63,7 +61,7 @@ TEST(PowerCut, InTheLoaderTheBoardGivesNoVersion) {
 TEST(PowerCut, AnUpdateNeverTouchesTheLoader) {
   BoardUpdate run({.Baud = 0});
   run.Open();
-  run.UpdateWith(HexText(RandomBytes(0x10000, 9)));
+  run.UpdateWith(HexFile(RandomBytes(0x10000, 9)));
   for (const auto& [address, word] : run.Board->Protocol().Firmware()) {
     EXPECT_FALSE(board::IsLoaderWord(address)) << address;
   }

@@ -1,7 +1,5 @@
-#include <gtest/gtest.h>
 
 #include "support/update_run.h"
-#include "update/hex_text.h"
 
 namespace fenwright::testing {
 namespace {
@@ -58,7 +56,7 @@ TEST(ShowProgress, ThroughAWholeUpdateTheBarMovesAHundredTimesAndFallsBack) {
   BoardUpdate run({.Baud = 0});
   run.Open();
   run.Dialog_Update.Calls.clear();
-  run.UpdateWith(HexText(Bytes(0x4000, 0)));
+  run.UpdateWith(HexFile(Bytes(0x4000, 0)));
   Calls moves;
   for (const std::string& call : run.Dialog_Update.Calls) {
     if (call.starts_with("bar ")) moves.push_back(call);

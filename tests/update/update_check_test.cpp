@@ -1,7 +1,5 @@
-#include <gtest/gtest.h>
 
 #include "support/update_run.h"
-#include "update/hex_text.h"
 #include "update/update_report.h"
 
 namespace fenwright::testing {
@@ -19,7 +17,7 @@ struct Refused {
   int Line;
 };
 
-class UpdateCheckRefuses : public ::testing::TestWithParam<Refused> {};
+class UpdateCheckRefuses : public TestWithParam<Refused> {};
 
 TEST_P(UpdateCheckRefuses, AndNamesTheLine) {
   const ImageReport report = CheckImage(GetParam().Content);
@@ -51,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(
                 0}));
 
 TEST(UpdateCheck, AGoodFileHasItsWordsCounted) {
-  const ImageReport report = CheckImage(HexText(Bytes(0x4000, 0x5A)));
+  const ImageReport report = CheckImage(HexFile(Bytes(0x4000, 0x5A)));
   EXPECT_EQ(report.Fault, ImageFault::None);
   EXPECT_EQ(report.WordsToSend, 7967);
   EXPECT_EQ(report.WordsToSkip, 225);
@@ -59,7 +57,7 @@ TEST(UpdateCheck, AGoodFileHasItsWordsCounted) {
 }
 
 TEST(UpdateCheck, TheCountIsWhatAnUpdateSends) {
-  const std::string file = HexText(RandomBytes(0x45, 1), 0x3DD0);
+  const std::string file = HexFile(RandomBytes(0x45, 1), 0x3DD0);
   BoardUpdate run({.Baud = 0});
   run.Open();
   run.UpdateWith(file);

@@ -1,7 +1,5 @@
-#include <gtest/gtest.h>
 
 #include "support/update_run.h"
-#include "update/hex_text.h"
 
 namespace fenwright::testing {
 namespace {
@@ -21,7 +19,7 @@ struct AtFrame {
   const char* Status;
 };
 
-class UpdateTimeOut : public ::testing::TestWithParam<AtFrame> {};
+class UpdateTimeOut : public TestWithParam<AtFrame> {};
 
 TEST_P(UpdateTimeOut, IsReportedInStatusAndBoxAndTheBarFallsBack) {
   static constexpr std::array<const char*, 3> kFrames{"00 00 94 0C", "00 01 AB 0C", "00 02 12 34"};
@@ -35,10 +33,8 @@ TEST_P(UpdateTimeOut, IsReportedInStatusAndBoxAndTheBarFallsBack) {
   EXPECT_EQ(run.RunUpdate(kThreeWords), UpdateOutcome::TimedOut);
   EXPECT_EQ(run.Update.UpdateFailed, -1);
   EXPECT_EQ(run.Dialog_Update.Status, GetParam().Status);
-  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, kTitle);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kFailedBox);
+  EXPECT_THAT(run.DialogBoxes.Boxes,
+              ElementsAre(Box{MessageIcon::Information, kTitle, kFailedBox}));
   EXPECT_EQ(run.Dialog_Update.Calls.back(), "bar at 0");
   EXPECT_EQ(run.Dialog_Update.Detail, kIncomplete);
   EXPECT_EQ(run.Dialog_Update.Background, std::nullopt);
@@ -52,31 +48,28 @@ INSTANTIATE_TEST_SUITE_P(
                       AtFrame{1, "***　アップデート失敗　*** Address=0x1 Data=0xABC"},
                       AtFrame{2, "***　アップデート失敗　*** Address=0x2 Data=0x1234"}));
 
-TEST(UpdateFailures, ATimeOutPrintsHighByteThenLowByteWithoutLeadingZeros) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("1E FF 0C 94", "");
-  run.RunUpdate(HexRecord(0x3DFE, {0x94, 0x0C}));
-  EXPECT_EQ(run.Dialog_Update.Status, "***　アップデート失敗　*** Address=0x1EFF Data=0xC94");
+TEST_ON(UpdateTest, UpdateFailures, ATimeOutPrintsHighByteThenLowByteWithoutLeadingZeros) {
+  UpdaterPort.Expect("'U'").Expect("1E FF 0C 94", "");
+  RunUpdate(HexRecord(0x3DFE, {0x94, 0x0C}));
+  EXPECT_EQ(Dialog_Update.Status, "***　アップデート失敗　*** Address=0x1EFF Data=0xC94");
 }
 
-TEST(UpdateFailures, ATimeOutTakesTwoSeconds) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 94 0C", "");
-  run.RunUpdate(kThreeWords);
-  EXPECT_NEAR(run.Clock.Elapsed(), 1 + 2, 0.02);
+TEST_ON(UpdateTest, UpdateFailures, ATimeOutTakesTwoSeconds) {
+  UpdaterPort.Expect("'U'").Expect("00 00 94 0C", "");
+  RunUpdate(kThreeWords);
+  EXPECT_NEAR(Clock.Elapsed(), 1 + 2, 0.02);
 }
 
-TEST(UpdateFailures, APortThatGoesEndsTheWaitAtOnceWithTheSameReport) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 94 0C", "").ThenHangUp();
-  EXPECT_EQ(run.RunUpdate(kThreeWords), UpdateOutcome::TimedOut);
-  EXPECT_LT(run.Clock.Elapsed(), 1.1);
-  EXPECT_EQ(run.Update.UpdateFailed, -1);
-  EXPECT_EQ(run.Dialog_Update.Status, "***　アップデート失敗　*** Address=0x0 Data=0x94C");
-  EXPECT_EQ(run.DialogBoxes.Boxes.size(), 1U);
+TEST_ON(UpdateTest, UpdateFailures, APortThatGoesEndsTheWaitAtOnceWithTheSameReport) {
+  UpdaterPort.Expect("'U'").Expect("00 00 94 0C", "").ThenHangUp();
+  EXPECT_EQ(RunUpdate(kThreeWords), UpdateOutcome::TimedOut);
+  EXPECT_LT(Clock.Elapsed(), 1.1);
+  EXPECT_EQ(Update.UpdateFailed, -1);
+  EXPECT_EQ(Dialog_Update.Status, "***　アップデート失敗　*** Address=0x0 Data=0x94C");
+  EXPECT_EQ(DialogBoxes.Boxes.size(), 1U);
 }
 
-class UpdateMismatch : public ::testing::TestWithParam<int> {};
+class UpdateMismatch : public TestWithParam<int> {};
 
 TEST_P(UpdateMismatch, PaintsTheLabelAndShowsNoBoxAndLeavesTheBar) {
   const int failing = GetParam();
@@ -109,20 +102,19 @@ TEST_P(UpdateMismatch, PaintsTheLabelAndShowsNoBoxAndLeavesTheBar) {
 
 INSTANTIATE_TEST_SUITE_P(Frames, UpdateMismatch, ::testing::Values(0, 1, 2));
 
-TEST(UpdateFailures, AMissingFileIsReportedLikeATimeOutAfterTheU) {
-  ScriptedUpdate run;
-  run.UpdaterPort.StartOpen();
-  run.UpdaterPort.Expect("'U'");
-  EXPECT_EQ(update::RunFirmwareUpdate(run.Context, "/files/none.hex"), UpdateOutcome::TimedOut);
-  EXPECT_EQ(run.Update.UpdateFailed, -1);
-  EXPECT_EQ(run.Dialog_Update.Status, "***　アップデート失敗　*** Address=0x0 Data=0x00");
-  EXPECT_EQ(run.Dialog_Update.Detail,
+TEST_ON(UpdateTest, UpdateFailures, AMissingFileIsReportedLikeATimeOutAfterTheU) {
+  UpdaterPort.StartOpen();
+  UpdaterPort.Expect("'U'");
+  EXPECT_EQ(update::RunFirmwareUpdate(Context, "/files/none.hex"), UpdateOutcome::TimedOut);
+  EXPECT_EQ(Update.UpdateFailed, -1);
+  EXPECT_EQ(Dialog_Update.Status, "***　アップデート失敗　*** Address=0x0 Data=0x00");
+  EXPECT_EQ(Dialog_Update.Detail,
             "ボードのファームウエアは変わっていません。ボードの電源を再投入してください。");
-  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kFailedBox);
+  EXPECT_THAT(DialogBoxes.Texts(), ElementsAre(kFailedBox));
 }
 
-TEST(UpdateFailures, ADataRecordThatCannotBeReadIsReportedLikeATimeOutOfTheWordBefore) {
+TEST_ON(UpdateTest, UpdateFailures,
+        ADataRecordThatCannotBeReadIsReportedLikeATimeOutOfTheWordBefore) {
   for (const char* line :
        {":XX00020011220000", ":0200X20011220000", ":020002001", ":0200020011", ":0200020011G2CB",
         ":02000200-122CB", ":02000200 122CB", ":02-002001122CB"}) {
@@ -137,41 +129,38 @@ TEST(UpdateFailures, ADataRecordThatCannotBeReadIsReportedLikeATimeOutOfTheWordB
   }
 }
 
-TEST(UpdateFailures, TheFirstFailureEndsTheUpdateAndANewOneBeginsWithU) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "04");
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("FF FF FF FF");
-  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Mismatch);
-  EXPECT_EQ(update::RunFirmwareUpdate(run.Context, kUpdateFile), UpdateOutcome::Finished);
-  EXPECT_EQ(run.Dialog_Update.Background, 255U) << "nothing takes the red back";
+TEST_ON(UpdateTest, UpdateFailures, TheFirstFailureEndsTheUpdateAndANewOneBeginsWithU) {
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "04");
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("FF FF FF FF");
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Mismatch);
+  EXPECT_EQ(update::RunFirmwareUpdate(Context, kUpdateFile), UpdateOutcome::Finished);
+  EXPECT_EQ(Dialog_Update.Background, 255U) << "nothing takes the red back";
 }
 
-TEST(UpdateFailures, TheFlagOfATimeOutStaysUntilTheNextVersionRead) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "");
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("FF FF FF FF");
-  run.UpdaterPort.Expect("'?'", "'KV-LOD350  V6.38' 0D 0A");
-  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::TimedOut);
-  EXPECT_EQ(update::RunFirmwareUpdate(run.Context, kUpdateFile), UpdateOutcome::Finished);
-  EXPECT_EQ(run.Update.UpdateFailed, -1);
-  update::ReadVersion(run.Context);
-  EXPECT_EQ(run.Update.UpdateFailed, 0);
+TEST_ON(UpdateTest, UpdateFailures, TheFlagOfATimeOutStaysUntilTheNextVersionRead) {
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "");
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("FF FF FF FF");
+  UpdaterPort.Expect("'?'", "'KV-LOD350  V6.38' 0D 0A");
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::TimedOut);
+  EXPECT_EQ(update::RunFirmwareUpdate(Context, kUpdateFile), UpdateOutcome::Finished);
+  EXPECT_EQ(Update.UpdateFailed, -1);
+  update::ReadVersion(Context);
+  EXPECT_EQ(Update.UpdateFailed, 0);
 }
 
-TEST(UpdateFailures, TheFileIsClosedBeforeTheFirstWordGoesOut) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("00 01 04 03", "08");
-  run.UpdaterPort.Expect("FF FF FF FF");
-  run.Events.OnTurn = [&run] {
-    if (run.Update.WordsSent > 0) run.Files.Files.clear();
+TEST_ON(UpdateTest, UpdateFailures, TheFileIsClosedBeforeTheFirstWordGoesOut) {
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("00 01 04 03", "08");
+  UpdaterPort.Expect("FF FF FF FF");
+  Events.OnTurn = [this] {
+    if (Update.WordsSent > 0) Files.Files.clear();
   };
-  EXPECT_EQ(run.RunUpdate(":0400000001020304F2\r\n"), UpdateOutcome::Finished);
-  EXPECT_TRUE(run.Files.Files.empty());
+  EXPECT_EQ(RunUpdate(":0400000001020304F2\r\n"), UpdateOutcome::Finished);
+  EXPECT_TRUE(Files.Files.empty());
 }
 
 /// Faults of the simulated board at the first, a middle and the last of three frames: what the
 /// user sees, and whether the board can be updated again without switching it off.
-class UpdateFault : public ::testing::TestWithParam<std::tuple<std::string, int>> {};
+class UpdateFault : public TestWithParam<std::tuple<std::string, int>> {};
 
 TEST_P(UpdateFault, EndsTheUpdateAndTheNextOneSucceeds) {
   const auto& [kind, frame] = GetParam();
@@ -179,7 +168,7 @@ TEST_P(UpdateFault, EndsTheUpdateAndTheNextOneSucceeds) {
   if (kind == "late") form += ":2500";
   BoardUpdate run({.Baud = 0, .Faults = {MakeFault(form)}});
   run.Open();
-  ASSERT_EQ(run.UpdateWith(HexText({1, 2, 3, 4, 5, 6})), update::StartOutcome::Ran);
+  ASSERT_EQ(run.UpdateWith(HexFile({1, 2, 3, 4, 5, 6})), update::StartOutcome::Ran);
   const bool time_out = kind != "flip";
   EXPECT_EQ(run.Update.UpdateFailed, time_out ? -1 : 0);
   EXPECT_EQ(run.DialogBoxes.Boxes.size(), time_out ? 1U : 0U);
@@ -201,20 +190,21 @@ INSTANTIATE_TEST_SUITE_P(Frames, UpdateFault,
                          ::testing::Combine(::testing::Values("drop", "flip", "late"),
                                             ::testing::Values(1, 2, 3)));
 
-TEST(UpdateFailures, ALateAcknowledgementWithinTwoSecondsIsNoFailure) {
+TEST_ON(UpdateTest, UpdateFailures, ALateAcknowledgementWithinTwoSecondsIsNoFailure) {
   for (const char* fault : {"late@2:1900", "double@1", "split@2:1900"}) {
     BoardUpdate run({.Baud = 0, .Faults = {MakeFault(fault)}});
     run.Open();
-    run.UpdateWith(HexText({1, 2, 3, 4, 5, 6}));
+    run.UpdateWith(HexFile({1, 2, 3, 4, 5, 6}));
     EXPECT_TRUE(run.Dialog_Update.Status.starts_with("アップデート完了。  ")) << fault;
   }
 }
 
-TEST(UpdateFailures, APortThatGoesAtAnyByteEndsTheUpdateAndBothPortsAreClosedOrGone) {
+TEST_ON(UpdateTest, UpdateFailures,
+        APortThatGoesAtAnyByteEndsTheUpdateAndBothPortsAreClosedOrGone) {
   for (int byte = 1; byte <= 1 + 3 * 4; ++byte) {
     BoardUpdate run({.Baud = 0, .Faults = {MakeFault("hangup@" + std::to_string(byte))}});
     run.Open();
-    run.UpdateWith(HexText({1, 2, 3, 4, 5, 6}));
+    run.UpdateWith(HexFile({1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(run.Update.UpdateFailed, -1) << byte;
     EXPECT_LT(run.Clock.Elapsed(), 2) << "no wait for a port that is gone, byte " << byte;
     update::Dialog_Update_Unload(run.Context);

@@ -1,7 +1,5 @@
-#include <gtest/gtest.h>
 
 #include "support/update_run.h"
-#include "update/hex_text.h"
 
 namespace fenwright::testing {
 namespace {
@@ -31,37 +29,33 @@ void ExpectUpdate(const std::string& file, std::initializer_list<const char*> fr
   EXPECT_EQ(run.Update.UpdateFailed, 0);
 }
 
-TEST(UpdateWire, AWordGoesOutAddressFirstThenItsHighByte) {
+TEST_ON(UpdateTest, UpdateWire, AWordGoesOutAddressFirstThenItsHighByte) {
   ExpectUpdate(":040002000C945634CC\r\n:00000001FF\r\n", {"00 01 94 0C", "00 02 34 56"});
 }
 
-TEST(UpdateWire, EveryFrameIsOneWriteAfterADiscardOfTheInput) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("00 01 04 03", "08");
-  run.UpdaterPort.Expect("FF FF FF FF");
-  run.RunUpdate(":0400000001020304F2\r\n:00000001FF\r\n");
-  EXPECT_EQ(run.UpdaterPort.Log,
-            (std::vector<std::string>{"DiscardInput", "Output 55", "DiscardInput",
-                                      "Output 00 00 02 01", "DiscardInput", "Output 00 01 04 03",
-                                      "DiscardInput", "Output FF FF FF FF"}));
+TEST_ON(UpdateTest, UpdateWire, EveryFrameIsOneWriteAfterADiscardOfTheInput) {
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("00 01 04 03", "08");
+  UpdaterPort.Expect("FF FF FF FF");
+  RunUpdate(":0400000001020304F2\r\n:00000001FF\r\n");
+  EXPECT_EQ(UpdaterPort.Log,
+            (Texts{"DiscardInput", "Output 55", "DiscardInput", "Output 00 00 02 01",
+                   "DiscardInput", "Output 00 01 04 03", "DiscardInput", "Output FF FF FF FF"}));
 }
 
-TEST(UpdateWire, TheBoardGetsAWholeSecondAfterItsU) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
-  run.RunUpdate(kEndRecord);
-  EXPECT_NEAR(run.Clock.Elapsed(), 1.0, 1e-6);
+TEST_ON(UpdateTest, UpdateWire, TheBoardGetsAWholeSecondAfterItsU) {
+  UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  RunUpdate(kEndRecord);
+  EXPECT_NEAR(Clock.Elapsed(), 1.0, 1e-6);
 }
 
-TEST(UpdateWire, MidnightDoesNotCutThatSecondShort) {
-  ScriptedUpdate run;
-  run.Clock.Set(86399.5);
-  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
-  run.RunUpdate(kEndRecord);
-  EXPECT_NEAR(run.Clock.Elapsed(), 1.0, 1e-6);
+TEST_ON(UpdateTest, UpdateWire, MidnightDoesNotCutThatSecondShort) {
+  Clock.Set(86399.5);
+  UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  RunUpdate(kEndRecord);
+  EXPECT_NEAR(Clock.Elapsed(), 1.0, 1e-6);
 }
 
-TEST(UpdateWire, TheSecondsOfAnUpdateAreWholeAndMakeNoAllowanceForMidnight) {
+TEST_ON(UpdateTest, UpdateWire, TheSecondsOfAnUpdateAreWholeAndMakeNoAllowanceForMidnight) {
   for (const auto& [start, status] : {std::pair{36000.0, "アップデート完了。  2sec"},
                                       {86399.5, "アップデート完了。  -86397sec"}}) {
     ScriptedUpdate run;
@@ -72,29 +66,26 @@ TEST(UpdateWire, TheSecondsOfAnUpdateAreWholeAndMakeNoAllowanceForMidnight) {
   }
 }
 
-TEST(UpdateWire, AFileWithOnlyAnEndRecordSendsTheEndFrameAtOnceAndFinishes) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
-  EXPECT_EQ(run.RunUpdate(kEndRecord), UpdateOutcome::Finished);
-  ASSERT_EQ(run.Dialog_Update.Calls.size(), 1U);
-  EXPECT_TRUE(run.Dialog_Update.Status.starts_with("アップデート完了。  "));
-  EXPECT_TRUE(run.Dialog_Update.Status.ends_with("sec"));
-  ASSERT_EQ(run.DialogBoxes.Boxes.size(), 1U);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Icon, screen::MessageIcon::Information);
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Title, "ファームウエアアップデート");
-  EXPECT_EQ(run.DialogBoxes.Boxes[0].Text, kDone);
-  EXPECT_TRUE(run.UpdaterPort.PortOpen());
+TEST_ON(UpdateTest, UpdateWire, AFileWithOnlyAnEndRecordSendsTheEndFrameAtOnceAndFinishes) {
+  UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  EXPECT_EQ(RunUpdate(kEndRecord), UpdateOutcome::Finished);
+  ASSERT_EQ(Dialog_Update.Calls.size(), 1U);
+  EXPECT_TRUE(Dialog_Update.Status.starts_with("アップデート完了。  "));
+  EXPECT_TRUE(Dialog_Update.Status.ends_with("sec"));
+  EXPECT_THAT(DialogBoxes.Boxes,
+              ElementsAre(Box{MessageIcon::Information, "ファームウエアアップデート", kDone}));
+  EXPECT_TRUE(UpdaterPort.PortOpen());
 }
 
-TEST(UpdateWire, AnEmptyFileDoesTheSame) { ExpectUpdate("", {}); }
+TEST_ON(UpdateTest, UpdateWire, AnEmptyFileDoesTheSame) { ExpectUpdate("", {}); }
 
-TEST(UpdateWire, TheGapAndTheLoneTopWordAreSkippedAndTheirNeighboursSent) {
+TEST_ON(UpdateTest, UpdateWire, TheGapAndTheLoneTopWordAreSkippedAndTheirNeighboursSent) {
   ExpectUpdate(HexRecord(0x3DFE, {1, 2, 3, 4}) + HexRecord(0x3FBE, {5, 6, 7, 8}) +
                    HexRecord(0x3FFC, {9, 10, 11, 12}) + kEndRecord,
                {"1E FF 02 01", "1F E0 08 07", "1F FE 0A 09"});
 }
 
-TEST(UpdateWire, NothingInTheGapOrBeyondTheTopMakesAnyTraffic) {
+TEST_ON(UpdateTest, UpdateWire, NothingInTheGapOrBeyondTheTopMakesAnyTraffic) {
   std::string file;
   for (unsigned address = 0x3E00; address < 0x3FC0; address += 16) {
     file += HexRecord(address, Bytes(16, 0x5A));
@@ -103,11 +94,11 @@ TEST(UpdateWire, NothingInTheGapOrBeyondTheTopMakesAnyTraffic) {
   ExpectUpdate(file + kEndRecord, {});
 }
 
-TEST(UpdateWire, AFullImageIsPinnedByteForByte) {
+TEST_ON(UpdateTest, UpdateWire, AFullImageIsPinnedByteForByte) {
   const Bytes image = RandomBytes(0x4000, 73);
   BoardUpdate run({.Baud = 0});
   run.Open();
-  ASSERT_EQ(run.UpdateWith(HexText(image)), update::StartOutcome::Ran);
+  ASSERT_EQ(run.UpdateWith(HexFile(image)), update::StartOutcome::Ran);
 
   Bytes expected{'U'};
   for (unsigned word = 0; word < 0x2000; ++word) {
@@ -124,13 +115,15 @@ TEST(UpdateWire, AFullImageIsPinnedByteForByte) {
   EXPECT_EQ(run.Board->Protocol().Firmware().size(), 7967U);
 }
 
-TEST(UpdateWire, AnOddByteCountPairsTheLastByteWithTheChecksumDigits) {
+TEST_ON(UpdateTest, UpdateWire, AnOddByteCountPairsTheLastByteWithTheChecksumDigits) {
   ExpectUpdate(":0300000011223397\r\n:00000001FF\r\n", {"00 00 22 11", "00 01 97 33"});
 }
 
-TEST(UpdateWire, AByteCountOfZeroHasNoWord) { ExpectUpdate(":00000000001100\r\n", {}); }
+TEST_ON(UpdateTest, UpdateWire, AByteCountOfZeroHasNoWord) {
+  ExpectUpdate(":00000000001100\r\n", {});
+}
 
-TEST(UpdateWire, LinesThatAreNoDataRecordsAreSkipped) {
+TEST_ON(UpdateTest, UpdateWire, LinesThatAreNoDataRecordsAreSkipped) {
   ExpectUpdate(
       "\r\n"
       "; a remark\r\n"
@@ -147,43 +140,41 @@ TEST(UpdateWire, LinesThatAreNoDataRecordsAreSkipped) {
       {"00 00 02 01", "00 01 04 03"});
 }
 
-TEST(UpdateWire, ExtendedAddressesAreNotFollowed) {
+TEST_ON(UpdateTest, UpdateWire, ExtendedAddressesAreNotFollowed) {
   ExpectUpdate(":020000040001F9\r\n:020000000102FB\r\n", {"00 00 02 01"});
 }
 
-TEST(UpdateWire, TheRecordChecksumIsNotChecked) {
+TEST_ON(UpdateTest, UpdateWire, TheRecordChecksumIsNotChecked) {
   ExpectUpdate(":02000000010200\r\n:020002000304\r\n", {"00 00 02 01", "00 01 04 03"});
 }
 
-TEST(UpdateWire, DigitsMayBeInLowerCaseAndLinesEndInLf) {
+TEST_ON(UpdateTest, UpdateWire, DigitsMayBeInLowerCaseAndLinesEndInLf) {
   ExpectUpdate(":02000a00cdabff\n:00000001ff\n", {"00 05 AB CD"});
 }
 
-TEST(UpdateWire, ARecordAtAnOddAddressUsesTheIntegerPartOfItsWordAddresses) {
+TEST_ON(UpdateTest, UpdateWire, ARecordAtAnOddAddressUsesTheIntegerPartOfItsWordAddresses) {
   ExpectUpdate(HexRecord(0x0003, {1, 2, 3, 4}), {"00 01 02 01", "00 02 04 03"});
 }
 
-TEST(UpdateWire, AtOddAddressesTheIntegerPartDecidesWhatIsSkipped) {
+TEST_ON(UpdateTest, UpdateWire, AtOddAddressesTheIntegerPartDecidesWhatIsSkipped) {
   ExpectUpdate(HexRecord(0x3DFF, {1, 2}) + HexRecord(0x3E01, {3, 4}) + HexRecord(0x3FBF, {5, 6}) +
                    HexRecord(0x3FC1, {7, 8}) + HexRecord(0x3FFD, {9, 10}) +
                    HexRecord(0x3FFF, {11, 12}),
                {"1E FF 02 01", "1F E0 08 07", "1F FE 0A 09"});
 }
 
-TEST(UpdateWire, OfAnAcknowledgementOfSeveralBytesTheFirstCounts) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03 99 98").Expect("FF FF FF FF");
-  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Finished);
-  EXPECT_EQ(run.Update.ReceiveBuffer, (Bytes{0x03, 0x99, 0x98}));
+TEST_ON(UpdateTest, UpdateWire, OfAnAcknowledgementOfSeveralBytesTheFirstCounts) {
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03 99 98").Expect("FF FF FF FF");
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Finished);
+  EXPECT_EQ(Update.ReceiveBuffer, (Bytes{0x03, 0x99, 0x98}));
 }
 
-TEST(UpdateWire, TheAcknowledgementIsTheSumModulo256) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 01 FF FF", "FF").Expect("FF FF FF FF");
-  EXPECT_EQ(run.RunUpdate(":02000200FFFFFE\r\n"), UpdateOutcome::Finished);
+TEST_ON(UpdateTest, UpdateWire, TheAcknowledgementIsTheSumModulo256) {
+  UpdaterPort.Expect("'U'").Expect("00 01 FF FF", "FF").Expect("FF FF FF FF");
+  EXPECT_EQ(RunUpdate(":02000200FFFFFE\r\n"), UpdateOutcome::Finished);
 }
 
-TEST(UpdateWire, ABoardThatAcknowledgesLateIsWaitedForTwoSecondsAndNoMore) {
+TEST_ON(UpdateTest, UpdateWire, ABoardThatAcknowledgesLateIsWaitedForTwoSecondsAndNoMore) {
   for (const bool in_time : {true, false}) {
     ScriptedUpdate run;
     run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", in_time ? 1.99 : 2.02);
@@ -193,7 +184,7 @@ TEST(UpdateWire, ABoardThatAcknowledgesLateIsWaitedForTwoSecondsAndNoMore) {
   }
 }
 
-TEST(UpdateWire, AQuestionThatStandsForLongInTheMiddleDoesNotEndTheUpdate) {
+TEST_ON(UpdateTest, UpdateWire, AQuestionThatStandsForLongInTheMiddleDoesNotEndTheUpdate) {
   // Whoever asks, asks within a turn of events; the acknowledgement comes while the user thinks.
   for (const double delay : {0.5, 29.5}) {
     ScriptedUpdate run;
@@ -210,18 +201,16 @@ TEST(UpdateWire, AQuestionThatStandsForLongInTheMiddleDoesNotEndTheUpdate) {
   }
 }
 
-TEST(UpdateWire, AWaitThatBeginsBeforeMidnightLastsUntilTheByteComes) {
-  ScriptedUpdate run;
-  run.Clock.Set(86398.5);
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 600).Expect("FF FF FF FF");
-  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Finished);
+TEST_ON(UpdateTest, UpdateWire, AWaitThatBeginsBeforeMidnightLastsUntilTheByteComes) {
+  Clock.Set(86398.5);
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 600).Expect("FF FF FF FF");
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Finished);
 }
 
-TEST(UpdateWire, EventsRunOncePerWordAtLeast) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
-  run.RunUpdate(kEndRecord);
-  const int without_words = run.Events.Turns;
+TEST_ON(UpdateTest, UpdateWire, EventsRunOncePerWordAtLeast) {
+  UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  RunUpdate(kEndRecord);
+  const int without_words = Events.Turns;
   ScriptedUpdate skipping;
   skipping.UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
   skipping.RunUpdate(HexRecord(0x8000, Bytes(16, 0)) + kEndRecord);
@@ -229,26 +218,23 @@ TEST(UpdateWire, EventsRunOncePerWordAtLeast) {
   EXPECT_EQ(skipping.Events.Turns, without_words + 8 + 8);
 }
 
-TEST(UpdateWire, AStopBeforeTheFirstWordSendsNoEndFrame) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'");
-  run.Events.OnTurn = [&run] { run.State.StopRequested = true; };
-  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Stopped);
-  EXPECT_TRUE(run.DialogBoxes.Boxes.empty());
+TEST_ON(UpdateTest, UpdateWire, AStopBeforeTheFirstWordSendsNoEndFrame) {
+  UpdaterPort.Expect("'U'");
+  Events.OnTurn = [this] { State.StopRequested = true; };
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Stopped);
+  EXPECT_TRUE(DialogBoxes.Boxes.empty());
 }
 
-TEST(UpdateWire, AStopBeforeTheUpdateSendsNothing) {
-  ScriptedUpdate run;
-  run.State.StopRequested = true;
-  EXPECT_EQ(run.RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Stopped);
+TEST_ON(UpdateTest, UpdateWire, AStopBeforeTheUpdateSendsNothing) {
+  State.StopRequested = true;
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Stopped);
 }
 
-TEST(UpdateWire, AStopInTheMiddleLetsTheRunningExchangeReturnAndSendsNoEndFrame) {
-  ScriptedUpdate run;
-  run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5);
-  run.Events.OnTurn = [&run] { run.State.StopRequested = run.Update.WordsSent == 1; };
-  EXPECT_EQ(run.RunUpdate(":0400000001020304F2\r\n"), UpdateOutcome::Stopped);
-  EXPECT_EQ(run.UpdaterPort.InBufferCount(), 0) << "the acknowledgement was taken";
+TEST_ON(UpdateTest, UpdateWire, AStopInTheMiddleLetsTheRunningExchangeReturnAndSendsNoEndFrame) {
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5);
+  Events.OnTurn = [this] { State.StopRequested = Update.WordsSent == 1; };
+  EXPECT_EQ(RunUpdate(":0400000001020304F2\r\n"), UpdateOutcome::Stopped);
+  EXPECT_EQ(UpdaterPort.InBufferCount(), 0) << "the acknowledgement was taken";
 }
 
 }  // namespace
