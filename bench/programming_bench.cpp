@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -113,7 +114,7 @@ void MeasureWaiting() {
 }
 
 int Main(int runs) {
-  testing::Bytes flash = testing::RandomBytes(2 * kFlashWords, 8515);
+  testing::Bytes flash = testing::RandomBytes(std::size_t{2} * kFlashWords, 8515);
   flash.back() = 0x5A;
   const testing::TemporaryFolder folder;
   const std::string hex_file = folder.File("full.hex");
@@ -139,9 +140,12 @@ int Main(int runs) {
 }  // namespace
 }  // namespace fenwright::bench
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication application(argc, argv);
   const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 3;
   return fenwright::bench::Main(runs);
+} catch (const std::exception& error) {
+  fmt::print(stderr, "programming_bench: {}\n", error.what());
+  return 1;
 }

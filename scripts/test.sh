@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Checks everything: format, layers, examples, the tests with GCC, the tests again under the address
-# and undefined-behaviour sanitizers, and a second compiler; clang-tidy when asked for.
+# and undefined-behaviour sanitizers, a second compiler, and clang-tidy.
 #
-#   scripts/test.sh [--quick] [--tidy]
+#   scripts/test.sh [--quick | --tidy]
 #
 #   --quick    format, layers, and the tests of the dev preset
-#   --tidy     run clang-tidy as well
+#   --tidy     clang-tidy alone
 #
 # A stage that fails does not stop the ones after it; the script ends with a summary and fails when
 # any stage failed.
@@ -20,12 +20,10 @@ usage() {
   sed -n '5,8s/^# \{0,1\}//p' "$script_dir/test.sh"
 }
 
-quick=0
-tidy=0
+extent=full
 for argument in "$@"; do
   case "$argument" in
-    --quick) quick=1 ;;
-    --tidy) tidy=1 ;;
+    --quick | --tidy) extent=${argument#--} ;;
     --help | -h)
       usage
       exit 0
@@ -87,21 +85,29 @@ run_sanitized_tests() {
   run_tests asan --label-exclude '^(system|bench)$'
 }
 
+# Builds every source with clang-tidy beside the compiler, and goes on after a finding.
+run_clang_tidy() {
+  configure_preset tidy || return 1
+  cmake --build --preset tidy --target {src,apps,tools,bench}/all fenwright-icons -- -k 0
+}
+
 closing_lines=''
 start=$SECONDS
 
 stage "packages" "$script_dir/install-packages.sh" build test
 use_ccache
-stage "format" check_format
-stage "layers" "$script_dir/check-layers.sh"
-stage "tests (dev)" run_tests dev
-if ((!quick)); then
+if [[ $extent != tidy ]]; then
+  stage "format" check_format
+  stage "layers" "$script_dir/check-layers.sh"
+  stage "tests (dev)" run_tests dev
+fi
+if [[ $extent == full ]]; then
   stage "scripts" check_scripts
   stage "tests (asan)" run_sanitized_tests
   stage "second compiler (clang)" build_preset clang src/all apps/all tools/all
 fi
-if ((tidy && !quick)); then
-  stage "clang-tidy" "$script_dir/tidy.sh"
+if [[ $extent != quick ]]; then
+  stage "clang-tidy" run_clang_tidy
 fi
 
 say "Summary ($((SECONDS - start)) s)"

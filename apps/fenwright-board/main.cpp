@@ -1,5 +1,6 @@
 // A simulated programmer board behind a pseudo terminal, for tests and for work without a board.
 
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <sys/prctl.h>
@@ -58,4 +59,9 @@ int Main(int argc, const char* const* argv) {
 }  // namespace
 }  // namespace fenwright::board_app
 
-int main(int argc, char** argv) { return fenwright::board_app::Main(argc, argv); }
+int main(int argc, char** argv) try {
+  return fenwright::board_app::Main(argc, argv);
+} catch (const std::exception& error) {
+  // Out of memory, say; nothing of the program's own throws this far.
+  return fenwright::board_app::Fail(error.what());
+}

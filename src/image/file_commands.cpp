@@ -13,7 +13,7 @@ namespace fenwright::image {
 namespace {
 
 constexpr std::string_view kFileNotOpenedText = "指定されたファイルを開くことができませんでした。";
-constexpr std::string_view kCodeFilter = "Hex File|*.hex;*.rom|All Files|*.*|";
+constexpr std::string_view kCodeOpenFilter = "Hex File|*.hex;*.rom|All Files|*.*|";
 constexpr std::string_view kCodeExtensions = "hex;rom";
 
 bool EndedByFileError(const HexReadReport& report) {
@@ -93,8 +93,8 @@ void ForgetCodeFile(core::RunContext& context) {
   context.Screen.MessageBoxes.Show(screen::MessageIcon::Information, "", kFileNotOpenedText);
 }
 
-std::optional<std::string> AskForName(core::RunContext& context, std::string_view title,
-                                      std::string_view filter, std::string_view extension) {
+std::optional<std::string> AskForOpenName(core::RunContext& context, std::string_view title,
+                                          std::string_view filter, std::string_view extension) {
   return context.Screen.FileDialogs.Open(
       {.Title = std::string(title),
        .Filter = std::string(filter),
@@ -106,23 +106,23 @@ std::optional<std::string> AskForName(core::RunContext& context, std::string_vie
 
 bool ChooseCodeFile(core::RunContext& context) {
   const std::optional<std::string> chosen =
-      AskForName(context, "コードファイル(*.hex)を開く", kCodeFilter, kCodeExtensions);
+      AskForOpenName(context, "コードファイル(*.hex)を開く", kCodeOpenFilter, kCodeExtensions);
   if (!chosen) return false;
   context.State.CodeFileName = *chosen;
   return true;
 }
 
 bool ChooseDataFile(core::RunContext& context) {
-  const std::optional<std::string> chosen =
-      AskForName(context, "データファイル(*.eep)を開く", "eep File|*.eep|All Files|*.*|", "eep");
+  const std::optional<std::string> chosen = AskForOpenName(context, "データファイル(*.eep)を開く",
+                                                           "eep File|*.eep|All Files|*.*|", "eep");
   if (!chosen) return false;
   context.State.DataFileName = DataFileNameFor(*chosen);
   return true;
 }
 
 bool ChooseCodeAndDataFile(core::RunContext& context) {
-  const std::optional<std::string> chosen =
-      AskForName(context, "コードファイル ＆ データファイルを開く", kCodeFilter, kCodeExtensions);
+  const std::optional<std::string> chosen = AskForOpenName(
+      context, "コードファイル ＆ データファイルを開く", kCodeOpenFilter, kCodeExtensions);
   if (!chosen) return false;
   SetCodeAndDataFile(context, *chosen);
   return true;

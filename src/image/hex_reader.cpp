@@ -14,7 +14,7 @@ namespace fenwright::image {
 namespace {
 
 constexpr std::int32_t kDataRecord = 0;
-constexpr std::int32_t kEndRecord = 1;
+constexpr std::int32_t kEndRecordType = 1;
 
 /// One memory as a reader sees it.
 struct Target {
@@ -55,7 +55,7 @@ bool StoreRecord(std::string_view line, const Target& target, std::int16_t& link
       HexWord(At(line, core::kRecordAddress), At(line, core::kRecordAddress + 1),
               At(line, core::kRecordAddress + 2), At(line, core::kRecordAddress + 3), link_error);
   const std::int32_t type = ByteAt(line, core::kRecordType, link_error);
-  if (type == kEndRecord) report.EndRecordSeen = true;
+  if (type == kEndRecordType) report.EndRecordSeen = true;
   if (type != kDataRecord) return true;
   ++report.DataRecords;
   for (std::int32_t i = 0; i < count; ++i) {

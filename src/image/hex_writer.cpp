@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kElementsPerRecord = 8;
 constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::string_view kEndRecord = ":00000001FF";
+constexpr std::string_view kEndRecordLine = ":00000001FF";
 
 using Lines = std::vector<std::string>;
 
@@ -34,7 +34,7 @@ Lines RecordLines(const std::vector<std::string>& elements) {
       lines.push_back(RecordChecksum(line, link_error));
     }
   }
-  lines.emplace_back(kEndRecord);
+  lines.emplace_back(kEndRecordLine);
   return lines;
 }
 

@@ -11,11 +11,11 @@
 namespace fenwright::image {
 namespace {
 
-constexpr std::string_view kCodeFilter = "Hex File|*.HEX|All Files|*.*|";
-constexpr std::string_view kDataFilter = "Eep File|*.eep|All Files|*.*|";
+constexpr std::string_view kCodeSaveFilter = "Hex File|*.HEX|All Files|*.*|";
+constexpr std::string_view kDataSaveFilter = "Eep File|*.eep|All Files|*.*|";
 
-std::optional<std::string> AskForName(core::RunContext& context, std::string_view title,
-                                      std::string_view filter, std::string_view extension) {
+std::optional<std::string> AskForSaveName(core::RunContext& context, std::string_view title,
+                                          std::string_view filter, std::string_view extension) {
   return context.Screen.FileDialogs.Save(
       {.Title = std::string(title),
        .Filter = std::string(filter),
@@ -53,7 +53,7 @@ SaveReport SaveFiles(core::RunContext& context) {
 SaveReport SaveCodeFileAs(core::RunContext& context) {
   SaveReport report;
   const std::optional<std::string> chosen =
-      AskForName(context, "コードファイル(*.hex)の保存", kCodeFilter, "*.hex");
+      AskForSaveName(context, "コードファイル(*.hex)の保存", kCodeSaveFilter, "*.hex");
   if (!chosen) return report;
   std::string& name = context.State.CodeSaveFileName;
   name = *chosen;
@@ -67,7 +67,7 @@ SaveReport SaveCodeFileAs(core::RunContext& context) {
 SaveReport SaveDataFileAs(core::RunContext& context) {
   SaveReport report;
   const std::optional<std::string> chosen =
-      AskForName(context, "データファイル(*.eep)の保存", kDataFilter, "*.eep");
+      AskForSaveName(context, "データファイル(*.eep)の保存", kDataSaveFilter, "*.eep");
   if (!chosen) return report;
   std::string& name = context.State.DataSaveFileName;
   name = DataFileNameFor(*chosen);
@@ -81,7 +81,7 @@ SaveReport SaveDataFileAs(core::RunContext& context) {
 SaveReport SaveBothFilesAs(core::RunContext& context) {
   SaveReport report;
   const std::optional<std::string> chosen =
-      AskForName(context, "コードファイル ＆ データファイルの保存", kCodeFilter, "");
+      AskForSaveName(context, "コードファイル ＆ データファイルの保存", kCodeSaveFilter, "");
   if (!chosen) return report;
   core::AppState& state = context.State;
   state.CodeSaveFileName = *chosen;

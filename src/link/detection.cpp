@@ -22,7 +22,6 @@ namespace {
 using screen::MessageMode;
 using screen::Panel;
 
-constexpr char kEscape = 0x1B;
 constexpr char kIdentify = '?';
 constexpr char kExtend = 'A';
 constexpr int kVersionReplyLength = 18;  // 16 characters and a line end

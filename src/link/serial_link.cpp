@@ -9,8 +9,6 @@
 namespace fenwright::link {
 namespace {
 
-constexpr std::uint8_t kEscape = 0x1B;
-
 /// Longest rest within one turn of a wait: short enough for the window to stay alive.
 constexpr double kTurnSeconds = 0.005;
 

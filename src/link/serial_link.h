@@ -13,6 +13,9 @@ inline constexpr const char* kPortSettings = "57600,n,8,1";
 // The few operations on the serial line that every exchange is made of. Failing lines are not
 // reported here: nothing arrives, and the wait runs out.
 
+/// Takes the board back to its normal command set.
+inline constexpr char kEscape = 0x1B;
+
 /// Gives a port the fixed settings of the programmer's line, and discards its input.
 void SetUpPort(platform::SerialControl& port);
 
@@ -51,8 +54,7 @@ void Rest(core::RunContext& context, double seconds);
 /// Rests until `count` bytes have arrived, `seconds` at most; true when they have.
 bool RestForBytes(core::RunContext& context, int count, double seconds);
 
-/// Sends the escape byte, which takes the board back to its normal command set. The port is in
-/// binary mode afterwards, whatever it was in before.
+/// Sends the escape byte. The port is in binary mode afterwards, whatever it was in before.
 void SendEscape(core::RunContext& context);
 
 /// Shows "a communication error occurred" in the message dialog, its progress bar switched off.

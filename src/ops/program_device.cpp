@@ -19,7 +19,7 @@ namespace {
 
 using screen::MessageMode;
 
-constexpr std::string_view kFlashText = "フラッシュプログラムメモリ プログラム中.....";
+constexpr std::string_view kProgrammingFlashText = "フラッシュプログラムメモリ プログラム中.....";
 
 /// Whether the phase may go on to the next phase: false when the board refused its frame.
 enum class PhaseEnd { Ran, FrameRefused };
@@ -28,7 +28,7 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
   core::AppState& state = context.State;
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return PhaseEnd::FrameRefused;
-  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  core::ShowMessage(context, kProgrammingFlashText, MessageMode::Busy);
   context.Screen.MessageDialog.SetProgressRange(state.FlashProgramCount);
   state.Command.FlashStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
@@ -102,7 +102,7 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
 
 void ProgramDevice(core::RunContext& context) {
   core::AppState& state = context.State;
-  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  core::ShowMessage(context, kProgrammingFlashText, MessageMode::Busy);
   state.FlashProgramCount = image::UsedFlashWords(state);
   state.EepromProgramCount = image::UsedEepromBytes(state);
   if (state.FlashProgramCount == 0 && state.EepromProgramCount == 0) {

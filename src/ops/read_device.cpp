@@ -17,7 +17,7 @@ namespace {
 using screen::MessageMode;
 
 // The blank after the comma is an ideographic space, in this text alone.
-constexpr std::string_view kFlashText = "フラッシュプログラムメモリ　読出し中.....";
+constexpr std::string_view kReadingFlashText = "フラッシュプログラムメモリ　読出し中.....";
 
 /// The flash phase; false when the operation ends with it.
 bool ReadFlash(core::RunContext& context) {
@@ -25,7 +25,7 @@ bool ReadFlash(core::RunContext& context) {
   context.Screen.MessageDialog.SetProgressRange(state.FlashWords);
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return false;
-  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  core::ShowMessage(context, kReadingFlashText, MessageMode::Busy);
   link::EnterProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     link::ShowCommError(context);
@@ -77,7 +77,7 @@ void ReadEeprom(core::RunContext& context) {
 }  // namespace
 
 void ReadDevice(core::RunContext& context) {
-  core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  core::ShowMessage(context, kReadingFlashText, MessageMode::Busy);
   link::CheckSocketDevice(context);
   if (context.State.LinkError != 0) {
     core::ShowStatus(context, "リードを中止しました。");

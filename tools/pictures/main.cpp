@@ -195,7 +195,7 @@ QImage Fuses(const std::string& device) {
 
 /// Every picture that there is; a new window or state gets its row here.
 const std::vector<Picture>& Pictures() {
-  static const std::vector<Picture> pictures{
+  static const std::vector<Picture> kPictures{
       {"window-start", Start},
       {"window-program", Programmed},
       {"window-read", Read},
@@ -218,7 +218,7 @@ const std::vector<Picture>& Pictures() {
       {"dialog-update", FirmwareUpdate},
       {"fuses", [] { return Fuses("ATtiny26L"); }},
   };
-  return pictures;
+  return kPictures;
 }
 
 void UseDarkPalette() {
