@@ -61,9 +61,9 @@ void DarkStyle::drawComplexControl(ComplexControl control, const QStyleOptionCom
   QProxyStyle::drawComplexControl(control, &visible, painter, widget);
 }
 
-void ApplyDarkStyle(QApplication& application) {
+void ApplyDarkStyle(QApplication& /*application*/) {
   if (QApplication::style()->name() != kUsualStyle) return;
-  application.setStyle(new DarkStyle(kUsualStyle));
+  QApplication::setStyle(new DarkStyle(kUsualStyle));
 }
 
 }  // namespace fenwright::ui

@@ -27,6 +27,7 @@ void ElidedLabel::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ElidedLabel::paintEvent(QPaintEvent* event) {
+  // The frame alone: the text is drawn here. NOLINTNEXTLINE(bugprone-parent-virtual-call)
   QFrame::paintEvent(event);
   QPainter painter(this);
   // Line breaks cannot be shown; the blanks within a text are its own.

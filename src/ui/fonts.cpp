@@ -46,14 +46,14 @@ QFont Monospaced(const CellDesign& cell) {
 
 }  // namespace
 
-void ApplyInterfaceFont(QApplication& application) {
+void ApplyInterfaceFont(QApplication& /*application*/) {
   // The system's own come first: the Windows fonts are not found elsewhere.
   const QStringList families = Installed(
       {"Yu Gothic UI", "Meiryo UI", "MS UI Gothic", "Noto Sans CJK JP", "VL Gothic", "IPAPGothic"});
   QFont font = QApplication::font();
   if (!families.isEmpty()) font.setFamilies(families);
   font.setPointSizeF(kInterfacePoints);
-  application.setFont(font);
+  QApplication::setFont(font);
 }
 
 QFont MonospacedFont() { return Monospaced(kMonospaced); }

@@ -24,7 +24,7 @@ constexpr int kListPadding = 29;
 constexpr int kListHeightPadding = 5;
 
 /// The grid: a label and a list, and the same beside them.
-enum Column { kLeftLabel, kLeftList, kRightLabel, kRightList, kColumnCount };
+enum Column { LeftLabel, LeftList, RightLabel, RightList, ColumnCount };
 
 /// A list, its label, and where both stand. The labels of `Combo_CKOPT` and `Combo_PLLCK` really
 /// say "ＢＯＤレベル"; their tips and their accessible names tell which field they are.
@@ -49,8 +49,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "CKSEL リセットディレイセレクト",
      .ToolTip = "CKSEL",
      .Row = 0,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kRightList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = RightList},
     {.List = FuseList::Sut,
      .ListName = "Combo_SUT",
      .LabelName = "Lbl_SUT",
@@ -58,8 +58,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "SUT スタートアップタイムセレクト",
      .ToolTip = "SUT",
      .Row = 1,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kRightList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = RightList},
     {.List = FuseList::Boden,
      .ListName = "Combo_BODEN",
      .LabelName = "Lbl_BODEN",
@@ -67,8 +67,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "BODEN ＢＯＤ有効ビット",
      .ToolTip = "BODEN",
      .Row = 2,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kLeftList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = LeftList},
     {.List = FuseList::Bodlevel,
      .ListName = "Combo_BODLEVEL",
      .LabelName = "Lbl_BODLEVEL",
@@ -76,8 +76,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "BODLEVEL ＢＯＤレベル",
      .ToolTip = "ＢＯＤレベル",
      .Row = 2,
-     .LabelColumn = kRightLabel,
-     .ListColumn = kRightList},
+     .LabelColumn = RightLabel,
+     .ListColumn = RightList},
     {.List = FuseList::Ckopt,
      .ListName = "Combo_CKOPT",
      .LabelName = "Lbl_CKOPT",
@@ -85,8 +85,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "CKOPT",
      .ToolTip = "CKOPT",
      .Row = 3,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kLeftList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = LeftList},
     {.List = FuseList::Pllck,
      .ListName = "Combo_PLLCK",
      .LabelName = "Lbl_PLLCK",
@@ -94,8 +94,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "PLLCK",
      .ToolTip = "PLLCK",
      .Row = 3,
-     .LabelColumn = kRightLabel,
-     .ListColumn = kRightList},
+     .LabelColumn = RightLabel,
+     .ListColumn = RightList},
     {.List = FuseList::Eesave,
      .ListName = "Combo_EESAVE",
      .LabelName = "Lbl_EESAVE",
@@ -103,8 +103,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "EESAVE",
      .ToolTip = "EESAVE",
      .Row = 4,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kLeftList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = LeftList},
     {.List = FuseList::Rstdisabl,
      .ListName = "Combo_RSTDISABL",
      .LabelName = "Lbl_RSTDISABL",
@@ -112,8 +112,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "RSTDISBL ＰＢ５端子、リセット機能無効ビット",
      .ToolTip = "ＰＢ５端子、リセット機能無効ビット",
      .Row = 4,
-     .LabelColumn = kRightLabel,
-     .ListColumn = kRightList},
+     .LabelColumn = RightLabel,
+     .ListColumn = RightList},
     {.List = FuseList::Fstrt,
      .ListName = "Combo_FSTRT",
      .LabelName = "Lbl_FSTRT",
@@ -121,8 +121,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "FSTRT ファーストスタートアップ有効ビット",
      .ToolTip = "FSTRT",
      .Row = 5,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kRightList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = RightList},
     {.List = FuseList::Rcen,
      .ListName = "Combo_RCEN",
      .LabelName = "Lbl_RCEN",
@@ -130,8 +130,8 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "RCEN ＲＣオシレータ有効ビット",
      .ToolTip = "RCEN",
      .Row = 6,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kRightList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = RightList},
     {.List = FuseList::Lock,
      .ListName = "Combo_LockBit",
      .LabelName = "Label6",
@@ -139,9 +139,9 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .AccessibleName = "Lock bit",
      .ToolTip = "書き込んだロックビットは、チップイレースでだけ元に戻ります。",
      .Row = 7,
-     .LabelColumn = kLeftLabel,
-     .ListColumn = kLeftList,
-     .ListSpan = kColumnCount - kLeftList},
+     .LabelColumn = LeftLabel,
+     .ListColumn = LeftList,
+     .ListSpan = ColumnCount - LeftList},
 }};
 
 int WidthFor(const QWidget* list, const QString& longest) {
@@ -163,8 +163,8 @@ FuseFrame::FuseFrame()
   grid->setContentsMargins(kMargin, kSpacing, kMargin, kMargin);
   grid->setHorizontalSpacing(kGap);
   grid->setVerticalSpacing(kSpacing);
-  grid->setColumnStretch(kLeftLabel, 1);
-  grid->setColumnStretch(kRightLabel, 1);
+  grid->setColumnStretch(LeftLabel, 1);
+  grid->setColumnStretch(RightLabel, 1);
   AddFields(grid);
   AddCalibration(grid, grid->rowCount());
   AddButtons(grid, grid->rowCount());
@@ -188,7 +188,7 @@ void FuseFrame::AddFields(QGridLayout* grid) {
     list->setEnabled(false);
     list->setFixedHeight(list->fontMetrics().height() + kListHeightPadding);
     list->setMaxVisibleItems(16);
-    const bool left = design.ListColumn == kLeftList;
+    const bool left = design.ListColumn == LeftList;
     if (design.ListSpan == 1) list->setFixedWidth(WidthFor(list, left ? "Disable" : "PB7:Reset"));
 
     auto* label = new QLabel(design.Caption);
@@ -216,8 +216,8 @@ void FuseFrame::AddCalibration(QGridLayout* grid, int row) {
   Name(calibration_, "Lbl_READCALIB", "発振校正値 1・・・ 8MHz", "チップから読み出した値です。");
   calibration_->setTextFormat(Qt::PlainText);
   calibration_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  grid->addWidget(caption, row, kLeftLabel, 1, 2);
-  grid->addWidget(calibration_, row, kRightLabel, 1, 2);
+  grid->addWidget(caption, row, LeftLabel, 1, 2);
+  grid->addWidget(calibration_, row, RightLabel, 1, 2);
 }
 
 void FuseFrame::AddButtons(QGridLayout* grid, int row) {
@@ -232,7 +232,7 @@ void FuseFrame::AddButtons(QGridLayout* grid, int row) {
     button->setEnabled(false);
     buttons->addWidget(button, 1);
   }
-  grid->addLayout(buttons, row, 0, 1, kColumnCount);
+  grid->addLayout(buttons, row, 0, 1, ColumnCount);
 }
 
 void FuseFrame::SetItems(FuseList list, std::span<const std::string_view> items) {

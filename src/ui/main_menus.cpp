@@ -129,7 +129,7 @@ constexpr MainWindow::MenuDesign MainWindow::kMenuTree[] = {
 
 void MainWindow::BuildMenus() {
   Name(menuBar(), "mnuBar", "メニュー");
-  QMenu* menu = nullptr;
+  QMenu* menu = nullptr;  // the first row is a menu
   for (const MenuDesign& design : kMenuTree) {
     switch (design.Kind) {
       case MenuKind::Menu:
@@ -138,9 +138,11 @@ void MainWindow::BuildMenus() {
         menu->menuAction()->setObjectName(design.Name);
         break;
       case MenuKind::Separator:
+        Q_ASSUME(menu != nullptr);
         menu->addSeparator()->setObjectName(design.Name);
         break;
       case MenuKind::Item:
+        Q_ASSUME(menu != nullptr);
         AddMenuItem(*menu, design);
         break;
       case MenuKind::BarItem:

@@ -116,7 +116,7 @@ std::array<QString, 2> ChipLines(const Place& place) {
 QString PinsOf(const Place& place) { return QString("%1ピン").arg(place.Pins); }
 
 QRectF BodyOf(const Place& place) {
-  const double middle = kFirstRow + (place.FirstRow + (place.Pins / 2 - 1) / 2.0) * kPitch;
+  const double middle = kFirstRow + (place.FirstRow + (place.Pins - 2) / 4.0) * kPitch;
   QRectF body(0, 0, place.BodyWidth * kPitch, place.BodyLength * kPitch);
   body.moveCenter({kSocketCentre, middle});
   return body;
@@ -325,9 +325,9 @@ QTransform SocketDrawing::Scaling() const {
 
 void SocketDrawing::DrawPackages(QPainter& painter) const {
   // From the largest to the smallest, so that each outline shows.
-  for (auto place = kPlaces.rbegin(); place != kPlaces.rend(); ++place) {
-    if (!IsHighlighted(place->Position)) DrawIdlePackage(painter, *place);
-  }
+  std::for_each(kPlaces.rbegin(), kPlaces.rend(), [&](const Place& place) {
+    if (!IsHighlighted(place.Position)) DrawIdlePackage(painter, place);
+  });
   for (const Place& place : kPlaces) {
     if (!IsHighlighted(place.Position)) DrawIdleBadge(painter, place);
   }

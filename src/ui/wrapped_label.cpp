@@ -64,6 +64,7 @@ int WrappedLabel::heightForWidth(int width) const {
 }
 
 void WrappedLabel::paintEvent(QPaintEvent* event) {
+  // The frame alone: the text is drawn here. NOLINTNEXTLINE(bugprone-parent-virtual-call)
   QFrame::paintEvent(event);
   QPainter painter(this);
   painter.setPen(

@@ -6,7 +6,7 @@ namespace fenwright::cli {
 namespace {
 
 /// Prints the flash dump of the code file, in UTF-8.
-VerbRun Bind(CLI::App& command) {
+VerbRun BindDump(CLI::App& command) {
   return [files = AddCodeFiles(command)](Session& session) -> Outcome {
     const ExitCode code = LoadCodeFiles(session, *files);
     if (code != ExitCode::Success) return {.Code = code};
@@ -24,7 +24,7 @@ VerbRun Bind(CLI::App& command) {
 const Verb kDump{.Name = "dump",
                  .Description = "print the flash dump of a code file; needs no programmer",
                  .Needed = {.Folder = true, .Device = true},
-                 .Bind = Bind,
+                 .Bind = BindDump,
                  .ResultOnly = true};
 
 }  // namespace fenwright::cli

@@ -50,7 +50,7 @@ class PrintedUpdateForm final : public screen::UpdateForm {
   }
 
   /// From here on the status texts are those of an update of so many words.
-  void CmdUpdate_Click(int words) { words_ = words; }
+  void StartUpdate(int words) { words_ = words; }
 
   [[nodiscard]] const std::string& Status() const { return status_; }
   [[nodiscard]] const std::string& Detail() const { return detail_; }
@@ -225,7 +225,7 @@ class FirmwareCall {
     // Opening anew costs little, and the port may have gone while the question was on the screen.
     if (!update::OpenPort(context)) return FailToOpen();
     Out().Print("アップデート中です。電源は絶対に切らないでください。");
-    form_.CmdUpdate_Click(image_.WordsToSend);
+    form_.StartUpdate(image_.WordsToSend);
     const auto start = std::chrono::steady_clock::now();
     const update::UpdateOutcome outcome = update::RunFirmwareUpdate(context, path);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;

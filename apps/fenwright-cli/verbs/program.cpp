@@ -6,7 +6,7 @@
 namespace fenwright::cli {
 namespace {
 
-VerbRun Bind(CLI::App& command) {
+VerbRun BindProgram(CLI::App& command) {
   return [files = AddCodeFiles(command)](Session& session) -> Outcome {
     const ExitCode code = LoadCodeFiles(session, *files);
     if (code != ExitCode::Success) return {.Code = code};
@@ -19,6 +19,6 @@ VerbRun Bind(CLI::App& command) {
 const Verb kProgram{.Name = "program",
                     .Description = "erase, program and verify the device",
                     .Needed = kDeviceOnPort,
-                    .Bind = Bind};
+                    .Bind = BindProgram};
 
 }  // namespace fenwright::cli

@@ -87,7 +87,7 @@ Outcome Read(Session& session, const ReadOptions& options) {
   return TellDeviceRun(session, run, {{"message", complaint}});
 }
 
-VerbRun Bind(CLI::App& command) {
+VerbRun BindRead(CLI::App& command) {
   const auto options = std::make_shared<ReadOptions>();
   command.add_option("--code", options->Code, "file to save the flash to, Intel HEX")
       ->type_name("OUT.hex");
@@ -102,6 +102,6 @@ VerbRun Bind(CLI::App& command) {
 const Verb kRead{.Name = "read",
                  .Description = "read the device's memories and save them",
                  .Needed = kDeviceOnPort,
-                 .Bind = Bind};
+                 .Bind = BindRead};
 
 }  // namespace fenwright::cli

@@ -21,7 +21,7 @@ void PrintDifferences(Session& session) {
   }
 }
 
-VerbRun Bind(CLI::App& command) {
+VerbRun BindVerify(CLI::App& command) {
   return [files = AddCodeFiles(command)](Session& session) -> Outcome {
     const ExitCode code = LoadCodeFiles(session, *files);
     if (code != ExitCode::Success) return {.Code = code};
@@ -36,6 +36,6 @@ VerbRun Bind(CLI::App& command) {
 const Verb kVerify{.Name = "verify",
                    .Description = "compare the device with files and print the differences",
                    .Needed = kDeviceOnPort,
-                   .Bind = Bind};
+                   .Bind = BindVerify};
 
 }  // namespace fenwright::cli
