@@ -116,7 +116,7 @@ std::string Session::PortNumber() const {
   return settings_.Read(core::kSettingsSection, core::kPortNumberKey).value_or("");
 }
 
-std::string Session::PortName() const { return fmt::format("COM{}", port_->CommPort()); }
+std::string Session::PortName() const { return platform::ComName(port_->CommPort()); }
 
 std::string Session::DevicePath(int com_number) const {
   return platform::DevicePath(settings_, overrides_, com_number);

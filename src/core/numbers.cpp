@@ -7,12 +7,15 @@
 namespace fenwright::core {
 namespace {
 
-/// The whole of a text as a number, without the blanks around it and a plus sign before it.
-template <typename Number>
-std::optional<Number> Parse(std::string_view text) {
+std::string_view WithoutBlanks(std::string_view text) {
   while (text.starts_with(' ')) text.remove_prefix(1);
   while (text.ends_with(' ')) text.remove_suffix(1);
-  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  return text;
+}
+
+/// The whole of a text as a number.
+template <typename Number>
+std::optional<Number> Parse(std::string_view text) {
   Number value = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, problem] = std::from_chars(text.data(), end, value);
@@ -24,12 +27,14 @@ std::optional<Number> Parse(std::string_view text) {
 
 std::optional<double> ParseNumber(std::string_view text) {
   constexpr auto kLargest = static_cast<double>(std::numeric_limits<float>::max());
+  text = WithoutBlanks(text);
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
   const std::optional<double> value = Parse<double>(text);
   return value && std::abs(*value) <= kLargest ? value : std::nullopt;
 }
 
 std::optional<int> ParseWholeNumber(std::string_view text, int first, int last) {
-  const std::optional<int> value = Parse<int>(text);
+  const std::optional<int> value = Parse<int>(WithoutBlanks(text));
   return value && *value >= first && *value <= last ? value : std::nullopt;
 }
 

@@ -88,15 +88,17 @@ void AcceptVersionLine(core::RunContext& context, const std::string& line, doubl
     ReportUnreadableVersion(context, version, error);
     return;
   }
-  const std::string found = "ライターを COM" +
-                            std::to_string(context.Line.ProgrammerPort.CommPort()) +
+  const std::string found = "ライターを " +
+                            platform::ComName(context.Line.ProgrammerPort.CommPort()) +
                             "に検出しました。";
   core::ShowStatus(context, found);
   context.Screen.MessageDialog.SetText(found);
   context.State.FirmwareVersionText = line;
   core::ShowStatus(context, Panel::BoardVersion, line);
-  const std::optional<double> number = core::ParseNumber(line.substr(kModelLength));
-  if (!number) {
+  const std::string version_field = line.substr(kModelLength);
+  const std::optional<double> number = core::ParseNumber(version_field);
+  // Neither a plus sign nor an exponent is part of a version.
+  if (!number || version_field.find_first_of("+eE") != std::string::npos) {
     ReportUnreadableVersion(context, version, error);
     return;
   }

@@ -205,7 +205,7 @@ void mnuFileOpenData_Click(core::RunContext& context) {
 void mnuReLoad_Click(core::RunContext& context) { OpenNamedFiles(context); }
 
 void Cmd_btn_reload_Click(core::RunContext& context) {
-  /// Down again however the command ends.
+  // Down again however the command ends.
   struct InProgress {
     bool& Flag;
     ~InProgress() { Flag = false; }

@@ -49,32 +49,6 @@ constexpr const char* kCloseQuestion =
 
 }  // namespace
 
-/// Disables, for its own lifetime, what would start a command. Closes the window at its end when
-/// that was asked for meanwhile.
-class MainWindow::DisabledControls {
- public:
-  explicit DisabledControls(MainWindow& window)
-      : window_(window), focus_(window.FocusedCommandControl()) {
-    // A focused control that is disabled hands the focus on, and a view that gets it comes forward.
-    if (focus_) focus_->clearFocus();
-    window_.EnableControls(false);
-  }
-  ~DisabledControls() {
-    if (window_.close_pending_) {
-      window_.close();
-      return;
-    }
-    window_.EnableControls(true);
-    if (focus_) focus_->setFocus();
-  }
-  DisabledControls(const DisabledControls&) = delete;
-  DisabledControls& operator=(const DisabledControls&) = delete;
-
- private:
-  MainWindow& window_;
-  const QPointer<QWidget> focus_;
-};
-
 MainWindow::MainWindow(core::AppState& state, platform::TextFiles& files,
                        platform::CodePage& code_page)
     : state_(state),
@@ -111,17 +85,37 @@ void MainWindow::Serve(Runner runner, WindowActions actions) {
 }
 
 core::CommandEnding MainWindow::Run(const ops::Entry& entry) {
-  if (!MayStart()) return core::CommandEnding::Refused;
-  const DisabledControls disabled(*this);
+  if (!runner_ || !MayStart()) return core::CommandEnding::Refused;
+  const QPointer<QWidget> focus = DisableControls();
   const core::CommandEnding ending = runner_(entry);
   ShowFileInfo();
+  EndRun(focus);
   return ending;
 }
 
 void MainWindow::Run(const std::function<void()>& action) {
   if (!action || !MayStart()) return;
-  const DisabledControls disabled(*this);
+  const QPointer<QWidget> focus = DisableControls();
   action();
+  EndRun(focus);
+}
+
+/// Disables what would start a command; gives the control that had the focus, if it is one of them.
+QPointer<QWidget> MainWindow::DisableControls() {
+  QPointer<QWidget> focus = FocusedCommandControl();
+  // A focused control that is disabled hands the focus on, and a view that gets it comes forward.
+  if (focus) focus->clearFocus();
+  EnableControls(false);
+  return focus;
+}
+
+void MainWindow::EndRun(const QPointer<QWidget>& focus) {
+  if (close_pending_) {
+    close();
+    return;
+  }
+  EnableControls(true);
+  if (focus) focus->setFocus();
 }
 
 QWidget* MainWindow::FocusedCommandControl() const {

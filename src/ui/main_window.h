@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include "core/app_state.h"
 #include "ops/command.h"
@@ -113,7 +114,6 @@ class MainWindow : public QMainWindow {
  private:
   using Action = std::function<void()> WindowActions::*;
   using EntryFunction = void (*)(core::RunContext&);
-  class DisabledControls;
   struct MenuDesign;
 
   static const MenuDesign kMenuTree[];
@@ -131,6 +131,8 @@ class MainWindow : public QMainWindow {
   /// The control that has the window's focus and is disabled while a command runs, if any.
   [[nodiscard]] QWidget* FocusedCommandControl() const;
   void EnableControls(bool enable);
+  QPointer<QWidget> DisableControls();
+  void EndRun(const QPointer<QWidget>& focus);
   [[nodiscard]] bool MayStop();
   void AskAndRequestStop();
   void OnCommitData(QSessionManager& manager);

@@ -261,7 +261,7 @@ TEST_ON(DetectionTest, DetectProgrammer, ReportsAnotherBoardInOrder) {
 
 TEST_ON(DetectionTest, DetectProgrammer, TakesAVersionThatIsNoNumberForAnUnreadableOne) {
   for (const std::string number :
-       {"abcd", "6.3x", "6,38", "    ", "6..3", "nan ", "inf ", "-inf"}) {
+       {"abcd", "6.3x", "6,38", "    ", "6..3", "nan ", "inf ", "-inf", "+6.4", "63e1"}) {
     SCOPED_TRACE(number);
     DetectionRun run;
     run.DetectOther("KV-LOD350  V" + number);

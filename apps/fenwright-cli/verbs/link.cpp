@@ -20,27 +20,33 @@ constexpr double kMilliseconds = 1e3;
 constexpr double kLateSeconds = 0.002;
 
 struct VerdictWords {
+  ops::BoardVerdict Verdict;
   const char* Word;
   const char* Sentence;
 };
-
-/// By BoardVerdict.
-constexpr std::array<VerdictWords, 4> kVerdicts{{
-    {"none", "no supported programmer answered"},
-    {"refused", "refused: the firmware is too old, update it to 6.38 or later"},
-    {"advised", "accepted; an update of the firmware to 6.38 or later is advised"},
-    {"accepted", "accepted"},
-}};
-
-/// By DeviceAnswer.
-constexpr std::array kAnswers{"not asked", "refused", "accepted"};
+constexpr auto kVerdicts = std::to_array<VerdictWords>({
+    {ops::BoardVerdict::None, "none", "no supported programmer answered"},
+    {ops::BoardVerdict::Refused, "refused",
+     "refused: the firmware is too old, update it to 6.38 or later"},
+    {ops::BoardVerdict::Advised, "advised",
+     "accepted; an update of the firmware to 6.38 or later is advised"},
+    {ops::BoardVerdict::Accepted, "accepted", "accepted"},
+});
 
 const VerdictWords& Verdict(const core::AppState& state) {
-  return kVerdicts.at(static_cast<std::size_t>(ops::VerdictOf(state)));
+  return *std::ranges::find(kVerdicts, ops::VerdictOf(state), &VerdictWords::Verdict);
 }
 
 const char* Answer(const core::AppState& state) {
-  return kAnswers.at(static_cast<std::size_t>(ops::DeviceAnswerOf(state)));
+  switch (ops::DeviceAnswerOf(state)) {
+    case ops::DeviceAnswer::Refused:
+      return "refused";
+    case ops::DeviceAnswer::Accepted:
+      return "accepted";
+    case ops::DeviceAnswer::NotAsked:
+      break;
+  }
+  return "not asked";
 }
 
 ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending) {

@@ -1,0 +1,36 @@
+#include "core/numbers.h"
+
+#include <gtest/gtest.h>
+
+namespace fenwright::core {
+namespace {
+
+TEST(Numbers, BlanksAroundANumberAreFine) {
+  EXPECT_EQ(ParseNumber(" 6.38 "), 6.38);
+  EXPECT_EQ(ParseWholeNumber("  3 ", 0, 20), 3);
+}
+
+TEST(Numbers, NothingElseMayStandBesideIt) {
+  for (const char* text : {"", " ", "x", "3x", "3 4", "+-3", "0x3", "3,0", "inf", "nan", "1e39"}) {
+    EXPECT_EQ(ParseNumber(text), std::nullopt) << text;
+    EXPECT_EQ(ParseWholeNumber(text, 0, 20), std::nullopt) << text;
+  }
+}
+
+TEST(Numbers, AWholeNumberHasNoFractionNoExponentAndNoPlus) {
+  EXPECT_EQ(ParseNumber("+3.0"), 3);
+  for (const char* text : {"3.0", "3.", "1e1", "+3"}) {
+    EXPECT_EQ(ParseWholeNumber(text, 0, 20), std::nullopt) << text;
+  }
+}
+
+TEST(Numbers, AWholeNumberLiesWithinItsLimits) {
+  EXPECT_EQ(ParseWholeNumber("-1", -1, 12), -1);
+  EXPECT_EQ(ParseWholeNumber("12", -1, 12), 12);
+  EXPECT_EQ(ParseWholeNumber("-2", -1, 12), std::nullopt);
+  EXPECT_EQ(ParseWholeNumber("13", -1, 12), std::nullopt);
+  EXPECT_EQ(ParseWholeNumber("99999999999", -1, 12), std::nullopt);
+}
+
+}  // namespace
+}  // namespace fenwright::core
