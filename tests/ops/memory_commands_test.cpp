@@ -305,6 +305,19 @@ TEST(Read, TheElapsedTimeIsInWholeSecondsAndKeptInPlaceOfTheStart) {
   EXPECT_EQ(run.State.OperationStartTime, 5.0);
 }
 
+TEST(Read, TheElapsedTimeOverMidnightCountsTheDaysSeconds) {
+  BoardRun run(kTiny12, {.Baud = 0});
+  run.Clock.Set(86390.25);
+  bool moved = false;
+  run.Events.OnTurn = [&] {
+    if (!moved && run.Dialog.Loaded) run.Clock.Set(5);
+    moved = moved || run.Dialog.Loaded;
+  };
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
+  EXPECT_TRUE(moved);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "15秒");
+}
+
 TEST(Read, ShowsTheFuseAndLockBitsOfTheChip) {
   BoardRun run(kTiny12, {.Baud = 0});
   run.Chip().SetFuses(0x97, 0xFF);
