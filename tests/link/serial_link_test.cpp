@@ -200,6 +200,37 @@ TEST_ON(LinkTest, WaitForBytes, OnAGoneLineIsNotContentWithTooFewBytes) {
   EXPECT_LT(Clock.Elapsed(), 2 * kOneTurn);
 }
 
+/// A stop that is requested in the third turn of a wait, and stays so.
+struct StopTest : LinkTest {
+  StopTest() {
+    Events.OnTurn = [this] { State.StopRequested = Events.Turns >= 3; };
+  }
+};
+
+TEST_ON(StopTest, RequestedStop, EndsAWaitAQuarterOfASecondLater) {
+  EXPECT_THROW(WaitForBytes(Context, 1, 5), core::CommandEnd);
+  EXPECT_NEAR(Clock.Elapsed(), 0.25, 4 * kOneTurn);
+}
+
+TEST_ON(StopTest, RequestedStop, EndsTheEndlessWaitOverMidnightToo) {
+  Clock.Set(86399.999);
+  EXPECT_THROW(WaitForBytes(Context, 1, 1), core::CommandEnd);
+  EXPECT_NEAR(Clock.Elapsed(), 0.25, 4 * kOneTurn);
+}
+
+TEST_ON(StopTest, RequestedStop, StillTakesTheReplyOfTheRunningExchange) {
+  Port.Expect("'P'", "0D", 0.2);
+  SendText(Context, 'P');
+  EXPECT_TRUE(WaitForBytes(Context, 1, 1));
+  EXPECT_TRUE(State.StopRequested);
+}
+
+TEST_ON(StopTest, RequestedStop, EndsTheWaitOfAnotherPortWithoutEndingTheCommand) {
+  const double start = Clock.SecondsSinceMidnight();
+  EXPECT_FALSE(WaitForBytesOn(Context, Port, 1, start, 5));
+  EXPECT_NEAR(Clock.Elapsed(), 0.25, 4 * kOneTurn);
+}
+
 TEST_ON(LinkTest, WaitForBytes, LeavesFlagAndTextsToItsCaller) {
   EXPECT_FALSE(WaitForBytes(Context, 1, 1));
   EXPECT_EQ(State.LinkError, 0);
@@ -245,6 +276,17 @@ TEST_ON(LinkTest, Pause, EndsAtMidnightAtTheLatest) {
   Pause(Context, 0.1);
   EXPECT_GE(Clock.Elapsed(), 0.05 - 1e-6);
   EXPECT_LE(Clock.Elapsed(), 0.1 + kOneTurn);
+}
+
+TEST_ON(LinkTest, Pause, AnotherPauseWithinItMovesItsStart) {
+  Clock.Set(1000);
+  Events.OnTurn = [this] {
+    if (Events.Turns != 2) return;
+    Pause(Context, 0.3);
+  };
+  Pause(Context, 0.5);
+  EXPECT_NEAR(State.WaitStart, 1000.005, 0.001);
+  EXPECT_NEAR(Clock.Elapsed(), 0.505, 0.002) << "half a second from the second start on";
 }
 
 TEST_ON(LinkTest, Pause, OfNoTimeTakesNoTurn) {
