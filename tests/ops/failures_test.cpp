@@ -92,6 +92,7 @@ TEST(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
   EXPECT_EQ(run.Chip().FlashWord(0), 0x1234);
   EXPECT_THAT(trace, Contains(kMismatch));
   EXPECT_EQ(run.Dialog.Detail, "デバイスには何も書き込んでいません。");
+  EXPECT_EQ(trace.back(), run.Dialog.Detail) << "users send the trace";
 }
 
 TEST(ProgramFailure, AChipOfTheSameSizeWithAnotherNameIsAMismatch) {
