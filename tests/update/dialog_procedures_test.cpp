@@ -185,6 +185,9 @@ TEST_ON(UpdateTest, UpdateDialogUpdate, AnUnsetPortIsToldAndOpeningIsStillTried)
   EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::Ran);
   ASSERT_EQ(DialogBoxes.Boxes.size(), 2U);
   EXPECT_EQ(DialogBoxes.Boxes[0].Text, kSetPort);
+  EXPECT_EQ(Dialog_Update.Detail,
+            "警告：ポート番号が選ばれていないので、COM1 を使います。ライターをつないだ番号を"
+            "選んでください。");
 }
 
 TEST(UpdateDialogGuard, NothingPressedDuringAnUpdateChangesTheWire) {
