@@ -309,6 +309,18 @@ TEST_ON(CheckTest, CheckProgrammerLink, AdvisesAnUpdateBeforeItSelectsTheDeviceA
   EXPECT_TRUE(Port.PortOpen());
 }
 
+TEST_ON(CheckTest, CheckProgrammerLink, RestsForTheAcknowledgementBehindTheAdvice) {
+  ExpectVersion(Port, "KV-LOD350A V6.30");
+  // A refusal that comes at once must not hide behind the acknowledgement of "A".
+  Port.Expect("'A'", "0D", 0.020).Expect("'T' 4C", "3F").Expect("1B");
+  EXPECT_FALSE(Check());
+  EXPECT_EQ(State.StatusText, kSelectRefused);
+  const Journal steps = StepsFrom("message box");
+  ASSERT_GE(steps.size(), 3U);
+  EXPECT_EQ(steps[1], "turn");
+  EXPECT_EQ(steps[2], "panel 1 " + kSelecting);
+}
+
 // Selecting the device.
 
 TEST_ON(CheckTest, CheckProgrammerLink, WhenTheDeviceIsRefusedSendsTheEscapeAndThenClosesThePort) {

@@ -146,6 +146,34 @@ TEST_ON(LinkTest, WaitForBytes, StartedAtMidnightTimesOutAsAtAnyOtherTime) {
   EXPECT_GT(Clock.Elapsed(), 1 - 1e-6);
 }
 
+TEST_ON(LinkTest, WaitForBytes, APauseWithinItTakesOverItsStart) {
+  bool paused = false;
+  Events.OnTurn = [&] {
+    if (paused || Clock.Elapsed() < 0.5) return;
+    paused = true;
+    Pause(Context, 0.1);
+  };
+  EXPECT_FALSE(WaitForBytes(Context, 1, 1));
+  EXPECT_TRUE(paused);
+  EXPECT_NEAR(Clock.Elapsed(), 1.5, 3 * kOneTurn) << "a second from the start of the pause";
+}
+
+TEST_ON(LinkTest, WaitForBytes, WhoseLastTurnOutlastsItLooksAtTheCountOnceMore) {
+  Port.Expect("'s'", "1E 91 03", 20);
+  Events.OnTurn = [this] { Clock.Advance(30); };
+  SendText(Context, 's');
+  EXPECT_TRUE(WaitForBytes(Context, 3, 1));
+  EXPECT_EQ(Events.Turns, 1);
+}
+
+TEST_ON(LinkTest, WaitForBytes, WhoseLastTurnOutlastsItIsNotContentWithTooFewBytes) {
+  Port.Expect("'s'", "1E 91", 20);
+  Events.OnTurn = [this] { Clock.Advance(30); };
+  SendText(Context, 's');
+  EXPECT_FALSE(WaitForBytes(Context, 3, 1));
+  EXPECT_EQ(Events.Turns, 1);
+}
+
 TEST_ON(LinkTest, WaitForBytes, OnAGoneLineEndsAtOnce) {
   Port.ThenHangUp();
   Port.Open();
@@ -262,6 +290,18 @@ TEST_ON(LinkTest, Pause, LastsItsTimeWithWindowEventsRunning) {
   EXPECT_LT(Clock.Elapsed(), 0.1 + 1e-3);
   EXPECT_GE(Events.Turns, 10);
   EXPECT_EQ(State.WaitStart, 7200.5);
+}
+
+TEST_ON(LinkTest, Pause, APauseWithinItTakesOverItsStart) {
+  bool paused = false;
+  Events.OnTurn = [&] {
+    if (paused || Clock.Elapsed() < 0.5) return;
+    paused = true;
+    Pause(Context, 0.1);
+  };
+  Pause(Context, 1);
+  EXPECT_TRUE(paused);
+  EXPECT_NEAR(Clock.Elapsed(), 1.5, 3 * kOneTurn) << "a second from the start of the inner one";
 }
 
 TEST_ON(LinkTest, Pause, IsNotCutShortByBytesThatArrive) {
