@@ -318,17 +318,6 @@ TEST_ON(LinkTest, Pause, EndsAtMidnightAtTheLatest) {
   EXPECT_LE(Clock.Elapsed(), 0.1 + kOneTurn);
 }
 
-TEST_ON(LinkTest, Pause, AnotherPauseWithinItMovesItsStart) {
-  Clock.Set(1000);
-  Events.OnTurn = [this] {
-    if (Events.Turns != 2) return;
-    Pause(Context, 0.3);
-  };
-  Pause(Context, 0.5);
-  EXPECT_NEAR(State.WaitStart, 1000.005, 0.001);
-  EXPECT_NEAR(Clock.Elapsed(), 0.505, 0.002) << "half a second from the second start on";
-}
-
 TEST_ON(LinkTest, Pause, OfNoTimeTakesNoTurn) {
   Pause(Context, 0);
   EXPECT_EQ(Events.Turns, 0);
