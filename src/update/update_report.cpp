@@ -27,6 +27,8 @@ constexpr auto kFaults = std::to_array<FaultRow>({
      "begins in the middle of a word"},
     {ImageFault::DataAfterEnd, "エンドレコードの後にデータがあります",
      "is a data record behind the end record"},
+    {ImageFault::Contradiction, "前のレコードと同じアドレスに違うデータがあります",
+     "gives an address another value than a record before"},
     {ImageFault::NoEndRecord,
      "エンドレコードがありません。ファイルが途中で切れている可能性があります",
      "has no end record; the file may have been cut short"},

@@ -44,6 +44,12 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{":020000021000EC\r\n:020000000102FB\r\n", ImageFault::UnusedAddress, 1},
         Refused{":020001000102FA\r\n:00000001FF\r\n", ImageFault::OddAddress, 1},
         Refused{":00000001FF\r\n:020000000102FB\r\n", ImageFault::DataAfterEnd, 2},
+        Refused{":020000000102FB\r\n:020000000202FA\r\n:00000001FF\r\n", ImageFault::Contradiction,
+                2},
+        Refused{":020000000102FB\r\n:00000001\r\n", ImageFault::BrokenLine, 2},
+        // The first line that has a fault, whichever rule it breaks.
+        Refused{":020001000102FA\r\n:020000000102FC\r\n", ImageFault::OddAddress, 1},
+        Refused{":020000000102FC\r\n:020001000102FA\r\n", ImageFault::WrongChecksum, 1},
         Refused{":020000000102FB\r\n", ImageFault::NoEndRecord, 0},
         Refused{":023E0000AABB5B\r\n:024000000102BB\r\n:00000001FF\r\n", ImageFault::NoWordToSend,
                 0}));
@@ -72,6 +78,13 @@ TEST(UpdateCheck, ExtendedAddressesOfZeroAndStartAddressesAreNoFault) {
   EXPECT_EQ(report.WordsToSend, 1);
 }
 
+TEST(UpdateCheck, WhatIsGivenTwiceAlikeIsNoFault) {
+  const ImageReport report = CheckImage(":020000000102FB\r\n:020000000102FB\r\n:00000001FF\r\n");
+  EXPECT_EQ(report.Fault, ImageFault::None);
+  EXPECT_EQ(report.FaultLine, 0);
+  EXPECT_EQ(report.WordsToSend, 2);
+}
+
 TEST(UpdateCheck, FaultsAreToldInBothLanguages) {
   EXPECT_EQ(DescribeFault({}, core::Language::English), "");
   EXPECT_EQ(
@@ -86,6 +99,11 @@ TEST(UpdateCheck, FaultsAreToldInBothLanguages) {
             "エンドレコードがありません。ファイルが途中で切れている可能性があります");
   EXPECT_EQ(DescribeFault({.Fault = ImageFault::NoWordToSend}, core::Language::English),
             "has no word to send: all its data lies at addresses that are skipped");
+  const ImageReport contradiction{.Fault = ImageFault::Contradiction, .FaultLine = 7};
+  EXPECT_EQ(DescribeFault(contradiction, core::Language::English),
+            "line 7 gives an address another value than a record before");
+  EXPECT_EQ(DescribeFault(contradiction, core::Language::Japanese),
+            "7行目：前のレコードと同じアドレスに違うデータがあります");
 }
 
 }  // namespace
