@@ -12,12 +12,21 @@ struct CodeFiles {
   std::string Code;
   std::string Data;  ///< "" = the one that goes with the code file
   bool NoData = false;
+  bool Force = false;  ///< take images that cannot be meant, with warnings
 };
 
 /// Adds their options to a verb.
 std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command);
 
-/// Loads the files. One that may not be programmed is refused, with its cause printed.
-ExitCode LoadCodeFiles(Session& session, const CodeFiles& files);
+/// What became of loading them.
+struct LoadedFiles {
+  ExitCode Code = ExitCode::Success;
+  /// For --json: what was found in the files, and how much of the device they fill; nothing for
+  /// files that were not even read.
+  nlohmann::json Fields;
+};
+
+/// Loads the files. One that may not be programmed is refused, with its cause and cure printed.
+LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files);
 
 }  // namespace fenwright::cli

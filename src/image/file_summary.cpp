@@ -1,9 +1,9 @@
 #include "image/file_summary.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <string_view>
-
-#include "image/buffers.h"
+#include <vector>
 
 namespace fenwright::image {
 namespace {
@@ -13,40 +13,49 @@ std::string_view NameOf(std::string_view path) {
   return separator == std::string_view::npos ? path : path.substr(separator + 1);
 }
 
-std::string Usage(std::int32_t used, std::int32_t size, std::string_view unit) {
+/// How much of a memory is used, in parts of it only where all of it fits.
+std::string Usage(const ImageShare& share, std::int32_t size, std::string_view unit) {
+  const std::string text =
+      std::to_string(share.Given) + " / " + std::to_string(size) + " " + std::string(unit);
+  if (share.Inside < share.Given) return text;
   constexpr std::int32_t kAll = 100;
-  const std::int32_t percent = size > 0 ? (kAll * used + size - 1) / size : 0;
-  return std::to_string(used) + " / " + std::to_string(size) + " " + std::string(unit) + " (" +
-         std::to_string(percent) + " %)";
+  const std::int32_t percent = size > 0 ? (kAll * share.Given + size - 1) / size : 0;
+  return text + " (" + std::to_string(percent) + " %)";
 }
 
-std::string LineNumber(std::int32_t line) { return std::to_string(line) + "行目"; }
+/// Elements of a buffer, of so many bytes each, that are not blank.
+ImageShare UsedCells(const std::vector<std::uint8_t>& buffer, std::int32_t count,
+                     std::ptrdiff_t bytes) {
+  ImageShare share;
+  auto cell = buffer.begin();
+  for (std::int32_t i = 0; i < count; ++i, cell += bytes) {
+    if (std::count(cell, cell + bytes, core::kBlank) != bytes) ++share.Given;
+  }
+  share.Inside = share.Given;
+  return share;
+}
+
+std::string DoubtLine(std::string_view path, const Finding& finding) {
+  const std::string line = finding.Line == 0 ? "" : std::to_string(finding.Line) + "行目 : ";
+  return "⚠ " + std::string(NameOf(path)) + " : " + line + finding.Cause.Japanese +
+         finding.Cure.Japanese;
+}
+
+std::string NotReadLine(std::string_view path) {
+  return "⚠ " + std::string(NameOf(path)) + " : 読み込めませんでした。";
+}
+
+/// A file with a blank last line is whole, but no other can be opened after it.
+bool IsTold(const Finding& finding) {
+  return finding.Weight == Severity::Refuse || finding.Code == FindingCode::BlankLine;
+}
 
 /// What looks wrong about a file; "" or lines that each start with a line break.
-std::string Doubts(std::string_view path, const HexReadReport& report, std::int32_t memory_bytes) {
-  const std::string start = "\n⚠ " + std::string(NameOf(path)) + " : ";
+std::string Doubts(std::string_view path, const HexReadReport& report) {
+  if (report.End == HexReadEnd::NotOpened) return "\n" + NotReadLine(path);
   std::string text;
-  if (report.End == HexReadEnd::BadLine) {
-    text += start + LineNumber(report.StoppedAtLine) +
-            "が「:」で始まっていないため、そこまでしか読み込んでいません。"
-            "ファイルを直し、プログラムを再起動してください。";
-  }
-  if (report.End == HexReadEnd::OutsideBuffer) {
-    text += start + LineNumber(report.StoppedAtLine) +
-            "のアドレスがバッファの範囲を超えているため、そこまでしか読み込んでいません。";
-  }
-  if (report.End == HexReadEnd::NotOpened) {
-    text += start + "読み込めませんでした。";
-  }
-  if (report.FirstDoubtfulLine != 0) {
-    text += start + LineNumber(report.FirstDoubtfulLine) +
-            "に16進数字(0-9、A-F)でない文字があるか、行が短いため、0として読み込みました。";
-  }
-  if (report.FirstBadChecksumLine != 0) {
-    text += start + LineNumber(report.FirstBadChecksumLine) + "のチェックサムが合いません。";
-  }
-  if (report.HighestAddress >= memory_bytes) {
-    text += start + "デバイスの容量を超えるデータがあります。超えた分は書き込まれません。";
+  for (const Finding& finding : report.Check.Findings) {
+    if (IsTold(finding)) text += "\n" + DoubtLine(path, finding);
   }
   return text;
 }
@@ -57,22 +66,28 @@ std::string DescribeCodeFile(const core::AppState& state, const OpenReport& repo
   // A code file that could not be opened has had its name forgotten.
   const std::string& path = state.CodeFileName;
   if (!report.CodeFileFound || !report.KnownExtension || path.empty()) return "";
-  return std::string(NameOf(path)) + "\n" + Usage(UsedFlashWords(state), state.FlashWords, "word") +
-         Doubts(path, report.Code, 2 * state.FlashWords);
+  return std::string(NameOf(path)) + "\n" +
+         Usage(report.Code.Check.Share, state.FlashWords, "word") + Doubts(path, report.Code);
 }
 
 std::string DescribeDataFile(const core::AppState& state, const OpenReport& report) {
   if (!report.DataFileFound) return "";
   const std::string& path = state.DataFileName;
   return std::string(NameOf(path)) + "\n" +
-         Usage(UsedEepromBytes(state), state.EepromBytes, "byte") +
-         Doubts(path, report.Data, state.EepromBytes);
+         Usage(report.Data.Check.Share, state.EepromBytes, "byte") + Doubts(path, report.Data);
+}
+
+std::string DescribeDoubt(std::string_view path, const HexReadReport& report) {
+  if (report.End == HexReadEnd::NotOpened) return NotReadLine(path);
+  const Finding* const refusal = report.Check.FirstRefusal();
+  return refusal == nullptr ? "" : DoubtLine(path, *refusal);
 }
 
 std::string DescribeReadMemory(const core::AppState& state) {
-  std::string text = "デバイスから読み出した内容\n" +
-                     Usage(UsedFlashWords(state), state.FlashWords, "word") + "\n" +
-                     Usage(UsedEepromBytes(state), state.EepromBytes, "byte");
+  std::string text =
+      "デバイスから読み出した内容\n" +
+      Usage(UsedCells(state.FlashBuffer, state.FlashWords, 2), state.FlashWords, "word") + "\n" +
+      Usage(UsedCells(state.EepromBuffer, state.EepromBytes, 1), state.EepromBytes, "byte");
   if (!state.CodeFileName.empty()) {
     text += "\n上書き保存の先 :\n" + std::string(NameOf(state.CodeFileName));
     if (!state.DataFileName.empty()) text += "\n" + std::string(NameOf(state.DataFileName));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "core/app_state.h"
 #include "image/file_commands.h"
@@ -8,10 +9,14 @@
 namespace fenwright::image {
 
 /// The code file, or the data file, that an open command has loaded, in a few lines for the window:
-/// its name, how much of the memory is used, and what looks wrong about it although it was loaded.
-/// "" when there was none.
+/// its name, how many words or bytes it gives and how many the memory has, and what looks wrong
+/// about it although it was loaded. "" when there was none.
 std::string DescribeCodeFile(const core::AppState& state, const OpenReport& report);
 std::string DescribeDataFile(const core::AppState& state, const OpenReport& report);
+
+/// The first thing that speaks against programming what was read from a file, in one line with its
+/// cure; "" when nothing does.
+std::string DescribeDoubt(std::string_view path, const HexReadReport& report);
 
 /// What the buffers hold after a read of the chip, and the files that a save without a dialog would
 /// write it to.

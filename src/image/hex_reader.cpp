@@ -1,10 +1,10 @@
 #include "image/hex_reader.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <string_view>
 #include <vector>
 
+#include "core/device_selection.h"
 #include "core/hex_record.h"
 #include "core/status.h"
 #include "core/text_lines.h"
@@ -14,7 +14,6 @@ namespace fenwright::image {
 namespace {
 
 constexpr std::int32_t kDataRecord = 0;
-constexpr std::int32_t kEndRecordType = 1;
 
 /// One memory as a reader sees it.
 struct Target {
@@ -23,6 +22,7 @@ struct Target {
   std::int32_t LastIndex;
   bool SwapsBytesOfWords;  ///< a HEX file has the low byte of a word first, the flash buffer last
   std::string_view BadLineText;
+  ImageTarget Checked;  ///< the same memory as the check sees it
 };
 
 /// Character of a line, counted from 0; NUL, which is no digit, beyond its end.
@@ -34,30 +34,14 @@ std::int32_t ByteAt(std::string_view line, std::size_t position, std::int16_t& l
   return HexWord('0', '0', At(line, position), At(line, position + 1), link_error);
 }
 
-/// True when the record ends in its checksum, in the standard form or in the one-character form
-/// that this program itself writes for some records.
-bool ChecksumFits(std::string_view line, std::int32_t count) {
-  const std::size_t length = core::kRecordData + 2 * static_cast<std::size_t>(count);
-  if (line.size() <= length) return false;
-  std::int16_t ignored = 0;
-  const std::string own_form = RecordChecksum(line.substr(0, length), ignored);
-  const std::string_view written = line.substr(length, 2);
-  const std::string_view expected = std::string_view(own_form).substr(length);
-  return written == expected || (expected.size() == 1 && written.size() == 2 && written[0] == '0' &&
-                                 written[1] == expected[0]);
-}
-
 /// Stores one record; false when a byte would lie beyond the buffer.
-bool StoreRecord(std::string_view line, const Target& target, std::int16_t& link_error,
-                 HexReadReport& report) {
+bool StoreRecord(std::string_view line, const Target& target, std::int16_t& link_error) {
   const std::int32_t count = ByteAt(line, core::kRecordCount, link_error);
   const std::int32_t address =
       HexWord(At(line, core::kRecordAddress), At(line, core::kRecordAddress + 1),
               At(line, core::kRecordAddress + 2), At(line, core::kRecordAddress + 3), link_error);
   const std::int32_t type = ByteAt(line, core::kRecordType, link_error);
-  if (type == kEndRecordType) report.EndRecordSeen = true;
   if (type != kDataRecord) return true;
-  ++report.DataRecords;
   for (std::int32_t i = 0; i < count; ++i) {
     const std::int32_t value =
         ByteAt(line, core::kRecordData + 2 * static_cast<std::size_t>(i), link_error);
@@ -65,23 +49,8 @@ bool StoreRecord(std::string_view line, const Target& target, std::int16_t& link
     const std::int32_t index = target.SwapsBytesOfWords ? byte_address ^ 1 : byte_address;
     if (index > target.LastIndex) return false;
     target.Buffer[static_cast<std::size_t>(index)] = static_cast<std::uint8_t>(value);
-    report.HighestAddress = std::max(report.HighestAddress, byte_address);
   }
   return true;
-}
-
-void NoteDoubts(std::string_view line, std::int32_t line_number, std::int16_t line_error,
-                HexReadReport& report) {
-  if (line_error != 0) {
-    if (report.FirstDoubtfulLine == 0) report.FirstDoubtfulLine = line_number;
-    return;
-  }
-  std::int16_t ignored = 0;
-  if (ByteAt(line, core::kRecordType, ignored) != kDataRecord) return;
-  const std::int32_t count = ByteAt(line, core::kRecordCount, ignored);
-  if (report.FirstBadChecksumLine == 0 && !ChecksumFits(line, count)) {
-    report.FirstBadChecksumLine = line_number;
-  }
 }
 
 HexReadReport ReadHexFile(core::RunContext& context, const Target& target) {
@@ -105,6 +74,7 @@ HexReadReport ReadHexFile(core::RunContext& context, const Target& target) {
     report.Reason = opened.Reason;
     return report;
   }
+  report.Check = CheckImage(content, target.Checked);
   std::string_view rest = content;
   for (std::int32_t line_number = 1; !rest.empty(); ++line_number) {
     const std::string_view line = core::TakeLine(rest);
@@ -117,17 +87,18 @@ HexReadReport ReadHexFile(core::RunContext& context, const Target& target) {
       report.StoppedAtLine = line_number;
       return report;
     }
-    std::int16_t line_error = 0;
-    const bool inside = StoreRecord(line, target, line_error, report);
-    if (line_error != 0) state.LinkError = 1;
-    if (!inside) {
+    if (!StoreRecord(line, target, state.LinkError)) {
       report.End = HexReadEnd::OutsideBuffer;
       report.StoppedAtLine = line_number;
       return report;
     }
-    NoteDoubts(line, line_number, line_error, report);
   }
   return report;
+}
+
+std::string_view SelectedChip(const core::RunContext& context) {
+  const core::DeviceEntry* const device = core::SelectedDevice(context);
+  return device == nullptr ? std::string_view() : device->ChipName;
 }
 
 }  // namespace
@@ -137,7 +108,10 @@ HexReadReport ReadCodeHexFile(core::RunContext& context) {
                                .Buffer = context.State.FlashBuffer,
                                .LastIndex = core::kFlashBufferLast,
                                .SwapsBytesOfWords = true,
-                               .BadLineText = "HEX ファイルのオープンエラー"});
+                               .BadLineText = "HEX ファイルのオープンエラー",
+                               .Checked = {.Kind = ImageKind::Code,
+                                           .Bytes = 2 * context.State.FlashWords,
+                                           .Chip = SelectedChip(context)}});
 }
 
 HexReadReport ReadDataHexFile(core::RunContext& context) {
@@ -145,7 +119,10 @@ HexReadReport ReadDataHexFile(core::RunContext& context) {
                                .Buffer = context.State.EepromBuffer,
                                .LastIndex = core::kEepromBufferLast,
                                .SwapsBytesOfWords = false,
-                               .BadLineText = "EEP  ファイルのオープンエラー"});
+                               .BadLineText = "EEP  ファイルのオープンエラー",
+                               .Checked = {.Kind = ImageKind::Data,
+                                           .Bytes = context.State.EepromBytes,
+                                           .Chip = SelectedChip(context)}});
 }
 
 }  // namespace fenwright::image

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "core/run_context.h"
+#include "image/image_check.h"
 
 namespace fenwright::image {
 
@@ -16,17 +17,13 @@ enum class HexReadEnd {
   OutsideBuffer  ///< a record's address lies beyond the buffer
 };
 
-/// What a reader found beside the bytes it stored; line numbers count from 1, 0 = none. The
-/// window's procedure goes on whatever stands here; the command line refuses a doubtful file.
+/// What became of a read. The window's procedure goes on whatever stands here; the command line
+/// refuses a file that `Check` speaks against.
 struct HexReadReport {
   HexReadEnd End = HexReadEnd::Complete;
-  std::int32_t StoppedAtLine = 0;      ///< the line that ended the read, for BadLine, OutsideBuffer
-  std::int32_t FirstDoubtfulLine = 0;  ///< first line with a wrong or missing digit, read as 0
-  std::int32_t FirstBadChecksumLine = 0;  ///< first data record whose checksum does not fit
-  bool EndRecordSeen = false;             ///< there was an end record, wherever
-  std::int32_t DataRecords = 0;           ///< data records stored
-  std::int32_t HighestAddress = -1;       ///< highest byte address stored, -1 = none
-  std::string Reason;                     ///< the system's words, for NotOpened
+  std::int32_t StoppedAtLine = 0;  ///< counted from 1: where BadLine and OutsideBuffer ended it
+  std::string Reason;              ///< the system's words, for NotOpened
+  ImageCheck Check;                ///< of the content that was read, for the selected device
 };
 
 /// Reads `AppState::CodeFileName` into the flash buffer, `AppState::DataFileName` into the EEPROM

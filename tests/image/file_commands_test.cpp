@@ -1,8 +1,8 @@
 #include "image/file_commands.h"
 
 #include "image/dump_files.h"
+#include "image/findings.h"
 #include "ops/command.h"
-#include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
@@ -380,8 +380,8 @@ TEST_F(FileCommands, WrongDigitsAndChecksumsDoNotStopAnOpen) {
   Put(kCodePath, ":020000000c9400\r\n:020002000D9400\r\n");
   const OpenReport report = Load();
   EXPECT_EQ(report.Code.End, HexReadEnd::Complete);
-  EXPECT_EQ(report.Code.FirstDoubtfulLine, 1);
-  EXPECT_EQ(report.Code.FirstBadChecksumLine, 2);
+  EXPECT_EQ(Codes(report.Code.Check),
+            (Texts{"bad-digit@1", "wrong-checksum@2", "no-end-record@0"}));
   EXPECT_EQ(State.StatusText, "ファイルをオープンしました。");
   EXPECT_TRUE(Dialog.Shown.empty());
 }
@@ -433,7 +433,7 @@ TEST_F(FileCommands, TheStepsOfOpeningACodeFileComeInThisOrder) {
   EXPECT_TRUE(report.CodeFileFound);
   EXPECT_TRUE(report.KnownExtension);
   EXPECT_FALSE(report.DataFileFound);
-  EXPECT_EQ(report.Code.DataRecords, 1);
+  EXPECT_EQ(report.Code.Check.Share.Given, 1);
   EXPECT_EQ(TakeJournal(), (Journal{"panel 1 Program : /home/files/prog.hex", kTrace,
                                     "read /home/files/prog.hex", "write /app/avrhex.txt",
                                     "load flash view", "store Settings/OPEN_DIR /home/files"}));
@@ -577,7 +577,7 @@ TEST_F(FileCommands, TheStepsOfOpeningADataFileComeInThisOrder) {
   const OpenReport report = LoadData();
   EXPECT_FALSE(report.CodeFileFound);
   EXPECT_TRUE(report.DataFileFound);
-  EXPECT_EQ(report.Data.DataRecords, 1);
+  EXPECT_EQ(report.Data.Check.Share.Given, 2);
   EXPECT_EQ(TakeJournal(),
             (Journal{"panel 1 EEPROM : /home/files/prog.eep", kTrace, "read /home/files/prog.eep",
                      "write /app/avreep.txt", "load EEPROM view"}));

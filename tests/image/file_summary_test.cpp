@@ -1,5 +1,6 @@
 #include "image/file_summary.h"
 
+#include "image/hex_writer.h"
 #include "support/test_run.h"
 
 namespace fenwright::image {
@@ -71,42 +72,75 @@ TEST_F(FileSummary, IsEmptyForACodeFileWhoseNameWasForgotten) {
 }
 
 TEST_F(FileSummary, RoundsTheShareUpSoThatAUsedMemoryIsNeverZeroPercent) {
-  Put(kCodePath, ":020012001234A6\r\n");
+  Put(kCodePath, HexFile(Bytes(20, 0x12)));
   EXPECT_EQ(OpenBoth(), "prog.hex\n10 / 1024 word (1 %)");
-  Put(kCodePath, ":020014001234A4\r\n");
+  Put(kCodePath, HexFile(Bytes(22, 0x12)));
   EXPECT_EQ(OpenBoth(), "prog.hex\n11 / 1024 word (2 %)");
 }
 
 TEST_F(FileSummary, AFullMemoryIs100Percent) {
-  Put(kCodePath, ":0207FE001234B3\r\n");
+  Put(kCodePath, HexFile(Bytes(2048, 0x12)));
   EXPECT_EQ(OpenBoth(), "prog.hex\n1024 / 1024 word (100 %)");
 }
 
+TEST_F(FileSummary, AFileThatIsTooLargeHasNoPartOfTheMemory) {
+  Put(kCodePath, HexFile(Bytes(8192, 0x12)));
+  Put(kDataPath, HexFile(Bytes(129, 0x12)));
+  const std::string text = OpenBoth();
+  EXPECT_TRUE(text.starts_with("prog.hex\n4096 / 1024 word\n⚠ ")) << text;
+  EXPECT_THAT(text, HasSubstr("\nprog.eep\n129 / 128 byte\n⚠ "));
+}
+
+TEST_F(FileSummary, ADataFileOfOursWithItsBlankUpperHalfIsTheEepromsSize) {
+  Put(kCodePath, kCode);
+  State.DataSaveFileName = kDataPath;
+  std::ranges::fill_n(State.EepromBuffer.begin(), 128, std::uint8_t{0x12});
+  ASSERT_TRUE(WriteDataHexFile(Context));
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n128 / 128 byte (100 %)");
+}
+
 TEST_F(FileSummary, ABlankFileUsesNothing) {
-  Put(kCodePath, ":00000001FF\r\n");
+  Put(kCodePath, HexFile(Bytes(16, 0xFF)));
   EXPECT_EQ(OpenBoth(), "prog.hex\n0 / 1024 word (0 %)");
+  Put(kCodePath, ":00000001FF\r\n");
+  EXPECT_EQ(OpenBoth(),
+            "prog.hex\n0 / 1024 word (0 %)\n⚠ prog.hex : データがありません。"
+            "デバイスを消去するときは、イレースを使ってください。");
 }
 
 TEST_F(FileSummary, WithoutADeviceNothingIsDividedByZero) {
-  Put(kCodePath, ":00000001FF\r\n");
+  Put(kCodePath, kCode);
   State.FlashWords = 0;
   State.EepromBytes = 0;
-  EXPECT_EQ(OpenBoth(), "prog.hex\n0 / 0 word (0 %)");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 0 word (0 %)");
 }
 
 TEST_F(FileSummary, WarnsOfALineThatEndedTheReading) {
-  Put(kCodePath, ":020000000C945E\r\nbad\r\n");
+  Put(kCodePath, ":020000000C945E\r\nbad\r\n:00000001FF\r\n");
   EXPECT_EQ(OpenBoth(),
-            "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 2行目が「:」で始まっていないため、"
+            "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 2行目 : 「:」で始まっていないため、"
             "そこまでしか読み込んでいません。ファイルを直し、プログラムを再起動してください。");
 }
 
-TEST_F(FileSummary, WarnsOfAnAddressBeyondTheBuffer) {
-  Put(kCodePath, ":020000000C945E\r\n:02FFFF000102FD\r\n");
+TEST_F(FileSummary, WarnsOfABlankLastLineSinceNoOtherFileCanBeOpenedAfterIt) {
+  Put(kCodePath, std::string(kCode) + "\r\n");
   EXPECT_EQ(OpenBoth(),
-            "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 2行目のアドレスがバッファの範囲を"
-            "超えているため、そこまでしか読み込んでいません。\n⚠ prog.hex : デバイスの容量を"
-            "超えるデータがあります。超えた分は書き込まれません。");
+            "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 3行目 : 空の行のため、そこで読み込みを"
+            "終わりました。データはすべて読み込んでいます。空の行を削除し、プログラムを"
+            "再起動してください。");
+}
+
+TEST_F(FileSummary, SaysNothingOfWhatChangesNothing) {
+  Put(kCodePath, ":020000000C945E rest\r\n:020000000C945E\r\n:0000000100\r\n");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)");
+}
+
+TEST_F(FileSummary, WarnsOfAnAddressBeyondTheBuffer) {
+  Put(kCodePath, ":020000000C945E\r\n:02FFFF00FFFF02\r\n:00000001FF\r\n");
+  EXPECT_EQ(OpenBoth(),
+            "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 2行目 : アドレス 0x10000 がバッファの"
+            "範囲を超えているため、そこまでしか読み込んでいません。選択したデバイス用のファイルか"
+            "確認してください。");
 }
 
 TEST_F(FileSummary, WarnsOfAFileThatCouldNotBeRead) {
@@ -121,45 +155,49 @@ TEST_F(FileSummary, WarnsOfAFileThatCouldNotBeRead) {
 }
 
 TEST_F(FileSummary, WarnsOfWrongDigits) {
-  Put(kCodePath, ":020000000C945E\r\n:020002000d945B\r\n");
+  Put(kCodePath, ":020000000C945E\r\n:020002000d945B\r\n:00000001FF\r\n");
   EXPECT_EQ(
       OpenBoth(),
-      "prog.hex\n2 / 1024 word (1 %)\n⚠ prog.hex : 2行目に16進数字(0-9、A-F)でない文字があるか、"
-      "行が短いため、0として読み込みました。");
+      "prog.hex\n1 / 1024 word (1 %)\n⚠ prog.hex : 2行目 : 11文字目の d は16進数字(0-9、A-F)"
+      "ではないため、0として読み込みました。大文字の16進数字でファイルを作り直してください。");
 }
 
 TEST_F(FileSummary, WarnsOfAWrongChecksum) {
   Put(kCodePath, kCode);
-  Put(kDataPath, ":0200000012348F\r\n");
+  Put(kDataPath, ":0200000012348F\r\n:00000001FF\r\n");
   EXPECT_EQ(OpenBoth(),
             "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n2 / 128 byte (2 %)\n"
-            "⚠ prog.eep : 1行目のチェックサムが合いません。");
+            "⚠ prog.eep : 1行目 : チェックサムが合いません。8F ですが、正しくは B8 です。"
+            "ファイルが壊れているか、手で書き換えられています。作り直してください。");
 }
 
 TEST_F(FileSummary, WarnsOfCodeBeyondTheChip) {
   Put(kCodePath, ":0108000012E5\r\n");
   const std::string text = OpenBoth();
-  EXPECT_THAT(text, HasSubstr("⚠ prog.hex : デバイスの容量を超えるデータがあります。"
-                              "超えた分は書き込まれません。"));
+  EXPECT_THAT(text, HasSubstr("⚠ prog.hex : 1行目 : アドレス 0x0800 は AT90S2313 の容量(0x07FF "
+                              "まで)を超えています。1 word のうち 1 word は書き込まれません。"));
 }
 
 TEST_F(FileSummary, WarnsOfDataBeyondTheChip) {
   Put(kCodePath, kCode);
   Put(kDataPath, ":01008000126D\r\n:00000001FF\r\n");
   const std::string text = OpenBoth();
-  EXPECT_THAT(text, HasSubstr("⚠ prog.eep : デバイスの容量を超えるデータがあります。"));
+  EXPECT_THAT(text, HasSubstr("⚠ prog.eep : 1行目 : アドレス 0x0080 は AT90S2313 の容量(0x007F "
+                              "まで)を超えています。"));
   EXPECT_THAT(text, Not(HasSubstr("⚠ prog.hex")));
 }
 
 TEST_F(FileSummary, DoesNotWarnOfDataThatJustFits) {
   Put(kCodePath, kCode);
-  Put(kDataPath, ":01007F00126E\r\n");
-  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n128 / 128 byte (100 %)");
+  Put(kDataPath, ":01007F00126E\r\n:00000001FF\r\n");
+  EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n1 / 128 byte (1 %)");
 }
 
 TEST_F(FileSummary, OfAChipThatWasReadNamesTheFilesThatASaveWouldOverwrite) {
   State.FlashBuffer[0] = 0;
   State.EepromBuffer[1] = 0;
+  State.EepromBuffer[127] = 0;
+  State.EepromBuffer[128] = 0;
   const std::string memory = "デバイスから読み出した内容\n1 / 1024 word (1 %)\n2 / 128 byte (2 %)";
   EXPECT_EQ(DescribeReadMemory(State), memory);
   State.CodeFileName = kCodePath;
@@ -171,7 +209,18 @@ TEST_F(FileSummary, OfAChipThatWasReadNamesTheFilesThatASaveWouldOverwrite) {
 TEST_F(FileSummary, GivesEachDoubtALine) {
   Put(kCodePath, ":020000000C9400\r\n:020002000d945B\r\nbad\r\n");
   const std::string text = OpenBoth();
-  EXPECT_EQ(std::ranges::count(text, '\n'), 4) << text;
+  EXPECT_EQ(std::ranges::count(text, '\n'), 5) << text;
+}
+
+TEST_F(FileSummary, TheFirstDoubtThatSpeaksAgainstAFileIsALineOfItsOwn) {
+  HexReadReport report;
+  EXPECT_EQ(DescribeDoubt(kCodePath, report), "");
+  report.Check = CheckImage(":020000000C945E\r\n:020000000C945E\r\n:020002000D9400\r\n", {});
+  EXPECT_EQ(DescribeDoubt(kCodePath, report),
+            "⚠ prog.hex : 3行目 : チェックサムが合いません。00 ですが、正しくは 5B です。"
+            "ファイルが壊れているか、手で書き換えられています。作り直してください。");
+  report.End = HexReadEnd::NotOpened;
+  EXPECT_EQ(DescribeDoubt(kDataPath, report), "⚠ prog.eep : 読み込めませんでした。");
 }
 
 }  // namespace

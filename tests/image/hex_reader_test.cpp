@@ -1,7 +1,7 @@
 #include "image/hex_reader.h"
 
 #include "image/buffers.h"
-#include "support/test_run.h"
+#include "image/findings.h"
 
 namespace fenwright::image {
 namespace {
@@ -83,8 +83,8 @@ TEST_F(HexReader, ARecordMayHold255Bytes) {
   std::string data;
   for (int i = 0; i < 255; ++i) data += "5A";
   const HexReadReport report = ReadCode(Record(0x100, data));
-  EXPECT_EQ(report.FirstBadChecksumLine, 0);
-  EXPECT_EQ(report.HighestAddress, 0x1FE);
+  EXPECT_FALSE(Has(report, FindingCode::WrongChecksum));
+  EXPECT_EQ(report.Check.Share.Given, 128);
   EXPECT_EQ(Flash(0x1FE ^ 1), 0x5A);
   EXPECT_EQ(Flash(0x1FE), 0xFF);
 }
@@ -93,7 +93,7 @@ TEST_F(HexReader, ARecordOfNoBytesStoresNothing) {
   const HexReadReport report = ReadCode(":0000100000\r\n");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_TRUE(FlashIs(0xFF));
-  EXPECT_EQ(report.HighestAddress, -1);
+  EXPECT_EQ(report.Check.Share.Given, 0);
 }
 
 TEST_F(HexReader, TheCodeReaderDoesNotClearTheBuffer) {
@@ -171,7 +171,7 @@ TEST_F(HexReader, AFileThatCannotBeReadIsReportedInTheSystemsWords) {
 TEST_F(HexReader, AnEmptyFileIsReadToItsEnd) {
   const HexReadReport report = ReadCode("");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_EQ(report.DataRecords, 0);
+  EXPECT_TRUE(Has(report, FindingCode::NoData));
   EXPECT_FALSE(State.HexFileLeftOpen);
 }
 
@@ -191,7 +191,6 @@ TEST_F(HexReader, LinesMayEndInCrLf) {
 TEST_F(HexReader, LinesMayEndInLfAlone) {
   const HexReadReport report = ReadCode(":020000000C945E\n:020002000D945B\n");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_EQ(report.DataRecords, 2);
   EXPECT_EQ(Flash(1), 0x0C);
   EXPECT_EQ(Flash(3), 0x0D);
 }
@@ -199,7 +198,7 @@ TEST_F(HexReader, LinesMayEndInLfAlone) {
 TEST_F(HexReader, LinesMayEndInCrAlone) {
   const HexReadReport report = ReadCode(":020000000C945E\r:020002000D945B\r");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_EQ(report.DataRecords, 2);
+  EXPECT_EQ(Flash(1), 0x0C);
   EXPECT_EQ(Flash(3), 0x0D);
 }
 
@@ -218,16 +217,18 @@ TEST_F(HexReader, RecordsAfterTheEndRecordAreLoadedToo) {
 }
 
 TEST_F(HexReader, AnEndRecordIsReportedWhereverItStands) {
-  EXPECT_TRUE(ReadCode(std::string(":020000000C945E\r\n") + kEnd).EndRecordSeen);
-  EXPECT_TRUE(ReadCode(std::string(kEnd) + ":020000000C945E\r\n").EndRecordSeen);
+  for (const HexReadReport& report : {ReadCode(std::string(":020000000C945E\r\n") + kEnd),
+                                      ReadCode(std::string(kEnd) + ":020000000C945E\r\n")}) {
+    EXPECT_FALSE(Has(report, FindingCode::NoEndRecord));
+  }
 }
 
 TEST_F(HexReader, AMissingEndRecordIsReadWithoutNoticeButReported) {
   const HexReadReport report = ReadCode(":020000000C945E\r\n:020000021000EC\r\n");
-  EXPECT_FALSE(report.EndRecordSeen);
+  EXPECT_TRUE(Has(report, FindingCode::NoEndRecord));
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(Flash(1), 0x0C);
-  EXPECT_FALSE(ReadCode("").EndRecordSeen);
+  EXPECT_TRUE(Has(ReadData(""), FindingCode::NoEndRecord));
 }
 
 TEST_F(HexReader, EveryTypeButZeroIsReadPast) {
@@ -236,7 +237,7 @@ TEST_F(HexReader, EveryTypeButZeroIsReadPast) {
     const std::string digits = {kDigits[type / 16], kDigits[type % 16]};
     const HexReadReport report = ReadCode(":020000" + digits + "1234\r\n");
     EXPECT_EQ(report.End, HexReadEnd::Complete) << type;
-    EXPECT_EQ(report.DataRecords, 0) << type;
+    EXPECT_EQ(report.Check.Share.Given, 0) << type;
   }
   EXPECT_TRUE(FlashIs(0xFF));
 }
@@ -265,7 +266,7 @@ TEST_F(HexReader, ABlankLineEndsTheReadAndKeepsTheLinesBeforeIt) {
   const HexReadReport report = ReadCode(":020000000C945E\r\n\r\n:020002000D945B\r\n");
   EXPECT_EQ(report.End, HexReadEnd::BadLine);
   EXPECT_EQ(report.StoppedAtLine, 2);
-  EXPECT_EQ(report.DataRecords, 1);
+  EXPECT_EQ(LineOf(report, FindingCode::NotARecord), 2);
   EXPECT_EQ(Flash(1), 0x0C);
   EXPECT_EQ(Flash(3), 0xFF);
 }
@@ -397,7 +398,7 @@ TEST_F(HexReader, ALowerCaseDigitReadsAsZeroRaisesTheErrorAndTheByteIsStored) {
   EXPECT_EQ(Flash(1), 0x00);
   EXPECT_EQ(Flash(0), 0x94);
   EXPECT_EQ(State.LinkError, 1);
-  EXPECT_EQ(report.FirstDoubtfulLine, 1);
+  EXPECT_EQ(LineOf(report, FindingCode::BadDigit), 1);
 }
 
 TEST_F(HexReader, AMissingDigitReadsAsZeroAndRaisesTheError) {
@@ -405,7 +406,7 @@ TEST_F(HexReader, AMissingDigitReadsAsZeroAndRaisesTheError) {
   EXPECT_EQ(Flash(1), 0x0C);
   EXPECT_EQ(Flash(0), 0x90);
   EXPECT_EQ(State.LinkError, 1);
-  EXPECT_EQ(report.FirstDoubtfulLine, 1);
+  EXPECT_EQ(LineOf(report, FindingCode::ShortRecord), 1);
 }
 
 TEST_F(HexReader, MissingBytesAreStoredAsZeros) {
@@ -472,14 +473,14 @@ TEST_F(HexReader, AWrongDigitInARecordThatIsReadPastRaisesTheErrorToo) {
 TEST_F(HexReader, WrongDigitsBehindTheDataDoNotCount) {
   const HexReadReport report = ReadCode(":020000000C94zz rest\r\n");
   EXPECT_EQ(State.LinkError, 0);
-  EXPECT_EQ(report.FirstDoubtfulLine, 0);
+  EXPECT_FALSE(Has(report, FindingCode::BadDigit));
 }
 
 TEST_F(HexReader, TheFirstDoubtfulLineIsReportedAndReadingGoesOn) {
   const HexReadReport report =
       ReadCode(":020000000C945E\r\n:02000200x0945B\r\n:02000400y094\r\n:020006000E9456\r\n");
   EXPECT_EQ(report.End, HexReadEnd::Complete);
-  EXPECT_EQ(report.FirstDoubtfulLine, 2);
+  EXPECT_EQ(LineOf(report, FindingCode::BadDigit), 2);
   EXPECT_EQ(Flash(7), 0x0E);
 }
 
@@ -497,56 +498,66 @@ TEST_F(HexReader, AWrongChecksumIsReadWithoutNoticeButReported) {
   EXPECT_EQ(Flash(3), 0x0D);
   EXPECT_EQ(State.LinkError, 0);
   EXPECT_EQ(TakeJournal(), (Journal{"read /home/prog.hex"}));
-  EXPECT_EQ(report.FirstBadChecksumLine, 2);
+  EXPECT_EQ(LineOf(report, FindingCode::WrongChecksum), 2);
 }
 
 TEST_F(HexReader, OnlyTheFirstWrongChecksumIsReported) {
-  EXPECT_EQ(ReadCode(":020000000C9400\r\n:020002000D9400\r\n").FirstBadChecksumLine, 1);
+  EXPECT_EQ(LineOf(ReadCode(":020000000C9400\r\n:020002000D9400\r\n"), FindingCode::WrongChecksum),
+            1);
 }
 
 TEST_F(HexReader, AMissingChecksumIsAWrongOne) {
-  EXPECT_EQ(ReadCode(":020000000C94\r\n").FirstBadChecksumLine, 1);
+  EXPECT_EQ(LineOf(ReadCode(":020000000C94\r\n"), FindingCode::WrongChecksum), 1);
 }
 
 TEST_F(HexReader, AFileWithGoodChecksumsHasNothingReported) {
   const HexReadReport report = ReadCode(std::string(":020000000C945E\r\n") + kEnd);
-  EXPECT_EQ(report.FirstBadChecksumLine, 0);
-  EXPECT_EQ(report.FirstDoubtfulLine, 0);
+  EXPECT_TRUE(report.Check.Findings.empty());
   EXPECT_EQ(report.StoppedAtLine, 0);
 }
 
 TEST_F(HexReader, TheChecksumOfOneCharacterIsAccepted) {
   const HexReadReport report = ReadCode(":1000E20000000000000000000000000000000000E\r\n");
-  EXPECT_EQ(report.FirstBadChecksumLine, 0);
-  EXPECT_EQ(report.DataRecords, 1);
+  EXPECT_FALSE(Has(report, FindingCode::WrongChecksum));
+  EXPECT_EQ(report.Check.Share.Given, 8);
 }
 
 TEST_F(HexReader, TheStandardFormOfTheSameChecksumIsAcceptedToo) {
-  EXPECT_EQ(ReadCode(":1000E200000000000000000000000000000000000E\r\n").FirstBadChecksumLine, 0);
+  EXPECT_EQ(LineOf(ReadCode(":1000E200000000000000000000000000000000000E\r\n"),
+                   FindingCode::WrongChecksum),
+            0);
 }
 
 TEST_F(HexReader, AnotherSingleCharacterIsAWrongChecksum) {
-  EXPECT_EQ(ReadCode(":1000E20000000000000000000000000000000000D\r\n").FirstBadChecksumLine, 1);
+  EXPECT_EQ(LineOf(ReadCode(":1000E20000000000000000000000000000000000D\r\n"),
+                   FindingCode::WrongChecksum),
+            1);
 }
 
 TEST_F(HexReader, AHalfOfATwoCharacterChecksumIsAWrongOne) {
-  EXPECT_EQ(ReadCode(":020000000C945\r\n").FirstBadChecksumLine, 1);
+  EXPECT_EQ(LineOf(ReadCode(":020000000C945\r\n"), FindingCode::WrongChecksum), 1);
 }
 
 TEST_F(HexReader, TheChecksumReportIsAboutDataRecordsOnly) {
-  EXPECT_EQ(ReadCode(":020000000C945E\r\n:0000000100\r\n").FirstBadChecksumLine, 0);
+  EXPECT_EQ(LineOf(ReadCode(":020000000C945E\r\n:0000000100\r\n"), FindingCode::WrongChecksum), 0);
 }
 
 // What the report counts.
 
-TEST_F(HexReader, TheReportCountsDataRecordsAndTheHighestByteAddress) {
+TEST_F(HexReader, TheReportCountsTheWordsThatTheFileGives) {
   const HexReadReport report = ReadCode(Record(0x20, "0102") + Record(0, "0304") + kEnd);
-  EXPECT_EQ(report.DataRecords, 2);
-  EXPECT_EQ(report.HighestAddress, 0x21);
+  EXPECT_EQ(report.Check.Share.Given, 2);
+  EXPECT_EQ(report.Check.Share.Inside, 2);
 }
 
-TEST_F(HexReader, TheHighestAddressIsTheFilesNotTheSwappedIndex) {
-  EXPECT_EQ(ReadCode(Record(0x10, "AB")).HighestAddress, 0x10);
+TEST_F(HexReader, TheReportIsAboutTheSelectedDevice) {
+  const std::string file = Record(0x400, "0102") + kEnd;
+  EXPECT_TRUE(ReadCode(file).Check.Findings.empty());
+  Start("ATtiny12L");
+  State.CodeFileName = kCodePath;
+  const HexReadReport report = ReadCode(file);
+  EXPECT_EQ(Codes(report.Check), Texts{"data-beyond-chip@1"});
+  EXPECT_THAT(report.Check.Findings[0].Cause.English, HasSubstr("ATtiny12"));
 }
 
 }  // namespace

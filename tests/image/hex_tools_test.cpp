@@ -2,10 +2,9 @@
 
 #include "core/device_catalogue.h"
 #include "image/buffers.h"
-#include "image/hex_reader.h"
+#include "image/findings.h"
 #include "image/hex_writer.h"
 #include "support/process.h"
-#include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
@@ -43,8 +42,7 @@ struct HexTools : Test, ScriptedRun {
   void ExpectReads(const std::string& path, const std::string& image) {
     const HexReadReport report = ReadCodeFrom(path);
     EXPECT_EQ(report.End, HexReadEnd::Complete);
-    EXPECT_EQ(report.FirstDoubtfulLine, 0);
-    EXPECT_EQ(report.FirstBadChecksumLine, 0);
+    EXPECT_EQ(Codes(report.Check), Texts{});
     EXPECT_TRUE(Flash(image.size()) == image);
     EXPECT_EQ(State.FlashBuffer[(image.size() + 1) | 1U], 0xFF);
   }
@@ -101,7 +99,7 @@ TEST_F(HexTools, ADataFileOfSrecCatIsReadInEveryRecordLengthAndLineEnd) {
       ClearEepromBuffer(State);
       const HexReadReport report = ReadDataHexFile(Context);
       EXPECT_EQ(report.End, HexReadEnd::Complete);
-      EXPECT_EQ(report.FirstBadChecksumLine, 0);
+      EXPECT_EQ(Codes(report.Check), Texts{});
       EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), State.EepromBuffer.begin()));
       EXPECT_EQ(State.EepromBuffer[512], 0xFF);
     }

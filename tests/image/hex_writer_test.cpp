@@ -4,8 +4,7 @@
 
 #include "core/device_catalogue.h"
 #include "image/buffers.h"
-#include "image/hex_reader.h"
-#include "support/test_run.h"
+#include "image/findings.h"
 
 namespace fenwright::image {
 namespace {
@@ -219,10 +218,11 @@ TEST_F(HexWriter, OnEveryDeviceTheReaderRestoresWhatTheWriterWrote) {
     State.DataFileName = kDataPath;
     const HexReadReport code = ReadCodeHexFile(Context);
     const HexReadReport data = ReadDataHexFile(Context);
+    EXPECT_EQ(Codes(code.Check), Texts{});
     for (const HexReadReport& report : {code, data}) {
       EXPECT_EQ(report.End, HexReadEnd::Complete);
-      EXPECT_EQ(report.FirstBadChecksumLine, 0);
-      EXPECT_EQ(report.FirstDoubtfulLine, 0);
+      EXPECT_FALSE(Has(report, FindingCode::WrongChecksum));
+      EXPECT_FALSE(Has(report, FindingCode::BadDigit));
     }
     EXPECT_EQ(State.FlashBuffer, flash);
     EXPECT_EQ(State.EepromBuffer, eeprom);

@@ -316,28 +316,120 @@ TEST_F(Cli, AMissingFileAndAFolderInItsPlaceAreRefused) {
   }
 }
 
-TEST_F(Cli, AFileWithoutDataIsRefusedAndOneCutShortWarnedOf) {
+TEST_F(Cli, AFileWithoutDataIsRefusedAndSoIsOneCutShort) {
   Put("empty.hex", "");
   Put("end.hex", ":00000001FF\r\n");
   Put("cut.hex", ":020000000C945E\r\n");
   for (const char* line : {"--json program empty.hex", "--json program end.hex"}) {
     const CliResult result = Simulate(line);
-    EXPECT_THAT(result, Ends(4)) << line;
+    EXPECT_THAT(result, AllOf(Ends(4), Warns("cure: to blank a device, erase it"))) << line;
     EXPECT_EQ(result.Json()["exit_code"], 4);
   }
-  EXPECT_THAT(Simulate("--json program cut.hex"), AllOf(Ends(0), Warns("has no end record")));
+  EXPECT_THAT(Simulate("--json program cut.hex"),
+              AllOf(Ends(4), Warns("error: cut.hex: has no end record (:00000001FF)")));
 }
 
-TEST_F(Cli, AWrongChecksumAndDataBeyondTheChipAreWarnedOf) {
+TEST_F(Cli, AWrongChecksumAndDataBeyondTheChipAreRefusedOrWarnedOf) {
   Bytes image(1040, 0xFF);
   image[0] = 0x11;
   image[1039] = 0x22;
   std::string text = HexFile(image);
   text.replace(text.find("\r\n") - 2, 2, "00");
   Put("code.hex", text);
+  const std::string checksum = "code.hex:1: wrong checksum: it is 00, the record adds up to EE\n";
+  const std::string beyond =
+      "code.hex:65: address 0x040F lies beyond the memory of ATtiny12L, which ends at 0x03FF: 1 of "
+      "the file's 2 words are not programmed\n";
   EXPECT_THAT(Simulate("program code.hex"),
-              AllOf(Ends(0), Warns("warning: code.hex: line 1 has a wrong checksum"),
-                    Warns("data up to address 0x040F lies beyond the device's 1024")));
+              AllOf(Ends(4), Warns("error: " + checksum), Warns("error: " + beyond),
+                    Warns("nothing was sent to the programmer; --force-image takes")));
+  EXPECT_THAT(Simulate("program --force-image code.hex"),
+              AllOf(Ends(0), Warns("warning: " + checksum), Warns("warning: " + beyond),
+                    Warns(Not(HasSubstr("error:"))), Prints("ok: programmed and verified")));
+}
+
+TEST_F(Cli, AnImageThatCannotBeMeantIsRefusedByEveryVerbBeforeAnythingIsSent) {
+  BoardProgram board("AT90S2313");
+  // As avr-objcopy writes a program with a variable in the EEPROM.
+  Put("eemem.hex",
+      ":0400000012C018C00E\r\n:02000004008179\r\n:0400000000E1F5054D\r\n:00000001FF\r\n");
+  const std::string cause =
+      "eemem.hex:2: the extended address 0x00810000 is not followed: the data from line 3 on are "
+      "taken for address 0x0000 onwards\n";
+  for (const std::string verb : {"program", "verify", "dump"}) {
+    EXPECT_THAT(On(board, verb + " eemem.hex"),
+                AllOf(Ends(4), Warns("error: " + cause), Warns("cure: "), Warns("-R .eeprom"),
+                      Warns("--change-section-lma .eeprom=0")))
+        << verb;
+  }
+  EXPECT_TRUE(board.Wire().empty());
+  EXPECT_THAT(On(board, "program --force-image eemem.hex"),
+              AllOf(Ends(0), Warns("warning: " + cause)));
+  EXPECT_EQ(board.Dump().substr(0, 4), std::string("\0\xE1\xF5\x05", 4));
+  EXPECT_THAT(On(board, "verify --force-image eemem.hex"), Ends(0));
+  EXPECT_THAT(On(board, "dump --force-image eemem.hex"), AllOf(Ends(0), Prints("E100 05F5")));
+}
+
+TEST_F(Cli, TheDataFileIsCheckedToo) {
+  BoardProgram board("ATtiny12L");
+  PutCode({1, 2});
+  PutCode(FullImage(65, 1), "code.eep");
+  EXPECT_THAT(On(board, "program code.hex"),
+              AllOf(Ends(4), Warns("error: code.eep:5: address 0x0040 lies beyond")));
+  EXPECT_THAT(On(board, "program --no-data code.hex"), Ends(0));
+  // Twice the EEPROM, its upper half blank, as saved by this program.
+  Bytes doubled = FullImage(64, 2);
+  doubled.resize(128, 0xFF);
+  PutCode(doubled, "code.eep");
+  EXPECT_THAT(On(board, "program code.hex"), AllOf(Ends(0), Warns(IsEmpty())));
+}
+
+TEST_F(Cli, AForcedFileThatEndsEarlyKeepsNoDataFileBackInSilence) {
+  BoardProgram board("ATtiny12L");
+  PutCode({0x77}, "code.eep");
+  const std::string cause = "code.eep: is not read after a code file that ends at code.hex:2; ";
+  for (const std::string line : {"hello", "", ":02FFFF000102FD"}) {
+    Put("code.hex", ":020000000C945E\r\n" + line + "\r\n:00000001FF\r\n");
+    EXPECT_THAT(On(board, "program code.hex"), Ends(4)) << line;
+    EXPECT_THAT(On(board, "program --force-image code.hex"),
+                AllOf(Ends(4), Warns("error: " + cause)));
+    EXPECT_EQ(board.Wire().size(), 0U);
+  }
+  // A blank last line does no harm to the code.
+  Put("code.hex", ":020000000C945E\r\n:00000001FF\r\n\r\n");
+  EXPECT_THAT(On(board, "program code.hex"), AllOf(Ends(4), Warns("that ends at code.hex:3; ")));
+  EXPECT_THAT(On(board, "program --no-data code.hex"),
+              AllOf(Ends(0), Warns("note: code.hex:3: the line is blank")));
+  Put("code.hex", ":020000000C945E\r\nhello\r\n");
+  EXPECT_THAT(On(board, "program --force-image --no-data code.hex"), Ends(0));
+  EXPECT_EQ(board.Dump().substr(0, 2), "\x0C\x94");
+}
+
+TEST_F(Cli, JsonListsWhatWasFoundInTheFiles) {
+  Put("code.hex", HexFile(FullImage(8192, 4)));
+  const CliResult refused = Simulate("--json program code.hex");
+  EXPECT_THAT(refused, Ends(4));
+  json told = refused.Json();
+  EXPECT_EQ(told["result"], "file error");
+  EXPECT_EQ(told["exit_code"], 4);
+  EXPECT_EQ(told["code_words"], 4096);
+  EXPECT_EQ(told["code_words_inside"], 512);
+  ASSERT_EQ(told["findings"].size(), 1U);
+  const json finding = told["findings"][0];
+  EXPECT_EQ(finding["file"], "code.hex");
+  EXPECT_EQ(finding["line"], 65);
+  EXPECT_EQ(finding["column"], 10);
+  EXPECT_EQ(finding["code"], "data-beyond-chip");
+  EXPECT_EQ(finding["severity"], "refuse");
+  EXPECT_THAT(finding["text"].get<std::string>(), StartsWith("address 0x0400 lies beyond"));
+  EXPECT_THAT(finding["cure"].get<std::string>(), StartsWith("check the selected device"));
+  EXPECT_THAT(told["message"].get<std::string>(), StartsWith("error: code.hex:65: address 0x0400"));
+
+  told = Simulate("--json program --force-image code.hex").Json();
+  EXPECT_EQ(told["result"], "ok");
+  EXPECT_EQ(told["findings"].size(), 1U);
+  PutCode({1, 2});
+  EXPECT_EQ(Simulate("--json program code.hex").Json()["findings"], json::array());
 }
 
 TEST_F(Cli, AnUnwritableFolderIsRefusedBeforeAnythingIsSent) {

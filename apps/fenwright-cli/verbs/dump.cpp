@@ -9,19 +9,21 @@ namespace {
 /// UTF-8.
 VerbRun BindDump(CLI::App& command) {
   return [files = AddCodeFiles(command)](Session& session) -> Outcome {
-    const ExitCode code = LoadCodeFiles(session, *files);
-    if (code != ExitCode::Success) return {.Code = code};
+    const LoadedFiles loaded = LoadCodeFiles(session, *files);
+    if (loaded.Code != ExitCode::Success) return {.Code = loaded.Code, .Json = loaded.Fields};
     const platform::CodePage& code_page = session.Context().Storage.CodePage;
     const core::AppState& state = session.State();
     const std::string flash = code_page.ToUtf8(image::FlashDump(state));
     const bool has_data = session.Context().Storage.Files.Exists(state.DataFileName);
     const std::string eeprom = has_data ? code_page.ToUtf8(image::EepromDump(state)) : "";
+    nlohmann::json fields = loaded.Fields;
+    fields.update({{"device", session.Device()},
+                   {"code_file", state.CodeFileName},
+                   {"data_file", has_data ? state.DataFileName : ""},
+                   {"dump", flash},
+                   {"eeprom_dump", eeprom}});
     return {.Code = session.Out().PrintResult(has_data ? flash + "\r\n" + eeprom : flash),
-            .Json = {{"device", session.Device()},
-                     {"code_file", state.CodeFileName},
-                     {"data_file", has_data ? state.DataFileName : ""},
-                     {"dump", flash},
-                     {"eeprom_dump", eeprom}}};
+            .Json = fields};
   };
 }
 

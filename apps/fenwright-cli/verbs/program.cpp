@@ -8,9 +8,9 @@ namespace {
 
 VerbRun BindProgram(CLI::App& command) {
   return [files = AddCodeFiles(command)](Session& session) -> Outcome {
-    const ExitCode code = LoadCodeFiles(session, *files);
-    if (code != ExitCode::Success) return {.Code = code};
-    return TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_program_Click));
+    const LoadedFiles loaded = LoadCodeFiles(session, *files);
+    if (loaded.Code != ExitCode::Success) return {.Code = loaded.Code, .Json = loaded.Fields};
+    return TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_program_Click), loaded.Fields);
   };
 }
 

@@ -23,9 +23,10 @@ void PrintDifferences(Session& session) {
 
 VerbRun BindVerify(CLI::App& command) {
   return [files = AddCodeFiles(command)](Session& session) -> Outcome {
-    const ExitCode code = LoadCodeFiles(session, *files);
-    if (code != ExitCode::Success) return {.Code = code};
-    const Outcome outcome = TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_verify_Click));
+    const LoadedFiles loaded = LoadCodeFiles(session, *files);
+    if (loaded.Code != ExitCode::Success) return {.Code = loaded.Code, .Json = loaded.Fields};
+    const Outcome outcome =
+        TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_verify_Click), loaded.Fields);
     if (session.State().Command.VerifyFinished) PrintDifferences(session);
     return outcome;
   };
