@@ -127,8 +127,10 @@ struct AppState {
   bool CommandRunning = false;  ///< a command is on the stack; no other may start
   bool StopRequested = false;   ///< the program is to end: no further exchange may start
   CommandRecord Command;
-  std::string CodeInfo;  ///< what the window says about the code file in the flash buffer
-  std::string DataInfo;  ///< likewise about the data file in the EEPROM buffer
+  std::string CodeInfo;   ///< what the window says about the code file in the flash buffer
+  std::string DataInfo;   ///< likewise about the data file in the EEPROM buffer
+  std::string CodeDoubt;  ///< what speaks against programming that code file, "" = nothing
+  std::string DataDoubt;  ///< likewise for the data file
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 

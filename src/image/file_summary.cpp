@@ -35,14 +35,15 @@ ImageShare UsedCells(const std::vector<std::uint8_t>& buffer, std::int32_t count
   return share;
 }
 
+std::string DoubtStart(std::string_view path) { return "⚠ " + std::string(NameOf(path)) + " : "; }
+
 std::string DoubtLine(std::string_view path, const Finding& finding) {
   const std::string line = finding.Line == 0 ? "" : std::to_string(finding.Line) + "行目 : ";
-  return "⚠ " + std::string(NameOf(path)) + " : " + line + finding.Cause.Japanese +
-         finding.Cure.Japanese;
+  return DoubtStart(path) + line + finding.Cause.Japanese + finding.Cure.Japanese;
 }
 
 std::string NotReadLine(std::string_view path) {
-  return "⚠ " + std::string(NameOf(path)) + " : 読み込めませんでした。";
+  return DoubtStart(path) + "読み込めませんでした。";
 }
 
 /// A file with a blank last line is whole, but no other can be opened after it.

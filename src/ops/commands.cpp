@@ -63,6 +63,27 @@ void ExplainFailure(core::RunContext& context) {
   core::ShowDetail(context, DescribeChipState(context.State, core::Language::Japanese));
 }
 
+/// A chip can hold just what was loaded, and the file mean something else. Whoever opened it in
+/// spite of the file box's words reads it once more beside the result.
+void RepeatDoubt(core::RunContext& context) {
+  const core::AppState& state = context.State;
+  const std::string& doubt = state.CodeDoubt.empty() ? state.DataDoubt : state.CodeDoubt;
+  screen::MessageDialog& dialog = context.Screen.MessageDialog;
+  if (doubt.empty() || !state.Command.EraseStarted || !dialog.IsLoaded()) return;
+  if (Succeeded(state)) return core::ShowDetail(context, doubt);
+  // The state of the chip has been traced already.
+  dialog.SetDetail(DescribeChipState(state, core::Language::Japanese) + "\r\n" + doubt);
+  core::TraceLog(context).AppendMessage(doubt);
+}
+
+/// A change of chip, or of all of memory by hand, leaves nothing of the files.
+void ForgetFileInfo(core::AppState& state) {
+  state.CodeInfo.clear();
+  state.DataInfo.clear();
+  state.CodeDoubt.clear();
+  state.DataDoubt.clear();
+}
+
 /// What a read has brought is no file's any more, however the command ends. A save without a dialog
 /// still goes to the files that were opened last, so those are named.
 class ReadMemoryNote {
@@ -70,8 +91,8 @@ class ReadMemoryNote {
   explicit ReadMemoryNote(core::AppState& state) : state_(state) {}
   ~ReadMemoryNote() {
     if (state_.Command.FlashWordsRead == 0) return;
+    ForgetFileInfo(state_);
     state_.CodeInfo = image::DescribeReadMemory(state_);
-    state_.DataInfo.clear();
   }
   ReadMemoryNote(const ReadMemoryNote&) = delete;
   ReadMemoryNote& operator=(const ReadMemoryNote&) = delete;
@@ -80,10 +101,16 @@ class ReadMemoryNote {
   core::AppState& state_;
 };
 
-/// A change of chip, or of all of memory by hand, leaves nothing of the files.
-void ForgetFileInfo(core::AppState& state) {
-  state.CodeInfo.clear();
-  state.DataInfo.clear();
+/// The name of a file that could not be read may be forgotten already; a part of it can be in the
+/// buffer all the same.
+void NoteCodeFile(core::AppState& state, const std::string& path, const image::OpenReport& report) {
+  state.CodeInfo = image::DescribeCodeFile(state, report);
+  state.CodeDoubt = image::DescribeDoubt(path, report.Code);
+}
+
+void NoteDataFile(core::AppState& state, const image::OpenReport& report) {
+  state.DataInfo = image::DescribeDataFile(state, report);
+  state.DataDoubt = image::DescribeDoubt(state.DataFileName, report.Data);
 }
 
 struct FileNames {
@@ -114,8 +141,8 @@ image::OpenReport OpenNamedFiles(core::RunContext& context, const FileNames& bef
   image::OpenReport report = image::LoadCodeAndDataFile(context);
   if (WasRefused(report)) TakeBackNames(state, before);
   if (!named || WasRefused(report)) return report;
-  state.CodeInfo = image::DescribeCodeFile(state, report);
-  if (report.DataFileReached) state.DataInfo = image::DescribeDataFile(state, report);
+  NoteCodeFile(state, state.CodeFileName, report);
+  if (report.DataFileReached) NoteDataFile(state, report);
   return report;
 }
 
@@ -133,6 +160,7 @@ void Cmd_btn_program_Click(core::RunContext& context) {
     ShowElapsedTime(context);
   }
   ExplainFailure(context);
+  RepeatDoubt(context);
 }
 
 void Cmd_btn_read_Click(core::RunContext& context) {
@@ -215,17 +243,15 @@ void mnuFileOpenCode_Click(core::RunContext& context) {
   core::AppState& state = context.State;
   const FileNames before = NamesIn(state);
   if (!image::ChooseCodeFile(context)) return;
+  const std::string path = state.CodeFileName;
   const image::OpenReport report = image::LoadCodeFile(context);
   if (WasRefused(report)) TakeBackNames(state, before);
-  if (!report.KnownExtension) return;
-  // A file that could not be read is forgotten.
-  state.CodeInfo = state.CodeFileName.empty() ? "" : image::DescribeCodeFile(state, report);
 }
 
 void mnuFileOpenData_Click(core::RunContext& context) {
   if (!image::ChooseDataFile(context)) return;
   const image::OpenReport report = image::LoadDataFile(context);
-  context.State.DataInfo = image::DescribeDataFile(context.State, report);
+  NoteDataFile(context.State, report);
 }
 
 void mnuReLoad_Click(core::RunContext& context) { OpenNamedFiles(context, NamesIn(context.State)); }

@@ -229,6 +229,21 @@ TEST(WindowRun, OpeningOneFileKeepsWhatIsKnownAboutTheOther) {
   EXPECT_NE(FileInfo(bench).find("other.hex"), std::string::npos);
 }
 
+TEST(WindowRun, AFileThatIsTooLargeIsToldInTheFileBoxAndBesideTheResult) {
+  WindowBench bench;
+  bench.Files.Files["/files/boot.hex"] = HexFile(Bytes(8192, 0x12));
+  bench.Start();
+  bench.Dialogs.Choice = "/files/boot.hex";
+  Press(bench, "Cmd_btn_open");
+  const std::string doubt =
+      "⚠ boot.hex : 65行目 : アドレス 0x0400 は ATtiny12L の容量(0x03FF まで)を超えています。";
+  EXPECT_EQ(FileInfo(bench).find("boot.hex\n4096 / 512 word\n" + doubt), 0U) << FileInfo(bench);
+  Press(bench, "Cmd_btn_program");
+  const std::string detail =
+      Find<QLabel>(bench.Run.MessageDialog(), "lblDetail")->text().toStdString();
+  EXPECT_EQ(detail.find(doubt), 0U) << detail;
+}
+
 TEST(WindowRun, WithoutAFileTheFileBoxSaysSo) {
   const std::string nothing = "ファイルは開かれていません。";
   WindowBench bench;
@@ -255,7 +270,7 @@ TEST(WindowRun, ACodeFileThatEndsAnOpenLeavesWhatIsKnownAboutTheDataFile) {
   bench.Dialogs.Choice = "/files/far.hex";
   Press(bench, "Cmd_btn_open");
   EXPECT_NE(FileInfo(bench).find("prog.eep\n2 / 64 byte"), std::string::npos) << FileInfo(bench);
-  EXPECT_NE(FileInfo(bench).find("⚠ far.hex : 1行目のアドレスがバッファの範囲を超えている"),
+  EXPECT_NE(FileInfo(bench).find("⚠ far.hex : 1行目 : アドレス 0x10000 がバッファの範囲を超えている"),
             std::string::npos)
       << FileInfo(bench);
 }
