@@ -270,8 +270,9 @@ TEST(WindowRun, ACodeFileThatEndsAnOpenLeavesWhatIsKnownAboutTheDataFile) {
   bench.Dialogs.Choice = "/files/far.hex";
   Press(bench, "Cmd_btn_open");
   EXPECT_NE(FileInfo(bench).find("prog.eep\n2 / 64 byte"), std::string::npos) << FileInfo(bench);
-  EXPECT_NE(FileInfo(bench).find("⚠ far.hex : 1行目 : アドレス 0x10000 がバッファの範囲を超えている"),
-            std::string::npos)
+  EXPECT_NE(
+      FileInfo(bench).find("⚠ far.hex : 1行目 : アドレス 0x10000 がバッファの範囲を超えている"),
+      std::string::npos)
       << FileInfo(bench);
 }
 
