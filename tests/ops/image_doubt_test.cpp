@@ -129,6 +129,16 @@ TEST_F(ImageDoubt, GoesWithTheFile) {
   }
 }
 
+TEST_F(ImageDoubt, OfTheDataFileGoesWithItToo) {
+  for (const ops::Entry& command : std::vector<ops::Entry>{
+           ops::mnuPC_buffer_clear_Click, ops::Cmd_btn_read_Click, ops::Combo_device_Click}) {
+    Run.Open(std::string(kWords) + ":00000001FF\r\n", ":0100400011AE\r\n:00000001FF\r\n");
+    ASSERT_THAT(Run.Program(), HasSubstr("prog.eep"));
+    Run.Do(command);
+    EXPECT_EQ(Run.Program(), "");
+  }
+}
+
 TEST_F(ImageDoubt, AVerifyHasNone) {
   Run.Open(kTooLarge);
   Run.Program();
