@@ -246,6 +246,7 @@ void mnuFileOpenCode_Click(core::RunContext& context) {
   const std::string path = state.CodeFileName;
   const image::OpenReport report = image::LoadCodeFile(context);
   if (WasRefused(report)) TakeBackNames(state, before);
+  if (report.KnownExtension) NoteCodeFile(state, path, report);
 }
 
 void mnuFileOpenData_Click(core::RunContext& context) {

@@ -442,10 +442,10 @@ TEST_F(HexReader, AWrongDigitInAnyFieldOfARecordRaisesTheErrorByItself) {
     const std::int16_t raised = digit < kChecksum ? 1 : 0;
     SCOPED_TRACE(line);
     State.LinkError = 0;
-    EXPECT_EQ(ReadCode(line + "\r\n").FirstDoubtfulLine, raised);
+    EXPECT_EQ(LineOf(ReadCode(line + "\r\n"), FindingCode::BadDigit), raised);
     EXPECT_EQ(State.LinkError, raised);
     State.LinkError = 0;
-    EXPECT_EQ(ReadData(line + "\r\n").FirstDoubtfulLine, raised);
+    EXPECT_EQ(LineOf(ReadData(line + "\r\n"), FindingCode::BadDigit), raised);
     EXPECT_EQ(State.LinkError, raised);
   }
 }
