@@ -155,6 +155,7 @@ UpdateOutcome FailByTimeOut(UpdateContext& context, const UpdateWord& word) {
 /// No message box, and the bar stays as it is.
 UpdateOutcome FailByMismatch(UpdateContext& context) {
   context.State.Now = Activity::Busy;
+  context.State.WrongAcknowledgement = true;
   context.Form.SetDetail(DescribeBoardState(context.State, core::Language::Japanese));
   context.Form.SetInstructionsBackground(kRed);
   // "確立" is deliberate.
@@ -261,6 +262,7 @@ VersionOutcome ReadVersion(UpdateContext& context) {
 
 UpdateOutcome RunFirmwareUpdate(UpdateContext& context, const std::string& path) {
   context.State.WordsSent = 0;
+  context.State.WrongAcknowledgement = false;
   if (StopRequested(context)) return Stop(context);
   context.State.Now = Activity::Updating;
   const double start = context.Run.Line.Clock.SecondsSinceMidnight();
