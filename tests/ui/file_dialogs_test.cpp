@@ -162,7 +162,11 @@ TEST(FileDialogs, AnInitialNameOfASaveDialogIsTheOneSaved) {
   screen::FileDialogRequest request = kSaveRequest;
   request.StartFolder = folder.Path();
   request.FileName = "old.hex";
-  OnDialog([](QFileDialog& dialog) { static_cast<QDialog&>(dialog).accept(); });
+  OnDialog([](QFileDialog& dialog) {
+    static_cast<QDialog&>(dialog).accept();
+    EXPECT_FALSE(dialog.isVisible());
+    if (dialog.isVisible()) dialog.reject();
+  });
   EXPECT_EQ(QtFileDialogs(nullptr).Save(request), folder.File("old.hex"));
 }
 

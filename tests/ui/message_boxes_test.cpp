@@ -132,12 +132,16 @@ TEST(MessageBoxes, AnotherTextIsBrokenWhereItGetsTooWide) {
 }
 
 TEST(MessageBoxes, ALaidOutLineThatTheScreenHasNoRoomForIsBroken) {
-  const std::string path(600, 'x');
+  std::string line;
+  for (int i = 0; i < 200; ++i) line += "長";
   OnBox([](QMessageBox& box) {
     EXPECT_LE(box.width(), box.screen()->availableGeometry().width());
+    const auto* label = Find<QLabel>(box, "qt_msgbox_label");
+    EXPECT_TRUE(box.rect().contains(label->geometry()));
+    EXPECT_GE(label->height(), label->heightForWidth(label->width()));
     box.reject();
   });
-  QtMessageBoxes(nullptr).Show(MessageIcon::Information, "", "ファイル：\r\n" + path);
+  QtMessageBoxes(nullptr).Show(MessageIcon::Information, "", "一行目\r\n" + line);
 }
 
 }  // namespace
