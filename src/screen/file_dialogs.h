@@ -11,8 +11,8 @@ struct FileDialogRequest {
   std::string Filter;
   std::string DefaultExtension;
   std::string StartFolder;  ///< "" lets the dialog choose
-  /// What stands in the name field at first. A pattern such as "*.HEX" is no name: it says what is
-  /// listed, which the first pair of the filter says too.
+  /// What stands in the name field at first, "" for nothing. A pattern such as "*.HEX" is no name:
+  /// accepting it lists what matches, and chooses nothing.
   std::string FileName = {};
 };
 

@@ -7,6 +7,9 @@ namespace fenwright::screen {
 enum class MessageIcon { Information, Critical };
 
 /// Modal message boxes. Each call returns when the user has answered.
+///
+/// A text that brings its own line ends, CR LF, or is padded with ideographic blanks is laid out
+/// already: its lines are shown as they are, as long as the screen has room for them.
 class MessageBoxes {
  public:
   virtual ~MessageBoxes() = default;

@@ -13,9 +13,11 @@ enum class MessageMode {
 
 /// The small dialog in which operations show what they are doing. It never blocks its caller.
 ///
-/// It is loaded by Show() or SetText() and unloaded by Close() or by the user. Progress calls on a
-/// dialog that the user has closed do nothing: it comes back with the next Show() or SetText().
-/// Callers go through core::ShowMessage(), which also traces.
+/// It is loaded by Show(), by SetText() or by its progress, and unloaded by Close() or by the user.
+/// A text or a progress that loads it shows it in its busy mode, whatever mode it had last. Once
+/// the user has closed it, progress does not bring it back: the next Show() or SetText() does, and
+/// until then the progress shows elsewhere. Callers go through core::ShowMessage(), which also
+/// traces.
 class MessageDialog {
  public:
   virtual ~MessageDialog() = default;
@@ -23,7 +25,8 @@ class MessageDialog {
   /// Shows a text with the buttons of a mode. A detail line shown before is cleared.
   virtual void Show(std::string_view text, MessageMode mode) = 0;
 
-  /// Replaces the text; mode and buttons stay.
+  /// Replaces the text; mode and buttons stay, but for those of a notice that an earlier command
+  /// has left on the screen.
   virtual void SetText(std::string_view text) = 0;
 
   /// Shows a second, smaller text below the first: cause, state of the chip and cure.

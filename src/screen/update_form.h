@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,9 +33,10 @@ class UpdateForm {
   virtual void SetVersionText(std::string_view text) = 0;  ///< `Text_FirmwareVersion`
   virtual void SetFileText(std::string_view path) = 0;     ///< `Text_File`
 
-  /// `Label3`: the text, and its background as red + 256 * green + 65536 * blue.
+  /// `Label3`: the text, and its background as red + 256 * green + 65536 * blue; nothing stands for
+  /// the background of the dialog.
   virtual void SetInstructions(std::string_view text) = 0;
-  virtual void SetInstructionsBackground(std::uint32_t colour) = 0;
+  virtual void SetInstructionsBackground(std::optional<std::uint32_t> colour) = 0;
 
   /// Panel 1 of `StatusBar1`.
   virtual void SetStatusText(std::string_view text) = 0;

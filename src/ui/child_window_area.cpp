@@ -1,7 +1,7 @@
 #include "ui/child_window_area.h"
 
-#include <QPlainTextEdit>
 #include <QStyle>
+#include <QTextEdit>
 
 #include "ui/controls.h"
 #include "ui/fonts.h"
@@ -42,7 +42,10 @@ void ChildWindowArea::AddView(View view, ViewWindow* window, const QRect& place)
   window->setGeometry(place);
 }
 
-void ChildWindowArea::Clear(View view) { ViewOf(view)->SetContent({}); }
+void ChildWindowArea::Clear(View view) {
+  ViewOf(view)->SetContent({});
+  if (view == View::Verify) emit ReportChanged(false);
+}
 
 void ChildWindowArea::Load(View view, std::string_view path) {
   std::string bytes;
@@ -50,6 +53,19 @@ void ChildWindowArea::Load(View view, std::string_view path) {
   ViewWindow& window = *ViewOf(view);
   window.SetContent(ToQString(code_page_.ToUtf8(bytes)).replace("\r\n", "\n"));
   if (view != View::Verify) return;
+  ComeBack(window);
+  emit ReportChanged(HasReport());
+}
+
+bool ChildWindowArea::HasReport() const {
+  return !ViewOf(View::Verify)->TextControl()->document()->isEmpty();
+}
+
+void ChildWindowArea::ShowReport() {
+  if (HasReport()) ComeBack(*ViewOf(View::Verify));
+}
+
+void ChildWindowArea::ComeBack(ViewWindow& window) {
   if (window.isMinimized() || window.isHidden()) window.showNormal();
   BringForward(window);
 }

@@ -36,6 +36,10 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   /// Brings the device insertion guide to the front, where it last stood.
   void ShowGuide();
 
+  /// Brings the last verify report of this run to the front, closed or not; does nothing when there
+  /// is none.
+  void ShowReport();
+
   /// Bring a view to the front, at the place where it stands until the user has moved it.
   void OpenFlashView();
   void OpenEepromView();
@@ -48,10 +52,16 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   /// Lines the minimised children up at the lower edge.
   void ArrangeMinimised();
 
+ signals:
+  /// There is a verify report that can be shown, or none any more.
+  void ReportChanged(bool present);
+
  private:
   void AddView(screen::View view, ViewWindow* window, const QRect& place);
   void BringForward(QMdiSubWindow& child);
+  void ComeBack(ViewWindow& window);
   void Open(screen::View view, const QRect& place);
+  [[nodiscard]] bool HasReport() const;
   void Place(const std::function<std::vector<QRect>(const QSize&, int)>& places);
   void MoveTabStop(const QMdiSubWindow* active);
 

@@ -102,6 +102,7 @@ void MainWindow::Run(const std::function<void()>& action) {
 
 /// Disables what would start a command; gives the control that had the focus, if it is one of them.
 QPointer<QWidget> MainWindow::DisableControls() {
+  emit Starting();
   QPointer<QWidget> focus = FocusedCommandControl();
   // A focused control that is disabled hands the focus on, and a view that gets it comes forward.
   if (focus) focus->clearFocus();
@@ -110,6 +111,7 @@ QPointer<QWidget> MainWindow::DisableControls() {
 }
 
 void MainWindow::EndRun(const QPointer<QWidget>& focus) {
+  panels_->HideProgress();
   if (close_pending_) {
     close();
     return;
@@ -259,6 +261,9 @@ void MainWindow::ConnectParts() {
   start(hand_edit_->ReadButton(), &QPushButton::clicked, ops::CmdRead_Click);
   start(hand_edit_->WriteButton(), &QPushButton::clicked, ops::CmdWrite_Click);
   start(panels_, &PanelBar::PortClicked, update::Cmd_btn_comselect_Click);
+  // It starts no command, so it can be used while one runs.
+  connect(panels_, &PanelBar::ReportClicked, children_, &ChildWindowArea::ShowReport);
+  connect(children_, &ChildWindowArea::ReportChanged, panels_, &PanelBar::OfferReport);
   command_controls_.push_back(device_->Selector());
   // As a whole, since which of its controls a device has is not the window's business.
   command_controls_.push_back(fuses_);

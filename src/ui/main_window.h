@@ -102,6 +102,9 @@ class MainWindow : public QMainWindow {
   }
 
  signals:
+  /// A command, or an action of the window's own, is about to run.
+  void Starting();
+
   /// The window is about to close: nothing runs any more.
   void Closing();
 

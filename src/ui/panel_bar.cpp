@@ -1,10 +1,15 @@
 #include "ui/panel_bar.h"
 
+#include <QProgressBar>
+#include <QToolButton>
+
 #include "ui/controls.h"
 #include "ui/elided_label.h"
 
 namespace fenwright::ui {
 namespace {
+
+constexpr int kProgressWidth = 120;
 
 struct PanelDesign {
   const char* Name;
@@ -22,7 +27,7 @@ constexpr std::array<PanelDesign, 5> kPanels{{
 
 }  // namespace
 
-PanelBar::PanelBar() {
+PanelBar::PanelBar() : progress_(new QProgressBar), report_(new QToolButton) {
   Name(this, "sbStatusBar", "ステータスバー");
   // The texts do not decide how wide the window is.
   setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
@@ -42,11 +47,32 @@ PanelBar::PanelBar() {
     addWidget(panel, design.Width > 0 ? 0 : 1);
     panels_.at(index) = panel;
   }
+  Name(progress_, "sbProgress", "処理の進行状況", "実行中の処理の進み具合です。");
+  progress_->setFixedWidth(kProgressWidth);
+  Name(report_, "cmdShowReport", "ベリファイ結果を表示",
+       "最後のベリファイの結果を、もう一度表示します。");
+  report_->setText("結果");
+  connect(report_, &QToolButton::clicked, this, &PanelBar::ReportClicked);
+  for (QWidget* part : {static_cast<QWidget*>(report_), static_cast<QWidget*>(progress_)}) {
+    // The bar of panels is as high as without them.
+    part->setFixedHeight(panels_.front()->sizeHint().height());
+    part->hide();
+    insertWidget(1, part);
+  }
 }
 
 void PanelBar::SetPanelText(screen::Panel panel, std::string_view text) {
   PanelOf(panel)->SetText(ToQString(text));
 }
+
+void PanelBar::ShowProgress(int percent) {
+  progress_->setValue(percent);
+  progress_->show();
+}
+
+void PanelBar::HideProgress() { progress_->hide(); }
+
+void PanelBar::OfferReport(bool present) { report_->setVisible(present); }
 
 ElidedLabel* PanelBar::PanelOf(screen::Panel panel) const {
   return panels_.at(static_cast<std::size_t>(panel) - 1);

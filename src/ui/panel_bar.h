@@ -6,11 +6,15 @@
 
 #include "screen/status_bar.h"
 
+class QProgressBar;
+class QToolButton;
+
 namespace fenwright::ui {
 
 class ElidedLabel;
 
-/// The status bar of the main window with its five panels.
+/// The status bar of the main window with its five panels. Behind the first of them, where the
+/// status is, come a progress bar and the way back to a verify report, while there is any.
 class PanelBar final : public QStatusBar, public screen::StatusBar {
   Q_OBJECT
 
@@ -19,14 +23,26 @@ class PanelBar final : public QStatusBar, public screen::StatusBar {
 
   void SetPanelText(screen::Panel panel, std::string_view text) override;
 
+  /// The progress of an operation whose dialog the user has closed.
+  void ShowProgress(int percent);
+  void HideProgress();
+
+  /// Whether there is a verify report to be shown again.
+  void OfferReport(bool present);
+
   [[nodiscard]] ElidedLabel* PanelOf(screen::Panel panel) const;
 
  signals:
   /// The user has clicked a panel that names a port.
   void PortClicked();
 
+  /// The user wants to see the verify report.
+  void ReportClicked();
+
  private:
   std::array<ElidedLabel*, 5> panels_{};
+  QProgressBar* progress_;
+  QToolButton* report_;
 };
 
 }  // namespace fenwright::ui

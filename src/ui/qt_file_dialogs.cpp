@@ -2,7 +2,10 @@
 
 #include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QFileSystemModel>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QSplitter>
 #include <QTreeView>
 
@@ -32,6 +35,39 @@ QString Patterns(const QString& list) {
   patterns.removeDuplicates();
   return patterns.join(' ');
 }
+
+/// A pattern in the name field lists what matches, as the system's own dialogs do; Qt's would look
+/// for a file of that name.
+class PatternDialog final : public QFileDialog {
+ public:
+  using QFileDialog::QFileDialog;
+
+  /// Shows a name, or a pattern, in the name field, ready to be typed over.
+  void ShowName(const QString& name) {
+    if (name.isEmpty()) return;
+    selectFile(name);
+    if (auto* field = NameField()) field->selectAll();
+  }
+
+  void accept() override {
+    const auto* field = NameField();
+    auto* listed = findChild<QFileSystemModel*>("qt_filesystem_model");
+    if (!field || !listed || !IsPattern(field->text())) {
+      QFileDialog::accept();
+      return;
+    }
+    listed->setNameFilters(Patterns(field->text()).split(' '));
+  }
+
+ private:
+  /// None while the dialog is one of the desktop's.
+  [[nodiscard]] QLineEdit* NameField() const { return findChild<QLineEdit*>("fileNameEdit"); }
+
+  [[nodiscard]] bool IsPattern(const QString& name) const {
+    const bool wild = name.contains('*') || name.contains('?');
+    return wild && !QFileInfo::exists(directory().filePath(name));
+  }
+};
 
 void Prepare(QFileDialog& dialog, const QString& object_name, QFileDialog::AcceptMode mode,
              const screen::FileDialogRequest& request) {
@@ -88,18 +124,20 @@ QString DefaultSuffix(const std::string& default_extension) {
 }
 
 std::optional<std::string> QtFileDialogs::Open(const screen::FileDialogRequest& request) {
-  QFileDialog dialog(parent_);
+  PatternDialog dialog(parent_);
   Prepare(dialog, "dlgOpen", QFileDialog::AcceptOpen, request);
   dialog.setFileMode(QFileDialog::ExistingFile);
   SetLabels(dialog, "開く(&O)");
+  dialog.ShowName(ToQString(request.FileName));
   return Run(dialog);
 }
 
 std::optional<std::string> QtFileDialogs::Save(const screen::FileDialogRequest& request) {
-  QFileDialog dialog(parent_);
+  PatternDialog dialog(parent_);
   Prepare(dialog, "dlgSave", QFileDialog::AcceptSave, request);
   dialog.setFileMode(QFileDialog::AnyFile);
   SetLabels(dialog, "保存(&S)");
+  dialog.ShowName(ToQString(request.FileName));
   // The commands ask: about the names that they write, which may not be the chosen one.
   dialog.setOption(QFileDialog::DontConfirmOverwrite);
   return Run(dialog);

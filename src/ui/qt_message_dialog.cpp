@@ -13,6 +13,7 @@
 #include "ui/controls.h"
 #include "ui/icons.h"
 #include "ui/main_window.h"
+#include "ui/panel_bar.h"
 #include "ui/twips.h"
 #include "ui/wrapped_label.h"
 
@@ -58,6 +59,10 @@ QtMessageDialog::QtMessageDialog(MainWindow& owner, core::AppState& state)
     if (loaded_) move(place_);
   });
   connect(&owner_, &MainWindow::Closing, this, [this] { Close(); });
+  connect(&owner_, &MainWindow::Starting, this, [this] {
+    left_over_ = loaded_;
+    closed_by_user_ = false;
+  });
 }
 
 void QtMessageDialog::Build() {
@@ -118,6 +123,7 @@ QPushButton* QtMessageDialog::BuildButton(const QString& name, const QString& ca
 
 void QtMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
   mode_ = mode;
+  left_over_ = false;
   detail_->SetText({});
   detail_->hide();
   text_->SetText(ToQString(text));
@@ -132,9 +138,8 @@ void QtMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
 }
 
 void QtMessageDialog::SetText(std::string_view text) {
+  if (!loaded_ || left_over_) LoadBusy();
   text_->SetText(ToQString(text));
-  if (!loaded_) ApplyMode();
-  Load();
   FitHeight();
 }
 
@@ -157,8 +162,12 @@ void QtMessageDialog::FocusButton() {
 }
 
 void QtMessageDialog::SetProgressRange(int maximum) {
-  if (!loaded_) return;
+  if (!loaded_ && !closed_by_user_) LoadBusy();
   maximum_ = std::max(maximum, 1);
+  if (loaded_) ApplyRange();
+}
+
+void QtMessageDialog::ApplyRange() {
   shown_pixels_ = -1;
   shown_percent_ = -1;
   progress_->setRange(0, maximum_);
@@ -166,8 +175,12 @@ void QtMessageDialog::SetProgressRange(int maximum) {
 }
 
 void QtMessageDialog::SetProgress(int value) {
-  if (!loaded_) return;
+  if (!loaded_ && !closed_by_user_) LoadBusy();
   const std::int64_t reached = std::clamp(value, 0, maximum_);
+  if (!loaded_) {
+    owner_.Panels().ShowProgress(static_cast<int>(reached * 100 / maximum_));
+    return;
+  }
   const int pixels = static_cast<int>(reached * progress_->width() / maximum_);
   const int percent = static_cast<int>(reached * 100 / maximum_);
   if (pixels == shown_pixels_ && percent == shown_percent_) return;
@@ -177,6 +190,12 @@ void QtMessageDialog::SetProgress(int value) {
 }
 
 void QtMessageDialog::Close() {
+  closed_by_user_ = false;
+  owner_.Panels().HideProgress();
+  Unload();
+}
+
+void QtMessageDialog::Unload() {
   if (!loaded_) return;
   loaded_ = false;
   hide();
@@ -198,14 +217,27 @@ void QtMessageDialog::closeEvent(QCloseEvent* event) {
 void QtMessageDialog::Load() {
   if (loaded_) return;
   loaded_ = true;
-  maximum_ = kDefaultMaximum;
-  SetProgressRange(kDefaultMaximum);
+  // A range that was set while the user had it closed counts.
+  if (!closed_by_user_) maximum_ = kDefaultMaximum;
+  closed_by_user_ = false;
+  owner_.Panels().HideProgress();
+  ApplyRange();
   setFixedSize(kWidth, kMinimumHeight);
   place_ = QPoint(owner_.x() + owner_.width() / 4, owner_.y() + TwipsToPixels(kTopTwips));
   move(place_);
   since_load_.start();
   FitHeight();
   show();
+}
+
+void QtMessageDialog::LoadBusy() {
+  mode_ = screen::MessageMode::Busy;
+  left_over_ = false;
+  text_->SetText({});
+  detail_->SetText({});
+  detail_->hide();
+  ApplyMode();
+  Load();
 }
 
 void QtMessageDialog::ApplyMode() {
@@ -235,7 +267,8 @@ void QtMessageDialog::FitHeight() {
 void QtMessageDialog::EndWith(std::int16_t meaning) {
   if (!loaded_) return;
   state_.CancelRequested = meaning;
-  Close();
+  closed_by_user_ = true;
+  Unload();
 }
 
 }  // namespace fenwright::ui

@@ -20,7 +20,8 @@ class WrappedLabel;
 ///
 /// Its buttons record their meaning in `AppState::CancelRequested` and unload it; closing it by its
 /// title bar or with Escape is the same as CANCEL. Unloading only hides it, so that it never
-/// disappears under an operation that is using it.
+/// disappears under an operation that is using it. Once the user has closed it, the progress shows
+/// in the main window's status bar until the next message.
 class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   Q_OBJECT
 
@@ -48,6 +49,10 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   void Build();
   QPushButton* BuildButton(const QString& name, const QString& caption, std::int16_t meaning);
   void Load();
+  /// Loads it in its busy mode, without what it said last.
+  void LoadBusy();
+  void ApplyRange();
+  void Unload();
   void ApplyMode();
   void FitHeight();
   void EndWith(std::int16_t meaning);
@@ -56,7 +61,9 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   core::AppState& state_;
   screen::MessageMode mode_ = screen::MessageMode::Busy;
   bool loaded_ = false;
-  QPoint place_;  ///< where it was loaded
+  bool left_over_ = false;       ///< what it shows is from before the running command
+  bool closed_by_user_ = false;  ///< and no message has come since
+  QPoint place_;                 ///< where it was loaded
   QElapsedTimer since_load_;
   QTimer settle_;  ///< puts it back to its place, see FitHeight()
   int maximum_ = 100;

@@ -289,8 +289,12 @@ void UpdateDialog::SetInstructions(std::string_view text) {
   FitHeight();
 }
 
-void UpdateDialog::SetInstructionsBackground(std::uint32_t colour) {
-  const QColor background = FromColourValue(colour);
+void UpdateDialog::SetInstructionsBackground(std::optional<std::uint32_t> colour) {
+  if (!colour) {
+    instructions_->setPalette({});
+    return;
+  }
+  const QColor background = FromColourValue(*colour);
   QPalette colours = instructions_->palette();
   colours.setColor(QPalette::Window, background);
   colours.setColor(QPalette::WindowText, ReadableOn(background));

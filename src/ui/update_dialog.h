@@ -63,7 +63,7 @@ class UpdateDialog final : public QDialog, public screen::UpdateForm {
   void SetVersionText(std::string_view text) override;
   void SetFileText(std::string_view path) override;
   void SetInstructions(std::string_view text) override;
-  void SetInstructionsBackground(std::uint32_t colour) override;
+  void SetInstructionsBackground(std::optional<std::uint32_t> colour) override;
   void SetStatusText(std::string_view text) override;
   void SetDetail(std::string_view text) override;
   void SetProgress(int value) override;

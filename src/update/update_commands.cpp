@@ -16,6 +16,11 @@ constexpr int kFirstPort = 1;
 constexpr const char* kUnset = "?";
 constexpr const char* kUsedSpeed = "57600";
 constexpr std::string_view kUpdateLogFile = "LOG.txt";
+constexpr std::string_view kInstructions =
+    "１．通信ポートを指定してください。\r\n"
+    "２．[Version Read]ボタンを押して、バージョンが表示されると通信確認完了です。\r\n"
+    "３．[OPEN]ボタンを押して、アップデートファイルを指定してください。 [kvldxxx.hex]\r\n"
+    "４．[UPDATE]ボタンを押してください。ファイルのアップデータが開始されます。";
 
 /// Marks the dialog as busy for its own lifetime.
 class BusyGuard {
@@ -82,6 +87,13 @@ void WarnOfFile(UpdateContext& context, const std::string& path) {
   context.Form.SetDetail(Complaint(context, path));
 }
 
+/// The label of a failed update would contradict the success of the next one.
+void TakeFailureBack(UpdateContext& context) {
+  if (!context.State.WrongAcknowledgement) return;
+  context.Form.SetInstructionsBackground(std::nullopt);
+  context.Form.SetInstructions(kInstructions);
+}
+
 }  // namespace
 
 void Dialog_Update_Load(UpdateContext& context) {
@@ -95,11 +107,7 @@ void Dialog_Update_Load(UpdateContext& context) {
   context.State.UpdateFilePath.clear();
   context.Form.SetSpeedText(kUsedSpeed);
   context.Form.EnableUpdateButton(false);
-  context.Form.SetInstructions(
-      "１．通信ポートを指定してください。\r\n"
-      "２．[Version Read]ボタンを押して、バージョンが表示されると通信確認完了です。\r\n"
-      "３．[OPEN]ボタンを押して、アップデートファイルを指定してください。 [kvldxxx.hex]\r\n"
-      "４．[UPDATE]ボタンを押してください。ファイルのアップデータが開始されます。");
+  context.Form.SetInstructions(kInstructions);
 }
 
 void Combo_ComPort_Click(UpdateContext& context) {
@@ -146,6 +154,7 @@ StartOutcome CmdUpdate_Click(UpdateContext& context) {
     return StartOutcome::NoFile;
   }
   if (!OpenPort(context)) return StartOutcome::PortNotOpened;
+  TakeFailureBack(context);
   context.Form.EnableVersionButton(false);
   ShowStatus(context, "アップデート中です。電源は絶対に切らないでください。");
   RunFirmwareUpdate(context, context.State.UpdateFilePath);

@@ -17,7 +17,7 @@ enum class StartOutcome { Ignored, NoPort, NoFile, PortNotOpened, Ran };
 void Dialog_Update_Load(UpdateContext& context);
 
 /// An item of the port selector was picked: its text is stored, under a key that
-/// Dialog_Update_Dialog_Update_Dialog_Update_Dialog_Update_Load() does not read.
+/// Dialog_Update_Load() does not read.
 void Combo_ComPort_Click(UpdateContext& context);
 
 /// An item of the speed selector was picked.
@@ -30,6 +30,7 @@ void CmdOpen_Click(UpdateContext& context);
 void CmdVersion_Click(UpdateContext& context);
 
 /// Starts the update. `CmdVersion` stays disabled from then on, until the dialog is opened again.
+/// What the label says of a failure before makes way for the instructions.
 StartOutcome CmdUpdate_Click(UpdateContext& context);
 
 /// Gives the COM port back to the main window, on every way out of the dialog. The main port is

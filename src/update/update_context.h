@@ -27,8 +27,9 @@ struct UpdateState {
 
   // What the front ends need beside the fields above.
   Activity Now = Activity::Idle;
-  std::int32_t WordsSent = 0;             ///< frames that the running or last update has sent
-  double StreamSeconds = 0;               ///< time from its first word to its last
+  std::int32_t WordsSent = 0;         ///< frames that the running or last update has sent
+  bool WrongAcknowledgement = false;  ///< the last update was ended by one, and the label says so
+  double StreamSeconds = 0;           ///< time from its first word to its last
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of `UpdaterPort`
 };
 

@@ -160,6 +160,7 @@ UpdateOutcome FailByTimeOut(UpdateContext& context, const UpdateWord& word) {
 /// No message box, and the bar stays as it is.
 UpdateOutcome FailByMismatch(UpdateContext& context) {
   context.State.Now = Activity::Busy;
+  context.State.WrongAcknowledgement = true;
   context.Form.SetDetail(DescribeBoardState(context.State, core::Language::Japanese));
   context.Form.SetInstructionsBackground(kRed);
   // "確立" is deliberate.
@@ -273,6 +274,7 @@ VersionOutcome ReadVersion(UpdateContext& context) {
 
 UpdateOutcome RunFirmwareUpdate(UpdateContext& context, const std::string& path) {
   context.State.WordsSent = 0;
+  context.State.WrongAcknowledgement = false;
   if (StopRequested(context)) return Stop(context);
   context.State.Now = Activity::Updating;
   const double start = context.Run.Line.Clock.SecondsSinceMidnight();

@@ -68,6 +68,16 @@ std::string DescribeBoardState(const UpdateState& state, core::Language language
                     "the board's firmware was not changed: switch the board off and on"}
         .In(language);
   }
+  if (state.WrongAcknowledgement) {
+    return Sentence{
+        "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を"
+        "再投入してから、もう一度初めから行ってください。再開できないときは、"
+        "ボードのマイコンを通常の方法で書き込む必要があります。",
+        "the board's firmware is incomplete: switch the board off and on, and run the update "
+        "again from its start; if it cannot be resumed, the board's microcontroller has to be "
+        "programmed in the ordinary way"}
+        .In(language);
+  }
   return Sentence{
       "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を"
       "再投入してから、もう一度アップデートを最後まで実行してください。",

@@ -134,6 +134,12 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
   }
   void SetText(std::string_view text) override {
     Note("dialog text", text);
+    if (!Loaded) {
+      Mode = MessageMode::Busy;
+      Detail.clear();
+      ButtonVisible = false;
+      BarVisible = true;
+    }
     Loaded = true;
     Text = text;
   }
@@ -383,9 +389,9 @@ class FakeUpdateForm final : public screen::UpdateForm {
   void SetVersionText(std::string_view text) override { Note("version", Version, text); }
   void SetFileText(std::string_view path) override { Note("file", File, path); }
   void SetInstructions(std::string_view text) override { Note("label", Instructions, text); }
-  void SetInstructionsBackground(std::uint32_t colour) override {
+  void SetInstructionsBackground(std::optional<std::uint32_t> colour) override {
     Background = colour;
-    Calls.push_back("background " + std::to_string(colour));
+    Calls.push_back("background " + (colour ? std::to_string(*colour) : "of the dialog"));
   }
   void SetStatusText(std::string_view text) override { Note("status", Status, text); }
   void SetDetail(std::string_view text) override { Detail = text; }

@@ -124,11 +124,14 @@ def focused_text():
     return None
 
 
-def choose_in_file_dialog(title, path):
-    """Types the name of a file into the file dialog, once it is ready for it, and accepts it."""
+def choose_in_file_dialog(title, path, initial=""):
+    """Types the name of a file into the file dialog, once it is ready for it, and accepts it.
+
+    Until then its field holds the initial name.
+    """
     wait_for("the file dialog", lambda: find(title))
     wait_for_keyboard(title)
-    wait_for("the field for the name", lambda: focused_text() == "")
+    wait_for("the field for the name", lambda: focused_text() == initial)
 
     def typed():
         # The dialog can take the keys while it is still reading the folder.
@@ -313,7 +316,7 @@ class WindowTest(WindowCase):
             lines.append(":" + record.hex().upper() + f"{-sum(record) & 0xFF:02X}")
         self.write("fw.hex", "\r\n".join(lines + [":00000001FF", ""]))
         click(find("OPEN", "push button"))
-        choose_in_file_dialog("アップデータを開く", self.path("fw.hex"))
+        choose_in_file_dialog("アップデータを開く", self.path("fw.hex"), "*.HEX")
         wait_for("the file", lambda: self.update_status() == "ファイル名：fw.hexを指定しました。")
 
     def update_status(self):

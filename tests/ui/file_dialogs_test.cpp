@@ -1,7 +1,9 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileSystemModel>
 #include <QLineEdit>
+#include <QTest>
 #include <QTimer>
 
 #include "platform/temporary_folder.h"
@@ -109,6 +111,81 @@ TEST(FileDialogs, TheSaveDialogDoesNotAskAboutAFileThatExists) {
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));
   EXPECT_EQ(SaveUnder(folder, "prog.hex"), folder.File("prog.hex"));
 }
+
+TEST(FileDialogs, AnInitialPatternStandsInTheNameFieldAndChoosesNothing) {
+  const platform::TemporaryFolder folder;
+  for (const char* name : {"new.hex", "NEW2.HEX", "notes.txt"}) {
+    QFile file(ToQString(folder.File(name)));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  }
+  screen::FileDialogRequest request = kRequest;
+  request.Filter = "アップデータファイル|*.HEX|全てのファイル|*.*|";
+  request.StartFolder = folder.Path();
+  request.FileName = "*.HEX";
+  OnDialog([&](QFileDialog& dialog) {
+    auto* field = dialog.findChild<QLineEdit*>("fileNameEdit");
+    EXPECT_EQ(field->text(), "*.HEX");
+    EXPECT_EQ(field->selectedText(), "*.HEX") << "what is typed replaces it";
+    for (const char* pattern : {"*.HEX", "not?s.txt"}) {
+      field->setText(pattern);
+      // A box that says that there is no such file would wait for its answer here.
+      QTimer::singleShot(500, &dialog, [] {
+        QWidget* box = QApplication::activeModalWidget();
+        if (qobject_cast<QFileDialog*>(box)) return;
+        ADD_FAILURE() << "a message box";
+        box->close();
+      });
+      static_cast<QDialog&>(dialog).accept();
+      ASSERT_TRUE(dialog.isVisible()) << pattern;
+    }
+    const auto* listed = dialog.findChild<QFileSystemModel*>("qt_filesystem_model");
+    const auto listed_files = [&] {
+      QStringList names;
+      const QModelIndex root = listed->index(ToQString(folder.Path()));
+      for (int row = 0; row < listed->rowCount(root); ++row) {
+        names.append(listed->index(row, 0, root).data().toString());
+      }
+      return names;
+    };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return listed_files() == QStringList{"notes.txt"}; }, 5000))
+        << listed_files().join(' ').toStdString();
+    field->setText("new.hex");
+    static_cast<QDialog&>(dialog).accept();
+    EXPECT_FALSE(dialog.isVisible());
+    if (dialog.isVisible()) dialog.reject();
+  });
+  EXPECT_EQ(QtFileDialogs(nullptr).Open(request), folder.File("new.hex"));
+}
+
+TEST(FileDialogs, AnInitialNameOfASaveDialogIsTheOneSaved) {
+  const platform::TemporaryFolder folder;
+  screen::FileDialogRequest request = kSaveRequest;
+  request.StartFolder = folder.Path();
+  request.FileName = "old.hex";
+  OnDialog([](QFileDialog& dialog) {
+    static_cast<QDialog&>(dialog).accept();
+    EXPECT_FALSE(dialog.isVisible());
+    if (dialog.isVisible()) dialog.reject();
+  });
+  EXPECT_EQ(QtFileDialogs(nullptr).Save(request), folder.File("old.hex"));
+}
+
+#ifndef Q_OS_WIN
+TEST(FileDialogs, AFileWhoseNameLooksLikeAPatternCanBeChosen) {
+  const platform::TemporaryFolder folder;
+  QFile file(ToQString(folder.File("what*.hex")));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  screen::FileDialogRequest request = kRequest;
+  request.StartFolder = folder.Path();
+  OnDialog([](QFileDialog& dialog) {
+    dialog.findChild<QLineEdit*>("fileNameEdit")->setText("what*.hex");
+    static_cast<QDialog&>(dialog).accept();
+    EXPECT_FALSE(dialog.isVisible());
+    if (dialog.isVisible()) dialog.reject();
+  });
+  EXPECT_EQ(QtFileDialogs(nullptr).Open(request), folder.File("what*.hex"));
+}
+#endif
 
 TEST(FileDialogs, TheirTextsAreJapaneseWhateverIsInstalled) {
   const auto look = [](QFileDialog& dialog, const char* accept) {

@@ -217,6 +217,30 @@ TEST(GuideWindow, AMinimisedGuideIsOpenedAgain) {
   EXPECT_FALSE(guide.isMinimized());
 }
 
+TEST(GuideWindow, ShownAgainItComesBackWhereItLastStoodInThisRun) {
+  WindowBench bench;
+  bench.Settings.Write("Settings", "IndLeft", "300");
+  bench.Settings.Write("Settings", "IndTop", "600");
+  bench.Start();
+  GuideWindow& guide = bench.Run.Window().Guide();
+  EXPECT_EQ(guide.pos(), QPoint(20, 40)) << "the stored place, at the start";
+  guide.move(47, 61);
+  for (const char* item : {"mmudeviceIndex", "mmuIndex"}) {
+    Find<QAction>(bench.Run.Window(), item)->trigger();
+    EXPECT_EQ(guide.pos(), QPoint(47, 61)) << "while it is on the screen, " << item;
+    guide.close();
+    Find<QAction>(bench.Run.Window(), item)->trigger();
+    QApplication::processEvents();
+    EXPECT_EQ(guide.pos(), QPoint(47, 61)) << item;
+    guide.showMinimized();
+    QApplication::processEvents();
+    guide.close();
+    Find<QAction>(bench.Run.Window(), item)->trigger();
+    QApplication::processEvents();
+    EXPECT_EQ(guide.pos(), QPoint(47, 61)) << "closed while it was minimised, " << item;
+  }
+}
+
 TEST(GuideWindow, ItHasItsNames) {
   WindowBench bench;
   const GuideWindow& guide = bench.Run.Window().Guide();

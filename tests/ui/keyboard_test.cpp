@@ -17,11 +17,11 @@
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
-#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QRadioButton>
 #include <QStatusBar>
 #include <QTest>
+#include <QTextEdit>
 #include <gtest/gtest.h>
 
 #include "ui/about_dialog.h"
@@ -59,7 +59,7 @@ bool IsControl(const QWidget& widget) {
     return false;
   }
   return IsOneOf<QAbstractButton, QComboBox, QDialog, QGroupBox, QLabel, QLineEdit, QMdiArea,
-                 QMdiSubWindow, QMenu, QMenuBar, QPlainTextEdit, QProgressBar, QStatusBar,
+                 QMdiSubWindow, QMenu, QMenuBar, QTextEdit, QProgressBar, QStatusBar,
                  SocketDrawing>(widget);
 }
 
@@ -136,6 +136,15 @@ TEST_F(AllWindows, TheTabKeyReachesEveryControlOfTheMainWindowInTheOrderOfTheEye
     if (option && !option->isChecked()) continue;  // the arrow keys go there
     EXPECT_NE(std::ranges::find(stops, widget), stops.end()) << widget->objectName().toStdString();
   }
+}
+
+TEST_F(AllWindows, TheTabKeyReachesTheButtonOfTheReportBehindTheSettings) {
+  bench_.Press("Cmd_btn_verify");
+  bench_.Run.MessageDialog().Close();
+  const std::vector<QWidget*> stops = TabStops(Window(), "Cmd_btn_open");
+  const auto show = std::ranges::find(stops, Find<QWidget>(Window(), "cmdShowReport"));
+  ASSERT_NE(show, stops.end());
+  EXPECT_GT(show, std::ranges::find(stops, Find<QWidget>(Window(), "CmdWrite")));
 }
 
 TEST_F(AllWindows, TabGoesThroughTheActiveChildWindowAndLeavesItOnBothSides) {

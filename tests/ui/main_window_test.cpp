@@ -14,13 +14,13 @@
 #include <QMdiArea>
 #include <QMenuBar>
 #include <QMimeData>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QStatusBar>
 #include <QTest>
+#include <QTextEdit>
 #include <QTimer>
 #include <QUrl>
 #include <QWheelEvent>
@@ -353,7 +353,7 @@ TEST_F(MainWindowTest, AFileDroppedOnAFieldOrAViewReachesTheWindow) {
   for (const char* name : {"txtAddress", "txtData", "txtPrg", "Combo_device", "lblFileInfo"}) {
     auto* control = Find<QWidget>(window_, name);
     QWidget* target = control;
-    if (auto* text = qobject_cast<QPlainTextEdit*>(control)) target = text->viewport();
+    if (auto* text = qobject_cast<QTextEdit*>(control)) target = text->viewport();
     log_.clear();
     QMimeData files;
     files.setUrls({QUrl::fromLocalFile("/files/prog.hex")});
@@ -463,7 +463,7 @@ TEST_F(MainWindowTest, EveryVisibleControlHasAnObjectNameAndAnAccessibleName) {
   for (const QWidget* child : window_.findChildren<QWidget*>()) {
     const bool control =
         qobject_cast<const QAbstractButton*>(child) || qobject_cast<const QComboBox*>(child) ||
-        qobject_cast<const QLabel*>(child) || qobject_cast<const QPlainTextEdit*>(child) ||
+        qobject_cast<const QLabel*>(child) || qobject_cast<const QTextEdit*>(child) ||
         qobject_cast<const QLineEdit*>(child) || qobject_cast<const QMdiSubWindow*>(child) ||
         qobject_cast<const QMdiArea*>(child) || qobject_cast<const QMenuBar*>(child) ||
         qobject_cast<const QStatusBar*>(child);

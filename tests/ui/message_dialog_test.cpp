@@ -175,6 +175,88 @@ TEST_F(MessageDialogTest, ANewTextKeepsTheButtons) {
   EXPECT_EQ(Visible(), "Cmd_okm ");
 }
 
+TEST_F(MessageDialogTest, ATextThatLoadsTheDialogShowsItBusyWhateverItWasLast) {
+  for (const MessageMode last : {MessageMode::Notice, MessageMode::Choice}) {
+    dialog_.Show("finished", last);
+    dialog_.SetDetail("detail of what has finished");
+    dialog_.close();
+    dialog_.SetText("next");
+    EXPECT_EQ(Text(), "next");
+    EXPECT_EQ(Visible(), "ProgBar ");
+    EXPECT_TRUE(dialog_.IsBusy());
+    EXPECT_FALSE(Find<QLabel>(dialog_, "lblDetail")->isVisible());
+  }
+}
+
+TEST_F(MessageDialogTest, ANoticeThatIsLeftOnTheScreenTurnsBusyWithTheNextCommandsText) {
+  dialog_.Show("finished", MessageMode::Notice);
+  dialog_.SetDetail("detail of what has finished");
+  window_.Run([this] {
+    EXPECT_EQ(Visible(), "Cmd_okm ") << "a command without a text leaves it alone";
+    dialog_.SetText("next");
+    EXPECT_EQ(Visible(), "ProgBar ");
+    EXPECT_FALSE(Find<QLabel>(dialog_, "lblDetail")->isVisible());
+    dialog_.Show("failed", MessageMode::Notice);
+    dialog_.SetText("more");
+    EXPECT_EQ(Visible(), "Cmd_okm ") << "the command's own notice";
+  });
+}
+
+TEST_F(MessageDialogTest, ProgressLoadsTheDialogBusyAndWithoutTheLastText) {
+  dialog_.Show("finished", MessageMode::Notice);
+  dialog_.Close();
+  dialog_.SetProgressRange(200);
+  EXPECT_EQ(Text(), "");
+  EXPECT_EQ(Visible(), "ProgBar ");
+  EXPECT_EQ(Bar()->maximum(), 200);
+  dialog_.Close();
+  dialog_.SetProgress(30);
+  EXPECT_EQ(Visible(), "ProgBar ");
+  EXPECT_EQ(Bar()->value(), 30);
+}
+
+TEST_F(MessageDialogTest, TheProgressOfADialogClosedByTheUserShowsInTheStatusBarUntilTheNextOne) {
+  const auto* bar = Find<QProgressBar>(window_, "sbProgress");
+  const auto close_and_go_on = [&] {
+    dialog_.Show("busy", MessageMode::Busy);
+    dialog_.SetProgressRange(200);
+    dialog_.SetProgress(20);
+    EXPECT_FALSE(bar->isVisible());
+    dialog_.close();
+    EXPECT_FALSE(bar->isVisible()) << "nothing moves";
+    dialog_.SetProgress(60);
+    EXPECT_FALSE(dialog_.isVisible());
+    EXPECT_TRUE(bar->isVisible());
+    EXPECT_EQ(bar->value(), 30) << "in per cent";
+    dialog_.SetProgressRange(400);
+    dialog_.SetProgress(400);
+    EXPECT_EQ(bar->value(), 100);
+    EXPECT_EQ(bar->maximum(), 100);
+  };
+  close_and_go_on();
+  dialog_.Show("next", MessageMode::Busy);
+  EXPECT_FALSE(bar->isVisible());
+  close_and_go_on();
+  dialog_.SetText("next");
+  EXPECT_FALSE(bar->isVisible());
+  close_and_go_on();
+  dialog_.Close();
+  EXPECT_FALSE(bar->isVisible());
+  window_.Run(close_and_go_on);
+  EXPECT_FALSE(bar->isVisible()) << "the command is over";
+}
+
+TEST_F(MessageDialogTest, ARangeSetWhileTheUserHasTheDialogClosedCountsForTheNextMessage) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.close();
+  dialog_.SetProgressRange(4096);
+  dialog_.Show("next", MessageMode::Busy);
+  EXPECT_EQ(Bar()->maximum(), 4096);
+  dialog_.Close();
+  dialog_.Show("later", MessageMode::Busy);
+  EXPECT_EQ(Bar()->maximum(), 100);
+}
+
 TEST_F(MessageDialogTest, AButtonCanBeGivenToABusyDialog) {
   dialog_.Show("busy", MessageMode::Busy);
   dialog_.ShowButton();

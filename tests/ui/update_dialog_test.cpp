@@ -250,6 +250,32 @@ TEST_F(UpdateDialogTest, AWrongAcknowledgementTurnsTheInstructionsRed) {
   });
 }
 
+TEST_F(UpdateDialogTest, TheRedTextMakesWayForTheInstructionsWhenANewUpdateStarts) {
+  InDialog([this] {
+    auto* label = Part<QLabel>("Label3");
+    const QString instructions = label->text();
+    const QImage before = label->grab().toImage();
+    Dialogs.Choice = GivenHexFile(kWords);
+    Button("CmdOpen")->click();
+    int frames = 0;
+    UpdaterPort.OnOutput = [this, &frames](std::span<const std::uint8_t>) {
+      if (++frames == 2) Board->Protocol().Restart();
+    };
+    Button("CmdUpdate")->click();
+    EXPECT_EQ(label->palette().color(QPalette::Window), QColor(255, 0, 0));
+    EXPECT_TRUE(Part<QLabel>("lblDetail")->text().contains("再開できないときは"));
+    EXPECT_FALSE(Part<QLabel>("lblDetail")->text().contains("最後まで実行"));
+    Button("CmdUpdate")->click();
+    EXPECT_TRUE(Status().startsWith(kDone)) << Status().toStdString();
+    EXPECT_EQ(label->text(), instructions);
+    EXPECT_EQ(label->palette().color(QPalette::Window), Dialog().palette().color(QPalette::Window));
+    EXPECT_EQ(label->palette().color(QPalette::WindowText),
+              Dialog().palette().color(QPalette::WindowText));
+    EXPECT_EQ(label->grab().toImage().copy(before.rect()), before);
+    EXPECT_EQ(Part<QLabel>("lblDetail")->text(), "");
+  });
+}
+
 /// The ways in which a user, or the system, closes the dialog.
 struct WayOut {
   const char* Name;

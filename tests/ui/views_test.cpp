@@ -1,7 +1,8 @@
 #include <QApplication>
 #include <QLayout>
-#include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QTextBlock>
+#include <QTextEdit>
 #include <gtest/gtest.h>
 
 #include "platform/system/code_page.h"
@@ -22,7 +23,12 @@ class ViewsTest : public ::testing::Test {
     QApplication::processEvents();
   }
 
-  QPlainTextEdit* TextOf(View view) { return window_.ViewOf(view)->TextControl(); }
+  QTextEdit* TextOf(View view) { return window_.ViewOf(view)->TextControl(); }
+
+  /// The first line in sight, counted from 0.
+  int FirstLine(View view) {
+    return TextOf(view)->cursorForPosition(QPoint(0, 0)).block().blockNumber();
+  }
 
   void GivenLines(int count) {
     std::string content;
@@ -40,9 +46,9 @@ class ViewsTest : public ::testing::Test {
 TEST_F(ViewsTest, EachViewHasItsNamesAndAReadOnlyTextWithoutWrapping) {
   for (const char* name : {"frmProgram", "frmEEprom", "frmVerify"}) Find<ViewWindow>(window_, name);
   for (const char* name : {"txtPrg", "txtEEp", "rtVerify"}) {
-    auto* text = Find<QPlainTextEdit>(window_, name);
+    auto* text = Find<QTextEdit>(window_, name);
     EXPECT_TRUE(text->isReadOnly());
-    EXPECT_EQ(text->lineWrapMode(), QPlainTextEdit::NoWrap);
+    EXPECT_EQ(text->lineWrapMode(), QTextEdit::NoWrap);
   }
 }
 
@@ -97,22 +103,31 @@ TEST_F(ViewsTest, AReloadKeepsThePartInSight) {
   GivenLines(500);
   views_.Load(View::Flash, "/app/avrhex.txt");
   QApplication::processEvents();
-  TextOf(View::Flash)->verticalScrollBar()->setValue(123);
-  views_.Load(View::Flash, "/app/avrhex.txt");
-  QApplication::processEvents();
-  EXPECT_EQ(TextOf(View::Flash)->verticalScrollBar()->value(), 123);
+  QScrollBar* bar = TextOf(View::Flash)->verticalScrollBar();
+  for (const int place : {123, bar->maximum() - 1}) {
+    bar->setValue(place);
+    const int first = FirstLine(View::Flash);
+    EXPECT_GT(first, 0);
+    views_.Load(View::Flash, "/app/avrhex.txt");
+    QApplication::processEvents();
+    EXPECT_EQ(bar->value(), place);
+    EXPECT_EQ(FirstLine(View::Flash), first);
+  }
 }
 
 TEST_F(ViewsTest, AShorterTextIsShownToItsEnd) {
   GivenLines(500);
   views_.Load(View::Flash, "/app/avrhex.txt");
   QScrollBar* bar = TextOf(View::Flash)->verticalScrollBar();
-  bar->setValue(400);
+  bar->setValue(bar->maximum());
+  EXPECT_GT(FirstLine(View::Flash), 400);
   GivenLines(50);
   views_.Load(View::Flash, "/app/avrhex.txt");
   QApplication::processEvents();
+  EXPECT_GT(bar->value(), 0);
   EXPECT_EQ(bar->value(), bar->maximum());
-  EXPECT_LT(bar->value(), 51);
+  EXPECT_LT(FirstLine(View::Flash), 51);
+  EXPECT_GT(FirstLine(View::Flash), 0);
 }
 
 TEST_F(ViewsTest, LoadingTheVerifyViewShowsIt) {

@@ -8,12 +8,14 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
 #include <QTest>
+#include <QTextEdit>
 #include <QTimer>
+#include <QToolButton>
 #include <gtest/gtest.h>
 
 #include "core/device_catalogue.h"
@@ -23,8 +25,6 @@
 
 namespace fenwright::ui {
 namespace {
-
-constexpr int kProgramWords = 400;
 
 void Press(WindowBench& bench, const char* name) {
   QTest::mouseClick(Find<QPushButton>(bench.Run.Window(), name), Qt::LeftButton);
@@ -100,6 +100,112 @@ TEST(WindowRun, OpenThenProgramWritesTheChipAndShowsTheResult) {
   EXPECT_TRUE(MessageShown(bench, "ベリファイ　FLASH : OK / EEPROM : OK"));
   EXPECT_TRUE(bench.Run.Window().ViewOf(screen::View::Verify)->isVisible());
   EXPECT_TRUE(Find<QPushButton>(bench.Run.Window(), "Cmd_btn_program")->isEnabled());
+}
+
+TEST(WindowRun, AfterANoticeTheNextCommandBeginsInABusyDialogWithoutAButton) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  const QtMessageDialog& dialog = bench.Run.MessageDialog();
+  int looks = 0;
+  bench.Port.OnOutput = [&](std::span<const std::uint8_t>) {
+    if (!MessageShown(bench, "ライターを COM1に検出しました。")) return;
+    ++looks;
+    EXPECT_TRUE(dialog.IsBusy());
+    EXPECT_TRUE(Find<QProgressBar>(bench.Run.MessageDialog(), "ProgBar")->isVisible());
+    EXPECT_FALSE(Find<QLabel>(bench.Run.MessageDialog(), "lblDetail")->isVisible());
+  };
+  for (const bool confirmed : {false, true}) {
+    looks = 0;
+    Press(bench, "Cmd_btn_program");
+    ASSERT_TRUE(MessageShown(bench, "ベリファイ　FLASH : OK / EEPROM : OK"));
+    EXPECT_GT(looks, 0);
+    if (confirmed) {
+      QTest::mouseClick(Find<QPushButton>(bench.Run.MessageDialog(), "Cmd_okm"), Qt::LeftButton);
+    }
+    looks = 0;
+    Press(bench, "Cmd_btn_verify");
+    EXPECT_GT(looks, 0);
+  }
+}
+
+TEST(WindowRun, ADialogClosedDuringAnOperationLeavesTheProgressToTheStatusBarUntilTheNextMessage) {
+  WindowBench bench({.Baud = kAtBoardSpeed});
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  const QtMessageDialog& dialog = bench.Run.MessageDialog();
+  const auto* bar = Find<QProgressBar>(bench.Run.Window(), "sbProgress");
+  bool closed = false;
+  int moves = 0;
+  int back_in_between = 0;
+  QObject::connect(bar, &QProgressBar::valueChanged, bar, [&] {
+    ++moves;
+    back_in_between += dialog.isVisible() ? 1 : 0;
+  });
+  const auto timer = DuringTheOperation([&] {
+    if (!bench.Run.State().CommandRunning) return false;
+    const auto* progress = Find<QProgressBar>(bench.Run.MessageDialog(), "ProgBar");
+    if (!MessageShown(bench, "フラッシュメモリ ベリファイ中.....") || progress->value() < 20) {
+      return false;
+    }
+    bench.Run.MessageDialog().reject();
+    closed = true;
+    return true;
+  });
+  Press(bench, "Cmd_btn_verify");
+  EXPECT_TRUE(closed);
+  EXPECT_GT(moves, 10);
+  EXPECT_EQ(back_in_between, 0);
+  EXPECT_TRUE(dialog.isVisible()) << "the result is a message";
+  EXPECT_FALSE(bar->isVisible());
+}
+
+struct ReportTest : WindowTest {
+  ReportTest() { StartWithFile(); }
+  ViewWindow* Report() { return Window().ViewOf(screen::View::Verify); }
+};
+
+TEST_F(ReportTest, AClosedVerifyReportIsShownAgainByTheButtonOfTheStatusBar) {
+  auto* show = Named<QToolButton>("cmdShowReport");
+  EXPECT_FALSE(show->isVisible()) << "there is none yet";
+  EXPECT_FALSE(show->toolTip().isEmpty());
+  show->click();
+  EXPECT_FALSE(Report()->isVisible());
+
+  Press("Cmd_btn_program");
+  Press("Cmd_btn_verify");
+  EXPECT_TRUE(show->isVisible());
+  const QString text = ViewText(View::Verify);
+  EXPECT_TRUE(text.startsWith("Flash Program memory address verify\n")) << text.toStdString();
+  Report()->close();
+  EXPECT_TRUE(show->isVisible());
+  Files.Files.erase("/app/avrvfy.txt");
+  show->setFocus();
+  QTest::keyClick(show, Qt::Key_Space);
+  EXPECT_TRUE(Report()->isVisible());
+  EXPECT_EQ(Window().ChildArea()->activeSubWindow(), Report());
+  EXPECT_EQ(ViewText(View::Verify), text);
+}
+
+TEST_F(ReportTest, AMinimisedOrCoveredReportComesToTheFront) {
+  Press("Cmd_btn_program");
+  Report()->showMinimized();
+  Named<QToolButton>("cmdShowReport")->click();
+  EXPECT_FALSE(Report()->isMinimized());
+  const QRect place = Report()->geometry();
+  Window().ChildArea()->OpenFlashView();
+  EXPECT_NE(Window().ChildArea()->activeSubWindow(), Report());
+  Named<QToolButton>("cmdShowReport")->click();
+  EXPECT_EQ(Window().ChildArea()->activeSubWindow(), Report());
+  EXPECT_EQ(Report()->geometry(), place);
+}
+
+TEST_F(ReportTest, AReportThatIsEmptyCannotBeShown) {
+  Press("Cmd_btn_program");
+  EXPECT_TRUE(Named<QToolButton>("cmdShowReport")->isVisible());
+  Window().ChildArea()->Clear(View::Verify);
+  EXPECT_FALSE(Named<QToolButton>("cmdShowReport")->isVisible());
+  Report()->close();
+  Window().ChildArea()->ShowReport();
+  EXPECT_FALSE(Report()->isVisible());
 }
 
 std::string FileInfo(WindowBench& bench) {

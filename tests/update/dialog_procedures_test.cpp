@@ -345,6 +345,11 @@ TEST(UpdateReport, SaysWhatFirmwareTheBoardIsLeftWith) {
       update::DescribeBoardState(state, core::Language::Japanese),
       "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
       "もう一度アップデートを最後まで実行してください。");
+  state.WrongAcknowledgement = true;
+  EXPECT_EQ(update::DescribeBoardState(state, core::Language::English),
+            "the board's firmware is incomplete: switch the board off and on, and run the update "
+            "again from its start; if it cannot be resumed, the board's microcontroller has to be "
+            "programmed in the ordinary way");
 }
 
 TEST(UpdateReport, TheStopQuestionSaysWhatHappensToTheBoard) {

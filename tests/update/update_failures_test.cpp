@@ -11,6 +11,10 @@ constexpr const char* kFailedBox = "　　　***　アップデート失敗　**
 constexpr const char* kIncomplete =
     "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
     "もう一度アップデートを最後まで実行してください。";
+constexpr const char* kCannotBeResumed =
+    "ボードのファームウエアは途中までしか書き込まれていません。ボードの電源を再投入してから、"
+    "もう一度初めから行ってください。再開できないときは、"
+    "ボードのマイコンを通常の方法で書き込む必要があります。";
 constexpr const char* kThreeWords = ":060000000C940CAB3412 00\r\n";
 
 /// An update of the words AB0C... fails at one of its three frames.
@@ -94,7 +98,7 @@ TEST_P(UpdateMismatch, PaintsTheLabelAndShowsNoBoxAndLeavesTheBar) {
   expected.insert(expected.end(),
                   {"background 255", text, "status \"***　アップデート失敗　***\""});
   EXPECT_EQ(run.Dialog_Update.Calls, expected);
-  EXPECT_EQ(run.Dialog_Update.Detail, kIncomplete);
+  EXPECT_EQ(run.Dialog_Update.Detail, kCannotBeResumed);
   EXPECT_TRUE(run.DialogBoxes.Boxes.empty());
   EXPECT_EQ(run.Update.UpdateFailed, 0) << "it is for time-outs";
   EXPECT_TRUE(run.UpdaterPort.PortOpen());
@@ -135,6 +139,41 @@ TEST_ON(UpdateTest, UpdateFailures, TheFirstFailureEndsTheUpdateAndANewOneBegins
   EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Mismatch);
   EXPECT_EQ(update::RunFirmwareUpdate(Context, kUpdateFile), UpdateOutcome::Finished);
   EXPECT_EQ(Dialog_Update.Background, 255U) << "nothing takes the red back";
+}
+
+TEST_ON(UpdateTest, UpdateFailures, ANewUpdateStartsWithTheInstructionsInPlaceOfTheRedText) {
+  GivenFile(":020000000102FB\r\n");
+  update::Dialog_Update_Load(Context);
+  Dialog_Update.Port = "3";
+  Update.UpdateFilePath = kUpdateFile;
+  const std::string instructions = Dialog_Update.Instructions;
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "04");
+  update::CmdUpdate_Click(Context);
+  EXPECT_EQ(Dialog_Update.Background, 255U);
+  EXPECT_NE(Dialog_Update.Instructions, instructions);
+
+  UpdaterPort.OpenResult.Status = PortOpenStatus::Busy;
+  update::CmdUpdate_Click(Context);
+  EXPECT_EQ(Dialog_Update.Background, 255U) << "no update has started";
+  UpdaterPort.OpenResult.Status = PortOpenStatus::Ok;
+
+  Dialog_Update.Calls.clear();
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "");
+  update::CmdUpdate_Click(Context);
+  EXPECT_EQ(Dialog_Update.Background, std::nullopt);
+  EXPECT_EQ(Dialog_Update.Instructions, instructions);
+  const auto label = std::ranges::find(Dialog_Update.Calls, "background of the dialog");
+  const auto sending = std::ranges::find(
+      Dialog_Update.Calls, "status \"アップデート中です。電源は絶対に切らないでください。\"");
+  EXPECT_LT(label, sending) << "before the first byte";
+  EXPECT_EQ(Dialog_Update.Detail, kIncomplete) << "a time-out, told in its own words";
+
+  Dialog_Update.Calls.clear();
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("FF FF FF FF");
+  update::CmdUpdate_Click(Context);
+  EXPECT_EQ(std::ranges::count(Dialog_Update.Calls, "background of the dialog"), 0)
+      << "nothing to take back";
+  EXPECT_EQ(Dialog_Update.Detail, "");
 }
 
 TEST_ON(UpdateTest, UpdateFailures, TheFlagOfATimeOutStaysUntilTheNextVersionRead) {

@@ -36,7 +36,7 @@ class PrintedUpdateForm final : public screen::UpdateForm {
   void SetVersionText(std::string_view /*text*/) override {}
   void SetFileText(std::string_view /*path*/) override {}
   void SetInstructions(std::string_view text) override { console_.PrintError(text); }
-  void SetInstructionsBackground(std::uint32_t /*colour*/) override {}
+  void SetInstructionsBackground(std::optional<std::uint32_t> /*colour*/) override {}
   void SetStatusText(std::string_view text) override {
     status_ = text;
     if (words_ > 0) console_.Print(text);
