@@ -47,9 +47,11 @@ struct CommandRecord {
   bool EraseStarted = false;
   bool Erased = false;
   bool FlashStarted = false;
+  bool FlashWordSent = false;  ///< a word went over the line, acknowledged or not
   bool FlashFailed = false;
   std::int32_t FlashWordsWritten = 0;  ///< words acknowledged before the first failure
   bool EepromStarted = false;
+  bool EepromByteSent = false;  ///< likewise a byte that is not blank
   bool EepromFailed = false;
   std::int32_t EepromBytesDone = 0;  ///< bytes written or skipped before the first failure
   bool NothingToProgram = false;     ///< both buffers were blank
@@ -127,8 +129,10 @@ struct AppState {
   bool CommandRunning = false;  ///< a command is on the stack; no other may start
   bool StopRequested = false;   ///< the program is to end: no further exchange may start
   CommandRecord Command;
-  std::string CodeInfo;  ///< what the window says about the code file in the flash buffer
-  std::string DataInfo;  ///< likewise about the data file in the EEPROM buffer
+  std::string FlashDumpRefusal;   ///< why the flash's dump was not written last, "" = it was
+  std::string EepromDumpRefusal;  ///< likewise of the EEPROM's
+  std::string CodeInfo;           ///< what the window says about the code file in the flash buffer
+  std::string DataInfo;           ///< likewise about the data file in the EEPROM buffer
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 
