@@ -2,8 +2,10 @@
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "image/buffers.h"
+#include "image/dump_files.h"
 
 namespace fenwright::image {
 namespace {
@@ -67,6 +69,17 @@ std::string DescribeDataFile(const core::AppState& state, const OpenReport& repo
   return std::string(NameOf(path)) + "\n" +
          Usage(UsedEepromBytes(state), state.EepromBytes, "byte") +
          Doubts(path, report.Data, state.EepromBytes);
+}
+
+std::string DescribeRefusedDumps(const core::AppState& state) {
+  std::string text;
+  for (const auto& [name, refusal] : {std::pair(kFlashDumpFile, &state.FlashDumpRefusal),
+                                      std::pair(kEepromDumpFile, &state.EepromDumpRefusal)}) {
+    if (refusal->empty()) continue;
+    text += (text.empty() ? "⚠ " : "\n⚠ ") + std::string(name) +
+            " を書き込めません。表示はメモリーの内容です。(" + *refusal + ")";
+  }
+  return text;
 }
 
 std::string DescribeReadMemory(const core::AppState& state) {

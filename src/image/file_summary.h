@@ -17,4 +17,7 @@ std::string DescribeDataFile(const core::AppState& state, const OpenReport& repo
 /// write it to.
 std::string DescribeReadMemory(const core::AppState& state);
 
+/// The dumps that could not be written, with the system's words; "" when both were.
+std::string DescribeRefusedDumps(const core::AppState& state);
+
 }  // namespace fenwright::image

@@ -228,6 +228,7 @@ bool OpenChosenPort(core::RunContext& context) {
   core::ShowStatus(context, Panel::Port, platform::ComName(port.CommPort()));
   SetUpPort(port);
   state.LinkError = 0;
+  state.LastDetection = core::Detection::NotMade;
   if (stored.value_or(0) == 0) {
     port.Close();
     ReportNoPortChosen(context);

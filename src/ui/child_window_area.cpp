@@ -44,11 +44,16 @@ void ChildWindowArea::AddView(View view, ViewWindow* window, const QRect& place)
 
 void ChildWindowArea::Clear(View view) { ViewOf(view)->SetContent({}); }
 
-void ChildWindowArea::Load(View view, std::string_view path) {
+bool ChildWindowArea::Load(View view, std::string_view path) {
   std::string bytes;
-  if (!files_.Read(path, bytes)) bytes.clear();
+  const bool read = static_cast<bool>(files_.Read(path, bytes));
+  ShowText(view, read ? bytes : "");
+  return read;
+}
+
+void ChildWindowArea::ShowText(View view, std::string_view text) {
   ViewWindow& window = *ViewOf(view);
-  window.SetContent(ToQString(code_page_.ToUtf8(bytes)).replace("\r\n", "\n"));
+  window.SetContent(ToQString(code_page_.ToUtf8(text)).replace("\r\n", "\n"));
   if (view != View::Verify) return;
   if (window.isMinimized() || window.isHidden()) window.showNormal();
   BringForward(window);
