@@ -33,6 +33,8 @@ enum class Detection {
 struct FuseTransfer {
   std::string Name;  ///< "Fuse", "High", "Lock"; "Lock/Fuse" for a combined byte
   std::uint8_t Value = 0;
+
+  bool operator==(const FuseTransfer&) const = default;
 };
 
 /// What the running command, or else the last one, has done so far. It is kept beside the error
