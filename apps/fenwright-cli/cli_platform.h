@@ -128,7 +128,8 @@ class NoGuide final : public screen::GuideForm {
 class NoViews final : public screen::Views {
  public:
   void Clear(screen::View /*view*/) override {}
-  void Load(screen::View /*view*/, std::string_view /*path*/) override {}
+  bool Load(screen::View /*view*/, std::string_view /*path*/) override { return true; }
+  void ShowText(screen::View /*view*/, std::string_view /*text*/) override {}
 };
 
 /// The files as a verb sees them that takes no folder: it may read. What the engine would write,

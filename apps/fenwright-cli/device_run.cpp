@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "ops/link_commands.h"
 #include "ops/outcome.h"
 #include "ops/verify_device.h"
 
@@ -12,9 +13,7 @@ namespace {
 
 /// True when a board was found but could not be used, or none was found at all.
 bool NoUsableProgrammer(const core::AppState& state) {
-  if (state.Command.LinkReady) return false;
-  const bool device_refused = state.LinkError == 1 && state.FirmwareVersion > 0;
-  return !device_refused;
+  return ops::DeviceAnswerOf(state) == ops::DeviceAnswer::NotAsked;
 }
 
 ExitCode CodeOf(const core::AppState& state, core::CommandEnding ending) {

@@ -204,9 +204,10 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                              .CommandArgument = AbsolutePath(arguments.File)};
   QTimer::singleShot(0, &application, [&run, &options] {
     const fenwright::core::CommandEnding ending = run.Start(options);
-    if (ending == fenwright::core::CommandEnding::BadSetting) {
+    using fenwright::core::CommandEnding;
+    if (ending == CommandEnding::BadSetting || ending == CommandEnding::FileError) {
       QCoreApplication::exit(kExitStartFailed);
-    } else if (ending == fenwright::core::CommandEnding::AnotherInstance) {
+    } else if (ending == CommandEnding::AnotherInstance) {
       QCoreApplication::exit(0);
     }
   });

@@ -20,7 +20,7 @@ constexpr std::array<Form, 12> kForms{{
     {"late@N:MS", "the N-th reply comes MS milliseconds later"},
     {"split@N:MS", "the second half of the N-th reply comes MS milliseconds later"},
     {"double@N", "the N-th reply comes twice"},
-    {"flip@N[:HEXMASK]", "the first byte of the N-th reply is XORed with HEXMASK (01)"},
+    {"flip@N[:HEXMASK[:BYTE]]", "byte BYTE (1) of the N-th reply is XORed with HEXMASK (01)"},
     {"lie@N", "the N-th write is acknowledged and not carried out"},
     {"stuck@flash:ADDR:BIT=V", "a bit (0-15) of a flash word always reads V"},
     {"stuck@eeprom:ADDR:BIT=V", "a bit (0-7) of an EEPROM byte always reads V"},
@@ -93,13 +93,16 @@ std::optional<Fault> Delayed(Fault fault, Arguments arguments) {
 }
 
 std::optional<Fault> Flipped(Fault fault, Arguments arguments) {
-  const auto [number, mask_text] = Cut(arguments.value_or(""), ':');
-  if (mask_text) {
-    const auto mask = Whole<std::uint8_t>(*mask_text, 16);
-    if (!mask || *mask == 0) {
+  const auto [number, rest] = Cut(arguments.value_or(""), ':');
+  if (rest) {
+    const auto [mask_text, byte_text] = Cut(*rest, ':');
+    const auto mask = Whole<std::uint8_t>(mask_text, 16);
+    const auto byte = byte_text ? Count(*byte_text) : 1;
+    if (!mask || *mask == 0 || !byte) {
       return std::nullopt;
     }
     fault.Mask = *mask;
+    fault.Byte = *byte;
   }
   return Numbered(fault, number);
 }
@@ -217,8 +220,8 @@ std::vector<ReplyPart> FaultInjector::Reply(std::vector<std::uint8_t> bytes) {
         parts.push_back({.Delay = {}, .Bytes = AllBytes(parts)});
         break;
       case Fault::Kind::Flip:
-        if (!parts.front().Bytes.empty()) {
-          parts.front().Bytes.front() ^= fault.Mask;
+        if (fault.Byte <= parts.front().Bytes.size()) {
+          parts.front().Bytes[fault.Byte - 1] ^= fault.Mask;
         }
         break;
       case Fault::Kind::Silent:

@@ -21,7 +21,7 @@ namespace fenwright::board {
 ///     split@N:MS                  the second half of the N-th reply comes MS milliseconds later
 ///                                 (the first half is the longer one; one byte is not split)
 ///     double@N                    the N-th reply comes twice
-///     flip@N[:HEXMASK]            the first byte of the N-th reply is XORed with HEXMASK (01)
+///     flip@N[:HEXMASK[:BYTE]]     byte BYTE (1) of the N-th reply is XORed with HEXMASK (01)
 ///     lie@N                       the N-th write is acknowledged and not carried out
 ///     stuck@flash:ADDR:BIT=V      bit BIT (0-15) of flash word ADDR always reads V (0 or 1)
 ///     stuck@eeprom:ADDR:BIT=V     bit BIT (0-7) of EEPROM byte ADDR always reads V (0 or 1)
@@ -29,14 +29,15 @@ namespace fenwright::board {
 ///     powercut@N                  the board's power fails for a moment when the N-th byte arrives;
 ///                                 that byte is lost
 ///
-/// N counts from 1. N, MS and BIT are decimal, ADDR is decimal or, with 0x, hexadecimal; MS may
-/// have decimals.
+/// N and BYTE count from 1. N, BYTE, MS and BIT are decimal, ADDR is decimal or, with 0x,
+/// hexadecimal; MS may have decimals.
 struct Fault {
   enum class Kind { Silent, Drop, Late, Split, Double, Flip, Lie, Stuck, HangUp, PowerCut };
   Kind What = Kind::Silent;
   std::uint32_t Number = 1;  ///< N
   std::chrono::nanoseconds Delay{};
   std::uint8_t Mask = 0x01;
+  std::uint32_t Byte = 1;
   StuckBit Bit;
 };
 
@@ -59,6 +60,9 @@ class FaultInjector {
 
   /// Counts a reply and gives what becomes of it; empty: nothing is sent.
   std::vector<ReplyPart> Reply(std::vector<std::uint8_t> bytes);
+
+  /// Replies counted so far.
+  [[nodiscard]] std::uint32_t Replies() const { return replies_; }
 
   /// Counts a write; false when it is to be a lie.
   bool CarriesOutWrite();

@@ -51,6 +51,9 @@ class SimulatedBoard {
   /// Takes the bytes that have reached the PC by `now`.
   std::vector<std::uint8_t> TakeDue(std::chrono::nanoseconds now);
 
+  /// Replies that the board has given so far.
+  [[nodiscard]] std::uint32_t Replies() const { return faults_.Replies(); }
+
   /// True once a Receive() or TakeDue() has seen the time of a hang-up pass. Nothing comes any
   /// more.
   [[nodiscard]] bool HungUp() const { return hung_up_; }

@@ -33,6 +33,8 @@ enum class Detection {
 struct FuseTransfer {
   std::string Name;  ///< "Fuse", "High", "Lock"; "Lock/Fuse" for a combined byte
   std::uint8_t Value = 0;
+
+  bool operator==(const FuseTransfer&) const = default;
 };
 
 /// What the running command, or else the last one, has done so far. It is kept beside the error
@@ -47,9 +49,11 @@ struct CommandRecord {
   bool EraseStarted = false;
   bool Erased = false;
   bool FlashStarted = false;
+  bool FlashWordSent = false;  ///< a word went over the line, acknowledged or not
   bool FlashFailed = false;
   std::int32_t FlashWordsWritten = 0;  ///< words acknowledged before the first failure
   bool EepromStarted = false;
+  bool EepromByteSent = false;  ///< likewise a byte that is not blank
   bool EepromFailed = false;
   std::int32_t EepromBytesDone = 0;  ///< bytes written or skipped before the first failure
   bool NothingToProgram = false;     ///< both buffers were blank
@@ -127,10 +131,12 @@ struct AppState {
   bool CommandRunning = false;  ///< a command is on the stack; no other may start
   bool StopRequested = false;   ///< the program is to end: no further exchange may start
   CommandRecord Command;
-  std::string CodeInfo;   ///< what the window says about the code file in the flash buffer
-  std::string DataInfo;   ///< likewise about the data file in the EEPROM buffer
-  std::string CodeDoubt;  ///< what speaks against programming that code file, "" = nothing
-  std::string DataDoubt;  ///< likewise for the data file
+  std::string FlashDumpRefusal;   ///< why the flash's dump was not written last, "" = it was
+  std::string EepromDumpRefusal;  ///< likewise of the EEPROM's
+  std::string CodeInfo;           ///< what the window says about the code file in the flash buffer
+  std::string DataInfo;           ///< likewise about the data file in the EEPROM buffer
+  std::string CodeDoubt;          ///< what speaks against programming that code file, "" = nothing
+  std::string DataDoubt;          ///< likewise for the data file
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 

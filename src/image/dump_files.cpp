@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/command_end.h"
 #include "core/hex_format.h"
 
 namespace fenwright::image {
@@ -37,10 +36,20 @@ std::string Dump(const std::vector<std::uint8_t>& buffer, std::size_t byte_count
   return text;
 }
 
-void WriteDump(core::RunContext& context, std::string_view file_name, const std::string& text) {
+void WriteDump(core::RunContext& context, std::string_view file_name, const std::string& text,
+               std::string& refusal) {
   const std::string path = context.State.AppFolder + std::string(file_name);
   const platform::FileResult result = context.Storage.Files.Write(path, text);
-  if (!result) core::EndCommandOnFileError(path, result);
+  refusal = result ? "" : result.Reason.empty() ? "?" : result.Reason;
+}
+
+/// From memory when the file holds something else, or cannot be read.
+void LoadView(core::RunContext& context, screen::View view, std::string_view file_name,
+              const std::string& text, const std::string& refusal) {
+  const std::string path = context.State.AppFolder + std::string(file_name);
+  screen::Views& views = context.Screen.Views;
+  if (refusal.empty() && views.Load(view, path)) return;
+  views.ShowText(view, text);
 }
 
 }  // namespace
@@ -54,21 +63,21 @@ std::string EepromDump(const core::AppState& state) {
 }
 
 void WriteFlashDump(core::RunContext& context) {
-  WriteDump(context, kFlashDumpFile, FlashDump(context.State));
+  WriteDump(context, kFlashDumpFile, FlashDump(context.State), context.State.FlashDumpRefusal);
 }
 
 void WriteEepromDump(core::RunContext& context) {
-  WriteDump(context, kEepromDumpFile, EepromDump(context.State));
+  WriteDump(context, kEepromDumpFile, EepromDump(context.State), context.State.EepromDumpRefusal);
 }
 
 void LoadFlashView(core::RunContext& context) {
-  context.Screen.Views.Load(screen::View::Flash,
-                            context.State.AppFolder + std::string(kFlashDumpFile));
+  LoadView(context, screen::View::Flash, kFlashDumpFile, FlashDump(context.State),
+           context.State.FlashDumpRefusal);
 }
 
 void LoadEepromView(core::RunContext& context) {
-  context.Screen.Views.Load(screen::View::Eeprom,
-                            context.State.AppFolder + std::string(kEepromDumpFile));
+  LoadView(context, screen::View::Eeprom, kEepromDumpFile, EepromDump(context.State),
+           context.State.EepromDumpRefusal);
 }
 
 void RefreshFlashView(core::RunContext& context) {
@@ -79,6 +88,11 @@ void RefreshFlashView(core::RunContext& context) {
 void RefreshEepromView(core::RunContext& context) {
   WriteEepromDump(context);
   LoadEepromView(context);
+}
+
+void ShowBuffers(core::RunContext& context) {
+  context.Screen.Views.ShowText(screen::View::Flash, FlashDump(context.State));
+  context.Screen.Views.ShowText(screen::View::Eeprom, EepromDump(context.State));
 }
 
 }  // namespace fenwright::image

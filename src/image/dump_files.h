@@ -16,16 +16,20 @@ std::string FlashDump(const core::AppState& state);
 /// The dump of the selected device's EEPROM: a line per sixteen bytes, CP932, CR LF.
 std::string EepromDump(const core::AppState& state);
 
-/// Rewrite a dump file in the program's folder. A disc that refuses it ends the running command.
+/// Rewrite a dump file in the program's folder. A disc that refuses it changes nothing that is
+/// programmed: the reason is kept in the state.
 void WriteFlashDump(core::RunContext& context);
 void WriteEepromDump(core::RunContext& context);
 
-/// Show a dump file in its view.
+/// Show a dump file in its view; what the buffer holds, when the file could not be written or read.
 void LoadFlashView(core::RunContext& context);
 void LoadEepromView(core::RunContext& context);
 
 /// The pair that follows every change of a buffer: rewrite the dump, reload the view.
 void RefreshFlashView(core::RunContext& context);
 void RefreshEepromView(core::RunContext& context);
+
+/// Shows what the buffers hold without a file in between, for a command that ended in the middle.
+void ShowBuffers(core::RunContext& context);
 
 }  // namespace fenwright::image

@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
+#include <utility>
 #include <vector>
+
+#include "image/dump_files.h"
 
 namespace fenwright::image {
 namespace {
@@ -82,6 +86,17 @@ std::string DescribeDoubt(std::string_view path, const HexReadReport& report) {
   if (report.End == HexReadEnd::NotOpened) return NotReadLine(path);
   const Finding* const refusal = report.Check.FirstRefusal();
   return refusal == nullptr ? "" : DoubtLine(path, *refusal);
+}
+
+std::string DescribeRefusedDumps(const core::AppState& state) {
+  std::string text;
+  for (const auto& [name, refusal] : {std::pair(kFlashDumpFile, &state.FlashDumpRefusal),
+                                      std::pair(kEepromDumpFile, &state.EepromDumpRefusal)}) {
+    if (refusal->empty()) continue;
+    text += (text.empty() ? "⚠ " : "\n⚠ ") + std::string(name) +
+            " を書き込めません。表示はメモリーの内容です。(" + *refusal + ")";
+  }
+  return text;
 }
 
 std::string DescribeReadMemory(const core::AppState& state) {

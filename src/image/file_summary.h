@@ -22,4 +22,7 @@ std::string DescribeDoubt(std::string_view path, const HexReadReport& report);
 /// write it to.
 std::string DescribeReadMemory(const core::AppState& state);
 
+/// The dumps that could not be written, with the system's words; "" when both were.
+std::string DescribeRefusedDumps(const core::AppState& state);
+
 }  // namespace fenwright::image

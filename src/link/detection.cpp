@@ -88,7 +88,7 @@ void ReportFirmwareTooOld(core::RunContext& context, std::int16_t& error) {
 /// Judges a version line; the flag says what became of it.
 void AcceptVersionLine(core::RunContext& context, const std::string& line, double& version,
                        std::int16_t& error) {
-  if (std::ranges::find(kModels, line.substr(0, kModelLength)) == kModels.end()) {
+  if (!IsSupportedModel(line)) {
     ReportUnreadableVersion(context, core::Detection::OtherDevice, version, error);
     return;
   }
@@ -193,6 +193,10 @@ void DetectProgrammer(core::RunContext& context, double& version, std::int16_t& 
   port.SetInputMode(platform::InputMode::Binary);
 }
 
+bool IsSupportedModel(std::string_view version_line) {
+  return std::ranges::find(kModels, version_line.substr(0, kModelLength)) != kModels.end();
+}
+
 bool UpdateIsAdvised(double version) { return static_cast<float>(version) < kRecommendedVersion; }
 
 void AdviseFirmwareUpdate(core::RunContext& context) {
@@ -228,6 +232,7 @@ bool OpenChosenPort(core::RunContext& context) {
   core::ShowStatus(context, Panel::Port, platform::ComName(port.CommPort()));
   SetUpPort(port);
   state.LinkError = 0;
+  state.LastDetection = core::Detection::NotMade;
   if (stored.value_or(0) == 0) {
     port.Close();
     ReportNoPortChosen(context);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "core/run_context.h"
 
@@ -13,6 +14,9 @@ namespace fenwright::link {
 /// The two thresholds differ on purpose: below 6.3 the board is refused, by a text that names
 /// 6.38; below 6.38 AdviseFirmwareUpdate() advises and work goes on.
 void DetectProgrammer(core::RunContext& context, double& version, std::int16_t& error);
+
+/// True when a version line begins as that of a supported board does.
+bool IsSupportedModel(std::string_view version_line);
 
 /// True for a firmware that is accepted but older than 6.38.
 bool UpdateIsAdvised(double version);

@@ -1,5 +1,6 @@
 #include "ops/command.h"
 
+#include "image/dump_files.h"
 #include "link/board_commands.h"
 #include "ops/outcome.h"
 
@@ -33,6 +34,8 @@ void EndEarly(core::RunContext& context, const core::CommandEnd& end) {
   core::AppState& state = context.State;
   state.StopRequested = false;
   LeaveProgrammingMode(context);
+  // What the next command works with is what the user sees, whatever the buffers hold by now.
+  image::ShowBuffers(context);
   context.Screen.ComForm.Unload();
   context.Screen.MessageDialog.Close();
   if (!end.Text.empty()) {

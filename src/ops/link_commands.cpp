@@ -47,7 +47,6 @@ bool MeasureRoundTrip(core::RunContext& context, double& seconds) {
 }  // namespace
 
 void Detect(core::RunContext& context) {
-  context.State.LastDetection = core::Detection::NotMade;
   context.State.Command.LinkReady = link::CheckProgrammerLink(context);
 }
 

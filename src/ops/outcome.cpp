@@ -28,24 +28,40 @@ Sentence ErasedOnly() {
       "chip erased, nothing written: program again"};
 }
 
+/// Both memories, or flash alone when it has been written.
+Sentence PerhapsWritten() {
+  return {
+      "デバイスに書き込まれた部分があるかもしれません。確認できていません。"
+      "イレースしてから、もう一度プログラムしてください。",
+      "something may have been written, nothing is confirmed: erase and program again"};
+}
+
 Sentence NothingWritten(const CommandRecord& done) {
+  if (done.FlashWordSent || done.EepromByteSent) return PerhapsWritten();
   return done.Erased ? ErasedOnly() : EraseUnconfirmed();
 }
 
 Sentence FlashPartly(const CommandRecord& done) {
   return {"フラッシュはワード " + LastAddress(done.FlashWordsWritten) +
-              " まで書き込み済み、ベリファイしていません。"
-              "イレースしてから、もう一度プログラムしてください。",
+              " まで書き込み済み、その先とEEPROMは書き込まれたかもしれません。"
+              "ベリファイしていません。イレースしてから、もう一度プログラムしてください。",
           "flash written up to word " + LastAddress(done.FlashWordsWritten) +
-              ", not verified: erase and program again"};
+              ", more may have been written, not verified: erase and program again"};
 }
 
 Sentence EepromPartly(const CommandRecord& done) {
   return {"フラッシュは書き込み済み、EEPROMはバイト " + LastAddress(done.EepromBytesDone) +
-              " まで書き込み済み、ベリファイしていません。"
+              " まで書き込み済み、その先は書き込まれたかもしれません。ベリファイしていません。"
               "イレースしてから、もう一度プログラムしてください。",
           "flash written, EEPROM written up to byte " + LastAddress(done.EepromBytesDone) +
-              ", not verified: erase and program again"};
+              ", more may have been written, not verified: erase and program again"};
+}
+
+Sentence EepromPerhapsWritten() {
+  return {
+      "フラッシュは書き込み済み、EEPROMは書き込まれたかもしれません。ベリファイしていません。"
+      "イレースしてから、もう一度プログラムしてください。",
+      "flash written, EEPROM perhaps written in part, not verified: erase and program again"};
 }
 
 Sentence WrittenUnverified() {
@@ -64,9 +80,11 @@ Sentence FlashWrittenOnly() {
 
 Sentence Differs() {
   return {
-      "デバイスの内容がファイルと一致しません。違いはベリファイ結果にあります。"
+      "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
       "イレースしてから、もう一度プログラムしてください。",
-      "the chip differs from the file, the report lists where: erase and program again"};
+      "what was read from the chip differs from the file, the report lists where: erase and "
+      "program "
+      "again"};
 }
 
 Sentence Verified() {
@@ -96,7 +114,7 @@ Sentence OfFlashPhase(const AppState& state) {
 Sentence OfEepromPhase(const AppState& state) {
   const CommandRecord& done = state.Command;
   if (done.EepromBytesDone > 0) return EepromPartly(done);
-  return FlashWrittenOnly();
+  return done.EepromByteSent ? EepromPerhapsWritten() : FlashWrittenOnly();
 }
 
 bool WroteAllFlash(const AppState& state) {

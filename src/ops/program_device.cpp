@@ -43,6 +43,7 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
     const auto index = 2 * static_cast<std::size_t>(word);
     const std::uint8_t high = state.FlashBuffer[index];
     const std::uint8_t low = state.FlashBuffer[index + 1];
+    state.Command.FlashWordSent = true;
     write_word(context, high, low, state.LinkError);
     if (state.LinkError == 0) {
       state.Command.FlashWordsWritten = word + 1;
@@ -67,6 +68,7 @@ void WriteEepromByte(core::RunContext& context, std::int32_t byte) {
   const std::uint8_t value = state.EepromBuffer[static_cast<std::size_t>(byte)];
   if (value != core::kBlank) {
     link::SelectAddress(context, byte, state.LinkError);
+    state.Command.EepromByteSent = true;
     link::WriteDataByte(context, value, state.LinkError);
   }
   if (state.LinkError == 0) {

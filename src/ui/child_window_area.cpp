@@ -47,11 +47,16 @@ void ChildWindowArea::Clear(View view) {
   if (view == View::Verify) emit ReportChanged(false);
 }
 
-void ChildWindowArea::Load(View view, std::string_view path) {
+bool ChildWindowArea::Load(View view, std::string_view path) {
   std::string bytes;
-  if (!files_.Read(path, bytes)) bytes.clear();
+  const bool read = static_cast<bool>(files_.Read(path, bytes));
+  ShowText(view, read ? bytes : "");
+  return read;
+}
+
+void ChildWindowArea::ShowText(View view, std::string_view text) {
   ViewWindow& window = *ViewOf(view);
-  window.SetContent(ToQString(code_page_.ToUtf8(bytes)).replace("\r\n", "\n"));
+  window.SetContent(ToQString(code_page_.ToUtf8(text)).replace("\r\n", "\n"));
   if (view != View::Verify) return;
   ComeBack(window);
   emit ReportChanged(HasReport());

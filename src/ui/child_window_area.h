@@ -25,7 +25,8 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   ChildWindowArea(platform::TextFiles& files, platform::CodePage& code_page);
 
   void Clear(screen::View view) override;
-  void Load(screen::View view, std::string_view path) override;
+  bool Load(screen::View view, std::string_view path) override;
+  void ShowText(screen::View view, std::string_view text) override;
 
   [[nodiscard]] ViewWindow* ViewOf(screen::View view) const { return views_.at(view); }
   [[nodiscard]] GuideWindow& Guide() const { return *guide_; }

@@ -19,6 +19,7 @@
 #include <QVBoxLayout>
 
 #include "core/build_info.h"
+#include "image/file_summary.h"
 #include "ops/commands.h"
 #include "ui/about_dialog.h"
 #include "ui/child_window_area.h"
@@ -135,9 +136,14 @@ bool MainWindow::MayEndSession() {
 }
 
 void MainWindow::ShowFileInfo() {
-  const bool both = !state_.CodeInfo.empty() && !state_.DataInfo.empty();
-  const QString text = ToQString(state_.CodeInfo + (both ? "\n" : "") + state_.DataInfo);
-  file_info_->SetText(text.isEmpty() ? kNoFileText : text);
+  QStringList parts{ToQString(state_.CodeInfo), ToQString(state_.DataInfo)};
+  parts.removeAll(QString());
+  if (parts.isEmpty()) parts << kNoFileText;
+  if (const std::string dumps = image::DescribeRefusedDumps(state_); !dumps.empty()) {
+    parts << ToQString(dumps);
+  }
+  const QString text = parts.join('\n');
+  file_info_->SetText(text);
   file_info_->setToolTip(text.toHtmlEscaped().replace('\n', "<br>"));
 }
 

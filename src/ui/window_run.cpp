@@ -102,7 +102,10 @@ core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
     started_ = true;
   });
   ReportUnwritableSettings();
-  if (ending == core::CommandEnding::BadSetting) ops::DeleteTemporaryFiles(context_);
+  // Either has told the user its reason, and the window is not worked with half started.
+  if (ending == core::CommandEnding::BadSetting || ending == core::CommandEnding::FileError) {
+    ops::DeleteTemporaryFiles(context_);
+  }
   if (ending == core::CommandEnding::Finished && !state_.CommandArgument.empty()) {
     window_.Run(
         [](core::RunContext& context) { ops::OpenPair(context, context.State.CommandArgument); });

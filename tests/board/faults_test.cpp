@@ -64,9 +64,10 @@ TEST(ParseFault, RefusesBadSpecsNamingThemAndTheForms) {
 }
 
 TEST(FaultForms, HasALineForEveryKind) {
-  for (const char* form : {"silent ", "silent@N ", "drop@N ", "late@N:MS ", "split@N:MS ",
-                           "double@N ", "flip@N[:HEXMASK] ", "lie@N ", "stuck@flash:ADDR:BIT=V ",
-                           "stuck@eeprom:ADDR:BIT=V ", "hangup@N ", "powercut@N "}) {
+  for (const char* form :
+       {"silent ", "silent@N ", "drop@N ", "late@N:MS ", "split@N:MS ", "double@N ",
+        "flip@N[:HEXMASK[:BYTE]] ", "lie@N ", "stuck@flash:ADDR:BIT=V ", "stuck@eeprom:ADDR:BIT=V ",
+        "hangup@N ", "powercut@N "}) {
     EXPECT_THAT(FaultForms(), HasSubstr("  " + std::string(form)));
   }
 }

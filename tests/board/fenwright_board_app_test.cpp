@@ -236,7 +236,7 @@ TEST_F(FenwrightBoard, RefusesAPathItCouldNotWriteInTheEnd) {
 TEST_F(FenwrightBoard, ItsHelpListsTheFaults) {
   Board board({"--help"});
   const std::string help = board.Output();
-  EXPECT_THAT(help, HasSubstr("flip@N[:HEXMASK]"));
+  EXPECT_THAT(help, HasSubstr("flip@N[:HEXMASK[:BYTE]]"));
   EXPECT_THAT(help, HasSubstr("--latency-ms"));
   EXPECT_EQ(board.Wait(), 0);
 }

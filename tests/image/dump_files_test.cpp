@@ -136,28 +136,33 @@ TEST_F(DumpFiles, ARefreshWritesTheFileBeforeTheViewLoadsIt) {
   EXPECT_EQ(TakeJournal(), (Journal{"write /app/avreep.txt", "load EEPROM view"}));
 }
 
-TEST_F(DumpFiles, AFlashDumpThatTheDiscRefusesEndsTheCommandBeforeTheViewLoads) {
-  Files.Refused = {"/app/avrhex.txt"};
-  EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { RefreshFlashView(Context); }),
-            CommandEnding::FileError);
-  EXPECT_EQ(TakeJournal(), (Journal{"write /app/avrhex.txt", "close dialog", "message box"}));
-  EXPECT_THAT(
-      Boxes.Boxes,
-      ElementsAre(
-          Box{MessageIcon::Critical, "",
-              "ファイルに書き込めないため、処理を中止しました。\r\n"
-              "/app/avrhex.txt\r\n"
-              "permission denied\r\n"
-              "ディスクの空き容量とフォルダーの書き込み許可を確認してから、やり直してください。"}));
-  EXPECT_FALSE(State.CommandRunning);
+TEST_F(DumpFiles, ADumpThatTheDiscRefusesIsShownFromMemoryAndTheCommandGoesOn) {
+  State.FlashBuffer[0] = 0x12;
+  State.EepromBuffer[0] = 0x34;
+  Files.Refused = {"/app/avrhex.txt", "/app/avreep.txt"};
+  EXPECT_EQ(ops::RunCommand(Context,
+                            [&](core::RunContext&) {
+                              RefreshFlashView(Context);
+                              RefreshEepromView(Context);
+                            }),
+            CommandEnding::Finished);
+  EXPECT_EQ(TakeJournal(), (Journal{"write /app/avrhex.txt", "show text in flash view",
+                                    "write /app/avreep.txt", "show text in EEPROM view"}));
+  EXPECT_EQ(Views.Texts[View::Flash], FlashDump(State));
+  EXPECT_EQ(Views.Texts[View::Eeprom], EepromDump(State));
+  EXPECT_EQ(State.FlashDumpRefusal, "permission denied");
+  EXPECT_EQ(State.EepromDumpRefusal, "permission denied");
+  Files.Refused.clear();
+  RefreshFlashView(Context);
+  EXPECT_EQ(State.FlashDumpRefusal, "");
 }
 
-TEST_F(DumpFiles, AnEepromDumpThatTheDiscRefusesEndsTheCommandToo) {
-  Files.Refused = {"/app/avreep.txt"};
-  EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { RefreshEepromView(Context); }),
-            CommandEnding::FileError);
-  EXPECT_THAT(Boxes.Texts(), ElementsAre(HasSubstr("/app/avreep.txt")));
-  EXPECT_EQ(Recorded, (Journal{"write /app/avreep.txt", "close dialog", "message box"}));
+TEST_F(DumpFiles, ADumpThatCannotBeReadIsShownFromMemory) {
+  Views.Source = &Files;
+  WriteFlashDump(Context);
+  Files.Unreadable["/app/avrhex.txt"] = "input/output error";
+  LoadFlashView(Context);
+  EXPECT_EQ(Views.Texts[View::Flash], FlashDump(State));
 }
 
 }  // namespace

@@ -386,16 +386,15 @@ TEST_F(FileCommands, WrongDigitsAndChecksumsDoNotStopAnOpen) {
   EXPECT_TRUE(Dialog.Shown.empty());
 }
 
-TEST_F(FileCommands, ADumpThatTheDiscRefusesEndsTheOpenBeforeTheFolderIsStored) {
+TEST_F(FileCommands, ADumpThatTheDiscRefusesStopsNothing) {
   PutPair();
   Files.Refused = {"/app/avrhex.txt"};
   SetCodeAndDataFile(Context, kCodePath);
   EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { LoadCodeAndDataFile(Context); }),
-            CommandEnding::FileError);
-  EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
-  EXPECT_EQ(NewTrace(), Texts{"Program : /home/files/prog.hex"});
-  EXPECT_THAT(Boxes.Texts(), ElementsAre(HasSubstr("/app/avrhex.txt")));
-  EXPECT_FALSE(State.CommandRunning);
+            CommandEnding::Finished);
+  EXPECT_EQ(Stored("OPEN_DIR"), "/home/files");
+  EXPECT_EQ(Views.Texts[View::Flash], FlashDump(State));
+  EXPECT_EQ(State.StatusText, "ファイルをオープンしました。");
 }
 
 // Code alone.
@@ -494,16 +493,16 @@ TEST_F(FileCommands, ACodeAddressBeyondTheBufferForgetsTheNameAndTheViewShowsWha
   EXPECT_TRUE(FileText("avrhex.txt").starts_with("0000: 940C FFFF "));
 }
 
-TEST_F(FileCommands, ADumpThatTheDiscRefusesForgetsTheNameOfACodeFileAloneToo) {
+TEST_F(FileCommands, ATraceThatTheDiscRefusesForgetsTheNameOfACodeFileAloneToo) {
   Put(kCodePath, kCode);
-  Files.Refused = {"/app/avrhex.txt"};
+  Files.Refused = {"/app/_debug_avr.txt"};
   State.CodeFileName = kCodePath;
   EXPECT_EQ(ops::RunCommand(Context, [&](core::RunContext&) { LoadCodeFile(Context); }),
             CommandEnding::FileError);
   EXPECT_EQ(State.CodeFileName, "");
   ASSERT_EQ(Boxes.Boxes.size(), 2U);
   EXPECT_EQ(Boxes.Boxes[0].Text, kNotOpened);
-  EXPECT_THAT(Boxes.Boxes[1].Text, HasSubstr("/app/avrhex.txt")) << "the cause";
+  EXPECT_THAT(Boxes.Boxes[1].Text, HasSubstr("/app/_debug_avr.txt")) << "the cause";
   EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
 }
 

@@ -147,7 +147,9 @@ TEST_F(Command, TheEarlyEndComesBeforeTheMessageBoxAndTheBusyDialogIsGoneByThen)
     run_.Dialog.Show("busy", MessageMode::Busy);
     throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "text"};
   });
-  EXPECT_EQ(run_.TakeJournal(), (Journal{"busy busy", "early end", "close dialog", "message box"}));
+  EXPECT_EQ(run_.TakeJournal(),
+            (Journal{"busy busy", "show text in flash view", "show text in EEPROM view",
+                     "early end", "close dialog", "message box"}));
   EXPECT_FALSE(run_.Dialog.Loaded);
 }
 

@@ -295,7 +295,7 @@ TEST(ProgramFailure, BothMemoriesBadGiveTheFourthResult) {
   Programmed run(WithFaults("stuck@eeprom:0:0=0 stuck@flash:0x1:15=1"));
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : NG");
   EXPECT_EQ(run.Dialog.Detail,
-            "デバイスの内容がファイルと一致しません。違いはベリファイ結果にあります。"
+            "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
             "イレースしてから、もう一度プログラムしてください。");
 }
 
@@ -727,7 +727,9 @@ TEST(ProgramStop, LeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
   EXPECT_EQ(run.Wire.back(), 'L');
   EXPECT_FALSE(run.Port.Board().Protocol().InProgrammingMode());
   EXPECT_EQ(run.ChipState(),
-            "flash written up to word 0x0009, not verified: erase and program again");
+            "flash written up to word 0x0009, more may have been written, not verified: erase and "
+            "program "
+            "again");
   EXPECT_FALSE(run.Dialog.Loaded);
   EXPECT_FALSE(run.State.CommandRunning);
 }

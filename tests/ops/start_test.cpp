@@ -218,7 +218,7 @@ TEST(Reload, ThatADiscEndsIsMarkedNoLonger) {
   run.Files.Files["/files/prog.hex"] = ":020000000C945E\r\n";
   ops::RunCommand(run.Context,
                   [](core::RunContext& context) { ops::OpenPair(context, "/files/prog.hex"); });
-  run.Files.Refused = {"/app/avrhex.txt"};
+  run.Files.Refused = {"/app/_debug_avr.txt"};
   EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_reload_Click),
             core::CommandEnding::FileError);
   EXPECT_FALSE(run.State.ReloadInProgress);

@@ -321,10 +321,20 @@ class FakeFuseForm final : public screen::FuseForm {
 class FakeViews final : public screen::Views, public Noted {
  public:
   void Clear(View view) override { Add("clear", view); }
-  void Load(View view, std::string_view path) override {
+  bool Load(View view, std::string_view path) override {
     Add("load", view);
     Paths[view] = path;
+    std::string& text = Texts[view];
+    text.clear();
+    if (!Source) return true;
+    return static_cast<bool>(Source->Read(path, text));
   }
+  void ShowText(View view, std::string_view text) override {
+    Add("show text in", view);
+    Texts[view] = text;
+  }
+  platform::TextFiles* Source = nullptr;  ///< where files are read when a test looks at the texts
+  std::map<View, std::string> Texts;
   std::vector<std::pair<std::string, View>> Calls;
   std::map<View, std::string> Paths;
 
@@ -456,13 +466,13 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
   FileResult Write(std::string_view path, std::string_view content) override {
     Note("write", path);
     ++Writes[std::string(path)];
-    if (IsRefused(path)) return Refusal();
+    if (IsRefused(path) || IsFull()) return Refusal();
     Files.insert_or_assign(std::string(path), std::string(content));
     return {};
   }
   FileResult Append(std::string_view path, std::string_view content) override {
     Note("append", path);
-    if (IsRefused(path)) return Refusal();
+    if (IsRefused(path) || IsFull()) return Refusal();
     Files[std::string(path)].append(content);
     return {};
   }
@@ -471,7 +481,7 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
     Note("open", path);
     const auto unopenable = Unopenable.find(path);
     result = unopenable != Unopenable.end() ? unopenable->second
-             : IsRefused(path)              ? Refusal()
+             : IsRefused(path) || IsFull()  ? Refusal()
                                             : FileResult{};
     if (!result) return nullptr;
     std::string& file = Files[std::string(path)];
@@ -494,6 +504,8 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
   std::map<std::string, int> Writes;
   std::size_t Capacity = 1U << 24U;
   int OpenWriters = 0;  ///< writers not yet closed
+  int WriteCount = 0;   ///< writes of every kind
+  int FullFrom = -1;    ///< the write from which on the disc takes nothing; -1 = none
 
  private:
   class Writer final : public platform::FileWriter {
@@ -504,7 +516,7 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
     }
     ~Writer() override { Release(); }
     bool Write(std::string_view bytes) override {
-      if (file_.size() + bytes.size() > capacity_) return false;
+      if (file_.size() + bytes.size() > capacity_ || files_.IsFull()) return false;
       file_.append(bytes);
       return true;
     }
@@ -527,6 +539,11 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
 
   static bool Names(const std::vector<std::string>& paths, std::string_view path) {
     return std::ranges::find(paths, path) != paths.end();
+  }
+  /// Counts a write.
+  bool IsFull() {
+    const int number = WriteCount++;
+    return FullFrom >= 0 && number >= FullFrom;
   }
   [[nodiscard]] bool IsRefused(std::string_view path) const { return Names(Refused, path); }
   static FileResult Refusal() { return {FileResult::Status::AccessRefused, "permission denied"}; }

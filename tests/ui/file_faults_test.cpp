@@ -299,15 +299,18 @@ TEST_F(TimeoutInMidRead, EndsTheReadKeepsTheRestAndTouchesNoFile) {
   EXPECT_EQ(Status(), "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
 }
 
-TEST_F(FileFaults, ADumpThatTheDiscRefusesEndsAReadWithItsPathAndNothingElse) {
+TEST_F(FileFaults, ADumpThatTheDiscRefusesShowsWhatWasReadAndSaysSo) {
   const Snapshot before = FilesNow();
   {
     // The trace goes on: only the dump is larger than this.
     const FullDisc disc(ReadFile(folder_.File("app/avrhex.txt")).size() - 1);
     Press("Cmd_btn_read");
   }
-  ASSERT_EQ(Boxes.Shown.size(), 1U);
-  EXPECT_THAT(Boxes.Shown[0], HasSubstr(folder_.File("app/avrhex.txt")));
+  EXPECT_THAT(Boxes.Shown, ::testing::IsEmpty());
+  EXPECT_EQ(Status(), "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
+  EXPECT_EQ(State().FlashBuffer[0], 0xFF);
+  EXPECT_THAT(Named<QLabel>("lblFileInfo")->text().toStdString(),
+              HasSubstr("⚠ avrhex.txt を書き込めません。表示はメモリーの内容です。"));
   EXPECT_EQ(FilesNow(), before);
   EXPECT_FALSE(State().CommandRunning);
 }

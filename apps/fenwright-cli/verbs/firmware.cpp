@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "link/detection.h"
 #include "platform/system/terminal.h"
 #include "update/update_check.h"
 #include "update/update_protocol.h"
@@ -256,6 +257,14 @@ class FirmwareCall {
     if (const ExitCode code = CheckFile(options.File); code != ExitCode::Success) return code;
     if (session_.HasPort()) {
       if (const ExitCode code = ReadVersion(); code != ExitCode::Success) return code;
+    }
+    if (version_ && !link::IsSupportedModel(*version_)) {
+      Fail(ExitCode::NoProgrammer,
+           fmt::format("\"{}\" answers on this port, which is no supported programmer: name the "
+                       "programmer's port",
+                       *version_));
+      Out().PrintError("nothing was sent but the question for the version");
+      return ExitCode::NoProgrammer;
     }
     PrintPlan(options.File);
     if (options.DryRun) {

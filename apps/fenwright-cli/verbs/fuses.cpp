@@ -177,6 +177,57 @@ void PrintFields(Session& session) {
   session.Out().PrintResult(fmt::format("calib      0x{:02X}", fmt::join(calibration, " 0x")));
 }
 
+/// What one reading of the device gave.
+struct Reading {
+  FuseBytes Bytes;
+  std::vector<std::uint8_t> Calibration;
+};
+
+Reading LastReading(Session& session) {
+  return {.Bytes = session.State().Command.FuseBytes, .Calibration = CalibrationOf(session)};
+}
+
+/// Where two readings differ, "" when they don't.
+std::string Difference(const Reading& first, const Reading& second) {
+  for (std::size_t i = 0; i < std::min(first.Bytes.size(), second.Bytes.size()); ++i) {
+    if (first.Bytes[i] == second.Bytes[i]) continue;
+    return fmt::format("{} 0x{:02X}, then 0x{:02X}", first.Bytes[i].Name, first.Bytes[i].Value,
+                       second.Bytes[i].Value);
+  }
+  if (first.Bytes.size() != second.Bytes.size()) return "another number of bytes";
+  if (first.Calibration == second.Calibration) return "";
+  return fmt::format("calibration 0x{:02X}, then 0x{:02X}", fmt::join(first.Calibration, " 0x"),
+                     fmt::join(second.Calibration, " 0x"));
+}
+
+/// A byte that came wrong over the line shows in nothing else than a second reading. Nothing is in
+/// `complaint` unless both readings succeeded and differ.
+DeviceRun ReadTwice(Session& session, std::string& complaint) {
+  DeviceRun run = RunOnDevice(session, ops::cmdFuseRead_Click);
+  if (run.Code != ExitCode::Success) return run;
+  const Reading first = LastReading(session);
+  const DeviceRun second = RunOnDevice(session, ops::cmdFuseRead_Click);
+  run.Seconds += second.Seconds;
+  run.Code = second.Code;
+  if (run.Code != ExitCode::Success) return run;
+  const std::string difference = Difference(first, LastReading(session));
+  if (difference.empty()) return run;
+  run.Code = ExitCode::Failed;
+  complaint = fmt::format(
+      "two readings of the device differ: {}; check the contacts and the cable and read again",
+      difference);
+  return run;
+}
+
+/// Tells of a device run that went well on the line, and whose result is not to be trusted.
+Outcome TellDoubt(Session& session, const DeviceRun& run, const std::string& complaint,
+                  nlohmann::json more) {
+  session.Fail(ExitCode::Failed, complaint);
+  if (!session.Json()) return {.Code = ExitCode::Failed};
+  more["message"] = complaint;
+  return TellDeviceRun(session, {.Code = ExitCode::Failed, .Seconds = run.Seconds}, more);
+}
+
 /// What a write-fuses call is about to write, over what.
 struct Plan {
   FuseBytes OldBytes;  ///< as read from the device, empty when it cannot be read
@@ -276,13 +327,84 @@ Outcome ReadFuses(Session& session) {
   }
   // Bits that no item stands for leave the list as it is; its default must not pass for them.
   session.Fuses().Select(FuseList::Lock, -1);
-  const DeviceRun run = RunOnDevice(session, ops::cmdFuseRead_Click);
+  std::string complaint;
+  const DeviceRun run = ReadTwice(session, complaint);
+  if (!complaint.empty()) return TellDoubt(session, run, complaint, nlohmann::json::object());
   if (run.Code != ExitCode::Success) return TellDeviceRun(session, run);
   PrintFields(session);
   return TellDeviceRun(session, run,
                        {{"fields", FieldsAsJson(session)},
                         {"bytes", BytesAsJson(session.State().Command.FuseBytes)},
                         {"calibration", CalibrationOf(session)}});
+}
+
+/// Why the bits cannot be read back, "" when they can.
+std::string WhyNotReadBack(Session& session) {
+  if (!LayoutOf(session).ReadEnabled) return "this device gives none of them away";
+  if (fuse::DisablesReset(session.Context())) return "the device can no longer be reached";
+  if (session.Fuses().SelectedIndex(FuseList::Lock) == FindText(kLockModes, "write-verify")) {
+    return "the device is locked against reading";
+  }
+  return "";
+}
+
+/// What each list is to show once the bytes are read back: not every item has bits of its own.
+Choices ExpectedChoices(Session& session, const FuseBytes& written) {
+  Choices expected;
+  for (const fuse::ReadStep& step : LayoutOf(session).ReadSteps) {
+    const auto byte = std::ranges::find(written, step.Caption, &core::FuseTransfer::Name);
+    for (const fuse::DecodedField& field : step.Fields) {
+      expected[field.List] = byte == written.end() ? session.Fuses().SelectedIndex(field.List)
+                                                   : fuse::DecodeIndex(field, byte->Value);
+    }
+  }
+  return expected;
+}
+
+/// The first field that the device holds otherwise, "" when there is none.
+std::string FindOther(Session& session, const Choices& expected) {
+  for (const auto& [list, index] : expected) {
+    const int found = session.Fuses().SelectedIndex(list);
+    if (found == index) continue;
+    const std::vector<std::string>& items = session.Fuses().Items(list);
+    const auto text = [&items](int item) {
+      return item < 0 ? std::string("?") : items.at(static_cast<std::size_t>(item));
+    };
+    return fmt::format("{}: written {}, read back {}", fuse::FieldName(list), text(index),
+                       text(found));
+  }
+  return "";
+}
+
+/// Reads what was written back and compares it. A chip acknowledges a write that it does not carry
+/// out, a locked one for instance.
+Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann::json fields) {
+  if (const std::string reason = WhyNotReadBack(session); !reason.empty()) {
+    session.Out().Print("not read back: " + reason);
+    fields["read_back"] = reason;
+    return TellDeviceRun(session, run, fields);
+  }
+  const Choices expected = ExpectedChoices(session, plan.NewBytes);
+  session.Fuses().Select(FuseList::Lock, -1);
+  const DeviceRun read = RunOnDevice(session, ops::cmdFuseRead_Click);
+  run.Seconds += read.Seconds;
+  if (read.Code != ExitCode::Success) {
+    fields["read_back"] = "failed";
+    return TellDoubt(session, run,
+                     "the bits were written, and could not be read back: check the connection, and "
+                     "whether the device still has its clock",
+                     fields);
+  }
+  fields["read_back"] = BytesAsJson(session.State().Command.FuseBytes);
+  const std::string other = FindOther(session, expected);
+  if (other.empty()) {
+    session.Out().Print(
+        fmt::format("ok: fuse and lock bits written and read back ({:.1f} s)", run.Seconds));
+    if (!session.Json()) return {.Code = ExitCode::Success};
+    return TellDeviceRun(session, run, fields);
+  }
+  return TellDoubt(session, run, other + "; a locked device keeps its bits until it is erased",
+                   fields);
 }
 
 Outcome WriteFuses(Session& session, const WriteOptions& options) {
@@ -295,7 +417,11 @@ Outcome WriteFuses(Session& session, const WriteOptions& options) {
     return RefuseResetDisable(session, "nothing was sent");
   }
   if (LayoutOf(session).ReadEnabled) {
-    const DeviceRun read = RunOnDevice(session, ops::cmdFuseRead_Click);
+    std::string complaint;
+    const DeviceRun read = ReadTwice(session, complaint);
+    if (!complaint.empty()) {
+      return TellDoubt(session, read, complaint + "; nothing was written", {{"written", false}});
+    }
     if (read.Code != ExitCode::Success) return TellDeviceRun(session, read, {{"written", false}});
   }
   const Plan plan = MakePlan(session, options, choices);
@@ -306,7 +432,10 @@ Outcome WriteFuses(Session& session, const WriteOptions& options) {
   }
   if (options.DryRun) return FinishDryRun(session, plan);
   const DeviceRun run = RunOnDevice(session, ops::cmdFuseWrite_Click);
-  return TellDeviceRun(session, run, PlanAsJson(session, plan, run.Code == ExitCode::Success));
+  nlohmann::json fields = PlanAsJson(session, plan, run.Code == ExitCode::Success);
+  fields["read_back"] = "not done";
+  if (run.Code != ExitCode::Success) return TellDeviceRun(session, run, fields);
+  return CheckWritten(session, plan, run, fields);
 }
 
 VerbRun BindWrite(CLI::App& command) {

@@ -1,5 +1,9 @@
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -16,6 +20,7 @@ struct ReadOptions {
   std::string Code;  ///< file that the flash is saved to, "" = none
   std::string Data;  ///< file that the EEPROM is saved to, "" = none
   bool Force = false;
+  bool Verify = false;  ///< a second reading must give the same
 };
 
 /// A file that a read is to save to must be writable, and new unless overwriting is allowed; what
@@ -77,14 +82,73 @@ std::string Save(Session& session, const ReadOptions& options) {
   return complaint;
 }
 
+/// What one reading of the device has brought.
+struct Reading {
+  std::vector<std::uint8_t> Flash;
+  std::vector<std::uint8_t> Eeprom;
+  std::vector<core::FuseTransfer> Fuses;
+};
+
+Reading LastReading(const core::AppState& state) {
+  return {
+      .Flash = state.FlashBuffer, .Eeprom = state.EepromBuffer, .Fuses = state.Command.FuseBytes};
+}
+
+/// The first place where two readings of a memory differ, "" when there is none. `unit` bytes make
+/// a cell, in the order in which they are shown.
+std::string FirstDifference(const char* memory, std::size_t unit,
+                            const std::vector<std::uint8_t>& first,
+                            const std::vector<std::uint8_t>& second) {
+  const auto found = std::ranges::mismatch(first, second);
+  if (found.in1 == first.end()) return "";
+  const auto cell = static_cast<std::size_t>(found.in1 - first.begin()) / unit;
+  const auto hex = [&](const std::vector<std::uint8_t>& bytes) {
+    std::string text;
+    for (std::size_t i = 0; i < unit; ++i) text += fmt::format("{:02X}", bytes[cell * unit + i]);
+    return text;
+  };
+  return fmt::format("{} 0x{:04X}: {}, then {}", memory, cell, hex(first), hex(second));
+}
+
+std::string FirstDifference(const Reading& first, const Reading& second) {
+  std::string difference = FirstDifference("flash word", 2, first.Flash, second.Flash);
+  if (difference.empty()) {
+    difference = FirstDifference("EEPROM byte", 1, first.Eeprom, second.Eeprom);
+  }
+  if (difference.empty() && first.Fuses != second.Fuses) difference = "the fuse and lock bits";
+  return difference;
+}
+
+/// Reads once more; what was not the same, "" when everything was.
+std::string ReadAgain(Session& session, DeviceRun& run) {
+  const Reading first = LastReading(session.State());
+  const DeviceRun second = RunOnDevice(session, ops::Cmd_btn_read_Click);
+  run.Code = second.Code;
+  run.Seconds += second.Seconds;
+  if (run.Code != ExitCode::Success) return "";
+  const std::string difference = FirstDifference(first, LastReading(session.State()));
+  if (difference.empty()) return "";
+  return fmt::format(
+      "two readings of the device differ: {}; check the contacts and the cable; nothing was saved",
+      difference);
+}
+
+Outcome Tell(Session& session, DeviceRun run, ExitCode code, const std::string& complaint) {
+  run.Code = session.Fail(code, complaint);
+  return TellDeviceRun(session, run, {{"message", complaint}});
+}
+
 Outcome Read(Session& session, const ReadOptions& options) {
   const ExitCode code = CheckOutputs(session, options);
   if (code != ExitCode::Success) return {.Code = code};
   DeviceRun run = RunOnDevice(session, ops::Cmd_btn_read_Click);
+  if (options.Verify && run.Code == ExitCode::Success) {
+    const std::string doubt = ReadAgain(session, run);
+    if (!doubt.empty()) return Tell(session, run, ExitCode::Failed, doubt);
+  }
   const std::string complaint = run.Code == ExitCode::Success ? Save(session, options) : "";
-  if (complaint.empty()) return TellDeviceRun(session, run);
-  run.Code = session.Fail(ExitCode::FileError, complaint);
-  return TellDeviceRun(session, run, {{"message", complaint}});
+  if (!complaint.empty()) return Tell(session, run, ExitCode::FileError, complaint);
+  return TellDeviceRun(session, run);
 }
 
 VerbRun BindRead(CLI::App& command) {
@@ -94,6 +158,8 @@ VerbRun BindRead(CLI::App& command) {
   command.add_option("--data", options->Data, "file to save the EEPROM to, Intel HEX")
       ->type_name("OUT.eep");
   command.add_flag("--force", options->Force, "overwrite files that exist");
+  command.add_flag("--verify", options->Verify,
+                   "read everything twice and compare: takes twice the time");
   return [options](Session& session) { return Read(session, *options); };
 }
 
