@@ -107,6 +107,9 @@ class Mutant:
     def what(self) -> str:
         return f"{self.kind} {self.original}".strip()
 
+    def __str__(self) -> str:
+        return f"{self.file}:{self.line}: {self.what} | {self.line_text}"
+
     @property
     def key(self) -> str:
         return f"{self.file} | {self.what} | {self.line_text} | {self.occurrence}"
@@ -821,7 +824,7 @@ class Tests:
         return result.returncode == 0
 
 
-def try_guarded(tests: Tests, mutants: list[Mutant], results: dict[str, str]):
+def try_guarded(tests: Tests, mutants: list[Mutant], results: dict[str, str], save):
     done = 0
     lock = threading.Lock()
 
@@ -831,8 +834,11 @@ def try_guarded(tests: Tests, mutants: list[Mutant], results: dict[str, str]):
         with lock:
             results[mutant.key] = "noticed" if noticed else "survived"
             done += 1
+            if not noticed:
+                print(f"survived: {mutant}", flush=True)
             if done % 200 == 0:
                 print(f"{done} of {len(mutants)}", flush=True)
+                save()
 
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count(), "worker") as pool:
         list(pool.map(run, mutants))
@@ -850,7 +856,7 @@ def try_compiled(copy: Copy, engine: Engine, tests: Tests, mutants, results):
         else:
             noticed = tests.notices(mutant, "compiled")
             results[mutant.key] = "noticed" if noticed else "survived"
-        print(f"{results[mutant.key]}: {mutant.file}:{mutant.line} {mutant.what}", flush=True)
+        print(f"{results[mutant.key]}: {mutant}", flush=True)
         copy.write(mutant.file, guarded_text(source))
     if mutants and copy.compile():
         sys.exit("the mutated copy does not build again")
@@ -888,7 +894,7 @@ def report(engine: Engine, results: dict[str, str], folders: list[str]) -> None:
         rows.append((folder, counts))
     print("\nSurvivors:")
     for mutant in survivors:
-        print(f"{mutant.file}:{mutant.line}: {mutant.what} | {mutant.line_text}")
+        print(mutant)
     for name in equivalents:
         if name not in used and name[0].split("/")[1] in folders:
             print(f"equivalent.txt: no surviving mutant for {' | '.join(name)}")
@@ -938,13 +944,17 @@ def main():
 
     results_file = work / "results.json"
     results = json.loads(results_file.read_text()) if results_file.exists() else {}
-    chosen = [m for m in engine.mutants if m.folder in folders]
+
+    def save():
+        results_file.write_text(json.dumps(results, indent=0, ensure_ascii=False))
+
+    chosen = [m for folder in folders for m in engine.mutants if m.folder == folder]
     if options.again:
         chosen = [m for m in chosen if results.get(m.key) not in ("noticed", "not compiled")]
-    try_guarded(tests, [m for m in chosen if m.guarded], results)
-    results_file.write_text(json.dumps(results, indent=0, ensure_ascii=False))
+    try_guarded(tests, [m for m in chosen if m.guarded], results, save)
+    save()
     try_compiled(copy, engine, tests, [m for m in chosen if not m.guarded], results)
-    results_file.write_text(json.dumps(results, indent=0, ensure_ascii=False))
+    save()
     report(engine, results, folders)
 
 
