@@ -76,6 +76,26 @@ TEST(ComSelectionLoad, AStoredThreeSelectsCom3AndSetsItsNumberWithoutOpening) {
   EXPECT_FALSE(run.Port.PortOpen());
 }
 
+TEST(ComSelectionLoad, SaysNothingAboutANumberThatCanBeUsedOrIsMissing) {
+  Selection missing;
+  missing.Load();
+  EXPECT_EQ(missing.ComForm.Note, "");
+  for (const char* value : {"0", "3", "20"}) {
+    Selection run;
+    run.StorePort(value);
+    run.Load();
+    EXPECT_EQ(run.ComForm.Note, "") << value;
+  }
+}
+
+TEST(ComSelectionLoad, SaysWhatIsWrongWithAStoredNumberAndTheCure) {
+  Selection run;
+  run.StorePort("three");
+  run.Load();
+  EXPECT_EQ(run.ComForm.Note,
+            "保存されているポート番号 \"three\" は使用できません。選び直してください。");
+}
+
 TEST(ComSelectionLoad, LeavesAnEmptyLineInTheTrace) {
   Selection run;
   run.Load();
@@ -266,6 +286,12 @@ TEST(DescribePort, NamesDeviceAndAdapter) {
             "/dev/ttyUSB0 : FTDI FT232R、使用できます。");
   EXPECT_EQ(DescribePort({.Number = 1, .Path = "/dev/ttyS0", .State = platform::PortState::Usable}),
             "/dev/ttyS0 : 使用できます。");
+}
+
+TEST(DescribePort, LeavesOutADeviceThatHasNoPath) {
+  EXPECT_EQ(DescribePort(
+                {.Number = 1, .Description = "FTDI FT232R", .State = platform::PortState::Usable}),
+            "FTDI FT232R、使用できます。");
 }
 
 TEST(DescribePort, SaysWhyAPortCannotBeUsed) {

@@ -231,7 +231,8 @@ class Finder:
         self.result = cursor.result_type
         body = [c for c in children(cursor) if c.kind == Kind.COMPOUND_STMT]
         tokens = self.source.part(begin(cursor), begin(body[0]) if body else end(cursor))
-        self.never_returns = "[[noreturn]]" in tokens
+        before = self.source.text[: begin(cursor)].decode().rstrip()
+        self.never_returns = "[[noreturn]]" in tokens or before.endswith("[[noreturn]]")
         returns_value = cursor.result_type.kind not in (TypeKind.VOID, TypeKind.INVALID)
         for child in children(cursor):
             if child.kind == Kind.COMPOUND_STMT:
@@ -862,20 +863,18 @@ def try_compiled(copy: Copy, engine: Engine, tests: Tests, mutants, results):
         sys.exit("the mutated copy does not build again")
 
 
-def read_equivalents() -> dict[tuple[str, str, str], str]:
-    """By file, mutant and line: why it is the same program."""
-    equivalents = {}
-    path = HERE / "equivalent.txt"
-    for line in path.read_text().splitlines() if path.exists() else []:
+def read_equivalents() -> collections.Counter:
+    """How many mutants of a file, a kind and a line are the same program."""
+    equivalents: collections.Counter = collections.Counter()
+    for line in (HERE / "equivalent.txt").read_text().splitlines():
         if line and not line.startswith("#"):
-            file, what, text, reason = line.split(" | ")
-            equivalents[file, what, text] = reason
+            file, what, text, _reason = line.split(" | ")
+            equivalents[file, what, text] += 1
     return equivalents
 
 
 def report(engine: Engine, results: dict[str, str], folders: list[str]) -> None:
     equivalents = read_equivalents()
-    used = set()
     survivors = []
     rows = []
     for folder in folders:
@@ -885,9 +884,9 @@ def report(engine: Engine, results: dict[str, str], folders: list[str]) -> None:
                 continue
             result = results[mutant.key]
             name = (mutant.file, mutant.what, mutant.line_text)
-            if result == "survived" and name in equivalents:
+            if result == "survived" and equivalents[name] > 0:
                 result = "equivalent"
-                used.add(name)
+                equivalents[name] -= 1
             elif result == "survived":
                 survivors.append(mutant)
             counts[result] += 1
@@ -895,8 +894,8 @@ def report(engine: Engine, results: dict[str, str], folders: list[str]) -> None:
     print("\nSurvivors:")
     for mutant in survivors:
         print(mutant)
-    for name in equivalents:
-        if name not in used and name[0].split("/")[1] in folders:
+    for name, left in equivalents.items():
+        if left > 0 and name[0].split("/")[1] in folders:
             print(f"equivalent.txt: no surviving mutant for {' | '.join(name)}")
     print(f"\n{'folder':10}{'noticed':>9}{'survived':>10}{'equivalent':>12}{'figure':>9}")
     total: collections.Counter = collections.Counter()
