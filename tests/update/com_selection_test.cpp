@@ -76,26 +76,6 @@ TEST(ComSelectionLoad, AStoredThreeSelectsCom3AndSetsItsNumberWithoutOpening) {
   EXPECT_FALSE(run.Port.PortOpen());
 }
 
-TEST(ComSelectionLoad, SaysNothingAboutANumberThatCanBeUsedOrIsMissing) {
-  Selection missing;
-  missing.Load();
-  EXPECT_EQ(missing.ComForm.Note, "");
-  for (const char* value : {"0", "3", "20"}) {
-    Selection run;
-    run.StorePort(value);
-    run.Load();
-    EXPECT_EQ(run.ComForm.Note, "") << value;
-  }
-}
-
-TEST(ComSelectionLoad, SaysWhatIsWrongWithAStoredNumberAndTheCure) {
-  Selection run;
-  run.StorePort("three");
-  run.Load();
-  EXPECT_EQ(run.ComForm.Note,
-            "保存されているポート番号 \"three\" は使用できません。選び直してください。");
-}
-
 TEST(ComSelectionLoad, LeavesAnEmptyLineInTheTrace) {
   Selection run;
   run.Load();
@@ -268,6 +248,26 @@ TEST(ComSelection, ATraceThatCannotBeWrittenEndsItWithTheDialogUnloaded) {
   EXPECT_EQ(ops::RunCommand(run.Context, Cmd_btn_comselect_Click), core::CommandEnding::FileError);
   EXPECT_THAT(run.ComForm.Calls, ElementsAre("place", "unload"));
   EXPECT_EQ(run.Boxes.Boxes.size(), 1U);
+}
+
+TEST(ComSelectionLoad, SaysNothingAboutANumberThatCanBeUsedOrIsMissing) {
+  Selection missing;
+  missing.Load();
+  EXPECT_EQ(missing.ComForm.Note, "");
+  for (const char* value : {"0", "3", "20"}) {
+    Selection run;
+    run.StorePort(value);
+    run.Load();
+    EXPECT_EQ(run.ComForm.Note, "") << value;
+  }
+}
+
+TEST(ComSelectionLoad, SaysWhatIsWrongWithAStoredNumberAndTheCure) {
+  Selection run;
+  run.StorePort("three");
+  run.Load();
+  EXPECT_EQ(run.ComForm.Note,
+            "保存されているポート番号 \"three\" は使用できません。選び直してください。");
 }
 
 TEST(PortMenu, LeavesOneLineInTheTraceBeforeTheDialog) {
