@@ -370,6 +370,12 @@ TEST_F(FileCommands, AfterABadLineEveryLaterOpenFailsAndSaysWhy) {
   EXPECT_THAT(Dialog.Detail, HasSubstr("再起動")) << "the cure";
 }
 
+TEST(OpenReport, KnowsNothingBeforeAnOpen) {
+  const OpenReport report;
+  EXPECT_FALSE(report.CodeFileFound || report.KnownExtension);
+  EXPECT_FALSE(report.DataFileReached || report.DataFileFound);
+}
+
 TEST_F(FileCommands, AnAddressOutsideTheBufferIsToldWithItsLineAndBothViewsAreShown) {
   PutPair();
   Put(kCodePath, std::string(kCode) + ":04FFFF000102030400\r\n");
