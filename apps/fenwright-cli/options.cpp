@@ -37,7 +37,7 @@ void AddOptions(CLI::App& app, Options& options) {
   app.footer(kFooter);
   app.set_version_flag("--version", fmt::format("fenwright-cli {}", core::kVersion));
   app.add_option("--port", options.Port,
-                 "port of the programmer: COM1 to COM20, COMn=PATH, or a device path")
+                 "port of the programmer: COM1 to COM256, COMn=PATH, or a device path")
       ->type_name("COMn|DEVICE-PATH")
       ->envname("FENWRIGHT_PORT");
   CLI::Option* const simulate = app.add_flag("--simulate", options.Simulate,

@@ -156,7 +156,7 @@ ExitCode Session::ChooseRealPort() {
     const bool number = options_.Port.starts_with("COM");
     return Fail(number ? ExitCode::Usage : ExitCode::NoProgrammer,
                 fmt::format("--port {}: {}", options_.Port,
-                            number ? "the numbers are COM1 to COM20" : "there is no such device"));
+                            number ? "the numbers are COM1 to COM256" : "there is no such device"));
   }
   if (!port->Path.empty()) overrides_[port->Number] = port->Path;
   settings_.Write(core::kSettingsSection, core::kPortNumberKey, std::to_string(port->Number));

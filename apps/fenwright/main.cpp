@@ -241,7 +241,7 @@ int main(int argc, char** argv) {
   if (!arguments.Port.isEmpty()) {
     port_option = fenwright::platform::ParsePortOption(ToUtf8(arguments.Port));
     if (!port_option) {
-      return RefuseStart("--port の値は COM1 から COM20、または COMn=PATH で指定してください: " +
+      return RefuseStart("--port の値は COM1 から COM256、または COMn=PATH で指定してください: " +
                          arguments.Port);
     }
   }

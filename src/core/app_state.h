@@ -19,6 +19,16 @@ inline constexpr std::int32_t kEepromBufferLast = 2048;
 /// The commands that work on the chip.
 enum class DeviceOperation { None, Program, Read, Verify, Erase, ReadFuses, WriteFuses };
 
+/// What the last search for a board on the port came to.
+enum class Detection {
+  NotMade,
+  NoAnswer,           ///< no whole version line in time
+  OtherDevice,        ///< an answer, but none of a supported board
+  VersionUnreadable,  ///< a supported board whose version is no number
+  FirmwareTooOld,
+  Accepted,
+};
+
 /// A fuse or lock byte that went over the line.
 struct FuseTransfer {
   std::string Name;  ///< "Fuse", "High", "Lock"; "Lock/Fuse" for a combined byte
@@ -99,6 +109,7 @@ struct AppState {
   std::string MessageText;          ///< text last put into the message dialog
   double FirmwareVersion = 0;       ///< the board's version, 0 = not read
   std::string FirmwareVersionText;  ///< first 16 characters of the version reply
+  Detection LastDetection = Detection::NotMade;
 
   bool SignatureFailed = false;         ///< the last signature session ended with LinkError = 1
   std::int16_t DetectedFlashWords = 0;  ///< flash size that the chip's signature stands for

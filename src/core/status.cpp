@@ -21,6 +21,11 @@ void ShowMessage(RunContext& context, std::string_view text, screen::MessageMode
   TraceLog(context).AppendMessage(text);
 }
 
+void ShowDetail(RunContext& context, std::string_view text) {
+  context.Screen.MessageDialog.SetDetail(text);
+  TraceLog(context).AppendMessage(text);
+}
+
 void ReportResult(RunContext& context, std::string_view text) {
   ShowStatus(context, text);
   ShowMessage(context, text, screen::MessageMode::Notice);

@@ -249,8 +249,6 @@ bool Covers(Names names, std::string_view name) {
 
 }  // namespace
 
-std::span<const FuseLayout> FuseLayouts() { return kLayouts; }
-
 const FuseLayout& LayoutOf(std::string_view display_name) {
   const auto* const found = std::ranges::find(kLayouts, display_name, &FuseLayout::DisplayName);
   return found == kLayouts.end() ? kUnknownDevice : *found;

@@ -80,11 +80,8 @@ struct FuseLayout {
   std::span<const WriteStep> WriteSteps;
 };
 
-/// One row per device of the catalogue.
-std::span<const FuseLayout> FuseLayouts();
-
-/// The row of a display name; for any other text a row without fields, its lock list hidden and
-/// both buttons disabled.
+/// The row of a device of the catalogue, by its display name; for any other text a row without
+/// fields, its lock list hidden and both buttons disabled.
 const FuseLayout& LayoutOf(std::string_view display_name);
 
 /// True when the layout fills that fuse list.

@@ -84,7 +84,7 @@ void ExplainFileError(core::RunContext& context, std::string_view path,
                                       "行目のアドレスがバッファの範囲を超えています。"
                                       "選択したデバイス用のファイルか確認してください。"
                                 : report.Reason;
-  context.Screen.MessageDialog.SetDetail(std::string(path) + "\n" + cause);
+  core::ShowDetail(context, std::string(path) + "\r\n" + cause);
 }
 
 /// An open of a code file alone that failed, whatever the reason.
@@ -158,6 +158,10 @@ OpenReport LoadDataFile(core::RunContext& context) {
 
 OpenReport LoadCodeAndDataFile(core::RunContext& context) {
   OpenReport report;
+  if (context.State.CodeFileName.empty()) {
+    ShowUnsetReloadName(context);
+    return report;
+  }
   if (!CodeFileFound(context, report)) {
     ShowMissingCodeFile(context);
     return report;

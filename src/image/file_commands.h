@@ -38,8 +38,9 @@ OpenReport LoadCodeFile(core::RunContext& context);
 OpenReport LoadDataFile(core::RunContext& context);
 
 /// Loads the two named files into the buffers, blanking each before, and refreshes the views. Any
-/// file error ends it where it stands; the report says what happened. With the names as they are it
-/// is the reload.
+/// file error ends it where it stands; the report says what happened. Without a code file's name it
+/// says that none was chosen, and a file of another kind gets the same words: both leave the
+/// buffers as they are. With the names as they are it is the reload.
 OpenReport LoadCodeAndDataFile(core::RunContext& context);
 
 }  // namespace fenwright::image

@@ -59,10 +59,13 @@ void ReportNoBoard(core::RunContext& context, double& version, std::int16_t& err
   core::ShowMessage(context, kText, MessageMode::Notice);
   ForgetVersion(context, version);
   context.Screen.MessageDialog.ShowButton();
+  context.State.LastDetection = core::Detection::NoAnswer;
   error = 1;
 }
 
-void ReportUnreadableVersion(core::RunContext& context, double& version, std::int16_t& error) {
+void ReportUnreadableVersion(core::RunContext& context, core::Detection detection, double& version,
+                             std::int16_t& error) {
+  context.State.LastDetection = detection;
   core::ShowStatus(context, kUnreadableVersionText);
   context.Screen.MessageDialog.SetText(kUnreadableVersionText);
   context.Screen.MessageDialog.ShowButton();
@@ -78,6 +81,7 @@ void ReportFirmwareTooOld(core::RunContext& context, std::int16_t& error) {
   context.Screen.MessageDialog.SetText(kText);
   core::ShowMessage(context, kText, MessageMode::Notice);
   context.Screen.MessageDialog.ShowButton();
+  context.State.LastDetection = core::Detection::FirmwareTooOld;
   error = 2;
 }
 
@@ -85,7 +89,7 @@ void ReportFirmwareTooOld(core::RunContext& context, std::int16_t& error) {
 void AcceptVersionLine(core::RunContext& context, const std::string& line, double& version,
                        std::int16_t& error) {
   if (std::ranges::find(kModels, line.substr(0, kModelLength)) == kModels.end()) {
-    ReportUnreadableVersion(context, version, error);
+    ReportUnreadableVersion(context, core::Detection::OtherDevice, version, error);
     return;
   }
   const std::string found = "ライターを " +
@@ -99,7 +103,7 @@ void AcceptVersionLine(core::RunContext& context, const std::string& line, doubl
   const std::optional<double> number = core::ParseNumber(version_field);
   // Neither a plus sign nor an exponent is part of a version.
   if (!number || version_field.find_first_of("+eE") != std::string::npos) {
-    ReportUnreadableVersion(context, version, error);
+    ReportUnreadableVersion(context, core::Detection::VersionUnreadable, version, error);
     return;
   }
   version = *number;
@@ -110,6 +114,7 @@ void AcceptVersionLine(core::RunContext& context, const std::string& line, doubl
   ClearInput(context);
   // Its acknowledgement is not awaited here: RestForExtendAcknowledgement() sees to it.
   SendText(context, kExtend);
+  context.State.LastDetection = core::Detection::Accepted;
   error = 0;
 }
 
@@ -129,26 +134,34 @@ void ReportNoPortChosen(core::RunContext& context) {
   core::ShowStatus(context, "ライタと通信ができませんでした。(レジストリリード)");
 }
 
-/// A second, smaller line below the message: why the board could not be found, and the cure.
+/// Why the board could not be found, and the cure; "" when the message says it all.
+std::string CauseOfMissingBoard(const core::RunContext& context) {
+  switch (context.State.LastDetection) {
+    case core::Detection::OtherDevice:
+      return " から返答はありましたが、対応しているライターではありません。"
+             "ポート番号を確認してください。";
+    case core::Detection::VersionUnreadable:
+      return " のライターのバージョンが数字ではありません。ライターの電源を入れ直してください。"
+             "それでも読み出せないときは、ファームウエアをアップデートしてください。";
+    case core::Detection::FirmwareTooOld:
+      return "";
+    default:
+      return " は開けましたが、ライターとしての返答がありません。"
+             "ライターの電源、ケーブル、ポート番号を確認してください。";
+  }
+}
+
 void ExplainMissingBoard(core::RunContext& context) {
   const platform::PortOpenResult& opened = context.State.LastPortOpen;
   std::string name = platform::ComName(context.Line.ProgrammerPort.CommPort());
   if (!opened.Path.empty()) name += " (" + opened.Path + ")";
   if (opened.Status != platform::PortOpenStatus::Ok) {
-    context.Screen.MessageDialog.SetDetail(name + " : " + opened.Reason);
+    core::ShowDetail(context, name + " : " + opened.Reason);
   } else if (context.Line.ProgrammerPort.IsGone()) {
-    context.Screen.MessageDialog.SetDetail(
-        name + " : 通信ポートがなくなりました。USBケーブルと電源を確認してください。");
-  } else if (context.State.StatusText == kUnreadableVersionText) {
-    context.Screen.MessageDialog.SetDetail(
-        name +
-        " から返答はありましたが、対応しているライターではありません。"
-        "ポート番号を確認してください。");
-  } else if (context.State.LinkError == 1) {
-    context.Screen.MessageDialog.SetDetail(
-        name +
-        " は開けましたが、ライターとしての返答がありません。"
-        "ライターの電源、ケーブル、ポート番号を確認してください。");
+    core::ShowDetail(context,
+                     name + " : 通信ポートがなくなりました。USBケーブルと電源を確認してください。");
+  } else if (const std::string cause = CauseOfMissingBoard(context); !cause.empty()) {
+    core::ShowDetail(context, name + cause);
   }
 }
 
@@ -240,9 +253,9 @@ bool SelectChosenDevice(core::RunContext& context) {
   RestForExtendAcknowledgement(context);
   SelectDevice(context, state.DeviceCode, state.LinkError);
   if (state.LinkError != 0) {
-    context.Screen.MessageDialog.SetDetail(
-        "デバイスには何も書き込んでいません。デバイスの選択と、ライターのファームウエア"
-        "バージョンを確認してください。");
+    core::ShowDetail(context,
+                     "デバイスには何も書き込んでいません。デバイスの選択と、ライターの"
+                     "ファームウエアバージョンを確認してください。");
     return false;
   }
   context.Screen.MessageDialog.Close();

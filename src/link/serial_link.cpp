@@ -23,8 +23,18 @@ void Turn(core::RunContext& context, platform::SerialControl& port,
   port.RestUntilInput(std::clamp(longest_rest, kShortestRestSeconds, kTurnSeconds));
 }
 
-/// Turns until `seconds` have passed since `start`, or the day ends.
-void TurnUntil(core::RunContext& context, double start, double seconds) {
+/// Turns that a wait still takes once a stop is requested, a quarter of a second: the running
+/// exchange is to return, so that it is known what the chip holds. They are counted, since the
+/// clock is no measure over midnight.
+constexpr int kTurnsAfterStop = 50;
+
+void EndIfStopRequested(const core::RunContext& context) {
+  if (context.State.StopRequested) throw core::CommandEnd{};
+}
+
+/// Turns until `seconds` have passed since `start`, which a wait within a turn may have set anew,
+/// or the day ends.
+void TurnUntil(core::RunContext& context, const double& start, double seconds) {
   for (;;) {
     const double now = context.Line.Clock.SecondsSinceMidnight();
     const double left = start + seconds - now;
@@ -49,7 +59,7 @@ void SetUpPort(platform::SerialControl& port) {
 void ClearInput(core::RunContext& context) { context.Line.ProgrammerPort.DiscardInput(); }
 
 void SendText(core::RunContext& context, char character) {
-  if (context.State.StopRequested) throw core::CommandEnd{};
+  EndIfStopRequested(context);
   const std::array<std::uint8_t, 1> bytes{static_cast<std::uint8_t>(character)};
   context.Line.ProgrammerPort.Output(bytes);
 }
@@ -61,21 +71,26 @@ void SendByte(core::RunContext& context, std::uint8_t value) {
 
 bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds) {
   context.State.WaitStart = context.Line.Clock.SecondsSinceMidnight();
-  return WaitForBytesOn(context, context.Line.ProgrammerPort, count, context.State.WaitStart,
-                        timeout_seconds);
+  const bool arrived = WaitForBytesOn(context, context.Line.ProgrammerPort, count,
+                                      context.State.WaitStart, timeout_seconds);
+  if (!arrived) EndIfStopRequested(context);
+  return arrived;
 }
 
 bool WaitForBytesOn(core::RunContext& context, platform::SerialControl& port, int count,
                     const double& start, double timeout_seconds) {
+  int turns_after_stop = 0;
   while (port.InBufferCount() < count) {
-    // Bytes may have arrived just before the line went, or during the turn that the time ended in:
+    // Bytes may have arrived just before the line went, or during the turn that the wait ended in:
     // the count has the last word.
     if (port.IsGone()) {
       context.Line.Events.ProcessPendingEvents();
       return port.InBufferCount() >= count;
     }
     Turn(context, port);
-    if (context.Line.Clock.SecondsSinceMidnight() > start + timeout_seconds) {
+    const bool out_of_time = context.Line.Clock.SecondsSinceMidnight() > start + timeout_seconds;
+    if (context.State.StopRequested) ++turns_after_stop;
+    if (out_of_time || turns_after_stop == kTurnsAfterStop) {
       return port.InBufferCount() >= count;
     }
   }
@@ -92,7 +107,8 @@ void Pause(core::RunContext& context, double seconds) {
 }
 
 void Rest(core::RunContext& context, double seconds) {
-  TurnUntil(context, context.Line.Clock.SecondsSinceMidnight(), seconds);
+  const double start = context.Line.Clock.SecondsSinceMidnight();
+  TurnUntil(context, start, seconds);
 }
 
 bool RestForBytes(core::RunContext& context, int count, double seconds) {

@@ -33,11 +33,13 @@ void SendByte(core::RunContext& context, std::uint8_t value);
 /// greater than `timeout_seconds`, or at once when the line is gone and can deliver nothing more.
 ///
 /// The clock restarts at 0 at midnight. A wait that began before it then never runs out; that is
-/// required behaviour and no allowance is made.
+/// required behaviour and no allowance is made. A requested stop ends it too, and the running
+/// command with it (core::CommandEnd): the running exchange has a quarter of a second to return.
 bool WaitForBytes(core::RunContext& context, int count, double timeout_seconds);
 
-/// The wait of WaitForBytes() on any port. `start` is looked at anew at every turn: whoever shares
-/// it, as pauses share `AppState::WaitStart`, moves the end of the wait.
+/// The wait of WaitForBytes() on any port; false is all that a requested stop makes of it. `start`
+/// is looked at anew at every turn: whoever shares it, as pauses share `AppState::WaitStart`, moves
+/// the end of the wait.
 bool WaitForBytesOn(core::RunContext& context, platform::SerialControl& port, int count,
                     const double& start, double timeout_seconds);
 
@@ -45,7 +47,8 @@ bool WaitForBytesOn(core::RunContext& context, platform::SerialControl& port, in
 void ReadReply(core::RunContext& context);
 
 /// Waits, with window events running, until the clock reaches the start plus `seconds`; the start
-/// is kept in `AppState::WaitStart`. The end of the day ends it too: it would never end otherwise.
+/// is kept in `AppState::WaitStart`, which a wait or pause nested within it sets anew. The end of
+/// the day ends it too: it would never end otherwise.
 void Pause(core::RunContext& context, double seconds);
 
 /// As Pause(), but leaves `AppState::WaitStart` alone: a rest between two steps.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "core/elapsed.h"
 #include "core/status.h"
 #include "core/trace_log.h"
 #include "fuse/fuse_reading.h"
@@ -41,14 +42,14 @@ bool CheckLink(core::RunContext& context) {
 
 void ShowElapsedTime(core::RunContext& context) {
   double& time = context.State.OperationStartTime;
-  time = std::trunc(context.Line.Clock.SecondsSinceMidnight() - time);
+  time = std::trunc(core::SecondsSince(context.Line.Clock, time));
   core::ShowStatus(context, Panel::Elapsed, std::to_string(static_cast<std::int32_t>(time)) + "秒");
 }
 
 /// Some failures end an operation without a word in the dialog, which is gone then, or still says
-/// that work is going on and offers no button. They get the text of the exchange that failed. Below
-/// it, and below any other failure text, stand the state of the chip and what to do next. None of
-/// this is traced: it repeats what the trace holds.
+/// that work is going on and offers no button. They get the text of the exchange that failed, which
+/// is in the trace already. Below it, and below any other failure text, stand the state of the chip
+/// and what to do next.
 void ExplainFailure(core::RunContext& context) {
   if (Succeeded(context.State)) return;
   screen::MessageDialog& dialog = context.Screen.MessageDialog;
@@ -59,7 +60,7 @@ void ExplainFailure(core::RunContext& context) {
     if (done.LastFailure.empty()) return dialog.Close();
     dialog.Show(done.LastFailure, screen::MessageMode::Notice);
   }
-  dialog.SetDetail(DescribeChipState(context.State, core::Language::Japanese));
+  core::ShowDetail(context, DescribeChipState(context.State, core::Language::Japanese));
 }
 
 /// What a read has brought is no file's any more, however the command ends. A save without a dialog
@@ -85,12 +86,34 @@ void ForgetFileInfo(core::AppState& state) {
   state.DataInfo.clear();
 }
 
-/// A file of another kind leaves the buffers as they are; one that is missing or cannot be read
-/// leaves the EEPROM's.
-image::OpenReport OpenNamedFiles(core::RunContext& context) {
+struct FileNames {
+  std::string Code;
+  std::string Data;
+};
+
+FileNames NamesIn(const core::AppState& state) {
+  return {.Code = state.CodeFileName, .Data = state.DataFileName};
+}
+
+/// A file of another kind is not loaded: the names from before stay, so that a save never writes
+/// over it.
+void TakeBackNames(core::AppState& state, const FileNames& before) {
+  state.CodeFileName = before.Code;
+  state.DataFileName = before.Data;
+}
+
+bool WasRefused(const image::OpenReport& report) {
+  return report.CodeFileFound && !report.KnownExtension;
+}
+
+/// A file of another kind, and a name that was never given, leave the buffers as they are; a file
+/// that is missing or cannot be read leaves the EEPROM's.
+image::OpenReport OpenNamedFiles(core::RunContext& context, const FileNames& before) {
   core::AppState& state = context.State;
+  const bool named = !state.CodeFileName.empty();
   image::OpenReport report = image::LoadCodeAndDataFile(context);
-  if (report.CodeFileFound && !report.KnownExtension) return report;
+  if (WasRefused(report)) TakeBackNames(state, before);
+  if (!named || WasRefused(report)) return report;
   state.CodeInfo = image::DescribeCodeFile(state, report);
   if (report.DataFileReached) state.DataInfo = image::DescribeDataFile(state, report);
   return report;
@@ -182,15 +205,18 @@ void mnuPC_buffer_clear_Click(core::RunContext& context) {
 }
 
 void mnuFileOpen_Click(core::RunContext& context) {
-  if (image::ChooseCodeAndDataFile(context)) OpenNamedFiles(context);
+  const FileNames before = NamesIn(context.State);
+  if (image::ChooseCodeAndDataFile(context)) OpenNamedFiles(context, before);
 }
 
 void Cmd_btn_open_Click(core::RunContext& context) { mnuFileOpen_Click(context); }
 
 void mnuFileOpenCode_Click(core::RunContext& context) {
-  if (!image::ChooseCodeFile(context)) return;
   core::AppState& state = context.State;
+  const FileNames before = NamesIn(state);
+  if (!image::ChooseCodeFile(context)) return;
   const image::OpenReport report = image::LoadCodeFile(context);
+  if (WasRefused(report)) TakeBackNames(state, before);
   if (!report.KnownExtension) return;
   // A file that could not be read is forgotten.
   state.CodeInfo = state.CodeFileName.empty() ? "" : image::DescribeCodeFile(state, report);
@@ -202,7 +228,7 @@ void mnuFileOpenData_Click(core::RunContext& context) {
   context.State.DataInfo = image::DescribeDataFile(context.State, report);
 }
 
-void mnuReLoad_Click(core::RunContext& context) { OpenNamedFiles(context); }
+void mnuReLoad_Click(core::RunContext& context) { OpenNamedFiles(context, NamesIn(context.State)); }
 
 void Cmd_btn_reload_Click(core::RunContext& context) {
   // Down again however the command ends.
@@ -220,9 +246,10 @@ image::OpenReport OpenPair(core::RunContext& context, const std::string& code_pa
 
 image::OpenReport OpenFiles(core::RunContext& context, const std::string& code_path,
                             const std::string& data_path) {
+  const FileNames before = NamesIn(context.State);
   context.State.CodeFileName = code_path;
   context.State.DataFileName = data_path;
-  return OpenNamedFiles(context);
+  return OpenNamedFiles(context, before);
 }
 
 void mnuFileSave_Click(core::RunContext& context) { image::SaveFiles(context); }

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "core/device_selection.h"
+#include "core/elapsed.h"
 #include "link/detection.h"
 #include "link/serial_link.h"
 
@@ -34,13 +35,11 @@ double SecondsFor(const CellCost& cost, int cells, double extra_seconds) {
 bool MeasureRoundTrip(core::RunContext& context, double& seconds) {
   constexpr char kExtend = 'A';
   constexpr double kTimeoutSeconds = 1;
-  constexpr double kSecondsPerDay = 86400;
   link::ClearInput(context);
   const double start = context.Line.Clock.SecondsSinceMidnight();
   link::SendText(context, kExtend);
   if (!link::WaitForBytes(context, 1, kTimeoutSeconds)) return false;
-  seconds = context.Line.Clock.SecondsSinceMidnight() - start;
-  if (seconds < 0) seconds += kSecondsPerDay;
+  seconds = core::SecondsSince(context.Line.Clock, start);
   link::ReadReply(context);
   return true;
 }
@@ -48,14 +47,23 @@ bool MeasureRoundTrip(core::RunContext& context, double& seconds) {
 }  // namespace
 
 void Detect(core::RunContext& context) {
-  context.State.FirmwareVersion = 0;
+  context.State.LastDetection = core::Detection::NotMade;
   context.State.Command.LinkReady = link::CheckProgrammerLink(context);
 }
 
 BoardVerdict VerdictOf(const core::AppState& state) {
-  constexpr std::int16_t kTooOld = 2;
-  if (state.FirmwareVersion == 0) return BoardVerdict::None;
-  if (state.LinkError == kTooOld) return BoardVerdict::Refused;
+  switch (state.LastDetection) {
+    case core::Detection::NotMade:
+    case core::Detection::NoAnswer:
+    case core::Detection::OtherDevice:
+      return BoardVerdict::None;
+    case core::Detection::VersionUnreadable:
+      return BoardVerdict::Unreadable;
+    case core::Detection::FirmwareTooOld:
+      return BoardVerdict::Refused;
+    case core::Detection::Accepted:
+      break;
+  }
   return link::UpdateIsAdvised(state.FirmwareVersion) ? BoardVerdict::Advised
                                                       : BoardVerdict::Accepted;
 }

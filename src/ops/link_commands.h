@@ -10,9 +10,10 @@ namespace fenwright::ops {
 
 /// What became of the search for a board.
 enum class BoardVerdict {
-  None,     ///< no answer, or none of a supported board
-  Refused,  ///< firmware too old
-  Advised,  ///< accepted; a newer firmware is recommended
+  None,        ///< no answer, or none of a supported board
+  Unreadable,  ///< a supported board that gives no version number
+  Refused,     ///< firmware too old
+  Advised,     ///< accepted; a newer firmware is recommended
   Accepted,
 };
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "core/device_selection.h"
+#include "core/elapsed.h"
 #include "core/status.h"
 #include "image/buffers.h"
 #include "image/dump_files.h"
@@ -49,7 +50,7 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
       state.Command.FlashFailed = true;
     }
   }
-  state.Command.FlashWriteSeconds = context.Line.Clock.SecondsSinceMidnight() - start;
+  state.Command.FlashWriteSeconds = core::SecondsSince(context.Line.Clock, start);
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     state.Command.FlashFailed = true;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/command_end.h"
+#include "core/elapsed.h"
 #include "core/hex_format.h"
 #include "core/status.h"
 #include "image/buffers.h"
@@ -66,7 +67,7 @@ void CompareFlash(core::RunContext& context, Report& report) {
                 "  Original = " + core::HexByte(expected_high) + core::HexByte(expected_low) +
                 "   NG = " + core::HexByte(high) + core::HexByte(low));
   }
-  state.Command.FlashVerifySeconds = context.Line.Clock.SecondsSinceMidnight() - start;
+  state.Command.FlashVerifySeconds = core::SecondsSince(context.Line.Clock, start);
 }
 
 void CompareEeprom(core::RunContext& context, Report& report) {

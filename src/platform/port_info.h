@@ -4,8 +4,11 @@
 
 namespace fenwright::platform {
 
-/// COM numbers run from 1 to this.
-inline constexpr int kLastComNumber = 20;
+/// COM numbers run from 1 to this, as the system that named them counts.
+inline constexpr int kLastComNumber = 256;
+
+/// The lists of ports offer the numbers up to this.
+inline constexpr int kLastListedComNumber = 20;
 
 /// "COM5" for 5.
 inline std::string ComName(int number) { return "COM" + std::to_string(number); }

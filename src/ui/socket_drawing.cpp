@@ -96,10 +96,6 @@ const std::array<Place, 5> kPlaces{{
      .Badge = {2.1, 18}},
 }};
 
-const Place& PlaceAt(GuidePosition position) {
-  return kPlaces.at(static_cast<std::size_t>(position));
-}
-
 QColor ColourOf(std::uint32_t value) {
   return {static_cast<int>(value & 0xFFU), static_cast<int>(value >> 8U & 0xFFU),
           static_cast<int>(value >> 16U & 0xFFU)};
@@ -284,10 +280,6 @@ void SocketDrawing::SetHighlighted(GuidePosition position, bool highlighted) {
 
 bool SocketDrawing::IsHighlighted(GuidePosition position) const {
   return highlighted_.at(static_cast<std::size_t>(position));
-}
-
-QRectF SocketDrawing::PackagePlace(GuidePosition position) const {
-  return Scaling().mapRect(BodyOf(PlaceAt(position)));
 }
 
 QSize SocketDrawing::sizeHint() const { return kCanvas.toSize(); }

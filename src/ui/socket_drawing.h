@@ -29,9 +29,6 @@ class SocketDrawing : public QWidget {
   void SetHighlighted(screen::GuidePosition position, bool highlighted);
   [[nodiscard]] bool IsHighlighted(screen::GuidePosition position) const;
 
-  /// The body of the package in that place, in the widget's coordinates.
-  [[nodiscard]] QRectF PackagePlace(screen::GuidePosition position) const;
-
   [[nodiscard]] QSize sizeHint() const override;
   [[nodiscard]] QSize minimumSizeHint() const override;
 

@@ -51,7 +51,8 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       file_dialogs_(&window_),
       shell_(outside.Shell ? *outside.Shell : qt_shell_),
       manual_folders_(outside.ManualFolders),
-      com_dialog_(window_, state_, [this](int number) { return DescribePort(number); }),
+      com_dialog_(window_, state_,
+                  [this](int index) { return DescribePort(update::PortOfItem(context_, index)); }),
       context_{
           .State = state_,
           .Line = {.ProgrammerPort = outside.ProgrammerPort,

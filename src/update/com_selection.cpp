@@ -1,5 +1,6 @@
 #include "update/com_selection.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "core/numbers.h"
 #include "core/settings_keys.h"
 #include "core/status.h"
+#include "core/stored_number.h"
 #include "core/trace_log.h"
 #include "link/detection.h"
 #include "link/serial_link.h"
@@ -18,10 +20,19 @@ using screen::Panel;
 
 constexpr std::string_view kNoPortItem = "????";
 
-std::vector<std::string> ListItems() {
+/// The stored number when the list does not have it, 0 otherwise.
+int AppendedPort(const core::RunContext& context) {
+  const int stored = core::StoredPortNumber(context).value_or(0);
+  return stored > platform::kLastListedComNumber ? stored : 0;
+}
+
+std::vector<std::string> ListItems(const core::RunContext& context) {
   std::vector<std::string> items{std::string(kNoPortItem)};
-  for (int number = 1; number <= platform::kLastComNumber; ++number)
+  for (int number = 1; number <= platform::kLastListedComNumber; ++number)
     items.push_back(platform::ComName(number));
+  if (const int number = AppendedPort(context); number != 0) {
+    items.push_back(platform::ComName(number));
+  }
   return items;
 }
 
@@ -30,7 +41,7 @@ void SelectStoredPort(core::RunContext& context) {
   const std::string text =
       context.Storage.Settings.Read(core::kSettingsSection, core::kPortNumberKey).value_or("0");
   const std::optional<int> number = core::ParseWholeNumber(text, 0, platform::kLastComNumber);
-  form.SetListIndex(number.value_or(0));
+  form.SetListIndex(std::min(number.value_or(0), platform::kLastListedComNumber + 1));
   if (number) return;
   form.SetNote("保存されているポート番号 \"" + text + "\" は使用できません。選び直してください。");
 }
@@ -56,9 +67,11 @@ bool OpenPort(core::RunContext& context, int number) {
 void LoadComSelection(core::RunContext& context) {
   screen::ComForm& form = context.Screen.ComForm;
   form.PlaceOverMainWindow();
-  form.SetItems(ListItems());
+  form.SetItems(ListItems(context));
   SelectStoredPort(context);
-  if (form.ListIndex() != 0) context.Line.ProgrammerPort.SetCommPort(form.ListIndex());
+  if (const int number = PortOfItem(context, form.ListIndex()); number != 0) {
+    context.Line.ProgrammerPort.SetCommPort(number);
+  }
   core::TraceLog(context).AppendMessage("");
 }
 
@@ -66,7 +79,7 @@ bool Command_ok_Click(core::RunContext& context) {
   screen::ComForm& form = context.Screen.ComForm;
   platform::SerialControl& port = context.Line.ProgrammerPort;
   if (port.PortOpen()) port.Close();
-  const int number = form.ListIndex();
+  const int number = PortOfItem(context, form.ListIndex());
   if (number == 0) {
     ReportOpenFailed(context, "COM? ");
     return false;
@@ -104,6 +117,11 @@ void Cmd_btn_comselect_Click(core::RunContext& context) {
 void mmuCominucation_Click(core::RunContext& context) {
   core::TraceLog(context).AppendMessage("COMポート選択");
   Cmd_btn_comselect_Click(context);
+}
+
+int PortOfItem(const core::RunContext& context, int index) {
+  if (index < 0) return 0;
+  return index <= platform::kLastListedComNumber ? index : AppendedPort(context);
 }
 
 std::string DescribePort(const platform::PortInfo& port) {

@@ -56,7 +56,7 @@ bool PortChosen(UpdateContext& context) {
 
 void FillSelectors(UpdateContext& context) {
   std::vector<std::string> ports;
-  for (int number = kFirstPort; number <= platform::kLastComNumber; ++number)
+  for (int number = kFirstPort; number <= platform::kLastListedComNumber; ++number)
     ports.push_back(std::to_string(number));
   context.Form.SetPortItems(ports);
   context.Form.SetPortText(Stored(context, core::kUpdatePortReadKey, kUnset));

@@ -9,10 +9,12 @@
 #include <optional>
 #include <span>
 
+#include "core/elapsed.h"
 #include "core/hex_format.h"
 #include "core/numbers.h"
 #include "core/text_lines.h"
 #include "link/serial_link.h"
+#include "platform/port_info.h"
 #include "update/update_report.h"
 #include "update/update_words.h"
 
@@ -45,18 +47,19 @@ constexpr std::array<SpeedRow, 3> kSpeeds{
 /// How streaming a file, a record or a word went.
 enum class Step { Good, TimedOut, Mismatch, Stopped };
 
-/// Sleeps, with window events running. It counts its turns, not the clock's time, so that midnight
-/// does not cut it short.
+bool StopRequested(const UpdateContext& context) { return context.Run.State.StopRequested; }
+
+/// Sleeps, with window events running; a requested stop ends it. It counts its turns, not the
+/// clock's time, so that midnight does not cut it short.
 void Sleep(UpdateContext& context, double seconds) {
   constexpr double kTurnSeconds = 0.005;
   const int turns = static_cast<int>(std::lround(seconds / kTurnSeconds));
   for (int turn = 0; turn < turns; ++turn) {
     context.Run.Line.Events.ProcessPendingEvents();
+    if (StopRequested(context)) return;
     context.Run.Line.Clock.Sleep(kTurnSeconds);
   }
 }
-
-bool StopRequested(const UpdateContext& context) { return context.Run.State.StopRequested; }
 
 bool WaitForBytes(UpdateContext& context, int count, double timeout_seconds) {
   const double start = context.Run.Line.Clock.SecondsSinceMidnight();
@@ -87,7 +90,9 @@ Step SendWord(UpdateContext& context, const UpdateWord& word) {
                        static_cast<std::uint8_t>(word.Address % 256), word.High, word.Low};
   context.UpdaterPort.Output(state.UpdateFrame);
   ++state.WordsSent;
-  if (!WaitForBytes(context, 1, kAcknowledgeTimeoutSeconds)) return Step::TimedOut;
+  if (!WaitForBytes(context, 1, kAcknowledgeTimeoutSeconds)) {
+    return StopRequested(context) ? Step::Stopped : Step::TimedOut;
+  }
   state.ReceiveBuffer = context.UpdaterPort.Input();
   if (state.ReceiveBuffer.empty()) return Step::TimedOut;
   unsigned sum = 0;
@@ -169,6 +174,8 @@ UpdateOutcome FailByMismatch(UpdateContext& context) {
   return UpdateOutcome::Mismatch;
 }
 
+bool NumberIsChosen(std::string_view port_text) { return port_text != "?" && !port_text.empty(); }
+
 UpdateOutcome Stop(UpdateContext& context) {
   context.State.Now = Activity::Busy;
   ShowStatus(context, "アップデートを中止しました。");
@@ -200,7 +207,11 @@ bool OpenUpdaterPort(UpdateContext& context) {
     if (speed == row.Text) port.SetSettings(row.Settings);
   }
   const std::string text = context.Form.PortText();
-  if (text == "?" || text.empty()) {
+  if (!NumberIsChosen(text)) {
+    // Deliberate: the update goes on, with the number that the port has.
+    context.Form.SetDetail("警告：ポート番号が選ばれていないので、" +
+                           platform::ComName(port.CommPort()) +
+                           " を使います。ライターをつないだ番号を選んでください。");
     context.MessageBoxes.Show(MessageIcon::Information, "", "ポート番号を設定してください。");
     return true;
   }
@@ -217,7 +228,8 @@ bool OpenPort(UpdateContext& context) {
   if (OpenUpdaterPort(context)) result = context.UpdaterPort.Open();
   const bool opened = result.Status == platform::PortOpenStatus::Ok;
   if (!opened) ShowStatus(context, "通信ポートをオープンできませんでした。");
-  context.Form.SetDetail(result.Reason);
+  // The warning of a number that was not chosen stays.
+  if (!opened || NumberIsChosen(context.Form.PortText())) context.Form.SetDetail(result.Reason);
   return opened;
 }
 
@@ -270,7 +282,7 @@ UpdateOutcome RunFirmwareUpdate(UpdateContext& context, const std::string& path)
   UpdateWord word;
   const double first_word = context.Run.Line.Clock.SecondsSinceMidnight();
   const Step step = StreamFile(context, path, word);
-  context.State.StreamSeconds = context.Run.Line.Clock.SecondsSinceMidnight() - first_word;
+  context.State.StreamSeconds = core::SecondsSince(context.Run.Line.Clock, first_word);
   switch (step) {
     case Step::Good:
       return Finish(context, start);

@@ -317,15 +317,15 @@ TEST(FuseModel, TheBitsThatEnableSerialProgrammingAreAlwaysSentAs0) {
   }
 }
 
-TEST(FuseModel, TheLayoutsAreThoseOfTheCatalogueInItsOrder) {
-  ASSERT_EQ(FuseLayouts().size(), core::DeviceCatalogue().size());
-  for (std::size_t i = 0; i < FuseLayouts().size(); ++i) {
-    EXPECT_EQ(FuseLayouts()[i].DisplayName, core::DeviceCatalogue()[i].DisplayName);
+TEST(FuseModel, EveryDeviceOfTheCatalogueHasALayout) {
+  for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
+    EXPECT_EQ(LayoutOf(device.DisplayName).DisplayName, device.DisplayName);
   }
 }
 
 TEST(FuseModel, EveryFieldOfALayoutIsWrittenAndReadAndHasItems) {
-  for (const FuseLayout& layout : FuseLayouts()) {
+  for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
+    const FuseLayout& layout = LayoutOf(device.DisplayName);
     SCOPED_TRACE(layout.DisplayName);
     const std::set<FuseList> fields(layout.Fields.begin(), layout.Fields.end());
     std::set<FuseList> written;

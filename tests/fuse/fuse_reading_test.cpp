@@ -235,6 +235,18 @@ TEST(FuseReading, TheFrameIsHiddenWhileTheListsOfAByteAreSet) {
                           "show", "calibration"}));
 }
 
+TEST(FuseReading, StartsWithTheFlagClearedAndEndsWithTheDialogClosed) {
+  for (const std::int16_t flag : {std::int16_t{1}, std::int16_t{2}}) {
+    ReadingRun run("ATtiny12L");
+    run.State.LinkError = flag;
+    run.ReadWith(Rows().at("ATtiny12L").Commands);
+    EXPECT_EQ(run.State.LinkError, 0);
+    EXPECT_EQ(run.Text(Cksel), "1111");
+    EXPECT_EQ(run.PanelText(Panel::Status), kDone);
+    EXPECT_FALSE(run.Dialog.Loaded);
+  }
+}
+
 TEST(FuseReading, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
   for (const std::string& device : AllDevices()) {
     const Row& row = Rows().at(device);

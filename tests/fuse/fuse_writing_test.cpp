@@ -162,6 +162,17 @@ TEST(FuseWriting, TheTraceHasNoLabelsOfItsOwn) {
             Joined<Texts>({{kBusy}, SignatureTrace("1E:90:05"), mode, mode, {kDone}}));
 }
 
+TEST(FuseWriting, StartsWithTheFlagClearedAndEndsWithTheDialogClosed) {
+  for (const std::int16_t flag : {std::int16_t{1}, std::int16_t{2}}) {
+    WritingRun run("ATtiny12L");
+    run.State.LinkError = flag;
+    run.WriteExpecting(DefaultWrites().at("ATtiny12L"));
+    EXPECT_EQ(run.State.LinkError, 0);
+    EXPECT_EQ(run.PanelText(Panel::Status), kDone);
+    EXPECT_FALSE(run.Dialog.Loaded);
+  }
+}
+
 TEST(FuseWriting, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
   for (const std::string& device : AllDevices()) {
     const std::vector<Exchange> transcript = Transcript(device, DefaultWrites().at(device));

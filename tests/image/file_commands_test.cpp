@@ -211,9 +211,15 @@ TEST_F(FileCommands, WithoutACodeFileTheFolderStaysAsItWas) {
   EXPECT_EQ(Stored("OPEN_DIR"), "/before");
 }
 
-TEST_F(FileCommands, AReloadWithNothingOpenedFindsNoCodeFile) {
-  LoadCodeAndDataFile(Context);
-  EXPECT_EQ(NewTrace(), (Texts{"Program : Not found HEX file", kNotOpened}));
+TEST_F(FileCommands, AReloadWithNothingOpenedSaysSoAndLeavesTheBuffersAlone) {
+  FillBuffers();
+  const OpenReport report = LoadCodeAndDataFile(Context);
+  EXPECT_FALSE(report.CodeFileFound);
+  EXPECT_FALSE(report.DataFileReached);
+  EXPECT_THAT(NewTrace(), ElementsAre(StartsWith("再ロードするファイル名 ： ?\r\n")));
+  EXPECT_EQ(State.FlashBuffer[0], 0x41);
+  EXPECT_EQ(State.EepromBuffer[0], 0x42);
+  EXPECT_TRUE(StatusBar.History.empty());
 }
 
 TEST_F(FileCommands, AMissingCodeFileIsReportedAsMissingWhateverItsExtension) {
@@ -253,8 +259,8 @@ TEST_F(FileCommands, AnotherExtensionLeavesBuffersStatusAndFolderAlone) {
 }
 
 TEST_F(FileCommands, AnEmptyNameIsShownAsAQuestionMark) {
-  // A system may find a file for the empty name: its folder.
-  Put("", "");
+  // A system may find a file for the empty name, its folder: it is never looked for.
+  Put("", kCode);
   State.CodeFileName = "";
   LoadCodeAndDataFile(Context);
   EXPECT_EQ(Dialog.Text,
@@ -272,7 +278,7 @@ TEST_F(FileCommands, ACodeFileThatCannotBeReadEndsTheOpenThere) {
   const OpenReport report = Load();
   EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
   EXPECT_FALSE(report.DataFileFound);
-  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", kNotOpened}));
+  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", kNotOpened, Dialog.Detail}));
   EXPECT_EQ(Stored("OPEN_DIR"), "(missing)");
   EXPECT_TRUE(FlashIs(0xFF)) << "it was blanked before the read";
   EXPECT_EQ(State.EepromBuffer[0], 0x42);
@@ -283,7 +289,7 @@ TEST_F(FileCommands, AFileErrorIsExplainedWithThePathAndTheSystemsWords) {
   Load();
   EXPECT_EQ(Dialog.Text, kNotOpened);
   EXPECT_EQ(Dialog.Mode, MessageMode::Notice);
-  EXPECT_EQ(Dialog.Detail, "/home/files/prog.hex\nPermission denied");
+  EXPECT_EQ(Dialog.Detail, "/home/files/prog.hex\r\nPermission denied");
 }
 
 TEST_F(FileCommands, ADataFileThatCannotBeReadLeavesTheCodeLoadedAndIsExplained) {
@@ -292,7 +298,7 @@ TEST_F(FileCommands, ADataFileThatCannotBeReadLeavesTheCodeLoadedAndIsExplained)
   const OpenReport report = Load();
   EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
   EXPECT_EQ(State.FlashBuffer[0], 0x94);
-  EXPECT_EQ(Dialog.Detail, "/home/files/prog.eep\nInput/output error");
+  EXPECT_EQ(Dialog.Detail, "/home/files/prog.eep\r\nInput/output error");
   EXPECT_EQ(State.StatusText, "EEPROM : /home/files/prog.eep");
   EXPECT_EQ(Stored("OPEN_DIR"), "/home/files");
 }
@@ -304,7 +310,7 @@ TEST_F(FileCommands, ADataAddressBeyondTheBufferEndsTheOpenAndNamesTheLine) {
   EXPECT_EQ(report.Data.End, HexReadEnd::OutsideBuffer);
   EXPECT_EQ(State.EepromBuffer[0], 0x42);
   EXPECT_EQ(Dialog.Text, kNotOpened);
-  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << Dialog.Detail;
+  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.eep\r\n2行目")) << Dialog.Detail;
   EXPECT_NE(State.StatusText, "ファイルをオープンしました。");
 }
 
@@ -337,7 +343,7 @@ TEST_F(FileCommands, ABadLineInTheCodeFileIsNoFileErrorButTheDataFileThenFailsAt
   EXPECT_TRUE(EepromIs(0xFF));
   EXPECT_EQ(Stored("OPEN_DIR"), "/home/files");
   EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", "HEX ファイルのオープンエラー",
-                               "EEPROM : /home/files/prog.eep", kNotOpened}));
+                               "EEPROM : /home/files/prog.eep", kNotOpened, Dialog.Detail}));
 }
 
 TEST_F(FileCommands, ABadLineInTheCodeFileWithoutADataFileLetsTheOpenEndAsUsual) {
@@ -364,9 +370,9 @@ TEST_F(FileCommands, AfterABadLineEveryLaterOpenFailsAndSaysWhy) {
   const OpenReport report = Load();
   EXPECT_EQ(report.Code.End, HexReadEnd::NotOpened);
   EXPECT_TRUE(FlashIs(0xFF));
-  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", kNotOpened}));
+  EXPECT_EQ(NewTrace(), (Texts{"Program : /home/files/prog.hex", kNotOpened, Dialog.Detail}));
   EXPECT_EQ(Dialog.Text, kNotOpened);
-  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.hex\n"));
+  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.hex\r\n"));
   EXPECT_THAT(Dialog.Detail, HasSubstr("再起動")) << "the cure";
 }
 
@@ -614,14 +620,14 @@ TEST_F(FileCommands, ADataFileAloneThatCannotBeReadIsExplained) {
   EXPECT_EQ(report.Data.End, HexReadEnd::NotOpened);
   EXPECT_TRUE(EepromIs(0xFF));
   EXPECT_EQ(Dialog.Text, kNotOpened);
-  EXPECT_EQ(Dialog.Detail, "/home/files/prog.eep\nInput/output error");
+  EXPECT_EQ(Dialog.Detail, "/home/files/prog.eep\r\nInput/output error");
   EXPECT_TRUE(Boxes.Boxes.empty());
 }
 
 TEST_F(FileCommands, ADataAddressBeyondTheBufferNamesTheLineAndTheViewShowsWhatWasRead) {
   Put(kDataPath, ":0100000042BD\r\n:01080100ABCB\r\n");
   LoadData();
-  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.eep\n2行目")) << Dialog.Detail;
+  EXPECT_TRUE(Dialog.Detail.starts_with("/home/files/prog.eep\r\n2行目")) << Dialog.Detail;
   EXPECT_TRUE(FileText("avreep.txt").starts_with("0000: 42 FF "));
 }
 

@@ -445,6 +445,38 @@ TEST_F(HexReader, AWrongDigitInCountAddressOrTypeReadsAsZero) {
   EXPECT_EQ(State.LinkError, 1);
 }
 
+TEST_F(HexReader, AWrongDigitInAnyFieldOfARecordRaisesTheErrorByItself) {
+  const std::string record = ":0200100012345B";
+  constexpr std::size_t kChecksum = 13;
+  for (std::size_t digit = 1; digit < record.size(); ++digit) {
+    std::string line = record;
+    line[digit] = 'g';
+    const std::int16_t raised = digit < kChecksum ? 1 : 0;
+    SCOPED_TRACE(line);
+    State.LinkError = 0;
+    EXPECT_EQ(ReadCode(line + "\r\n").FirstDoubtfulLine, raised);
+    EXPECT_EQ(State.LinkError, raised);
+    State.LinkError = 0;
+    EXPECT_EQ(ReadData(line + "\r\n").FirstDoubtfulLine, raised);
+    EXPECT_EQ(State.LinkError, raised);
+  }
+}
+
+TEST_F(HexReader, AWrongDigitInTheRecordThatGoesBeyondTheBufferRaisesTheErrorToo) {
+  for (const char* record : {":g2FFFF000102", ":02FFFF0g0102", ":02FFFF000g02", ":02FFFF00010g"}) {
+    SCOPED_TRACE(record);
+    State.LinkError = 0;
+    EXPECT_EQ(ReadCode(record).End, HexReadEnd::OutsideBuffer);
+    EXPECT_EQ(State.LinkError, 1);
+  }
+  for (const char* record : {":g20800000102", ":02080000010g"}) {
+    SCOPED_TRACE(record);
+    State.LinkError = 0;
+    EXPECT_EQ(ReadData(record).End, HexReadEnd::OutsideBuffer);
+    EXPECT_EQ(State.LinkError, 1);
+  }
+}
+
 TEST_F(HexReader, AWrongDigitInARecordThatIsReadPastRaisesTheErrorToo) {
   ReadCode(":0000g001FF\r\n");
   EXPECT_EQ(State.LinkError, 1);

@@ -48,11 +48,18 @@ struct CheckRun : LinkRun {
     return Check();
   }
   void ExpectNoBoardTraced() {
-    EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kNoBoard, kNoBoard, ""));
+    EXPECT_THAT(NewTrace(),
+                ElementsAre(kStarting, "COM3", kDetecting, kNoBoard, kNoBoard, "", Dialog.Detail));
   }
   void ExpectSelectionTraced(const ::testing::Matcher<std::string>& end) {
-    EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFoundOnCom3, kVersion,
-                                        kSelecting, end));
+    Texts trace = NewTrace();
+    // Behind the text of a failure stands the dialog's second line.
+    if (!Dialog.Detail.empty()) {
+      EXPECT_EQ(trace.back(), Dialog.Detail);
+      trace.pop_back();
+    }
+    EXPECT_THAT(
+        trace, ElementsAre(kStarting, "COM3", kDetecting, kFoundOnCom3, kVersion, kSelecting, end));
   }
 };
 
@@ -149,8 +156,20 @@ TEST_ON(CheckTest, CheckProgrammerLink, WithTheStoredPortZeroSaysThatNoneIsChose
   EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM0", kNoPort, kNoPortStatus));
 }
 
+TEST_ON(CheckTest, CheckProgrammerLink, OpensAStoredNumberUpTo256) {
+  for (const int number : {21, 256}) {
+    CheckRun run;
+    run.Store("ComNox", std::to_string(number));
+    run.Port.OpenResult = {.Status = PortOpenStatus::Missing, .Path = "", .Reason = "no device"};
+    EXPECT_FALSE(run.Check());
+    EXPECT_THAT(run.Port.Log, Contains("Open"));
+    EXPECT_EQ(run.PanelText(Panel::Port), "COM" + std::to_string(number));
+    EXPECT_EQ(run.Dialog.Detail, "COM" + std::to_string(number) + " : no device");
+  }
+}
+
 TEST_ON(CheckTest, CheckProgrammerLink, TakesAStoredPortThatMakesNoSenseForNone) {
-  for (const char* stored : {"", "abc", "3x", "COM3", "-2", "1e99", "nan"}) {
+  for (const char* stored : {"", "abc", "3x", "COM3", "-2", "257", "1e99", "nan"}) {
     SCOPED_TRACE(stored);
     CheckRun run;
     run.Store("ComNox", stored);
@@ -241,6 +260,24 @@ TEST_ON(CheckTest, CheckProgrammerLink, TellsASilentBoardFromALineThatHasGone) {
               AllOf(StartsWith("COM3"), HasSubstr("通信ポートがなくなりました。")));
 }
 
+TEST_ON(CheckTest, CheckProgrammerLink, TellsAnotherDeviceFromABoardWithoutAVersionNumber) {
+  EXPECT_FALSE(CheckOther("SOMETHING QUITE 1"));
+  EXPECT_EQ(State.LastDetection, core::Detection::OtherDevice);
+  EXPECT_THAT(Dialog.Detail, HasSubstr("対応しているライターではありません。"));
+  CheckRun unreadable;
+  EXPECT_FALSE(unreadable.CheckOther("KV-LOD350  Vabcd"));
+  EXPECT_EQ(unreadable.State.LastDetection, core::Detection::VersionUnreadable);
+  EXPECT_EQ(unreadable.Dialog.Detail,
+            "COM3 のライターのバージョンが数字ではありません。ライターの電源を入れ直してください。"
+            "それでも読み出せないときは、ファームウエアをアップデートしてください。");
+}
+
+TEST_ON(CheckTest, CheckProgrammerLink, TracesTheSecondLineOfTheDialogToo) {
+  EXPECT_FALSE(CheckSilence());
+  EXPECT_FALSE(Dialog.Detail.empty());
+  EXPECT_EQ(NewTrace().back(), Dialog.Detail);
+}
+
 TEST_ON(CheckTest, CheckProgrammerLink, ExplainsNoMissingBoardWhenTheFirmwareIsTooOld) {
   EXPECT_FALSE(CheckOther("KV-LOD350  V6.29"));
   EXPECT_EQ(Dialog.Detail, "");
@@ -292,7 +329,7 @@ TEST_ON(CheckTest, CheckProgrammerLink, OnAVersionThatIsNoNumberClosesThePort) {
   EXPECT_EQ(State.LinkError, 1);
   EXPECT_FALSE(Port.PortOpen());
   EXPECT_THAT(NewTrace(), ElementsAre(kStarting, "COM3", kDetecting, kFoundOnCom3,
-                                      "KV-LOD350  Vabcd", kUnreadable, ""));
+                                      "KV-LOD350  Vabcd", kUnreadable, "", Dialog.Detail));
 }
 
 // The advice.
@@ -304,6 +341,18 @@ TEST_ON(CheckTest, CheckProgrammerLink, AdvisesAnUpdateBeforeItSelectsTheDeviceA
   EXPECT_THAT(rest, Contains("panel 1 " + kSelecting));
   EXPECT_THAT(rest, Not(Contains("Output 41"))) << "the advice comes after the detection";
   EXPECT_TRUE(Port.PortOpen());
+}
+
+TEST_ON(CheckTest, CheckProgrammerLink, RestsForTheAcknowledgementBehindTheAdvice) {
+  ExpectVersion(Port, "KV-LOD350A V6.30");
+  // A refusal that comes at once must not hide behind the acknowledgement of "A".
+  Port.Expect("'A'", "0D", 0.020).Expect("'T' 4C", "3F").Expect("1B");
+  EXPECT_FALSE(Check());
+  EXPECT_EQ(State.StatusText, kSelectRefused);
+  const Journal steps = StepsFrom("message box");
+  ASSERT_GE(steps.size(), 3U);
+  EXPECT_EQ(steps[1], "turn");
+  EXPECT_EQ(steps[2], "panel 1 " + kSelecting);
 }
 
 // Selecting the device.

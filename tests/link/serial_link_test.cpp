@@ -146,6 +146,34 @@ TEST_ON(LinkTest, WaitForBytes, StartedAtMidnightTimesOutAsAtAnyOtherTime) {
   EXPECT_GT(Clock.Elapsed(), 1 - 1e-6);
 }
 
+TEST_ON(LinkTest, WaitForBytes, APauseWithinItTakesOverItsStart) {
+  bool paused = false;
+  Events.OnTurn = [&] {
+    if (paused || Clock.Elapsed() < 0.5) return;
+    paused = true;
+    Pause(Context, 0.1);
+  };
+  EXPECT_FALSE(WaitForBytes(Context, 1, 1));
+  EXPECT_TRUE(paused);
+  EXPECT_NEAR(Clock.Elapsed(), 1.5, 3 * kOneTurn) << "a second from the start of the pause";
+}
+
+TEST_ON(LinkTest, WaitForBytes, WhoseLastTurnOutlastsItLooksAtTheCountOnceMore) {
+  Port.Expect("'s'", "1E 91 03", 20);
+  Events.OnTurn = [this] { Clock.Advance(30); };
+  SendText(Context, 's');
+  EXPECT_TRUE(WaitForBytes(Context, 3, 1));
+  EXPECT_EQ(Events.Turns, 1);
+}
+
+TEST_ON(LinkTest, WaitForBytes, WhoseLastTurnOutlastsItIsNotContentWithTooFewBytes) {
+  Port.Expect("'s'", "1E 91", 20);
+  Events.OnTurn = [this] { Clock.Advance(30); };
+  SendText(Context, 's');
+  EXPECT_FALSE(WaitForBytes(Context, 3, 1));
+  EXPECT_EQ(Events.Turns, 1);
+}
+
 TEST_ON(LinkTest, WaitForBytes, OnAGoneLineEndsAtOnce) {
   Port.ThenHangUp();
   Port.Open();
@@ -208,6 +236,37 @@ TEST_ON(LinkTest, WaitForBytes, OnAGoneLineIsNotContentWithTooFewBytes) {
   EXPECT_LT(Clock.Elapsed(), 2 * kOneTurn);
 }
 
+/// A stop that is requested in the third turn of a wait, and stays so.
+struct StopTest : LinkTest {
+  StopTest() {
+    Events.OnTurn = [this] { State.StopRequested = Events.Turns >= 3; };
+  }
+};
+
+TEST_ON(StopTest, RequestedStop, EndsAWaitAQuarterOfASecondLater) {
+  EXPECT_THROW(WaitForBytes(Context, 1, 5), core::CommandEnd);
+  EXPECT_NEAR(Clock.Elapsed(), 0.25, 4 * kOneTurn);
+}
+
+TEST_ON(StopTest, RequestedStop, EndsTheEndlessWaitOverMidnightToo) {
+  Clock.Set(86399.999);
+  EXPECT_THROW(WaitForBytes(Context, 1, 1), core::CommandEnd);
+  EXPECT_NEAR(Clock.Elapsed(), 0.25, 4 * kOneTurn);
+}
+
+TEST_ON(StopTest, RequestedStop, StillTakesTheReplyOfTheRunningExchange) {
+  Port.Expect("'P'", "0D", 0.2);
+  SendText(Context, 'P');
+  EXPECT_TRUE(WaitForBytes(Context, 1, 1));
+  EXPECT_TRUE(State.StopRequested);
+}
+
+TEST_ON(StopTest, RequestedStop, EndsTheWaitOfAnotherPortWithoutEndingTheCommand) {
+  const double start = Clock.SecondsSinceMidnight();
+  EXPECT_FALSE(WaitForBytesOn(Context, Port, 1, start, 5));
+  EXPECT_NEAR(Clock.Elapsed(), 0.25, 4 * kOneTurn);
+}
+
 TEST_ON(LinkTest, WaitForBytes, LeavesFlagAndTextsToItsCaller) {
   EXPECT_FALSE(WaitForBytes(Context, 1, 1));
   EXPECT_EQ(State.LinkError, 0);
@@ -239,6 +298,18 @@ TEST_ON(LinkTest, Pause, LastsItsTimeWithWindowEventsRunning) {
   EXPECT_LT(Clock.Elapsed(), 0.1 + 1e-3);
   EXPECT_GE(Events.Turns, 10);
   EXPECT_EQ(State.WaitStart, 7200.5);
+}
+
+TEST_ON(LinkTest, Pause, APauseWithinItTakesOverItsStart) {
+  bool paused = false;
+  Events.OnTurn = [&] {
+    if (paused || Clock.Elapsed() < 0.5) return;
+    paused = true;
+    Pause(Context, 0.1);
+  };
+  Pause(Context, 1);
+  EXPECT_TRUE(paused);
+  EXPECT_NEAR(Clock.Elapsed(), 1.5, 3 * kOneTurn) << "a second from the start of the inner one";
 }
 
 TEST_ON(LinkTest, Pause, IsNotCutShortByBytesThatArrive) {

@@ -92,6 +92,7 @@ TEST(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
   EXPECT_EQ(run.Chip().FlashWord(0), 0x1234);
   EXPECT_THAT(trace, Contains(kMismatch));
   EXPECT_EQ(run.Dialog.Detail, "デバイスには何も書き込んでいません。");
+  EXPECT_EQ(trace.back(), run.Dialog.Detail) << "users send the trace";
 }
 
 TEST(ProgramFailure, AChipOfTheSameSizeWithAnotherNameIsAMismatch) {
@@ -239,6 +240,19 @@ TEST(ProgramFailure, AFailedEepromPhaseIsReportedAndTheVerifyEndsAtItsFirstFrame
   ExpectNextRunWorks(run);
 }
 
+TEST(ProgramFailure, AnUnansweredEepromFrameEndsTheOperationSilentlyAndWithoutAVerify) {
+  for (const char* kind : {"drop", "flip"}) {
+    SCOPED_TRACE(kind);
+    Programmed run(FaultAfter(kind, kRepliesBeforeFlash + 10 + 1));
+    EXPECT_EQ(Bytes(run.Wire.end() - 2, run.Wire.end()), Hex("'LA'")) << "one frame is tried";
+    EXPECT_THAT(run.Lines, Not(Contains("ＥＥＰＲＯＭデータメモリ プログラム中.....")));
+    EXPECT_THAT(run.Lines, Not(Contains("ＥＥＰＲＯＭデータメモリ プログラム失敗")));
+    EXPECT_THAT(run.Lines, Not(Contains("フラッシュメモリ ベリファイ中.....")));
+    EXPECT_FALSE(run.Files.Files.contains("/app/avrvfy.txt"));
+    ExpectNextRunWorks(run);
+  }
+}
+
 TEST(ProgramFailure, ALostWordInTheVerifyEndsAsACommunicationError) {
   // Flash 10, EEPROM A P a D a D L = 7 replies, then the verify: A P a R ...
   Programmed run(FaultAfter("drop", kRepliesBeforeFlash + 17 + 4));
@@ -380,11 +394,13 @@ class SignatureCheck : public Test {
     run_->Select(run_->Context, device);
     for (int i = 0; i < attempts; ++i) run_->Port.Expect("'s'", reply);
     std::int16_t error = 0;
+    words_ = kEarlierWords;
     link::ReadSignature(run_->Context, words_, error);
     return error;
   }
+  static constexpr std::int16_t kEarlierWords = 77;
   std::unique_ptr<ScriptedRun> run_;
-  std::int16_t words_ = 0;
+  std::int16_t words_ = kEarlierWords;
 };
 
 TEST_F(SignatureCheck, ShowsVendorFamilyAndPartInThisOrder) {
@@ -404,6 +420,46 @@ TEST_F(SignatureCheck, MapsTheFamilyByteToTheFlashSize) {
     Read("AT90S2313", "01 " + family + " 1E");
     EXPECT_EQ(words_, words);
   }
+}
+
+TEST_F(SignatureCheck, AChipThatGivesNoneIsTakenFor512WordsWhateverTheOneBefore) {
+  EXPECT_EQ(Read("AT90S2313", "", 5), 1);
+  EXPECT_EQ(words_, 512);
+}
+
+TEST_F(SignatureCheck, TheSessionKeepsTheSizeThatTheSignatureStandsFor) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.State.DetectedFlashWords = kEarlierWords;
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "01 92 1E").Expect("'L'", "0D");
+  link::CheckSocketDevice(run.Context);
+  EXPECT_EQ(run.State.DetectedFlashWords, 2048);
+}
+
+TEST_F(SignatureCheck, ItsResultIsTakenBeforeProgrammingModeIsLeft) {
+  // A failed "L" is no failed signature, though the flag is up.
+  for (const char* reply : {"", "3F"}) {
+    SCOPED_TRACE(reply);
+    ScriptedRun run;
+    run.Select(run.Context, "AT90S2313");
+    run.State.SignatureFailed = true;
+    run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "01 91 1E").Expect("'L'", reply);
+    link::CheckSocketDevice(run.Context);
+    EXPECT_EQ(run.State.LinkError, 1);
+    EXPECT_FALSE(run.State.SignatureFailed);
+  }
+}
+
+TEST_F(SignatureCheck, ItsResultStandsWhileProgrammingModeIsLeft) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'s'", "01 90 1E").Expect("'L'", "0D");
+  run.Events.OnTurn = [&run] {
+    if (run.Port.Sent.back() != 'L') return;
+    EXPECT_TRUE(run.State.SignatureFailed);
+  };
+  link::CheckSocketDevice(run.Context);
+  EXPECT_TRUE(run.State.SignatureFailed);
 }
 
 TEST_F(SignatureCheck, AFamilyOf97FitsTheSizeButNamesNoDevice) {
@@ -510,7 +566,33 @@ TEST(Erase, LeavesProgrammingModeAfterAFailure) {
   EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
 }
 
+TEST(Erase, ThatFailsRefreshesNoViewAndItsMessageStays) {
+  ScriptedRun run;
+  run.Select(run.Context, "AT90S2313");
+  run.TakeJournal();
+  run.Port.Expect("'A'", "0D").Expect("'P'", "0D").Expect("'e'", "3F").Expect("'L'", "0D");
+  ops::EraseChip(run.Context);
+  const Journal journal = run.TakeJournal();
+  EXPECT_THAT(journal, Not(Contains("close dialog")));
+  EXPECT_THAT(journal, Not(Contains(StartsWith("write "))));
+  EXPECT_THAT(journal, Not(Contains(StartsWith("load "))));
+  EXPECT_TRUE(run.Dialog.Loaded);
+  EXPECT_EQ(run.Dialog.Text, "チップ イレース失敗");
+}
+
 // Verifying on its own.
+
+TEST(Verify, OfAProgramRunAfterOneOnItsOwnChecksNoSignature) {
+  Programmed first;
+  BoardRun run(kTiny12);
+  run.LoadImage(SmallImage(), {0x11, 0x22});
+  ops::RunCommand(run.Context, ops::Cmd_btn_verify_Click);
+  EXPECT_TRUE(run.State.VerifyStandalone);
+  run.Wire.clear();
+  RunOn(run);
+  EXPECT_FALSE(run.State.VerifyStandalone);
+  EXPECT_EQ(run.Wire, first.Wire);
+}
 
 TEST(Verify, OfABlankFlashReadsNoWordAndCanStillBeGood) {
   BoardRun run(kTiny12);
@@ -568,10 +650,33 @@ TEST(Verify, ReportsBothBytesOfAWordAndPadsAddresses) {
 // Progress, the dialog's buttons, stops and refused files.
 
 TEST(ProgramProgress, PassesEveryIndexOfAPhaseAndItsRange) {
-  BoardRun run(kTiny12);
-  run.LoadImage(SmallImage(), {});
+  RecordedBoardRun run(kTiny12);
+  run.LoadImage(SmallImage(), {0x11, 0x22});
   ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
-  EXPECT_EQ(run.Dialog.Progress, (std::vector<int>{0, 1, 2, 0, 1, 2}));
+  Journal shown;
+  std::ranges::copy_if(run.Recorded, std::back_inserter(shown),
+                       [](const std::string& step) { return step.starts_with("progress "); });
+  const Journal flash{"progress 0 of 3", "progress 1 of 3", "progress 2 of 3"};
+  const Journal eeprom{"progress 0 of 2", "progress 1 of 2"};
+  EXPECT_EQ(shown, Joined({flash, eeprom, flash, eeprom}));
+}
+
+TEST(ProgramProgress, WindowEventsRunAtEveryStep) {
+  for (const ops::Entry& command :
+       {ops::Entry(ops::Cmd_btn_program_Click), ops::Entry(ops::Cmd_btn_verify_Click),
+        ops::Entry(ops::Cmd_btn_read_Click)}) {
+    RecordedBoardRun run(kTiny12, {.Baud = 0});
+    // A blank byte is sent in no exchange: its step is the only one with events.
+    run.LoadImage(SmallImage(), {0x11, 0xFF, 0x22});
+    ops::RunCommand(run.Context, command);
+    int steps = 0;
+    for (std::size_t i = 0; i + 1 < run.Recorded.size(); ++i) {
+      if (!run.Recorded[i].starts_with("progress ")) continue;
+      ++steps;
+      ASSERT_EQ(run.Recorded[i + 1], "turn") << run.Recorded[i];
+    }
+    EXPECT_GE(steps, 6);
+  }
 }
 
 TEST(ProgramProgress, PressingCancelOnlyClosesTheDialogAndTheRunGoesOn) {

@@ -71,6 +71,13 @@ TEST(Detect, AnotherDeviceAndASilentLineAreNoBoard) {
   EXPECT_EQ(run.Answer(), DeviceAnswer::NotAsked);
 }
 
+TEST(Detect, AVersionOfZeroIsTooOldAndOneThatIsNoNumberUnreadable) {
+  EXPECT_EQ(DetectRun(WithVersion("KV-LOD350  V0.00")).Verdict(), BoardVerdict::Refused);
+  const DetectRun run(WithVersion("KV-LOD350  Vx.yz"));
+  EXPECT_EQ(run.Verdict(), BoardVerdict::Unreadable);
+  EXPECT_EQ(run.Answer(), DeviceAnswer::NotAsked);
+}
+
 TEST(Detect, ADeviceThatIsNotAcknowledgedIsRefused) {
   board::SimulatedBoardOptions options;
   options.Faults.push_back(MakeFault("flip@4"));

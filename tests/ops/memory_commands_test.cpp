@@ -299,10 +299,39 @@ TEST(Read, ShowsTheProgressOfEachMemory) {
   EXPECT_EQ(run.Dialog.Progress, expected);
 }
 
+TEST(Read, EachMemoryEndsWithItsDumpItsViewAndTheDialogClosed) {
+  RecordedBoardRun run(kTiny12, {.Baud = 0});
+  FillChip(run.Chip(), Bytes(1024, 0x21), Bytes(64, 0x43));
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
+  const std::string left = "panel 1 Leave programming Mode L : 0D";
+  EXPECT_EQ(run.EndOfPhase("フラッシュプログラムメモリ　読出し中....."),
+            (Journal{left, "write /app/avrhex.txt", "load flash view", "close dialog"}));
+  EXPECT_EQ(run.EndOfPhase("ＥＥＰＲＯＭデータメモリ 読出し中....."),
+            (Journal{left, "write /app/avreep.txt", "load EEPROM view", "close dialog",
+                     "busy Ｌｏｃｋ/Ｆｕｓｅビット 読出し中....."}));
+  EXPECT_THAT(run.FileText("avrhex.txt"), StartsWith("0000: 2121 2121 "));
+  EXPECT_THAT(run.FileText("avreep.txt"), StartsWith("0000: 43 43 43 43 "));
+  EXPECT_EQ(run.Views.Paths[View::Flash], "/app/avrhex.txt");
+  EXPECT_EQ(run.Views.Paths[View::Eeprom], "/app/avreep.txt");
+}
+
 TEST(Read, TheElapsedTimeIsInWholeSecondsAndKeptInPlaceOfTheStart) {
   Done run(ops::Cmd_btn_read_Click, WithFaults("drop@15"));
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "5秒");
   EXPECT_EQ(run.State.OperationStartTime, 5.0);
+}
+
+TEST(Read, TheElapsedTimeOverMidnightCountsTheDaysSeconds) {
+  BoardRun run(kTiny12, {.Baud = 0});
+  run.Clock.Set(86390.25);
+  bool moved = false;
+  run.Events.OnTurn = [&] {
+    if (!moved && run.Dialog.Loaded) run.Clock.Set(5);
+    moved = moved || run.Dialog.Loaded;
+  };
+  ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
+  EXPECT_TRUE(moved);
+  EXPECT_EQ(run.PanelText(Panel::Elapsed), "15秒");
 }
 
 TEST(Read, ShowsTheFuseAndLockBitsOfTheChip) {
@@ -409,6 +438,28 @@ TEST(VerifyCommand, ShowsNoElapsedTimeAndReportsDifferences) {
   EXPECT_EQ(run.PanelText(Panel::Status), "ベリファイ終了しました。");
   EXPECT_THAT(run.FileText("avrvfy.txt"), HasSubstr("Original = 940C   NG = FFFF"));
   EXPECT_FALSE(ops::Succeeded(run.State));
+}
+
+TEST(VerifyCommand, AndEraseLeaveTheElapsedTimeOfTheCommandBeforeThem) {
+  for (const ops::Entry& command :
+       {ops::Entry(ops::Cmd_btn_verify_Click), ops::Entry(ops::Cmd_btn_erase_Click)}) {
+    RecordedBoardRun run(kTiny12);
+    run.LoadImage({0x0C, 0x94}, {});
+    ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
+    const std::string elapsed = run.PanelText(Panel::Elapsed);
+    EXPECT_NE(elapsed, "");
+    run.Recorded.clear();
+    ops::RunCommand(run.Context, command);
+    EXPECT_EQ(run.PanelText(Panel::Elapsed), elapsed);
+    EXPECT_THAT(run.Recorded, Not(Contains(StartsWith("panel 5"))));
+  }
+}
+
+TEST(EraseCommand, KeepsTheFlashSizeThatTheSignatureStandsFor) {
+  BoardRun run("AT90S8515");
+  run.State.DetectedFlashWords = 77;
+  ops::RunCommand(run.Context, ops::Cmd_btn_erase_Click);
+  EXPECT_EQ(run.State.DetectedFlashWords, 4096);
 }
 
 TEST(EraseCommand, OfAProtectedChipGoesOnWhateverTheSignatureSays) {

@@ -275,6 +275,103 @@ TEST(ProgramWire, BothBuffersBlankEraseTheChipAndSendNothingMore) {
   EXPECT_TRUE(ops::Succeeded(run.State));
 }
 
+// The steps of each phase in order.
+
+const std::string kFlashText = "フラッシュプログラムメモリ プログラム中.....";
+const std::string kEepromText = "ＥＥＰＲＯＭデータメモリ プログラム中.....";
+const std::string kVerifyFlashText = "フラッシュメモリ ベリファイ中.....";
+const std::string kVerifyEepromText = "ＥＥＰＲＯＭデータメモリ ベリファイ中.....";
+const std::string kEntered = "panel 1 Enter programming Mode P : 0D";
+const std::string kLeft = "panel 1 Leave programming Mode L : 0D";
+
+/// Two words and three bytes, the middle one blank.
+struct ProgramPhases : Test, RecordedBoardRun {
+  ProgramPhases() : RecordedBoardRun(kSmall.Name) {
+    LoadImage({0x12, 0x34, 0x56, 0x78}, {0x11, 0xFF, 0x22});
+  }
+  void Program() { ops::RunCommand(Context, ops::Cmd_btn_program_Click); }
+};
+
+TEST_F(ProgramPhases, TheFlashPhaseEndsWithItsDumpItsViewAndTheDialogClosed) {
+  Program();
+  EXPECT_EQ(StepsOfPhase(kFlashText), (Journal{"send 50",
+                                               kEntered,
+                                               "send 61",
+                                               "send 00",
+                                               "send 00",
+                                               "progress 0 of 2",
+                                               "send 63",
+                                               "send 12",
+                                               "send 43",
+                                               "send 34",
+                                               "progress 1 of 2",
+                                               "send 63",
+                                               "send 56",
+                                               "send 43",
+                                               "send 78",
+                                               "send 4C",
+                                               kLeft,
+                                               "write /app/avrhex.txt",
+                                               "load flash view",
+                                               "close dialog"}));
+}
+
+TEST_F(ProgramPhases, TheEepromPhaseEndsWithItsDumpItsViewAndTheDialogClosedAndTheVerifyFollows) {
+  Program();
+  EXPECT_EQ(StepsOfPhase(kEepromText),
+            (Journal{"send 50",          kEntered,       "progress 0 of 3",
+                     "send 61",          "send 00",      "send 00",
+                     "send 44",          "send 11",      "progress 1 of 3",
+                     "progress 2 of 3",  "send 61",      "send 00",
+                     "send 02",          "send 44",      "send 22",
+                     "send 4C",          kLeft,          "write /app/avreep.txt",
+                     "load EEPROM view", "close dialog", "busy " + kVerifyFlashText}));
+}
+
+TEST_F(ProgramPhases, TheVerifyOfTheFlashOpensTheReportBehindTheAddress) {
+  Program();
+  EXPECT_EQ(
+      StepsOfPhase(kVerifyFlashText),
+      (Journal{"send 50", kEntered, "send 61", "send 00", "send 00", "open /app/avrvfy.txt",
+               "progress 0 of 2", "send 52", "progress 1 of 2", "send 52", "send 4C", kLeft}));
+}
+
+TEST_F(ProgramPhases, AGoodResultIsShownBeforeTheReport) {
+  Program();
+  const std::string good = "ベリファイ　FLASH : OK / EEPROM : OK";
+  EXPECT_EQ(
+      EndOfPhase(kVerifyEepromText),
+      (Journal{kLeft, "panel 1 " + good + " 　プログラミング正常終了。", "notice " + good,
+               "clear verify view", "load verify view", "panel 5 " + PanelText(Panel::Elapsed)}));
+}
+
+TEST(ProgramPhasesThatDiffer, AreShownAfterTheReport) {
+  for (const auto& [fault, result] :
+       {std::pair{"stuck@flash:0:0=1", "NG / EEPROM : OK"},
+        std::pair{"stuck@eeprom:0:0=0", "OK / EEPROM : NG"},
+        std::pair{"stuck@flash:0:0=1 stuck@eeprom:0:0=0", "NG / EEPROM : NG"}}) {
+    SCOPED_TRACE(fault);
+    RecordedBoardRun run(kSmall.Name, WithFaults(fault));
+    run.LoadImage({0x12, 0x34}, {0x11});
+    ops::RunCommand(run.Context, ops::Cmd_btn_program_Click);
+    const std::string text = std::string("ベリファイ　FLASH : ") + result;
+    EXPECT_EQ(run.EndOfPhase(kVerifyEepromText),
+              (Journal{kLeft, "clear verify view", "load verify view", "panel 1 " + text,
+                       "notice " + text, "panel 5 " + run.PanelText(Panel::Elapsed)}));
+    EXPECT_TRUE(run.Dialog.ButtonFocused);
+  }
+}
+
+TEST_F(ProgramPhases, TheReportIsClosedBeforeProgrammingModeIsLeftForTheLastTime) {
+  std::vector<int> open_writers;
+  Port.OnOutput = [&](std::span<const std::uint8_t> bytes) {
+    if (bytes.front() == 'L') open_writers.push_back(Files.OpenWriters);
+  };
+  Program();
+  // Signature, erase, signature, both memories written; then both compared.
+  EXPECT_EQ(open_writers, (std::vector<int>{0, 0, 0, 0, 0, 1, 0}));
+}
+
 TEST(ProgramWire, TheElapsedSecondsAreWholeAndFollowedByTheirUnit) {
   BoardRun run(kSmall.Name, WithFaults("late@19:2500"));
   run.LoadImage(FullImage(2, 1), {});

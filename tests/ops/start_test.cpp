@@ -187,6 +187,50 @@ TEST(Open, WithoutADataPathLeavesTheEepromBlank) {
   EXPECT_EQ(run.State.EepromBuffer[0], 0xFF);
 }
 
+/// A pair was opened; then a file of another kind is chosen.
+struct RefusedFile : BoardRun {
+  RefusedFile() : BoardRun("ATtiny12L") {
+    Files.Files["/p/a.hex"] = ":020000000C945E\r\n";
+    Files.Files["/p/a.eep"] = ":0100000042BD\r\n";
+    Files.Files["/p/b.txt"] = ":02000000FFFF00\r\n";
+    FileDialogs.Choice = "/p/a.hex";
+    ops::RunCommand(Context, ops::mnuFileOpen_Click);
+    FileDialogs.Choice = "/p/b.txt";
+  }
+  void ExpectThePairFromBefore() {
+    EXPECT_EQ(State.CodeFileName, "/p/a.hex");
+    EXPECT_EQ(State.DataFileName, "/p/a.eep");
+    EXPECT_EQ(State.FlashBuffer[0], 0x94);
+    ops::RunCommand(Context, ops::mnuFileSave_Click);
+    EXPECT_EQ(Files.Files["/p/b.txt"], ":02000000FFFF00\r\n");
+    EXPECT_TRUE(Files.Files["/p/a.hex"].ends_with(":00000001FF\r\n"));
+  }
+};
+
+TEST(Open, AFileOfAnotherKindLeavesTheNamesThatWereSetBefore) {
+  RefusedFile run;
+  ops::RunCommand(run.Context, ops::mnuFileOpen_Click);
+  EXPECT_TRUE(run.Dialog.Text.starts_with("再ロードするファイル名 ： /p/b.txt\r\n"))
+      << run.Dialog.Text;
+  run.ExpectThePairFromBefore();
+}
+
+TEST(Open, ACodeFileOfAnotherKindLeavesTheNameThatWasSetBefore) {
+  RefusedFile run;
+  ops::RunCommand(run.Context, ops::mnuFileOpenCode_Click);
+  run.ExpectThePairFromBefore();
+}
+
+TEST(Reload, WithNothingOpenedKeepsTheBuffersAndWhatIsSaidAboutThem) {
+  BoardRun run("ATtiny12L");
+  run.State.FlashBuffer[0] = 0x41;
+  run.State.CodeInfo = "read from the chip";
+  ops::RunCommand(run.Context, ops::mnuReLoad_Click);
+  EXPECT_EQ(run.State.FlashBuffer[0], 0x41);
+  EXPECT_EQ(run.State.CodeInfo, "read from the chip");
+  EXPECT_TRUE(run.Dialog.Text.starts_with("再ロードするファイル名 ： ?\r\n")) << run.Dialog.Text;
+}
+
 TEST(Reload, IsMarkedWhileItRunsAndNoOtherStartsMeanwhile) {
   BoardRun run("ATtiny12L");
   run.Files.Files["/files/prog.hex"] = ":020000000C945E\r\n";

@@ -58,12 +58,17 @@ TEST(PortOptionText, AnyOtherPathTakesNumberOne) {
   EXPECT_EQ(ParsePortOption("./line=1"), (PortOption{1, "./line=1"}));
 }
 
+TEST(PortOptionText, ANumberAboveTheListsIsTakenAsItIs) {
+  EXPECT_EQ(ParsePortOption("COM21"), (PortOption{21, ""}));
+  EXPECT_EQ(ParsePortOption("COM256=/dev/pts/3"), (PortOption{256, "/dev/pts/3"}));
+}
+
 TEST(PortOptionText, AnythingElseIsRefused) {
   for (const char* text :
-       {"", "COM", "COM0", "COM21", "COM-1", "COM5x", "COM 5", "COM5=", "5", "ttyUSB0"}) {
+       {"", "COM", "COM0", "COM257", "COM-1", "COM5x", "COM 5", "COM5=", "5", "ttyUSB0"}) {
     EXPECT_EQ(ParsePortOption(text), std::nullopt) << text;
   }
-  EXPECT_EQ(ParsePortOption("COM21=/dev/pts/3"), std::nullopt);
+  EXPECT_EQ(ParsePortOption("COM257=/dev/pts/3"), std::nullopt);
 }
 
 }  // namespace

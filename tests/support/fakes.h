@@ -144,7 +144,10 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
   }
   void FocusButton() override { ButtonFocused = true; }
   void SetProgressRange(int maximum) override { ProgressMaximum = maximum; }
-  void SetProgress(int value) override { Progress.push_back(value); }
+  void SetProgress(int value) override {
+    Note("progress", std::to_string(value) + " of " + std::to_string(ProgressMaximum));
+    Progress.push_back(value);
+  }
   void Close() override {
     Note("close dialog");
     Loaded = false;

@@ -126,6 +126,38 @@ BoardRun::BoardRun(std::string_view device, board::SimulatedBoardOptions options
   NewTrace();
 }
 
+RecordedBoardRun::RecordedBoardRun(std::string_view device, board::SimulatedBoardOptions options)
+    : BoardRun(device, std::move(options)) {
+  for (Noted* part : std::initializer_list<Noted*>{&Events, &Files, &Settings, &StatusBar, &Dialog,
+                                                   &Boxes, &Views, &Form, &Guide}) {
+    part->Notes = &Recorded;
+  }
+  Port.OnOutput = [this, note_wire = Port.OnOutput](std::span<const std::uint8_t> bytes) {
+    note_wire(bytes);
+    Recorded.push_back("send " + ToHex(bytes));
+  };
+}
+
+Journal RecordedBoardRun::Steps() const {
+  Journal steps;
+  std::ranges::copy_if(Recorded, std::back_inserter(steps), [](const std::string& step) {
+    return step != "turn" && !step.starts_with("append ");
+  });
+  return steps;
+}
+
+Journal RecordedBoardRun::StepsOfPhase(const std::string& text) const {
+  const Journal steps = Steps();
+  const auto begun = std::find(steps.rbegin(), steps.rend(), "busy " + text).base();
+  if (begun == steps.begin()) return {};
+  return {begun, std::find(begun, steps.end(), "send 41")};
+}
+
+Journal RecordedBoardRun::EndOfPhase(const std::string& text) const {
+  const Journal steps = StepsOfPhase(text);
+  return {std::find(steps.rbegin(), steps.rend(), "send 4C").base(), steps.end()};
+}
+
 void BoardRun::LoadImage(const Bytes& flash, const Bytes& eeprom) {
   for (std::size_t i = 0; i < flash.size(); ++i) State.FlashBuffer[i ^ 1U] = flash[i];
   std::copy(eeprom.begin(), eeprom.end(), State.EepromBuffer.begin());

@@ -143,6 +143,23 @@ class BoardRun : public TestPlatform {
   [[nodiscard]] static Bytes LinkCheckBytes(std::uint8_t device_code);
 };
 
+/// The same that writes down, over all parts of the platform and the line, what is done in which
+/// order: "send 41" is a byte on its way to the board.
+class RecordedBoardRun : public BoardRun {
+ public:
+  explicit RecordedBoardRun(std::string_view device, board::SimulatedBoardOptions options = {});
+
+  Journal Recorded;
+
+  /// The journal without turns and without the trace's lines.
+  [[nodiscard]] Journal Steps() const;
+  /// The steps of the phase that shows a text when its frame has been acknowledged: those behind
+  /// the last time that it is shown, up to the "A" of the next frame.
+  [[nodiscard]] Journal StepsOfPhase(const std::string& text) const;
+  /// The rest of them, behind the "L" that leaves programming mode.
+  [[nodiscard]] Journal EndOfPhase(const std::string& text) const;
+};
+
 /// The time of a simulated line on a virtual clock.
 board::TimeSource TimeOf(VirtualClock& clock);
 

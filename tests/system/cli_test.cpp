@@ -113,7 +113,7 @@ TEST_F(Cli, RefusesACommandLineThatMakesNoSense) {
         "--simulate --device AT90S1200 program code.hex",
         "--simulate --device AT90S program code.hex",
         "--simulate --device ATtiny12L program code.hex --data d.eep --no-data",
-        "--port COM21 --device ATtiny12L program code.hex",
+        "--port COM257 --device ATtiny12L program code.hex",
         "--simulate --simulate-fault frob --device ATtiny12L program code.hex"}) {
     EXPECT_THAT(Run(line), AllOf(Ends(2), Warns(Not(IsEmpty())))) << line;
   }
@@ -813,6 +813,18 @@ TEST_F(Cli, ADumpIsJsonToo) {
   const CliResult failed = Run("--json --device ATtiny99 dump code.hex");
   EXPECT_THAT(failed, Ends(2));
   EXPECT_EQ(failed.Json()["exit_code"], 2);
+}
+
+TEST_F(Cli, ADumpPrintsTheDataFileThatGoesWithTheCodeToo) {
+  PutCode({0x41, 0x42});
+  Put("code.eep", ":0200000012347A\r\n:00000001FF\r\n");
+  EXPECT_THAT(Run("--device ATtiny12L dump code.hex"),
+              AllOf(Ends(0), Prints(StartsWith("0000: 4241 FFFF ")),
+                    Prints("\n\n0000: 12 34 FF FF FF FF FF FF FF FF FF FF FF FF FF FF ･4･")));
+  EXPECT_THAT(Run("--device ATtiny12L dump code.hex --no-data"), Prints(Not(HasSubstr("12 34"))));
+  const json told = Run("--json --device ATtiny12L dump code.hex").Json();
+  EXPECT_EQ(told["data_file"], "code.eep");
+  EXPECT_THAT(told["eeprom_dump"], StartsWith("0000: 12 34 FF "));
 }
 
 TEST_F(Cli, ADumpOfAFileThatCannotBeReadPrintsNoDump) {

@@ -59,7 +59,16 @@ TEST_F(LinkCli, PortsOfASimulatedRunAreAllTheSimulatedBoard) {
   }
 }
 
-TEST_F(LinkCli, PortsRefusesANumberThatIsNone) { EXPECT_THAT(Run("--port COM21 ports"), Ends(2)); }
+TEST_F(LinkCli, PortsRefusesANumberThatIsNone) {
+  EXPECT_THAT(Run("--port COM257 ports"), Ends(2));
+}
+
+TEST_F(LinkCli, PortsAppendsTheNumberOfTheCallWhenTheListDoesNotHaveIt) {
+  const json list = Run("--json --port COM25=/dev/not_there ports").Json();
+  ASSERT_EQ(list.size(), 21U);
+  EXPECT_EQ(list[20]["name"], "COM25");
+  EXPECT_EQ(list[20]["device_path"], "/dev/not_there");
+}
 
 TEST_F(LinkCli, DetectTellsPortVersionVerdictAndAnswer) {
   const BoardProgram board("AT90S8515");

@@ -232,7 +232,7 @@ TEST_F(FileFaults, AFileThatMayNotBeReadIsReported) {
   Choose("mnuFileOpen", "secret.hex");
   EXPECT_EQ(Status(), "Program : " + Path("secret.hex"));
   EXPECT_EQ(MessageText(), kNotOpened);
-  EXPECT_EQ(Detail().find(Path("secret.hex") + "\n"), 0U) << Detail();
+  EXPECT_EQ(Detail().find(Path("secret.hex") + "\r\n"), 0U) << Detail();
   Choose("mnuFileOpenCode", "secret.hex");
   EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kNotOpened});
   EXPECT_EQ(State().CodeFileName, "");

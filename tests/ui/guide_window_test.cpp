@@ -1,6 +1,8 @@
 #include "ui/guide_window.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 #include <QAction>
 #include <QApplication>
@@ -43,6 +45,38 @@ class GuideDrawing : public ::testing::Test {
   }
   int PixelsOf(const QColor& colour) { return PixelsOf(colour, drawing_.rect()); }
 
+  /// Where the package of that place is drawn when it is highlighted, at the drawing's size: its
+  /// fill, without the white line around it.
+  QRect FillOf(GuidePosition position) {
+    drawing_.SetHighlighted(position, true);
+    const QImage picture = Picture();
+    drawing_.SetHighlighted(position, false);
+    // The key on the right is drawn in the same colour.
+    const int right_of_socket = picture.width() * 2 / 5;
+    QRect red;
+    for (int y = 0; y < picture.height(); ++y) {
+      const auto* const line = reinterpret_cast<const QRgb*>(picture.constScanLine(y));
+      const auto is_red = [](QRgb pixel) { return QColor(pixel) == kRed; };
+      const auto* const first = std::find_if(line, line + right_of_socket, is_red);
+      if (first == line + right_of_socket) continue;
+      const auto last = std::find_if(std::reverse_iterator(line + right_of_socket),
+                                     std::reverse_iterator(first), is_red);
+      red |= QRect(QPoint(static_cast<int>(first - line), y),
+                   QPoint(static_cast<int>(last.base() - 1 - line), y));
+    }
+    return red;
+  }
+
+  /// The same with half the white line, enlarged so that pixels don't count.
+  QRectF PackageIn(GuidePosition position) {
+    constexpr int kScale = 8;
+    constexpr double kHalfLine = kScale * kWhiteLine / 2;
+    drawing_.resize(drawing_.sizeHint() * kScale);
+    return QRectF(FillOf(position)).adjusted(-kHalfLine, -kHalfLine, kHalfLine, kHalfLine);
+  }
+
+  static constexpr double kWhiteLine = 2.6;
+
   SocketDrawing drawing_;
 };
 
@@ -53,8 +87,8 @@ TEST_F(GuideDrawing, WithoutADeviceEverythingIsGrey) {
 
 TEST_F(GuideDrawing, TheHighlightedPackageIsFilledInItsColour) {
   for (const GuidePosition position : kGuidePositions) {
+    const QRect body = PackageIn(position).toRect();
     drawing_.SetHighlighted(position, true);
-    const QRect body = drawing_.PackagePlace(position).toRect();
     EXPECT_GT(PixelsOf(kRed, body), body.width() * body.height() / 2);
     drawing_.SetHighlighted(position, false);
     EXPECT_EQ(PixelsOf(kRed), 0);
@@ -87,23 +121,23 @@ double Tenths(const QRectF& body, const QRectF& forty_pins) {
 }
 
 TEST_F(GuideDrawing, ThePackagesHaveTheirRealLengths) {
-  const QRectF whole = drawing_.PackagePlace(GuidePosition::E);
+  const QRectF whole = PackageIn(GuidePosition::E);
   const std::array<double, 5> lengths{3.7, 10.2, 10.2, 13.7, 20.5};
   for (const GuidePosition position : kGuidePositions) {
-    EXPECT_NEAR(Tenths(drawing_.PackagePlace(position), whole),
-                lengths.at(static_cast<std::size_t>(position)), 0.05);
+    EXPECT_NEAR(Tenths(PackageIn(position), whole), lengths.at(static_cast<std::size_t>(position)),
+                0.05);
   }
 }
 
 TEST_F(GuideDrawing, AllPackagesButBStartAtContactOneAndBEndsAtTheOtherEnd) {
-  const QRectF whole = drawing_.PackagePlace(GuidePosition::E);
+  const QRectF whole = PackageIn(GuidePosition::E);
   const double tenth = whole.height() / 20.5;
   for (const GuidePosition position : {GuidePosition::A, GuidePosition::C, GuidePosition::D}) {
-    EXPECT_NEAR(drawing_.PackagePlace(position).top(), whole.top(), tenth / 2);
+    EXPECT_NEAR(PackageIn(position).top(), whole.top(), tenth / 2);
   }
-  const QRectF lower = drawing_.PackagePlace(GuidePosition::B);
+  const QRectF lower = PackageIn(GuidePosition::B);
   EXPECT_NEAR(lower.bottom(), whole.bottom(), tenth / 2);
-  EXPECT_GE(lower.top(), drawing_.PackagePlace(GuidePosition::A).bottom());
+  EXPECT_GE(lower.top(), PackageIn(GuidePosition::A).bottom());
 }
 
 TEST_F(GuideDrawing, TheDrawingIsLegibleOnADarkPaletteToo) {
@@ -116,11 +150,20 @@ TEST_F(GuideDrawing, TheDrawingIsLegibleOnADarkPaletteToo) {
 }
 
 TEST_F(GuideDrawing, TheDrawingFitsAnySize) {
-  for (const QSize size : {QSize(120, 90), QSize(1500, 300), QSize(200, 1500), QSize(1, 1)}) {
+  const QSize natural = drawing_.sizeHint();
+  for (const QSize size : {QSize(688, 300), QSize(300, 1500), QSize(1500, 532)}) {
     drawing_.resize(size);
-    for (const GuidePosition position : kGuidePositions) {
-      EXPECT_TRUE(QRectF(drawing_.rect()).contains(drawing_.PackagePlace(position)));
-    }
+    const QSize fitting = natural.scaled(size, Qt::KeepAspectRatio);
+    const double scale = static_cast<double>(fitting.height()) / natural.height();
+    // The middle of a flat drawing is not where the key begins.
+    if (fitting.width() < size.width()) drawing_.resize(fitting);
+    constexpr double kTenths = 20.5;
+    constexpr double kPixelsOfATenth = 10;
+    EXPECT_NEAR(FillOf(GuidePosition::E).height(), (kTenths * kPixelsOfATenth - kWhiteLine) * scale,
+                2.5);
+  }
+  for (const QSize size : {QSize(120, 90), QSize(1500, 300), QSize(1, 1)}) {
+    drawing_.resize(size);
     drawing_.grab();
   }
 }

@@ -76,6 +76,28 @@ TEST(ComSelectionLoad, AStoredThreeSelectsCom3AndSetsItsNumberWithoutOpening) {
   EXPECT_FALSE(run.Port.PortOpen());
 }
 
+TEST(ComSelectionLoad, AStoredNumberAboveTheListIsAppendedAndSelected) {
+  Selection run;
+  run.StorePort("25");
+  run.Load();
+  EXPECT_EQ(run.ComForm.Items.size(), 22U);
+  EXPECT_EQ(run.ComForm.Items.at(20), "COM20");
+  EXPECT_EQ(run.ComForm.Items.at(21), "COM25");
+  EXPECT_EQ(run.ComForm.Index, 21);
+  EXPECT_EQ(run.ComForm.Note, "");
+  EXPECT_THAT(run.Port.Log, ElementsAre("CommPort=25"));
+}
+
+TEST(ComSelectionLoad, AnItemStandsForItsNumber) {
+  Selection run;
+  run.StorePort("256");
+  EXPECT_EQ(PortOfItem(run.Context, -1), 0);
+  EXPECT_EQ(PortOfItem(run.Context, 0), 0);
+  EXPECT_EQ(PortOfItem(run.Context, 1), 1);
+  EXPECT_EQ(PortOfItem(run.Context, 20), 20);
+  EXPECT_EQ(PortOfItem(run.Context, 21), 256);
+}
+
 TEST(ComSelectionLoad, LeavesAnEmptyLineInTheTrace) {
   Selection run;
   run.Load();
@@ -83,7 +105,7 @@ TEST(ComSelectionLoad, LeavesAnEmptyLineInTheTrace) {
 }
 
 TEST(ComSelectionLoad, AStoredNumberThatIsNoneSelectsTheUnknownPortAndSaysSo) {
-  for (const char* value : {"21", "-1", "three", "", "3.5", "99999"}) {
+  for (const char* value : {"257", "-1", "three", "", "3.5", "99999"}) {
     SCOPED_TRACE(value);
     Selection run;
     run.StorePort(value);
@@ -92,6 +114,17 @@ TEST(ComSelectionLoad, AStoredNumberThatIsNoneSelectsTheUnknownPortAndSaysSo) {
     EXPECT_THAT(run.ComForm.Note, HasSubstr("\"" + std::string(value) + "\""));
     EXPECT_THAT(run.Port.Log, IsEmpty());
   }
+}
+
+TEST(ComSelectionOk, OpensTheAppendedNumberAndKeepsIt) {
+  SelectionOnBoard run;
+  run.Settings.Write("Settings", "ComNox", "25");
+  LoadComSelection(run.Context);
+  EXPECT_EQ(run.ComForm.Index, 21);
+  EXPECT_TRUE(Command_ok_Click(run.Context));
+  EXPECT_EQ(run.Port.CommPort(), 25);
+  EXPECT_TRUE(run.Port.PortOpen());
+  EXPECT_EQ(run.Settings.Read("Settings", "ComNox"), "25");
 }
 
 TEST(ComSelectionOk, WithTheUnknownPortFailsAndLeavesThePortClosed) {

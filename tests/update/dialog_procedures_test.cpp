@@ -206,6 +206,9 @@ TEST_ON(UpdateTest, UpdateDialogUpdate, AnUnsetPortIsToldAndOpeningIsStillTried)
   EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::Ran);
   ASSERT_EQ(DialogBoxes.Boxes.size(), 2U);
   EXPECT_EQ(DialogBoxes.Boxes[0].Text, kSetPort);
+  EXPECT_EQ(Dialog_Update.Detail,
+            "警告：ポート番号が選ばれていないので、COM1 を使います。ライターをつないだ番号を"
+            "選んでください。");
 }
 
 TEST(UpdateDialogGuard, NothingPressedDuringAnUpdateChangesTheWire) {
@@ -286,6 +289,23 @@ TEST_ON(UpdateTest, UpdateDialogPorts, AreHandedOverAndGivenBackOnEveryWayOut) {
       EXPECT_FALSE(run.BothOpen) << name;
     }
   }
+}
+
+TEST_ON(UpdateTest, UpdateDialogPorts, ThePortOfAVersionReadIsClosedBeforeAnotherIsSetUp) {
+  update::Dialog_Update_Load(Context);
+  Dialog_Update.Port = "3";
+  UpdaterPort.Expect("'?'", "'KV-LOD350  V6.38' 0D 0A").Expect("'U'").Expect("FF FF FF FF");
+  update::CmdVersion_Click(Context);
+  GivenFile(kEndRecord);
+  Chooser.Choice = kUpdateFile;
+  update::CmdOpen_Click(Context);
+  Dialog_Update.Port = "7";
+  UpdaterPort.Log.clear();
+  update::CmdUpdate_Click(Context);
+  EXPECT_EQ(UpdaterPort.Log,
+            (Calls{"Close", "InputMode=binary", "Handshaking=0", "InputLen=0", "RThreshold=0",
+                   "DiscardInput", "Settings=57600,n,8,1", "CommPort=7", "Open", "DiscardInput",
+                   "Output 55", "DiscardInput", "Output FF FF FF FF"}));
 }
 
 TEST_ON(UpdateTest, UpdateDialogPorts, APortOfAnEarlierOpeningIsNotOpenedAgain) {

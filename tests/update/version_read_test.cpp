@@ -123,10 +123,21 @@ TEST_ON(UpdateTest, VersionRead, TheSpeedTextChoosesTheLineSettingsAndAnotherLea
 }
 
 TEST_ON(UpdateTest, VersionRead, ReleasingTheMainPortTakesTwoRestsWithEventsAroundThem) {
+  constexpr double kRest = 0.2;
+  std::vector<double> turns;
+  Events.OnTurn = [&] {
+    turns.push_back(Clock.Elapsed());
+    EXPECT_TRUE(MainPort.PortOpen());
+  };
   update::ReleaseMainPort(Context);
-  EXPECT_NEAR(Clock.Elapsed(), 0.4, 1e-6);
-  EXPECT_GE(Events.Turns, 3);
+  EXPECT_NEAR(Clock.Elapsed(), 2 * kRest, 1e-6);
+  ASSERT_FALSE(turns.empty());
+  EXPECT_EQ(turns.front(), 0) << "before the first rest";
+  EXPECT_TRUE(std::ranges::any_of(turns, [](double at) { return std::abs(at - kRest) < 1e-6; }))
+      << "between them";
+  EXPECT_NEAR(turns.back(), 2 * kRest, 1e-6) << "behind the second";
   EXPECT_FALSE(MainPort.PortOpen());
+  Events.OnTurn = {};
   update::ReleaseMainPort(Context);
   EXPECT_EQ(MainPort.Log,
             (Texts{"DiscardInput", "DiscardOutput", "Close", "DiscardInput", "DiscardOutput"}));

@@ -5,26 +5,34 @@
 namespace fenwright::cli {
 namespace {
 
-/// Prints the flash dump of the code file, in UTF-8.
+/// Prints the flash dump of the code file, and the EEPROM's when a data file goes with it, in
+/// UTF-8.
 VerbRun BindDump(CLI::App& command) {
   return [files = AddCodeFiles(command)](Session& session) -> Outcome {
     const ExitCode code = LoadCodeFiles(session, *files);
     if (code != ExitCode::Success) return {.Code = code};
-    const std::string dump =
-        session.Context().Storage.CodePage.ToUtf8(image::FlashDump(session.State()));
-    return {.Code = session.Out().PrintResult(dump),
+    const platform::CodePage& code_page = session.Context().Storage.CodePage;
+    const core::AppState& state = session.State();
+    const std::string flash = code_page.ToUtf8(image::FlashDump(state));
+    const bool has_data = session.Context().Storage.Files.Exists(state.DataFileName);
+    const std::string eeprom = has_data ? code_page.ToUtf8(image::EepromDump(state)) : "";
+    return {.Code = session.Out().PrintResult(has_data ? flash + "\r\n" + eeprom : flash),
             .Json = {{"device", session.Device()},
-                     {"code_file", session.State().CodeFileName},
-                     {"dump", dump}}};
+                     {"code_file", state.CodeFileName},
+                     {"data_file", has_data ? state.DataFileName : ""},
+                     {"dump", flash},
+                     {"eeprom_dump", eeprom}}};
   };
 }
 
 }  // namespace
 
-const Verb kDump{.Name = "dump",
-                 .Description = "print the flash dump of a code file; needs no programmer",
-                 .Needed = {.Folder = true, .Device = true},
-                 .Bind = BindDump,
-                 .ResultOnly = true};
+const Verb kDump{
+    .Name = "dump",
+    .Description =
+        "print the dump of a code file and of the data file with it; needs no programmer",
+    .Needed = {.Folder = true, .Device = true},
+    .Bind = BindDump,
+    .ResultOnly = true};
 
 }  // namespace fenwright::cli

@@ -26,6 +26,8 @@ struct VerdictWords {
 };
 constexpr auto kVerdicts = std::to_array<VerdictWords>({
     {ops::BoardVerdict::None, "none", "no supported programmer answered"},
+    {ops::BoardVerdict::Unreadable, "unreadable",
+     "refused: the board gives no version number; update its firmware to 6.38 or later"},
     {ops::BoardVerdict::Refused, "refused",
      "refused: the firmware is too old, update it to 6.38 or later"},
     {ops::BoardVerdict::Advised, "advised",

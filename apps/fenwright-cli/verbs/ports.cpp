@@ -1,8 +1,11 @@
 #include <array>
 #include <filesystem>
+#include <numeric>
+#include <vector>
 
 #include <fmt/format.h>
 
+#include "core/numbers.h"
 #include "verbs.h"
 
 namespace fenwright::cli {
@@ -38,13 +41,22 @@ std::string Line(const PortInfo& port) {
   return line;
 }
 
+/// The numbers that the lists offer, and the one that the call names when it is none of them.
+std::vector<int> ListedNumbers(const Session& session) {
+  std::vector<int> numbers(platform::kLastListedComNumber);
+  std::iota(numbers.begin(), numbers.end(), 1);
+  const auto named = core::ParseWholeNumber(session.PortNumber(), 1, platform::kLastComNumber);
+  if (named && *named > platform::kLastListedComNumber) numbers.push_back(*named);
+  return numbers;
+}
+
 Outcome ListPorts(Session& session) {
   std::unique_ptr<platform::PortInfos> ports;
   const ExitCode code = session.FindPorts(ports);
   if (code != ExitCode::Success) return {.Code = code};
   nlohmann::json list = nlohmann::json::array();
   std::string lines;
-  for (int number = 1; number <= platform::kLastComNumber; ++number) {
+  for (const int number : ListedNumbers(session)) {
     const PortInfo port = ports->Describe(number);
     list.push_back(AsJson(port));
     lines += Line(port) + "\n";

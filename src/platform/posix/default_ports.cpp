@@ -14,7 +14,7 @@ struct DeviceFamily {
 constexpr std::array<DeviceFamily, 3> kFamilies{{
     {.FirstNumber = 1, .LastNumber = 4, .Prefix = "/dev/ttyS"},
     {.FirstNumber = 5, .LastNumber = 12, .Prefix = "/dev/ttyUSB"},
-    {.FirstNumber = 13, .LastNumber = kLastComNumber, .Prefix = "/dev/ttyACM"},
+    {.FirstNumber = 13, .LastNumber = kLastListedComNumber, .Prefix = "/dev/ttyACM"},
 }};
 
 }  // namespace

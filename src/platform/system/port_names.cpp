@@ -29,7 +29,7 @@ std::optional<int> ParseComName(std::string_view text) {
 }
 
 int NumberOfDefaultPath(std::string_view path) {
-  for (int number = 1; number <= kLastComNumber; ++number) {
+  for (int number = 1; number <= kLastListedComNumber; ++number) {
     if (DefaultDevicePath(number) == path) return number;
   }
   return 1;

@@ -10,7 +10,7 @@
 
 namespace fenwright::platform {
 
-/// Section of the settings whose keys "COM1" to "COM20" give device paths.
+/// Section of the settings whose keys "COM1" to "COM256" give device paths.
 inline constexpr std::string_view kPortsSection = "Ports";
 
 /// What stands between a folder and a file in a path of the system.

@@ -12,6 +12,7 @@ TEST(PortNames, EveryComNumberIsThePortOfThatNumber) {
   EXPECT_EQ(DefaultDevicePath(9), R"(\\.\COM9)");
   EXPECT_EQ(DefaultDevicePath(10), R"(\\.\COM10)");
   EXPECT_EQ(DefaultDevicePath(20), R"(\\.\COM20)");
+  EXPECT_EQ(DefaultDevicePath(256), R"(\\.\COM256)");
 }
 
 TEST(PortNames, NumbersOutsideTheRangeHaveNoDevice) {
@@ -37,7 +38,7 @@ TEST(PortOptionText, APathTakesTheNumberWhoseDefaultItIsElseNumberOne) {
 }
 
 TEST(PortOptionText, AnythingElseIsRefused) {
-  for (const char* text : {"", "COM", "COM0", "COM21", "COM5x", "COM5=", "5", "/dev/ttyS0"}) {
+  for (const char* text : {"", "COM", "COM0", "COM257", "COM5x", "COM5=", "5", "/dev/ttyS0"}) {
     EXPECT_EQ(ParsePortOption(text), std::nullopt) << text;
   }
 }
