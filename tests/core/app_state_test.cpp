@@ -34,6 +34,50 @@ TEST_ON(ScriptedTest, AppState, NoFileIsOpenAndNothingHasFailedAtTheStart) {
   EXPECT_FALSE(state.StopRequested);
 }
 
+TEST_ON(ScriptedTest, AppState, EveryNumberIsZeroAtTheStart) {
+  const AppState state;
+  EXPECT_EQ(state.FuseByte, 0);
+  EXPECT_EQ(state.LockByte, 0);
+  EXPECT_EQ(state.LockFuseByte, 0);
+  EXPECT_EQ(state.FlashBuffer, std::vector<std::uint8_t>(65537, 0));
+  EXPECT_EQ(state.EepromBuffer, std::vector<std::uint8_t>(2049, 0));
+  EXPECT_EQ(state.RxBuf, std::vector<std::uint8_t>(11, 0));
+  EXPECT_EQ(state.WaitStart, 0);
+  EXPECT_EQ(state.OperationStartTime, 0);
+  EXPECT_EQ(state.FirmwareVersion, 0);
+  EXPECT_EQ(state.DetectedFlashWords, 0);
+  EXPECT_EQ(state.FlashProgramCount, 0);
+  EXPECT_EQ(state.EepromProgramCount, 0);
+  EXPECT_EQ(state.CancelRequested, 0);
+}
+
+TEST_ON(ScriptedTest, AppState, NothingIsMarkedAtTheStart) {
+  const AppState state;
+  EXPECT_FALSE(state.SignatureFailed);
+  EXPECT_FALSE(state.VerifyStandalone);
+  EXPECT_FALSE(state.ReloadInProgress);
+  EXPECT_FALSE(state.FlashNG);
+  EXPECT_FALSE(state.EepromNG);
+}
+
+TEST_ON(ScriptedTest, AppState, ACommandBeginsWithNothingDone) {
+  const CommandRecord done;
+  EXPECT_EQ(done.Operation, DeviceOperation::None);
+  EXPECT_FALSE(done.LinkReady || done.InProgrammingMode || done.NoticeShown);
+  EXPECT_FALSE(done.EraseStarted || done.Erased || done.NothingToProgram);
+  EXPECT_FALSE(done.FlashStarted || done.FlashFailed);
+  EXPECT_FALSE(done.EepromStarted || done.EepromFailed);
+  EXPECT_FALSE(done.VerifyFinished || done.ReadFinished);
+  EXPECT_FALSE(done.FuseWriteStarted || done.FusesFinished);
+  EXPECT_EQ(done.FlashWordsWritten, 0);
+  EXPECT_EQ(done.EepromBytesDone, 0);
+  EXPECT_EQ(done.FlashWordsRead, 0);
+  EXPECT_EQ(done.FuseWriteCount, 0);
+  EXPECT_EQ(done.FlashWriteSeconds, 0);
+  EXPECT_EQ(done.FlashVerifySeconds, 0);
+  EXPECT_EQ(FuseTransfer{}.Value, 0);
+}
+
 TEST_ON(ScriptedTest, AppState, TwoRunsShareNothing) {
   ScriptedRun first;
   ScriptedRun second;

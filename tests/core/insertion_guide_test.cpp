@@ -39,6 +39,18 @@ TEST_F(InsertionGuide, EachDeviceHighlightsItsPositionAndNoOther) {
   }
 }
 
+TEST(ChipsAt, NamesTheChipsOfAPlaceInTheCataloguesOrderBehindTheOneOfTheGuideAlone) {
+  using screen::GuidePosition;
+  EXPECT_EQ(ChipsAt(GuidePosition::A),
+            (std::vector<std::string>{"ATtiny12L", "ATtiny15L", "AT90S2323", "AT90S2343"}));
+  EXPECT_EQ(ChipsAt(GuidePosition::B), (std::vector<std::string>{"ATtiny26L"}));
+  EXPECT_EQ(ChipsAt(GuidePosition::C),
+            (std::vector<std::string>{"AT90S1200", "AT90S1200A", "AT90S2313"}));
+  EXPECT_EQ(ChipsAt(GuidePosition::D), (std::vector<std::string>{"AT90S2333", "AT90S4433"}));
+  EXPECT_EQ(ChipsAt(GuidePosition::E),
+            (std::vector<std::string>{"AT90S4414", "AT90S4434", "AT90S8515", "AT90S8535"}));
+}
+
 TEST_F(InsertionGuide, AnEmptyTextLeavesAllMarkersGrey) {
   HighlightedFor("AT90S8535");
   EXPECT_EQ(HighlightedFor(""), Positions{});

@@ -1,5 +1,7 @@
 #include "core/numbers.h"
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 namespace fenwright::core {
@@ -22,6 +24,12 @@ TEST(Numbers, AWholeNumberHasNoFractionNoExponentAndNoPlus) {
   for (const char* text : {"3.0", "3.", "1e1", "+3"}) {
     EXPECT_EQ(ParseWholeNumber(text, 0, 20), std::nullopt) << text;
   }
+}
+
+TEST(Numbers, TheLargestNumberIsThatOfSinglePrecision) {
+  EXPECT_EQ(ParseNumber("340282346638528859811704183484516925440"),
+            static_cast<double>(std::numeric_limits<float>::max()));
+  EXPECT_EQ(ParseNumber("340282346638528897590636046441678635008"), std::nullopt);
 }
 
 TEST(Numbers, AWholeNumberLiesWithinItsLimits) {

@@ -251,6 +251,30 @@ TEST(FuseModel, EachDeviceReadsAndWritesItsBytesInItsOrder) {
   }
 }
 
+TEST(FuseModel, EachByteThatIsReadHasItsName) {
+  const Texts tiny{"Fuse", "Lock", "Calibration"};
+  const std::map<std::string, Texts> rows{{"ATtiny12L", tiny},
+                                          {"ATtiny15L", tiny},
+                                          {"ATtiny26L", {"Fuse", "High", "Lock", "Calibration"}},
+                                          {"AT90S2323", {"Lock/Fuse"}},
+                                          {"AT90S2343", {"Lock/Fuse"}},
+                                          {"AT90S4433", {"Fuse", "Lock"}},
+                                          {"AT90S4434", {"Lock/Fuse"}},
+                                          {"AT90S8535", {"Lock/Fuse"}}};
+  for (const auto& [device, names] : rows) {
+    Texts found;
+    for (const ReadStep& step : LayoutOf(device).ReadSteps) found.emplace_back(step.Caption);
+    EXPECT_EQ(found, names) << device;
+  }
+}
+
+TEST(FuseModel, TheFrameHasItsListsInThisOrder) {
+  Texts names;
+  for (const FuseList list : kFrameOrder) names.emplace_back(FieldName(list));
+  EXPECT_EQ(names, (Texts{"CKSEL", "SUT", "BODEN", "BODLEVEL", "CKOPT", "PLLCK", "EESAVE",
+                          "RSTDISABL", "FSTRT", "RCEN", "LOCK"}));
+}
+
 TEST(FuseModel, APositionOutsideTheCasesKeepsWhatTheWorkingByteHeld) {
   const Positions unset{};
   EXPECT_EQ(Compose("ATtiny12L", WriteCommand::FuseTiny, unset, 0xD2), 0xD2);

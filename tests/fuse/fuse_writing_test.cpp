@@ -145,6 +145,14 @@ TEST(FuseWriting, TheByteLineSaysWhatIsSent) {
   }
 }
 
+TEST(FuseWriting, TheByteLineTakesWhatEachWorkingByteHoldsForListsThatAreUnset) {
+  ScriptedRun run;
+  run.Form.ForcedText = "ATtiny12L";
+  run.State.FuseByte = 0x12;
+  run.State.LockByte = 0x34;
+  EXPECT_EQ(DescribeFuseBytes(ComposeFuseBytes(run.Context)), "Fuse 0x12  Lock 0x34");
+}
+
 TEST(FuseWriting, TheTraceHasNoLabelsOfItsOwn) {
   WritingRun run("ATtiny12L");
   run.WriteExpecting(DefaultWrites().at("ATtiny12L"));

@@ -155,6 +155,12 @@ TEST(RecordChecksum, EverySumAbove256GivesTwoCharactersThatCompleteItToAFullByte
   }
 }
 
+TEST(RecordChecksum, AMissingLastDigitIsNotTakenFromBehindTheLine) {
+  std::int16_t error = 0;
+  RecordChecksum(std::string_view(":00123").substr(0, 4), error);
+  EXPECT_EQ(error, 1);
+}
+
 TEST(RecordChecksum, AWrongDigitInTheLineRaisesTheErrorAndCountsAsZero) {
   std::int16_t link_error = 0;
   EXPECT_EQ(RecordChecksum(":0G", link_error), ":0G00");

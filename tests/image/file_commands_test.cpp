@@ -376,6 +376,24 @@ TEST_F(FileCommands, AfterABadLineEveryLaterOpenFailsAndSaysWhy) {
   EXPECT_THAT(Dialog.Detail, HasSubstr("再起動")) << "the cure";
 }
 
+TEST(OpenReport, KnowsNothingBeforeAnOpen) {
+  const OpenReport report;
+  EXPECT_FALSE(report.CodeFileFound || report.KnownExtension);
+  EXPECT_FALSE(report.DataFileReached || report.DataFileFound);
+}
+
+TEST_F(FileCommands, AnAddressOutsideTheBufferIsToldWithItsLineAndBothViewsAreShown) {
+  PutPair();
+  Put(kCodePath, std::string(kCode) + ":04FFFF000102030400\r\n");
+  FillBuffers();
+  TakeJournal();
+  Load();
+  EXPECT_THAT(Dialog.Detail, AllOf(StartsWith(kCodePath),
+                                   EndsWith("\n3行目のアドレスがバッファの範囲を超えています。"
+                                            "選択したデバイス用のファイルか確認してください。")));
+  EXPECT_THAT(TakeJournal(), AllOf(Contains("load flash view"), Contains("load EEPROM view")));
+}
+
 TEST_F(FileCommands, WrongDigitsAndChecksumsDoNotStopAnOpen) {
   Put(kCodePath, ":020000000c9400\r\n:020002000D9400\r\n");
   const OpenReport report = Load();

@@ -32,6 +32,14 @@ TEST(DataFileName, CountsCharactersAndNotTheirBytes) {
   EXPECT_EQ(DataFileNameFor("/a/試験.ｅｅｐ"), "/a/試験.eep");
 }
 
+TEST(DataFileName, TakesACharacterOfFourBytesWhole) {
+  EXPECT_EQ(DataFileNameFor("/a/b.𠮟hx"), "/a/b.eep");
+}
+
+TEST(DataFileName, OfNoNameAtAllIsTheExtension) {
+  EXPECT_EQ(DataFileNameFor(std::string_view{}), "eep");
+}
+
 TEST(DataFileName, BlanksQuotesAndDotsInTheNameStay) {
   EXPECT_EQ(DataFileNameFor("/my files/a \"b\" 'c'.v1.2.hex"), "/my files/a \"b\" 'c'.v1.2.eep");
 }
@@ -56,6 +64,13 @@ TEST_ON(ScriptedTest, RememberedFolder, IsEverythingBeforeTheLastSeparator) {
   EXPECT_EQ(Stored("SAVE_DIR"), "/my files/日本");
   EXPECT_EQ(StoredFolder(Context, "SAVE_DIR"), "/my files/日本");
 }
+
+#ifndef _WIN32
+TEST_ON(ScriptedTest, RememberedFolder, ABackslashIsPartOfANameHere) {
+  StoreFolderOf(Context, "SAVE_DIR", "/files/a\\b.hex");
+  EXPECT_EQ(Stored("SAVE_DIR"), "/files");
+}
+#endif
 
 TEST_ON(ScriptedTest, RememberedFolder, IsEmptyForANameWithoutAFolder) {
   StoreFolderOf(Context, "SAVE_DIR", "a.hex");

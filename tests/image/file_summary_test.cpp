@@ -33,6 +33,22 @@ TEST_F(FileSummary, NamesBothFilesAndHowMuchOfEachMemoryIsUsed) {
   EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n2 / 128 byte (2 %)");
 }
 
+TEST_F(FileSummary, WithoutADeviceNothingOfNothingIsUsed) {
+  State.FlashWords = 0;
+  State.EepromBytes = 0;
+  EXPECT_EQ(DescribeReadMemory(State),
+            "デバイスから読み出した内容\n0 / 0 word (0 %)\n0 / 0 byte (0 %)");
+}
+
+TEST_F(FileSummary, APartOfAPercentCountsAsAWholeOne) {
+  State.FlashWords = 99;
+  State.EepromBytes = 1;
+  State.FlashBuffer[0] = 0;
+  State.EepromBuffer[0] = 0;
+  EXPECT_EQ(DescribeReadMemory(State),
+            "デバイスから読み出した内容\n1 / 99 word (2 %)\n1 / 1 byte (100 %)");
+}
+
 TEST_F(FileSummary, SaysNothingAboutADataFileThatIsNotThere) {
   Put(kCodePath, kCode);
   EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)");

@@ -333,6 +333,19 @@ TEST_F(HexReader, AReadThatFailsForTheFileLeftOpenGivesAReason) {
   EXPECT_FALSE(ReadCode(kEnd).Reason.empty());
 }
 
+TEST_F(HexReader, TheReasonOfAFileLeftOpenNamesTheCure) {
+  ReadCode("bad\r\n");
+  EXPECT_EQ(ReadCode(kEnd).Reason,
+            "前に開いたHEXファイルに不正な行があったため、HEXファイルを開けません。"
+            "プログラムを再起動してください。");
+}
+
+TEST_F(HexReader, AShortLineIsNotFilledUpFromTheNext) {
+  const HexReadReport report = ReadCode(":0100\r\n:1000000000\r\n");
+  EXPECT_FALSE(report.EndRecordSeen);
+  EXPECT_EQ(report.DataRecords, 2);
+}
+
 TEST_F(HexReader, WithoutANameNothingHappensEvenWhenAFileWasLeftOpen) {
   ReadCode("bad\r\n");
   State.DataFileName = "";
@@ -532,6 +545,17 @@ TEST_F(HexReader, AnotherSingleCharacterIsAWrongChecksum) {
   EXPECT_EQ(LineOf(ReadCode(":1000E20000000000000000000000000000000000D\r\n"),
                    FindingCode::WrongChecksum),
             1);
+}
+
+TEST_F(HexReader, WhatStandsBehindTheChecksumDoesNotCount) {
+  EXPECT_EQ(ReadCode(":020000000C945E00\r\n").FirstBadChecksumLine, 0);
+}
+
+TEST_F(HexReader, ASingleCharacterIsNoWordForTwoOthers) {
+  const std::string record = ":1000E20000000000000000000000000000000000";
+  EXPECT_EQ(ReadCode(record + "1E\r\n").FirstBadChecksumLine, 1);
+  EXPECT_EQ(ReadCode(record + "0F\r\n").FirstBadChecksumLine, 1);
+  EXPECT_EQ(ReadCode(":020000000C9405\r\n").FirstBadChecksumLine, 1) << "5E is no single character";
 }
 
 TEST_F(HexReader, AHalfOfATwoCharacterChecksumIsAWrongOne) {

@@ -322,6 +322,13 @@ TEST_F(HexWriter, AfterABadLineEveryWriteFailsAtItsOpenAndLeavesTheFileAlone) {
   EXPECT_EQ(TakeJournal(), (Journal{"message box", "message box"})) << "no file is opened";
 }
 
+TEST_F(HexWriter, TheReasonOfAFileLeftOpenNamesTheCure) {
+  State.HexFileLeftOpen = true;
+  EXPECT_EQ(WriteCodeHexFile(Context).Reason,
+            "前に開いたHEXファイルに不正な行があったため、HEXファイルを保存できません。"
+            "プログラムを再起動してください。");
+}
+
 TEST_F(HexWriter, AFailureChangesNoBufferAndRaisesNoError) {
   FillRandomly(core::DeviceCatalogue()[7], 4);
   const auto flash = State.FlashBuffer;

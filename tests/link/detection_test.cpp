@@ -90,6 +90,27 @@ TEST_ON(DetectionTest, DetectProgrammer, RestsATenthOfASecondBehindTheEscapeAndT
   EXPECT_NEAR(moments[2] - moments[1], 0.1, 1e-3);
 }
 
+TEST_ON(DetectionTest, DetectProgrammer, RunsWindowEventsOnceMoreWhenARestIsOver) {
+  // The moment of the last turn before each byte but the first.
+  std::vector<double> last_turns;
+  std::size_t sent = 1;
+  double last_turn = 0;
+  Events.OnTurn = [&] {
+    if (Port.Sent.size() > sent) {
+      sent = Port.Sent.size();
+      last_turns.push_back(last_turn);
+    }
+    last_turn = Clock.Elapsed();
+  };
+  // A byte in between, so that the turns do not end with the rest by themselves.
+  const std::string line = "'" + kVersion + "' 0D 0A";
+  Port.Expect("1B", "0D", 0.0123).Expect("'?'", line).Expect("'?'", line).Expect("'A'", "0D");
+  Detect();
+  last_turns.resize(2);
+  EXPECT_GE(last_turns[0], 0.1 - 1e-9);
+  EXPECT_GE(last_turns[1], 0.2 - 1e-9);
+}
+
 TEST_ON(DetectionTest, DetectProgrammer, AcceptsABoardWithItsVersion) {
   EXPECT_EQ(DetectBoard(kVersion), 0);
   EXPECT_DOUBLE_EQ(Version, 6.38);

@@ -182,6 +182,19 @@ TEST_ON(CheckTest, CheckProgrammerLink, TakesAStoredPortThatMakesNoSenseForNone)
   }
 }
 
+TEST_ON(CheckTest, CheckProgrammerLink, WithoutAStoredPortClearsAnEarlierFlag) {
+  Settings = {};
+  State.LinkError = 1;
+  EXPECT_FALSE(Check());
+  EXPECT_EQ(State.LinkError, 0);
+}
+
+TEST_ON(CheckTest, OpenChosenPort, WithoutAStoredPortClosesAnOpenOne) {
+  Settings = {};
+  EXPECT_FALSE(OpenChosenPort(Context));
+  EXPECT_FALSE(Port.PortOpen());
+}
+
 // A port that cannot be opened.
 
 TEST_ON(CheckTest, CheckProgrammerLink, OnAPortThatCannotBeOpenedFindsNoBoardAndTellsTheCause) {
@@ -213,7 +226,28 @@ TEST_ON(CheckTest, CheckProgrammerLink, OnAPortWithoutADeviceNamesThePortAlone) 
   EXPECT_EQ(Dialog.Detail, "COM3 : no device");
 }
 
+TEST_ON(CheckTest, CheckProgrammerLink, NamesThePathOfAPortInBracketsBehindItsNumber) {
+  Port.OpenResult = {
+      .Status = PortOpenStatus::Busy, .Path = "/dev/ttyUSB7", .Reason = "Device or resource busy"};
+  EXPECT_FALSE(Check());
+  EXPECT_EQ(Dialog.Detail, "COM3 (/dev/ttyUSB7) : Device or resource busy");
+}
+
 // Detection that fails.
+
+TEST_ON(CheckTest, CheckProgrammerLink, TellsTheWholeCauseAndCureOfASilentBoard) {
+  EXPECT_FALSE(CheckSilence());
+  EXPECT_EQ(Dialog.Detail,
+            "COM3 は開けましたが、ライターとしての返答がありません。"
+            "ライターの電源、ケーブル、ポート番号を確認してください。");
+}
+
+TEST_ON(CheckTest, CheckProgrammerLink, TellsTheWholeCauseAndCureOfALineThatHasGone) {
+  Port.Expect("1B").ThenHangUp();
+  EXPECT_FALSE(Check());
+  EXPECT_EQ(Dialog.Detail,
+            "COM3 : 通信ポートがなくなりました。USBケーブルと電源を確認してください。");
+}
 
 TEST_ON(CheckTest, CheckProgrammerLink, TellsASilentBoardFromALineThatHasGone) {
   EXPECT_FALSE(CheckSilence());
@@ -333,6 +367,13 @@ TEST_ON(CheckTest, CheckProgrammerLink, WhenTheDeviceIsRefusedSendsTheEscapeAndT
   EXPECT_FALSE(Port.PortOpen());
   EXPECT_TRUE(Dialog.Loaded);
   ExpectSelectionTraced(kSelectRefused);
+}
+
+TEST_ON(CheckTest, CheckProgrammerLink, SaysThatARefusedDeviceLeavesTheChipAsItWas) {
+  EXPECT_FALSE(CheckWith("0D", "3F"));
+  EXPECT_EQ(Dialog.Detail,
+            "デバイスには何も書き込んでいません。デバイスの選択と、ライターのファームウエア"
+            "バージョンを確認してください。");
 }
 
 TEST_ON(CheckTest, CheckProgrammerLink, WhenTheDeviceIsNotAnsweredFailsAfterTwoSeconds) {

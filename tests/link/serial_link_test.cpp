@@ -221,6 +221,14 @@ TEST_ON(LinkTest, WaitForBytes, CountsTheBytesThatArriveInTheTurnInWhichTheLineG
   EXPECT_TRUE(WaitForBytes(Context, 3, 1));
 }
 
+TEST_ON(LinkTest, WaitForBytes, LooksOnceMoreAfterTheEventsOfALineThatHasGone) {
+  Port.Expect("'s'", "1E 91 03", 0.001).ThenHangUp();
+  Events.OnTurn = [&] { Clock.Advance(0.002); };
+  SendText(Context, 's');
+  EXPECT_TRUE(WaitForBytes(Context, 3, 1));
+  EXPECT_EQ(Events.Turns, 1);
+}
+
 TEST_ON(LinkTest, WaitForBytes, OnAGoneLineIsNotContentWithTooFewBytes) {
   Port.Expect("'s'", "1E 91", 0).ThenHangUp();
   SendText(Context, 's');
@@ -374,6 +382,16 @@ TEST_ON(LinkTest, RestForBytes, GivesUpAfterItsTime) {
   EXPECT_NEAR(Clock.Elapsed(), 0.1, 1e-3);
 }
 
+TEST_ON(LinkTest, RestForBytes, OfNoTimeTakesNoTurn) {
+  EXPECT_FALSE(RestForBytes(Context, 1, 0));
+  EXPECT_EQ(Events.Turns, 0);
+}
+
+TEST_ON(LinkTest, RestForBytes, RestsOnEveryTurnAsLongAsAnyWaitDoes) {
+  EXPECT_FALSE(RestForBytes(Context, 1, 0.1));
+  EXPECT_LE(Events.Turns, kTurnsOfATenth + 2);
+}
+
 TEST_ON(LinkTest, RestForBytes, EndsAtMidnightAtTheLatest) {
   Clock.Set(86399.99);
   EXPECT_FALSE(RestForBytes(Context, 1, 0.1));
@@ -424,6 +442,11 @@ TEST_ON(LinkTest, ShowCommError, ShowsItsTextWithoutTheProgressBar) {
   EXPECT_FALSE(Dialog.IsBusy());
   EXPECT_EQ(State.MessageText, "通信エラーが発生しました。");
   EXPECT_THAT(NewTrace(), ElementsAre("通信エラーが発生しました。"));
+}
+
+TEST_ON(LinkTest, ShowCommError, IsANoticeWithOneButton) {
+  ShowCommError(Context);
+  EXPECT_THAT(Dialog.Shown, ElementsAre(Pair("通信エラーが発生しました。", MessageMode::Notice)));
 }
 
 }  // namespace

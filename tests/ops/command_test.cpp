@@ -163,6 +163,23 @@ TEST_F(Command, AnEndThatTheEarlyEndThrowsItselfIsDropped) {
   EXPECT_FALSE(State().CommandRunning);
 }
 
+TEST_F(Command, AFileErrorOfACommandOnTheChipSaysInWhatStateTheChipIs) {
+  Run([&] {
+    State().Command.Operation = core::DeviceOperation::Program;
+    throw CommandEnd{.Ending = CommandEnding::FileError, .Text = "text"};
+  });
+  EXPECT_THAT(run_.Dialog.Shown, ::testing::ElementsAre(::testing::Pair(
+                                     "デバイスには何も書き込んでいません。", MessageMode::Notice)));
+}
+
+TEST_F(Command, AnotherEndSaysNothingAboutTheChip) {
+  Run([&] {
+    State().Command.Operation = core::DeviceOperation::Program;
+    throw CommandEnd{};
+  });
+  EXPECT_TRUE(run_.Dialog.Shown.empty());
+}
+
 TEST_F(Command, ABadSettingIsShownInACriticalMessageBox) {
   EXPECT_EQ(Run([] { throw CommandEnd{.Ending = CommandEnding::BadSetting, .Text = "device"}; }),
             CommandEnding::BadSetting);

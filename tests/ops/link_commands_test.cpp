@@ -86,6 +86,14 @@ TEST(Detect, ADeviceThatIsNotAcknowledgedIsRefused) {
   EXPECT_EQ(run.Answer(), DeviceAnswer::Refused);
 }
 
+TEST(Detect, AnAdvisedBoardThatDoesNotAcknowledgeTheDeviceHasRefusedIt) {
+  board::SimulatedBoardOptions options = WithVersion("KV-LOD350A V6.30");
+  options.Faults.push_back(MakeFault("flip@4"));
+  const DetectRun run(options);
+  EXPECT_EQ(run.Verdict(), BoardVerdict::Advised);
+  EXPECT_EQ(run.Answer(), DeviceAnswer::Refused);
+}
+
 TEST(Detect, WhatAnEarlierBoardSaidIsForgotten) {
   DetectRun run;
   run.Port.Board().Protocol().Restart();
@@ -136,6 +144,49 @@ TEST(RoundTrips, AcrossMidnightAreMeasuredToo) {
   for (const double time : times) EXPECT_NEAR(time, 2 * kByte, 0.0002);
 }
 
+TEST(RoundTrips, BeginWithNoTimesOfAnEarlierMeasurement) {
+  DetectRun run;
+  std::vector<double> times{1, 2, 3};
+  Measure(run, 2, times);
+  EXPECT_EQ(times.size(), 2U);
+}
+
+TEST(RoundTrips, WaitASecondForAnAnswer) {
+  board::SimulatedBoardOptions options;
+  options.Faults.push_back(MakeFault("silent@10"));
+  DetectRun run(options);
+  std::vector<double> times;
+  const double start = run.Clock.Elapsed();
+  Measure(run, 200, times);
+  EXPECT_NEAR(run.Clock.Elapsed() - start, 1, 0.05);
+}
+
+TEST(RoundTrips, TakeNoEarlierByteForAnAnswerAndLeaveTheirOwnInTheReplyBuffer) {
+  ScriptedRun run;
+  run.Port.Expect("'?'", "99", 0).Expect("'A'", "0D", 0.01).Expect("1B");
+  run.Port.Output(Hex("'?'"));
+  std::vector<double> times;
+  ops::MeasureRoundTrips(run.Context, 1, times);
+  ASSERT_EQ(times.size(), 1U);
+  EXPECT_NEAR(times[0], 0.01, 1e-3);
+  EXPECT_EQ(run.State.RxBuf, Hex("0D"));
+}
+
+TEST(RoundTrips, AnAnswerAtOnceTakesNoTime) {
+  ScriptedRun run;
+  run.Port.Expect("'A'", "0D", 0).Expect("1B");
+  std::vector<double> times;
+  ops::MeasureRoundTrips(run.Context, 1, times);
+  EXPECT_EQ(times, std::vector<double>{0});
+}
+
+TEST(Spread, OfNoTimesIsZero) {
+  const ops::TimeSpread none = ops::SpreadOf({});
+  EXPECT_EQ(none.Minimum, 0);
+  EXPECT_EQ(none.Median, 0);
+  EXPECT_EQ(none.Maximum, 0);
+}
+
 TEST(Spread, IsTheShortestTheMiddleAndTheLongest) {
   const ops::TimeSpread odd = ops::SpreadOf({3, 1, 9});
   EXPECT_EQ(odd.Minimum, 1);
@@ -160,6 +211,20 @@ TEST(Forecast, TheTiny26WritesAWordInOneExchange) {
   DetectRun run;
   run.Select(run.Context, "ATtiny26L");
   EXPECT_NEAR(ops::Forecast(run.Context, 0).WriteSeconds, (1024 * 4 + 128 * 7) * kByte, 1e-9);
+}
+
+TEST(Forecast, TheTiny26sWordCostsOneDelay) {
+  DetectRun run;
+  run.Select(run.Context, "ATtiny26L");
+  EXPECT_NEAR(
+      ops::Forecast(run.Context, 0.016).WriteSeconds - ops::Forecast(run.Context, 0).WriteSeconds,
+      (1024 + 128 * 2) * 0.016, 1e-6);
+}
+
+TEST(Forecast, OfADeviceThatIsInNoRowCountsTwoExchangesAWord) {
+  DetectRun run;
+  run.Form.ForcedText = "none";
+  EXPECT_NEAR(ops::Forecast(run.Context, 0).WriteSeconds, (4096 * 6 + 512 * 7) * kByte, 1e-9);
 }
 
 TEST(Forecast, IsWhatProgrammingAFullDeviceTakesOnTheSimulatedLine) {

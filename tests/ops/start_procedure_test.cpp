@@ -39,6 +39,15 @@ TEST_ON(WindowStartTest, WindowStart, EndsAtOnceAndSilentlyWhenTheProgramRunsAlr
   EXPECT_EQ(Files.Files.size(), 1U);
 }
 
+TEST_ON(WindowStartTest, WindowStart, NeedsNoWordOfOtherRunsWhereTheyDoNotMatter) {
+  EXPECT_EQ(ops::RunCommand(Context,
+                            [&](core::RunContext& context) {
+                              ops::StartWindow(context, Window, nullptr, {.AppFolder = "/app/"});
+                            }),
+            CommandEnding::Finished);
+  EXPECT_FALSE(Window.Calls.empty());
+}
+
 TEST_ON(WindowStartTest, WindowStart, TheWindowsStepsComeInTheirOrder) {
   EXPECT_EQ(Start(), CommandEnding::Finished);
   const std::vector<std::string> expected{

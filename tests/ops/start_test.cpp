@@ -51,6 +51,43 @@ TEST(Start, BlanksBothBuffersAndShowsTheirDumps) {
   EXPECT_EQ(run.Views.Paths[screen::View::Flash], "/app/avrhex.txt");
 }
 
+TEST(Start, BlanksTheMemoriesBeforeTheDeviceIsPicked) {
+  StartRun run;
+  run.FillBuffers();
+  bool looked = false;
+  run.Events.OnTurn = [&] {
+    looked = true;
+    EXPECT_TRUE(run.BuffersAreBlank());
+  };
+  run.Start();
+  EXPECT_TRUE(looked);
+}
+
+TEST(Start, WithNoStoredSelectionForgetsTheSizesOfAnEarlierDevice) {
+  StartRun run;
+  run.State.FlashWords = 512;
+  run.State.EepromBytes = 64;
+  run.Store("device", "-1");
+  run.Start();
+  EXPECT_EQ(run.State.FlashWords, 0);
+  EXPECT_EQ(run.State.EepromBytes, 0);
+}
+
+TEST(Start, RestoringTheDeviceIsAPickAndItsInformationIsShownOnceMore) {
+  StartRun run;
+  run.Start();
+  EXPECT_THAT(run.Guide.Highlighted, ElementsAre(GuidePosition::A));
+  EXPECT_EQ(std::ranges::count(run.Recorded, "show device frame"), 2);
+}
+
+TEST(Start, AStoredDeviceThatIsInNoRowIsToldWithTheNumbersThatAre) {
+  StartRun run;
+  run.Store("device", "13");
+  run.Start();
+  EXPECT_THAT(run.Boxes.Boxes.at(0).Text,
+              EndsWith("\r\nこの値を削除するか、-1 から 12 の数字に直してから起動してください。"));
+}
+
 TEST(Start, DeletesTheTraceOfTheWorkingFolderAndKeepsThatOfAnother) {
   // The program's folder is not known yet when the old trace is deleted.
   StartRun run;

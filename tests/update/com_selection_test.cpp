@@ -283,6 +283,26 @@ TEST(ComSelection, ATraceThatCannotBeWrittenEndsItWithTheDialogUnloaded) {
   EXPECT_EQ(run.Boxes.Boxes.size(), 1U);
 }
 
+TEST(ComSelectionLoad, SaysNothingAboutANumberThatCanBeUsedOrIsMissing) {
+  Selection missing;
+  missing.Load();
+  EXPECT_EQ(missing.ComForm.Note, "");
+  for (const char* value : {"0", "3", "20"}) {
+    Selection run;
+    run.StorePort(value);
+    run.Load();
+    EXPECT_EQ(run.ComForm.Note, "") << value;
+  }
+}
+
+TEST(ComSelectionLoad, SaysWhatIsWrongWithAStoredNumberAndTheCure) {
+  Selection run;
+  run.StorePort("three");
+  run.Load();
+  EXPECT_EQ(run.ComForm.Note,
+            "保存されているポート番号 \"three\" は使用できません。選び直してください。");
+}
+
 TEST(PortMenu, LeavesOneLineInTheTraceBeforeTheDialog) {
   Selection run;
   EXPECT_EQ(ops::RunCommand(run.Context, mmuCominucation_Click), core::CommandEnding::Finished);
@@ -299,6 +319,12 @@ TEST(DescribePort, NamesDeviceAndAdapter) {
             "/dev/ttyUSB0 : FTDI FT232R、使用できます。");
   EXPECT_EQ(DescribePort({.Number = 1, .Path = "/dev/ttyS0", .State = platform::PortState::Usable}),
             "/dev/ttyS0 : 使用できます。");
+}
+
+TEST(DescribePort, LeavesOutADeviceThatHasNoPath) {
+  EXPECT_EQ(DescribePort(
+                {.Number = 1, .Description = "FTDI FT232R", .State = platform::PortState::Usable}),
+            "FTDI FT232R、使用できます。");
 }
 
 TEST(DescribePort, SaysWhyAPortCannotBeUsed) {

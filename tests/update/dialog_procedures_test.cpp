@@ -96,6 +96,27 @@ TEST_ON(UpdateTest, UpdateDialogOpen, TakesTheChosenFile) {
   EXPECT_EQ(Dialog_Update.Detail, "");
 }
 
+TEST_ON(UpdateTest, UpdateDialogOpen, ChoosesItsFolderWhenNoneIsStored) {
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Chooser.Requests.at(0).StartFolder, "");
+}
+
+TEST_ON(UpdateTest, UpdateDialogOpen, NamesAFileWithoutAFolderWhole) {
+  Chooser.Choice = "kvld640.hex";
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Dialog_Update.Status, "ファイル名：kvld640.hexを指定しました。");
+  EXPECT_EQ(Settings.Read("Settings6", "OPEN_DIR0"), "");
+}
+
+#ifndef _WIN32
+TEST_ON(UpdateTest, UpdateDialogOpen, ABackslashIsPartOfANameHere) {
+  Chooser.Choice = "/fw/a\\b.hex";
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Dialog_Update.Status, "ファイル名：a\\b.hexを指定しました。");
+  EXPECT_EQ(Settings.Read("Settings6", "OPEN_DIR0"), "/fw/");
+}
+#endif
+
 TEST_ON(UpdateTest, UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllTheSame) {
   GivenFile(":020000000102FB\r\n:020002000304F6\r\n:00000001FF\r\n");
   Chooser.Choice = kUpdateFile;
@@ -350,6 +371,14 @@ TEST(UpdateReport, SaysWhatFirmwareTheBoardIsLeftWith) {
             "the board's firmware is incomplete: switch the board off and on, and run the update "
             "again from its start; if it cannot be resumed, the board's microcontroller has to be "
             "programmed in the ordinary way");
+}
+
+TEST(UpdateReport, SaysItInEnglishWhenWordsWereSent) {
+  update::UpdateState state;
+  state.WordsSent = 1;
+  EXPECT_EQ(update::DescribeBoardState(state, core::Language::English),
+            "the board's firmware is incomplete: switch the board off and on, and run the "
+            "update again, to its end");
 }
 
 TEST(UpdateReport, TheStopQuestionSaysWhatHappensToTheBoard) {

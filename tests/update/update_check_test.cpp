@@ -1,6 +1,7 @@
 
 #include "support/update_run.h"
 #include "update/update_report.h"
+#include "update/update_words.h"
 
 namespace fenwright::testing {
 namespace {
@@ -54,6 +55,56 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{":023E0000AABB5B\r\n:024000000102BB\r\n:00000001FF\r\n", ImageFault::NoWordToSend,
                 0}));
 
+INSTANTIATE_TEST_SUITE_P(MoreFiles, UpdateCheckRefuses,
+                         ::testing::Values(Refused{":00000006FA\r\n", ImageFault::BrokenLine, 1},
+                                           Refused{":\r\n", ImageFault::BrokenLine, 1},
+                                           Refused{":02000000011GFB\r\n", ImageFault::BrokenLine,
+                                                   1}));
+
+TEST(UpdateCheck, LooksAtNothingBehindTheContent) {
+  const std::string_view text = ":020000000102FB";
+  EXPECT_EQ(CheckImage(text.substr(0, text.size() - 1)).Fault, ImageFault::BrokenLine);
+}
+
+TEST(UpdateCheck, ARecordWithoutDataIsNoFaultBehindTheEndOrAtAnOddAddress) {
+  const ImageReport report =
+      CheckImage(":020000000102FB\r\n:00000100FF\r\n:00000001FF\r\n:0000000000\r\n");
+  EXPECT_EQ(report.Fault, ImageFault::None) << report.FaultLine;
+  EXPECT_EQ(report.WordsToSend, 1);
+}
+
+TEST(UpdateCheck, ARecordOfOneByteHasAWord) {
+  const ImageReport report = CheckImage(":0100000042BD\r\n:00000001FF\r\n");
+  EXPECT_EQ(report.Fault, ImageFault::None);
+  EXPECT_EQ(report.WordsToSend, 1);
+  EXPECT_EQ(report.FirstOddLine, 1);
+}
+
+TEST(UpdateCheck, OnlyDataRecordsAreOdd) {
+  const ImageReport report = CheckImage(":03000005000000F8\r\n:020000000102FB\r\n:00000001FF\r\n");
+  EXPECT_EQ(report.Fault, ImageFault::None);
+  EXPECT_EQ(report.FirstOddLine, 0);
+}
+
+TEST(UpdateCheck, AsManyWordsToSkipAsToSendAreNoFault) {
+  const ImageReport report = CheckImage(":020000000102FB\r\n:023E0000AABB5B\r\n:00000001FF\r\n");
+  EXPECT_EQ(report.WordsToSend, 1);
+  EXPECT_EQ(report.WordsToSkip, 1);
+  EXPECT_EQ(report.Fault, ImageFault::None);
+}
+
+TEST(UpdateWords, AWordBeginsAtEveryByteButOneBehindTheLast) {
+  EXPECT_TRUE(update::HasWordAt({.Count = 1, .Address = 0}, 1));
+  EXPECT_FALSE(update::HasWordAt({.Count = 1, .Address = 0}, 2));
+  EXPECT_FALSE(update::HasWordAt({.Count = 0, .Address = 0}, 0));
+}
+
+TEST(UpdateWords, ARecordThatIsCutShortHasNoHead) {
+  const std::string_view line = ":020000000102FB";
+  EXPECT_TRUE(update::ReadRecordHead(line.substr(0, 7)));
+  EXPECT_FALSE(update::ReadRecordHead(line.substr(0, 6)));
+}
+
 TEST(UpdateCheck, AGoodFileHasItsWordsCounted) {
   const ImageReport report = CheckImage(HexFile(Bytes(0x4000, 0x5A)));
   EXPECT_EQ(report.Fault, ImageFault::None);
@@ -83,6 +134,46 @@ TEST(UpdateCheck, WhatIsGivenTwiceAlikeIsNoFault) {
   EXPECT_EQ(report.Fault, ImageFault::None);
   EXPECT_EQ(report.FaultLine, 0);
   EXPECT_EQ(report.WordsToSend, 2);
+}
+
+TEST(UpdateCheck, EveryFaultIsToldWholeInBothLanguages) {
+  struct Row {
+    ImageFault Fault;
+    const char* Japanese;
+    const char* English;
+  };
+  const std::vector<Row> rows{
+      {ImageFault::None, "", ""},
+      {ImageFault::NoDataRecord, "データレコードがありません",
+       "has no data record, so there is nothing to send"},
+      {ImageFault::BrokenLine, "Intel HEX の正しいレコードではありません",
+       "is not a whole Intel HEX record"},
+      {ImageFault::WrongChecksum, "チェックサムが違います", "has a wrong checksum"},
+      {ImageFault::UnusedAddress, "拡張アドレスが 0 ではありません。アップデートでは使用されません",
+       "has an extended address other than 0, which an update does not follow"},
+      {ImageFault::OddAddress, "レコードが奇数アドレスから始まっています",
+       "begins in the middle of a word"},
+      {ImageFault::DataAfterEnd, "エンドレコードの後にデータがあります",
+       "is a data record behind the end record"},
+      {ImageFault::NoEndRecord,
+       "エンドレコードがありません。ファイルが途中で切れている可能性があります",
+       "has no end record; the file may have been cut short"},
+      {ImageFault::NoWordToSend,
+       "ボードに送るワードがありません。データはすべて、送られないアドレスにあります",
+       "has no word to send: all its data lies at addresses that are skipped"}};
+  for (const Row& row : rows) {
+    EXPECT_EQ(DescribeFault({.Fault = row.Fault}, Language::Japanese), row.Japanese);
+    EXPECT_EQ(DescribeFault({.Fault = row.Fault}, Language::English), row.English);
+  }
+}
+
+TEST(UpdateCheck, AnOddRecordIsToldInBothLanguages) {
+  EXPECT_EQ(update::DescribeOddRecord({}, Language::English), "");
+  EXPECT_EQ(update::DescribeOddRecord({.FirstOddLine = 7}, Language::English),
+            "line 7 has an odd number of bytes; its last one is sent together with the line's "
+            "checksum");
+  EXPECT_EQ(update::DescribeOddRecord({.FirstOddLine = 7}, Language::Japanese),
+            "7行目のバイト数が奇数です。最後のバイトはチェックサムと組にして送られます。");
 }
 
 TEST(UpdateCheck, FaultsAreToldInBothLanguages) {

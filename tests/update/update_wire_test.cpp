@@ -225,6 +225,47 @@ TEST_ON(UpdateTest, UpdateWire, AStopBeforeTheFirstWordSendsNoEndFrame) {
   EXPECT_TRUE(DialogBoxes.Boxes.empty());
 }
 
+TEST_ON(UpdateTest, UpdateWire, AStopIsToldInTheStatus) {
+  State.StopRequested = true;
+  RunUpdate(":020000000102FB\r\n");
+  EXPECT_EQ(Dialog_Update.Status, "アップデートを中止しました。");
+}
+
+TEST_ON(UpdateTest, UpdateWire, EveryEndLeavesTheDialogBusyButNoLongerUpdating) {
+  const std::string word = ":020000000102FB\r\n";
+  {
+    ScriptedUpdate run;
+    run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03").Expect("FF FF FF FF");
+    ASSERT_EQ(run.RunUpdate(word), UpdateOutcome::Finished);
+    EXPECT_EQ(run.Update.Now, update::Activity::Busy);
+  }
+  {
+    ScriptedUpdate run;
+    run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "");
+    ASSERT_EQ(run.RunUpdate(word), UpdateOutcome::TimedOut);
+    EXPECT_EQ(run.Update.Now, update::Activity::Busy);
+  }
+  {
+    ScriptedUpdate run;
+    run.UpdaterPort.Expect("'U'").Expect("00 00 02 01", "04");
+    ASSERT_EQ(run.RunUpdate(word), UpdateOutcome::Mismatch);
+    EXPECT_EQ(run.Update.Now, update::Activity::Busy);
+  }
+  State.StopRequested = true;
+  ASSERT_EQ(RunUpdate(word), UpdateOutcome::Stopped);
+  EXPECT_EQ(Update.Now, update::Activity::Busy);
+}
+
+TEST_ON(UpdateTest, UpdateWire, EachUpdateCountsItsOwnWordsAndTime) {
+  EXPECT_EQ(update::UpdateState{}.StreamSeconds, 0);
+  for (int i = 0; i < 2; ++i) {
+    UpdaterPort.Expect("'U'").Expect("00 00 02 01", "03", 0.5).Expect("FF FF FF FF");
+    RunUpdate(":020000000102FB\r\n");
+    EXPECT_EQ(Update.WordsSent, 1);
+    EXPECT_NEAR(Update.StreamSeconds, 0.5, 0.01);
+  }
+}
+
 TEST_ON(UpdateTest, UpdateWire, AStopBeforeTheUpdateSendsNothing) {
   State.StopRequested = true;
   EXPECT_EQ(RunUpdate(":020000000102FB\r\n"), UpdateOutcome::Stopped);

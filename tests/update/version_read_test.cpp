@@ -95,6 +95,15 @@ TEST_ON(UpdateTest, VersionRead, APortTextThatIsNoSmallNumberIsAPortThatCannotBe
   }
 }
 
+TEST_ON(UpdateTest, VersionRead, APortTextThatIsNoNumberHasNoReasonOfTheSystem) {
+  Update.LastPortOpen = {.Status = PortOpenStatus::Busy, .Path = "/dev/x", .Reason = "busy"};
+  Dialog_Update.Port = "3x";
+  update::ReadVersion(Context);
+  EXPECT_EQ(Update.LastPortOpen.Status, PortOpenStatus::Failed);
+  EXPECT_EQ(Update.LastPortOpen.Path, "");
+  EXPECT_EQ(Update.LastPortOpen.Reason, "");
+}
+
 TEST_ON(UpdateTest, VersionRead, TheSpeedTextChoosesTheLineSettingsAndAnotherLeavesThem) {
   const std::vector<std::pair<std::string, std::string>> rows{{" 9600", "Settings=9600,n,8,1"},
                                                               {"19200", "Settings=19200,n,8,1"},
