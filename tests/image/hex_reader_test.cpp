@@ -342,8 +342,8 @@ TEST_F(HexReader, TheReasonOfAFileLeftOpenNamesTheCure) {
 
 TEST_F(HexReader, AShortLineIsNotFilledUpFromTheNext) {
   const HexReadReport report = ReadCode(":0100\r\n:1000000000\r\n");
-  EXPECT_FALSE(report.EndRecordSeen);
-  EXPECT_EQ(report.DataRecords, 2);
+  EXPECT_TRUE(Has(report, FindingCode::NoEndRecord));
+  EXPECT_EQ(LineOf(report, FindingCode::ShortRecord), 1);
 }
 
 TEST_F(HexReader, WithoutANameNothingHappensEvenWhenAFileWasLeftOpen) {
@@ -548,14 +548,15 @@ TEST_F(HexReader, AnotherSingleCharacterIsAWrongChecksum) {
 }
 
 TEST_F(HexReader, WhatStandsBehindTheChecksumDoesNotCount) {
-  EXPECT_EQ(ReadCode(":020000000C945E00\r\n").FirstBadChecksumLine, 0);
+  EXPECT_FALSE(Has(ReadCode(":020000000C945E00\r\n"), FindingCode::WrongChecksum));
 }
 
 TEST_F(HexReader, ASingleCharacterIsNoWordForTwoOthers) {
   const std::string record = ":1000E20000000000000000000000000000000000";
-  EXPECT_EQ(ReadCode(record + "1E\r\n").FirstBadChecksumLine, 1);
-  EXPECT_EQ(ReadCode(record + "0F\r\n").FirstBadChecksumLine, 1);
-  EXPECT_EQ(ReadCode(":020000000C9405\r\n").FirstBadChecksumLine, 1) << "5E is no single character";
+  EXPECT_EQ(LineOf(ReadCode(record + "1E\r\n"), FindingCode::WrongChecksum), 1);
+  EXPECT_EQ(LineOf(ReadCode(record + "0F\r\n"), FindingCode::WrongChecksum), 1);
+  EXPECT_EQ(LineOf(ReadCode(":020000000C9405\r\n"), FindingCode::WrongChecksum), 1)
+      << "5E is no single character";
 }
 
 TEST_F(HexReader, AHalfOfATwoCharacterChecksumIsAWrongOne) {

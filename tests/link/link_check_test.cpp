@@ -263,13 +263,25 @@ TEST_ON(CheckTest, CheckProgrammerLink, TellsASilentBoardFromALineThatHasGone) {
 TEST_ON(CheckTest, CheckProgrammerLink, TellsAnotherDeviceFromABoardWithoutAVersionNumber) {
   EXPECT_FALSE(CheckOther("SOMETHING QUITE 1"));
   EXPECT_EQ(State.LastDetection, core::Detection::OtherDevice);
-  EXPECT_THAT(Dialog.Detail, HasSubstr("対応しているライターではありません。"));
+  EXPECT_EQ(Dialog.Detail,
+            "COM3 から返答はありましたが、対応しているライターではありません。"
+            "ポート番号を確認してください。");
   CheckRun unreadable;
   EXPECT_FALSE(unreadable.CheckOther("KV-LOD350  Vabcd"));
   EXPECT_EQ(unreadable.State.LastDetection, core::Detection::VersionUnreadable);
   EXPECT_EQ(unreadable.Dialog.Detail,
             "COM3 のライターのバージョンが数字ではありません。ライターの電源を入れ直してください。"
             "それでも読み出せないときは、ファームウエアをアップデートしてください。");
+}
+
+TEST_ON(CheckTest, CheckProgrammerLink, ForgetsWhatAnEarlierDetectionMet) {
+  EXPECT_EQ(State.LastDetection, core::Detection::NotMade);
+  EXPECT_FALSE(CheckOther("SOMETHING QUITE 1"));
+  EXPECT_FALSE(CheckSilence());
+  EXPECT_EQ(State.LastDetection, core::Detection::NoAnswer);
+  Store("ComNox", "0");
+  EXPECT_FALSE(Check());
+  EXPECT_EQ(State.LastDetection, core::Detection::NotMade);
 }
 
 TEST_ON(CheckTest, CheckProgrammerLink, TracesTheSecondLineOfTheDialogToo) {

@@ -246,6 +246,7 @@ struct StopTest : LinkTest {
 TEST_ON(StopTest, RequestedStop, EndsAWaitAQuarterOfASecondLater) {
   EXPECT_THROW(WaitForBytes(Context, 1, 5), core::CommandEnd);
   EXPECT_NEAR(Clock.Elapsed(), 0.25, 4 * kOneTurn);
+  EXPECT_EQ(Events.Turns, 2 + 50);
 }
 
 TEST_ON(StopTest, RequestedStop, EndsTheEndlessWaitOverMidnightToo) {

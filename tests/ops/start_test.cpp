@@ -198,6 +198,8 @@ struct RefusedFile : BoardRun {
     FileDialogs.Choice = "/p/b.txt";
   }
   void ExpectThePairFromBefore() {
+    EXPECT_THAT(State.CodeInfo, HasSubstr("a.hex"));
+    EXPECT_THAT(State.DataInfo, HasSubstr("a.eep"));
     EXPECT_EQ(State.CodeFileName, "/p/a.hex");
     EXPECT_EQ(State.DataFileName, "/p/a.eep");
     EXPECT_EQ(State.FlashBuffer[0], 0x94);

@@ -88,6 +88,15 @@ TEST(ComSelectionLoad, AStoredNumberAboveTheListIsAppendedAndSelected) {
   EXPECT_THAT(run.Port.Log, ElementsAre("CommPort=25"));
 }
 
+TEST(ComSelectionLoad, ANumberOfTheListIsNotAppended) {
+  Selection run;
+  run.StorePort("20");
+  run.Load();
+  EXPECT_EQ(run.ComForm.Items.size(), 21U);
+  EXPECT_EQ(run.ComForm.Index, 20);
+  EXPECT_EQ(PortOfItem(run.Context, 21), 0) << "there is no such item";
+}
+
 TEST(ComSelectionLoad, AnItemStandsForItsNumber) {
   Selection run;
   run.StorePort("256");

@@ -211,6 +211,37 @@ TEST_ON(UpdateTest, UpdateDialogUpdate, AnUnsetPortIsToldAndOpeningIsStillTried)
             "選んでください。");
 }
 
+TEST_ON(UpdateTest, UpdateDialogUpdate, APortThatDoesNotOpenIsExplainedInPlaceOfTheWarning) {
+  Update.UpdateFilePath = kUpdateFile;
+  Dialog_Update.Port = "?";
+  UpdaterPort.OpenResult = {.Status = PortOpenStatus::Missing, .Path = "", .Reason = "no device"};
+  EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::PortNotOpened);
+  EXPECT_EQ(Dialog_Update.Detail, "no device");
+}
+
+TEST_ON(UpdateTest, UpdateDialogUpdate, AnOpenedPortThatWasChosenClearsTheReasonFromBefore) {
+  GivenFile(kEndRecord);
+  Update.UpdateFilePath = kUpdateFile;
+  Dialog_Update.Detail = "no device";
+  UpdaterPort.Expect("'U'").Expect("FF FF FF FF");
+  EXPECT_EQ(update::CmdUpdate_Click(Context), StartOutcome::Ran);
+  EXPECT_EQ(Dialog_Update.Detail, "");
+}
+
+TEST_ON(UpdateTest, UpdateDialogUpdate, AStopEndsTheRestBeforeTheFirstWord) {
+  UpdaterPort.Expect("'U'");
+  Events.OnTurn = [this] { State.StopRequested = true; };
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n:00000001FF\r\n"), update::UpdateOutcome::Stopped);
+  EXPECT_LT(Clock.Elapsed(), 0.1);
+}
+
+TEST_ON(UpdateTest, UpdateDialogUpdate, AStopEndsTheWaitForAWordThatIsNotAcknowledged) {
+  UpdaterPort.Expect("'U'").Expect("00 00 02 01");
+  Events.OnTurn = [this] { State.StopRequested = Update.WordsSent > 0; };
+  EXPECT_EQ(RunUpdate(":020000000102FB\r\n:00000001FF\r\n"), update::UpdateOutcome::Stopped);
+  EXPECT_LT(Clock.Elapsed(), 1.5) << "not the two seconds of a lost acknowledgement";
+}
+
 TEST(UpdateDialogGuard, NothingPressedDuringAnUpdateChangesTheWire) {
   BoardUpdate run({.Baud = 0});
   run.Open();
