@@ -1,9 +1,12 @@
 #include "device_run.h"
 
+#include <algorithm>
 #include <chrono>
+#include <span>
 
 #include <fmt/format.h>
 
+#include "image/dump_files.h"
 #include "ops/link_commands.h"
 #include "ops/outcome.h"
 #include "ops/verify_device.h"
@@ -54,10 +57,36 @@ nlohmann::json FieldsOf(Session& session, const DeviceRun& run) {
                  {"flash_verify_seconds", state.Command.FlashVerifySeconds}});
   if (state.Command.VerifyFinished) {
     fields["verify"] = {{"flash", state.FlashNG ? "NG" : "OK"},
-                        {"eeprom", state.EepromNG ? "NG" : "OK"},
-                        {"report", ReportPath(session)}};
+                        {"eeprom", state.EepromNG ? "NG" : "OK"}};
+    if (session.KeepsFiles()) fields["verify"]["report"] = ReportPath(session);
   }
   return fields;
+}
+
+/// A dump that was to be kept and could not be written, "" when there is none.
+std::string RefusedDump(Session& session) {
+  const core::AppState& state = session.State();
+  if (!session.KeepsFiles()) return "";
+  if (!state.FlashDumpRefusal.empty()) {
+    return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kFlashDumpFile,
+                       state.FlashDumpRefusal);
+  }
+  if (state.EepromDumpRefusal.empty()) return "";
+  return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kEepromDumpFile,
+                     state.EepromDumpRefusal);
+}
+
+/// The first of them, on standard error.
+void PrintDifferences(Session& session) {
+  constexpr std::size_t kMost = 32;
+  const auto& differences = session.State().Command.Differences;
+  for (const core::Difference& difference :
+       std::span(differences).first(std::min(kMost, differences.size()))) {
+    session.Out().PrintError(ops::DescribeDifference(difference));
+  }
+  if (differences.size() > kMost) {
+    session.Out().PrintError(fmt::format("... and {} more", differences.size() - kMost));
+  }
 }
 
 void Print(Session& session, const DeviceRun& run) {
@@ -68,11 +97,17 @@ void Print(Session& session, const DeviceRun& run) {
     return;
   }
   if (run.Code == ExitCode::Failed && session.State().Command.VerifyFinished) {
-    out.PrintError("report: " + ReportPath(session));
+    // A verify prints them itself, as its result.
+    if (session.State().Command.Operation == core::DeviceOperation::Program) {
+      PrintDifferences(session);
+    }
+    if (session.KeepsFiles()) out.PrintError("report: " + ReportPath(session));
   } else if (run.Code == ExitCode::Failed) {
     session.Fail(run.Code, MessageOf(session.State(), run.Code));
   } else if (run.Code == ExitCode::NoProgrammer) {
     session.PrintLinkFailure();
+  } else if (const std::string refused = RefusedDump(session); !refused.empty()) {
+    session.Fail(run.Code, refused);
   }
   out.PrintError(fmt::format("{}: {}", Name(run.Code), sentence));
 }
@@ -84,7 +119,9 @@ DeviceRun RunOnDevice(Session& session, const ops::Entry& command) {
   const core::CommandEnding ending = ops::RunCommand(session.Context(), command);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   session.Out().EndProgress();
-  return {.Code = CodeOf(session.State(), ending), .Seconds = seconds.count()};
+  ExitCode code = CodeOf(session.State(), ending);
+  if (code == ExitCode::Success && !RefusedDump(session).empty()) code = ExitCode::FileError;
+  return {.Code = code, .Seconds = seconds.count()};
 }
 
 Outcome TellDeviceRun(Session& session, const DeviceRun& run, const nlohmann::json& more) {

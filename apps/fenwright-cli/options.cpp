@@ -54,9 +54,9 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--device", options.Device,
                  "device in the socket: its name, or an unambiguous part of it")
       ->type_name("NAME");
-  app.add_option("--folder", options.Folder, "folder of the trace, the dumps and the report")
-      ->type_name("DIR")
-      ->capture_default_str();
+  app.add_option("--folder", options.Folder,
+                 "folder to keep the trace, the dumps and the report in; none is kept without it")
+      ->type_name("DIR");
   app.add_flag("--json", options.Json, "print the result as one JSON object, and nothing else");
   app.add_flag("--quiet", options.Quiet, "print errors only");
 }

@@ -9,9 +9,12 @@
 #include "board/simulated_serial_control.h"
 #include "core/device_catalogue.h"
 #include "core/settings_keys.h"
+#include "core/trace_log.h"
 #include "device_name.h"
+#include "image/dump_files.h"
 #include "ops/command.h"
 #include "ops/start_procedure.h"
+#include "ops/verify_device.h"
 #include "platform/system/folders.h"
 #include "platform/system/system_port_infos.h"
 #include "platform/system/system_serial_control.h"
@@ -34,6 +37,9 @@ Session::Session(const Options& options)
     : options_(options),
       console_(options),
       events_(state_),
+      private_files_(files_,
+                     {std::string(core::kTraceFileName), std::string(image::kFlashDumpFile),
+                      std::string(image::kEepromDumpFile), std::string(ops::kVerifyReportFile)}),
       read_only_files_(files_),
       status_bar_(console_),
       dialog_(console_),
@@ -76,7 +82,8 @@ ExitCode Session::Fail(ExitCode code, std::string_view text) {
 
 void Session::MakeContext(bool may_write) {
   using platform::TextFiles;
-  TextFiles& files = may_write ? static_cast<TextFiles&>(files_) : read_only_files_;
+  TextFiles& kept = options_.Folder.empty() ? static_cast<TextFiles&>(private_files_) : files_;
+  TextFiles& files = may_write ? kept : read_only_files_;
   context_ = std::make_unique<core::RunContext>(
       core::RunContext{.State = state_,
                        .Line = {.ProgrammerPort = *port_, .Clock = clock_, .Events = events_},
@@ -122,7 +129,10 @@ std::string Session::DevicePath(int com_number) const {
   return platform::DevicePath(settings_, overrides_, com_number);
 }
 
+/// Without a folder the files of the engine's own are kept in memory and go with the run. Nothing
+/// in the working folder is touched either: the trace of a window that runs there stays.
 ExitCode Session::ChooseFolder() {
+  if (options_.Folder.empty()) return ExitCode::Success;
   std::error_code error;
   const std::filesystem::path folder = std::filesystem::absolute(ToPath(options_.Folder), error);
   if (error || !std::filesystem::is_directory(folder, error)) {

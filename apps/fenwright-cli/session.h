@@ -10,6 +10,7 @@
 #include "core/run_context.h"
 #include "options.h"
 #include "platform/memory/memory_settings_store.h"
+#include "platform/memory/private_text_files.h"
 #include "platform/port_info.h"
 #include "platform/system/code_page.h"
 #include "platform/system/port_names.h"
@@ -67,6 +68,8 @@ class Session {
   [[nodiscard]] core::AppState& State() { return state_; }
   [[nodiscard]] std::string Device() const { return device_.DeviceText(); }
   [[nodiscard]] Console& Out() { return console_; }
+  /// True when trace, dumps and report are kept in a folder.
+  [[nodiscard]] bool KeepsFiles() const { return !folder_.empty(); }
   /// True when the result is printed as JSON, and not in words.
   [[nodiscard]] bool Json() const { return options_.Json; }
   [[nodiscard]] ChosenFuses& Fuses() { return fuses_; }
@@ -92,6 +95,7 @@ class Session {
   platform::SystemClock clock_;
   SignalEventLoop events_;
   platform::SystemTextFiles files_;
+  platform::PrivateTextFiles private_files_;
   ReadOnlyFiles read_only_files_;
   platform::Cp932CodePage code_page_;
   platform::MemorySettingsStore settings_;

@@ -37,6 +37,14 @@ struct FuseTransfer {
   bool operator==(const FuseTransfer&) const = default;
 };
 
+/// A cell of the chip that a verify found to hold something else than its buffer.
+struct Difference {
+  bool InFlash = true;
+  std::int32_t Address = 0;    ///< in words, in the EEPROM in bytes
+  std::uint16_t Expected = 0;  ///< of a word the high byte first
+  std::uint16_t Found = 0;
+};
+
 /// What the running command, or else the last one, has done so far. It is kept beside the error
 /// flag so that a failure, or a stop, can say in words what state the chip is in. Every command
 /// starts with a new one, by one assignment.
@@ -57,6 +65,7 @@ struct CommandRecord {
   bool EepromFailed = false;
   std::int32_t EepromBytesDone = 0;  ///< bytes written or skipped before the first failure
   bool NothingToProgram = false;     ///< both buffers were blank
+  std::vector<Difference> Differences;  ///< in the order in which they were found
   bool VerifyFinished = false;       ///< both memories were compared without a communication error
   std::int32_t FlashWordsRead = 0;   ///< words read into the buffer before a time-out
   bool ReadFinished = false;         ///< both memories were read without a communication error

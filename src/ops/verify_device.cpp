@@ -48,6 +48,16 @@ class Report {
   std::unique_ptr<platform::FileWriter> writer_;
 };
 
+std::uint16_t Word(std::uint8_t high, std::uint8_t low) {
+  return static_cast<std::uint16_t>(high << 8 | low);
+}
+
+/// Kept in memory too: whoever shows it needs no file for it.
+void NoteDifference(core::AppState& state, Report& report, const core::Difference& difference) {
+  state.Command.Differences.push_back(difference);
+  report.Line(DescribeDifference(difference));
+}
+
 void CompareFlash(core::RunContext& context, Report& report) {
   core::AppState& state = context.State;
   const std::int32_t extent = image::UsedFlashWords(state);
@@ -63,9 +73,11 @@ void CompareFlash(core::RunContext& context, Report& report) {
     const std::uint8_t expected_low = state.FlashBuffer[index + 1];
     if (high == expected_high && low == expected_low) continue;
     state.FlashNG = true;
-    report.Line("PROGRAM Addr(word) = " + core::HexAddress(word) +
-                "  Original = " + core::HexByte(expected_high) + core::HexByte(expected_low) +
-                "   NG = " + core::HexByte(high) + core::HexByte(low));
+    NoteDifference(state, report,
+                   {.InFlash = true,
+                    .Address = word,
+                    .Expected = Word(expected_high, expected_low),
+                    .Found = Word(high, low)});
   }
   state.Command.FlashVerifySeconds = core::SecondsSince(context.Line.Clock, start);
 }
@@ -82,8 +94,8 @@ void CompareEeprom(core::RunContext& context, Report& report) {
     const std::uint8_t expected = state.EepromBuffer[static_cast<std::size_t>(byte)];
     if (value == expected) continue;
     state.EepromNG = true;
-    report.Line("EEPROM  Addr(byte) = " + core::HexAddress(byte) +
-                "  Original = " + core::HexByte(expected) + "   NG = " + core::HexByte(value));
+    NoteDifference(state, report,
+                   {.InFlash = false, .Address = byte, .Expected = expected, .Found = value});
   }
 }
 
@@ -109,6 +121,17 @@ void ShowResult(core::RunContext& context) {
 }
 
 }  // namespace
+
+std::string DescribeDifference(const core::Difference& difference) {
+  const auto cell = [&difference](std::uint16_t value) {
+    const std::string low = core::HexByte(static_cast<std::uint8_t>(value & 0xFFU));
+    if (!difference.InFlash) return low;
+    return core::HexByte(static_cast<std::uint8_t>(value >> 8U)) + low;
+  };
+  return (difference.InFlash ? "PROGRAM Addr(word) = " : "EEPROM  Addr(byte) = ") +
+         core::HexAddress(difference.Address) + "  Original = " + cell(difference.Expected) +
+         "   NG = " + cell(difference.Found);
+}
 
 void VerifyDevice(core::RunContext& context) {
   constexpr std::string_view kFlashText = "フラッシュメモリ ベリファイ中.....";

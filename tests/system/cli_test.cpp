@@ -79,6 +79,39 @@ TEST_F(Cli, LeavesTraceDumpsAndReportInTheFolder) {
             "\r\nEEPROM data memory address verify\r\n\r\n");
 }
 
+TEST_F(Cli, WithoutAFolderLeavesNoFileAndTouchesNone) {
+  BoardProgram board("ATtiny12L", {"--fault", "lie@2"});
+  PutCode({0x0C, 0x94});
+  Put("_debug_avr.txt", "the trace of a window that runs here");
+  Put("avrvfy.txt", "its report");
+  EXPECT_THAT(On(board, "program code.hex"), Ends(1));
+  EXPECT_THAT(On(board, "verify code.hex"), Ends(1));
+  EXPECT_EQ(Get("_debug_avr.txt"), "the trace of a window that runs here");
+  EXPECT_EQ(Get("avrvfy.txt"), "its report");
+  EXPECT_FALSE(IsThere("avrhex.txt"));
+  EXPECT_FALSE(IsThere("avreep.txt"));
+}
+
+TEST_F(Cli, TwoCallsAtOnceInOneFolderPrintTheirOwnDifferences) {
+  PutCode({0x0C, 0x94});
+  const BoardProgram first("ATtiny12L", {"--baud", "57600"});
+  const BoardProgram second("ATtiny12L", {"--fault", "lie@2", "--baud", "57600"});
+  constexpr int kRounds = 5;
+  ASSERT_THAT(On(second, "program code.hex"), Ends(1));
+  for (int round = 0; round < kRounds; ++round) {
+    const auto verify = [](const BoardProgram& board) {
+      return Words{FENWRIGHT_CLI_PROGRAM, "--port", board.Link(), "--device",
+                   "ATtiny12L",           "verify", "code.hex"};
+    };
+    Process blank(verify(first), {.Folder = folder_.Path().string()});
+    Process lied(verify(second), {.Folder = folder_.Path().string()});
+    EXPECT_EQ(blank.Wait(), 1);
+    EXPECT_EQ(lied.Wait(), 1);
+    EXPECT_THAT(blank.Output(), HasSubstr("Original = 940C   NG = FFFF\n"));
+    EXPECT_THAT(lied.Output(), HasSubstr("Original = 940C   NG = FF0C\n"));
+  }
+}
+
 TEST_F(Cli, ListsTheThirteenDevices) {
   const CliResult result = Run("devices");
   EXPECT_THAT(result, AllOf(Ends(0), Prints("flash   512 word  EEPROM   64 byte  signature 1E:90:01"
@@ -261,8 +294,9 @@ TEST_F(Cli, ADeviceThatTheBoardRefusesFails) {
 TEST_F(Cli, AWriteThatLiesFailsTheVerifyAndNamesTheReport) {
   BoardProgram board("ATtiny12L", {"--fault", "lie@2"});
   PutCode({0x0C, 0x94});
-  EXPECT_THAT(On(board, "program code.hex"),
-              AllOf(Ends(1), Prints("ベリファイ　FLASH : NG / EEPROM : OK"), Warns("avrvfy.txt")));
+  EXPECT_THAT(On(board, "--folder . program code.hex"),
+              AllOf(Ends(1), Prints("ベリファイ　FLASH : NG / EEPROM : OK"), Warns("avrvfy.txt"),
+                    Warns("PROGRAM Addr(word) = 0000  Original = 940C   NG = FF0C\n")));
   EXPECT_THAT(Text("avrvfy.txt"),
               HasSubstr("PROGRAM Addr(word) = 0000  Original = 940C   NG = FF0C\r\n"));
 }
@@ -739,13 +773,16 @@ TEST_F(Cli, WriteFusesReadsFirstChangesTheNamedFieldsAndWritesLikeTheButton) {
                            "  CKSEL: 0001 -> 0100\n"
                            "  SUT: 10 -> 11\n"
                            "new: Fuse 0xF4  High 0xF6  Lock 0xFF\n"),
-                    Prints("ok: fuse and lock bits written (")));
+                    Prints("ok: fuse and lock bits written and read back (")));
+  // Read twice, written as by the button, read back.
   BoardRun run("ATtiny26L");
+  ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   run.Fuses.Select(FuseList::Cksel, 4);
   run.Fuses.Select(FuseList::Boden, 0);
   run.Fuses.Select(FuseList::Sut, 3);
   ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
+  ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(board.Wire(), run.Wire);
 
   EXPECT_THAT(On(board, "read-fuses"), Prints("bytes      Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
@@ -793,7 +830,9 @@ TEST_F(Cli, ALockedDeviceIsSaidToKeepItsFuseBits) {
   const std::string note = "  the device is locked: it keeps its fuse bits until it is erased\n";
   BoardProgram board("ATtiny12L");
   EXPECT_THAT(On(board, "write-fuses LOCK=write"), AllOf(Ends(0), Prints(Not(HasSubstr(note)))));
-  EXPECT_THAT(On(board, "write-fuses CKSEL=4"), AllOf(Ends(0), Prints(note)));
+  EXPECT_THAT(On(board, "write-fuses CKSEL=4"),
+              AllOf(Ends(1), Prints(note),
+                    Warns("CKSEL: written 0100, read back 0010; a locked device keeps its bits")));
   EXPECT_THAT(On(board, "write-fuses LOCK=write"),
               AllOf(Ends(0), Prints("old: Fuse 0xD2"), Prints(Not(HasSubstr(note)))));
 }
@@ -821,7 +860,47 @@ TEST_F(Cli, ADryRunWritesNothing) {
               AllOf(Ends(0), Prints("new: Fuse 0xDF  Lock 0xFF\nok: nothing was written")));
   const Bytes wire = board.Wire();
   EXPECT_EQ(std::ranges::count(wire, 'u'), 0);
-  EXPECT_EQ(std::ranges::count(wire, 'r'), 1);
+  EXPECT_EQ(std::ranges::count(wire, 'r'), 2);
+}
+
+TEST_F(Cli, AFuseByteThatTheLineChangedIsNotTrusted) {
+  // The answer to the first "r" is the eleventh.
+  EXPECT_THAT(Simulate("--simulate-fault flip@11:80 read-fuses"),
+              AllOf(Ends(1), Warns("two readings of the device differ: Fuse 0x52, then 0xD2")));
+  BoardProgram board("ATtiny12L", {"--fault", "flip@11:80"});
+  EXPECT_THAT(On(board, "write-fuses CKSEL=4"),
+              AllOf(Ends(1), Warns("Fuse 0x52, then 0xD2"), Warns("; nothing was written")));
+  EXPECT_EQ(std::ranges::count(board.Wire(), 'u'), 0);
+  const json told = Simulate("--json --simulate-fault flip@11:80 read-fuses").Json();
+  EXPECT_EQ(told["exit_code"], 1);
+  EXPECT_THAT(told["message"], HasSubstr("Fuse 0x52, then 0xD2"));
+}
+
+TEST_F(Cli, AFuseWriteThatIsAcknowledgedAndNotCarriedOutFails) {
+  EXPECT_THAT(Simulate("--simulate-fault lie@1 write-fuses CKSEL=4"),
+              AllOf(Ends(1), Warns("CKSEL: written 0100, read back 0010")));
+  const json told = Simulate("--json --simulate-fault lie@1 write-fuses CKSEL=4").Json();
+  EXPECT_EQ(told["exit_code"], 1);
+  EXPECT_EQ(told["read_back"], (json{{"Fuse", 0xD2}, {"Lock", 0xFF}}));
+}
+
+TEST_F(Cli, FuseBitsThatCanNoLongerBeReadAreNotReadBack) {
+  EXPECT_THAT(Simulate("write-fuses LOCK=write-verify"),
+              AllOf(Ends(0), Prints("not read back: the device is locked against reading")));
+  EXPECT_THAT(Simulate("write-fuses --allow-reset-disable RSTDISABL=0"),
+              AllOf(Ends(0), Prints("not read back: the device can no longer be reached")));
+  EXPECT_THAT(Simulate("write-fuses LOCK=write", "AT90S8515"),
+              AllOf(Ends(0), Prints("not read back: this device gives none of them away")));
+}
+
+TEST_F(Cli, AReadWithVerifyReadsTwiceAndSavesWhatBothGave) {
+  EXPECT_THAT(Simulate("read --verify --code good.hex"), Ends(0));
+  EXPECT_TRUE(IsThere("good.hex"));
+  // The answer to the first "R" is the twelfth.
+  EXPECT_THAT(Simulate("--simulate-fault flip@12:10 read --verify --code out.hex"),
+              AllOf(Ends(1), Warns("two readings of the device differ: flash word 0x0000: EFFF, "
+                                   "then FFFF")));
+  EXPECT_FALSE(IsThere("out.hex"));
 }
 
 TEST_F(Cli, GivingTheResetPinAwayNeedsToBeAllowed) {
@@ -1072,6 +1151,13 @@ TEST_F(CliUpdate, AfterAPowerCutTheBoardGivesNoVersionAndIsUpdatedAllTheSame) {
   EXPECT_THAT(Version(), AllOf(Ends(3), Prints(IsEmpty()), Warns("no board gives its version")));
   EXPECT_THAT(Update(), AllOf(Ends(0), Prints("current version: none")));
   EXPECT_EQ(Version().Out, "KV-LOD350  V6.40\n");
+}
+
+TEST_F(CliUpdate, AnotherDeviceOnThePortIsRefusedAndHearsNoMore) {
+  GivenBoard({"--version-line", "$GPGGA,123519,4807.038,N"});
+  EXPECT_THAT(Update(), AllOf(Ends(3), Warns("which is no supported programmer"),
+                              Warns("nothing was sent but the question for the version")));
+  EXPECT_EQ(board_->Wire(), Bytes{'?'});
 }
 
 TEST_F(CliUpdate, WithoutAPortOrABoardTheExitCodeIsThree) {

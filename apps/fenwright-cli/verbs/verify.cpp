@@ -1,5 +1,3 @@
-#include <sstream>
-
 #include "code_files.h"
 #include "device_run.h"
 #include "ops/commands.h"
@@ -9,15 +7,9 @@
 namespace fenwright::cli {
 namespace {
 
-/// The report's lines about differences, as they stand in the file.
 void PrintDifferences(Session& session) {
-  std::string report;
-  session.Context().Storage.Files.Read(
-      session.State().AppFolder + std::string(ops::kVerifyReportFile), report);
-  std::istringstream lines(report);
-  for (std::string line; std::getline(lines, line);) {
-    const bool difference = line.starts_with("PROGRAM") || line.starts_with("EEPROM  ");
-    if (difference) session.Out().PrintResult(line);
+  for (const core::Difference& difference : session.State().Command.Differences) {
+    session.Out().PrintResult(ops::DescribeDifference(difference));
   }
 }
 
