@@ -22,6 +22,7 @@
 #include "core/build_info.h"
 #include "core/settings_keys.h"
 #include "platform/system/code_page.h"
+#include "platform/system/end_signals.h"
 #include "platform/system/instance_lock.h"
 #include "platform/system/port_names.h"
 #include "platform/system/system_clock.h"
@@ -34,6 +35,7 @@
 #include "ui/fonts.h"
 #include "ui/qt_settings_store.h"
 #include "ui/text.h"
+#include "ui/unasked_end.h"
 #include "ui/window_run.h"
 
 #ifdef Q_OS_WIN
@@ -51,6 +53,8 @@ using fenwright::ui::ToUtf8;
 
 constexpr int kExitStartFailed = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitDisplayLost = 1;
+constexpr int kExitSignal = 128;  ///< plus its number, as a shell says it
 
 /// A window program has no console on Windows; elsewhere the message belongs to the caller's.
 int RefuseStart(const QString& message) {
@@ -142,6 +146,27 @@ std::vector<std::string> ManualFolders() {
                                           "/"))};
 }
 
+/// Ends the run at once when somebody else calls exit() in the middle of it: Qt does, from inside
+/// its event loop, as soon as the display is lost.
+class ExitGuard {
+ public:
+  explicit ExitGuard(fenwright::ui::WindowRun& run) {
+    run_ = &run;
+    std::atexit([] {
+      if (!run_) return;
+      run_->EndAtOnce();
+      // Going on would take Qt apart below an application object that is still alive.
+      std::_Exit(kExitDisplayLost);
+    });
+  }
+  ~ExitGuard() { run_ = nullptr; }
+  ExitGuard(const ExitGuard&) = delete;
+  ExitGuard& operator=(const ExitGuard&) = delete;
+
+ private:
+  static inline fenwright::ui::WindowRun* run_ = nullptr;
+};
+
 int RunWindow(QApplication& application, const CommandLine& arguments, const QString& app_folder,
               const std::optional<PortOption>& port_option) {
   auto settings = fenwright::ui::QtSettingsStore::ForApplication(StoreName(arguments.Simulate));
@@ -200,6 +225,14 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
     run.Window().MarkSimulated();
   }
 
+  const fenwright::platform::EndSignals end_signals;
+  fenwright::ui::UnaskedEnd end(run.Window(), run.State(), [] { QCoreApplication::exit(0); });
+  end.BeginOn(end_signals.Descriptor());
+  // At the end of a session on Windows the process is gone when this has returned.
+  QObject::connect(&application, &QCoreApplication::aboutToQuit, &run.Window(),
+                   [&run] { run.EndAtOnce(); });
+  const ExitGuard exit_guard(run);
+
   const fenwright::ops::StartOptions options{.AppFolder = ToUtf8(app_folder),
                                              .CommandArgument = AbsolutePath(arguments.File)};
   QTimer::singleShot(0, &application, [&run, &options] {
@@ -210,7 +243,8 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
       QCoreApplication::exit(0);
     }
   });
-  return QApplication::exec();
+  const int code = QApplication::exec();
+  return end_signals.Received() == 0 ? code : kExitSignal + end_signals.Received();
 }
 
 }  // namespace

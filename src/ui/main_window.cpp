@@ -14,7 +14,6 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QSessionManager>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -69,8 +68,6 @@ MainWindow::MainWindow(core::AppState& state, platform::TextFiles& files,
   connect(this, &MainWindow::Closing, about_, &QDialog::reject);
   setGeometry(ToPixels(kMainWindowPlace));
   move(ToPixels(kMainWindowPlace).topLeft());
-  connect(qApp, &QGuiApplication::commitDataRequest, this, &MainWindow::OnCommitData,
-          Qt::DirectConnection);
 }
 
 // A window that is destroyed while shown hides its children, which signal that they lost the focus:
@@ -126,10 +123,13 @@ QWidget* MainWindow::FocusedCommandControl() const {
   return found ? focus : nullptr;
 }
 
-bool MainWindow::MayEndSession() {
-  if (!state_.CommandRunning) return true;
-  AskAndRequestStop();
-  return false;
+void MainWindow::CloseUnasked() {
+  close_pending_ = true;
+  if (state_.CommandRunning) {
+    state_.StopRequested = true;
+  } else {
+    close();
+  }
 }
 
 void MainWindow::ShowFileInfo() {
@@ -197,16 +197,6 @@ void MainWindow::AskAndRequestStop() {
   if (!close_window) return;
   close_pending_ = true;
   state_.StopRequested = true;
-}
-
-void MainWindow::OnCommitData(QSessionManager& manager) {
-  if (!state_.CommandRunning) return;
-  if (!manager.allowsInteraction()) {
-    manager.cancel();
-    return;
-  }
-  if (!MayEndSession()) manager.cancel();
-  manager.release();
 }
 
 void MainWindow::EnableControls(bool enable) {
