@@ -4,8 +4,11 @@ import configparser
 import os
 import signal
 import subprocess
+import threading
 import time
 import unittest
+
+import pyatspi
 
 import window_test
 from board_side import program_wire
@@ -16,12 +19,21 @@ PLACES = ("MainLeft", "MainTop", "MainWidth", "MainHeight", "PgmLeft", "EEpLeft"
 
 
 def press(name):
-    """Presses a button without a mouse: it may be on another display."""
+    """Presses a button, as soon as it can be pressed, without a mouse: it may be on another
+    display."""
     button = find(name, "push button")
+    wait_for(f"{name} to be enabled",
+             lambda: button.getState().contains(pyatspi.STATE_ENABLED))
     button.queryAction().doAction(0)
 
 
 class EndTest(window_test.WindowCase):
+    def setUp(self):
+        super().setUp()
+        with open(os.path.join(os.environ["XDG_CONFIG_HOME"], "FenwrightV6-simulated.ini"),
+                  "w") as settings:
+            settings.write("[Settings]\nIndex_Com_Flag=1\n")
+
     def start_display(self):
         """A display of the test's own, which it can end."""
         read_end, write_end = os.pipe()
@@ -86,6 +98,26 @@ class EndTest(window_test.WindowCase):
                 window.send_signal(number)
                 self.expect_orderly_end(window, 128 + number)
                 self.expect_programming_mode_left()
+
+    def test_a_client_that_is_busy_asking_changes_nothing_in_an_end(self):
+        asking = threading.Event()
+
+        def ask():
+            while not asking.is_set():
+                find("no control has this name")
+
+        for number in range(4):
+            with self.subTest(number):
+                window = self.start([PROGRAM, "--simulate", "--folder", self.folder])
+                wait_for("the window", lambda: find("プログラム", "push button"))
+                client = threading.Thread(target=ask)
+                asking.clear()
+                client.start()
+                window_test.close_window(window_test.MAIN_TITLE)
+                code = window.wait(10)
+                asking.set()
+                client.join()
+                self.assertEqual(code, 0)
 
     def test_a_hang_up_that_is_ignored_changes_nothing(self):
         window = self.start_with_file("nohup")
