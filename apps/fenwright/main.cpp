@@ -15,6 +15,7 @@
 #include <QLocale>
 #include <QMessageBox>
 #include <QStandardPaths>
+#include <QThread>
 #include <QTimer>
 #include <QTranslator>
 
@@ -147,29 +148,65 @@ std::vector<std::string> ManualFolders() {
                                           "/"))};
 }
 
+/// The run that a call of exit() would leave behind where it stands.
+fenwright::ui::WindowRun* run_to_end = nullptr;
+
 /// Ends the run at once when somebody else calls exit() in the middle of it: Qt does, from inside
 /// its event loop, as soon as the display is lost.
 class ExitGuard {
  public:
   explicit ExitGuard(fenwright::ui::WindowRun& run) {
-    run_ = &run;
+    run_to_end = &run;
     std::atexit([] {
-      if (!run_) return;
-      run_->EndAtOnce();
+      if (!run_to_end) return;
+      run_to_end->EndAtOnce();
       // Going on would take Qt apart below an application object that is still alive.
       std::_Exit(kExitDisplayLost);
     });
   }
-  ~ExitGuard() { run_ = nullptr; }
+  ~ExitGuard() { run_to_end = nullptr; }
   ExitGuard(const ExitGuard&) = delete;
   ExitGuard& operator=(const ExitGuard&) = delete;
-
- private:
-  static inline fenwright::ui::WindowRun* run_ = nullptr;
 };
+
+/// For the end with an accessibility client. The window has closed, and what is to last is on the
+/// disc. With a client that is busy asking, Qt 6.4 now and then crashes while it takes down its
+/// cache of what it has told: it is left to the system instead.
+[[noreturn]] void LeaveWithoutQt(int code) {
+  // Answers to the client are still on their way, on a thread of Qt's own.
+  constexpr unsigned long kAnswerMilliseconds = 200;
+  QThread::msleep(kAnswerMilliseconds);
+  std::cout.flush();
+  std::_Exit(code);
+}
+
+/// Starts the run, and gives the exit code when it has ended, in whatever way.
+int RunToTheEnd(QApplication& application, fenwright::ui::WindowRun& run,
+                const fenwright::ops::StartOptions& options,
+                const fenwright::platform::EndSignals& end_signals) {
+  fenwright::ui::UnaskedEnd end(run.Window(), run.State(), [] { QCoreApplication::exit(0); });
+  end.BeginOn(end_signals.Descriptor());
+  // At the end of a session on Windows the process is gone when this has returned.
+  QObject::connect(&application, &QCoreApplication::aboutToQuit, &run.Window(),
+                   [&run] { run.EndAtOnce(); });
+  const ExitGuard exit_guard(run);
+
+  QTimer::singleShot(0, &application, [&run, &options] {
+    const fenwright::core::CommandEnding ending = run.Start(options);
+    if (ending == fenwright::core::CommandEnding::BadSetting) {
+      QCoreApplication::exit(kExitStartFailed);
+    } else if (ending == fenwright::core::CommandEnding::AnotherInstance) {
+      QCoreApplication::exit(0);
+    }
+  });
+  const int code = QApplication::exec();
+  return end_signals.Received() == 0 ? code : kExitSignal + end_signals.Received();
+}
 
 int RunWindow(QApplication& application, const CommandLine& arguments, const QString& app_folder,
               const std::optional<PortOption>& port_option) {
+  // The last to go: the signals of one end come in a row, and all is to be done by the second.
+  const fenwright::platform::EndSignals end_signals;
   auto settings = fenwright::ui::QtSettingsStore::ForApplication(StoreName(arguments.Simulate));
   const auto instance = InstanceFor(StoreName(arguments.Simulate), settings.Location());
   PortOverrides overrides;
@@ -226,34 +263,13 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
     run.Window().MarkSimulated();
   }
 
-  const fenwright::platform::EndSignals end_signals;
-  fenwright::ui::UnaskedEnd end(run.Window(), run.State(), [] { QCoreApplication::exit(0); });
-  end.BeginOn(end_signals.Descriptor());
-  // At the end of a session on Windows the process is gone when this has returned.
-  QObject::connect(&application, &QCoreApplication::aboutToQuit, &run.Window(),
-                   [&run] { run.EndAtOnce(); });
-  const ExitGuard exit_guard(run);
-
   const fenwright::ops::StartOptions options{.AppFolder = ToUtf8(app_folder),
                                              .CommandArgument = AbsolutePath(arguments.File)};
-  QTimer::singleShot(0, &application, [&run, &options] {
-    const fenwright::core::CommandEnding ending = run.Start(options);
-    if (ending == fenwright::core::CommandEnding::BadSetting) {
-      QCoreApplication::exit(kExitStartFailed);
-    } else if (ending == fenwright::core::CommandEnding::AnotherInstance) {
-      QCoreApplication::exit(0);
-    }
-  });
-  int code = QApplication::exec();
-  if (end_signals.Received() != 0) code = kExitSignal + end_signals.Received();
+  const int code = RunToTheEnd(application, run, options, end_signals);
   if (QAccessible::isActive()) {
-    // The window has closed, and what is to last is on the disc. With a client that is busy asking,
-    // Qt 6.4 now and then crashes while it takes down its cache of what it has told: it is left to
-    // the system instead.
     port->Close();
     updater_port->Close();
-    std::cout.flush();
-    std::_Exit(code);
+    LeaveWithoutQt(code);
   }
   return code;
 }

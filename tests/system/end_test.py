@@ -18,6 +18,13 @@ TEMPORARY = ("avrhex.txt", "avreep.txt", "avrvfy.txt")
 PLACES = ("MainLeft", "MainTop", "MainWidth", "MainHeight", "PgmLeft", "EEpLeft", "IndLeft")
 
 
+def node(name):
+    """The control with this accessible name, showing or not."""
+    desktop = pyatspi.Registry.getDesktop(0)
+    return next(found for i in range(desktop.childCount)
+                for found in window_test.nodes(desktop[i]) if found.name == name)
+
+
 def press(name):
     """Presses a button, as soon as it can be pressed, without a mouse: it may be on another
     display."""
@@ -118,6 +125,13 @@ class EndTest(window_test.WindowCase):
                 asking.set()
                 client.join()
                 self.assertEqual(code, 0)
+
+    def test_a_client_that_ends_the_window_gets_its_answer(self):
+        for _ in range(4):
+            window = self.start([PROGRAM, "--simulate", "--folder", self.folder])
+            wait_for("the window", lambda: find("プログラム", "push button"))
+            node("終了(X)").queryAction().doAction(0)
+            self.assertEqual(window.wait(10), 0)
 
     def test_a_hang_up_that_is_ignored_changes_nothing(self):
         window = self.start_with_file("nohup")
