@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 
 #include "board/board_state.h"
+#include "fenwright-board/replace_file.h"
 
 namespace fenwright::board_app {
 namespace {
@@ -167,7 +168,7 @@ bool BoardServer::Save() {
   bool saved = true;
   const auto replace = [&saved](const std::string& path, std::string_view content) {
     std::string error;
-    if (!path.empty() && !board::ReplaceFile(path, content, error)) {
+    if (!path.empty() && !ReplaceFile(path, content, error)) {
       Complain(error);
       saved = false;
     }

@@ -147,6 +147,10 @@ class ReadOnlyFiles final : public platform::TextFiles {
   }
   std::unique_ptr<platform::FileWriter> OpenForWriting(std::string_view path,
                                                        platform::FileResult& result) override;
+  std::unique_ptr<platform::FileWriter> OpenOwnForWriting(std::string_view path,
+                                                          platform::FileResult& result) override {
+    return OpenForWriting(path, result);
+  }
   void Delete(std::string_view /*path*/) override {}
 
  private:

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCryptographicHash>
 #include <QDir>
@@ -14,6 +15,7 @@
 #include <QLocale>
 #include <QMessageBox>
 #include <QStandardPaths>
+#include <QThread>
 #include <QTimer>
 #include <QTranslator>
 
@@ -22,6 +24,7 @@
 #include "core/build_info.h"
 #include "core/settings_keys.h"
 #include "platform/system/code_page.h"
+#include "platform/system/end_signals.h"
 #include "platform/system/instance_lock.h"
 #include "platform/system/port_names.h"
 #include "platform/system/system_clock.h"
@@ -34,6 +37,7 @@
 #include "ui/fonts.h"
 #include "ui/qt_settings_store.h"
 #include "ui/text.h"
+#include "ui/unasked_end.h"
 #include "ui/window_run.h"
 
 #ifdef Q_OS_WIN
@@ -51,6 +55,8 @@ using fenwright::ui::ToUtf8;
 
 constexpr int kExitStartFailed = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitDisplayLost = 1;
+constexpr int kExitSignal = 128;  ///< plus its number, as a shell says it
 
 /// A window program has no console on Windows; elsewhere the message belongs to the caller's.
 int RefuseStart(const QString& message) {
@@ -142,8 +148,66 @@ std::vector<std::string> ManualFolders() {
                                           "/"))};
 }
 
+/// The run that a call of exit() would leave behind where it stands.
+fenwright::ui::WindowRun* run_to_end = nullptr;
+
+/// Ends the run at once when somebody else calls exit() in the middle of it: Qt does, from inside
+/// its event loop, as soon as the display is lost.
+class ExitGuard {
+ public:
+  explicit ExitGuard(fenwright::ui::WindowRun& run) {
+    run_to_end = &run;
+    std::atexit([] {
+      if (!run_to_end) return;
+      run_to_end->EndAtOnce();
+      // Going on would take Qt apart below an application object that is still alive.
+      std::_Exit(kExitDisplayLost);
+    });
+  }
+  ~ExitGuard() { run_to_end = nullptr; }
+  ExitGuard(const ExitGuard&) = delete;
+  ExitGuard& operator=(const ExitGuard&) = delete;
+};
+
+/// For the end with an accessibility client. The window has closed, and what is to last is on the
+/// disc. With a client that is busy asking, Qt 6.4 now and then crashes while it takes down its
+/// cache of what it has told: it is left to the system instead.
+[[noreturn]] void LeaveWithoutQt(int code) {
+  // Answers to the client are still on their way, on a thread of Qt's own.
+  constexpr unsigned long kAnswerMilliseconds = 200;
+  QThread::msleep(kAnswerMilliseconds);
+  std::cout.flush();
+  std::_Exit(code);
+}
+
+/// Starts the run, and gives the exit code when it has ended, in whatever way.
+int RunToTheEnd(QApplication& application, fenwright::ui::WindowRun& run,
+                const fenwright::ops::StartOptions& options,
+                const fenwright::platform::EndSignals& end_signals) {
+  fenwright::ui::UnaskedEnd end(run.Window(), run.State(), [] { QCoreApplication::exit(0); });
+  end.BeginOn(end_signals.Descriptor());
+  // At the end of a session on Windows the process is gone when this has returned.
+  QObject::connect(&application, &QCoreApplication::aboutToQuit, &run.Window(),
+                   [&run] { run.EndAtOnce(); });
+  const ExitGuard exit_guard(run);
+
+  QTimer::singleShot(0, &application, [&run, &options] {
+    const fenwright::core::CommandEnding ending = run.Start(options);
+    using fenwright::core::CommandEnding;
+    if (ending == CommandEnding::BadSetting || ending == CommandEnding::FileError) {
+      QCoreApplication::exit(kExitStartFailed);
+    } else if (ending == CommandEnding::AnotherInstance) {
+      QCoreApplication::exit(0);
+    }
+  });
+  const int code = QApplication::exec();
+  return end_signals.Received() == 0 ? code : kExitSignal + end_signals.Received();
+}
+
 int RunWindow(QApplication& application, const CommandLine& arguments, const QString& app_folder,
               const std::optional<PortOption>& port_option) {
+  // The last to go: the signals of one end come in a row, and all is to be done by the second.
+  const fenwright::platform::EndSignals end_signals;
   auto settings = fenwright::ui::QtSettingsStore::ForApplication(StoreName(arguments.Simulate));
   const auto instance = InstanceFor(StoreName(arguments.Simulate), settings.Location());
   PortOverrides overrides;
@@ -202,16 +266,13 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
 
   const fenwright::ops::StartOptions options{.AppFolder = ToUtf8(app_folder),
                                              .CommandArgument = AbsolutePath(arguments.File)};
-  QTimer::singleShot(0, &application, [&run, &options] {
-    const fenwright::core::CommandEnding ending = run.Start(options);
-    using fenwright::core::CommandEnding;
-    if (ending == CommandEnding::BadSetting || ending == CommandEnding::FileError) {
-      QCoreApplication::exit(kExitStartFailed);
-    } else if (ending == CommandEnding::AnotherInstance) {
-      QCoreApplication::exit(0);
-    }
-  });
-  return QApplication::exec();
+  const int code = RunToTheEnd(application, run, options, end_signals);
+  if (QAccessible::isActive()) {
+    port->Close();
+    updater_port->Close();
+    LeaveWithoutQt(code);
+  }
+  return code;
 }
 
 }  // namespace

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <sstream>
-#include <system_error>
 #include <vector>
 
 namespace fenwright::board {
@@ -268,7 +266,9 @@ bool ParseState(std::string_view text, SimulatedBoard& board, std::string& error
     first = false;
   }
   if (first) {
-    error = "not a board state: empty";
+    error =
+        "the file is empty, so it holds no board state: give another one, or delete it to start "
+        "with a new board";
   }
   return !first;
 }
@@ -276,30 +276,15 @@ bool ParseState(std::string_view text, SimulatedBoard& board, std::string& error
 bool LoadState(const std::string& path, SimulatedBoard& board, std::string& error) {
   std::ifstream file(path, std::ios::binary);
   std::ostringstream content;
-  if (!file || !(content << file.rdbuf())) {
+  // Copying nothing counts as a failure.
+  const bool is_empty =
+      file.peek() == std::ifstream::traits_type::eof() && file.is_open() && !file.bad();
+  if (!is_empty && !(content << file.rdbuf())) {
     error = path + ": cannot be read";
     return false;
   }
   if (!ParseState(content.str(), board, error)) {
     error = path + ": " + error;
-    return false;
-  }
-  return true;
-}
-
-bool ReplaceFile(const std::string& path, std::string_view content, std::string& error) {
-  const std::string temporary = path + ".new";
-  std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-  file.write(content.data(), static_cast<std::streamsize>(content.size()));
-  file.close();
-  std::error_code problem;
-  if (file) {
-    std::filesystem::rename(temporary, path, problem);
-  }
-  if (!file || problem) {
-    error = path + ": " + (problem ? problem.message() : "cannot be written");
-    std::error_code ignored;
-    std::filesystem::remove(temporary, ignored);
     return false;
   }
   return true;

@@ -19,8 +19,4 @@ bool ParseState(std::string_view text, SimulatedBoard& board, std::string& error
 /// Reads a state file. A missing file is an error like any other. False: `error` says why.
 bool LoadState(const std::string& path, SimulatedBoard& board, std::string& error);
 
-/// Replaces a file by way of a temporary one beside it, so that a reader sees either the old or
-/// the new content, whole. False: `error` says why.
-bool ReplaceFile(const std::string& path, std::string_view content, std::string& error);
-
 }  // namespace fenwright::board

@@ -25,7 +25,7 @@ class Report {
   explicit Report(core::RunContext& context)
       : path_(context.State.AppFolder + std::string(kVerifyReportFile)) {
     platform::FileResult result;
-    writer_ = context.Storage.Files.OpenForWriting(path_, result);
+    writer_ = context.Storage.Files.OpenOwnForWriting(path_, result);
     if (!writer_) core::EndCommandOnFileError(path_, result);
   }
 

@@ -27,6 +27,11 @@ class FileWriter {
 /// Whole-file and sequential access to files. Paths are UTF-8, contents are bytes; nothing is
 /// translated and nothing throws. A folder, or a file that is not a regular one, is refused where
 /// a file is to be written.
+///
+/// A file that the program makes on its own (trace, dumps, report) lies in a folder that others may
+/// be able to write into: Write(), Append() and OpenOwnForWriting() refuse one that is a symbolic
+/// link, so that nobody has the program write elsewhere. Reading, and a file that the user names,
+/// follow links.
 class TextFiles {
  public:
   virtual ~TextFiles() = default;
@@ -44,9 +49,13 @@ class TextFiles {
   /// Appends in one write, creating the file when missing.
   virtual FileResult Append(std::string_view path, std::string_view content) = 0;
 
-  /// Opens a file for writing in place, cut to nothing; null with `result` set when that fails.
-  /// What is written stays, whatever fails later.
+  /// Opens a file that the user has named for writing in place, cut to nothing; null with `result`
+  /// set when that fails. What is written stays, whatever fails later.
   virtual std::unique_ptr<FileWriter> OpenForWriting(std::string_view path, FileResult& result) = 0;
+
+  /// The same for a file that the program makes on its own.
+  virtual std::unique_ptr<FileWriter> OpenOwnForWriting(std::string_view path,
+                                                        FileResult& result) = 0;
 
   /// Deletes a file; errors are ignored.
   virtual void Delete(std::string_view path) = 0;

@@ -14,7 +14,6 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QSessionManager>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -70,8 +69,6 @@ MainWindow::MainWindow(core::AppState& state, platform::TextFiles& files,
   connect(this, &MainWindow::Closing, about_, &QDialog::reject);
   setGeometry(ToPixels(kMainWindowPlace));
   move(ToPixels(kMainWindowPlace).topLeft());
-  connect(qApp, &QGuiApplication::commitDataRequest, this, &MainWindow::OnCommitData,
-          Qt::DirectConnection);
 }
 
 // A window that is destroyed while shown hides its children, which signal that they lost the focus:
@@ -129,10 +126,13 @@ QWidget* MainWindow::FocusedCommandControl() const {
   return found ? focus : nullptr;
 }
 
-bool MainWindow::MayEndSession() {
-  if (!state_.CommandRunning) return true;
-  AskAndRequestStop();
-  return false;
+void MainWindow::CloseUnasked() {
+  close_pending_ = true;
+  if (state_.CommandRunning) {
+    state_.StopRequested = true;
+  } else {
+    close();
+  }
 }
 
 void MainWindow::ShowFileInfo() {
@@ -205,16 +205,6 @@ void MainWindow::AskAndRequestStop() {
   if (!close_window) return;
   close_pending_ = true;
   state_.StopRequested = true;
-}
-
-void MainWindow::OnCommitData(QSessionManager& manager) {
-  if (!state_.CommandRunning) return;
-  if (!manager.allowsInteraction()) {
-    manager.cancel();
-    return;
-  }
-  if (!MayEndSession()) manager.cancel();
-  manager.release();
 }
 
 void MainWindow::EnableControls(bool enable) {

@@ -16,7 +16,6 @@
 
 class QAction;
 class QDragMoveEvent;
-class QSessionManager;
 class QSplitter;
 
 namespace fenwright::ui {
@@ -42,7 +41,7 @@ struct WindowActions {
 ///
 /// While a command runs, every control that would start another is disabled, a dropped file is
 /// refused, and closing the window, in whatever way, is asked about and carried out once the
-/// command has returned.
+/// command has returned. CloseUnasked() alone leaves the question out.
 class MainWindow : public QMainWindow {
   Q_OBJECT
 
@@ -73,8 +72,9 @@ class MainWindow : public QMainWindow {
   /// The same for an action of the window's own.
   void Run(const std::function<void()>& action);
 
-  /// Asks like closing the window does, and is false when the session has to wait.
-  bool MayEndSession();
+  /// Closes the window without asking: at once, or as soon as the running command, which is
+  /// stopped, has returned. No further command starts.
+  void CloseUnasked();
 
   /// Shows what the state says about the loaded files, beside the views; a text says so when there
   /// is none.
@@ -138,7 +138,6 @@ class MainWindow : public QMainWindow {
   void EndRun(const QPointer<QWidget>& focus);
   [[nodiscard]] bool MayStop();
   void AskAndRequestStop();
-  void OnCommitData(QSessionManager& manager);
 
   // What the window menu does.
   void CloseFromMenu() { close(); }

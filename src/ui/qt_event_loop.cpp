@@ -4,6 +4,8 @@
 
 namespace fenwright::ui {
 
-void QtEventLoop::ProcessPendingEvents() { QCoreApplication::processEvents(); }
+void QtEventLoop::ProcessPendingEvents() {
+  if (!stopped_) QCoreApplication::processEvents();
+}
 
 }  // namespace fenwright::ui

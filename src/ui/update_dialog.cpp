@@ -231,7 +231,8 @@ void UpdateDialog::Run() {
 
 bool UpdateDialog::RequestClose() {
   if (asking_) return false;
-  if (state_.Now == update::Activity::Updating && !close_pending_) {
+  const bool is_decided = close_pending_ || context_.Run.State.StopRequested;
+  if (state_.Now == update::Activity::Updating && !is_decided) {
     asking_ = true;
     const bool stop =
         context_.MessageBoxes.Ask(ToUtf8(windowTitle()), update::StopQuestion(state_));

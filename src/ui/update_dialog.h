@@ -43,7 +43,8 @@ class UpdateDialog final : public QDialog, public screen::UpdateForm {
   void Run();
 
   /// Asks where something must be asked, and closes the dialog, at once or as soon as the running
-  /// exchange has returned. False when the user wants the update to go on.
+  /// exchange has returned. False when the user wants the update to go on. Nothing is asked once a
+  /// stop is requested.
   bool RequestClose();
 
   [[nodiscard]] const update::UpdateState& State() const { return state_; }

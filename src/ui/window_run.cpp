@@ -9,6 +9,8 @@
 #include "core/build_info.h"
 #include "core/shell_requests.h"
 #include "fuse/fuse_bytes.h"
+#include "link/board_commands.h"
+#include "link/serial_link.h"
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/stop_procedure.h"
@@ -28,6 +30,9 @@ namespace fenwright::ui {
 namespace {
 
 constexpr int kTimerMilliseconds = 2000;
+
+/// What the running exchange gets to return when the process is about to be gone.
+constexpr double kLastExchangeSeconds = 0.25;
 
 QList<QRect> Screens() {
   QList<QRect> areas;
@@ -125,13 +130,44 @@ void WindowRun::ShowAbout() {
 void WindowRun::Stop() {
   if (stopped_) return;
   stopped_ = true;
+  if (Unload()) ReportUnwritableSettings();
+}
+
+/// False when there was nothing to store, since the start has not come to its end.
+bool WindowRun::Unload() {
+  if (state_.AppFolder.empty()) return false;
   if (!started_) {
     ops::DeleteTemporaryFiles(context_);
-    return;
+    return false;
   }
   ops::QueryUnload(context_, *this);
   ops::Unload(context_, *this);
-  ReportUnwritableSettings();
+  return true;
+}
+
+void WindowRun::EndAtOnce() {
+  if (stopped_) return;
+  stopped_ = true;
+  ends_at_once_ = true;
+  events_.Stop();
+  LeaveProgrammingMode();
+  // Closing a port waits until its bytes are out.
+  context_.Line.ProgrammerPort.Close();
+  if (updater_port_) updater_port_->Close();
+  state_.StopRequested = state_.CommandRunning;
+  Unload();
+}
+
+/// The board answers in order: what it still works on comes first.
+void WindowRun::LeaveProgrammingMode() {
+  if (!state_.Command.InProgrammingMode) return;
+  state_.StopRequested = false;
+  try {
+    link::RestForBytes(context_, 1, kLastExchangeSeconds);
+    link::LeaveProgrammingModeIfEntered(context_);
+  } catch (const core::CommandEnd&) {
+    // The trace cannot be written; the byte has gone out before it.
+  }
 }
 
 std::string WindowRun::DescribePort(int number) const {
@@ -216,6 +252,7 @@ screen::TwipsPlace WindowRun::CurrentPlaceOf(screen::View view) const {
 bool WindowRun::IsMinimised() const { return window_.isMinimized(); }
 
 void WindowRun::UnloadOtherForms() {
+  if (ends_at_once_) return;
   timer_.stop();
   com_dialog_.Unload();
   window_.About().hide();

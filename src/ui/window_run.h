@@ -56,6 +56,11 @@ class WindowRun final : private screen::MainForm {
   /// started with.
   core::CommandEnding Start(const ops::StartOptions& options);
 
+  /// For a process that is about to be gone, in the middle of whatever runs: without another event
+  /// of the window system it does what closing the window does. The running exchange gets a quarter
+  /// of a second to return, and a command that gets to go on all the same is stopped.
+  void EndAtOnce();
+
   [[nodiscard]] core::AppState& State() { return state_; }
   [[nodiscard]] MainWindow& Window() { return window_; }
   [[nodiscard]] QtMessageDialog& MessageDialog() { return message_dialog_; }
@@ -86,6 +91,8 @@ class WindowRun final : private screen::MainForm {
   void WatchPort();
   void ReportUnwritableSettings();
   void Stop();
+  bool Unload();
+  void LeaveProgrammingMode();
   [[nodiscard]] std::string ManualFolder() const;
   void ShowAbout();
   void UpdateFirmware();
@@ -107,6 +114,7 @@ class WindowRun final : private screen::MainForm {
   QTimer timer_;
   bool started_ = false;  ///< the start procedure has run to its end
   bool stopped_ = false;
+  bool ends_at_once_ = false;  ///< windows are left as they are
   bool unwritable_settings_reported_ = false;
   screen::MessageBoxes* given_boxes_;
   screen::FileDialogs* given_file_dialogs_;

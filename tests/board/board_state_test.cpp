@@ -1,7 +1,6 @@
 #include "board/board_state.h"
 
 #include "board/talk.h"
-#include "platform/temporary_folder.h"
 
 namespace fenwright::board {
 namespace {
@@ -103,35 +102,8 @@ TEST(BoardState, BadTextsAreRefusedNamingTheLine) {
   SimulatedBoard board({});
   std::string error;
   EXPECT_FALSE(ParseState("", board, error));
+  EXPECT_THAT(error, HasSubstr("empty"));
   EXPECT_FALSE(ParseState("something else\n", board, error));
-}
-
-struct BoardStateFile : Test {
-  platform::TemporaryFolder folder_;
-};
-
-TEST_F(BoardStateFile, AFileIsReplacedWholeAndReadBack) {
-  SimulatedBoard board(Fast());
-  Fill(board);
-  const std::string path = folder_.File("state");
-  std::string error;
-  ASSERT_TRUE(ReplaceFile(path, "old", error)) << error;
-  ASSERT_TRUE(ReplaceFile(path, FormatState(board), error)) << error;
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 1);
-  SimulatedBoard other({});
-  ASSERT_TRUE(LoadState(path, other, error)) << error;
-  EXPECT_EQ(FormatState(other), FormatState(board));
-}
-
-TEST_F(BoardStateFile, MissingFilesAndFoldersAreErrors) {
-  SimulatedBoard board({});
-  std::string error;
-  EXPECT_FALSE(LoadState(folder_.File("none"), board, error));
-  EXPECT_THAT(error, HasSubstr("none"));
-  EXPECT_FALSE(ReplaceFile(folder_.File("no/file"), "x", error));
-  EXPECT_THAT(error, HasSubstr("file"));
-  EXPECT_FALSE(ReplaceFile(folder_.Path(), "x", error));
-  EXPECT_FALSE(std::filesystem::exists(folder_.Path() + ".new"));
 }
 
 }  // namespace

@@ -268,6 +268,11 @@ TEST(ProgramFailure, ALostWordInTheVerifyEndsAsACommunicationError) {
   ExpectNextRunWorks(run);
 }
 
+TEST(ProgramFailure, TheReportIsOpenedAsAFileOfTheProgramsOwn) {
+  Programmed run(WithFaults("lie@2"));
+  EXPECT_EQ(run.Files.OwnFiles, std::vector<std::string>{"/app/avrvfy.txt"});
+}
+
 TEST(ProgramFailure, AWriteThatLiesIsFoundByTheVerify) {
   Programmed run(WithFaults("lie@2"));
   EXPECT_EQ(run.FileText("avrvfy.txt"),

@@ -113,6 +113,13 @@ TEST(InstanceLock, AFolderOrAPipeInItsPlaceLocksNobodyOut) {
   EXPECT_TRUE(MakeInstanceLock(folder.Path(), "b")->Claim());
 }
 
+TEST(InstanceLock, NoFileIsMadeThroughALinkInItsPlace) {
+  const TemporaryFolder folder;
+  std::filesystem::create_symlink("elsewhere", folder.File("run.lock"));
+  EXPECT_TRUE(MakeInstanceLock(folder.Path(), "run")->Claim());
+  EXPECT_FALSE(std::filesystem::exists(folder.File("elsewhere")));
+}
+
 TEST(InstanceLock, AMissingFolderIsCreated) {
   const TemporaryFolder folder;
   const auto lock = MakeInstanceLock(folder.File("new/deep"), "run");

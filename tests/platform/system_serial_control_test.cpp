@@ -9,6 +9,7 @@
 #include <memory>
 #include <poll.h>
 #include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <thread>
@@ -68,6 +69,49 @@ INSTANTIATE_TEST_SUITE_P(SystemOnAPseudoTerminal, SerialControlContract,
                              "System",
                              [] { return std::unique_ptr<SerialRig>(new PseudoTerminalRig); }}),
                          ImplementationName);
+
+// --- Draining ---
+
+/// A stream of which the system tells, as of a line, how much is not out yet.
+struct DrainTest : testing::Test {
+  DrainTest() {
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends_.data()), 0);
+    EXPECT_EQ(write(ends_[0], "L", 1), 1);
+  }
+  ~DrainTest() override {
+    for (const int end : ends_) close(end);
+  }
+  [[nodiscard]] double Drain(double patience) const {
+    const double start = SteadySeconds();
+    native::Drain(ends_[0], patience);
+    return SteadySeconds() - start;
+  }
+
+  std::array<int, 2> ends_{};
+};
+
+TEST_F(DrainTest, ItWaitsUntilTheLastByteIsOut) {
+  std::thread line([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    char byte = 0;
+    EXPECT_EQ(read(ends_[1], &byte, 1), 1);
+  });
+  const double seconds = Drain(10);
+  line.join();
+  EXPECT_GE(seconds, 0.04);
+  EXPECT_LT(seconds, 5);
+}
+
+TEST_F(DrainTest, ALineThatStandsStillHoldsNobodyUp) {
+  const double seconds = Drain(0.1);
+  EXPECT_GE(seconds, 0.1);
+  EXPECT_LT(seconds, 2);
+}
+
+TEST_F(DrainTest, NothingIsWaitedForOnALineThatIsGone) {
+  shutdown(ends_[0], SHUT_RDWR);
+  EXPECT_LT(Drain(10), 5);
+}
 
 // --- Opening ---
 

@@ -488,6 +488,11 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
     file.clear();
     return std::make_unique<Writer>(file, *this, Names(LostAtClose, path));
   }
+  std::unique_ptr<platform::FileWriter> OpenOwnForWriting(std::string_view path,
+                                                          FileResult& result) override {
+    OwnFiles.emplace_back(path);
+    return OpenForWriting(path, result);
+  }
   void Delete(std::string_view path) override {
     Note("delete", path);
     Deleted.emplace_back(path);
@@ -501,6 +506,7 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
   std::map<std::string, FileResult, std::less<>> Unopenable;
   std::vector<std::string> LostAtClose;
   std::vector<std::string> Deleted;
+  std::vector<std::string> OwnFiles;  ///< opened as files that the program makes on its own
   std::map<std::string, int> Writes;
   std::size_t Capacity = 1U << 24U;
   int OpenWriters = 0;  ///< writers not yet closed

@@ -417,7 +417,6 @@ TEST_F(MainWindowTest, ASecondCloseRequestDuringTheQuestionIsIgnored) {
   boxes_.WhileAsking = [this] {
     window_.close();
     EXPECT_TRUE(window_.isVisible());
-    EXPECT_FALSE(window_.MayEndSession());
   };
   during_command_ = [this] { window_.close(); };
   Press("Cmd_btn_program");
@@ -443,17 +442,31 @@ TEST_F(MainWindowTest, TheExitItemWorksDuringACommandLikeClosing) {
   EXPECT_FALSE(window_.isVisible());
 }
 
-TEST_F(MainWindowTest, TheSessionMayEndWhileNothingRuns) {
-  EXPECT_TRUE(window_.MayEndSession());
+TEST_F(MainWindowTest, AnIdleWindowThatNobodyIsAskedAboutClosesAtOnce) {
+  window_.CloseUnasked();
+  EXPECT_FALSE(window_.isVisible());
   EXPECT_TRUE(boxes_.Questions.empty());
 }
 
-TEST_F(MainWindowTest, TheEndOfTheSessionWaitsForACommandLikeClosing) {
-  boxes_.Answer = true;
-  during_command_ = [this] { EXPECT_FALSE(window_.MayEndSession()); };
+TEST_F(MainWindowTest, ClosingUnaskedStopsACommandAndClosesAfterwards) {
+  during_command_ = [this] {
+    window_.CloseUnasked();
+    EXPECT_TRUE(state_.StopRequested);
+    EXPECT_TRUE(window_.isVisible());
+    // Nor is anybody asked by what follows.
+    EXPECT_FALSE(window_.close());
+  };
   Press("Cmd_btn_program");
-  EXPECT_EQ(boxes_.Questions.size(), 1U);
+  EXPECT_TRUE(boxes_.Questions.empty());
   EXPECT_FALSE(window_.isVisible());
+}
+
+TEST_F(MainWindowTest, NoCommandStartsInAWindowThatClosesUnasked) {
+  window_.CloseUnasked();
+  log_.clear();
+  Choose("mnuFileExit");
+  Press("Cmd_btn_program");
+  EXPECT_EQ(log_, Log{});
 }
 
 TEST_F(MainWindowTest, EveryVisibleControlHasAnObjectNameAndAnAccessibleName) {

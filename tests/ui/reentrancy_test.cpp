@@ -158,12 +158,8 @@ class RestlessUser {
   }
 
   void RequestClosing() {
-    if (Pick(2) == 0) {
-      Window().close();
-      EXPECT_TRUE(Window().isVisible());
-    } else {
-      EXPECT_FALSE(Window().MayEndSession());
-    }
+    Window().close();
+    EXPECT_TRUE(Window().isVisible());
   }
 
   MainWindow& Window() { return bench_.Window(); }

@@ -1,5 +1,6 @@
 #include "ui/update_dialog.h"
 
+#include "ui/unasked_end.h"
 #include "ui/window_bench.h"
 #include "ui/wrapped_label.h"
 
@@ -283,7 +284,7 @@ struct WayOut {
   bool ClosesMainWindow;
 };
 
-constexpr std::array<WayOut, 6> kWaysOut{{
+constexpr std::array<WayOut, 5> kWaysOut{{
     {"Esc", [](UpdateDialog& dialog, MainWindow&) { QTest::keyClick(&dialog, Qt::Key_Escape); },
      false},
     {"close box, alt+F4", [](UpdateDialog& dialog, MainWindow&) { dialog.close(); }, false},
@@ -291,8 +292,6 @@ constexpr std::array<WayOut, 6> kWaysOut{{
      [](UpdateDialog& dialog, MainWindow&) { Find<QPushButton>(dialog, "OKButton")->click(); },
      false},
     {"main window", [](UpdateDialog&, MainWindow& window) { window.close(); }, true},
-    {"session end", [](UpdateDialog&, MainWindow& window) { EXPECT_FALSE(window.MayEndSession()); },
-     true},
     {"reject", [](UpdateDialog& dialog, MainWindow&) { dialog.reject(); }, false},
 }};
 
@@ -330,6 +329,21 @@ TEST_P(UpdateDialogWaysOut, DuringAnUpdateYesEndsItAfterTheRunningExchange) {
   EXPECT_TRUE(Boxes.Shown.empty());
   EXPECT_TRUE(Port.PortOpen());
   EXPECT_EQ(Window().isVisible(), !GetParam().ClosesMainWindow);
+}
+
+TEST_F(UpdateDialogTest, AnUnaskedEndStopsAnUpdateAfterTheRunningExchange) {
+  int left = 0;
+  UnaskedEnd end(Window(), State(), [&left] { ++left; });
+  InDialog([this, &end] {
+    Update([this, &end] {
+      end.Begin();
+      EXPECT_TRUE(Dialog().isVisible()) << "not before the exchange has returned";
+    });
+  });
+  EXPECT_TRUE(Boxes.Questions.empty());
+  ExpectStoppedInOrder();
+  EXPECT_FALSE(Window().isVisible());
+  EXPECT_TRUE(QTest::qWaitFor([&left] { return left > 0; }));
 }
 
 TEST_P(UpdateDialogWaysOut, BeforeTheFirstWordTheQuestionSaysThatNothingChanges) {

@@ -16,6 +16,10 @@ class MemoryFiles final : public platform::TextFiles {
   platform::FileResult Append(std::string_view path, std::string_view content) override;
   std::unique_ptr<platform::FileWriter> OpenForWriting(std::string_view path,
                                                        platform::FileResult& result) override;
+  std::unique_ptr<platform::FileWriter> OpenOwnForWriting(std::string_view path,
+                                                          platform::FileResult& result) override {
+    return OpenForWriting(path, result);
+  }
   void Delete(std::string_view path) override;
 
   std::map<std::string, std::string, std::less<>> Files;

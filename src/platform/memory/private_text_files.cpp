@@ -56,7 +56,12 @@ FileResult PrivateTextFiles::Append(std::string_view path, std::string_view cont
 
 std::unique_ptr<FileWriter> PrivateTextFiles::OpenForWriting(std::string_view path,
                                                              FileResult& result) {
-  if (!IsPrivate(path)) return files_.OpenForWriting(path, result);
+  return IsPrivate(path) ? OpenOwnForWriting(path, result) : files_.OpenForWriting(path, result);
+}
+
+std::unique_ptr<FileWriter> PrivateTextFiles::OpenOwnForWriting(std::string_view path,
+                                                                FileResult& result) {
+  if (!IsPrivate(path)) return files_.OpenOwnForWriting(path, result);
   result = {};
   std::string& content = contents_[std::string(path)];
   content.clear();

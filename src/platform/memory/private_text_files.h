@@ -20,6 +20,7 @@ class PrivateTextFiles final : public TextFiles {
   FileResult Write(std::string_view path, std::string_view content) override;
   FileResult Append(std::string_view path, std::string_view content) override;
   std::unique_ptr<FileWriter> OpenForWriting(std::string_view path, FileResult& result) override;
+  std::unique_ptr<FileWriter> OpenOwnForWriting(std::string_view path, FileResult& result) override;
   void Delete(std::string_view path) override;
 
  private:

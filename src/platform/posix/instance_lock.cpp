@@ -10,11 +10,12 @@
 namespace fenwright::platform {
 namespace {
 
-/// A file that somebody else has put there, even a folder, can still carry the lock.
+/// A file that somebody else has put there, even a folder, can still carry the lock. None is made
+/// through a link.
 int OpenLockFile(const std::string& path) {
   constexpr mode_t kOwnerOnly = 0600;
   constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-  const int opened = open(path.c_str(), O_RDWR | O_CREAT | kAlways, kOwnerOnly);
+  const int opened = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | kAlways, kOwnerOnly);
   return opened >= 0 ? opened : open(path.c_str(), O_RDONLY | kAlways);
 }
 

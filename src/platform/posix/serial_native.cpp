@@ -102,6 +102,22 @@ bool Configure(Handle handle, const LineSettings& settings) {
   return true;
 }
 
+// Not by tcdrain(): on a line that stands still it never returns.
+void Drain(Handle handle, double seconds) {
+  using std::chrono::duration;
+  using std::chrono::steady_clock;
+  constexpr timespec kLook{.tv_sec = 0, .tv_nsec = 1'000'000};
+  const auto end = steady_clock::now() + duration<double>(seconds);
+  int waiting = 0;
+  while (ioctl(handle, TIOCOUTQ, &waiting) == 0 && waiting > 0 && !IsGone(handle)) {
+    if (steady_clock::now() >= end) {
+      // Closing would wait for them, half a minute as a rule.
+      return DiscardOutput(handle);
+    }
+    nanosleep(&kLook, nullptr);
+  }
+}
+
 void Close(Handle handle) {
   // The mark would outlive the handle on a line that somebody else keeps open.
   ioctl(handle, TIOCNXCL);

@@ -35,12 +35,14 @@ FileResult ResultOf(int error) {
 FileResult CheckRegular(const struct stat& info) {
   if (S_ISREG(info.st_mode)) return {};
   if (S_ISDIR(info.st_mode)) return ResultOf(EISDIR);
+  if (S_ISLNK(info.st_mode)) return {Status::AccessRefused, kIsLinkReason};
   return {Status::AccessRefused, "Not a regular file"};
 }
 
-int FlagsOf(Way way) {
-  if (way == Way::Read) return O_RDONLY;
-  return O_WRONLY | O_CREAT | (way == Way::Append ? O_APPEND : O_TRUNC);
+int FlagsOf(Way way, Links links) {
+  const int follow = links == Links::Refuse ? O_NOFOLLOW : 0;
+  if (way == Way::Read) return O_RDONLY | follow;
+  return O_WRONLY | O_CREAT | follow | (way == Way::Append ? O_APPEND : O_TRUNC);
 }
 
 }  // namespace
@@ -52,17 +54,18 @@ void Prepare() {
   sigaction(SIGXFSZ, &action, nullptr);
 }
 
-FileResult Open(const std::string& path, Way way, Handle& file) {
+FileResult Open(const std::string& path, Way way, Links links, Handle& file) {
   constexpr mode_t kNewFileMode = 0666;
   // Non-blocking, so that a pipe put in a file's place holds nobody up.
   constexpr int kCommonFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   // Looked at before, since merely opening a device can do something to it.
   struct stat info {};
-  if (stat(path.c_str(), &info) == 0) {
+  const bool follow = links == Links::Follow;
+  if ((follow ? stat(path.c_str(), &info) : lstat(path.c_str(), &info)) == 0) {
     FileResult kind = CheckRegular(info);
     if (!kind) return kind;
   }
-  const int opened = open(path.c_str(), FlagsOf(way) | kCommonFlags, kNewFileMode);
+  const int opened = open(path.c_str(), FlagsOf(way, links) | kCommonFlags, kNewFileMode);
   if (opened < 0) return ResultOf(errno);
   // And again, since it may have been exchanged meanwhile.
   FileResult kind = fstat(opened, &info) == 0 ? CheckRegular(info) : ResultOf(errno);

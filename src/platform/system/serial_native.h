@@ -27,7 +27,12 @@ PortOpenResult OpenExclusive(const std::string& path, Handle& handle);
 /// `settings`.
 bool Configure(Handle handle, const LineSettings& settings);
 
-/// Closes the line and lets other programs open it again.
+/// Waits until the bytes that the system holds for sending are out, for up to `seconds`; it does
+/// not wait on a line that is gone.
+void Drain(Handle handle, double seconds);
+
+/// Closes the line and lets other programs open it again. What the system still holds for sending
+/// may be lost.
 void Close(Handle handle);
 
 /// Sets the RTS line. Best effort: not every line has one.

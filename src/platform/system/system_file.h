@@ -20,11 +20,18 @@ using Handle = int;
 /// What a file is opened for. `Replace` cuts it to nothing; it and `Append` create a missing file.
 enum class Way { Read, Replace, Append };
 
+/// Whether a symbolic link in the file's place is followed. That the folders above it are links
+/// does not matter.
+enum class Links { Follow, Refuse };
+
+/// What is said of a link that is not followed.
+inline constexpr const char* kIsLinkReason = "Is a symbolic link";
+
 /// Has a limit on the size of files be an error where it would end the program.
 void Prepare();
 
 /// Opens a regular file. `file` is set on success only.
-FileResult Open(const std::string& path, Way way, Handle& file);
+FileResult Open(const std::string& path, Way way, Links links, Handle& file);
 
 /// Takes the bytes that come next, as many as there is room for or fewer; `count` is how many, 0 at
 /// the end of the file.

@@ -18,6 +18,8 @@ constexpr std::size_t kLargestInput = std::size_t{1} << 20;
 /// caller. It is more than a system keeps for a line.
 constexpr int kMostDiscardedBlocks = 64;
 constexpr double kOutputPatience = 1.0;
+/// The longest command is out within a millisecond; a line that stands still holds nobody up.
+constexpr double kDrainPatience = 0.1;
 constexpr double kLongestRest = 86400.0;
 
 }  // namespace
@@ -25,7 +27,7 @@ constexpr double kLongestRest = 86400.0;
 SystemSerialControl::SystemSerialControl(DevicePathOf device_path)
     : device_path_(std::move(device_path)) {}
 
-SystemSerialControl::~SystemSerialControl() { Release(); }
+SystemSerialControl::~SystemSerialControl() { SystemSerialControl::Close(); }
 
 void SystemSerialControl::SetRTSEnable(bool enable) {
   rts_enable_ = enable;
@@ -60,6 +62,8 @@ PortOpenResult SystemSerialControl::Open() {
 }
 
 void SystemSerialControl::Close() {
+  // The last command may leave programming mode, and some systems drop what is not out yet.
+  if (line_) native::Drain(*line_, kDrainPatience);
   Release();
   received_.clear();
   open_ = false;

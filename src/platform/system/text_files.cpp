@@ -8,6 +8,7 @@
 namespace fenwright::platform {
 namespace {
 
+using system_file::Links;
 using system_file::Way;
 
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
@@ -19,8 +20,8 @@ bool IsUsable(std::string_view path) { return path.find('\0') == std::string_vie
 /// An open file; the first failure, even that to open it, is the last thing that happens to it.
 class File final : public FileWriter {
  public:
-  File(std::string_view path, Way way)
-      : result_(IsUsable(path) ? system_file::Open(std::string(path), way, handle_)
+  File(std::string_view path, Way way, Links links)
+      : result_(IsUsable(path) ? system_file::Open(std::string(path), way, links, handle_)
                                : system_file::InvalidPath()),
         is_open_(result_) {}
   ~File() override { Shut(); }
@@ -63,10 +64,17 @@ class File final : public FileWriter {
 };
 
 FileResult WriteWhole(std::string_view path, Way way, std::string_view content) {
-  File file(path, way);
+  File file(path, way, Links::Refuse);
   file.Write(content);
   file.Close();
   return file.Result();
+}
+
+std::unique_ptr<FileWriter> OpenWriter(std::string_view path, Links links, FileResult& result) {
+  auto file = std::make_unique<File>(path, Way::Replace, links);
+  result = file->Result();
+  if (!result) return nullptr;
+  return file;
 }
 
 }  // namespace
@@ -79,7 +87,7 @@ bool SystemTextFiles::Exists(std::string_view path) {
 
 FileResult SystemTextFiles::Read(std::string_view path, std::string& content) {
   content.clear();
-  File file(path, Way::Read);
+  File file(path, Way::Read, Links::Follow);
   file.Read(content);
   if (!file.Result()) content.clear();
   return file.Result();
@@ -95,10 +103,12 @@ FileResult SystemTextFiles::Append(std::string_view path, std::string_view conte
 
 std::unique_ptr<FileWriter> SystemTextFiles::OpenForWriting(std::string_view path,
                                                             FileResult& result) {
-  auto file = std::make_unique<File>(path, Way::Replace);
-  result = file->Result();
-  if (!result) return nullptr;
-  return file;
+  return OpenWriter(path, Links::Follow, result);
+}
+
+std::unique_ptr<FileWriter> SystemTextFiles::OpenOwnForWriting(std::string_view path,
+                                                               FileResult& result) {
+  return OpenWriter(path, Links::Refuse, result);
 }
 
 void SystemTextFiles::Delete(std::string_view path) {

@@ -16,8 +16,9 @@ namespace fenwright::platform {
 /// - Files above 16 MiB are not read: Failed.
 /// - A file or folder that is not there is NotFound; one that the user may not use, or that is no
 ///   regular file, is AccessRefused; the rest is Failed.
-/// - Files are written in place: one that is there keeps its owner, rights, links and attributes
-///   (such as hidden); a new one has the rights that the user or the folder gives new files.
+/// - Files are written in place: one that is there keeps its owner, rights, other names and
+///   attributes (such as hidden); a new one has the rights that the user or the folder gives new
+///   files. A link in a place where none is followed is AccessRefused.
 /// - POSIX: the constructor makes the process ignore SIGXFSZ, unless somebody handles it, since
 ///   reaching a size limit would end the program otherwise.
 /// - Windows: paths of any length. A file that another program holds at the moment (virus scanners
@@ -30,6 +31,8 @@ class SystemTextFiles final : public TextFiles {
   FileResult Write(std::string_view path, std::string_view content) override;
   FileResult Append(std::string_view path, std::string_view content) override;
   std::unique_ptr<FileWriter> OpenForWriting(std::string_view path, FileResult& result) override;
+  std::unique_ptr<FileWriter> OpenOwnForWriting(std::string_view path, FileResult& result) override;
+  /// Of a link the link itself.
   void Delete(std::string_view path) override;
 };
 

@@ -41,13 +41,10 @@ Transfer Run(Handle handle, double seconds, Start start) {
   return done;
 }
 
-/// Tells how many bytes wait inside the system; false when the line is gone.
-bool CountWaiting(Handle handle, std::size_t& count) {
+/// Tells what waits inside the system; false when the line is gone.
+bool LookAt(Handle handle, COMSTAT& state) {
   DWORD line_errors = 0;
-  COMSTAT state{};
-  if (ClearCommError(handle, &line_errors, &state) == 0) return false;
-  count = state.cbInQue;
-  return true;
+  return ClearCommError(handle, &line_errors, &state) != 0;
 }
 
 /// A bare name as in "COM25" is that of a device.
@@ -107,6 +104,16 @@ bool Configure(Handle handle, const LineSettings& settings) {
   return true;
 }
 
+// Not by FlushFileBuffers(): on a line that stands still it never returns.
+void Drain(Handle handle, double seconds) {
+  constexpr DWORD kLookMilliseconds = 1;
+  const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(std::ceil(seconds * 1e3));
+  COMSTAT state{};
+  while (LookAt(handle, state) && state.cbOutQue > 0 && GetTickCount64() < end) {
+    Sleep(kLookMilliseconds);
+  }
+}
+
 void Close(Handle handle) { CloseHandle(handle); }
 
 void SetRts(Handle handle, bool enable) { EscapeCommFunction(handle, enable ? SETRTS : CLRRTS); }
@@ -117,9 +124,10 @@ Transfer Read(Handle handle, std::span<std::uint8_t> room, double seconds) {
   // The system's own wait for a byte is slow with some drivers; a read for one is not.
   std::size_t size = 1;
   if (!(seconds > 0)) {
-    if (!CountWaiting(handle, size)) return {.Gone = true};
-    if (size == 0) return {};
-    size = std::min(size, room.size());
+    COMSTAT state{};
+    if (!LookAt(handle, state)) return {.Gone = true};
+    if (state.cbInQue == 0) return {};
+    size = std::min<std::size_t>(state.cbInQue, room.size());
     seconds = kReadPatience;
   }
   return Run(handle, seconds, [&](OVERLAPPED* operation) {
@@ -134,8 +142,8 @@ Transfer Write(Handle handle, std::span<const std::uint8_t> bytes, double second
 }
 
 bool IsGone(Handle handle) {
-  std::size_t ignored = 0;
-  return !CountWaiting(handle, ignored);
+  COMSTAT ignored{};
+  return !LookAt(handle, ignored);
 }
 
 }  // namespace fenwright::platform::native

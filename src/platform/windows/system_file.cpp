@@ -56,6 +56,18 @@ DWORD TryPatiently(const std::wstring& path, Attempt attempt) {
       [&](DWORD error) { return IsHeld(error, path); });
 }
 
+/// What a file is that was opened without following links.
+enum class Kind { Usual, Link, OtherReparsePoint };
+
+Kind KindOf(HANDLE file) {
+  FILE_ATTRIBUTE_TAG_INFO info{};
+  if (GetFileInformationByHandleEx(file, FileAttributeTagInfo, &info, sizeof info) == 0 ||
+      (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+    return Kind::Usual;
+  }
+  return IsReparseTagNameSurrogate(info.ReparseTag) ? Kind::Link : Kind::OtherReparsePoint;
+}
+
 DWORD AccessOf(Way way) {
   if (way == Way::Read) return GENERIC_READ;
   return way == Way::Append ? FILE_APPEND_DATA | SYNCHRONIZE : GENERIC_WRITE;
@@ -65,21 +77,30 @@ DWORD AccessOf(Way way) {
 
 void Prepare() {}
 
-FileResult Open(const std::string& path, Way way, Handle& file) {
+FileResult Open(const std::string& path, Way way, Links links, Handle& file) {
   // Other programs may do with the file what they like, as on any other system.
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   const std::wstring name = SystemPath(path);
   if (IsFolder(GetFileAttributesW(name.c_str()))) return {Status::AccessRefused, "Is a directory"};
   HANDLE opened = INVALID_HANDLE_VALUE;
+  const DWORD follow = links == Links::Refuse ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
   const DWORD error = TryPatiently(name, [&] {
-    opened =
-        CreateFileW(name.c_str(), AccessOf(way), kShareAll, nullptr,
-                    way == Way::Read ? OPEN_EXISTING : OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    opened = CreateFileW(name.c_str(), AccessOf(way), kShareAll, nullptr,
+                         way == Way::Read ? OPEN_EXISTING : OPEN_ALWAYS,
+                         FILE_ATTRIBUTE_NORMAL | follow, nullptr);
     return opened != INVALID_HANDLE_VALUE;
   });
   if (error != ERROR_SUCCESS) return ResultOf(error);
+  const Kind kind = links == Links::Refuse ? KindOf(opened) : Kind::Usual;
+  if (kind == Kind::OtherReparsePoint) {
+    // A file of a cloud store, say, is no link: it is opened by way of who keeps it.
+    CloseHandle(opened);
+    return Open(path, way, Links::Follow, file);
+  }
   FileResult result;
-  if (GetFileType(opened) != FILE_TYPE_DISK) {
+  if (kind == Kind::Link) {
+    result = {Status::AccessRefused, kIsLinkReason};
+  } else if (GetFileType(opened) != FILE_TYPE_DISK) {
     // A few names ("CON", "NUL") are devices in every folder.
     result = {Status::AccessRefused, "Not a regular file"};
   } else if (way == Way::Replace && SetEndOfFile(opened) == 0) {

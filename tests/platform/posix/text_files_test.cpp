@@ -79,7 +79,8 @@ TEST_F(TheSystemsFiles, ALinkStaysALinkAndItsFileIsReplaced) {
   std::filesystem::create_symlink("folder/second", Path("first"));
   std::filesystem::create_symlink("file", Path("folder/second"));
   const struct stat before = InfoOf(Path("folder/file"));
-  EXPECT_TRUE(files_.Write(Path("first"), "after"));
+  FileResult result;
+  EXPECT_TRUE(files_.OpenForWriting(Path("first"), result)->Write("after"));
   EXPECT_TRUE(std::filesystem::is_symlink(Path("first")));
   EXPECT_TRUE(std::filesystem::is_symlink(Path("folder/second")));
   EXPECT_FALSE(std::filesystem::is_symlink(Path("folder/file")));
@@ -89,7 +90,8 @@ TEST_F(TheSystemsFiles, ALinkStaysALinkAndItsFileIsReplaced) {
 
 TEST_F(TheSystemsFiles, ALinkToNothingStaysALinkAndGetsItsFile) {
   std::filesystem::create_symlink(Path("file"), Path("link"));
-  EXPECT_TRUE(files_.Write(Path("link"), "new"));
+  FileResult result;
+  EXPECT_TRUE(files_.OpenForWriting(Path("link"), result)->Write("new"));
   EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
   EXPECT_FALSE(std::filesystem::is_symlink(Path("file")));
   EXPECT_EQ(ContentOf(Path("file")), "new");
@@ -98,9 +100,43 @@ TEST_F(TheSystemsFiles, ALinkToNothingStaysALinkAndGetsItsFile) {
 
 TEST_F(TheSystemsFiles, ALinkToItselfFailsAndStays) {
   std::filesystem::create_symlink("link", Path("link"));
-  EXPECT_EQ(files_.Write(Path("link"), "x").Code, Status::Failed);
+  FileResult result;
+  EXPECT_EQ(files_.OpenForWriting(Path("link"), result), nullptr);
+  EXPECT_EQ(result.Code, Status::Failed);
   EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
   EXPECT_EQ(Names(), std::set<std::string>{"link"});
+}
+
+TEST_F(TheSystemsFiles, AFileOfTheProgramsOwnIsNotWrittenThroughALink) {
+  Make(Path("victim"), "kept");
+  std::filesystem::create_symlink("victim", Path("link"));
+  std::filesystem::create_symlink("none", Path("dangling"));
+  for (const std::string name : {"link", "dangling"}) {
+    SCOPED_TRACE(name);
+    FileResult opened;
+    EXPECT_EQ(files_.OpenOwnForWriting(Path(name), opened), nullptr);
+    for (const FileResult& result :
+         {files_.Write(Path(name), "x"), files_.Append(Path(name), "x"), opened}) {
+      EXPECT_EQ(result.Code, Status::AccessRefused);
+      EXPECT_EQ(result.Reason, "Is a symbolic link");
+    }
+  }
+  EXPECT_EQ(ContentOf(Path("victim")), "kept");
+  EXPECT_EQ(Names(), (std::set<std::string>{"victim", "link", "dangling"}));
+}
+
+TEST_F(TheSystemsFiles, ALinkIsDeletedAndItsFileStays) {
+  Make(Path("victim"), "kept");
+  std::filesystem::create_symlink("victim", Path("link"));
+  files_.Delete(Path("link"));
+  EXPECT_EQ(Names(), std::set<std::string>{"victim"});
+}
+
+TEST_F(TheSystemsFiles, AFileOfTheProgramsOwnMayLieInAFolderThatIsALink) {
+  std::filesystem::create_directory(Path("folder"));
+  std::filesystem::create_symlink("folder", Path("link"));
+  EXPECT_TRUE(files_.Write(Path("link/file"), "new"));
+  EXPECT_EQ(ContentOf(Path("folder/file")), "new");
 }
 
 TEST_F(TheSystemsFiles, AFileMayHaveTheLongestNameThereIs) {

@@ -45,7 +45,10 @@ TEST_F(TheSystemsFiles, ALinkStaysALinkAndItsFileIsReplaced) {
     GTEST_SKIP() << "The system makes no links for this user";
   }
   const ULONGLONG before = IdentityOf(Path());
-  EXPECT_TRUE(files_.Write(Path("link"), "after"));
+  FileResult opened;
+  EXPECT_EQ(files_.Write(Path("link"), "after").Reason, "Is a symbolic link");
+  EXPECT_EQ(files_.OpenOwnForWriting(Path("link"), opened), nullptr);
+  EXPECT_TRUE(files_.OpenForWriting(Path("link"), opened)->Write("after"));
   EXPECT_NE(GetFileAttributesW(link.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0U);
   EXPECT_EQ(ContentOf(Path()), "after");
   EXPECT_EQ(IdentityOf(Path()), before);
