@@ -158,7 +158,7 @@ TEST(ReadEntry, WhatWasReadIsNoFilesAnyMore) {
   run.State.DataInfo = "data";
   ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   EXPECT_EQ(run.State.CodeInfo,
-            "デバイスから読み出した内容\n0 / 512 word (0 %)\n4 / 64 byte (7 %)");
+            "デバイスから読み出した内容\n0 / 512 word (0 %)\n1 / 64 byte (2 %)");
   EXPECT_EQ(run.State.DataInfo, "");
 }
 

@@ -77,8 +77,8 @@ TEST_F(ImageDoubt, StandsBelowTheStateOfTheChipAfterAFailure) {
   DoubtRun run(WithFaults("lie@2"));
   run.Open(kTooLarge);
   EXPECT_EQ(run.Program(),
-            "デバイスの内容がファイルと一致しません。違いはベリファイ結果にあります。"
-            "イレースしてから、もう一度プログラムしてください。\n" +
+            "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
+            "イレースしてから、もう一度プログラムしてください。\r\n" +
                 std::string(kBeyond));
 }
 

@@ -34,27 +34,29 @@ const std::string kFlashWrittenOnly =
 const std::string kFlashWrittenOnlyEnglish =
     "flash written, EEPROM not written, not verified: erase and program again";
 const std::string kDiffers =
-    "デバイスの内容がファイルと一致しません。違いはベリファイ結果にあります。"
+    "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
     "イレースしてから、もう一度プログラムしてください。";
 const std::string kDiffersEnglish =
-    "the chip differs from the file, the report lists where: erase and program again";
+    "what was read from the chip differs from the file, the report lists where: erase and program "
+    "again";
 
 std::string FlashUpTo(const std::string& address) {
   return "フラッシュはワード " + address +
-         " まで書き込み済み、ベリファイしていません。"
+         " まで書き込み済み、その先とEEPROMは書き込まれたかもしれません。ベリファイしていません。"
          "イレースしてから、もう一度プログラムしてください。";
 }
 std::string FlashUpToEnglish(const std::string& address) {
-  return "flash written up to word " + address + ", not verified: erase and program again";
+  return "flash written up to word " + address +
+         ", more may have been written, not verified: erase and program again";
 }
 std::string EepromUpTo(const std::string& address) {
   return "フラッシュは書き込み済み、EEPROMはバイト " + address +
-         " まで書き込み済み、ベリファイしていません。"
+         " まで書き込み済み、その先は書き込まれたかもしれません。ベリファイしていません。"
          "イレースしてから、もう一度プログラムしてください。";
 }
 std::string EepromUpToEnglish(const std::string& address) {
   return "flash written, EEPROM written up to byte " + address +
-         ", not verified: erase and program again";
+         ", more may have been written, not verified: erase and program again";
 }
 
 /// A run that has erased the chip and written so many of three words.

@@ -990,7 +990,7 @@ TEST_F(Cli, ADumpIsJsonToo) {
 
 TEST_F(Cli, ADumpPrintsTheDataFileThatGoesWithTheCodeToo) {
   PutCode({0x41, 0x42});
-  Put("code.eep", ":0200000012347A\r\n:00000001FF\r\n");
+  Put("code.eep", ":020000001234B8\r\n:00000001FF\r\n");
   EXPECT_THAT(Run("--device ATtiny12L dump code.hex"),
               AllOf(Ends(0), Prints(StartsWith("0000: 4241 FFFF ")),
                     Prints("\n\n0000: 12 34 FF FF FF FF FF FF FF FF FF FF FF FF FF FF ･4･")));
