@@ -27,7 +27,7 @@ struct Options {
   std::string SimulateChip;         ///< chip in its socket, "" = the selected device
   std::vector<std::string> Faults;  ///< what goes wrong on it
   std::string Device;               ///< name, or part of the name, of the device
-  std::string Folder;  ///< "" = trace, dumps and report are not kept
+  std::string Folder;               ///< "" = trace, dumps and report are not kept
   bool Json = false;
   bool Quiet = false;
 };

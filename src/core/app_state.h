@@ -63,12 +63,12 @@ struct CommandRecord {
   bool EepromStarted = false;
   bool EepromByteSent = false;  ///< likewise a byte that is not blank
   bool EepromFailed = false;
-  std::int32_t EepromBytesDone = 0;  ///< bytes written or skipped before the first failure
-  bool NothingToProgram = false;     ///< both buffers were blank
+  std::int32_t EepromBytesDone = 0;     ///< bytes written or skipped before the first failure
+  bool NothingToProgram = false;        ///< both buffers were blank
   std::vector<Difference> Differences;  ///< in the order in which they were found
-  bool VerifyFinished = false;       ///< both memories were compared without a communication error
-  std::int32_t FlashWordsRead = 0;   ///< words read into the buffer before a time-out
-  bool ReadFinished = false;         ///< both memories were read without a communication error
+  bool VerifyFinished = false;      ///< both memories were compared without a communication error
+  std::int32_t FlashWordsRead = 0;  ///< words read into the buffer before a time-out
+  bool ReadFinished = false;        ///< both memories were read without a communication error
   std::vector<FuseTransfer> FuseBytes;  ///< bytes read, or written and acknowledged, in order
   bool FuseWriteStarted = false;        ///< a command that writes fuse or lock bits was sent
   std::int32_t FuseWriteCount = 0;      ///< bytes that the write consists of

@@ -59,9 +59,7 @@ TEST_F(LinkCli, PortsOfASimulatedRunAreAllTheSimulatedBoard) {
   }
 }
 
-TEST_F(LinkCli, PortsRefusesANumberThatIsNone) {
-  EXPECT_THAT(Run("--port COM257 ports"), Ends(2));
-}
+TEST_F(LinkCli, PortsRefusesANumberThatIsNone) { EXPECT_THAT(Run("--port COM257 ports"), Ends(2)); }
 
 TEST_F(LinkCli, PortsAppendsTheNumberOfTheCallWhenTheListDoesNotHaveIt) {
   const json list = Run("--json --port COM25=/dev/not_there ports").Json();
