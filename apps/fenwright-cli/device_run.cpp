@@ -76,8 +76,8 @@ std::string RefusedDump(Session& session) {
                      state.EepromDumpRefusal);
 }
 
-/// The first of them, on standard error.
-void PrintDifferences(Session& session) {
+/// On standard error.
+void PrintFirstDifferences(Session& session) {
   constexpr std::size_t kMost = 32;
   const auto& differences = session.State().Command.Differences;
   for (const core::Difference& difference :
@@ -99,7 +99,7 @@ void Print(Session& session, const DeviceRun& run) {
   if (run.Code == ExitCode::Failed && session.State().Command.VerifyFinished) {
     // A verify prints them itself, as its result.
     if (session.State().Command.Operation == core::DeviceOperation::Program) {
-      PrintDifferences(session);
+      PrintFirstDifferences(session);
     }
     if (session.KeepsFiles()) out.PrintError("report: " + ReportPath(session));
   } else if (run.Code == ExitCode::Failed) {

@@ -44,7 +44,7 @@ void ChildWindowArea::AddView(View view, ViewWindow* window, const QRect& place)
 
 void ChildWindowArea::Clear(View view) {
   ViewOf(view)->SetContent({});
-  if (view == View::Verify) emit ReportChanged(false);
+  if (view == View::Verify) emit ReportChanged();
 }
 
 bool ChildWindowArea::Load(View view, std::string_view path) {
@@ -59,7 +59,7 @@ void ChildWindowArea::ShowText(View view, std::string_view text) {
   window.SetContent(ToQString(code_page_.ToUtf8(text)).replace("\r\n", "\n"));
   if (view != View::Verify) return;
   ComeBack(window);
-  emit ReportChanged(HasReport());
+  emit ReportChanged();
 }
 
 bool ChildWindowArea::HasReport() const {

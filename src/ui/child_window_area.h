@@ -53,16 +53,18 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   /// Lines the minimised children up at the lower edge.
   void ArrangeMinimised();
 
+  /// True when there is a verify report that can be shown.
+  [[nodiscard]] bool HasReport() const;
+
  signals:
-  /// There is a verify report that can be shown, or none any more.
-  void ReportChanged(bool present);
+  /// There may be another verify report, or none any more.
+  void ReportChanged();
 
  private:
   void AddView(screen::View view, ViewWindow* window, const QRect& place);
   void BringForward(QMdiSubWindow& child);
   void ComeBack(ViewWindow& window);
   void Open(screen::View view, const QRect& place);
-  [[nodiscard]] bool HasReport() const;
   void Place(const std::function<std::vector<QRect>(const QSize&, int)>& places);
   void MoveTabStop(const QMdiSubWindow* active);
 

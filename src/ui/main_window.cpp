@@ -259,7 +259,8 @@ void MainWindow::ConnectParts() {
   start(panels_, &PanelBar::PortClicked, update::Cmd_btn_comselect_Click);
   // It starts no command, so it can be used while one runs.
   connect(panels_, &PanelBar::ReportClicked, children_, &ChildWindowArea::ShowReport);
-  connect(children_, &ChildWindowArea::ReportChanged, panels_, &PanelBar::OfferReport);
+  connect(children_, &ChildWindowArea::ReportChanged, panels_,
+          [this] { panels_->OfferReport(children_->HasReport()); });
   command_controls_.push_back(device_->Selector());
   // As a whole, since which of its controls a device has is not the window's business.
   command_controls_.push_back(fuses_);

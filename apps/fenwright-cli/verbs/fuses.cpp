@@ -178,17 +178,17 @@ void PrintFields(Session& session) {
 }
 
 /// What one reading of the device gave.
-struct Reading {
+struct FuseReading {
   FuseBytes Bytes;
   std::vector<std::uint8_t> Calibration;
 };
 
-Reading LastReading(Session& session) {
+FuseReading LastFuseReading(Session& session) {
   return {.Bytes = session.State().Command.FuseBytes, .Calibration = CalibrationOf(session)};
 }
 
 /// Where two readings differ, "" when they don't.
-std::string Difference(const Reading& first, const Reading& second) {
+std::string Difference(const FuseReading& first, const FuseReading& second) {
   for (std::size_t i = 0; i < std::min(first.Bytes.size(), second.Bytes.size()); ++i) {
     if (first.Bytes[i] == second.Bytes[i]) continue;
     return fmt::format("{} 0x{:02X}, then 0x{:02X}", first.Bytes[i].Name, first.Bytes[i].Value,
@@ -205,12 +205,12 @@ std::string Difference(const Reading& first, const Reading& second) {
 DeviceRun ReadTwice(Session& session, std::string& complaint) {
   DeviceRun run = RunOnDevice(session, ops::cmdFuseRead_Click);
   if (run.Code != ExitCode::Success) return run;
-  const Reading first = LastReading(session);
+  const FuseReading first = LastFuseReading(session);
   const DeviceRun second = RunOnDevice(session, ops::cmdFuseRead_Click);
   run.Seconds += second.Seconds;
   run.Code = second.Code;
   if (run.Code != ExitCode::Success) return run;
-  const std::string difference = Difference(first, LastReading(session));
+  const std::string difference = Difference(first, LastFuseReading(session));
   if (difference.empty()) return run;
   run.Code = ExitCode::Failed;
   complaint = fmt::format(

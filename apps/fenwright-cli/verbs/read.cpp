@@ -83,13 +83,13 @@ std::string Save(Session& session, const ReadOptions& options) {
 }
 
 /// What one reading of the device has brought.
-struct Reading {
+struct MemoryReading {
   std::vector<std::uint8_t> Flash;
   std::vector<std::uint8_t> Eeprom;
   std::vector<core::FuseTransfer> Fuses;
 };
 
-Reading LastReading(const core::AppState& state) {
+MemoryReading LastMemoryReading(const core::AppState& state) {
   return {
       .Flash = state.FlashBuffer, .Eeprom = state.EepromBuffer, .Fuses = state.Command.FuseBytes};
 }
@@ -110,7 +110,7 @@ std::string FirstDifference(const char* memory, std::size_t unit,
   return fmt::format("{} 0x{:04X}: {}, then {}", memory, cell, hex(first), hex(second));
 }
 
-std::string FirstDifference(const Reading& first, const Reading& second) {
+std::string FirstDifference(const MemoryReading& first, const MemoryReading& second) {
   std::string difference = FirstDifference("flash word", 2, first.Flash, second.Flash);
   if (difference.empty()) {
     difference = FirstDifference("EEPROM byte", 1, first.Eeprom, second.Eeprom);
@@ -121,12 +121,12 @@ std::string FirstDifference(const Reading& first, const Reading& second) {
 
 /// Reads once more; what was not the same, "" when everything was.
 std::string ReadAgain(Session& session, DeviceRun& run) {
-  const Reading first = LastReading(session.State());
+  const MemoryReading first = LastMemoryReading(session.State());
   const DeviceRun second = RunOnDevice(session, ops::Cmd_btn_read_Click);
   run.Code = second.Code;
   run.Seconds += second.Seconds;
   if (run.Code != ExitCode::Success) return "";
-  const std::string difference = FirstDifference(first, LastReading(session.State()));
+  const std::string difference = FirstDifference(first, LastMemoryReading(session.State()));
   if (difference.empty()) return "";
   return fmt::format(
       "two readings of the device differ: {}; check the contacts and the cable; nothing was saved",
