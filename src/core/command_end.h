@@ -17,11 +17,11 @@ enum class CommandEnding {
   AnotherInstance,  ///< the program is running already; nothing was done
 };
 
-/// Thrown to end the running command where it stands. Only ops::RunCommand() catches it.
+/// Thrown to end the running command where it stands. ops::RunCommand() is where that ends.
 ///
 /// Operations report through the error flag and run to their end whatever happens on the line. The
-/// two things that end them earlier, a requested stop and a trace, dump or report that the disc
-/// refuses, would otherwise need a test after every single step.
+/// two things that end them earlier, a requested stop and a trace or report that the disc refuses,
+/// would otherwise need a test after every single step.
 struct CommandEnd {
   CommandEnding Ending = CommandEnding::Stopped;
   std::string Text;  ///< for the user: cause and cure; empty for a stop

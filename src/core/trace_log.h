@@ -12,7 +12,7 @@ inline constexpr std::string_view kTraceFileName = "_debug_avr.txt";
 /// appeared. CP932, CR LF. Each append opens, writes and closes the file, so the log survives a
 /// crash up to its last line and can be read while the program runs.
 ///
-/// An append that the disc refuses ends the running command (CommandEnd, see core/command.h).
+/// An append that the disc refuses ends the running command (see core/command_end.h).
 class TraceLog {
  public:
   explicit TraceLog(RunContext& context) : context_(context) {}

@@ -29,8 +29,8 @@ void SetCodeAndDataFile(core::RunContext& context, const std::string& code_path)
 
 /// Loads the named code file into the flash buffer, blanked before, and refreshes its view. A file
 /// that is not there, or has another extension than ".hex" and ".rom", is passed over without a
-/// word. A file error, that of a view's dump included, forgets the code file's name and is shown in
-/// a message box.
+/// word. A file error, that of the trace included, forgets the code file's name and is shown in a
+/// message box.
 OpenReport LoadCodeFile(core::RunContext& context);
 
 /// Loads the named data file into the EEPROM buffer, blanked before and left blank when there is no

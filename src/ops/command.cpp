@@ -1,5 +1,6 @@
 #include "ops/command.h"
 
+#include "core/status.h"
 #include "image/dump_files.h"
 #include "link/board_commands.h"
 #include "ops/outcome.h"
@@ -30,6 +31,15 @@ void LeaveProgrammingMode(core::RunContext& context) {
   }
 }
 
+void ShowChipState(core::RunContext& context) {
+  try {
+    core::ShowMessage(context, DescribeChipState(context.State, core::Language::Japanese),
+                      screen::MessageMode::Notice);
+  } catch (const core::CommandEnd&) {
+    // The trace cannot be written; the dialog is on the screen by then.
+  }
+}
+
 void EndEarly(core::RunContext& context, const core::CommandEnd& end) {
   core::AppState& state = context.State;
   state.StopRequested = false;
@@ -43,8 +53,7 @@ void EndEarly(core::RunContext& context, const core::CommandEnd& end) {
   }
   const bool worked_on_chip = state.Command.Operation != core::DeviceOperation::None;
   if (end.Ending == core::CommandEnding::FileError && worked_on_chip) {
-    context.Screen.MessageDialog.Show(DescribeChipState(state, core::Language::Japanese),
-                                      screen::MessageMode::Notice);
+    ShowChipState(context);
   }
 }
 

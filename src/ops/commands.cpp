@@ -1,6 +1,7 @@
 #include "ops/commands.h"
 
 #include <cmath>
+#include <string_view>
 
 #include "core/elapsed.h"
 #include "core/status.h"
@@ -70,10 +71,14 @@ void RepeatDoubt(core::RunContext& context) {
   const std::string& doubt = state.CodeDoubt.empty() ? state.DataDoubt : state.CodeDoubt;
   screen::MessageDialog& dialog = context.Screen.MessageDialog;
   if (doubt.empty() || !state.Command.EraseStarted || !dialog.IsLoaded()) return;
-  if (Succeeded(state)) return core::ShowDetail(context, doubt);
-  // The state of the chip has been traced already.
-  dialog.SetDetail(DescribeChipState(state, core::Language::Japanese) + "\r\n" + doubt);
-  core::TraceLog(context).AppendMessage(doubt);
+  // The state of the chip, which stands before it after a failure, has been traced already.
+  const std::string before =
+      Succeeded(state) ? "" : DescribeChipState(state, core::Language::Japanese) + "\r\n";
+  dialog.SetDetail(before + doubt);
+  // The trace's code page has no such sign.
+  constexpr std::string_view kSign = "⚠ ";
+  const std::string_view text = doubt;
+  core::TraceLog(context).AppendMessage(text.starts_with(kSign) ? text.substr(kSign.size()) : text);
 }
 
 /// A change of chip, or of all of memory by hand, leaves nothing of the files.

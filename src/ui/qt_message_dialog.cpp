@@ -237,6 +237,10 @@ void QtMessageDialog::LoadBusy() {
   detail_->SetText({});
   detail_->hide();
   ApplyMode();
+  if (loaded_) {
+    maximum_ = kDefaultMaximum;
+    ApplyRange();
+  }
   Load();
 }
 

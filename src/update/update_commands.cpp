@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "core/numbers.h"
 #include "core/settings_keys.h"
 #include "platform/port_info.h"
 #include "update/update_check.h"
@@ -63,8 +64,14 @@ void FillSelectors(UpdateContext& context) {
   std::vector<std::string> ports;
   for (int number = kFirstPort; number <= platform::kLastListedComNumber; ++number)
     ports.push_back(std::to_string(number));
+  const std::string stored = Stored(context, core::kUpdatePortReadKey, kUnset);
+  // A number above the list's last one stands behind it.
+  constexpr int kFirstAppended = platform::kLastListedComNumber + 1;
+  if (core::ParseWholeNumber(stored, kFirstAppended, platform::kLastComNumber)) {
+    ports.push_back(stored);
+  }
   context.Form.SetPortItems(ports);
-  context.Form.SetPortText(Stored(context, core::kUpdatePortReadKey, kUnset));
+  context.Form.SetPortText(stored);
   context.Form.SetSpeedItems({" 9600", "19200", "57600"});
   context.Form.SetSpeedText(Stored(context, core::kUpdateSpeedKey, kUnset));
   context.Form.EnableSpeed(false);

@@ -9,7 +9,7 @@ namespace fenwright::update {
 
 // The exchanges that the firmware update dialog makes with the board; docs/protocol.md has the
 // board's side. Nothing is repeated and nothing is cancelled by the protocol itself. A requested
-// stop (`AppState::StopRequested`) takes effect between two frames.
+// stop (`AppState::StopRequested`) takes effect between two frames, or ends a rest or a wait.
 
 enum class VersionOutcome { Read, PortNotOpened, NoReply };
 

@@ -120,6 +120,14 @@ TEST(DiscSweep, EveryWriteOfEveryCommandMayBeRefused) {
   std::printf("disc sweep: %d refused writes in %zu commands\n", tried, Commands().size());
 }
 
+TEST(DiscSweep, ARefusedReportLeavesTheStateOfTheChipInTheTrace) {
+  AfterGoodRun run;
+  run.Files.Refused = {"/app/avrvfy.txt"};
+  EXPECT_EQ(ops::RunCommand(run.Context, ops::Cmd_btn_program_Click), CommandEnding::FileError);
+  EXPECT_EQ(run.NewTrace().back(), run.Dialog.Text);
+  EXPECT_THAT(run.Dialog.Text, HasSubstr("ベリファイしていません。"));
+}
+
 TEST(DiscSweep, ATraceThatIsRefusedAtTheStartTellsNothingOfTheRunBefore) {
   for (const CommandRow& row : Commands()) {
     AfterGoodRun run;

@@ -37,6 +37,10 @@ def press(name):
 class EndTest(window_test.WindowCase):
     def setUp(self):
         super().setUp()
+        # Whoever runs the tests may have them ignored, and the window would inherit that.
+        for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
+            previous = signal.signal(number, signal.SIG_DFL)
+            self.addCleanup(signal.signal, number, previous)
         with open(os.path.join(os.environ["XDG_CONFIG_HOME"], "FenwrightV6-simulated.ini"),
                   "w") as settings:
             settings.write("[Settings]\nIndex_Com_Flag=1\n")
@@ -117,13 +121,15 @@ class EndTest(window_test.WindowCase):
             with self.subTest(number):
                 window = self.start([PROGRAM, "--simulate", "--folder", self.folder])
                 wait_for("the window", lambda: find("プログラム", "push button"))
-                client = threading.Thread(target=ask)
+                client = threading.Thread(target=ask, daemon=True)
                 asking.clear()
                 client.start()
-                window_test.close_window(window_test.MAIN_TITLE)
-                code = window.wait(10)
-                asking.set()
-                client.join()
+                try:
+                    window_test.close_window(window_test.MAIN_TITLE)
+                    code = window.wait(10)
+                finally:
+                    asking.set()
+                    client.join(10)
                 self.assertEqual(code, 0)
 
     def test_a_client_that_ends_the_window_gets_its_answer(self):

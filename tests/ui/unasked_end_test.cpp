@@ -17,6 +17,11 @@ constexpr int kLongProgram = 2000;
 /// Programming a long file takes many seconds at the board's speed.
 struct UnaskedEndTest : WindowTest {
   UnaskedEndTest() : WindowTest({.Baud = kAtBoardSpeed}) {
+    // Whoever runs the tests may have them ignored.
+    std::signal(SIGTERM, SIG_DFL);
+#ifdef SIGHUP
+    std::signal(SIGHUP, SIG_DFL);
+#endif
     Port.OnOutput = [this](std::span<const std::uint8_t> bytes) {
       wire_.insert(wire_.end(), bytes.begin(), bytes.end());
       if (const auto due = at_.find(static_cast<int>(wire_.size())); due != at_.end()) {

@@ -59,6 +59,12 @@ TEST_ON(UpdateTest, UpdateDialogSettings, TheChosenPortGoesUnderOneKeyAndIsReadU
   Settings.Write("Settings6", "ComNo", "12");
   update::Dialog_Update_Load(Context);
   EXPECT_EQ(Dialog_Update.Port, "12");
+  EXPECT_EQ(Dialog_Update.PortItems.size(), 20U);
+  Settings.Write("Settings6", "ComNo", "25");
+  update::Dialog_Update_Load(Context);
+  EXPECT_EQ(Dialog_Update.Port, "25");
+  ASSERT_EQ(Dialog_Update.PortItems.size(), 21U) << "it can be gone back to";
+  EXPECT_EQ(Dialog_Update.PortItems.back(), "25");
 }
 
 TEST_ON(UpdateTest, UpdateDialogSettings, TheStoredSpeedIsReadAndReplaced) {

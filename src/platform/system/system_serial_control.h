@@ -22,9 +22,9 @@ namespace fenwright::platform {
 ///   Open().
 /// - On a line that is closed or gone RestUntilInput() sleeps for its whole time, so that a loop
 ///   around it never spins.
-/// - Close() waits until what was written is out, a tenth of a second at most; what a stuck line
-/// has
-///   not taken by then is dropped.
+/// - Close() waits until what was written is out, a tenth of a second at most.
+///   What a stuck line has not taken by then
+///   is dropped.
 /// - At most 1 MiB waits to be taken; bytes beyond it stay with the system.
 /// - Dropping the output of a stuck line takes one second in total for each Output().
 class SystemSerialControl final : public SerialControl {
