@@ -169,12 +169,15 @@ TEST_F(WindowsCli, ReadsAndWritesFusesWithTheSameBytesAsTheEngine) {
   EXPECT_THAT(OnCom3("ATtiny26L", "write-fuses CKSEL=0100 BODEN=Enable SUT=3"),
               AllOf(Ends(0), Prints("old: Fuse 0xE1  High 0xF7  Lock 0xFF\n"),
                     Prints("new: Fuse 0xF4  High 0xF6  Lock 0xFF\n")));
+  // Read twice, written as by the button, read back.
   BoardRun run("ATtiny26L");
+  ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   run.Fuses.Select(FuseList::Cksel, 4);
   run.Fuses.Select(FuseList::Boden, 0);
   run.Fuses.Select(FuseList::Sut, 3);
   ops::RunCommand(run.Context, ops::cmdFuseWrite_Click);
+  ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(port.Board.Wire(), run.Wire);
   EXPECT_THAT(OnCom3("ATtiny26L", "read-fuses"),
               Prints("LOCK       プロテクトなし  (2)\n"
