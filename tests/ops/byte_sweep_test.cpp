@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <functional>
 #include <optional>
-#include <regex>
 
 #include "board/chip.h"
 #include "fuse/fuse_bytes.h"
@@ -65,11 +64,11 @@ bool SameUpTo(const std::vector<unsigned>& chip, const std::vector<unsigned>& im
 }
 
 /// The count that a sentence names as its last address, nothing when it names none.
-std::optional<std::size_t> CountIn(const std::string& sentence, const char* before) {
-  const std::regex form(std::string(before) + " 0x([0-9A-F]{4})");
-  std::smatch found;
-  if (!std::regex_search(sentence, found, form)) return std::nullopt;
-  return std::stoul(found[1].str(), nullptr, 16) + 1;
+std::optional<std::size_t> CountIn(const std::string& sentence, const std::string& before) {
+  const std::string start = before + " 0x";
+  const std::size_t found = sentence.find(start);
+  if (found == std::string::npos) return std::nullopt;
+  return std::stoul(sentence.substr(found + start.size(), 4), nullptr, 16) + 1;
 }
 
 /// Each clause of the sentence against the chip.
