@@ -78,6 +78,7 @@ void PrintedMessageDialog::Close() {
 
 void PrintedMessageBoxes::Show(screen::MessageIcon /*icon*/, std::string_view title,
                                std::string_view text) {
+  last_text_ = text;
   if (!title.empty()) console_.PrintError(title);
   console_.PrintError(text);
 }

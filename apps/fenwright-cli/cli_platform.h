@@ -83,8 +83,12 @@ class PrintedMessageBoxes final : public screen::MessageBoxes {
   /// Nobody is asked: the answer is always no.
   bool Ask(std::string_view title, std::string_view text) override;
 
+  /// The text shown last, "" before the first.
+  [[nodiscard]] const std::string& LastText() const { return last_text_; }
+
  private:
   Console& console_;
+  std::string last_text_;
 };
 
 /// Files are named on the command line; a dialog counts as cancelled.

@@ -1,6 +1,7 @@
 #include "code_files.h"
 
 #include <filesystem>
+#include <optional>
 
 #include <fmt/format.h>
 
@@ -25,79 +26,104 @@ std::string Place(const std::string& path, std::int32_t line) {
   return line == 0 ? path : fmt::format("{}:{}", path, line);
 }
 
-std::string TextOf(const std::string& path, const Finding& finding) {
-  return fmt::format("{}: {}", Place(path, finding.Line), finding.Cause.English);
+Problem ProblemOf(const std::string& path, const Finding& finding) {
+  const std::string place = Place(path, finding.Line) + ": ";
+  return {.Code = image::Name(finding.Code),
+          .Text = {place + finding.Cause.Japanese, place + finding.Cause.English},
+          .Cure = finding.Cure};
 }
 
-void PrintFinding(Session& session, const std::string& path, const Finding& finding, bool force) {
-  const std::string text = TextOf(path, finding);
-  Console& out = session.Out();
-  if (finding.Weight == Severity::Note) return out.PrintError("note: " + text);
-  if (force) {
-    out.PrintError("warning: " + text);
-  } else {
-    session.Fail(ExitCode::FileError, text);
+/// False when it speaks against the file.
+bool TellFinding(Session& session, const Problem& problem, const Finding& finding, bool force) {
+  if (finding.Weight == Severity::Note) {
+    session.NoteWarning(problem);
+    session.Out().PrintError(session.In({"注意: ", "note: "}) + session.In(problem.Text));
+    return true;
   }
-  out.PrintError("cure: " + finding.Cure.English);
+  if (!force) {
+    session.Fail(ExitCode::FileError, problem);
+    return false;
+  }
+  session.Warn(problem);
+  session.Out().PrintError(session.In({"対処: ", "cure: "}) + session.In(problem.Cure));
+  return true;
 }
 
-nlohmann::json FieldsOf(const std::string& path, const Finding& finding) {
+nlohmann::json FieldsOf(Session& session, const std::string& path, const Finding& finding) {
   return {{"file", path},
           {"line", finding.Line},
           {"column", finding.Column},
           {"code", image::Name(finding.Code)},
           {"severity", finding.Weight == Severity::Note ? "note" : "refuse"},
           {"count", finding.Count},
-          {"text", finding.Cause.English},
-          {"cure", finding.Cure.English}};
+          {"text", session.In(finding.Cause)},
+          {"cure", session.In(finding.Cure)}};
 }
 
-/// Prints what was found in a file and adds it to the fields. What first speaks against a file
-/// becomes the message.
-void TellFindings(Session& session, const ReadFile& file, bool force, nlohmann::json& fields) {
+/// Prints what was found in a file and adds it to the fields; false when the file is refused.
+bool TellFindings(Session& session, const ReadFile& file, bool force, nlohmann::json& fields) {
+  bool accepted = true;
   for (const Finding& finding : file.Report.Check.Findings) {
-    PrintFinding(session, file.Path, finding, force);
-    fields["findings"].push_back(FieldsOf(file.Path, finding));
+    accepted = TellFinding(session, ProblemOf(file.Path, finding), finding, force) && accepted;
+    fields["findings"].push_back(FieldsOf(session, file.Path, finding));
   }
-  const Finding* const refusal = file.Report.Check.FirstRefusal();
-  if (force || refusal == nullptr || fields.contains("message")) return;
-  fields["message"] = "error: " + TextOf(file.Path, *refusal);
+  return accepted;
 }
 
-const char* WhyNoFile(const std::string& path) {
+Problem NoFile(const std::string& path) {
   std::error_code ignored;
-  return std::filesystem::exists(ToPath(path), ignored) ? "is no regular file"
-                                                        : "there is no such file";
+  if (std::filesystem::exists(ToPath(path), ignored)) {
+    return {.Code = problem::kFileUnreadable,
+            .Text = {path + ": 通常のファイルではありません", path + ": is no regular file"}};
+  }
+  return {.Code = problem::kFileMissing,
+          .Text = {path + ": そのファイルはありません", path + ": there is no such file"}};
 }
 
-/// Why the code file was not read, in English; "" when it was.
-std::string WhyNotRead(const CodeFiles& files, const image::OpenReport& report) {
-  if (!report.CodeFileFound) return fmt::format("{}: {}", files.Code, WhyNoFile(files.Code));
+Problem Unreadable(const std::string& path, const std::string& reason) {
+  return {.Code = problem::kFileUnreadable,
+          .Text = {fmt::format("{}: 読めません: {}", path, reason),
+                   fmt::format("{}: cannot be read: {}", path, reason)}};
+}
+
+/// Why the code file was not read, if it was not.
+std::optional<Problem> WhyNotRead(const CodeFiles& files, const image::OpenReport& report) {
+  if (!report.CodeFileFound) return NoFile(files.Code);
   if (!report.KnownExtension) {
-    return fmt::format("{}: a code file's name ends in .hex or .rom", files.Code);
+    return Problem{.Code = problem::kFileType,
+                   .Text = {files.Code + ": コードファイルの名前は .hex か .rom で終わります",
+                            files.Code + ": a code file's name ends in .hex or .rom"}};
   }
-  if (report.Code.End != image::HexReadEnd::NotOpened) return "";
-  return fmt::format("{}: cannot be read: {}", files.Code, report.Code.Reason);
+  if (report.Code.End != image::HexReadEnd::NotOpened) return std::nullopt;
+  return Unreadable(files.Code, report.Code.Reason);
 }
 
 /// The same for a data file that is there. A code file whose reading ended early keeps it from
 /// being read.
-std::string WhyDataNotRead(const CodeFiles& files, const std::string& data_path,
-                           const image::OpenReport& report) {
+std::optional<Problem> WhyDataNotRead(const CodeFiles& files, const std::string& data_path,
+                                      const image::OpenReport& report) {
   std::error_code ignored;
-  if (files.NoData || !std::filesystem::exists(ToPath(data_path), ignored)) return "";
+  if (files.NoData || !std::filesystem::exists(ToPath(data_path), ignored)) return std::nullopt;
   if (report.Code.StoppedAtLine != 0) {
-    return fmt::format("{}: is not read after a code file that ends at {}; --no-data leaves it out",
-                       data_path, Place(files.Code, report.Code.StoppedAtLine));
+    const std::string end = Place(files.Code, report.Code.StoppedAtLine);
+    return Problem{
+        .Code = problem::kDataNotRead,
+        .Text = {fmt::format("{}: コードファイルが {} で終わるため、読んでいません。"
+                             "--no-data で除けます",
+                             data_path, end),
+                 fmt::format("{}: is not read after a code file that ends at {}; --no-data leaves "
+                             "it out",
+                             data_path, end)}};
   }
-  if (report.Data.End != image::HexReadEnd::NotOpened) return "";
-  return fmt::format("{}: cannot be read: {}", data_path, report.Data.Reason);
+  if (report.Data.End != image::HexReadEnd::NotOpened) return std::nullopt;
+  return Unreadable(data_path, report.Data.Reason);
 }
 
-LoadedFiles Refuse(Session& session, const std::string& complaint) {
-  session.Fail(ExitCode::FileError, complaint);
-  session.Out().PrintError("nothing was sent to the programmer");
-  return {.Code = ExitCode::FileError, .Fields = {{"message", "error: " + complaint}}};
+LoadedFiles Refuse(Session& session, const Problem& problem) {
+  session.Fail(ExitCode::FileError, problem);
+  session.Out().PrintError(
+      session.In({"ライターには何も送っていません", "nothing was sent to the programmer"}));
+  return {.Code = ExitCode::FileError};
 }
 
 nlohmann::json SharesOf(const image::OpenReport& report) {
@@ -129,8 +155,7 @@ LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files) {
   std::error_code ignored;
   const bool data_given = !files.Data.empty();
   if (data_given && !std::filesystem::is_regular_file(ToPath(files.Data), ignored)) {
-    const std::string complaint = fmt::format("{}: {}", files.Data, WhyNoFile(files.Data));
-    return {.Code = session.Fail(ExitCode::FileError, complaint), .Fields = {}};
+    return {.Code = session.Fail(ExitCode::FileError, NoFile(files.Data))};
   }
   const std::string data_path = data_given ? files.Data : image::DataFileNameFor(files.Code);
   image::OpenReport opened;
@@ -138,22 +163,24 @@ LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files) {
       ops::RunCommand(session.Context(), [&](core::RunContext& context) {
         opened = ops::OpenFiles(context, files.Code, files.NoData ? "" : data_path);
       });
-  if (ending != core::CommandEnding::Finished) return {.Code = ExitCode::FileError, .Fields = {}};
-  if (const auto complaint = WhyNotRead(files, opened); !complaint.empty()) {
-    return Refuse(session, complaint);
-  }
+  if (ending == core::CommandEnding::Stopped) return {.Code = session.FailStopped()};
+  if (ending != core::CommandEnding::Finished) return {.Code = session.FailByFile()};
+  if (const auto problem = WhyNotRead(files, opened)) return Refuse(session, *problem);
   LoadedFiles loaded{.Code = ExitCode::Success, .Fields = SharesOf(opened)};
   loaded.Fields["findings"] = nlohmann::json::array();
-  TellFindings(session, {files.Code, opened.Code}, files.Force, loaded.Fields);
-  TellFindings(session, {data_path, opened.Data}, files.Force, loaded.Fields);
-  if (loaded.Fields.contains("message")) {
+  const bool code_accepted =
+      TellFindings(session, {files.Code, opened.Code}, files.Force, loaded.Fields);
+  const bool data_accepted =
+      TellFindings(session, {data_path, opened.Data}, files.Force, loaded.Fields);
+  if (!code_accepted || !data_accepted) {
     session.Out().PrintError(
-        "nothing was sent to the programmer; --force-image takes the file as it is");
+        session.In({"ライターには何も送っていません。--force-image でそのまま使います",
+                    "nothing was sent to the programmer; --force-image takes the file as it is"}));
     loaded.Code = ExitCode::FileError;
     return loaded;
   }
-  if (const auto complaint = WhyDataNotRead(files, data_path, opened); !complaint.empty()) {
-    return Refuse(session, complaint);
+  if (const auto problem = WhyDataNotRead(files, data_path, opened)) {
+    return Refuse(session, *problem);
   }
   return loaded;
 }

@@ -23,7 +23,7 @@ struct LoadedFiles {
   ExitCode Code = ExitCode::Success;
   /// For --json: what was found in the files, and how much of the device they fill; nothing for
   /// files that were not even read.
-  nlohmann::json Fields;
+  nlohmann::json Fields = nlohmann::json::object();
 };
 
 /// Loads the files. One that may not be programmed is refused, with its cause and cure printed.

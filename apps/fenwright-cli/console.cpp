@@ -52,7 +52,6 @@ bool Console::PrintAlways(std::string_view text) {
 
 void Console::PrintError(std::string_view text) {
   ClearBar();
-  if (first_error_.empty()) first_error_ = text;
   WriteTo(std::cerr, AsLine(text));
 }
 

@@ -28,9 +28,6 @@ class Console {
   /// A line on standard error.
   void PrintError(std::string_view text);
 
-  /// The first line that PrintError() was given, "" when there was none.
-  [[nodiscard]] const std::string& FirstError() const { return first_error_; }
-
   /// Starts a bar for a loop of `maximum` steps.
   void StartProgress(int maximum);
 
@@ -50,7 +47,6 @@ class Console {
   bool json_;
   bool terminal_;
   std::string last_line_;
-  std::string first_error_;
   int maximum_ = 0;
   int shown_percent_ = -1;
   bool bar_drawn_ = false;

@@ -16,7 +16,7 @@ std::string ListDeviceNames() {
   return names;
 }
 
-int FindDeviceIndex(std::string_view name, std::string& error) {
+int FindDeviceIndex(std::string_view name, core::Sentence& error) {
   const auto devices = core::DeviceCatalogue();
   const std::string wanted = LowerCase(name);
   std::vector<int> found;
@@ -27,14 +27,18 @@ int FindDeviceIndex(std::string_view name, std::string& error) {
   }
   if (found.size() == 1 && !wanted.empty()) return found.front();
   if (found.empty() || wanted.empty()) {
-    error =
-        fmt::format("no device is called \"{}\"; the devices are:\n{}", name, ListDeviceNames());
+    error = {
+        fmt::format("「{}」というデバイスはありません。デバイスは次のとおりです:\n{}", name,
+                    ListDeviceNames()),
+        fmt::format("no device is called \"{}\"; the devices are:\n{}", name, ListDeviceNames())};
     return -1;
   }
-  error = fmt::format("\"{}\" is part of more than one device's name:\n", name);
+  std::string candidates;
   for (const int index : found) {
-    error += fmt::format("  {}\n", devices[static_cast<std::size_t>(index)].DisplayName);
+    candidates += fmt::format("  {}\n", devices[static_cast<std::size_t>(index)].DisplayName);
   }
+  error = {fmt::format("「{}」は二つ以上のデバイスの名前に当てはまります:\n{}", name, candidates),
+           fmt::format("\"{}\" is part of more than one device's name:\n{}", name, candidates)};
   return -1;
 }
 

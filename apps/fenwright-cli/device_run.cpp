@@ -6,9 +6,12 @@
 
 #include <fmt/format.h>
 
+#include "core/trace_log.h"
+#include "explanations.h"
 #include "image/dump_files.h"
 #include "ops/link_commands.h"
 #include "ops/outcome.h"
+#include "ops/trouble.h"
 #include "ops/verify_device.h"
 
 namespace fenwright::cli {
@@ -26,15 +29,8 @@ ExitCode CodeOf(const core::AppState& state, core::CommandEnding ending) {
   return NoUsableProgrammer(state) ? ExitCode::NoProgrammer : ExitCode::Failed;
 }
 
-/// The text of what failed, or else of what was shown last.
-const std::string& MessageOf(const core::AppState& state, ExitCode code) {
-  if (code == ExitCode::Success) return state.StatusText;
-  if (state.Command.VerifyFinished) return state.MessageText;
-  return state.Command.LastFailure.empty() ? state.StatusText : state.Command.LastFailure;
-}
-
 std::string ChipState(Session& session) {
-  return ops::DescribeChipState(session.State(), core::Language::English);
+  return ops::DescribeChipState(session.State(), session.Language());
 }
 
 std::string ReportPath(Session& session) {
@@ -42,23 +38,18 @@ std::string ReportPath(Session& session) {
 }
 
 nlohmann::json FieldsOf(Session& session, const DeviceRun& run) {
-  const core::AppState& state = session.State();
-  nlohmann::json fields = session.LinkFields();
-  fields.update({{"signature", session.StatusBar().Signature()},
-                 {"code_file", state.CodeFileName},
-                 {"data_file", state.DataFileName},
-                 {"erased", state.Command.Erased},
-                 {"flash_words_written", state.Command.FlashWordsWritten},
-                 {"eeprom_bytes_done", state.Command.EepromBytesDone},
-                 {"chip_state", ChipState(session)},
-                 {"message", MessageOf(state, run.Code)},
-                 {"seconds", run.Seconds},
-                 {"flash_write_seconds", state.Command.FlashWriteSeconds},
-                 {"flash_verify_seconds", state.Command.FlashVerifySeconds}});
-  if (state.Command.VerifyFinished) {
-    fields["verify"] = {{"flash", state.FlashNG ? "NG" : "OK"},
-                        {"eeprom", state.EepromNG ? "NG" : "OK"}};
-    if (session.KeepsFiles()) fields["verify"]["report"] = ReportPath(session);
+  const core::CommandRecord& done = session.State().Command;
+  nlohmann::json fields{{"erased", done.Erased},
+                        {"flash_words_written", done.FlashWordsWritten},
+                        {"eeprom_bytes_done", done.EepromBytesDone},
+                        {"chip_state", ChipState(session)},
+                        {"device_seconds", run.Seconds},
+                        {"flash_write_seconds", done.FlashWriteSeconds},
+                        {"flash_verify_seconds", done.FlashVerifySeconds},
+                        {"verified", nullptr}};
+  if (done.VerifyFinished) {
+    fields["verified"] = {{"flash", !session.State().FlashNG},
+                          {"eeprom", !session.State().EepromNG}};
   }
   return fields;
 }
@@ -89,6 +80,26 @@ void PrintFirstDifferences(Session& session) {
   }
 }
 
+/// What the run failed by, unless a verb has told it already.
+void TellFailure(Session& session, ExitCode code) {
+  const core::AppState& state = session.State();
+  if (code == ExitCode::NoProgrammer) {
+    session.FailLink(code);
+  } else if (code == ExitCode::Stopped) {
+    session.NoteError(
+        {.Code = problem::kStopped, .Text = FindExplanation(problem::kStopped)->Cause});
+  } else if (const std::string refused = RefusedDump(session); !refused.empty()) {
+    session.Fail(code, {.Code = problem::kFileUnwritable, .Text = {refused, refused}});
+  } else if (code == ExitCode::Failed && state.Command.VerifyFinished) {
+    const std::string_view word = ops::TroubleOf(state);
+    session.NoteError({.Code = word, .Text = {state.MessageText, state.MessageText}});
+  } else {
+    const std::string& text =
+        state.Command.LastFailure.empty() ? state.StatusText : state.Command.LastFailure;
+    session.Fail(code, {.Code = ops::TroubleOf(state), .Text = {text, text}});
+  }
+}
+
 void Print(Session& session, const DeviceRun& run) {
   const std::string sentence = ChipState(session);
   Console& out = session.Out();
@@ -102,14 +113,21 @@ void Print(Session& session, const DeviceRun& run) {
       PrintFirstDifferences(session);
     }
     if (session.KeepsFiles()) out.PrintError("report: " + ReportPath(session));
-  } else if (run.Code == ExitCode::Failed) {
-    session.Fail(run.Code, MessageOf(session.State(), run.Code));
-  } else if (run.Code == ExitCode::NoProgrammer) {
-    session.PrintLinkFailure();
-  } else if (const std::string refused = RefusedDump(session); !refused.empty()) {
-    session.Fail(run.Code, refused);
   }
   out.PrintError(fmt::format("{}: {}", Name(run.Code), sentence));
+}
+
+/// The files of the engine's own that this command has written into the folder.
+void NoteKeptFiles(Session& session) {
+  if (!session.KeepsFiles()) return;
+  const core::AppState& state = session.State();
+  const auto note = [&](std::string_view name) {
+    session.NoteWrittenFile(state.AppFolder + std::string(name));
+  };
+  note(core::kTraceFileName);
+  if (state.FlashDumpRefusal.empty()) note(image::kFlashDumpFile);
+  if (state.EepromDumpRefusal.empty()) note(image::kEepromDumpFile);
+  if (state.Command.VerifyFinished) note(ops::kVerifyReportFile);
 }
 
 }  // namespace
@@ -125,10 +143,12 @@ DeviceRun RunOnDevice(Session& session, const ops::Entry& command) {
 }
 
 Outcome TellDeviceRun(Session& session, const DeviceRun& run, const nlohmann::json& more) {
+  if (run.Code != ExitCode::Success && !session.HasError()) TellFailure(session, run.Code);
   if (!session.Json()) {
     Print(session, run);
     return {.Code = run.Code};
   }
+  NoteKeptFiles(session);
   nlohmann::json fields = FieldsOf(session, run);
   fields.update(more);
   return {.Code = run.Code, .Json = fields};

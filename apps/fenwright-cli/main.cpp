@@ -22,6 +22,10 @@ ExitCode Run(std::vector<std::string> arguments) {
   app.require_subcommand(1);
   app.fallthrough();
   fenwright::cli::Options options;
+  if (fenwright::platform::UserReadsJapanese()) {
+    options.Language = fenwright::core::Language::Japanese;
+  }
+  const bool json = std::ranges::find(arguments, "--json") != arguments.end();
   fenwright::cli::AddOptions(app, options);
   std::map<const CLI::App*, std::function<ExitCode()>> calls;
   for (const auto* verb : fenwright::cli::kVerbs) {
@@ -36,7 +40,15 @@ ExitCode Run(std::vector<std::string> arguments) {
     if (!arguments.empty()) arguments.pop_back();
     app.parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? ExitCode::Success : ExitCode::Usage;
+    if (app.exit(error) == 0) return ExitCode::Success;
+    if (json) {
+      const auto verbs = app.get_subcommands();
+      const std::string text = error.what();
+      std::cout << fenwright::cli::JsonOfUsageError(verbs.empty() ? "" : verbs.front()->get_name(),
+                                                    {text, text}, options.Language)
+                << std::endl;
+    }
+    return ExitCode::Usage;
   }
   return calls.at(app.get_subcommands().front())();
 }

@@ -26,8 +26,9 @@ constexpr const char* kFooter =
 
 const char* Name(ExitCode code) {
   static const std::map<ExitCode, const char*> kNames{{ExitCode::Success, "ok"},
-                                                      {ExitCode::NoProgrammer, "no programmer"},
-                                                      {ExitCode::FileError, "file error"},
+                                                      {ExitCode::Usage, "usage"},
+                                                      {ExitCode::NoProgrammer, "no-programmer"},
+                                                      {ExitCode::FileError, "file-error"},
                                                       {ExitCode::Stopped, "stopped"}};
   const auto found = kNames.find(code);
   return found == kNames.end() ? "failed" : found->second;

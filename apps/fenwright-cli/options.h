@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "core/sentence.h"
+
 namespace fenwright::cli {
 
 /// Exit codes of the program.
@@ -17,7 +19,7 @@ enum class ExitCode {
   Stopped = 130,     ///< stopped by Ctrl-C
 };
 
-/// An exit code in a word or two, "ok".
+/// The stable word of an exit code, "ok".
 const char* Name(ExitCode code);
 
 /// The options that every verb takes.
@@ -30,6 +32,7 @@ struct Options {
   std::string Folder;               ///< "" = trace, dumps and report are not kept
   bool Json = false;
   bool Quiet = false;
+  core::Language Language = core::Language::English;  ///< of every text
 };
 
 /// Adds them to the command line, and what the help says beside options and verbs.

@@ -11,9 +11,11 @@
 #include "core/settings_keys.h"
 #include "core/trace_log.h"
 #include "device_name.h"
+#include "explanations.h"
 #include "image/dump_files.h"
 #include "ops/command.h"
 #include "ops/start_procedure.h"
+#include "ops/trouble.h"
 #include "ops/verify_device.h"
 #include "platform/system/folders.h"
 #include "platform/system/system_port_infos.h"
@@ -72,12 +74,40 @@ ExitCode Session::Start(const Needs& needs) {
   const core::CommandEnding ending = ops::RunCommand(*context_, [this](core::RunContext& context) {
     ops::Start(context, {.AppFolder = folder_, .CommandArgument = ""});
   });
-  return ending == core::CommandEnding::Finished ? ExitCode::Success : ExitCode::FileError;
+  if (ending == core::CommandEnding::Finished) return ExitCode::Success;
+  return ending == core::CommandEnding::Stopped ? FailStopped() : FailByFile();
 }
 
-ExitCode Session::Fail(ExitCode code, std::string_view text) {
-  console_.PrintError(fmt::format("error: {}", text));
+ExitCode Session::Fail(ExitCode code, const Problem& problem) {
+  console_.PrintError((Japanese() ? "エラー: " : "error: ") + In(problem.Text));
+  const std::string& cure = CureOf(problem);
+  if (!cure.empty()) console_.PrintError((Japanese() ? "対処: " : "cure: ") + cure);
+  NoteError(problem);
   return code;
+}
+
+void Session::Warn(const Problem& problem) {
+  console_.PrintError((Japanese() ? "警告: " : "warning: ") + In(problem.Text));
+  NoteWarning(problem);
+}
+
+ExitCode Session::FailStopped() {
+  NoteError({.Code = problem::kStopped, .Text = FindExplanation(problem::kStopped)->Cause});
+  return ExitCode::Stopped;
+}
+
+ExitCode Session::FailByFile() {
+  NoteError({.Code = problem::kFileUnwritable, .Text = {boxes_.LastText(), boxes_.LastText()}});
+  return ExitCode::FileError;
+}
+
+void Session::NoteWarning(const Problem& problem) { warnings_.push_back(problem); }
+
+const std::string& Session::CureOf(const Problem& problem) const {
+  const std::string& own = In(problem.Cure);
+  if (!own.empty()) return own;
+  const Explanation* const explanation = FindExplanation(problem.Code);
+  return explanation == nullptr ? own : In(explanation->Cure);
 }
 
 void Session::MakeContext(bool may_write) {
@@ -100,23 +130,67 @@ void Session::MakeContext(bool may_write) {
                                   .ComForm = com_form_}});
 }
 
-nlohmann::json Session::LinkFields() const {
-  return {{"device", Device()},
-          {"port", PortName()},
-          {"device_path", state_.LastPortOpen.Path},
-          {"board_version", state_.FirmwareVersionText},
-          {"cause", state_.Command.LinkReady ? "" : dialog_.Detail()}};
+nlohmann::json Session::CommonFields() const {
+  const auto text_or_null = [](const std::string& text) {
+    return text.empty() ? nlohmann::json(nullptr) : nlohmann::json(text);
+  };
+  const auto file_or_null = [&text_or_null](const std::string& path) {
+    std::error_code ignored;
+    const bool exists = !path.empty() && std::filesystem::exists(ToPath(path), ignored);
+    return text_or_null(exists ? path : "");
+  };
+  nlohmann::json warnings = nlohmann::json::array();
+  for (const Problem& warning : warnings_) {
+    warnings.push_back({{"code", warning.Code}, {"text", In(warning.Text)}});
+  }
+  nlohmann::json error;
+  if (error_) {
+    error = {{"code", error_->Code}, {"text", In(error_->Text)}, {"cure", CureOf(*error_)}};
+  }
+  nlohmann::json differences = nlohmann::json::array();
+  for (const core::Difference& difference : state_.Command.Differences) {
+    differences.push_back({{"memory", difference.InFlash ? "flash" : "eeprom"},
+                           {"address", difference.Address},
+                           {"expected", difference.Expected},
+                           {"found", difference.Found}});
+  }
+  const std::string version = board_version_.empty() ? state_.FirmwareVersionText : board_version_;
+  return {{"device", text_or_null(Device())},
+          {"port", port_named_ ? nlohmann::json(PortName()) : nlohmann::json(nullptr)},
+          {"board_version", text_or_null(version)},
+          {"signature", text_or_null(status_bar_.Signature())},
+          {"warnings", warnings},
+          {"error", error},
+          {"differences", differences},
+          {"files",
+           {{"code", file_or_null(state_.CodeFileName)},
+            {"data", file_or_null(state_.DataFileName)},
+            {"written", written_files_}}}};
 }
 
-void Session::PrintLinkFailure() {
-  Fail(ExitCode::NoProgrammer, state_.StatusText);
-  if (!dialog_.Detail().empty()) console_.PrintError(dialog_.Detail());
+ExitCode Session::FailLink(ExitCode code) {
+  const std::string_view word = ops::TroubleOf(state_);
+  // Below the text of the engine the cause stands, for example why the port could not be opened.
+  const std::string& detail = dialog_.Detail();
+  const std::string text = detail.empty() ? state_.StatusText : state_.StatusText + "\n" + detail;
+  const Explanation* const explanation = FindExplanation(word);
+  std::string english = explanation == nullptr ? text : explanation->Cause.English;
+  if (const std::string& path = state_.LastPortOpen.Path; port_named_ && !path.empty()) {
+    english = fmt::format("{} ({}): {}", PortName(), path, english);
+  }
+  return Fail(code, {.Code = word, .Text = {text, english}});
 }
 
 ExitCode Session::RequirePort() {
   if (HasPort()) return ExitCode::Success;
   return Fail(ExitCode::NoProgrammer,
-              "no port: give --port (or FENWRIGHT_PORT), or --simulate for the simulated board");
+              {.Code = ops::trouble::kNoProgrammer,
+               .Text = {"ポートの指定がありません",
+                        "no port: give --port (or FENWRIGHT_PORT), or --simulate for the simulated "
+                        "board"},
+               .Cure = {"--port (または環境変数 FENWRIGHT_PORT) でポートを指定するか、--simulate "
+                        "でシミュレーションのボードを使います。",
+                        ""}});
 }
 
 std::string Session::PortNumber() const {
@@ -137,13 +211,18 @@ ExitCode Session::ChooseFolder() {
   const std::filesystem::path folder = std::filesystem::absolute(ToPath(options_.Folder), error);
   if (error || !std::filesystem::is_directory(folder, error)) {
     return Fail(ExitCode::FileError,
-                fmt::format("--folder {}: there is no such folder", options_.Folder));
+                {.Code = problem::kFileMissing,
+                 .Text = {fmt::format("--folder {}: そのフォルダーはありません", options_.Folder),
+                          fmt::format("--folder {}: there is no such folder", options_.Folder)}});
   }
   if (!platform::MayWriteInto(ToUtf8(folder))) {
-    return Fail(ExitCode::FileError,
-                fmt::format("--folder {}: the folder cannot be written; the trace, the dumps and "
-                            "the report go there, so name another one",
-                            options_.Folder));
+    return Fail(
+        ExitCode::FileError,
+        {.Code = problem::kFileUnwritable,
+         .Text = {fmt::format("--folder {}: フォルダーに書けません", options_.Folder),
+                  fmt::format("--folder {}: the folder cannot be written", options_.Folder)},
+         .Cure = {"トレース、ダンプ、レポートの行き先です。別のフォルダーを指定します。",
+                  "the trace, the dumps and the report go there, so name another one"}});
   }
   folder_ = ToUtf8(folder / "");
   return ExitCode::Success;
@@ -151,11 +230,19 @@ ExitCode Session::ChooseFolder() {
 
 ExitCode Session::ChooseDevice() {
   if (options_.Device.empty()) {
-    return Fail(ExitCode::Usage, "--device is missing; the devices are:\n" + ListDeviceNames());
+    return Fail(
+        ExitCode::Usage,
+        {.Code = problem::kUnknownDevice,
+         .Text = {"--device の指定がありません。デバイスは次のとおりです:\n" + ListDeviceNames(),
+                  "--device is missing; the devices are:\n" + ListDeviceNames()}});
   }
-  std::string error;
+  core::Sentence error;
   const int index = FindDeviceIndex(options_.Device, error);
-  if (index < 0) return Fail(ExitCode::Usage, "--device: " + error);
+  if (index < 0) {
+    return Fail(ExitCode::Usage,
+                {.Code = problem::kUnknownDevice,
+                 .Text = {"--device: " + error.Japanese, "--device: " + error.English}});
+  }
   settings_.Write(core::kSettingsSection, core::kDeviceKey, std::to_string(index));
   return ExitCode::Success;
 }
@@ -163,13 +250,21 @@ ExitCode Session::ChooseDevice() {
 ExitCode Session::ChooseRealPort() {
   const auto port = ParsePort(options_.Port);
   if (!port) {
-    const bool number = options_.Port.starts_with("COM");
-    return Fail(number ? ExitCode::Usage : ExitCode::NoProgrammer,
-                fmt::format("--port {}: {}", options_.Port,
-                            number ? "the numbers are COM1 to COM256" : "there is no such device"));
+    if (options_.Port.starts_with("COM")) {
+      return Fail(
+          ExitCode::Usage,
+          {.Code = problem::kUsage,
+           .Text = {fmt::format("--port {}: 番号は COM1 から COM256 までです", options_.Port),
+                    fmt::format("--port {}: the numbers are COM1 to COM256", options_.Port)}});
+    }
+    return Fail(ExitCode::NoProgrammer,
+                {.Code = ops::trouble::kNoProgrammer,
+                 .Text = {fmt::format("--port {}: そのデバイスはありません", options_.Port),
+                          fmt::format("--port {}: there is no such device", options_.Port)}});
   }
   if (!port->Path.empty()) overrides_[port->Number] = port->Path;
   settings_.Write(core::kSettingsSection, core::kPortNumberKey, std::to_string(port->Number));
+  port_named_ = true;
   return ExitCode::Success;
 }
 
@@ -193,12 +288,19 @@ ExitCode Session::MakeSimulatedPort() {
   for (const std::string& form : options_.Faults) {
     std::string error;
     const auto fault = board::ParseFault(form, error);
-    if (!fault) return Fail(ExitCode::Usage, "--simulate-fault: " + error);
+    if (!fault) {
+      const std::string text = "--simulate-fault: " + error;
+      return Fail(ExitCode::Usage, {.Code = problem::kUsage, .Text = {text, text}});
+    }
     board_options.Faults.push_back(*fault);
   }
   if (!options_.SimulateChip.empty() && board::FindChip(options_.SimulateChip) == nullptr) {
-    return Fail(ExitCode::Usage, fmt::format("--simulate-chip {}: the chips are:\n{}",
-                                             options_.SimulateChip, board::ListChipNames()));
+    return Fail(ExitCode::Usage,
+                {.Code = problem::kUnknownDevice,
+                 .Text = {fmt::format("--simulate-chip {}: チップは次のとおりです:\n{}",
+                                      options_.SimulateChip, board::ListChipNames()),
+                          fmt::format("--simulate-chip {}: the chips are:\n{}",
+                                      options_.SimulateChip, board::ListChipNames())}});
   }
   const auto board = std::make_shared<board::SimulatedBoard>(board_options);
   auto port = std::make_unique<board::SimulatedSerialControl>(board, board::SteadyTimeSource());
@@ -208,6 +310,7 @@ ExitCode Session::MakeSimulatedPort() {
   };
   port_ = std::move(port);
   settings_.Write(core::kSettingsSection, core::kPortNumberKey, "1");
+  port_named_ = true;
   return ExitCode::Success;
 }
 

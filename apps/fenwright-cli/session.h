@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -16,6 +18,7 @@
 #include "platform/system/port_names.h"
 #include "platform/system/system_clock.h"
 #include "platform/system/text_files.h"
+#include "problem.h"
 
 namespace fenwright::cli {
 
@@ -47,8 +50,30 @@ class Session {
   /// Prepares the run with what is needed. On failure the cause is printed.
   ExitCode Start(const Needs& needs);
 
-  /// Prints "error: " and the text; returns the code.
-  ExitCode Fail(ExitCode code, std::string_view text);
+  /// Prints a problem and its cure, and keeps it as what the call failed by unless there is one
+  /// already; returns the code.
+  ExitCode Fail(ExitCode code, const Problem& problem);
+  /// The same without a line on standard error.
+  void NoteError(const Problem& problem) {
+    if (!error_) error_ = problem;
+  }
+  /// Prints a problem that does not end the call, and keeps it among the warnings.
+  void Warn(const Problem& problem);
+  /// The same without a line on standard error.
+  void NoteWarning(const Problem& problem);
+  /// Fails a call that the user stopped before the device was asked for anything.
+  ExitCode FailStopped();
+  /// Fails a call that a file of the engine's own ended: what the engine said is on the screen.
+  ExitCode FailByFile();
+  /// A file that the call has written, for the result.
+  void NoteWrittenFile(const std::string& path) { written_files_.push_back(path); }
+  /// The version line of a board that was asked for it by itself.
+  void NoteBoardVersion(const std::string& version) { board_version_ = version; }
+
+  /// A text in the language of the call.
+  [[nodiscard]] const std::string& In(const core::Sentence& sentence) const {
+    return sentence.In(options_.Language);
+  }
 
   /// The ports of this system as the options of the call name them; Start() is not needed.
   ExitCode FindPorts(std::unique_ptr<platform::PortInfos>& ports);
@@ -72,13 +97,16 @@ class Session {
   [[nodiscard]] bool KeepsFiles() const { return !folder_.empty(); }
   /// True when the result is printed as JSON, and not in words.
   [[nodiscard]] bool Json() const { return options_.Json; }
+  [[nodiscard]] core::Language Language() const { return options_.Language; }
+  /// True when Fail() was called.
+  [[nodiscard]] bool HasError() const { return error_.has_value(); }
   [[nodiscard]] ChosenFuses& Fuses() { return fuses_; }
   [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
 
-  /// Device, port and board as --json tells them, and why the board could not be used.
-  [[nodiscard]] nlohmann::json LinkFields() const;
-  /// The same failure in words: what was shown last, cause and cure.
-  void PrintLinkFailure();
+  /// What every result in JSON has: see docs/json.md.
+  [[nodiscard]] nlohmann::json CommonFields() const;
+  /// Fails a call for which no board could be used: what was shown last, cause and cure.
+  ExitCode FailLink(ExitCode code);
 
  private:
   ExitCode ChooseFolder();
@@ -88,6 +116,9 @@ class Session {
   void MakeRealPort();
   void MakeContext(bool may_write);
   [[nodiscard]] std::string DevicePath(int com_number) const;
+  [[nodiscard]] bool Japanese() const { return options_.Language == core::Language::Japanese; }
+  /// The problem's own cure, or else that of its word.
+  [[nodiscard]] const std::string& CureOf(const Problem& problem) const;
 
   const Options& options_;
   core::AppState state_;
@@ -110,6 +141,11 @@ class Session {
   NoComForm com_form_;
   ChosenFuses fuses_;
   std::string folder_;
+  std::vector<Problem> warnings_;
+  std::optional<Problem> error_;
+  bool port_named_ = false;
+  std::vector<std::string> written_files_;
+  std::string board_version_;
   platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;
   std::unique_ptr<platform::SerialControl> updater_port_;

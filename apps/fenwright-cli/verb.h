@@ -12,9 +12,8 @@ namespace fenwright::cli {
 /// What a verb came to.
 struct Outcome {
   ExitCode Code = ExitCode::Success;
-  /// For --json: the fields beside "command", "result" and "exit_code"; a list is printed as it is.
-  /// Nothing at all stands for a call that was refused: the first error printed is the message.
-  nlohmann::json Json;
+  /// For --json: the verb's own fields, beside those that every result has.
+  nlohmann::json Json = nlohmann::json::object();
 };
 
 using VerbRun = std::function<Outcome(Session&)>;
@@ -29,9 +28,14 @@ struct Verb {
   VerbRun (*Bind)(CLI::App& command);
   /// Standard output gets the result and nothing else, as with --quiet.
   bool ResultOnly = false;
-  /// For --json, the fields of a call that was refused, if there are more than for other verbs.
-  nlohmann::json (*RefusedFields)() = nullptr;
 };
+
+/// The version of the form of the JSON: it grows when a field goes or changes its meaning.
+inline constexpr int kJsonSchema = 1;
+
+/// The JSON of a call that did not come as far as a verb.
+std::string JsonOfUsageError(const std::string& command, const core::Sentence& text,
+                             core::Language language);
 
 /// Gives the verb what it needs, runs it, and prints its result if --json asks for one.
 ExitCode RunVerb(const Verb& verb, const VerbRun& run, Options options);

@@ -37,6 +37,16 @@ struct FuseTransfer {
   bool operator==(const FuseTransfer&) const = default;
 };
 
+/// What kind of failure `CommandRecord::LastFailure` tells of.
+enum class FailureKind {
+  None,
+  NoReply,         ///< the board did not answer in time
+  WrongReply,      ///< the board answered something else than an acknowledgement
+  PortGone,        ///< the line was lost: unplugged, hung up
+  NoSignature,     ///< the chip does not answer: not seated, locked, or none
+  OtherChip,       ///< the chip in the socket is not the selected device
+};
+
 /// A cell of the chip that a verify found to hold something else than its buffer.
 struct Difference {
   bool InFlash = true;
@@ -53,6 +63,7 @@ struct CommandRecord {
   bool LinkReady = false;          ///< the board was found and has accepted the device
   bool InProgrammingMode = false;  ///< the board was told to enter programming mode
   std::string LastFailure;         ///< what last failed: an exchange, or the signature
+  FailureKind Failure = FailureKind::None;  ///< of which kind that was
   bool NoticeShown = false;        ///< the last message was a notice, no busy text
   bool EraseStarted = false;
   bool Erased = false;

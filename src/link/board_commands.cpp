@@ -177,12 +177,19 @@ constexpr BoardCommand kAvrExtendCommand{.Character = 'A',
 
 enum class ExchangeEnd { Good, TimedOut, WrongReply };
 
+core::FailureKind KindOf(core::RunContext& context, ExchangeEnd end) {
+  if (end == ExchangeEnd::WrongReply) return core::FailureKind::WrongReply;
+  return context.Line.ProgrammerPort.IsGone() ? core::FailureKind::PortGone
+                                              : core::FailureKind::NoReply;
+}
+
 /// A command without a text for its failure says nothing, and sets no flag.
 ExchangeEnd Fail(core::RunContext& context, ExchangeEnd end, std::string_view text,
                  std::int16_t& error) {
   if (text.empty()) return end;
   error = 1;
   context.State.Command.LastFailure = text;
+  context.State.Command.Failure = KindOf(context, end);
   core::ShowStatus(context, text);
   return end;
 }

@@ -74,6 +74,12 @@ std::int16_t FlashWordsOf(const Signature& signature) {
                 : FlashWordsOfFamily(signature.Family);
 }
 
+bool IsUsable(const Signature& signature) {
+  const std::array<std::uint8_t, 3> bytes{signature.Vendor, signature.Family, signature.Part};
+  const bool all_zero = std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; });
+  return !all_zero && std::ranges::find(bytes, std::uint8_t{0xFF}) == bytes.end();
+}
+
 std::string_view JudgeSignature(const core::RunContext& context, const Signature& signature) {
   const std::array<std::uint8_t, 3> bytes{signature.Vendor, signature.Family, signature.Part};
   if (std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; })) {
@@ -100,6 +106,8 @@ void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words
   const std::string_view complaint = JudgeSignature(context, *signature);
   if (complaint.empty()) return;
   context.State.Command.LastFailure = complaint;
+  context.State.Command.Failure =
+      IsUsable(*signature) ? core::FailureKind::OtherChip : core::FailureKind::NoSignature;
   core::ShowMessage(context, complaint, MessageMode::Notice);
   error = 1;
 }

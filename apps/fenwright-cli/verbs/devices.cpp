@@ -19,7 +19,7 @@ Outcome ListDevices(Session& session) {
                          device.FlashWords, device.EepromBytes, device.Signature[0],
                          device.Signature[1], device.DisplayName);
   }
-  return {.Code = session.Out().PrintResult(table), .Json = list};
+  return {.Code = session.Out().PrintResult(table), .Json = {{"devices", list}}};
 }
 
 }  // namespace

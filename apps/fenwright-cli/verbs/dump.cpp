@@ -17,11 +17,7 @@ VerbRun BindDump(CLI::App& command) {
     const bool has_data = session.Context().Storage.Files.Exists(state.DataFileName);
     const std::string eeprom = has_data ? code_page.ToUtf8(image::EepromDump(state)) : "";
     nlohmann::json fields = loaded.Fields;
-    fields.update({{"device", session.Device()},
-                   {"code_file", state.CodeFileName},
-                   {"data_file", has_data ? state.DataFileName : ""},
-                   {"dump", flash},
-                   {"eeprom_dump", eeprom}});
+    fields.update({{"dump", flash}, {"eeprom_dump", eeprom}});
     return {.Code = session.Out().PrintResult(has_data ? flash + "\r\n" + eeprom : flash),
             .Json = fields};
   };

@@ -5,7 +5,9 @@
 
 #include <fmt/format.h>
 
+#include "image/image_check.h"
 #include "link/detection.h"
+#include "ops/trouble.h"
 #include "platform/system/terminal.h"
 #include "update/update_check.h"
 #include "update/update_protocol.h"
@@ -91,7 +93,32 @@ struct UpdateOptions {
   bool DryRun = false;
 };
 
-nlohmann::json NoVersion() { return {{"result", "failed"}, {"board_version", ""}}; }
+/// The word for what is wrong with an image.
+std::string_view WordOf(update::ImageFault fault) {
+  using update::ImageFault;
+  switch (fault) {
+    case ImageFault::NoDataRecord:
+      return image::Name(image::FindingCode::NoData);
+    case ImageFault::WrongChecksum:
+      return image::Name(image::FindingCode::WrongChecksum);
+    case ImageFault::UnusedAddress:
+      return image::Name(image::FindingCode::ExtendedAddress);
+    case ImageFault::OddAddress:
+      return problem::kOddAddress;
+    case ImageFault::DataAfterEnd:
+      return image::Name(image::FindingCode::RecordsAfterEnd);
+    case ImageFault::Contradiction:
+      return image::Name(image::FindingCode::ContradictingRecords);
+    case ImageFault::NoEndRecord:
+      return image::Name(image::FindingCode::NoEndRecord);
+    case ImageFault::NoWordToSend:
+      return problem::kNoWordToSend;
+    case ImageFault::BrokenLine:
+    case ImageFault::None:
+      break;
+  }
+  return problem::kBrokenLine;
+}
 
 class FirmwareCall {
  public:
@@ -107,6 +134,10 @@ class FirmwareCall {
 
  private:
   Console& Out() { return session_.Out(); }
+  [[nodiscard]] std::string NothingSent() const {
+    return session_.In({"バージョンの問い合わせのほかは、何も送っていません",
+                        "nothing was sent but the question for the version"});
+  }
   update::UpdateContext Context() {
     return {.Run = session_.Context(),
             .State = state_,
@@ -116,20 +147,18 @@ class FirmwareCall {
             .CommonDialog100 = session_.Context().Screen.FileDialogs};
   }
 
-  ExitCode Fail(ExitCode code, const std::string& message) {
-    fields_["message"] = message;
+  ExitCode Fail(ExitCode code, const Problem& problem) {
     Out().EndProgress();
-    return session_.Fail(code, message);
+    return session_.Fail(code, problem);
   }
 
   ExitCode FailToOpen() {
-    return Fail(ExitCode::NoProgrammer, "the port cannot be opened: " + form_.Detail());
+    return Fail(ExitCode::NoProgrammer, {.Code = ops::TroubleOf(state_.LastPortOpen),
+                                         .Text = {"ポートを開けません: " + form_.Detail(),
+                                                  "the port cannot be opened: " + form_.Detail()}});
   }
 
-  Outcome Finish(ExitCode code) {
-    if (code == ExitCode::Success) fields_["result"] = Name(code);
-    return {.Code = code, .Json = fields_};
-  }
+  Outcome Finish(ExitCode code) { return {.Code = code, .Json = fields_}; }
 
   /// A board that gives no version is no reason to stop here.
   ExitCode ReadVersion() {
@@ -138,7 +167,7 @@ class FirmwareCall {
     if (outcome == update::VersionOutcome::PortNotOpened) return FailToOpen();
     if (outcome == update::VersionOutcome::Read) {
       version_ = VersionLine(state_.ReceiveBuffer);
-      fields_["board_version"] = *version_;
+      session_.NoteBoardVersion(*version_);
     }
     return ExitCode::Success;
   }
@@ -147,36 +176,48 @@ class FirmwareCall {
     if (const ExitCode code = ReadVersion(); code != ExitCode::Success) return code;
     if (!version_) {
       return Fail(ExitCode::NoProgrammer,
-                  "no board gives its version on this port; one whose last update was broken off "
-                  "gives none until it is updated again");
+                  {.Code = ops::trouble::kNoProgrammer,
+                   .Text = {"このポートでバージョンを答えるボードがありません。更新が途中で終わった"
+                            "ボードは、もう一度更新するまで答えません",
+                            "no board gives its version on this port; one whose last update was "
+                            "broken off gives none until it is updated again"}});
     }
-    fields_["message"] = *version_;
     Out().PrintResult(*version_);
     return ExitCode::Success;
   }
 
   ExitCode CheckFile(const std::string& path) {
     if (const auto read = session_.Context().Storage.Files.Read(path, content_); !read) {
-      return Fail(ExitCode::FileError, fmt::format("{}: cannot be read: {}", path, read.Reason));
+      const bool missing = read.Code == platform::FileResult::Status::NotFound;
+      return Fail(ExitCode::FileError,
+                  {.Code = missing ? problem::kFileMissing : problem::kFileUnreadable,
+                   .Text = {fmt::format("{}: 読めません: {}", path, read.Reason),
+                            fmt::format("{}: cannot be read: {}", path, read.Reason)}});
     }
     image_ = update::CheckImage(content_);
     if (image_.Fault != update::ImageFault::None) {
-      const std::string fault = DescribeFault(image_, Language::English);
-      Fail(ExitCode::FileError, fmt::format("{}: {}", path, fault));
-      Out().PrintError("nothing was sent to the board");
+      const auto text = [&](Language language) {
+        return fmt::format("{}: {}", path, DescribeFault(image_, language));
+      };
+      Fail(ExitCode::FileError, {.Code = WordOf(image_.Fault),
+                                 .Text = {text(Language::Japanese), text(Language::English)}});
+      Out().PrintError(
+          session_.In({"ボードには何も送っていません", "nothing was sent to the board"}));
       return ExitCode::FileError;
     }
     if (image_.FirstOddLine != 0) {
-      Out().PrintError(
-          fmt::format("warning: {}: {}", path, DescribeOddRecord(image_, Language::English)));
+      const auto text = [&](Language language) {
+        return fmt::format("{}: {}", path, DescribeOddRecord(image_, language));
+      };
+      session_.Warn({.Code = problem::kOddRecord,
+                     .Text = {text(Language::Japanese), text(Language::English)}});
     }
-    fields_.update({{"file", path},
-                    {"file_bytes", content_.size()},
+    fields_.update({{"file_bytes", content_.size()},
                     {"words_to_send", image_.WordsToSend},
                     {"words_to_skip", image_.WordsToSkip},
                     {"words_sent", 0},
                     {"updated", false},
-                    {"seconds", 0.0},
+                    {"update_seconds", 0.0},
                     {"stream_seconds", 0.0}});
     return ExitCode::Success;
   }
@@ -187,8 +228,10 @@ class FirmwareCall {
     if (session_.Context().Storage.Files.Read(path, content) && content == content_) {
       return ExitCode::Success;
     }
-    Fail(ExitCode::FileError, path + ": has changed since it was checked");
-    Out().PrintError("the board was not changed");
+    Fail(ExitCode::FileError, {.Code = problem::kFileChanged,
+                               .Text = {path + ": 確認の後で変わりました",
+                                        path + ": has changed since it was checked"}});
+    Out().PrintError(session_.In({"ボードは変わっていません", "the board was not changed"}));
     return ExitCode::FileError;
   }
 
@@ -232,25 +275,39 @@ class FirmwareCall {
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
     fields_.update({{"words_sent", state_.WordsSent},
                     {"updated", outcome == update::UpdateOutcome::Finished},
-                    {"seconds", seconds.count()},
+                    {"update_seconds", seconds.count()},
                     {"stream_seconds", state_.StreamSeconds}});
     Out().EndProgress();
-    const std::string board_state = DescribeBoardState(state_, Language::English);
+    const std::string board_state = DescribeBoardState(state_, session_.Language());
+    fields_["board_state"] = outcome == update::UpdateOutcome::Finished
+                                 ? session_.In({"更新しました。ボードの電源を入れ直してください",
+                                                "firmware updated; switch the board off and on"})
+                                 : board_state;
     if (outcome == update::UpdateOutcome::Finished) {
-      fields_["message"] = "firmware updated; switch the board off and on";
       Out().Print(
           fmt::format("ok: firmware updated, {} words ({:.1f} s); switch the board off and on",
                       state_.WordsSent, seconds.count()));
       return ExitCode::Success;
     }
     if (outcome == update::UpdateOutcome::Stopped) {
-      return Fail(ExitCode::Stopped, "stopped: " + board_state);
+      const auto text = [this](Language language) { return DescribeBoardState(state_, language); };
+      return Fail(ExitCode::Stopped, {.Code = problem::kStopped,
+                                      .Text = {"止めました: " + text(Language::Japanese),
+                                               "stopped: " + text(Language::English)},
+                                      .Cure = {board_state, board_state}});
     }
     const bool nobody_there =
         !version_ && outcome == update::UpdateOutcome::TimedOut && state_.WordsSent <= 1;
-    Fail(nobody_there ? ExitCode::NoProgrammer : ExitCode::Failed, form_.Status());
-    Out().PrintError(nobody_there ? "no board answers on this port" : "failed: " + board_state);
-    return nobody_there ? ExitCode::NoProgrammer : ExitCode::Failed;
+    if (nobody_there) {
+      return Fail(ExitCode::NoProgrammer,
+                  {.Code = ops::trouble::kNoProgrammer,
+                   .Text = {form_.Status() + "。このポートではどのボードも応答しません",
+                            form_.Status() + ": no board answers on this port"}});
+    }
+    Fail(ExitCode::Failed,
+         {.Code = problem::kUpdateFailed, .Text = {form_.Status(), form_.Status()}});
+    Out().PrintError(std::string(Name(ExitCode::Failed)) + ": " + board_state);
+    return ExitCode::Failed;
   }
 
   ExitCode RunSteps(const UpdateOptions& options) {
@@ -260,21 +317,28 @@ class FirmwareCall {
     }
     if (version_ && !link::IsSupportedModel(*version_)) {
       Fail(ExitCode::NoProgrammer,
-           fmt::format("\"{}\" answers on this port, which is no supported programmer: name the "
-                       "programmer's port",
-                       *version_));
-      Out().PrintError("nothing was sent but the question for the version");
+           {.Code = ops::trouble::kOtherDevice,
+            .Text = {fmt::format("このポートでは「{}」が応答します。対応しているライターではありま"
+                                 "せん",
+                                 *version_),
+                     fmt::format("\"{}\" answers on this port, which is no supported programmer: "
+                                 "name the programmer's port",
+                                 *version_)}});
+      Out().PrintError(NothingSent());
       return ExitCode::NoProgrammer;
     }
     PrintPlan(options.File);
     if (options.DryRun) {
-      fields_["message"] = "nothing was sent but the question for the version";
+      fields_["board_state"] = NothingSent();
       return ExitCode::Success;
     }
     if (!options.Yes && !Confirmed()) {
       const bool stopped = session_.State().StopRequested;
-      return Fail(stopped ? ExitCode::Stopped : ExitCode::Failed,
-                  "not confirmed (--yes confirms); the board was not changed");
+      return Fail(
+          stopped ? ExitCode::Stopped : ExitCode::Failed,
+          {.Code = stopped ? problem::kStopped : problem::kNotConfirmed,
+           .Text = {"確認されませんでした (--yes で確認を省きます)。ボードは変わっていません",
+                    "not confirmed (--yes confirms); the board was not changed"}});
     }
     const ExitCode code = CheckSameFile(options.File);
     return code == ExitCode::Success ? RunUpdate(options.File) : code;
@@ -287,7 +351,7 @@ class FirmwareCall {
   std::optional<std::string> version_;
   std::string content_;  ///< of the file that was checked
   update::ImageReport image_;
-  nlohmann::json fields_ = NoVersion();
+  nlohmann::json fields_ = nlohmann::json::object();
 };
 
 VerbRun BindVersion(CLI::App& /*command*/) {
@@ -311,13 +375,11 @@ VerbRun BindUpdate(CLI::App& command) {
 const Verb kBoardVersion{.Name = "board-version",
                          .Description = "print the version of the board's own firmware",
                          .Needed = {.Port = true},
-                         .Bind = BindVersion,
-                         .RefusedFields = NoVersion};
+                         .Bind = BindVersion};
 
 const Verb kUpdateFirmware{.Name = "update-firmware",
                            .Description = "replace the board's own firmware",
                            .Needed = {.NamedPort = true},
-                           .Bind = BindUpdate,
-                           .RefusedFields = NoVersion};
+                           .Bind = BindUpdate};
 
 }  // namespace fenwright::cli

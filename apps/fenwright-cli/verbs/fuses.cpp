@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 
 #include "device_run.h"
+#include "explanations.h"
 #include "fuse/fuse_bytes.h"
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
@@ -99,51 +100,82 @@ std::optional<int> FindItem(Session& session, FuseList list, std::string_view te
   return exists ? position : std::nullopt;
 }
 
-/// Reads one FIELD=ITEM into the choices; what is wrong with it, "" when nothing is.
-std::string ReadChoice(Session& session, const std::string& text, Choices& choices) {
+/// Reads one FIELD=ITEM into the choices; what is wrong with it, if anything is.
+std::optional<Problem> ReadChoice(Session& session, const std::string& text, Choices& choices) {
+  const auto problem = [&text](std::string_view code, const std::string& japanese,
+                               const std::string& english) {
+    return Problem{.Code = code, .Text = {text + ": " + japanese, text + ": " + english}};
+  };
   const std::size_t equals = text.find('=');
-  if (equals == std::string::npos) return fmt::format("{}: write it as FIELD=ITEM", text);
+  if (equals == std::string::npos) {
+    return problem(problem::kUsage, "FIELD=ITEM の形で書きます", "write it as FIELD=ITEM");
+  }
   const std::string name = text.substr(0, equals);
   const std::string item = text.substr(equals + 1);
   const std::optional<FuseList> list = FindField(session, name);
   if (!list) {
-    return fmt::format("{}: {} has no such field; its fields are {}", text, session.Device(),
-                       ListFieldNames(session));
+    const std::string names = ListFieldNames(session);
+    return problem(problem::kUnknownField,
+                   fmt::format("{} にその項目はありません。項目は {}", session.Device(), names),
+                   fmt::format("{} has no such field; its fields are {}", session.Device(), names));
   }
   const std::optional<int> index = FindItem(session, *list, item);
   if (!index) {
-    return fmt::format("{}: {} has no such item; its items are{}", text, fuse::FieldName(*list),
-                       ListItems(session, *list));
+    const std::string items = ListItems(session, *list);
+    return problem(
+        problem::kUnknownItem,
+        fmt::format("{} にその値はありません。値は次のとおりです{}", fuse::FieldName(*list), items),
+        fmt::format("{} has no such item; its items are{}", fuse::FieldName(*list), items));
   }
   if (!choices.emplace(*list, *index).second) {
-    return fmt::format("{}: {} is given twice", text, fuse::FieldName(*list));
+    return problem(problem::kUsage, fmt::format("{} が二度あります", fuse::FieldName(*list)),
+                   fmt::format("{} is given twice", fuse::FieldName(*list)));
   }
-  return "";
+  return std::nullopt;
 }
 
 ExitCode ReadChoices(Session& session, const WriteOptions& options, Choices& choices) {
   for (const std::string& text : options.Fields) {
-    const std::string complaint = ReadChoice(session, text, choices);
-    if (!complaint.empty()) return session.Fail(ExitCode::Usage, complaint);
+    const auto problem = ReadChoice(session, text, choices);
+    if (problem) return session.Fail(ExitCode::Usage, *problem);
   }
   if (!choices.empty() || options.FromDefaults) return ExitCode::Success;
+  const std::string names = ListFieldNames(session);
   return session.Fail(
       ExitCode::Usage,
-      fmt::format("name what to write as FIELD=ITEM, or --from-defaults; the fields of {} are {}",
-                  session.Device(), ListFieldNames(session)));
+      {.Code = problem::kUsage,
+       .Text = {fmt::format("書くものを FIELD=ITEM で指定するか、--from-defaults を付けます。{} の"
+                            "項目は {}",
+                            session.Device(), names),
+                fmt::format("name what to write as FIELD=ITEM, or --from-defaults; the fields of "
+                            "{} are {}",
+                            session.Device(), names)}});
 }
 
-Outcome RefuseResetDisable(Session& session, const char* what_was_done) {
-  session.Out().PrintError(fuse::kResetDisableWarning);
-  session.Out().PrintError(fmt::format("{}; --allow-reset-disable allows it", what_was_done));
+Outcome RefuseResetDisable(Session& session, const core::Sentence& what_was_done) {
+  const std::string warning(fuse::kResetDisableWarning);
+  session.Fail(ExitCode::Usage,
+               {.Code = problem::kResetPin,
+                .Text = {warning, FindExplanation(problem::kResetPin)->Cause.English}});
+  session.Out().PrintError(
+      session.In(what_was_done) +
+      session.In({"。--allow-reset-disable で許します", "; --allow-reset-disable allows it"}));
   return {.Code = ExitCode::Usage};
+}
+
+/// The chosen item in ASCII, "" when no item stands for the bits.
+std::string AsciiName(Session& session, FuseList list) {
+  const int index = session.Fuses().SelectedIndex(list);
+  if (list != FuseList::Lock || index < 0) return session.Fuses().ChosenText(list);
+  return kLockModes.at(static_cast<std::size_t>(index));
 }
 
 nlohmann::json FieldsAsJson(Session& session) {
   nlohmann::json fields = nlohmann::json::object();
   for (const FuseList list : ListsOf(session)) {
     fields[std::string(fuse::FieldName(list))] = {{"index", session.Fuses().SelectedIndex(list)},
-                                                  {"item", session.Fuses().ChosenText(list)}};
+                                                  {"item", session.Fuses().ChosenText(list)},
+                                                  {"name", AsciiName(session, list)}};
   }
   return fields;
 }
@@ -200,9 +232,9 @@ std::string Difference(const FuseReading& first, const FuseReading& second) {
                      fmt::join(second.Calibration, " 0x"));
 }
 
-/// A byte that came wrong over the line shows in nothing else than a second reading. Nothing is in
-/// `complaint` unless both readings succeeded and differ.
-DeviceRun ReadTwice(Session& session, std::string& complaint) {
+/// A byte that came wrong over the line shows in nothing else than a second reading. Two readings
+/// that differ fail the call, with `consequence` behind what they differ in.
+DeviceRun ReadTwice(Session& session, const core::Sentence& consequence = {}) {
   DeviceRun run = RunOnDevice(session, ops::cmdFuseRead_Click);
   if (run.Code != ExitCode::Success) return run;
   const FuseReading first = LastFuseReading(session);
@@ -212,20 +244,31 @@ DeviceRun ReadTwice(Session& session, std::string& complaint) {
   if (run.Code != ExitCode::Success) return run;
   const std::string difference = Difference(first, LastFuseReading(session));
   if (difference.empty()) return run;
-  run.Code = ExitCode::Failed;
-  complaint = fmt::format(
-      "two readings of the device differ: {}; check the contacts and the cable and read again",
-      difference);
+  run.Code = session.Fail(
+      ExitCode::Failed,
+      {.Code = problem::kReadingsDiffer,
+       .Text = {fmt::format("二回の読み出しの結果が違います: {}。接触とケーブルを確かめて、もう一度"
+                            "読み出してください{}",
+                            difference, consequence.Japanese),
+                fmt::format("two readings of the device differ: {}; check the contacts and the "
+                            "cable and read again{}",
+                            difference, consequence.English)}});
   return run;
 }
 
 /// Tells of a device run that went well on the line, and whose result is not to be trusted.
-Outcome TellDoubt(Session& session, const DeviceRun& run, const std::string& complaint,
-                  nlohmann::json more) {
-  session.Fail(ExitCode::Failed, complaint);
+Outcome TellDoubt(Session& session, const DeviceRun& run, const Problem& problem,
+                  const nlohmann::json& more) {
+  session.Fail(ExitCode::Failed, problem);
   if (!session.Json()) return {.Code = ExitCode::Failed};
-  more["message"] = complaint;
   return TellDeviceRun(session, {.Code = ExitCode::Failed, .Seconds = run.Seconds}, more);
+}
+
+/// Two readings that differ have said what they came to; nothing of the second is shown.
+Outcome TellFuseRun(Session& session, const DeviceRun& run,
+                    const nlohmann::json& more = nlohmann::json::object()) {
+  if (session.HasError() && !session.Json()) return {.Code = run.Code};
+  return TellDeviceRun(session, run, more);
 }
 
 /// What a write-fuses call is about to write, over what.
@@ -314,23 +357,23 @@ nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
 
 Outcome FinishDryRun(Session& session, const Plan& plan) {
   session.Out().Print("ok: nothing was written (--dry-run)");
-  nlohmann::json fields = PlanAsJson(session, plan, false);
-  fields["device"] = session.Device();
-  return {.Json = fields};
+  return {.Json = PlanAsJson(session, plan, false)};
 }
 
 Outcome ReadFuses(Session& session) {
   if (!LayoutOf(session).ReadEnabled) {
-    return {.Code = session.Fail(
-                ExitCode::Usage,
-                fmt::format("the fuse and lock bits of {} cannot be read", session.Device()))};
+    return {
+        .Code = session.Fail(
+            ExitCode::Usage,
+            {.Code = problem::kFusesUnreadable,
+             .Text = {
+                 fmt::format("{} のヒューズとロックビットは読み出せません", session.Device()),
+                 fmt::format("the fuse and lock bits of {} cannot be read", session.Device())}})};
   }
   // Bits that no item stands for leave the list as it is; its default must not pass for them.
   session.Fuses().Select(FuseList::Lock, -1);
-  std::string complaint;
-  const DeviceRun run = ReadTwice(session, complaint);
-  if (!complaint.empty()) return TellDoubt(session, run, complaint, nlohmann::json::object());
-  if (run.Code != ExitCode::Success) return TellDeviceRun(session, run);
+  const DeviceRun run = ReadTwice(session);
+  if (run.Code != ExitCode::Success) return TellFuseRun(session, run);
   PrintFields(session);
   return TellDeviceRun(session, run,
                        {{"fields", FieldsAsJson(session)},
@@ -391,8 +434,11 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
   if (read.Code != ExitCode::Success) {
     fields["read_back"] = "failed";
     return TellDoubt(session, run,
-                     "the bits were written, and could not be read back: check the connection, and "
-                     "whether the device still has its clock",
+                     {.Code = problem::kNotReadBack,
+                      .Text = {"ビットは書き込みましたが、読み戻せませんでした。接続と、デバイスに"
+                               "クロックがあるかを確かめてください",
+                               "the bits were written, and could not be read back: check the "
+                               "connection, and whether the device still has its clock"}},
                      fields);
   }
   fields["read_back"] = BytesAsJson(session.State().Command.FuseBytes);
@@ -403,7 +449,10 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
     if (!session.Json()) return {.Code = ExitCode::Success};
     return TellDeviceRun(session, run, fields);
   }
-  return TellDoubt(session, run, other + "; a locked device keeps its bits until it is erased",
+  return TellDoubt(session, run,
+                   {.Code = problem::kFusesDiffer,
+                    .Text = {other + "。プロテクトされたデバイスはイレースまでビットを保ちます",
+                             other + "; a locked device keeps its bits until it is erased"}},
                    fields);
 }
 
@@ -414,21 +463,18 @@ Outcome WriteFuses(Session& session, const WriteOptions& options) {
   }
   const auto reset = choices.find(FuseList::Rstdisabl);
   if (reset != choices.end() && reset->second == 0 && !options.AllowResetDisable) {
-    return RefuseResetDisable(session, "nothing was sent");
+    return RefuseResetDisable(session, {"何も送っていません", "nothing was sent"});
   }
   if (LayoutOf(session).ReadEnabled) {
-    std::string complaint;
-    const DeviceRun read = ReadTwice(session, complaint);
-    if (!complaint.empty()) {
-      return TellDoubt(session, read, complaint + "; nothing was written", {{"written", false}});
-    }
-    if (read.Code != ExitCode::Success) return TellDeviceRun(session, read, {{"written", false}});
+    const DeviceRun read =
+        ReadTwice(session, {"。何も書き込んでいません", "; nothing was written"});
+    if (read.Code != ExitCode::Success) return TellFuseRun(session, read, {{"written", false}});
   }
   const Plan plan = MakePlan(session, options, choices);
   PrintPlan(session, plan);
   // A chip that claims to have given its reset pin away already is not to be believed.
   if (fuse::DisablesReset(session.Context()) && !options.AllowResetDisable) {
-    return RefuseResetDisable(session, "nothing was written");
+    return RefuseResetDisable(session, {"何も書き込んでいません", "nothing was written"});
   }
   if (options.DryRun) return FinishDryRun(session, plan);
   const DeviceRun run = RunOnDevice(session, ops::cmdFuseWrite_Click);

@@ -6,8 +6,10 @@
 
 #include <fmt/format.h>
 
+#include "explanations.h"
 #include "ops/command.h"
 #include "ops/link_commands.h"
+#include "ops/trouble.h"
 #include "platform/system/low_latency.h"
 #include "verbs.h"
 
@@ -61,10 +63,9 @@ ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending
 
 nlohmann::json DetectionFields(Session& session) {
   const core::AppState& state = session.State();
-  nlohmann::json fields = session.LinkFields();
+  nlohmann::json fields{{"device_path", state.LastPortOpen.Path}};
   fields["firmware"] = Verdict(state).Word;
   fields["device_answer"] = Answer(state);
-  fields["message"] = state.StatusText;
   return fields;
 }
 
@@ -86,10 +87,17 @@ Outcome Detect(Session& session) {
   const core::CommandEnding ending = ops::RunCommand(session.Context(), ops::Detect);
   const ExitCode code = CodeOfDetection(session.State(), ending);
   PrintDetection(session);
-  if (code != ExitCode::Success && !session.Json()) {
-    session.PrintLinkFailure();
-    session.Out().PrintError(Name(code));
+  if (code == ExitCode::Stopped) {
+    session.FailStopped();
+  } else if (code == ExitCode::FileError) {
+    session.FailByFile();
+  } else if (code != ExitCode::Success) {
+    session.FailLink(code);
+  } else if (ops::VerdictOf(session.State()) == ops::BoardVerdict::Advised) {
+    session.NoteWarning({.Code = problem::kFirmwareAdvised,
+                         .Text = FindExplanation(problem::kFirmwareAdvised)->Cause});
   }
+  if (code != ExitCode::Success && !session.Json()) session.Out().PrintError(Name(code));
   return {.Code = code, .Json = DetectionFields(session)};
 }
 
@@ -112,22 +120,27 @@ LinkReport MakeReport(const core::RunContext& context, std::vector<double> times
   return report;
 }
 
-std::string Advice(const LinkReport& report, const std::string& path) {
-  return fmt::format(
-      "every reply comes {:.1f} ms late. Most often a USB adapter holds replies back: {}; connect "
-      "it without a hub, or use a serial port of the machine itself",
-      report.Extra * kMilliseconds, platform::LowLatencyCure(path));
+Problem Advice(const LinkReport& report, const std::string& path) {
+  const double late = report.Extra * kMilliseconds;
+  return {.Code = problem::kSlowLink,
+          .Text = {fmt::format("応答が毎回 {:.1f} ms 遅れています。USBアダプターが応答をためている"
+                               "ことがほとんどです: {}。ハブを通さずにつなぐか、本体のシリアル"
+                               "ポートを使ってください",
+                               late, platform::LowLatencyCure(path)),
+                   fmt::format("every reply comes {:.1f} ms late. Most often a USB adapter holds "
+                               "replies back: {}; connect it without a hub, or use a serial port "
+                               "of the machine itself",
+                               late, platform::LowLatencyCure(path))}};
 }
 
-nlohmann::json ReportAsJson(const LinkReport& report, const std::string& path) {
+nlohmann::json ReportAsJson(const LinkReport& report) {
   return {{"exchanges", report.Times.size()},
           {"minimum_ms", report.Spread.Minimum * kMilliseconds},
           {"median_ms", report.Spread.Median * kMilliseconds},
           {"maximum_ms", report.Spread.Maximum * kMilliseconds},
           {"wire_ms", ops::RoundTripWireSeconds() * kMilliseconds},
           {"forecast_write_seconds", report.Forecast.WriteSeconds},
-          {"forecast_verify_seconds", report.Forecast.VerifySeconds},
-          {"advice", report.IsLate() ? Advice(report, path) : ""}};
+          {"forecast_verify_seconds", report.Forecast.VerifySeconds}};
 }
 
 void PrintReport(Session& session, const LinkReport& report) {
@@ -142,9 +155,6 @@ void PrintReport(Session& session, const LinkReport& report) {
       fmt::format("forecast: {} in full: {:.1f} s to write, {:.1f} s to verify, and what the "
                   "chip itself takes",
                   session.Device(), report.Forecast.WriteSeconds, report.Forecast.VerifySeconds));
-  if (report.IsLate()) {
-    out.PrintError("advice: " + Advice(report, session.State().LastPortOpen.Path));
-  }
 }
 
 /// Detects, measures the round trip, and tells what it means for programming the device.
@@ -161,13 +171,20 @@ Outcome CheckLink(Session& session) {
   } else if (!report.IsComplete()) {
     outcome.Code = ExitCode::Failed;
   }
-  outcome.Json.update(ReportAsJson(report, session.State().LastPortOpen.Path));
+  outcome.Json.update(ReportAsJson(report));
+  if (report.IsLate()) session.Warn(Advice(report, session.State().LastPortOpen.Path));
   if (!report.Times.empty() && !session.Json()) PrintReport(session, report);
   if (outcome.Code != ExitCode::Success) {
-    const std::string complaint =
-        fmt::format("exchange {} of {} was not answered", report.Times.size() + 1, kExchanges);
-    outcome.Json["message"] = complaint;
-    if (!session.Json()) session.Fail(outcome.Code, complaint);
+    if (outcome.Code == ExitCode::Stopped) {
+      session.FailStopped();
+    } else {
+      session.Fail(outcome.Code,
+                   {.Code = ops::trouble::kNoReply,
+                    .Text = {fmt::format("{}回のうち{}回目のやり取りに応答がありませんでした",
+                                         kExchanges, report.Times.size() + 1),
+                             fmt::format("exchange {} of {} was not answered",
+                                         report.Times.size() + 1, kExchanges)}});
+    }
   }
   return outcome;
 }

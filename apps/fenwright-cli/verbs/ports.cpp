@@ -61,7 +61,7 @@ Outcome ListPorts(Session& session) {
     list.push_back(AsJson(port));
     lines += Line(port) + "\n";
   }
-  return {.Code = session.Out().PrintResult(lines), .Json = list};
+  return {.Code = session.Out().PrintResult(lines), .Json = {{"ports", list}}};
 }
 
 }  // namespace

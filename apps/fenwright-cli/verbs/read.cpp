@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,16 +24,26 @@ struct ReadOptions {
   bool Verify = false;  ///< a second reading must give the same
 };
 
-/// A file that a read is to save to must be writable, and new unless overwriting is allowed; what
-/// is wrong with it, "" when nothing is.
-std::string WhyNot(const std::string& path, bool force) {
+/// A file that a read is to save to must be writable, and new unless overwriting is allowed.
+std::optional<Problem> WhyNot(const std::string& path, bool force) {
   std::error_code ignored;
   const std::filesystem::path folder =
       std::filesystem::absolute(ToPath(path), ignored).parent_path();
-  if (std::filesystem::is_directory(ToPath(path), ignored)) return "is a folder";
-  if (!std::filesystem::is_directory(folder, ignored)) return "its folder does not exist";
-  const bool exists = std::filesystem::exists(ToPath(path), ignored);
-  return exists && !force ? "exists; --force overwrites it" : "";
+  const auto unwritable = [&path](const char* japanese, const char* english) {
+    return Problem{
+        .Code = problem::kFileUnwritable,
+        .Text = {fmt::format("{}: {}", path, japanese), fmt::format("{}: {}", path, english)}};
+  };
+  if (std::filesystem::is_directory(ToPath(path), ignored)) {
+    return unwritable("フォルダーです", "is a folder");
+  }
+  if (!std::filesystem::is_directory(folder, ignored)) {
+    return unwritable("フォルダーがありません", "its folder does not exist");
+  }
+  if (force || !std::filesystem::exists(ToPath(path), ignored)) return std::nullopt;
+  return Problem{.Code = problem::kFileExists,
+                 .Text = {path + ": すでにあります。--force で上書きします",
+                          path + ": exists; --force overwrites it"}};
 }
 
 /// True when both outputs would go to one file, however it is named.
@@ -48,38 +59,49 @@ bool IsOneFile(const ReadOptions& options) {
 
 ExitCode CheckOutputs(Session& session, const ReadOptions& options) {
   if (IsOneFile(options)) {
-    return session.Fail(ExitCode::Usage, "--code and --data name the same file");
+    return session.Fail(ExitCode::Usage, {.Code = problem::kUsage,
+                                          .Text = {"--code と --data が同じファイルです",
+                                                   "--code and --data name the same file"}});
   }
   for (const std::string& path : {options.Code, options.Data}) {
-    const std::string complaint = path.empty() ? "" : WhyNot(path, options.Force);
-    if (complaint.empty()) continue;
-    return session.Fail(ExitCode::FileError, fmt::format("{}: {}", path, complaint));
+    if (path.empty()) continue;
+    const auto problem = WhyNot(path, options.Force);
+    if (problem) return session.Fail(ExitCode::FileError, *problem);
   }
   return ExitCode::Success;
 }
 
-/// What went wrong with a file that was to be written; "" when it was.
-std::string Complaint(const std::string& path, const image::HexWriteReport& report) {
-  if (report) return "";
+/// What went wrong with a file that was to be written, if anything did.
+std::optional<Problem> Complaint(const std::string& path, const image::HexWriteReport& report) {
+  if (report) return std::nullopt;
   if (report.End == image::HexWriteEnd::CutShort) {
-    return fmt::format("{}: is cut short; the disc may be full", path);
+    return Problem{.Code = problem::kFileUnwritable,
+                   .Text = {path + ": 途中までしか書けませんでした。ディスクの空きがないようです",
+                            path + ": is cut short; the disc may be full"}};
   }
-  return fmt::format("{}: cannot be written: {}", path, report.Reason);
+  return Problem{.Code = problem::kFileUnwritable,
+                 .Text = {fmt::format("{}: 書けません: {}", path, report.Reason),
+                          fmt::format("{}: cannot be written: {}", path, report.Reason)}};
 }
 
-/// Saves what was read, as much of it as can be; the first thing that went wrong, "" = nothing.
-std::string Save(Session& session, const ReadOptions& options) {
-  std::string complaint;
+/// Saves what was read, as much of it as can be; false when something went wrong.
+bool Save(Session& session, const ReadOptions& options) {
+  const auto note = [&session](const std::string& path, const image::HexWriteReport& report) {
+    if (const auto problem = Complaint(path, report)) {
+      session.Fail(ExitCode::FileError, *problem);
+    } else {
+      session.NoteWrittenFile(path);
+    }
+  };
   if (!options.Code.empty()) {
     session.State().CodeSaveFileName = options.Code;
-    complaint = Complaint(options.Code, image::WriteCodeHexFile(session.Context()));
+    note(options.Code, image::WriteCodeHexFile(session.Context()));
   }
   if (!options.Data.empty()) {
     session.State().DataSaveFileName = options.Data;
-    const std::string second = Complaint(options.Data, image::WriteDataHexFile(session.Context()));
-    if (complaint.empty()) complaint = second;
+    note(options.Data, image::WriteDataHexFile(session.Context()));
   }
-  return complaint;
+  return !session.HasError();
 }
 
 /// What one reading of the device has brought.
@@ -119,35 +141,34 @@ std::string FirstDifference(const MemoryReading& first, const MemoryReading& sec
   return difference;
 }
 
-/// Reads once more; what was not the same, "" when everything was.
-std::string ReadAgain(Session& session, DeviceRun& run) {
+/// Reads once more; false when the device gave something else.
+bool ReadsAgainTheSame(Session& session, DeviceRun& run) {
   const MemoryReading first = LastMemoryReading(session.State());
   const DeviceRun second = RunOnDevice(session, ops::Cmd_btn_read_Click);
   run.Code = second.Code;
   run.Seconds += second.Seconds;
-  if (run.Code != ExitCode::Success) return "";
+  if (run.Code != ExitCode::Success) return true;
   const std::string difference = FirstDifference(first, LastMemoryReading(session.State()));
-  if (difference.empty()) return "";
-  return fmt::format(
-      "two readings of the device differ: {}; check the contacts and the cable; nothing was saved",
-      difference);
-}
-
-Outcome Tell(Session& session, DeviceRun run, ExitCode code, const std::string& complaint) {
-  run.Code = session.Fail(code, complaint);
-  return TellDeviceRun(session, run, {{"message", complaint}});
+  if (difference.empty()) return true;
+  run.Code = session.Fail(
+      ExitCode::Failed,
+      {.Code = problem::kReadingsDiffer,
+       .Text = {fmt::format("二回の読み出しの結果が違います: {}。何も保存していません", difference),
+                fmt::format("two readings of the device differ: {}; check the contacts and the "
+                            "cable; nothing was saved",
+                            difference)}});
+  return false;
 }
 
 Outcome Read(Session& session, const ReadOptions& options) {
   const ExitCode code = CheckOutputs(session, options);
   if (code != ExitCode::Success) return {.Code = code};
   DeviceRun run = RunOnDevice(session, ops::Cmd_btn_read_Click);
-  if (options.Verify && run.Code == ExitCode::Success) {
-    const std::string doubt = ReadAgain(session, run);
-    if (!doubt.empty()) return Tell(session, run, ExitCode::Failed, doubt);
+  const bool read_once = run.Code == ExitCode::Success;
+  const bool agreed = !read_once || !options.Verify || ReadsAgainTheSame(session, run);
+  if (agreed && run.Code == ExitCode::Success && !Save(session, options)) {
+    run.Code = ExitCode::FileError;
   }
-  const std::string complaint = run.Code == ExitCode::Success ? Save(session, options) : "";
-  if (!complaint.empty()) return Tell(session, run, ExitCode::FileError, complaint);
   return TellDeviceRun(session, run);
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdlib>
 #include <poll.h>
 #include <unistd.h>
 
@@ -9,6 +10,14 @@ namespace fenwright::platform {
 
 std::vector<std::string> Utf8Arguments(int count, char** arguments) {
   return {arguments, arguments + count};
+}
+
+bool UserReadsJapanese() {
+  for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* const value = std::getenv(name);
+    if (value != nullptr && *value != '\0') return std::string_view(value).starts_with("ja");
+  }
+  return false;
 }
 
 bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }

@@ -3,12 +3,17 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fenwright::platform {
 
 /// The arguments of main() in UTF-8, the program's name first.
 std::vector<std::string> Utf8Arguments(int count, char** arguments);
+
+/// True when the texts of a command line are to be Japanese: the language of the user's locale
+/// (`LC_ALL`, `LC_MESSAGES`, `LANG`), on Windows of the user interface.
+bool UserReadsJapanese();
 
 /// True when standard output is a terminal.
 bool OutputIsTerminal();
