@@ -1,13 +1,16 @@
 #include "device_name.h"
 
+#include <algorithm>
 #include <vector>
 
 #include <fmt/format.h>
 
 #include "core/device_catalogue.h"
+#include "suggest.h"
 #include "text.h"
 
 namespace fenwright::cli {
+
 std::string ListDeviceNames() {
   std::string names;
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
@@ -16,21 +19,33 @@ std::string ListDeviceNames() {
   return names;
 }
 
+std::string DeviceAlias(std::string_view display_name) {
+  const auto end = std::ranges::find_if_not(display_name, [](char character) {
+    return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
+           (character >= 'a' && character <= 'z');
+  });
+  return {display_name.begin(), end};
+}
+
 int FindDeviceIndex(std::string_view name, core::Sentence& error) {
   const auto devices = core::DeviceCatalogue();
   const std::string wanted = LowerCase(name);
   std::vector<int> found;
   for (int index = 0; index < static_cast<int>(devices.size()); ++index) {
     const std::string_view candidate = devices[static_cast<std::size_t>(index)].DisplayName;
-    if (candidate == name) return index;
+    if (candidate == name || LowerCase(DeviceAlias(candidate)) == wanted) return index;
     if (LowerCase(candidate).find(wanted) != std::string::npos) found.push_back(index);
   }
   if (found.size() == 1 && !wanted.empty()) return found.front();
   if (found.empty() || wanted.empty()) {
-    error = {
-        fmt::format("「{}」というデバイスはありません。デバイスは次のとおりです:\n{}", name,
-                    ListDeviceNames()),
-        fmt::format("no device is called \"{}\"; the devices are:\n{}", name, ListDeviceNames())};
+    std::vector<std::string> aliases;
+    for (const core::DeviceEntry& device : devices)
+      aliases.push_back(DeviceAlias(device.DisplayName));
+    const std::string meant = ClosestWord(name, aliases);
+    error = {fmt::format("「{}」というデバイスはありません{}。デバイスは次のとおりです:\n{}", name,
+                         meant.empty() ? "" : " (" + meant + " のことですか)", ListDeviceNames()),
+             fmt::format("no device is called \"{}\"{}; the devices are:\n{}", name,
+                         meant.empty() ? "" : ", did you mean " + meant + "?", ListDeviceNames())};
     return -1;
   }
   std::string candidates;

@@ -7,8 +7,13 @@
 
 namespace fenwright::cli {
 
-/// Selector index of the device that `name` stands for: its exact display name, or a part of it
-/// that no other device has, in any case. -1 when there is none; `error` then names the choices.
+/// The name of a device in ASCII letters and digits: what its display name begins with. No two
+/// devices have the same.
+std::string DeviceAlias(std::string_view display_name);
+
+/// Selector index of the device that `name` stands for: its exact display name, its alias, or a
+/// part of the display name that no other device has, in any case. -1 when there is none; `error`
+/// then names the choices.
 int FindDeviceIndex(std::string_view name, core::Sentence& error);
 
 /// The display names, one a line.

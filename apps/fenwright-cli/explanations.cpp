@@ -293,6 +293,12 @@ const auto& Table() {
         "there is no end record: the file may have been cut short"},
        {"ファイルの終わりを見ます。", "the end of the file"},
        {"ファイルを作り直します。", "make the file again"}},
+      {problem::kEmptyResetVector,
+       {"アドレス0が空です。デバイスは空のメモリーを通り抜けてから動き始めます。",
+        "address 0 is blank: the device runs through blank memory before it comes to the code"},
+       {"リンカーの設定と、ファイルがブートローダーだけでないかを確かめます。",
+        "the linker's section addresses, and whether the file is a boot loader alone"},
+       {"意図したものなら何も要りません。", "nothing, if it is meant so"}},
       // The board's own firmware.
       {problem::kBrokenLine,
        {"Intel HEX の正しいレコードではない行があります。",

@@ -34,6 +34,7 @@ inline constexpr std::string_view kNoWordToSend = "no-word-to-send";
 inline constexpr std::string_view kUpdateFailed = "update-failed";
 inline constexpr std::string_view kSlowLink = "slow-link";
 inline constexpr std::string_view kOddRecord = "odd-record";
+inline constexpr std::string_view kEmptyResetVector = "empty-reset-vector";
 inline constexpr std::string_view kLockedDevice = "locked-device";
 inline constexpr std::string_view kFirmwareAdvised = "firmware-advised";
 inline constexpr std::string_view kStopped = "stopped";

@@ -6,12 +6,13 @@
 
 namespace fenwright::cli {
 
-extern const Verb kDevices, kProgram, kRead, kVerify, kErase, kReadFuses, kWriteFuses, kDump,
-    kPorts, kDetect, kCheckLink, kBoardVersion, kUpdateFirmware;
+extern const Verb kDevices, kProgram, kRead, kVerify, kErase, kReadFuses, kWriteFuses, kDump, kLint,
+    kPorts, kDetect, kCheckLink, kBoardVersion, kUpdateFirmware, kExplain;
 
 /// The verbs, in the order of the help.
-inline constexpr std::array kVerbs{&kDevices,   &kProgram,      &kRead,          &kVerify, &kErase,
-                                   &kReadFuses, &kWriteFuses,   &kDump,          &kPorts,  &kDetect,
-                                   &kCheckLink, &kBoardVersion, &kUpdateFirmware};
+inline constexpr std::array kVerbs{&kDevices,      &kProgram,        &kRead,       &kVerify,
+                                   &kErase,        &kReadFuses,      &kWriteFuses, &kDump,
+                                   &kLint,         &kPorts,          &kDetect,     &kCheckLink,
+                                   &kBoardVersion, &kUpdateFirmware, &kExplain};
 
 }  // namespace fenwright::cli

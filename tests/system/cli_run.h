@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "system/board_program.h"
+#include "system/json_schema.h"
 
 namespace fenwright::testing {
 
@@ -30,7 +31,12 @@ struct CliResult {
   std::string Out;
   std::string Err;
 
-  [[nodiscard]] json Json() const { return json::parse(Out); }
+  /// The object of a call with --json. It has to be as docs/fenwright-cli.schema.json says.
+  [[nodiscard]] json Json() const {
+    const json told = json::parse(Out);
+    EXPECT_EQ(SchemaFault(told), "") << Out;
+    return told;
+  }
   friend void PrintTo(const CliResult& result, std::ostream* stream) {
     *stream << "exit code " << result.Code << "\n" << result.Out << "----\n" << result.Err;
   }

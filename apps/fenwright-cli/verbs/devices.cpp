@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "core/device_catalogue.h"
+#include "device_name.h"
 #include "verbs.h"
 
 namespace fenwright::cli {
@@ -11,6 +12,7 @@ Outcome ListDevices(Session& session) {
   std::string table;
   for (const auto& device : core::DeviceCatalogue()) {
     list.push_back({{"name", device.DisplayName},
+                    {"alias", DeviceAlias(device.DisplayName)},
                     {"flash_words", device.FlashWords},
                     {"eeprom_bytes", device.EepromBytes},
                     {"device_code", device.DeviceCode},

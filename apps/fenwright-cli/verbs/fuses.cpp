@@ -19,6 +19,7 @@
 #include "fuse/fuse_model.h"
 #include "fuse/reset_pin.h"
 #include "ops/commands.h"
+#include "suggest.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -47,10 +48,14 @@ std::vector<FuseList> ListsOf(Session& session) {
   return lists;
 }
 
+std::vector<std::string> FieldNames(Session& session) {
+  std::vector<std::string> names;
+  for (const FuseList list : ListsOf(session)) names.emplace_back(fuse::FieldName(list));
+  return names;
+}
+
 std::string ListFieldNames(Session& session) {
-  std::vector<std::string_view> names;
-  std::ranges::transform(ListsOf(session), std::back_inserter(names), fuse::FieldName);
-  return fmt::format("{}", fmt::join(names, " "));
+  return fmt::format("{}", fmt::join(FieldNames(session), " "));
 }
 
 std::string ListItems(Session& session, FuseList list) {
@@ -122,10 +127,13 @@ std::optional<Problem> ReadChoice(Session& session, const std::string& text, Cho
   const std::optional<int> index = FindItem(session, *list, item);
   if (!index) {
     const std::string items = ListItems(session, *list);
+    const std::string meant = ClosestWord(item, session.Fuses().Items(*list));
     return problem(
         problem::kUnknownItem,
-        fmt::format("{} にその値はありません。値は次のとおりです{}", fuse::FieldName(*list), items),
-        fmt::format("{} has no such item; its items are{}", fuse::FieldName(*list), items));
+        fmt::format("{} にその値はありません{}。値は次のとおりです{}", fuse::FieldName(*list),
+                    meant.empty() ? "" : " (" + meant + " のことですか)", items),
+        fmt::format("{} has no such item{}; its items are{}", fuse::FieldName(*list),
+                    meant.empty() ? "" : ", did you mean " + meant + "?", items));
   }
   if (!choices.emplace(*list, *index).second) {
     return problem(problem::kUsage, fmt::format("{} が二度あります", fuse::FieldName(*list)),

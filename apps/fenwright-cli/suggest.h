@@ -1,0 +1,13 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace fenwright::cli {
+
+/// The word that a mistyped one was most likely meant to be, in any case; "" when none is close: a
+/// third of its letters wrong at most, where two that are swapped count as one.
+std::string ClosestWord(std::string_view word, std::span<const std::string> candidates);
+
+}  // namespace fenwright::cli

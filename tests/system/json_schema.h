@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace fenwright::testing {
+
+/// Where an object is not as docs/fenwright-cli.schema.json says, and why; "" when it is.
+std::string SchemaFault(const nlohmann::json& object);
+
+}  // namespace fenwright::testing
