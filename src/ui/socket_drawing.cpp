@@ -93,7 +93,7 @@ const std::array<Place, 5> kPlaces{{
      .RowSpacing = 6,
      .BodyWidth = 5.4,
      .BodyLength = 20.5,
-     .Badge = {2.1, 18}},
+     .Badge = {1.9, 18}},
 }};
 
 QColor ColourOf(std::uint32_t value) {

@@ -127,7 +127,7 @@ TEST_F(GuideDrawing, EveryMarkerShowsWhicheverIsHighlighted) {
     return PixelsOf(kGrey, QRectF(area.topLeft() * 2, area.size() * 2).toRect());
   };
   const std::array<QPointF, 5> badges{QPointF(0, 1.5), QPointF(0, 16.5), QPointF(0, 6),
-                                      QPointF(0, 12), QPointF(2.1, 18)};
+                                      QPointF(0, 12), QPointF(1.9, 18)};
   for (const GuidePosition highlighted : kGuidePositions) {
     drawing_.SetHighlighted(highlighted, true);
     for (const GuidePosition other : kGuidePositions) {
