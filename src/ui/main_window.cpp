@@ -110,6 +110,7 @@ QPointer<QWidget> MainWindow::DisableControls() {
 
 void MainWindow::EndRun(const QPointer<QWidget>& focus) {
   panels_->HideProgress();
+  emit Finished();
   if (close_pending_) {
     close();
     return;
