@@ -12,3 +12,6 @@ else()
 endif()
 
 find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets Test)
+if(NOT WIN32)
+  find_package(Qt6 REQUIRED COMPONENTS DBus)
+endif()

@@ -43,6 +43,7 @@ class PrintedStatusBar final : public screen::StatusBar {
  public:
   explicit PrintedStatusBar(Console& console) : console_(console) {}
   void SetPanelText(screen::Panel panel, std::string_view text) override;
+  void SetOutcome(screen::Outcome /*outcome*/, std::string_view /*reason*/) override {}
   [[nodiscard]] const std::string& Signature() const { return signature_; }
 
  private:
@@ -57,6 +58,8 @@ class PrintedMessageDialog final : public screen::MessageDialog {
   void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override;
   void SetDetail(std::string_view text) override { detail_ = text; }
+  void SetOutcome(screen::Outcome /*outcome*/) override {}
+  void SetPhase(std::string_view /*text*/) override {}
   void ShowButton() override { busy_ = false; }
   void FocusButton() override {}
   void SetProgressRange(int maximum) override { console_.StartProgress(maximum); }
@@ -134,6 +137,8 @@ class NoViews final : public screen::Views {
   void Clear(screen::View /*view*/) override {}
   bool Load(screen::View /*view*/, std::string_view /*path*/) override { return true; }
   void ShowText(screen::View /*view*/, std::string_view /*text*/) override {}
+  void Mark(screen::View /*view*/, const screen::TextPlace& /*place*/) override {}
+  void ClearMarks() override {}
 };
 
 /// The files as a verb sees them that takes no folder: it may read. What the engine would write,

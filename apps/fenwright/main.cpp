@@ -36,6 +36,7 @@
 #include "ui/dark_style.h"
 #include "ui/fonts.h"
 #include "ui/qt_settings_store.h"
+#include "ui/taskbar.h"
 #include "ui/text.h"
 #include "ui/unasked_end.h"
 #include "ui/window_run.h"
@@ -257,6 +258,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Instance = instance.get(),
                                 .UpdaterPort = updater_port.get(),
                                 .Shell = shell,
+                                .MakeTaskbar = fenwright::ui::MakeTaskbar,
                                 .ManualFolders = ManualFolders()});
   ChoosePort(run.Settings(), port_option, arguments.Simulate);
   if (simulated) {

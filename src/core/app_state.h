@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/serial_control.h"
+#include "screen/outcome.h"
 
 namespace fenwright::core {
 
@@ -65,6 +66,9 @@ struct CommandRecord {
   std::string LastFailure;         ///< what last failed: an exchange, or the signature
   FailureKind Failure = FailureKind::None;  ///< of which kind that was
   bool NoticeShown = false;        ///< the last message was a notice, no busy text
+  screen::Outcome Outcome = screen::Outcome::None;  ///< the sign shown last
+  std::string OutcomeReason;                        ///< why, "" = nothing to add
+  std::string SocketCause;  ///< what is in the socket in place of the selected chip
   bool EraseStarted = false;
   bool Erased = false;
   bool FlashStarted = false;
@@ -83,6 +87,7 @@ struct CommandRecord {
   std::vector<FuseTransfer> FuseBytes;  ///< bytes read, or written and acknowledged, in order
   bool FuseWriteStarted = false;        ///< a command that writes fuse or lock bits was sent
   std::int32_t FuseWriteCount = 0;      ///< bytes that the write consists of
+  bool ResetPinGivenAway = false;       ///< a fuse byte that takes the reset pin was sent
   bool FusesFinished = false;           ///< all of them were read or written
   double FlashWriteSeconds = 0;         ///< time from the first word written to the last
   double FlashVerifySeconds = 0;        ///< time from the first word read back to the last
@@ -129,9 +134,10 @@ struct AppState {
   std::array<std::uint8_t, 1> TxByte{};  ///< one argument byte on its way out
   std::vector<std::uint8_t> RxBuf = std::vector<std::uint8_t>(11, std::uint8_t{0});  ///< the reply
 
-  std::string StatusText;           ///< text of status panel 1
-  std::string MessageText;          ///< text last put into the message dialog
-  double FirmwareVersion = 0;       ///< the board's version, 0 = not read
+  std::string StatusText;                                ///< text of status panel 1
+  std::string MessageText;                               ///< text last put into the message dialog
+  screen::Outcome ShownOutcome = screen::Outcome::None;  ///< the sign in status panel 1
+  double FirmwareVersion = 0;                            ///< the board's version, 0 = not read
   std::string FirmwareVersionText;  ///< first 16 characters of the version reply
   Detection LastDetection = Detection::NotMade;
 

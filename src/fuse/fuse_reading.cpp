@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/hex_format.h"
+#include "core/progress_phase.h"
 #include "core/status.h"
 #include "fuse/fuse_bytes.h"
 #include "fuse/fuse_exchange.h"
@@ -83,11 +84,12 @@ void RunStep(core::RunContext& context, const ReadStep& step) {
 void ReadFuses(core::RunContext& context) {
   core::AppState& state = context.State;
   core::ShowMessage(context, "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....", screen::MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::ReadFuses);
   state.LinkError = 0;
   link::CheckSocketDevice(context);
   if (state.LinkError == 1) {
     core::ShowMessage(context, "設定デバイスと、ソケット上のデバイスがミスマッチです。",
-                      screen::MessageMode::Notice);
+                      screen::MessageMode::Notice, screen::Outcome::Failure);
     return;
   }
   // Whatever other value it has: that failure of the check is deliberately ignored.
@@ -96,7 +98,7 @@ void ReadFuses(core::RunContext& context) {
   if (device.empty()) return;
   for (const ReadStep& step : LayoutOf(device).ReadSteps) RunStep(context, step);
   if (state.LinkError != 0) {
-    core::ReportResult(context, "Lock/Fuse bit リードに失敗しました。");
+    core::ReportResult(context, "Lock/Fuse bit リードに失敗しました。", screen::Outcome::Failure);
     return;
   }
   state.Command.FusesFinished = true;

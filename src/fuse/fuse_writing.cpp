@@ -8,6 +8,7 @@
 #include "fuse/fuse_bytes.h"
 #include "fuse/fuse_exchange.h"
 #include "fuse/fuse_model.h"
+#include "fuse/reset_pin.h"
 #include "link/board_commands.h"
 #include "link/socket_check.h"
 
@@ -27,6 +28,11 @@ constexpr auto kSenders = std::to_array<Sender>({
     {WriteCommand::LockTiny26, link::WriteLockBitsTiny26},
 });
 
+bool CarriesResetPin(const WriteStep& step) {
+  return std::ranges::find(step.Added, screen::FuseList::Rstdisabl, &AddedField::List) !=
+         step.Added.end();
+}
+
 /// Composes the byte in its working byte, where it stays, and writes it.
 void RunStep(core::RunContext& context, const WriteStep& step) {
   core::AppState& state = context.State;
@@ -34,6 +40,8 @@ void RunStep(core::RunContext& context, const WriteStep& step) {
   byte = ComposeByte(step, SelectionOf(context), byte);
   if (!EnterExchange(context, "")) return;
   state.Command.FuseWriteStarted = true;
+  // An answer that never comes does not bring the pin back.
+  if (CarriesResetPin(step) && DisablesReset(context)) state.Command.ResetPinGivenAway = true;
   std::int16_t error = 0;
   std::ranges::find(kSenders, step.Command, &Sender::Command)->Send(context, byte, error);
   if (error == 0) {
@@ -58,7 +66,7 @@ void WriteFuses(core::RunContext& context) {
   state.Command.FuseWriteCount = static_cast<std::int32_t>(steps.size());
   for (const WriteStep& step : steps) RunStep(context, step);
   if (state.LinkError != 0) {
-    core::ReportResult(context, "Lock/Fuse bit ライトに失敗しました。");
+    core::ReportResult(context, "Lock/Fuse bit ライトに失敗しました。", screen::Outcome::Failure);
     return;
   }
   state.Command.FusesFinished = true;

@@ -19,8 +19,12 @@ bool DisablesReset(core::RunContext& context) {
 }
 
 void WarnOfResetDisable(core::RunContext& context) {
-  if (!DisablesReset(context)) return;
-  core::ShowMessage(context, kResetDisableWarning, screen::MessageMode::Notice);
+  if (DisablesReset(context)) {
+    core::ShowMessage(context, kResetDisableWarning, screen::MessageMode::Notice,
+                      screen::Outcome::Danger);
+  } else if (context.State.ShownOutcome == screen::Outcome::Danger) {
+    core::ShowOutcome(context, screen::Outcome::None, "");
+  }
 }
 
 }  // namespace fenwright::fuse

@@ -13,7 +13,8 @@ extern const std::string_view kResetDisableWarning;
 /// the programmer can never reach the chip again once they are written.
 bool DisablesReset(core::RunContext& context);
 
-/// Warns the user who has just chosen that. The choice stays.
+/// Warns the user who has just chosen that, with the sign of danger. The choice stays. The sign
+/// goes when the user takes the choice back.
 void WarnOfResetDisable(core::RunContext& context);
 
 }  // namespace fenwright::fuse

@@ -36,6 +36,19 @@ std::string Dump(const std::vector<std::uint8_t>& buffer, std::size_t byte_count
   return text;
 }
 
+/// A line has its address, a colon and a blank before its cells, each of which has a blank behind
+/// it.
+std::optional<screen::TextPlace> CellPlace(std::int32_t cell, std::int32_t cell_count,
+                                           int bytes_per_cell) {
+  if (cell < 0 || cell >= cell_count) return std::nullopt;
+  constexpr int kAddressLength = 6;
+  const int per_line = static_cast<int>(kBytesPerLine) / bytes_per_cell;
+  const int length = 2 * bytes_per_cell;
+  return screen::TextPlace{.Line = cell / per_line,
+                           .Column = kAddressLength + cell % per_line * (length + 1),
+                           .Length = length};
+}
+
 void WriteDump(core::RunContext& context, std::string_view file_name, const std::string& text,
                std::string& refusal) {
   const std::string path = context.State.AppFolder + std::string(file_name);
@@ -88,6 +101,14 @@ void RefreshFlashView(core::RunContext& context) {
 void RefreshEepromView(core::RunContext& context) {
   WriteEepromDump(context);
   LoadEepromView(context);
+}
+
+std::optional<screen::TextPlace> FlashCellPlace(const core::AppState& state, std::int32_t word) {
+  return CellPlace(word, state.FlashWords, 2);
+}
+
+std::optional<screen::TextPlace> EepromCellPlace(const core::AppState& state, std::int32_t byte) {
+  return CellPlace(byte, state.EepromBytes, 1);
 }
 
 void ShowBuffers(core::RunContext& context) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,6 +30,11 @@ void LoadEepromView(core::RunContext& context);
 /// The pair that follows every change of a buffer: rewrite the dump, reload the view.
 void RefreshFlashView(core::RunContext& context);
 void RefreshEepromView(core::RunContext& context);
+
+/// Where the dump shows a word of the flash, or a byte of the EEPROM; nothing for a cell beyond the
+/// chip.
+std::optional<screen::TextPlace> FlashCellPlace(const core::AppState& state, std::int32_t word);
+std::optional<screen::TextPlace> EepromCellPlace(const core::AppState& state, std::int32_t byte);
 
 /// Shows what the buffers hold without a file in between, for a command that ended in the middle.
 void ShowBuffers(core::RunContext& context);

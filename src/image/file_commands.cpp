@@ -24,7 +24,8 @@ void ShowMissingCodeFile(core::RunContext& context) {
   core::ShowStatus(context, "Program : Not found HEX file");
   ClearFlashBuffer(context.State);
   RefreshFlashView(context);
-  core::ShowMessage(context, kFileNotOpenedText, screen::MessageMode::Notice);
+  core::ShowMessage(context, kFileNotOpenedText, screen::MessageMode::Notice,
+                    screen::Outcome::Failure);
 }
 
 void ShowUnsetReloadName(core::RunContext& context) {
@@ -33,7 +34,7 @@ void ShowUnsetReloadName(core::RunContext& context) {
                     "再ロードするファイル名 ： " + (name.empty() ? "?" : name) +
                         "\r\n再ロードするファイルが未指定です。 一度、メニューバーのファイルから"
                         "ＨＥＸファイルを開くと自動的にファイル名が指定されます。",
-                    screen::MessageMode::Notice);
+                    screen::MessageMode::Notice, screen::Outcome::Attention);
 }
 
 bool CodeFileFound(core::RunContext& context, OpenReport& report) {
@@ -78,7 +79,8 @@ bool TakeDataFile(core::RunContext& context, OpenReport& report) {
 /// dialog says why there is no more.
 void ExplainFileError(core::RunContext& context, std::string_view path,
                       const HexReadReport& report) {
-  core::ShowMessage(context, kFileNotOpenedText, screen::MessageMode::Notice);
+  core::ShowMessage(context, kFileNotOpenedText, screen::MessageMode::Notice,
+                    screen::Outcome::Failure);
   const std::string cause = report.End == HexReadEnd::OutsideBuffer
                                 ? std::to_string(report.StoppedAtLine) +
                                       "行目のアドレスがバッファの範囲を超えています。"

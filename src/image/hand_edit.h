@@ -13,6 +13,9 @@ namespace fenwright::image {
 /// same: the upper half names cells of the buffer beyond the chip, which are neither shown nor
 /// programmed. An EEPROM address counts bytes up to `EepromBytes` - 1.
 
+/// The cell that is looked at or changed is marked in its view. A notice of this frame's that is
+/// still on the screen goes as soon as what it complains of is mended.
+
 /// Shows the cell's value in the frame: four digits for flash, two for EEPROM. With an empty
 /// address, while the user starts to type another, it does nothing.
 void ReadOneLocation(core::RunContext& context);

@@ -36,7 +36,8 @@ SaveEnd EndOf(const SaveReport& report) {
 SaveReport SaveFiles(core::RunContext& context) {
   core::AppState& state = context.State;
   if (state.CodeFileName.empty()) {
-    core::ShowMessage(context, "ファイルがオープンされていません．", screen::MessageMode::Notice);
+    core::ShowMessage(context, "ファイルがオープンされていません．", screen::MessageMode::Notice,
+                      screen::Outcome::Attention);
     core::ShowStatus(context, "ファイルがオープンされていません");
     return {.End = SaveEnd::NothingToSave, .Code = {}, .Data = {}};
   }

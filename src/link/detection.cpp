@@ -56,7 +56,7 @@ void ReportNoBoard(core::RunContext& context, double& version, std::int16_t& err
       "ライターを検出できませんでした。使用可能な通信ポートを設定してください。";
   core::ShowStatus(context, kText);
   context.Screen.MessageDialog.SetText(kText);
-  core::ShowMessage(context, kText, MessageMode::Notice);
+  core::ShowMessage(context, kText, MessageMode::Notice, screen::Outcome::Failure);
   ForgetVersion(context, version);
   context.Screen.MessageDialog.ShowButton();
   context.State.LastDetection = core::Detection::NoAnswer;
@@ -68,6 +68,7 @@ void ReportUnreadableVersion(core::RunContext& context, core::Detection detectio
   context.State.LastDetection = detection;
   core::ShowStatus(context, kUnreadableVersionText);
   context.Screen.MessageDialog.SetText(kUnreadableVersionText);
+  core::ShowOutcome(context, screen::Outcome::Failure, "");
   context.Screen.MessageDialog.ShowButton();
   ForgetVersion(context, version);
   error = 1;
@@ -79,7 +80,7 @@ void ReportFirmwareTooOld(core::RunContext& context, std::int16_t& error) {
       "ファームウエアバージョン6.38以降にアップデートしてください。";
   core::ShowStatus(context, kText);
   context.Screen.MessageDialog.SetText(kText);
-  core::ShowMessage(context, kText, MessageMode::Notice);
+  core::ShowMessage(context, kText, MessageMode::Notice, screen::Outcome::Failure);
   context.Screen.MessageDialog.ShowButton();
   context.State.LastDetection = core::Detection::FirmwareTooOld;
   error = 2;
@@ -130,7 +131,7 @@ void ReportNoPortChosen(core::RunContext& context) {
                     "ライタと通信ができませんでした。\r\n"
                     "PCとライタの接続を確認後、メニューバーの\r\n"
                     "[通信チェック] [COMポート選択]を実行して下さい。\r\n",
-                    MessageMode::Notice);
+                    MessageMode::Notice, screen::Outcome::Failure);
   core::ShowStatus(context, "ライタと通信ができませんでした。(レジストリリード)");
 }
 
@@ -151,15 +152,20 @@ std::string CauseOfMissingBoard(const core::RunContext& context) {
   }
 }
 
+/// "COM3", with the device behind it where it is known.
+std::string PortName(const core::RunContext& context) {
+  const std::string& path = context.State.LastPortOpen.Path;
+  const std::string name = platform::ComName(context.Line.ProgrammerPort.CommPort());
+  return path.empty() ? name : name + " (" + path + ")";
+}
+
 void ExplainMissingBoard(core::RunContext& context) {
   const platform::PortOpenResult& opened = context.State.LastPortOpen;
-  std::string name = platform::ComName(context.Line.ProgrammerPort.CommPort());
-  if (!opened.Path.empty()) name += " (" + opened.Path + ")";
+  const std::string name = PortName(context);
   if (opened.Status != platform::PortOpenStatus::Ok) {
     core::ShowDetail(context, name + " : " + opened.Reason);
-  } else if (context.Line.ProgrammerPort.IsGone()) {
-    core::ShowDetail(context,
-                     name + " : 通信ポートがなくなりました。USBケーブルと電源を確認してください。");
+  } else if (const std::string gone = DescribeGonePort(context); !gone.empty()) {
+    core::ShowDetail(context, gone);
   } else if (const std::string cause = CauseOfMissingBoard(context); !cause.empty()) {
     core::ShowDetail(context, name + cause);
   }
@@ -258,6 +264,7 @@ bool SelectChosenDevice(core::RunContext& context) {
   RestForExtendAcknowledgement(context);
   SelectDevice(context, state.DeviceCode, state.LinkError);
   if (state.LinkError != 0) {
+    core::ShowOutcome(context, screen::Outcome::Failure, "");
     core::ShowDetail(context,
                      "デバイスには何も書き込んでいません。デバイスの選択と、ライターの"
                      "ファームウエアバージョンを確認してください。");
@@ -265,8 +272,14 @@ bool SelectChosenDevice(core::RunContext& context) {
   }
   context.Screen.MessageDialog.Close();
   core::ShowStatus(context, "ライタの準備　ＯＫ ！！");
+  core::ShowOutcome(context, screen::Outcome::Success, "");
   context.Line.Events.ProcessPendingEvents();
   return true;
+}
+
+std::string DescribeGonePort(const core::RunContext& context) {
+  if (!context.Line.ProgrammerPort.IsGone()) return "";
+  return PortName(context) + " : 通信ポートがなくなりました。USBケーブルと電源を確認してください。";
 }
 
 bool CheckProgrammerLink(core::RunContext& context) {

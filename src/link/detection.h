@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "core/run_context.h"
@@ -34,6 +35,9 @@ bool FindBoard(core::RunContext& context);
 
 /// Gives the advice on the firmware, selects the device, and says that the programmer is ready.
 bool SelectChosenDevice(core::RunContext& context);
+
+/// That the port has gone, with its name and what to look at; "" while it is there.
+std::string DescribeGonePort(const core::RunContext& context);
 
 /// Opens the chosen port, detects the board and selects the device: true when the programmer is
 /// ready. The port is left open then, and closed otherwise. Every device command starts with it.

@@ -131,7 +131,8 @@ void SendEscape(core::RunContext& context) {
 }
 
 void ShowCommError(core::RunContext& context) {
-  core::ShowMessage(context, "通信エラーが発生しました。", screen::MessageMode::Notice);
+  core::ShowMessage(context, "通信エラーが発生しました。", screen::MessageMode::Notice,
+                    screen::Outcome::Failure);
 }
 
 }  // namespace fenwright::link

@@ -97,6 +97,22 @@ std::string_view JudgeSignature(const core::RunContext& context, const Signature
   return "";
 }
 
+std::string DescribeSocket(const Signature& signature) {
+  const auto& [part, family, vendor] = signature;
+  const std::array<std::uint8_t, 3> bytes{vendor, family, part};
+  if (bytes == std::array<std::uint8_t, 3>{0, 1, 2}) {
+    return "シグネチャの代わりにアドレス(00:01:02)が読み出されました。"
+           "デバイスはプロテクトされている可能性があります。";
+  }
+  const bool unusable = bytes == std::array<std::uint8_t, 3>{} ||
+                        std::ranges::find(bytes, std::uint8_t{0xFF}) != bytes.end();
+  if (unusable) return "";
+  const std::string_view name = core::LookUpSignature(family, part);
+  if (!name.empty()) return "ソケットには " + std::string(name) + " があります。";
+  return "ソケットのデバイス(シグネチャ " + core::HexByte(vendor) + ":" + core::HexByte(family) +
+         ":" + core::HexByte(part) + ")は、対応していないデバイスです。";
+}
+
 void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words,
                    std::int16_t& error) {
   detected_flash_words = kUnknownFlashWords;
@@ -108,7 +124,8 @@ void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words
   context.State.Command.LastFailure = complaint;
   context.State.Command.Failure =
       IsUsable(*signature) ? core::FailureKind::OtherChip : core::FailureKind::NoSignature;
-  core::ShowMessage(context, complaint, MessageMode::Notice);
+  context.State.Command.SocketCause = DescribeSocket(*signature);
+  core::ShowMessage(context, complaint, MessageMode::Notice, screen::Outcome::Failure);
   error = 1;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "core/run_context.h"
@@ -28,8 +29,13 @@ bool IsUsable(const Signature& signature);
 /// What is wrong with a signature, for the user; "" when it is that of the selected device.
 std::string_view JudgeSignature(const core::RunContext& context, const Signature& signature);
 
+/// What is in the socket, by its signature, in place of the selected device: its name, or its
+/// signature when no chip has it, or that it hides it. "" for an empty or wrongly filled socket.
+std::string DescribeSocket(const Signature& signature);
+
 /// Reads the chip's signature and checks it against the selected device, within a frame that is
 /// already open. Shows the signature in status panel 2 and what is wrong in the message dialog;
+/// `CommandRecord::SocketCause` gets what is in the socket when that is another chip;
 /// `detected_flash_words` gets the size that the signature stands for, 512 when it is unknown.
 /// The error flag becomes 1 for no answer, an unusable signature, and a different chip.
 void ReadSignature(core::RunContext& context, std::int16_t& detected_flash_words,

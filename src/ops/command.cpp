@@ -34,9 +34,19 @@ void LeaveProgrammingMode(core::RunContext& context) {
 void ShowChipState(core::RunContext& context) {
   try {
     core::ShowMessage(context, DescribeChipState(context.State, core::Language::Japanese),
-                      screen::MessageMode::Notice);
+                      screen::MessageMode::Notice, screen::Outcome::Failure);
   } catch (const core::CommandEnd&) {
     // The trace cannot be written; the dialog is on the screen by then.
+  }
+}
+
+/// A command on the chip is judged by what it has done; any other has said it on its way.
+void ShowSign(core::RunContext& context) {
+  const core::AppState& state = context.State;
+  if (state.Command.Operation == core::DeviceOperation::None) {
+    core::ShowOutcomeAgain(context);
+  } else {
+    core::ShowOutcome(context, OutcomeOf(state), ReasonOfOutcome(state));
   }
 }
 
@@ -65,6 +75,7 @@ core::CommandEnding RunCommand(core::RunContext& context, const Entry& entry) {
   context.State.Command = {};
   try {
     entry(context);
+    ShowSign(context);
     return core::CommandEnding::Finished;
   } catch (const core::CommandEnd& end) {
     EndEarly(context, end);

@@ -15,6 +15,8 @@ using Entry = std::function<void(core::RunContext&)>;
 /// `AppState::CommandRunning` is true and a further call is refused. `AppState::Command` is about
 /// this command from its start on.
 ///
+/// At its end the sign of what has become of it is shown.
+///
 /// A command that is ended early leaves programming mode and takes its dialogs down, before the
 /// text of the ending, if any, is shown in a message box. A stop request is used up when the
 /// command ends.

@@ -1,6 +1,8 @@
 #include "ops/commands.h"
 
 #include <cmath>
+#include <initializer_list>
+#include <string>
 #include <string_view>
 
 #include "core/elapsed.h"
@@ -47,10 +49,26 @@ void ShowElapsedTime(core::RunContext& context) {
   core::ShowStatus(context, Panel::Elapsed, std::to_string(static_cast<std::int32_t>(time)) + "秒");
 }
 
+std::string InLines(std::initializer_list<std::string> parts) {
+  std::string text;
+  for (const std::string& part : parts) {
+    if (part.empty()) continue;
+    if (!text.empty()) text += "\r\n";
+    text += part;
+  }
+  return text;
+}
+
+/// What stands below a failure's text: why, as far as that is known, and what state the chip is in.
+std::string DescribeFailure(const core::RunContext& context) {
+  return InLines({link::DescribeGonePort(context), DescribeCause(context.State),
+                  DescribeChipState(context.State, core::Language::Japanese)});
+}
+
 /// Some failures end an operation without a word in the dialog, which is gone then, or still says
 /// that work is going on and offers no button. They get the text of the exchange that failed, which
-/// is in the trace already. Below it, and below any other failure text, stand the state of the chip
-/// and what to do next.
+/// is in the trace already. Below it, and below any other failure text, stand the cause, the state
+/// of the chip and what to do next.
 void ExplainFailure(core::RunContext& context) {
   if (Succeeded(context.State)) return;
   screen::MessageDialog& dialog = context.Screen.MessageDialog;
@@ -61,20 +79,24 @@ void ExplainFailure(core::RunContext& context) {
     if (done.LastFailure.empty()) return dialog.Close();
     dialog.Show(done.LastFailure, screen::MessageMode::Notice);
   }
-  core::ShowDetail(context, DescribeChipState(context.State, core::Language::Japanese));
+  core::ShowDetail(context, DescribeFailure(context));
 }
 
 /// A chip can hold just what was loaded, and the file mean something else. Whoever opened it in
-/// spite of the file box's words reads it once more beside the result.
-void RepeatDoubt(core::RunContext& context) {
+/// spite of the file box's words reads it once more beside the result. A run that succeeded says
+/// how much of the chip it has used.
+void CompleteResult(core::RunContext& context) {
   const core::AppState& state = context.State;
   const std::string& doubt = state.CodeDoubt.empty() ? state.DataDoubt : state.CodeDoubt;
   screen::MessageDialog& dialog = context.Screen.MessageDialog;
-  if (doubt.empty() || !state.Command.EraseStarted || !dialog.IsLoaded()) return;
-  // The state of the chip, which stands before it after a failure, has been traced already.
-  const std::string before =
-      Succeeded(state) ? "" : DescribeChipState(state, core::Language::Japanese) + "\r\n";
-  dialog.SetDetail(before + doubt);
+  if (!state.Command.EraseStarted || !dialog.IsLoaded()) return;
+  if (Succeeded(state)) {
+    dialog.SetDetail(InLines({doubt, state.Command.NothingToProgram ? "" : DescribeUsage(state)}));
+  } else if (!doubt.empty()) {
+    // What stands before it has been traced already.
+    dialog.SetDetail(InLines({DescribeFailure(context), doubt}));
+  }
+  if (doubt.empty()) return;
   // The trace's code page has no such sign.
   constexpr std::string_view kSign = "⚠ ";
   const std::string_view text = doubt;
@@ -98,11 +120,21 @@ class ReadMemoryNote {
     if (state_.Command.FlashWordsRead == 0) return;
     ForgetFileInfo(state_);
     state_.CodeInfo = image::DescribeReadMemory(state_);
+    NoteProtection();
   }
   ReadMemoryNote(const ReadMemoryNote&) = delete;
   ReadMemoryNote& operator=(const ReadMemoryNote&) = delete;
 
  private:
+  /// What a protected chip answers is no program: that stands beside it, and beside the result when
+  /// it is programmed all the same.
+  void NoteProtection() {
+    const std::string protection = DescribeProtection(state_);
+    if (protection.empty()) return;
+    state_.CodeDoubt = "⚠ " + protection;
+    state_.CodeInfo += "\n" + state_.CodeDoubt;
+  }
+
   core::AppState& state_;
 };
 
@@ -165,7 +197,7 @@ void Cmd_btn_program_Click(core::RunContext& context) {
     ShowElapsedTime(context);
   }
   ExplainFailure(context);
-  RepeatDoubt(context);
+  CompleteResult(context);
 }
 
 void Cmd_btn_read_Click(core::RunContext& context) {
@@ -227,6 +259,10 @@ void Combo_RSTDISABL_Click(core::RunContext& context) { fuse::WarnOfResetDisable
 void Combo_device_Click(core::RunContext& context) {
   ForgetFileInfo(context.State);
   PickDevice(context);
+  // They were the other device's. Nothing has been reported, so nothing is traced.
+  for (const Panel panel : {Panel::Signature, Panel::Elapsed}) {
+    context.Screen.StatusBar.SetPanelText(panel, "");
+  }
 }
 
 void mnuPC_buffer_clear_Click(core::RunContext& context) {

@@ -1,5 +1,6 @@
 #include "ops/device_session.h"
 
+#include "core/progress_phase.h"
 #include "core/status.h"
 #include "image/dump_files.h"
 #include "link/board_commands.h"
@@ -13,11 +14,12 @@ void EraseChip(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return;
   core::ShowMessage(context, "チップ イレース中.....", MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::Erase);
   link::EnterProgrammingMode(context, state.LinkError);
   link::ChipErase(context, state.LinkError);
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
-    core::ReportResult(context, "チップ イレース失敗");
+    core::ReportResult(context, "チップ イレース失敗", screen::Outcome::Failure);
     return;
   }
   image::RefreshEepromView(context);

@@ -1,8 +1,11 @@
 #include "ops/outcome.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 #include "core/hex_format.h"
+#include "image/buffers.h"
 
 namespace fenwright::ops {
 namespace {
@@ -251,7 +254,119 @@ bool VerifiedWithoutDifference(const AppState& state) {
   return state.Command.VerifyFinished && !state.FlashNG && !state.EepromNG;
 }
 
+/// Fewer cells than that may hold their addresses by chance.
+constexpr std::size_t kTellingCells = 8;
+
+bool HoldsItsAddress(const core::Difference& difference) {
+  const auto low = static_cast<std::uint16_t>(difference.Address & 0xFF);
+  return difference.Found == (difference.InFlash ? low << 8 | low : low);
+}
+
+bool FlashBufferHoldsAddresses(const AppState& state) {
+  for (std::int32_t word = 0; word < state.FlashWords; ++word) {
+    const auto index = 2 * static_cast<std::size_t>(word);
+    const auto low = static_cast<std::uint8_t>(word & 0xFF);
+    if (state.FlashBuffer[index] != low || state.FlashBuffer[index + 1] != low) return false;
+  }
+  return state.FlashWords > 0;
+}
+
+bool ReadAddressesOnly(const AppState& state) {
+  const CommandRecord& done = state.Command;
+  if (done.Operation == core::DeviceOperation::Read) {
+    return done.FlashWordsRead == state.FlashWords && FlashBufferHoldsAddresses(state);
+  }
+  return done.Differences.size() >= kTellingCells &&
+         std::ranges::all_of(done.Differences, HoldsItsAddress);
+}
+
+std::string DescribeDifferences(const std::vector<core::Difference>& differences) {
+  const auto flash = std::ranges::count(differences, true, &core::Difference::InFlash);
+  const auto eeprom = std::ssize(differences) - flash;
+  std::string text = "一致しない箇所 : ";
+  if (flash > 0) text += "フラッシュ " + std::to_string(flash) + " ワード";
+  if (flash > 0 && eeprom > 0) text += "、";
+  if (eeprom > 0) text += "EEPROM " + std::to_string(eeprom) + " バイト";
+  return text + "。";
+}
+
+std::string Percentage(std::int32_t part, std::int32_t whole) {
+  // Neither "nothing" for a little nor "all" for nearly all.
+  constexpr std::int32_t kAll = 100;
+  const std::int32_t percent = whole == 0 ? 0 : part * kAll / whole;
+  return std::to_string(part > 0 ? std::max(percent, 1) : percent) + " %";
+}
+
+std::string Usage(std::string_view memory, std::int32_t used, std::int32_t size,
+                  std::string_view unit) {
+  return std::string(memory) + "の使用量 : " + std::to_string(used) + " / " + std::to_string(size) +
+         " " + std::string(unit) + " (" + Percentage(used, size) + ")";
+}
+
+bool NothingCompared(const AppState& state) {
+  return image::UsedFlashWords(state) == 0 && image::UsedEepromBytes(state) == 0;
+}
+
+/// What the user should look at although the command did what it is for; "" = nothing.
+std::string ReasonForAttention(const AppState& state) {
+  const CommandRecord& done = state.Command;
+  const bool programmed = done.Operation == core::DeviceOperation::Program;
+  if (programmed && done.NothingToProgram) return NothingToProgram(true).Japanese;
+  if (programmed && !state.CodeDoubt.empty()) return state.CodeDoubt;
+  if (programmed) return state.DataDoubt;
+  switch (done.Operation) {
+    case core::DeviceOperation::Erase:
+      // It goes on whatever chip answers.
+      return done.LastFailure;
+    case core::DeviceOperation::Verify:
+      return NothingCompared(state) ? "バッファーが空なので、比較したデータはありません。" : "";
+    case core::DeviceOperation::Read:
+      return DescribeProtection(state);
+    default:
+      return "";
+  }
+}
+
 }  // namespace
+
+screen::Outcome OutcomeOf(const AppState& state) {
+  const CommandRecord& done = state.Command;
+  if (done.ResetPinGivenAway) return screen::Outcome::Danger;
+  if (!Succeeded(state)) {
+    const bool good_but_for_the_erase = done.Operation == core::DeviceOperation::Program &&
+                                        !done.Erased && VerifiedWithoutDifference(state);
+    return good_but_for_the_erase ? screen::Outcome::Attention : screen::Outcome::Failure;
+  }
+  return ReasonForAttention(state).empty() ? screen::Outcome::Success : screen::Outcome::Attention;
+}
+
+std::string ReasonOfOutcome(const AppState& state) {
+  if (state.Command.ResetPinGivenAway) {
+    return "リセット端子の機能を無効にしました。"
+           "このデバイスには、このプログラマではアクセスできなくなります。";
+  }
+  if (Succeeded(state)) return ReasonForAttention(state);
+  // Without a board the chip is not the point.
+  return state.Command.LinkReady ? Describe(state).Japanese : "";
+}
+
+std::string DescribeProtection(const AppState& state) {
+  return ReadAddressesOnly(state) ? "読み出した値がアドレスと同じなので、"
+                                    "デバイスはプロテクトされている可能性があります。"
+                                  : "";
+}
+
+std::string DescribeCause(const AppState& state) {
+  const CommandRecord& done = state.Command;
+  if (!done.SocketCause.empty()) return done.SocketCause;
+  if (done.Differences.empty()) return "";
+  return DescribeDifferences(done.Differences) + DescribeProtection(state);
+}
+
+std::string DescribeUsage(const AppState& state) {
+  return Usage("フラッシュ", image::UsedFlashWords(state), state.FlashWords, "ワード") + "\r\n" +
+         Usage("EEPROM", image::UsedEepromBytes(state), state.EepromBytes, "バイト");
+}
 
 bool Succeeded(const AppState& state) {
   const CommandRecord& done = state.Command;

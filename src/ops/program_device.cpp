@@ -6,6 +6,7 @@
 
 #include "core/device_selection.h"
 #include "core/elapsed.h"
+#include "core/progress_phase.h"
 #include "core/status.h"
 #include "image/buffers.h"
 #include "image/dump_files.h"
@@ -30,6 +31,7 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return PhaseEnd::FrameRefused;
   core::ShowMessage(context, kProgrammingFlashText, MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::WriteFlash);
   context.Screen.MessageDialog.SetProgressRange(state.FlashProgramCount);
   state.Command.FlashStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
@@ -55,7 +57,8 @@ PhaseEnd ProgramFlash(core::RunContext& context) {
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     state.Command.FlashFailed = true;
-    core::ReportResult(context, "フラッシュプログラムメモリ プログラム失敗");
+    core::ReportResult(context, "フラッシュプログラムメモリ プログラム失敗",
+                       screen::Outcome::Failure);
     return PhaseEnd::Ran;
   }
   image::RefreshFlashView(context);
@@ -83,6 +86,7 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return PhaseEnd::FrameRefused;
   core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ プログラム中.....", MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::WriteEeprom);
   context.Screen.MessageDialog.SetProgressRange(state.EepromProgramCount);
   state.Command.EepromStarted = true;
   link::EnterProgrammingMode(context, state.LinkError);
@@ -93,7 +97,8 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     state.Command.EepromFailed = true;
-    core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ プログラム失敗");
+    core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ プログラム失敗",
+                       screen::Outcome::Failure);
     return PhaseEnd::Ran;
   }
   image::RefreshEepromView(context);
@@ -106,11 +111,12 @@ PhaseEnd ProgramEeprom(core::RunContext& context) {
 void ProgramDevice(core::RunContext& context) {
   core::AppState& state = context.State;
   core::ShowMessage(context, kProgrammingFlashText, MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::WriteFlash);
   state.FlashProgramCount = image::UsedFlashWords(state);
   state.EepromProgramCount = image::UsedEepromBytes(state);
   if (state.FlashProgramCount == 0 && state.EepromProgramCount == 0) {
     state.Command.NothingToProgram = true;
-    core::ReportResult(context, "全てのメモリは消去されました。");
+    core::ReportResult(context, "全てのメモリは消去されました。", screen::Outcome::Attention);
     return;
   }
   state.LinkError = 0;

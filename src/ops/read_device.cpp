@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "core/progress_phase.h"
 #include "core/status.h"
 #include "image/dump_files.h"
 #include "link/board_commands.h"
@@ -26,6 +27,7 @@ bool ReadFlash(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return false;
   core::ShowMessage(context, kReadingFlashText, MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::ReadFlash);
   link::EnterProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
     link::ShowCommError(context);
@@ -43,7 +45,7 @@ bool ReadFlash(core::RunContext& context) {
   }
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
-    core::ReportResult(context, "フラッシュプログラムメモリ 読出し失敗");
+    core::ReportResult(context, "フラッシュプログラムメモリ 読出し失敗", screen::Outcome::Failure);
     return true;
   }
   image::RefreshFlashView(context);
@@ -56,6 +58,7 @@ void ReadEeprom(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return;
   core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ 読出し中.....", MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::ReadEeprom);
   context.Screen.MessageDialog.SetProgressRange(state.EepromBytes);
   link::EnterProgrammingMode(context, state.LinkError);
   for (std::int32_t byte = 0; byte < state.EepromBytes; ++byte) {
@@ -66,7 +69,7 @@ void ReadEeprom(core::RunContext& context) {
   }
   link::LeaveProgrammingMode(context, state.LinkError);
   if (state.LinkError != 0) {
-    core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ 読出し失敗");
+    core::ReportResult(context, "ＥＥＰＲＯＭデータメモリ 読出し失敗", screen::Outcome::Failure);
     return;
   }
   state.Command.ReadFinished = true;
@@ -78,6 +81,7 @@ void ReadEeprom(core::RunContext& context) {
 
 void ReadDevice(core::RunContext& context) {
   core::ShowMessage(context, kReadingFlashText, MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::ReadFlash);
   link::CheckSocketDevice(context);
   if (context.State.LinkError != 0) {
     core::ShowStatus(context, "リードを中止しました。");

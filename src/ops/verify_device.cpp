@@ -8,6 +8,7 @@
 #include "core/command_end.h"
 #include "core/elapsed.h"
 #include "core/hex_format.h"
+#include "core/progress_phase.h"
 #include "core/status.h"
 #include "image/buffers.h"
 #include "link/board_commands.h"
@@ -102,21 +103,23 @@ void CompareEeprom(core::RunContext& context, Report& report) {
 void ShowResult(core::RunContext& context) {
   core::AppState& state = context.State;
   if (state.LinkError != 0) {
-    core::ReportResult(context, "ベリファイ　通信エラー");
+    core::ReportResult(context, "ベリファイ　通信エラー", screen::Outcome::Failure);
     return;
   }
   state.Command.VerifyFinished = true;
   const bool good = !state.FlashNG && !state.EepromNG;
   if (good) {
     core::ShowStatus(context, "ベリファイ　FLASH : OK / EEPROM : OK 　プログラミング正常終了。");
-    core::ShowMessage(context, "ベリファイ　FLASH : OK / EEPROM : OK", MessageMode::Notice);
+    core::ShowMessage(context, "ベリファイ　FLASH : OK / EEPROM : OK", MessageMode::Notice,
+                      screen::Outcome::Success);
   }
   context.Screen.Views.Clear(screen::View::Verify);
   context.Screen.Views.Load(screen::View::Verify, state.AppFolder + std::string(kVerifyReportFile));
   if (good) return;
   const std::string flash = state.FlashNG ? "NG" : "OK";
   const std::string eeprom = state.EepromNG ? "NG" : "OK";
-  core::ReportResult(context, "ベリファイ　FLASH : " + flash + " / EEPROM : " + eeprom);
+  core::ReportResult(context, "ベリファイ　FLASH : " + flash + " / EEPROM : " + eeprom,
+                     screen::Outcome::Failure);
   context.Screen.MessageDialog.FocusButton();
 }
 
@@ -139,6 +142,7 @@ void VerifyDevice(core::RunContext& context) {
   state.FlashNG = false;
   state.EepromNG = false;
   core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::VerifyFlash);
   if (state.VerifyStandalone) {
     link::CheckSocketDevice(context);
     if (state.LinkError != 0) {
@@ -149,6 +153,7 @@ void VerifyDevice(core::RunContext& context) {
   link::AvrExtendCommand(context, state.LinkError);
   if (state.LinkError != 0) return;
   core::ShowMessage(context, kFlashText, MessageMode::Busy);
+  core::ShowPhase(context, core::Phase::VerifyFlash);
   link::EnterProgrammingMode(context, state.LinkError);
   link::SelectAddress(context, 0, state.LinkError);
   Report report(context);
@@ -156,13 +161,15 @@ void VerifyDevice(core::RunContext& context) {
   report.Line("");
   CompareFlash(context, report);
   link::LeaveProgrammingMode(context, state.LinkError);
-  if (state.LinkError != 0) core::ReportResult(context, "フラッシュメモリ ベリファイ失敗");
+  if (state.LinkError != 0)
+    core::ReportResult(context, "フラッシュメモリ ベリファイ失敗", screen::Outcome::Failure);
 
   link::AvrExtendCommand(context, state.LinkError);
   // The flag is never cleared in between: after a failed flash phase the EEPROM phase ends here.
   const bool extended = state.LinkError == 0;
   if (extended) {
     core::ShowMessage(context, "ＥＥＰＲＯＭデータメモリ ベリファイ中.....", MessageMode::Busy);
+    core::ShowPhase(context, core::Phase::VerifyEeprom);
     link::EnterProgrammingMode(context, state.LinkError);
     report.Line("");
     report.Line("EEPROM data memory address verify");

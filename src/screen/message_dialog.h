@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "screen/outcome.h"
+
 namespace fenwright::screen {
 
 /// Which buttons the message dialog shows.
@@ -31,6 +33,13 @@ class MessageDialog {
 
   /// Shows a second, smaller text below the first: cause, state of the chip and cure.
   virtual void SetDetail(std::string_view text) = 0;
+
+  /// Shows the sign of an outcome in place of the mode's picture until the next Show(); None = the
+  /// mode's picture. Nothing happens while the dialog is not loaded.
+  virtual void SetOutcome(Outcome outcome) = 0;
+
+  /// Says which of a command's phases its progress is about, until the next Show(); "" = nothing.
+  virtual void SetPhase(std::string_view text) = 0;
 
   /// Makes the OK button visible, whatever the mode.
   virtual void ShowButton() = 0;

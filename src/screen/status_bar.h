@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "screen/outcome.h"
+
 namespace fenwright::screen {
 
 /// The five panels of the main window's status bar.
@@ -18,6 +20,10 @@ class StatusBar {
  public:
   virtual ~StatusBar() = default;
   virtual void SetPanelText(Panel panel, std::string_view text) = 0;
+
+  /// Shows the sign of an outcome in panel 1, before its text; None = no sign. The reason, "" =
+  /// there is none to give, can be asked for.
+  virtual void SetOutcome(Outcome outcome, std::string_view reason) = 0;
 };
 
 }  // namespace fenwright::screen

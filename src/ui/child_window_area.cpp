@@ -62,6 +62,12 @@ void ChildWindowArea::ShowText(View view, std::string_view text) {
   emit ReportChanged();
 }
 
+void ChildWindowArea::Mark(View view, const screen::TextPlace& place) { ViewOf(view)->Mark(place); }
+
+void ChildWindowArea::ClearMarks() {
+  for (const auto& [view, window] : views_) window->ClearMark();
+}
+
 bool ChildWindowArea::HasReport() const {
   return !ViewOf(View::Verify)->TextControl()->document()->isEmpty();
 }

@@ -26,6 +26,8 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
 
   void Clear(screen::View view) override;
   bool Load(screen::View view, std::string_view path) override;
+  void Mark(screen::View view, const screen::TextPlace& place) override;
+  void ClearMarks() override;
   void ShowText(screen::View view, std::string_view text) override;
 
   [[nodiscard]] ViewWindow* ViewOf(screen::View view) const { return views_.at(view); }

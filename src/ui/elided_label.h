@@ -15,6 +15,10 @@ class ElidedLabel : public QLabel {
   /// Sets text, tool tip and accessible description.
   void SetText(const QString& text);
 
+  /// Puts a small widget before the text, which makes room for it while it is visible. The label
+  /// becomes its parent.
+  void SetLead(QWidget* lead);
+
   [[nodiscard]] QSize minimumSizeHint() const override;
 
  signals:
@@ -24,6 +28,14 @@ class ElidedLabel : public QLabel {
  protected:
   void mouseReleaseEvent(QMouseEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  /// Where text and lead stand.
+  [[nodiscard]] QRect Area() const;
+
+  QWidget* lead_ = nullptr;
 };
 
 }  // namespace fenwright::ui

@@ -71,6 +71,10 @@ HandEditBox::HandEditBox()
                         "データをバッファーに書き込みます。チップは変わりません。")) {
   Name(this, "fraHandEdit", title());
   flash_->setChecked(true);
+  connect(flash_, &QRadioButton::toggled, this, [this] {
+    data_->clear();
+    emit MemoryChosen();
+  });
 
   auto* options = new QHBoxLayout;
   options->setSpacing(2 * kSpacing);

@@ -32,6 +32,10 @@ class HandEditBox final : public QGroupBox, public screen::HandEditForm {
   /// Everything in the frame that the user can touch.
   [[nodiscard]] QList<QWidget*> Controls() const;
 
+ signals:
+  /// The user has chosen the other memory. What was shown of the first one is gone by then.
+  void MemoryChosen();
+
  private:
   QLineEdit* address_;
   QLineEdit* data_;

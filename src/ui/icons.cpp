@@ -265,7 +265,92 @@ void DrawQuestion(QPainter& painter) {
   painter.drawEllipse(QRectF(14.2, 21.4, 4, 4));
 }
 
+void DrawExclamationMark(QPainter& painter, double top, double height) {
+  const double middle = kCanvas / 2;
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(Qt::white);
+  painter.drawRoundedRect(QRectF(middle - 1.9, top, 3.8, height - 6.2), 1.6, 1.6);
+  painter.drawEllipse(QPointF(middle, top + height - 2.2), 2.2, 2.2);
+}
+
+/// A disc with a tick.
+void DrawSuccess(QPainter& painter) {
+  painter.setPen(QPen(QColor(0x0F, 0x6B, 0x3A), 1));
+  painter.setBrush(Shade(QColor(0x35, 0xB3, 0x6C), QColor(0x13, 0x82, 0x47)));
+  painter.drawEllipse(QRectF(2.5, 2.5, 27, 27));
+  QPainterPath tick;
+  tick.moveTo(9, 16.6);
+  tick.lineTo(14, 21.6);
+  tick.lineTo(23.2, 10.8);
+  painter.setPen(QPen(Qt::white, 3.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawPath(tick);
+}
+
+/// A triangle with an exclamation mark.
+void DrawAttention(QPainter& painter) {
+  QPainterPath triangle;
+  triangle.moveTo(16, 3.5);
+  triangle.lineTo(30, 28);
+  triangle.lineTo(2, 28);
+  triangle.closeSubpath();
+  painter.setPen(QPen(QColor(0xB5, 0x6A, 0x00), 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(Shade(QColor(0xF8, 0xB3, 0x2B), QColor(0xDB, 0x7F, 0x05)));
+  painter.drawPath(triangle);
+  DrawExclamationMark(painter, 10.5, 15.5);
+}
+
+/// A square with a cross.
+void DrawFailure(QPainter& painter) {
+  painter.setPen(QPen(QColor(0x9B, 0x1C, 0x1C), 1));
+  painter.setBrush(Shade(QColor(0xE4, 0x56, 0x56), QColor(0xC2, 0x26, 0x26)));
+  painter.drawRoundedRect(QRectF(3, 3, 26, 26), 5, 5);
+  painter.setPen(QPen(Qt::white, 3.8, Qt::SolidLine, Qt::RoundCap));
+  painter.drawLine(QPointF(10.6, 10.6), QPointF(21.4, 21.4));
+  painter.drawLine(QPointF(21.4, 10.6), QPointF(10.6, 21.4));
+}
+
+/// An octagon with a second one inside and an exclamation mark.
+void DrawDanger(QPainter& painter) {
+  const auto octagon = [](double inset) {
+    const double low = inset;
+    const double high = kCanvas - inset;
+    const double cut = (high - low) * 0.293;
+    return QPolygonF({{low + cut, low},
+                      {high - cut, low},
+                      {high, low + cut},
+                      {high, high - cut},
+                      {high - cut, high},
+                      {low + cut, high},
+                      {low, high - cut},
+                      {low, low + cut}});
+  };
+  painter.setPen(QPen(QColor(0x6E, 0x0A, 0x1E), 1, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(Shade(QColor(0xC2, 0x18, 0x3C), QColor(0x8A, 0x0C, 0x28)));
+  painter.drawPolygon(octagon(1.5));
+  painter.setPen(QPen(Qt::white, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawPolygon(octagon(4));
+  DrawExclamationMark(painter, 7.6, 17);
+}
+
 }  // namespace
+
+QIcon OutcomeIcon(screen::Outcome outcome) {
+  switch (outcome) {
+    case screen::Outcome::Success:
+      return QIcon(new DrawnIcon(DrawSuccess));
+    case screen::Outcome::Attention:
+      return QIcon(new DrawnIcon(DrawAttention));
+    case screen::Outcome::Failure:
+      return QIcon(new DrawnIcon(DrawFailure));
+    case screen::Outcome::Danger:
+      return QIcon(new DrawnIcon(DrawDanger));
+    case screen::Outcome::None:
+      break;
+  }
+  return {};
+}
 
 QIcon OpenIcon() { return QIcon(new DrawnIcon(DrawOpen)); }
 QIcon SaveIcon() { return QIcon(new DrawnIcon(DrawSave)); }

@@ -2,6 +2,8 @@
 
 #include <QIcon>
 
+#include "screen/outcome.h"
+
 namespace fenwright::ui {
 
 /// The program's own icons. They are drawn at the size that is asked for, so they are sharp at any
@@ -17,5 +19,8 @@ QIcon PortIcon();
 QIcon ChipIcon();
 QIcon InformationIcon();
 QIcon QuestionIcon();
+
+/// The sign of an outcome, each of a shape of its own; a null icon for none.
+QIcon OutcomeIcon(screen::Outcome outcome);
 
 }  // namespace fenwright::ui

@@ -19,8 +19,8 @@ enum class MenuKind {
 };
 
 /// One row of the menu tree. An item starts an entry of the engine, an action of the run, or a
-/// routine of the window or of its child windows. A routine works while a command runs too unless
-/// it is guarded.
+/// routine of the window or of its child windows. A routine works while a command runs too, and so
+/// does an action that is told to.
 struct MainWindow::MenuDesign {
   MenuKind Kind = MenuKind::Item;
   const char* Name = "";
@@ -29,7 +29,7 @@ struct MainWindow::MenuDesign {
   MainWindow::Action Action = nullptr;
   void (MainWindow::*Routine)() = nullptr;
   void (ChildWindowArea::*ChildRoutine)() = nullptr;
-  bool Guarded = false;
+  bool WhileRunning = false;
   const char* Shortcut = "";
   QIcon (*Icon)() = nullptr;
 };
@@ -80,8 +80,7 @@ constexpr MainWindow::MenuDesign MainWindow::kMenuTree[] = {
     {.Kind = MenuKind::Menu, .Name = "mnuWindow", .Caption = "ウインドウ(&W)"},
     {.Name = "mmudeviceIndex",
      .Caption = "デバイスインデックスウインドウを開く",
-     .ChildRoutine = &ChildWindowArea::ShowGuide,
-     .Guarded = true},
+     .ChildRoutine = &ChildWindowArea::ShowGuide},
     {.Name = "mmuWindowReDrow",
      .Caption = "ウインドウの再整列",
      .Routine = &MainWindow::RearrangeWindows},
@@ -111,15 +110,20 @@ constexpr MainWindow::MenuDesign MainWindow::kMenuTree[] = {
     {.Kind = MenuKind::Menu, .Name = "mnuHelp", .Caption = "ヘルプ(&H)"},
     {.Name = "mmuIndex",
      .Caption = "デバイスの挿入位置について(&8)",
-     .ChildRoutine = &ChildWindowArea::ShowGuide,
-     .Guarded = true},
+     .ChildRoutine = &ChildWindowArea::ShowGuide},
     {.Kind = MenuKind::Separator, .Name = "mnuHelpBar1"},
     {.Name = "mnuFirmwareUpdate",
      .Caption = "ファームウエアのアップデート",
      .Action = &WindowActions::UpdateFirmware},
     {.Kind = MenuKind::Separator, .Name = "mnuHelpBar2"},
-    {.Name = "mnuHelpSub", .Caption = "ヘルプ(&H)", .Action = &WindowActions::OpenManual},
-    {.Name = "mnuHelpAbout", .Caption = "バージョン情報(&A)", .Action = &WindowActions::ShowAbout},
+    {.Name = "mnuHelpSub",
+     .Caption = "ヘルプ(&H)",
+     .Action = &WindowActions::OpenManual,
+     .WhileRunning = true},
+    {.Name = "mnuHelpAbout",
+     .Caption = "バージョン情報(&A)",
+     .Action = &WindowActions::ShowAbout,
+     .WhileRunning = true},
 
     {.Kind = MenuKind::BarItem,
      .Name = "mnuReLoad",
@@ -164,11 +168,15 @@ void MainWindow::AddMenuItem(QWidget& menu, const MenuDesign& design) {
     connect(item, &QAction::triggered, children_, design.ChildRoutine);
   } else if (design.Entry) {
     connect(item, &QAction::triggered, this, [this, entry = design.Entry] { Run(entry); });
+  } else if (design.WhileRunning) {
+    connect(item, &QAction::triggered, this, [this, action = design.Action] {
+      if (actions_.*action) (actions_.*action)();
+    });
   } else {
     connect(item, &QAction::triggered, this,
             [this, action = design.Action] { Run(actions_.*action); });
   }
-  if (design.Entry || design.Action || design.Guarded) command_items_.push_back(item);
+  if (design.Entry || (design.Action && !design.WhileRunning)) command_items_.push_back(item);
   menu.addAction(item);
 }
 

@@ -110,6 +110,7 @@ QPointer<QWidget> MainWindow::DisableControls() {
 
 void MainWindow::EndRun(const QPointer<QWidget>& focus) {
   panels_->HideProgress();
+  emit Finished();
   if (close_pending_) {
     close();
     return;
@@ -256,6 +257,7 @@ void MainWindow::ConnectParts() {
   start(hand_edit_->Address(), &QLineEdit::textChanged, ops::txtAddress_Change);
   start(hand_edit_->ReadButton(), &QPushButton::clicked, ops::CmdRead_Click);
   start(hand_edit_->WriteButton(), &QPushButton::clicked, ops::CmdWrite_Click);
+  connect(hand_edit_, &HandEditBox::MemoryChosen, children_, &ChildWindowArea::ClearMarks);
   start(panels_, &PanelBar::PortClicked, update::Cmd_btn_comselect_Click);
   // It starts no command, so it can be used while one runs.
   connect(panels_, &PanelBar::ReportClicked, children_, &ChildWindowArea::ShowReport);

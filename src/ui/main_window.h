@@ -105,6 +105,9 @@ class MainWindow : public QMainWindow {
   /// A command, or an action of the window's own, is about to run.
   void Starting();
 
+  /// It has returned.
+  void Finished();
+
   /// The window is about to close: nothing runs any more.
   void Closing();
 

@@ -1,15 +1,20 @@
 #include "ui/panel_bar.h"
 
+#include <initializer_list>
+
+#include <QLabel>
 #include <QProgressBar>
 #include <QToolButton>
 
 #include "ui/controls.h"
 #include "ui/elided_label.h"
+#include "ui/outcome_sign.h"
 
 namespace fenwright::ui {
 namespace {
 
-constexpr int kProgressWidth = 120;
+constexpr int kProgressWidth = 80;
+constexpr int kSignSize = 14;
 
 struct PanelDesign {
   const char* Name;
@@ -27,7 +32,11 @@ constexpr std::array<PanelDesign, 5> kPanels{{
 
 }  // namespace
 
-PanelBar::PanelBar() : progress_(new QProgressBar), report_(new QToolButton) {
+PanelBar::PanelBar()
+    : progress_(new QProgressBar),
+      progress_text_(new QLabel),
+      sign_(new OutcomeSign(kSignSize)),
+      report_(new QToolButton) {
   Name(this, "sbStatusBar", "ステータスバー");
   // The texts do not decide how wide the window is.
   setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
@@ -49,11 +58,15 @@ PanelBar::PanelBar() : progress_(new QProgressBar), report_(new QToolButton) {
   }
   Name(progress_, "sbProgress", "処理の進行状況", "実行中の処理の進み具合です。");
   progress_->setFixedWidth(kProgressWidth);
+  progress_->setTextVisible(false);
+  Name(progress_text_, "sbProgressText", "処理の残り時間");
+  Name(sign_, "sbOutcome", "結果の印");
+  PanelOf(screen::Panel::Status)->SetLead(sign_);
   Name(report_, "cmdShowReport", "ベリファイ結果を表示",
        "最後のベリファイの結果を、もう一度表示します。");
   report_->setText("結果");
   connect(report_, &QToolButton::clicked, this, &PanelBar::ReportClicked);
-  for (QWidget* part : {static_cast<QWidget*>(report_), static_cast<QWidget*>(progress_)}) {
+  for (QWidget* part : std::initializer_list<QWidget*>{report_, progress_text_, progress_}) {
     // The bar of panels is as high as without them.
     part->setFixedHeight(panels_.front()->sizeHint().height());
     part->hide();
@@ -65,12 +78,26 @@ void PanelBar::SetPanelText(screen::Panel panel, std::string_view text) {
   PanelOf(panel)->SetText(ToQString(text));
 }
 
-void PanelBar::ShowProgress(int percent) {
-  progress_->setValue(percent);
-  progress_->show();
+void PanelBar::SetOutcome(screen::Outcome outcome, std::string_view reason) {
+  sign_->SetOutcome(outcome, ToQString(reason));
 }
 
-void PanelBar::HideProgress() { progress_->hide(); }
+void PanelBar::ShowProgress(int percent, const QString& text, const QString& phase) {
+  progress_->setValue(percent);
+  if (text != progress_text_->text()) {
+    progress_text_->setText(text);
+    progress_text_->setAccessibleDescription(text);
+  }
+  for (QWidget* part : std::initializer_list<QWidget*>{progress_, progress_text_}) {
+    part->setToolTip(phase);
+    part->show();
+  }
+}
+
+void PanelBar::HideProgress() {
+  progress_->hide();
+  progress_text_->hide();
+}
 
 void PanelBar::OfferReport(bool present) { report_->setVisible(present); }
 

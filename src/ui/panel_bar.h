@@ -6,12 +6,14 @@
 
 #include "screen/status_bar.h"
 
+class QLabel;
 class QProgressBar;
 class QToolButton;
 
 namespace fenwright::ui {
 
 class ElidedLabel;
+class OutcomeSign;
 
 /// The status bar of the main window with its five panels. Behind the first of them, where the
 /// status is, come a progress bar and the way back to a verify report, while there is any.
@@ -23,8 +25,11 @@ class PanelBar final : public QStatusBar, public screen::StatusBar {
 
   void SetPanelText(screen::Panel panel, std::string_view text) override;
 
-  /// The progress of an operation whose dialog the user has closed.
-  void ShowProgress(int percent);
+  void SetOutcome(screen::Outcome outcome, std::string_view reason) override;
+
+  /// The progress of an operation whose dialog the user has closed: the bar, per cent and remaining
+  /// time in words, and the phase, which the tool tip says.
+  void ShowProgress(int percent, const QString& text, const QString& phase);
   void HideProgress();
 
   /// Whether there is a verify report to be shown again.
@@ -42,6 +47,8 @@ class PanelBar final : public QStatusBar, public screen::StatusBar {
  private:
   std::array<ElidedLabel*, 5> panels_{};
   QProgressBar* progress_;
+  QLabel* progress_text_;
+  OutcomeSign* sign_;
   QToolButton* report_;
 };
 

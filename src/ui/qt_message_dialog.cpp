@@ -1,6 +1,7 @@
 #include "ui/qt_message_dialog.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 #include <QCloseEvent>
 #include <QHBoxLayout>
@@ -13,6 +14,7 @@
 #include "ui/controls.h"
 #include "ui/icons.h"
 #include "ui/main_window.h"
+#include "ui/outcome_sign.h"
 #include "ui/panel_bar.h"
 #include "ui/twips.h"
 #include "ui/wrapped_label.h"
@@ -51,6 +53,7 @@ QtMessageDialog::QtMessageDialog(MainWindow& owner, core::AppState& state)
   Name(this, "frmMsg", "メッセージウインドウ");
   setWindowTitle(ToQString(core::kApplicationName));
   setModal(false);
+  meter_time_.start();
   setAttribute(Qt::WA_QuitOnClose, false);
   Build();
   settle_.setSingleShot(true);
@@ -84,13 +87,26 @@ void QtMessageDialog::Build() {
   Name(progress_, "ProgBar", "進行状況");
   progress_->setRange(0, kDefaultMaximum);
   progress_->setMinimumHeight(20);
+  progress_->setTextVisible(false);
+
+  phase_ = new QLabel;
+  Name(phase_, "lblPhase", "段階");
+  progress_text_ = new QLabel;
+  Name(progress_text_, "lblProgress", "進み具合");
+  progress_text_->setAlignment(Qt::AlignRight);
+  for (QLabel* label : {phase_, progress_text_}) label->setFont(small);
 
   auto* texts = new QVBoxLayout;
   texts->setSpacing(8);
   texts->addWidget(text_);
   texts->addWidget(detail_);
   texts->addStretch(1);
-  texts->addWidget(progress_);
+  auto* progress_rows = new QVBoxLayout;
+  progress_rows->setSpacing(3);
+  for (QWidget* row : std::initializer_list<QWidget*>{phase_, progress_, progress_text_}) {
+    progress_rows->addWidget(row);
+  }
+  texts->addLayout(progress_rows);
 
   auto* body = new QHBoxLayout;
   body->setSpacing(14);
@@ -126,6 +142,7 @@ void QtMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
   left_over_ = false;
   detail_->SetText({});
   detail_->hide();
+  SetPhase({});
   text_->SetText(ToQString(text));
   ApplyMode();
   Load();
@@ -150,6 +167,23 @@ void QtMessageDialog::SetDetail(std::string_view text) {
   FitHeight();
 }
 
+void QtMessageDialog::SetOutcome(screen::Outcome outcome) {
+  if (loaded_) ShowPicture(outcome);
+}
+
+void QtMessageDialog::ShowPicture(screen::Outcome outcome) {
+  const QIcon icon = outcome == screen::Outcome::None ? PictureOf(mode_) : OutcomeIcon(outcome);
+  picture_->setPixmap(icon.pixmap(QSize(kPictureSize, kPictureSize), devicePixelRatioF()));
+  const QString name = OutcomeName(outcome);
+  picture_->setToolTip(name);
+  picture_->setAccessibleDescription(name);
+  setAccessibleDescription(name);
+}
+
+void QtMessageDialog::SetPhase(std::string_view text) {
+  if (ToQString(text) != phase_->text()) ShowText(phase_, text);
+}
+
 void QtMessageDialog::ShowButton() {
   if (!loaded_) return;
   ok_notice_->show();
@@ -163,30 +197,46 @@ void QtMessageDialog::FocusButton() {
 
 void QtMessageDialog::SetProgressRange(int maximum) {
   if (!loaded_ && !closed_by_user_) LoadBusy();
-  maximum_ = std::max(maximum, 1);
+  StartMeter(maximum);
   if (loaded_) ApplyRange();
+}
+
+void QtMessageDialog::StartMeter(int maximum) {
+  meter_.Start(maximum, meter_time_.elapsed());
+  told_percent_ = -1;
 }
 
 void QtMessageDialog::ApplyRange() {
   shown_pixels_ = -1;
   shown_percent_ = -1;
-  progress_->setRange(0, maximum_);
+  progress_->setRange(0, meter_.Maximum());
   progress_->setValue(0);
+  ShowProgressText();
+}
+
+void QtMessageDialog::ShowProgressText() {
+  const QString text = meter_.Text();
+  if (text == progress_text_->text()) return;
+  progress_text_->setText(text);
+  progress_text_->setAccessibleDescription(text);
 }
 
 void QtMessageDialog::SetProgress(int value) {
   if (!loaded_ && !closed_by_user_) LoadBusy();
-  const std::int64_t reached = std::clamp(value, 0, maximum_);
+  meter_.Reach(value, meter_time_.elapsed());
+  const int percent = meter_.Percent();
+  if (percent != told_percent_) emit Progressed(told_percent_ = percent);
   if (!loaded_) {
-    owner_.Panels().ShowProgress(static_cast<int>(reached * 100 / maximum_));
+    owner_.Panels().ShowProgress(percent, meter_.Text(), phase_->text());
     return;
   }
-  const int pixels = static_cast<int>(reached * progress_->width() / maximum_);
-  const int percent = static_cast<int>(reached * 100 / maximum_);
+  ShowProgressText();
+  const int pixels =
+      static_cast<int>(std::int64_t{meter_.Value()} * progress_->width() / meter_.Maximum());
   if (pixels == shown_pixels_ && percent == shown_percent_) return;
   shown_pixels_ = pixels;
   shown_percent_ = percent;
-  progress_->setValue(static_cast<int>(reached));
+  progress_->setValue(meter_.Value());
 }
 
 void QtMessageDialog::Close() {
@@ -199,6 +249,7 @@ void QtMessageDialog::Unload() {
   if (!loaded_) return;
   loaded_ = false;
   hide();
+  emit Unloaded();
 }
 
 bool QtMessageDialog::IsBusy() const {
@@ -218,7 +269,7 @@ void QtMessageDialog::Load() {
   if (loaded_) return;
   loaded_ = true;
   // A range that was set while the user had it closed counts.
-  if (!closed_by_user_) maximum_ = kDefaultMaximum;
+  if (!closed_by_user_) StartMeter(kDefaultMaximum);
   closed_by_user_ = false;
   owner_.Panels().HideProgress();
   ApplyRange();
@@ -236,9 +287,10 @@ void QtMessageDialog::LoadBusy() {
   text_->SetText({});
   detail_->SetText({});
   detail_->hide();
+  SetPhase({});
   ApplyMode();
   if (loaded_) {
-    maximum_ = kDefaultMaximum;
+    StartMeter(kDefaultMaximum);
     ApplyRange();
   }
   Load();
@@ -248,12 +300,13 @@ void QtMessageDialog::ApplyMode() {
   const bool busy = mode_ == screen::MessageMode::Busy;
   const bool notice = mode_ == screen::MessageMode::Notice;
   const bool choice = mode_ == screen::MessageMode::Choice;
-  progress_->setVisible(busy);
+  for (QWidget* row : std::initializer_list<QWidget*>{phase_, progress_, progress_text_}) {
+    row->setVisible(busy);
+  }
   ok_notice_->setVisible(notice);
   ok_choice_->setVisible(choice);
   cancel_->setVisible(choice);
-  picture_->setPixmap(
-      PictureOf(mode_).pixmap(QSize(kPictureSize, kPictureSize), devicePixelRatioF()));
+  ShowPicture(screen::Outcome::None);
 }
 
 /// Grows with its texts; it does not shrink while it is on the screen, so that it does not jump

@@ -6,6 +6,7 @@
 
 #include "core/app_state.h"
 #include "screen/message_dialog.h"
+#include "ui/progress_meter.h"
 
 class QLabel;
 class QProgressBar;
@@ -20,8 +21,9 @@ class WrappedLabel;
 ///
 /// Its buttons record their meaning in `AppState::CancelRequested` and unload it; closing it by its
 /// title bar or with Escape is the same as CANCEL. Unloading only hides it, so that it never
-/// disappears under an operation that is using it. Once the user has closed it, the progress shows
-/// in the main window's status bar until the next message.
+/// disappears under an operation that is using it. Phase, per cent and remaining time stand around
+/// the bar. Once the user has closed it, they show in the main window's status bar until the next
+/// message.
 class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   Q_OBJECT
 
@@ -31,6 +33,8 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override;
   void SetDetail(std::string_view text) override;
+  void SetOutcome(screen::Outcome outcome) override;
+  void SetPhase(std::string_view text) override;
   void ShowButton() override;
   void FocusButton() override;
   void SetProgressRange(int maximum) override;
@@ -42,6 +46,13 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
 
   void reject() override;
 
+ signals:
+  /// The progress, in the dialog or in the status bar, is at another percentage.
+  void Progressed(int percent);
+
+  /// The dialog has been taken away, by the user or by an operation.
+  void Unloaded();
+
  protected:
   void closeEvent(QCloseEvent* event) override;
 
@@ -52,8 +63,11 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   /// Loads it in its busy mode, without what it said last.
   void LoadBusy();
   void ApplyRange();
+  void StartMeter(int maximum);
+  void ShowProgressText();
   void Unload();
   void ApplyMode();
+  void ShowPicture(screen::Outcome outcome);
   void FitHeight();
   void EndWith(std::int16_t meaning);
 
@@ -66,14 +80,18 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   QPoint place_;                 ///< where it was loaded
   QElapsedTimer since_load_;
   QTimer settle_;  ///< puts it back to its place, see FitHeight()
-  int maximum_ = 100;
+  ProgressMeter meter_;
+  QElapsedTimer meter_time_;
   int shown_pixels_ = -1;
   int shown_percent_ = -1;
+  int told_percent_ = -1;
 
   QLabel* picture_ = nullptr;
   WrappedLabel* text_ = nullptr;
   WrappedLabel* detail_ = nullptr;
+  QLabel* phase_ = nullptr;
   QProgressBar* progress_ = nullptr;
+  QLabel* progress_text_ = nullptr;
   QPushButton* ok_choice_ = nullptr;
   QPushButton* ok_notice_ = nullptr;
   QPushButton* cancel_ = nullptr;

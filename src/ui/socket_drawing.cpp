@@ -93,7 +93,7 @@ const std::array<Place, 5> kPlaces{{
      .RowSpacing = 6,
      .BodyWidth = 5.4,
      .BodyLength = 20.5,
-     .Badge = {2.1, 18}},
+     .Badge = {1.9, 18}},
 }};
 
 QColor ColourOf(std::uint32_t value) {
@@ -193,13 +193,24 @@ void DrawContactNumbers(QPainter& painter, const QColor& text) {
                    static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter), "レバー");
 }
 
+void DrawLetter(QPainter& painter, const QPointF& centre, char letter, int pixels) {
+  painter.setFont(CanvasFont(painter, pixels, true));
+  painter.setPen(Qt::white);
+  painter.drawText(QRectF(centre.x() - pixels, centre.y() - pixels, 2 * pixels, 2 * pixels),
+                   Qt::AlignCenter, QChar(letter));
+}
+
 void DrawBadge(QPainter& painter, const QPointF& centre, char letter, const QColor& colour) {
   painter.setPen(QPen(Qt::white, 1.2));
   painter.setBrush(colour);
   painter.drawEllipse(centre, kBadgeSize / 2, kBadgeSize / 2);
-  painter.setFont(CanvasFont(painter, 11, true));
-  painter.setPen(Qt::white);
-  painter.drawText(QRectF(centre.x() - 8, centre.y() - 8, 16, 16), Qt::AlignCenter, QChar(letter));
+  constexpr int kLetterPixels = 11;
+  DrawLetter(painter, centre, letter, kLetterPixels);
+}
+
+/// Where a place has its letter: no other has its own there.
+QPointF BadgeOf(const Place& place) {
+  return {kSocketCentre + place.Badge.x() * kPitch, kFirstRow + place.Badge.y() * kPitch};
 }
 
 void DrawIdlePackage(QPainter& painter, const Place& place) {
@@ -212,9 +223,7 @@ void DrawIdlePackage(QPainter& painter, const Place& place) {
 }
 
 void DrawIdleBadge(QPainter& painter, const Place& place) {
-  const QPointF centre(kSocketCentre + place.Badge.x() * kPitch,
-                       kFirstRow + place.Badge.y() * kPitch);
-  DrawBadge(painter, centre, place.Letter, ColourOf(SocketDrawing::kIdleColour));
+  DrawBadge(painter, BadgeOf(place), place.Letter, ColourOf(SocketDrawing::kIdleColour));
 }
 
 void DrawPins(QPainter& painter, const Place& place) {
@@ -236,9 +245,21 @@ void DrawHighlightedPackage(QPainter& painter, const Place& place) {
   painter.setPen(Qt::NoPen);
   painter.setBrush(Qt::white);
   painter.drawEllipse(body.topLeft() + QPointF(6, 7), 2, 2);
-  painter.setFont(CanvasFont(painter, 20, true));
-  painter.setPen(Qt::white);
-  painter.drawText(body.adjusted(0, 6, 0, 0), Qt::AlignCenter, QChar(place.Letter));
+}
+
+/// The part of an idle package that lies under the highlighted one, as a fine line on it.
+void DrawOutlineWithin(QPainter& painter, const Place& highlighted, const Place& idle) {
+  constexpr double kInset = 3;
+  const auto inside = [](const Place& place) {
+    return BodyOf(place).adjusted(kInset, kInset, -kInset, -kInset);
+  };
+  painter.save();
+  painter.setClipRect(inside(highlighted));
+  constexpr int kSheer = 140;
+  painter.setPen(QPen(QColor(255, 255, 255, kSheer), 1));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawRoundedRect(inside(idle), 1.5, 1.5);
+  painter.restore();
 }
 
 void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool highlighted,
@@ -256,8 +277,9 @@ void DrawKeyRow(QPainter& painter, const Place& place, const QRectF& row, bool h
   };
   painter.setPen(text);
   painter.setFont(CanvasFont(painter, 11, true));
-  write(0, Qt::AlignLeft, PinsOf(place) + QString(" (1番ピンを %1 へ)").arg(place.FirstRow + 1));
-  if (highlighted) write(0, Qt::AlignRight, "◀ ここ");
+  const QString here = highlighted ? "◀ ここ" : "";
+  write(0, Qt::AlignLeft, PinsOf(place) + QString(" (1番ピン → %1)").arg(place.FirstRow + 1));
+  write(0, Qt::AlignRight, here);
   painter.setFont(CanvasFont(painter, 11, highlighted));
   const auto [first_line, second_line] = ChipLines(place);
   write(14, Qt::AlignLeft, first_line);
@@ -321,10 +343,19 @@ void SocketDrawing::DrawPackages(QPainter& painter) const {
     if (!IsHighlighted(place.Position)) DrawIdlePackage(painter, place);
   });
   for (const Place& place : kPlaces) {
-    if (!IsHighlighted(place.Position)) DrawIdleBadge(painter, place);
+    if (!IsHighlighted(place.Position)) continue;
+    DrawHighlightedPackage(painter, place);
+    for (const Place& other : kPlaces) {
+      if (!IsHighlighted(other.Position)) DrawOutlineWithin(painter, place, other);
+    }
   }
+  constexpr int kHighlightedLetterPixels = 20;
   for (const Place& place : kPlaces) {
-    if (IsHighlighted(place.Position)) DrawHighlightedPackage(painter, place);
+    if (IsHighlighted(place.Position)) {
+      DrawLetter(painter, BadgeOf(place), place.Letter, kHighlightedLetterPixels);
+    } else {
+      DrawIdleBadge(painter, place);
+    }
   }
 }
 

@@ -58,6 +58,7 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       manual_folders_(outside.ManualFolders),
       com_dialog_(window_, state_,
                   [this](int index) { return DescribePort(update::PortOfItem(context_, index)); }),
+      taskbar_(outside.MakeTaskbar ? outside.MakeTaskbar(window_) : nullptr),
       context_{
           .State = state_,
           .Line = {.ProgrammerPort = outside.ProgrammerPort,
@@ -87,6 +88,25 @@ WindowRun::WindowRun(const WindowPlatform& outside)
   QObject::connect(&window_, &MainWindow::Closing, &window_, [this] { Stop(); });
   QObject::connect(&window_.Fuses(), &FuseFrame::SelectionChanged, &window_,
                    [this] { fuse::ShowFuseBytes(context_); });
+  if (taskbar_) ServeTaskbar();
+}
+
+/// Progress while a command runs, and a failure until the user has taken note of it.
+void WindowRun::ServeTaskbar() {
+  QObject::connect(&window_, &MainWindow::Starting, &window_, [this] { taskbar_->Clear(); });
+  QObject::connect(&message_dialog_, &QtMessageDialog::Progressed, &window_,
+                   [this](int percent) { taskbar_->ShowProgress(percent); });
+  QObject::connect(&window_, &MainWindow::Finished, &window_, [this] {
+    const bool failed = state_.Command.Outcome == screen::Outcome::Failure;
+    if (failed) {
+      taskbar_->ShowFailure();
+    } else {
+      taskbar_->Clear();
+    }
+  });
+  QObject::connect(&message_dialog_, &QtMessageDialog::Unloaded, &window_, [this] {
+    if (!state_.CommandRunning) taskbar_->Clear();
+  });
 }
 
 WindowActions WindowRun::Actions() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@
 #include "ui/qt_message_boxes.h"
 #include "ui/qt_message_dialog.h"
 #include "ui/qt_shell.h"
+#include "ui/taskbar.h"
 
 namespace fenwright::ui {
 
@@ -38,6 +41,8 @@ struct WindowPlatform {
   /// The firmware update dialog's own serial control; null = no firmware can be updated.
   platform::SerialControl* UpdaterPort = nullptr;
   platform::Shell* Shell = nullptr;
+  /// Makes the taskbar's part of the window; empty = the desktop shows nothing.
+  std::function<std::unique_ptr<Taskbar>(QWidget& window)> MakeTaskbar{};
   /// Folders in which the manual may lie, each with its separator; the program's own comes first.
   std::vector<std::string> ManualFolders = {""};
 };
@@ -90,6 +95,7 @@ class WindowRun final : private screen::MainForm {
   [[nodiscard]] std::string DescribePort(int number) const;
   void WatchPort();
   void ReportUnwritableSettings();
+  void ServeTaskbar();
   void Stop();
   bool Unload();
   void LeaveProgrammingMode();
@@ -110,6 +116,7 @@ class WindowRun final : private screen::MainForm {
   platform::Shell& shell_;
   const std::vector<std::string> manual_folders_;
   ComDialog com_dialog_;
+  std::unique_ptr<Taskbar> taskbar_;  ///< may be null
   core::RunContext context_;
   QTimer timer_;
   bool started_ = false;  ///< the start procedure has run to its end

@@ -1,7 +1,10 @@
 #include "image/hand_edit.h"
 
+#include <sstream>
+
 #include "core/device_catalogue.h"
 #include "core/hex_format.h"
+#include "core/status.h"
 #include "support/test_run.h"
 
 namespace fenwright::image {
@@ -45,6 +48,76 @@ struct HandEditTest : Test, RecordedRun {
     EXPECT_TRUE(BuffersAreBlank());
   }
 };
+
+// The mark in the view.
+
+using screen::TextPlace;
+using Marks = std::map<View, TextPlace>;
+
+TEST_ON(HandEditTest, HandEdit, MarksTheCellInItsView) {
+  ReadFlash("0");
+  EXPECT_EQ(Views.Marks, (Marks{{View::Flash, {.Line = 0, .Column = 6, .Length = 4}}}));
+  ReadFlash("1B");
+  EXPECT_EQ(Views.Marks, (Marks{{View::Flash, {.Line = 3, .Column = 6 + 3 * 5, .Length = 4}}}));
+  ReadEeprom("2F");
+  EXPECT_EQ(Views.Marks, (Marks{{View::Eeprom, {.Line = 2, .Column = 6 + 15 * 3, .Length = 2}}}));
+  WriteFlash("9", "ABCD");
+  EXPECT_EQ(Views.Marks, (Marks{{View::Flash, {.Line = 1, .Column = 6 + 5, .Length = 4}}}));
+  WriteEeprom("0", "12");
+  EXPECT_EQ(Views.Marks, (Marks{{View::Eeprom, {.Line = 0, .Column = 6, .Length = 2}}}));
+}
+
+TEST_ON(HandEditTest, HandEdit, TheMarkedCharactersOfTheDumpAreTheCell) {
+  for (const std::int32_t word : {0, 7, 8, 1023}) {
+    WriteFlash(core::HexAddress(word), "BEEF");
+    const TextPlace place = Views.Marks.at(View::Flash);
+    std::istringstream dump(FileText("avrhex.txt"));
+    std::string line;
+    for (int number = 0; number <= place.Line; ++number) std::getline(dump, line);
+    EXPECT_EQ(line.substr(static_cast<std::size_t>(place.Column), 4), "BEEF") << word;
+  }
+}
+
+TEST_ON(HandEditTest, HandEdit, NothingIsMarkedBeyondTheChipAndAfterAWrongInput) {
+  for (const char* address : {"400", "7FF", "800", "x"}) {
+    ReadFlash("0");
+    ASSERT_FALSE(Views.Marks.empty());
+    ReadFlash(address);
+    EXPECT_TRUE(Views.Marks.empty()) << address;
+  }
+}
+
+// The notice that is mended.
+
+TEST_ON(HandEditTest, HandEdit, ItsNoticeGoesWhenTheInputIsMended) {
+  const auto complain = [this] {
+    ReadFlash("7f");
+    ASSERT_TRUE(Dialog.Loaded);
+    ASSERT_EQ(StatusBar.Outcome, screen::Outcome::Attention);
+  };
+  complain();
+  ReadFlash("7");
+  EXPECT_FALSE(Dialog.Loaded);
+  EXPECT_EQ(StatusBar.Outcome, screen::Outcome::None);
+  complain();
+  ReadFlash("");
+  EXPECT_FALSE(Dialog.Loaded) << "nothing is wrong with another beginning";
+  complain();
+  WriteFlash("0", "1234");
+  EXPECT_FALSE(Dialog.Loaded);
+  ReadFlash("FFF");
+  EXPECT_EQ(Dialog.Text, kBadFlashAddress);
+  ReadFlash("FF");
+  EXPECT_FALSE(Dialog.Loaded);
+}
+
+TEST_ON(HandEditTest, HandEdit, AnotherNoticeStays) {
+  ReadFlash("7f");
+  core::ShowMessage(Context, "another", MessageMode::Notice);
+  ReadFlash("7");
+  EXPECT_TRUE(Dialog.Loaded);
+  EXPECT_EQ(Dialog.Text, "another");
+}
 
 // Writing.
 

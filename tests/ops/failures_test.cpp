@@ -91,7 +91,8 @@ TEST(ProgramFailure, AMismatchedChipIsNeitherErasedNorProgrammed) {
   EXPECT_EQ(run.PanelText(Panel::Elapsed), "");
   EXPECT_EQ(run.Chip().FlashWord(0), 0x1234);
   EXPECT_THAT(trace, Contains(kMismatch));
-  EXPECT_EQ(run.Dialog.Detail, "デバイスには何も書き込んでいません。");
+  EXPECT_EQ(run.Dialog.Detail,
+            "ソケットには AT90S2313 があります。\r\nデバイスには何も書き込んでいません。");
   EXPECT_EQ(trace.back(), run.Dialog.Detail) << "users send the trace";
 }
 
@@ -300,6 +301,7 @@ TEST(ProgramFailure, BothMemoriesBadGiveTheFourthResult) {
   Programmed run(WithFaults("stuck@eeprom:0:0=0 stuck@flash:0x1:15=1"));
   EXPECT_EQ(run.Dialog.Text, "ベリファイ　FLASH : NG / EEPROM : NG");
   EXPECT_EQ(run.Dialog.Detail,
+            "一致しない箇所 : フラッシュ 1 ワード、EEPROM 1 バイト。\r\n"
             "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
             "イレースしてから、もう一度プログラムしてください。");
 }
@@ -367,7 +369,8 @@ TEST(ProgramFailure, AnyReplyMayFailInAnyWayAndTheNextRunWorks) {
       EXPECT_FALSE(run.Dialog.IsBusy());
       EXPECT_TRUE(run.Dialog.Loaded);
       EXPECT_FALSE(run.Dialog.Text.empty());
-      EXPECT_EQ(ops::Succeeded(run.State), run.Dialog.Detail.empty());
+      EXPECT_FALSE(run.Dialog.Detail.empty());
+      EXPECT_EQ(ops::Succeeded(run.State), run.Dialog.Detail == ops::DescribeUsage(run.State));
       if (ops::Succeeded(run.State)) {
         EXPECT_TRUE(run.State.Command.Erased);
       }

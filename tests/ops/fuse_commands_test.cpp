@@ -135,7 +135,8 @@ TEST(FuseCommands, AFailedReadSaysWhatTheListsShow) {
             "no fuse or lock bits read, the lists are unchanged: check the connection and the "
             "device in the socket and read again");
   EXPECT_EQ(mismatch.Dialog.Detail,
-            ops::DescribeChipState(mismatch.State, core::Language::Japanese));
+            "ソケットには AT90S2313 があります。\r\n" +
+                ops::DescribeChipState(mismatch.State, core::Language::Japanese));
   BoardRun partly("ATtiny12L", WithFaults("drop@15"));
   ops::RunCommand(partly.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(partly.ChipState(),

@@ -2,6 +2,7 @@
 
 #include "ops/command.h"
 #include "ops/commands.h"
+#include "ops/outcome.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
@@ -24,11 +25,17 @@ struct DoubtRun : BoardRun {
     if (!data.empty()) Files.Files[kDataPath] = data;
     Do([](core::RunContext& context) { ops::OpenPair(context, kCodePath); });
   }
-  /// The detail line of the result.
+  /// The detail line of the result, without the words about the use of the chip that stand last
+  /// below a success.
   std::string Program() {
     Do(ops::Cmd_btn_program_Click);
     EXPECT_TRUE(Dialog.Loaded);
-    return Dialog.Detail;
+    std::string detail = Dialog.Detail;
+    if (!ops::Succeeded(State) || State.Command.NothingToProgram) return detail;
+    const std::string use = ops::DescribeUsage(State);
+    EXPECT_THAT(detail, EndsWith(use));
+    detail.erase(detail.size() - std::min(use.size(), detail.size()));
+    return detail.ends_with("\r\n") ? detail.substr(0, detail.size() - 2) : detail;
   }
 };
 
@@ -77,6 +84,7 @@ TEST_F(ImageDoubt, StandsBelowTheStateOfTheChipAfterAFailure) {
   DoubtRun run(WithFaults("lie@2"));
   run.Open(kTooLarge);
   EXPECT_EQ(run.Program(),
+            "一致しない箇所 : フラッシュ 1 ワード。\r\n"
             "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
             "イレースしてから、もう一度プログラムしてください。\r\n" +
                 std::string(kBeyond));

@@ -114,6 +114,12 @@ class FakeStatusBar final : public screen::StatusBar, public Noted {
     Texts[panel] = text;
     History.emplace_back(panel, text);
   }
+  void SetOutcome(screen::Outcome outcome, std::string_view reason) override {
+    Outcome = outcome;
+    Reason = reason;
+  }
+  screen::Outcome Outcome = screen::Outcome::None;
+  std::string Reason;
   std::map<Panel, std::string> Texts;
   std::vector<std::pair<Panel, std::string>> History;
 };
@@ -128,6 +134,8 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
     Text = text;
     Mode = mode;
     Detail.clear();
+    Outcome = screen::Outcome::None;
+    Phase.clear();
     ButtonVisible = mode != MessageMode::Busy;
     BarVisible = mode == MessageMode::Busy;
     Shown.emplace_back(text, mode);
@@ -137,6 +145,8 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
     if (!Loaded) {
       Mode = MessageMode::Busy;
       Detail.clear();
+      Outcome = screen::Outcome::None;
+      Phase.clear();
       ButtonVisible = false;
       BarVisible = true;
     }
@@ -144,6 +154,13 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
     Text = text;
   }
   void SetDetail(std::string_view text) override { Detail = text; }
+  void SetOutcome(screen::Outcome outcome) override {
+    if (Loaded) Outcome = outcome;
+  }
+  void SetPhase(std::string_view text) override {
+    Phase = text;
+    Phases.emplace_back(text);
+  }
   void ShowButton() override {
     Note("dialog button");
     ButtonVisible = true;
@@ -167,6 +184,9 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
   bool BarVisible = false;
   std::string Text;
   std::string Detail;
+  screen::Outcome Outcome = screen::Outcome::None;
+  std::string Phase;
+  Texts Phases;  ///< every one that was shown
   MessageMode Mode = MessageMode::Busy;
   int ProgressMaximum = -1;
   std::vector<int> Progress;
@@ -333,6 +353,9 @@ class FakeViews final : public screen::Views, public Noted {
     Add("show text in", view);
     Texts[view] = text;
   }
+  void Mark(View view, const screen::TextPlace& place) override { Marks[view] = place; }
+  void ClearMarks() override { Marks.clear(); }
+  std::map<View, screen::TextPlace> Marks;
   platform::TextFiles* Source = nullptr;  ///< where files are read when a test looks at the texts
   std::map<View, std::string> Texts;
   std::vector<std::pair<std::string, View>> Calls;

@@ -271,6 +271,79 @@ class WindowTest(WindowCase):
         click(find("プログラム", "push button"))
         wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
 
+    def test_the_progress_goes_on_in_the_status_bar_when_its_dialog_is_closed(self):
+        self.start_board("--baud", "9600")
+        self.start_window()
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the phase", lambda: text_of("段階") == "2 / 4 : フラッシュの書き込み")
+        wait_for("the remaining time", lambda: "残り 約" in (text_of("進み具合") or ""))
+        self.picture("progress-dialog")
+        keys("Escape")
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        remaining = wait_for("the status bar", lambda: text_of("処理の残り時間"))
+        self.assertRegex(remaining, r"^[0-9]+ %   残り 約 [0-9]+ 秒$")
+        self.picture("progress-status-bar")
+        bar = find("処理の進行状況", "progress bar").queryValue()
+        reached = bar.currentValue
+        wait_for("it to move", lambda: bar.currentValue > reached)
+        wait_for("the verify", lambda: text_of("段階") == "4 / 4 : フラッシュのベリファイ")
+        self.assertIsNone(find("処理の残り時間"))
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+        self.assertIsNone(text_of("段階"))
+        self.assertEqual(self.wire(), program_wire(self.flash, self.eeprom))
+
+    def test_a_good_run_says_how_much_of_the_chip_it_uses(self):
+        self.start_board()
+        self.start_window()
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+        wait_for("the use", lambda: text_of("詳細") ==
+                 "フラッシュの使用量 : 300 / 4096 ワード (7 %)\n"
+                 "EEPROMの使用量 : 40 / 512 バイト (7 %)")
+        wait_for("the sign", lambda: text_of("結果の印") == "成功")
+        self.assertEqual(text_of("アイコン"), "成功")
+
+    def test_another_chip_in_the_socket_is_named(self):
+        self.start_board(device="ATtiny12L")
+        self.start_window()
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the mismatch", lambda: (text_of("メッセージ") or "").startswith(
+            "デバイス選択と、ソケット上のデバイスが一致しません。"))
+        wait_for("the sign", lambda: text_of("アイコン") == "失敗")
+        self.assertTrue(text_of("詳細").startswith("ソケットには ATtiny12"), text_of("詳細"))
+        wire = self.wire()
+        self.assertTrue(wire.endswith(b"APsL"), wire)
+
+    def test_a_pulled_cable_is_named(self):
+        self.start_board("--fault", "hangup@400")
+        self.start_window()
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the cause", lambda: "通信ポートがなくなりました。" in (text_of("詳細") or ""))
+        self.assertIn(self.path("port"), text_of("詳細"))
+        self.assertTrue(text_of("結果の印").startswith("失敗"))
+
+    def test_a_protected_chip_is_perhaps_protected(self):
+        self.start_board("--state", self.path("state"))
+        self.start_window()
+        self.open_file()
+        lock = wait_for("the list", lambda: find("Lock bit", "label"))
+        box = next(relation.getTarget(0) for relation in lock.getRelationSet()
+                   if relation.getRelationType() == pyatspi.RELATION_LABEL_FOR)
+        click(box)
+        time.sleep(0.2)
+        keys("Home", "Return")
+        time.sleep(0.2)
+        click(find("Lock＆Fuseライト", "push button"))
+        done = "Lock/Fuse bit ライトが完了しました。"
+        wait_for(done, lambda: text_of("ステータス") == done)
+        click(find("ベリファイ", "push button"))
+        wait_for("the cause", lambda: "プロテクトされている可能性があります。" in
+                 (text_of("詳細") or ""))
+
     def test_closing_in_the_middle_asks_and_leaves_programming_mode(self):
         self.start_board("--baud", "9600")
         window = self.start_window()

@@ -115,6 +115,57 @@ TEST_F(GuideDrawing, EveryPositionLooksDifferentWithoutColoursToo) {
   }
 }
 
+TEST_F(GuideDrawing, EveryMarkerShowsWhicheverIsHighlighted) {
+  // Each badge has a white ring, in a place where no package is white.
+  const auto ring_pixels = [this](const QPointF& tenths) {
+    constexpr double kCentre = 78;
+    constexpr double kFirstRow = 44;
+    constexpr double kTenth = 10;
+    constexpr double kReach = 8;
+    const QRectF area(kCentre + tenths.x() * kTenth - kReach,
+                      kFirstRow + tenths.y() * kTenth - kReach, 2 * kReach, 2 * kReach);
+    return PixelsOf(kGrey, QRectF(area.topLeft() * 2, area.size() * 2).toRect());
+  };
+  const std::array<QPointF, 5> badges{QPointF(0, 1.5), QPointF(0, 16.5), QPointF(0, 6),
+                                      QPointF(0, 12), QPointF(1.9, 18)};
+  for (const GuidePosition highlighted : kGuidePositions) {
+    drawing_.SetHighlighted(highlighted, true);
+    for (const GuidePosition other : kGuidePositions) {
+      if (other == highlighted) continue;
+      EXPECT_GT(ring_pixels(badges.at(static_cast<std::size_t>(other))), 200)
+          << "ABCDE"[static_cast<std::size_t>(other)] << " under "
+          << "ABCDE"[static_cast<std::size_t>(highlighted)];
+    }
+    drawing_.SetHighlighted(highlighted, false);
+  }
+}
+
+TEST_F(GuideDrawing, TheWordHereStandsApartFromTheText) {
+  // Between the text of a row and the word behind it there is a gap as wide as a letter.
+  constexpr int kScale = 2;
+  constexpr std::size_t kGap = 6 * kScale;
+  for (const GuidePosition position : kGuidePositions) {
+    drawing_.SetHighlighted(position, true);
+    const QImage picture = Picture();
+    const int top = (6 + 52 * static_cast<int>(position) + 6) * kScale;
+    std::vector<bool> inked;
+    for (int x = (146 + 28) * kScale; x < 334 * kScale; ++x) {
+      bool dark = false;
+      for (int y = top; y < top + 11 * kScale; ++y) {
+        dark = dark || qGray(picture.pixel(x, y)) < 128;
+      }
+      inked.push_back(dark);
+    }
+    const std::size_t here = inked.size() - 40 * kScale;
+    std::size_t gap = 0;
+    for (std::size_t x = here; x > 0 && gap < kGap; --x) gap = inked.at(x) ? 0 : gap + 1;
+    EXPECT_GE(gap, kGap) << "ABCDE"[static_cast<std::size_t>(position)];
+    const auto word = inked.begin() + static_cast<std::ptrdiff_t>(here);
+    EXPECT_TRUE(std::find(word, inked.end(), true) != inked.end());
+    drawing_.SetHighlighted(position, false);
+  }
+}
+
 /// Length in tenths of an inch, one of which is the distance of two contacts.
 double Tenths(const QRectF& body, const QRectF& forty_pins) {
   return body.height() / forty_pins.height() * 20.5;

@@ -198,7 +198,7 @@ TEST_F(MenuTree, NeitherMenuNorPanelStartsACommandWhileOneRuns) {
   window_.Run([this] {
     state_.CommandRunning = true;
     for (const char* item : {"mmuCominucation", "mnuPC_buffer_clear", "mnuFirmwareUpdate",
-                             "mnuHelpAbout", "mnuReLoad", "mnuFileOpen"}) {
+                             "mnuReLoad", "mnuFileOpen"}) {
       Choose(item);
       EXPECT_FALSE(Find<QAction>(window_, item)->isEnabled()) << item;
     }
@@ -208,6 +208,25 @@ TEST_F(MenuTree, NeitherMenuNorPanelStartsACommandWhileOneRuns) {
   });
   EXPECT_EQ(log_, Log{});
   EXPECT_TRUE(Find<QAction>(window_, "mmuCominucation")->isEnabled());
+}
+
+TEST_F(MenuTree, GuideManualAndAboutBoxCanBeHadWhileACommandRuns) {
+  window_.Run([this] {
+    state_.CommandRunning = true;
+    for (const char* item : {"mmudeviceIndex", "mmuIndex"}) {
+      window_.Guide().hide();
+      EXPECT_TRUE(Find<QAction>(window_, item)->isEnabled()) << item;
+      Choose(item);
+      EXPECT_TRUE(window_.Guide().isVisible()) << item;
+    }
+    for (const char* item : {"mnuHelpSub", "mnuHelpAbout"}) {
+      EXPECT_TRUE(Find<QAction>(window_, item)->isEnabled()) << item;
+      Choose(item);
+    }
+    EXPECT_TRUE(state_.CommandRunning);
+    state_.CommandRunning = false;
+  });
+  EXPECT_EQ(log_, (Log{"action OpenManual", "action ShowAbout"}));
 }
 
 TEST_F(MenuTree, EachViewOpensAtItsDefaultPlace) {

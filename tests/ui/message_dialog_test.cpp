@@ -303,6 +303,83 @@ TEST_F(MessageDialogTest, AnEmptyRangeDoesNotTurnTheBarIntoAnEndlessOne) {
   EXPECT_EQ(Bar()->maximum(), 1);
 }
 
+TEST_F(MessageDialogTest, PhaseAndPerCentStandAroundTheBarOfABusyDialogAlone) {
+  const auto* phase = Find<QLabel>(dialog_, "lblPhase");
+  const auto* text = Find<QLabel>(dialog_, "lblProgress");
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.SetPhase("2 / 4 : フラッシュの書き込み");
+  dialog_.SetProgressRange(200);
+  dialog_.SetProgress(90);
+  EXPECT_TRUE(phase->isVisible());
+  EXPECT_EQ(phase->text(), "2 / 4 : フラッシュの書き込み");
+  EXPECT_EQ(phase->accessibleDescription(), phase->text());
+  EXPECT_EQ(text->text(), "45 %");
+  EXPECT_EQ(text->accessibleDescription(), "45 %");
+  const int height = dialog_.height();
+  dialog_.Show("next", MessageMode::Busy);
+  EXPECT_EQ(phase->text(), "") << "the next message is about something else";
+  EXPECT_EQ(text->text(), "45 %") << "its range comes with it";
+  dialog_.SetProgressRange(10);
+  EXPECT_EQ(text->text(), "0 %");
+  EXPECT_EQ(dialog_.height(), height) << "there is room for a phase";
+  for (const MessageMode mode : {MessageMode::Notice, MessageMode::Choice}) {
+    dialog_.Show("text", mode);
+    EXPECT_FALSE(phase->isVisible());
+    EXPECT_FALSE(text->isVisible());
+  }
+}
+
+TEST_F(MessageDialogTest, TheLongestProgressTextsFit) {
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.SetPhase("3 / 3 : ヒューズとロックビットの読み出し");
+  QApplication::processEvents();
+  for (const auto& [name, longest] :
+       {std::pair{"lblPhase", QString("3 / 3 : ヒューズとロックビットの読み出し")},
+        std::pair{"lblProgress", QString("100 %   残り 約 59 分 59 秒")}}) {
+    const auto* label = Find<QLabel>(dialog_, name);
+    EXPECT_LE(label->fontMetrics().horizontalAdvance(longest), label->contentsRect().width())
+        << name;
+    EXPECT_LE(label->fontMetrics().height(), label->height()) << name;
+  }
+}
+
+TEST_F(MessageDialogTest, RemainingTimeAndPhaseGoOnInTheStatusBar) {
+  const auto* text = Find<QLabel>(window_, "sbProgressText");
+  dialog_.Show("busy", MessageMode::Busy);
+  dialog_.SetPhase("2 / 4 : フラッシュの書き込み");
+  dialog_.SetProgressRange(200);
+  dialog_.SetProgress(20);
+  dialog_.close();
+  dialog_.SetProgress(60);
+  EXPECT_TRUE(text->isVisible());
+  EXPECT_EQ(text->text(), "30 %");
+  EXPECT_EQ(text->toolTip(), "2 / 4 : フラッシュの書き込み");
+  EXPECT_EQ(Find<QProgressBar>(window_, "sbProgress")->toolTip(), text->toolTip());
+  QTest::qWait(1100);
+  dialog_.SetProgress(62);
+  EXPECT_TRUE(text->text().startsWith("31 %   残り 約 ")) << text->text().toStdString();
+  EXPECT_EQ(text->accessibleDescription(), text->text());
+  dialog_.Show("next", MessageMode::Busy);
+  EXPECT_FALSE(text->isVisible());
+}
+
+TEST_F(MessageDialogTest, TheSignOfAnOutcomeLastsUntilTheNextMessage) {
+  const auto* picture = Find<QLabel>(dialog_, "Picture1");
+  dialog_.SetOutcome(screen::Outcome::Failure);
+  EXPECT_EQ(picture->accessibleDescription(), "") << "nothing is on the screen";
+  dialog_.Show("failed", MessageMode::Notice);
+  const QImage plain = picture->pixmap().toImage();
+  dialog_.SetOutcome(screen::Outcome::Failure);
+  EXPECT_EQ(picture->accessibleDescription(), "失敗");
+  EXPECT_NE(picture->pixmap().toImage(), plain);
+  dialog_.SetDetail("detail");
+  EXPECT_EQ(picture->accessibleDescription(), "失敗");
+  dialog_.Show("ready", MessageMode::Notice);
+  EXPECT_EQ(picture->accessibleDescription(), "");
+  EXPECT_EQ(dialog_.accessibleDescription(), "");
+  EXPECT_EQ(picture->pixmap().toImage(), plain);
+}
+
 TEST_F(MessageDialogTest, LongTextsAndPathsAreShownWhole) {
   const std::string path = "/home/user/" + std::string(300, 'x') + ".hex";
   dialog_.Show("再ロードするファイル名 ： " + path + "\r\n" + path, MessageMode::Notice);

@@ -77,6 +77,51 @@ TEST_F(ViewsTest, AWholeLineOfEachDumpIsSeenInTheViewsDefaultWidth) {
   }
 }
 
+/// The marked characters, "" = none.
+QString Marked(QTextEdit* text) {
+  const QList<QTextEdit::ExtraSelection> marks = text->extraSelections();
+  EXPECT_LE(marks.size(), 1);
+  return marks.isEmpty() ? QString() : marks.front().cursor.selectedText();
+}
+
+TEST_F(ViewsTest, AMarkedStretchIsSeenWhereverItIs) {
+  GivenLines(300);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  QTextEdit* text = TextOf(View::Flash);
+  for (const int line : {299, 0, 150, 151, 299}) {
+    views_.Mark(View::Flash, {.Line = line, .Column = 5, .Length = 1});
+    EXPECT_EQ(Marked(text), QString::number(line).left(1));
+    EXPECT_EQ(text->textCursor().blockNumber(), line) << "for readers of the screen";
+    const QRect place = text->cursorRect(text->extraSelections().front().cursor);
+    EXPECT_TRUE(text->viewport()->rect().contains(place)) << line;
+  }
+}
+
+TEST_F(ViewsTest, AMarkInSightDoesNotMoveTheView) {
+  GivenLines(300);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  QScrollBar* bar = TextOf(View::Flash)->verticalScrollBar();
+  bar->setValue(500);
+  views_.Mark(View::Flash, {.Line = FirstLine(View::Flash) + 4, .Column = 0, .Length = 4});
+  EXPECT_EQ(bar->value(), 500);
+}
+
+TEST_F(ViewsTest, ANewTextAndAClearedMarkAreUnmarked) {
+  GivenLines(3);
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  const screen::TextPlace place{.Line = 1, .Column = 0, .Length = 4};
+  views_.Mark(View::Flash, place);
+  EXPECT_EQ(Marked(TextOf(View::Flash)), "line");
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  EXPECT_EQ(Marked(TextOf(View::Flash)), "");
+  views_.Mark(View::Flash, place);
+  views_.ClearMarks();
+  EXPECT_EQ(Marked(TextOf(View::Flash)), "");
+  views_.Mark(View::Flash, {.Line = 1, .Column = 4, .Length = 40});
+  views_.Mark(View::Flash, {.Line = 40, .Column = 0, .Length = 1});
+  EXPECT_EQ(Marked(TextOf(View::Flash)), "") << "the text has no such place";
+}
+
 TEST_F(ViewsTest, TheCp932Code165IsShownAsTheHalfWidthMiddleDot) {
   files_.Files["/app/avrhex.txt"] = "0000: FFFF \xA5\xA5\r\n";
   views_.Load(View::Flash, "/app/avrhex.txt");

@@ -101,6 +101,7 @@ struct BenchOptions {
   platform::SettingsStore* Settings = nullptr;
   platform::PortInfos* Ports = nullptr;
   platform::SingleInstance* Instance = nullptr;
+  std::function<std::unique_ptr<Taskbar>(QWidget&)> MakeTaskbar{};
 };
 
 /// A run of the whole program: its real window, the real engine, a simulated board in whose socket
@@ -123,6 +124,7 @@ class WindowBench {
              .FileDialogs = options.Dialogs ? options.Dialogs : &Dialogs,
              .UpdaterPort = &UpdaterPort,
              .Shell = &Shell,
+             .MakeTaskbar = options.MakeTaskbar,
              .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
     Port.ChipInSocket = [this] { return Run.Context().Screen.DeviceForm.DeviceText(); };
     Settings.Write("Settings", "ComNox", "1");

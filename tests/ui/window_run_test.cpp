@@ -411,20 +411,54 @@ TEST(WindowRun, ACellIsShownAsItsAddressIsTypedAndCanBeChanged) {
   EXPECT_EQ(data->text(), "BEEF");
 }
 
+TEST(WindowRun, AHandEditScrollsToItsCellAndMarksIt) {
+  WindowBench bench;
+  bench.Start(bench.GivenHexFile(kProgramWords));
+  QApplication::processEvents();
+  const auto marked = [&bench](screen::View view) {
+    const auto marks = bench.Run.Window().ViewOf(view)->TextControl()->extraSelections();
+    return marks.isEmpty() ? "" : marks.front().cursor.selectedText().toStdString();
+  };
+  auto* address = Find<QLineEdit>(bench.Run.Window(), "txtAddress");
+  auto* data = Find<QLineEdit>(bench.Run.Window(), "txtData");
+  const QTextEdit* flash = bench.Run.Window().ViewOf(screen::View::Flash)->TextControl();
+  address->setText("18F");
+  EXPECT_EQ(marked(screen::View::Flash), data->text().toStdString());
+  EXPECT_GT(flash->verticalScrollBar()->value(), 100);
+  EXPECT_EQ(flash->textCursor().blockNumber(), 0x18F / 8);
+  data->setText("BEEF");
+  Press(bench, "CmdWrite");
+  EXPECT_EQ(marked(screen::View::Flash), "BEEF");
+
+  Find<QRadioButton>(bench.Run.Window(), "OptionEeprom")->click();
+  EXPECT_EQ(data->text(), "") << "it was a word of the flash";
+  EXPECT_EQ(address->text(), "18F");
+  EXPECT_EQ(marked(screen::View::Flash), "");
+  address->setText("3F");
+  EXPECT_EQ(data->text(), "FF");
+  EXPECT_EQ(marked(screen::View::Eeprom), "FF");
+  EXPECT_EQ(marked(screen::View::Flash), "");
+  address->setText("3FF");
+  EXPECT_EQ(marked(screen::View::Eeprom), "") << "there is no such byte";
+}
+
 TEST(WindowRun, AHandEditKeepsThePartOfTheViewInSight) {
   WindowBench bench;
   bench.Start(bench.GivenHexFile(kProgramWords));
   QApplication::processEvents();
   QScrollBar* bar =
       bench.Run.Window().ViewOf(screen::View::Flash)->TextControl()->verticalScrollBar();
-  bar->setValue(20);
-  ASSERT_EQ(bar->value(), 20);
   Find<QLineEdit>(bench.Run.Window(), "txtAddress")->setText("A0");
+  const int scrolled_to_the_cell = bar->value();
+  EXPECT_NE(scrolled_to_the_cell, 20);
+  // The line of the cell stays in sight.
+  bar->setValue(scrolled_to_the_cell + 20);
+  ASSERT_EQ(bar->value(), scrolled_to_the_cell + 20);
   Find<QLineEdit>(bench.Run.Window(), "txtData")->setText("1234");
   Press(bench, "CmdWrite");
   QApplication::processEvents();
   EXPECT_EQ(bench.Run.State().FlashBuffer.at(0x140), 0x12);
-  EXPECT_EQ(bar->value(), 20);
+  EXPECT_EQ(bar->value(), scrolled_to_the_cell + 20);
 }
 
 TEST(WindowRun, AnEepromCellIsChangedByItsOwnOption) {

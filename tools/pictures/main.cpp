@@ -13,11 +13,13 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QComboBox>
 #include <QCommandLineParser>
 #include <QDir>
 #include <QLibraryInfo>
 #include <QLineEdit>
 #include <QLocale>
+#include <QProgressBar>
 #include <QStyleFactory>
 #include <QTranslator>
 
@@ -108,6 +110,35 @@ QImage Notice() {
   return AfterPress(studio, "Cmd_btn_program");
 }
 
+QImage NothingToProgram() {
+  Studio studio;
+  return AfterPress(studio, "Cmd_btn_program");
+}
+
+QImage ResetPin() {
+  Studio studio({.Device = "ATtiny26L", .Chip = "ATtiny26L"});
+  auto* list = dynamic_cast<QComboBox*>(Studio::Find("Combo_RSTDISABL"));
+  list->setCurrentIndex(0);
+  emit list->activated(0);
+  return MessageDialog(studio);
+}
+
+/// The progress of a command whose dialog the user has closed.
+QImage ProgressInStatusBar() {
+  Studio studio;
+  studio.Open(Studio::kCounterFile);
+  QImage picture;
+  studio.WhenProgress(
+      60, [&studio] { studio.Press("Cmd_btn_program"); },
+      [&studio, &picture] {
+        fenwright::ui::QtMessageDialog& dialog = studio.Run().MessageDialog();
+        dialog.reject();
+        dialog.SetProgress(dialog.findChild<QProgressBar*>("ProgBar")->value());
+        picture = Window(studio);
+      });
+  return picture;
+}
+
 QImage EmptySocket() {
   Studio studio({.Chip = "empty"});
   return AfterPress(studio, "Cmd_btn_verify");
@@ -157,8 +188,8 @@ QImage OpenDialog() {
   return Studio::OfModal([&studio] { studio.Press("Cmd_btn_open"); });
 }
 
-QImage Guide() {
-  Studio studio({.Device = "AT90S2313", .Chip = "AT90S2313"});
+QImage Guide(const std::string& device) {
+  Studio studio({.Device = device, .Chip = device});
   studio.Press("mmuIndex");
   return Studio::Of(*Studio::Find("frmIndex"));
 }
@@ -203,9 +234,16 @@ const std::vector<Picture>& Pictures() {
       {"window-bad-file", BadFile},
       {"window-hand-edit", HandEdit},
       {"window-guide", WindowWithGuide},
-      {"guide", Guide},
+      {"window-progress", ProgressInStatusBar},
+      {"guide", [] { return Guide("AT90S2313"); }},
+      {"guide-a", [] { return Guide("ATtiny12L"); }},
+      {"guide-b", [] { return Guide("ATtiny26L"); }},
+      {"guide-d", [] { return Guide("AT90S4433"); }},
+      {"guide-e", [] { return Guide("AT90S8515"); }},
       {"message-busy", Busy},
       {"message-notice", Notice},
+      {"message-nothing-to-program", NothingToProgram},
+      {"message-reset-pin", ResetPin},
       {"message-empty-socket", EmptySocket},
       {"message-other-device", OtherDevice},
       {"message-no-board", NoBoard},
