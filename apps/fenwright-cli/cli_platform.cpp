@@ -1,9 +1,11 @@
 #include "cli_platform.h"
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <thread>
+#include <utility>
 
 namespace fenwright::cli {
 namespace {
@@ -54,12 +56,44 @@ void SignalEventLoop::ProcessPendingEvents() {
 
 void PrintedStatusBar::SetPanelText(screen::Panel panel, std::string_view text) {
   if (panel == screen::Panel::Signature) signature_ = text;
-  if (panel == screen::Panel::Status) console_.Print(text);
+  if (panel == screen::Panel::Status) console_.PrintStatus(text);
+}
+
+namespace {
+
+struct PhaseWords {
+  core::Phase Phase;
+  core::Sentence Label;
+  core::Sentence Unit;
+};
+
+const PhaseWords& WordsOf(core::Phase phase) {
+  static const core::Sentence kWords{"ワード", "words"};
+  static const core::Sentence kBytes{"バイト", "bytes"};
+  static const std::array<PhaseWords, 9> kRows{{
+      {core::Phase::None, {}, {}},
+      {core::Phase::Erase, {"イレース", "erase"}, {}},
+      {core::Phase::WriteFlash, {"フラッシュ", "flash"}, kWords},
+      {core::Phase::WriteEeprom, {"EEPROM", "EEPROM"}, kBytes},
+      {core::Phase::VerifyFlash, {"照合", "verify"}, kWords},
+      {core::Phase::VerifyEeprom, {"照合 EEPROM", "verify EE"}, kBytes},
+      {core::Phase::ReadFlash, {"フラッシュ", "flash"}, kWords},
+      {core::Phase::ReadEeprom, {"EEPROM", "EEPROM"}, kBytes},
+      {core::Phase::ReadFuses, {"ヒューズ", "fuses"}, {}},
+  }};
+  return kRows.at(static_cast<std::size_t>(phase));
+}
+
+}  // namespace
+
+void PrintedMessageDialog::SetPhase(std::string_view /*text*/) {
+  if (OnFirstPhase) std::exchange(OnFirstPhase, nullptr)();
+  const PhaseWords& words = WordsOf(state_.Command.RunningPhase);
+  console_.StartPhase(words.Label.In(language_), words.Unit.In(language_));
 }
 
 void PrintedMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
-  console_.EndProgress();
-  console_.Print(text);
+  console_.PrintStatus(text);
   detail_.clear();
   loaded_ = true;
   busy_ = mode == screen::MessageMode::Busy;
@@ -67,7 +101,7 @@ void PrintedMessageDialog::Show(std::string_view text, screen::MessageMode mode)
 
 void PrintedMessageDialog::SetText(std::string_view text) {
   loaded_ = true;
-  console_.Print(text);
+  console_.PrintStatus(text);
 }
 
 void PrintedMessageDialog::Close() {

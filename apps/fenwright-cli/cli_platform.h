@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -51,15 +52,20 @@ class PrintedStatusBar final : public screen::StatusBar {
   std::string signature_;
 };
 
-/// Prints the dialog's texts, and its progress as a bar.
+/// Prints the dialog's texts, and its phases with their progress.
 class PrintedMessageDialog final : public screen::MessageDialog {
  public:
-  explicit PrintedMessageDialog(Console& console) : console_(console) {}
+  PrintedMessageDialog(Console& console, const core::AppState& state, core::Language language)
+      : console_(console), state_(state), language_(language) {}
+
+  /// Called before the first phase of the call is shown.
+  std::function<void()> OnFirstPhase;
+
   void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override;
   void SetDetail(std::string_view text) override { detail_ = text; }
   void SetOutcome(screen::Outcome /*outcome*/) override {}
-  void SetPhase(std::string_view /*text*/) override {}
+  void SetPhase(std::string_view text) override;
   void ShowButton() override { busy_ = false; }
   void FocusButton() override {}
   void SetProgressRange(int maximum) override { console_.StartProgress(maximum); }
@@ -73,6 +79,8 @@ class PrintedMessageDialog final : public screen::MessageDialog {
 
  private:
   Console& console_;
+  const core::AppState& state_;
+  core::Language language_;
   std::string detail_;
   bool loaded_ = false;
   bool busy_ = false;

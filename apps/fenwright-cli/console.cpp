@@ -1,10 +1,12 @@
 #include "console.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 
 #include <fmt/format.h>
 
+#include "english.h"
 #include "platform/system/terminal.h"
 
 namespace fenwright::cli {
@@ -28,17 +30,28 @@ bool WriteTo(std::ostream& stream, std::string_view text) {
   return stream.good();
 }
 
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// See https://no-color.org.
+bool ColoursWanted() {
+  const char* const value = std::getenv("NO_COLOR");
+  return value == nullptr || *value == '\0';
+}
+
 }  // namespace
 
 Console::Console(const Options& options)
-    : quiet_(options.Quiet || options.Json),
+    : language_(options.Language),
+      quiet_(options.Quiet || options.Json),
       json_(options.Json),
-      terminal_(platform::OutputIsTerminal()) {}
+      verbose_(options.Verbose),
+      terminal_(platform::ErrorIsTerminal()),
+      colours_(platform::OutputIsTerminal() && ColoursWanted()) {}
 
 void Console::Print(std::string_view text) {
-  if (quiet_ || text == last_line_) return;
-  last_line_ = text;
-  PrintAlways(text);
+  if (!quiet_) PrintAlways(text);
 }
 
 ExitCode Console::PrintResult(std::string_view text) {
@@ -47,7 +60,9 @@ ExitCode Console::PrintResult(std::string_view text) {
 
 bool Console::PrintAlways(std::string_view text) {
   ClearBar();
-  return WriteTo(std::cout, AsLine(text));
+  const bool written = WriteTo(std::cout, AsLine(text));
+  result_written_ = result_written_ && written;
+  return written;
 }
 
 void Console::PrintError(std::string_view text) {
@@ -55,49 +70,82 @@ void Console::PrintError(std::string_view text) {
   WriteTo(std::cerr, AsLine(text));
 }
 
+void Console::PrintProgress(std::string_view text) {
+  if (!quiet_) PrintError(text);
+}
+
+void Console::PrintStatus(std::string_view text) {
+  if (!verbose_ || quiet_ || text == last_status_) return;
+  last_status_ = text;
+  PrintError(language_ == core::Language::Japanese ? std::string(text) : EnglishOf(text));
+}
+
+std::string Console::Coloured(std::string_view text, bool good) const {
+  if (!colours_) return std::string(text);
+  return fmt::format("\x1B[{}m{}\x1B[0m", good ? 32 : 31, text);
+}
+
+void Console::StartPhase(std::string_view label, std::string_view unit) {
+  if (label == label_) return;
+  EndProgress();
+  label_ = label;
+  unit_ = unit;
+  phase_start_ = std::chrono::steady_clock::now();
+}
+
 void Console::StartProgress(int maximum) {
   maximum_ = maximum;
+  value_ = 0;
   shown_percent_ = -1;
   start_ = std::chrono::steady_clock::now();
-  last_shown_ = start_;
 }
 
 void Console::ShowProgress(int value) {
-  if (quiet_ || maximum_ <= 0) return;
+  value_ = std::max(value_, value);
+  if (quiet_ || !terminal_ || maximum_ <= 0) return;
   constexpr int kAll = 100;
   const int percent = std::min(kAll, static_cast<int>(std::int64_t{kAll} * value / maximum_));
   if (percent == shown_percent_) return;
-  const Time now = std::chrono::steady_clock::now();
-  const double elapsed = std::chrono::duration<double>(now - start_).count();
-  const double left = value > 0 ? elapsed * (maximum_ - value) / value : 0;
-  if (terminal_) {
-    shown_percent_ = percent;
-    DrawBar(percent, left);
-    return;
-  }
-  constexpr std::chrono::seconds kBetweenPlainLines{1};
-  if (now - last_shown_ < kBetweenPlainLines) return;
   shown_percent_ = percent;
-  last_shown_ = now;
-  PrintAlways(fmt::format("{:3} %, {:.0f} s left", percent, left));
+  DrawBar(percent, value > 0 ? SecondsSince(start_) * (maximum_ - value) / value : 0);
+}
+
+/// "4096 words", or "1234 of 4096 words".
+std::string Console::Count() const {
+  if (maximum_ <= 0) return "";
+  return value_ >= maximum_ ? fmt::format("{} {}", maximum_, unit_)
+                            : fmt::format("{} / {} {}", value_, maximum_, unit_);
 }
 
 void Console::EndProgress() {
   ClearBar();
+  if (!label_.empty()) {
+    const std::string line =
+        fmt::format("{:<9} {:<18} {:6.1f} s", label_, Count(), SecondsSince(phase_start_));
+    label_.clear();
+    PrintProgress(line);
+  }
   maximum_ = 0;
 }
 
 void Console::DrawBar(int percent, double seconds_left) {
-  constexpr int kWidth = 40;
-  const int filled = kWidth * percent / 100;
-  WriteTo(std::cout, fmt::format("\r[{:#<{}}{:.<{}}] {:3} %  {:.0f} s left \x1B[K", "", filled, "",
-                                 kWidth - filled, percent, seconds_left));
+  const std::string before = fmt::format("{:<9} {:<18} ", label_, Count());
+  const std::string behind = fmt::format(" {:3} %  {:.0f} s", percent, seconds_left);
+  constexpr int kNarrowest = 4;
+  constexpr int kWidest = 40;
+  const int room = platform::TerminalWidth() - 1 - static_cast<int>(before.size() + behind.size());
+  const int width = std::clamp(room, 0, kWidest);
+  const std::string bar = width < kNarrowest
+                              ? ""
+                              : fmt::format("{:#<{}}{:.<{}}", "", width * percent / 100, "",
+                                            width - width * percent / 100);
+  WriteTo(std::cerr, fmt::format("\r{}{}{}\x1B[K", before, bar, behind));
   bar_drawn_ = true;
 }
 
 void Console::ClearBar() {
   if (!bar_drawn_) return;
-  WriteTo(std::cout, "\r\x1B[K");
+  WriteTo(std::cerr, "\r\x1B[K");
   bar_drawn_ = false;
 }
 

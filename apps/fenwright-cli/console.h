@@ -8,18 +8,17 @@
 
 namespace fenwright::cli {
 
-/// Standard output and error of one call: lines, and one progress bar that keeps to the last line
-/// of a terminal. Where the output is no terminal the bar becomes a plain line now and then.
+/// Standard output and error of one call. Results go to output; errors, warnings and what goes on
+/// meanwhile to error. On a terminal a phase has a bar that keeps to the last line; elsewhere it
+/// has one plain line at its end.
 class Console {
  public:
-  /// With --quiet and --json there are no status texts and no progress.
   explicit Console(const Options& options);
 
-  /// A line on standard output; the same line twice in a row is printed once.
+  /// A line of the result that --quiet and --json silence.
   void Print(std::string_view text);
 
-  /// The result in words: --quiet does not silence it, --json does. FileError when it could not be
-  /// written.
+  /// A line of the result that --json alone silences. FileError when it could not be written.
   ExitCode PrintResult(std::string_view text);
 
   /// A line on standard output, whatever the options; false when it could not be written.
@@ -28,30 +27,53 @@ class Console {
   /// A line on standard error.
   void PrintError(std::string_view text);
 
-  /// Starts a bar for a loop of `maximum` steps.
+  /// A line about what goes on, which --quiet and --json silence.
+  void PrintProgress(std::string_view text);
+
+  /// A status text of the engine, for --verbose; the same text twice in a row is printed once.
+  void PrintStatus(std::string_view text);
+
+  /// False when a line of the result could not be written.
+  [[nodiscard]] bool ResultWritten() const { return result_written_; }
+
+  /// A line that stands for removed (red) or added (green) on a terminal that shows colours.
+  [[nodiscard]] std::string Coloured(std::string_view text, bool good) const;
+
+  /// A part of the work begins: "flash", in `unit` steps. The same one twice in a row is one.
+  void StartPhase(std::string_view label, std::string_view unit);
+
+  /// Its bar has that many steps.
   void StartProgress(int maximum);
 
   /// Shows that `value` steps are done: percent and the time that remains at the pace so far.
   void ShowProgress(int value);
 
-  /// Takes the bar off the screen.
+  /// The phase, if there is one, is over: says how far it came and how long it took.
   void EndProgress();
 
  private:
   using Time = std::chrono::steady_clock::time_point;
 
+  [[nodiscard]] std::string Count() const;
   void DrawBar(int percent, double seconds_left);
   void ClearBar();
 
+  core::Language language_;
   bool quiet_;
   bool json_;
+  bool verbose_;
   bool terminal_;
-  std::string last_line_;
+  bool colours_;
+  bool result_written_ = true;
+  std::string last_status_;
+  std::string label_;
+  std::string unit_;
   int maximum_ = 0;
+  int value_ = 0;
   int shown_percent_ = -1;
   bool bar_drawn_ = false;
+  Time phase_start_;
   Time start_;
-  Time last_shown_;
 };
 
 }  // namespace fenwright::cli

@@ -92,19 +92,33 @@ void TellFailure(Session& session, ExitCode code) {
     session.Fail(code, {.Code = problem::kFileUnwritable, .Text = {refused, refused}});
   } else if (code == ExitCode::Failed && state.Command.VerifyFinished) {
     const std::string_view word = ops::TroubleOf(state);
-    session.NoteError({.Code = word, .Text = {state.MessageText, state.MessageText}});
+    session.NoteError({.Code = word, .Text = OfEngine(state.MessageText)});
   } else {
     const std::string& text =
         state.Command.LastFailure.empty() ? state.StatusText : state.Command.LastFailure;
-    session.Fail(code, {.Code = ops::TroubleOf(state), .Text = {text, text}});
+    session.Fail(code, {.Code = ops::TroubleOf(state), .Text = OfEngine(text)});
   }
+}
+
+std::string InSeconds(const Session& session, double seconds) {
+  return fmt::format(fmt::runtime(session.In({" ({:.1f} 秒)", " in {:.1f} s"})), seconds);
+}
+
+/// How much of the device a program run has filled, "" for any other.
+std::string UsageOf(const Session& session) {
+  const core::AppState& state = session.State();
+  if (state.Command.Operation != core::DeviceOperation::Program) return "";
+  return fmt::format(
+      fmt::runtime(
+          session.In({"、{} / {} ワード、{} / {} バイト", ", {} of {} words, {} of {} bytes"})),
+      state.FlashProgramCount, state.FlashWords, state.EepromProgramCount, state.EepromBytes);
 }
 
 void Print(Session& session, const DeviceRun& run) {
   const std::string sentence = ChipState(session);
   Console& out = session.Out();
   if (run.Code == ExitCode::Success) {
-    out.Print(fmt::format("ok: {} ({:.1f} s)", sentence, run.Seconds));
+    out.Print("ok: " + sentence + InSeconds(session, run.Seconds) + UsageOf(session));
     return;
   }
   if (run.Code == ExitCode::Failed && session.State().Command.VerifyFinished) {

@@ -59,7 +59,9 @@ void AddOptions(CLI::App& app, Options& options) {
                  "folder to keep the trace, the dumps and the report in; none is kept without it")
       ->type_name("DIR");
   app.add_flag("--json", options.Json, "print the result as one JSON object, and nothing else");
-  app.add_flag("--quiet", options.Quiet, "print errors only");
+  CLI::Option* const quiet = app.add_flag("--quiet", options.Quiet, "print errors only");
+  app.add_flag("--verbose", options.Verbose, "print every status text, as the trace has them")
+      ->excludes(quiet);
 }
 
 }  // namespace fenwright::cli

@@ -32,6 +32,7 @@ struct Options {
   std::string Folder;               ///< "" = trace, dumps and report are not kept
   bool Json = false;
   bool Quiet = false;
+  bool Verbose = false;                               ///< status texts are printed too
   core::Language Language = core::Language::English;  ///< of every text
 };
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "core/sentence.h"
+#include "english.h"
 
 namespace fenwright::cli {
 
@@ -40,6 +41,9 @@ inline constexpr std::string_view kFirmwareAdvised = "firmware-advised";
 inline constexpr std::string_view kStopped = "stopped";
 inline constexpr std::string_view kInternal = "internal";
 }  // namespace problem
+
+/// A text of the engine, with its English counterpart.
+inline core::Sentence OfEngine(const std::string& text) { return {text, EnglishOf(text)}; }
 
 /// What went wrong, or is worth knowing: a stable word, and what it is in this call.
 struct Problem {

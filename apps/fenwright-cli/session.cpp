@@ -44,7 +44,7 @@ Session::Session(const Options& options)
                       std::string(image::kEepromDumpFile), std::string(ops::kVerifyReportFile)}),
       read_only_files_(files_),
       status_bar_(console_),
-      dialog_(console_),
+      dialog_(console_, state_, options.Language),
       boxes_(console_) {}
 
 Session::~Session() {
@@ -66,6 +66,7 @@ ExitCode Session::Start(const Needs& needs) {
   }
   if (code != ExitCode::Success) return code;
   if (!port_) MakeRealPort();
+  dialog_.OnFirstPhase = [this] { PrintHeading(); };
   MakeContext(needs.Folder);
   if (!needs.Device) {
     state_.AppFolder = folder_;
@@ -91,13 +92,20 @@ void Session::Warn(const Problem& problem) {
   NoteWarning(problem);
 }
 
+void Session::PrintHeading() {
+  const std::string& path = state_.LastPortOpen.Path;
+  console_.PrintProgress(fmt::format("{}  {}  {} {} ({})", Device(), status_bar_.Signature(),
+                                     In({"ポート", "on"}), path.empty() ? PortName() : path,
+                                     state_.FirmwareVersionText));
+}
+
 ExitCode Session::FailStopped() {
   NoteError({.Code = problem::kStopped, .Text = FindExplanation(problem::kStopped)->Cause});
   return ExitCode::Stopped;
 }
 
 ExitCode Session::FailByFile() {
-  NoteError({.Code = problem::kFileUnwritable, .Text = {boxes_.LastText(), boxes_.LastText()}});
+  NoteError({.Code = problem::kFileUnwritable, .Text = OfEngine(boxes_.LastText())});
   return ExitCode::FileError;
 }
 
@@ -172,13 +180,8 @@ ExitCode Session::FailLink(ExitCode code) {
   const std::string_view word = ops::TroubleOf(state_);
   // Below the text of the engine the cause stands, for example why the port could not be opened.
   const std::string& detail = dialog_.Detail();
-  const std::string text = detail.empty() ? state_.StatusText : state_.StatusText + "\n" + detail;
-  const Explanation* const explanation = FindExplanation(word);
-  std::string english = explanation == nullptr ? text : explanation->Cause.English;
-  if (const std::string& path = state_.LastPortOpen.Path; port_named_ && !path.empty()) {
-    english = fmt::format("{} ({}): {}", PortName(), path, english);
-  }
-  return Fail(code, {.Code = word, .Text = {text, english}});
+  const std::string& text = state_.StatusText;
+  return Fail(code, {.Code = word, .Text = OfEngine(detail.empty() ? text : text + "\n" + detail)});
 }
 
 ExitCode Session::RequirePort() {

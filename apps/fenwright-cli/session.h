@@ -91,6 +91,7 @@ class Session {
 
   [[nodiscard]] core::RunContext& Context() { return *context_; }
   [[nodiscard]] core::AppState& State() { return state_; }
+  [[nodiscard]] const core::AppState& State() const { return state_; }
   [[nodiscard]] std::string Device() const { return device_.DeviceText(); }
   [[nodiscard]] Console& Out() { return console_; }
   /// True when trace, dumps and report are kept in a folder.
@@ -116,6 +117,8 @@ class Session {
   void MakeRealPort();
   void MakeContext(bool may_write);
   [[nodiscard]] std::string DevicePath(int com_number) const;
+  /// Device, signature, port and board: "AT90S8515  1E:93:01  on /dev/ttyUSB0 (KV-LOD350 V6.38)".
+  void PrintHeading();
   [[nodiscard]] bool Japanese() const { return options_.Language == core::Language::Japanese; }
   /// The problem's own cure, or else that of its word.
   [[nodiscard]] const std::string& CureOf(const Problem& problem) const;

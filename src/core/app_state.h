@@ -20,6 +20,19 @@ inline constexpr std::int32_t kEepromBufferLast = 2048;
 /// The commands that work on the chip.
 enum class DeviceOperation { None, Program, Read, Verify, Erase, ReadFuses, WriteFuses };
 
+/// What a command on the chip does one after the other.
+enum class Phase {
+  None,  ///< none of them has begun
+  Erase,
+  WriteFlash,
+  WriteEeprom,
+  VerifyFlash,
+  VerifyEeprom,
+  ReadFlash,
+  ReadEeprom,
+  ReadFuses,
+};
+
 /// What the last search for a board on the port came to.
 enum class Detection {
   NotMade,
@@ -41,11 +54,11 @@ struct FuseTransfer {
 /// What kind of failure `CommandRecord::LastFailure` tells of.
 enum class FailureKind {
   None,
-  NoReply,         ///< the board did not answer in time
-  WrongReply,      ///< the board answered something else than an acknowledgement
-  PortGone,        ///< the line was lost: unplugged, hung up
-  NoSignature,     ///< the chip does not answer: not seated, locked, or none
-  OtherChip,       ///< the chip in the socket is not the selected device
+  NoReply,      ///< the board did not answer in time
+  WrongReply,   ///< the board answered something else than an acknowledgement
+  PortGone,     ///< the line was lost: unplugged, hung up
+  NoSignature,  ///< the chip does not answer: not seated, locked, or none
+  OtherChip,    ///< the chip in the socket is not the selected device
 };
 
 /// A cell of the chip that a verify found to hold something else than its buffer.
@@ -61,11 +74,12 @@ struct Difference {
 /// starts with a new one, by one assignment.
 struct CommandRecord {
   DeviceOperation Operation = DeviceOperation::None;  ///< None for a command without a chip
-  bool LinkReady = false;          ///< the board was found and has accepted the device
-  bool InProgrammingMode = false;  ///< the board was told to enter programming mode
-  std::string LastFailure;         ///< what last failed: an exchange, or the signature
+  Phase RunningPhase = Phase::None;                   ///< the one that began last
+  bool LinkReady = false;                   ///< the board was found and has accepted the device
+  bool InProgrammingMode = false;           ///< the board was told to enter programming mode
+  std::string LastFailure;                  ///< what last failed: an exchange, or the signature
   FailureKind Failure = FailureKind::None;  ///< of which kind that was
-  bool NoticeShown = false;        ///< the last message was a notice, no busy text
+  bool NoticeShown = false;                 ///< the last message was a notice, no busy text
   screen::Outcome Outcome = screen::Outcome::None;  ///< the sign shown last
   std::string OutcomeReason;                        ///< why, "" = nothing to add
   std::string SocketCause;  ///< what is in the socket in place of the selected chip

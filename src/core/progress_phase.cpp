@@ -35,6 +35,7 @@ constexpr auto kPhases = std::to_array<PhaseRow>({
 }  // namespace
 
 void ShowPhase(RunContext& context, Phase phase) {
+  context.State.Command.RunningPhase = phase;
   const auto row = std::ranges::find_if(kPhases, [&](const PhaseRow& each) {
     return each.Operation == context.State.Command.Operation && each.Phase == phase;
   });

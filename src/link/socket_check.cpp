@@ -18,6 +18,9 @@ using screen::MessageMode;
 
 constexpr std::int16_t kUnknownFlashWords = 512;
 
+/// What a locked chip answers in the place of its signature.
+constexpr std::array<std::uint8_t, 3> kAddresses{0, 1, 2};
+
 /// Flash size in words that a family byte stands for. 0x97 gives 1024, although the code would
 /// suggest a larger part; that is deliberate.
 std::int16_t FlashWordsOfFamily(std::uint8_t family) {
@@ -76,8 +79,8 @@ std::int16_t FlashWordsOf(const Signature& signature) {
 
 bool IsUsable(const Signature& signature) {
   const std::array<std::uint8_t, 3> bytes{signature.Vendor, signature.Family, signature.Part};
-  const bool all_zero = std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; });
-  return !all_zero && std::ranges::find(bytes, std::uint8_t{0xFF}) == bytes.end();
+  return bytes != std::array<std::uint8_t, 3>{} && bytes != kAddresses &&
+         std::ranges::find(bytes, std::uint8_t{0xFF}) == bytes.end();
 }
 
 std::string_view JudgeSignature(const core::RunContext& context, const Signature& signature) {
@@ -100,13 +103,11 @@ std::string_view JudgeSignature(const core::RunContext& context, const Signature
 std::string DescribeSocket(const Signature& signature) {
   const auto& [part, family, vendor] = signature;
   const std::array<std::uint8_t, 3> bytes{vendor, family, part};
-  if (bytes == std::array<std::uint8_t, 3>{0, 1, 2}) {
+  if (bytes == kAddresses) {
     return "シグネチャの代わりにアドレス(00:01:02)が読み出されました。"
            "デバイスはプロテクトされている可能性があります。";
   }
-  const bool unusable = bytes == std::array<std::uint8_t, 3>{} ||
-                        std::ranges::find(bytes, std::uint8_t{0xFF}) != bytes.end();
-  if (unusable) return "";
+  if (!IsUsable(signature)) return "";
   const std::string_view name = core::LookUpSignature(family, part);
   if (!name.empty()) return "ソケットには " + std::string(name) + " があります。";
   return "ソケットのデバイス(シグネチャ " + core::HexByte(vendor) + ":" + core::HexByte(family) +

@@ -23,7 +23,8 @@ std::optional<Signature> ReadChipSignature(core::RunContext& context, std::int16
 /// Flash size in words that a signature stands for, 512 when it is unknown.
 std::int16_t FlashWordsOf(const Signature& signature);
 
-/// False for the bytes that an empty socket or a locked chip gives: all 0x00, or any 0xFF.
+/// False for the bytes that an empty socket or a locked chip gives: all 0x00, any 0xFF, or their
+/// addresses.
 bool IsUsable(const Signature& signature);
 
 /// What is wrong with a signature, for the user; "" when it is that of the selected device.

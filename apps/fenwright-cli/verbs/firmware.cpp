@@ -23,8 +23,15 @@ using core::Language;
 /// and the bar counts the words.
 class PrintedUpdateForm final : public screen::UpdateForm {
  public:
-  PrintedUpdateForm(Console& console, const update::UpdateState& state, std::string port)
-      : console_(console), state_(state), port_(std::move(port)) {}
+  /// What the bar says.
+  struct Words {
+    std::string Label;
+    std::string Unit;
+  };
+
+  PrintedUpdateForm(Console& console, const update::UpdateState& state, std::string port,
+                    Words label)
+      : console_(console), state_(state), port_(std::move(port)), label_(std::move(label)) {}
 
   void PlaceDivider() override {}
   void SetPortItems(const std::vector<std::string>& /*items*/) override {}
@@ -42,13 +49,16 @@ class PrintedUpdateForm final : public screen::UpdateForm {
   void SetInstructionsBackground(std::optional<std::uint32_t> /*colour*/) override {}
   void SetStatusText(std::string_view text) override {
     status_ = text;
-    if (words_ > 0) console_.Print(text);
+    if (words_ > 0) console_.PrintStatus(text);
   }
   void SetDetail(std::string_view text) override { detail_ = text; }
   void SetProgress(int /*value*/) override {}
   void ShowProgress(int /*minimum*/, int /*maximum*/, int /*value*/) override {
     // The board's second before the first word is no measure of the pace.
-    if (!std::exchange(bar_started_, true)) console_.StartProgress(words_);
+    if (!std::exchange(bar_started_, true)) {
+      console_.StartPhase(label_.Label, label_.Unit);
+      console_.StartProgress(words_);
+    }
     console_.ShowProgress(state_.WordsSent);
   }
 
@@ -62,6 +72,7 @@ class PrintedUpdateForm final : public screen::UpdateForm {
   Console& console_;
   const update::UpdateState& state_;
   std::string port_;
+  Words label_;
   int words_ = 0;
   bool bar_started_ = false;
   std::string status_;
@@ -123,7 +134,9 @@ std::string_view WordOf(update::ImageFault fault) {
 class FirmwareCall {
  public:
   explicit FirmwareCall(Session& session)
-      : session_(session), form_(session.Out(), state_, session.PortNumber()) {}
+      : session_(session),
+        form_(session.Out(), state_, session.PortNumber(),
+              {session.In({"更新", "update"}), session.In({"ワード", "words"})}) {}
 
   /// Prints the version that the board gives.
   Outcome ReadVersionOnly() { return Finish(PrintVersion()); }
@@ -236,18 +249,26 @@ class FirmwareCall {
   }
 
   void PrintPlan(const std::string& path) {
-    Out().Print(fmt::format("file: {}\nsize: {} bytes\nwords to send: {}\nwords to skip: {}", path,
-                            content_.size(), image_.WordsToSend, image_.WordsToSkip));
+    Out().Print(fmt::format(
+        fmt::runtime(
+            session_.In({"ファイル: {}\n大きさ: {} バイト\n送るワード: {}\n送らないワード: {}",
+                         "file: {}\nsize: {} bytes\nwords to send: {}\n"
+                         "words to skip: {}"})),
+        path, content_.size(), image_.WordsToSend, image_.WordsToSkip));
     if (!session_.HasPort()) return;
-    Out().Print("current version: " +
-                version_.value_or("none (a board whose last update was broken off gives none)"));
+    Out().Print(session_.In({"今のバージョン: ", "current version: "}) +
+                version_.value_or(
+                    session_.In({"なし (更新が途中で終わったボードは答えません)",
+                                 "none (a board whose last update was broken off gives none)"})));
   }
 
   /// Reads the answer from standard input; Ctrl-C, or its end, is no.
   bool Confirmed() {
-    Out().PrintError(
-        "The board's firmware will be replaced. Do not switch the board off until it is done.\n"
-        "Update? [y/N]");
+    Out().PrintError(session_.In(
+        {"ボードのファームウエアを書き換えます。終わるまで電源を切らないでください。\n"
+         "更新しますか? [y/N]",
+         "The board's firmware will be replaced. Do not switch the board off until it is done.\n"
+         "Update? [y/N]"}));
     core::RunContext& run = session_.Context();
     std::string answer;
     for (;;) {
@@ -268,7 +289,8 @@ class FirmwareCall {
     update::UpdateContext context = Context();
     // Opening anew costs little, and the port may have gone while the question was on the screen.
     if (!update::OpenPort(context)) return FailToOpen();
-    Out().Print("アップデート中です。電源は絶対に切らないでください。");
+    Out().PrintProgress(session_.In({"ボードを更新しています。電源を切らないでください",
+                                     "updating the board: do not switch it off"}));
     form_.StartUpdate(image_.WordsToSend);
     const auto start = std::chrono::steady_clock::now();
     const update::UpdateOutcome outcome = update::RunFirmwareUpdate(context, path);
@@ -284,9 +306,12 @@ class FirmwareCall {
                                                 "firmware updated; switch the board off and on"})
                                  : board_state;
     if (outcome == update::UpdateOutcome::Finished) {
-      Out().Print(
-          fmt::format("ok: firmware updated, {} words ({:.1f} s); switch the board off and on",
-                      state_.WordsSent, seconds.count()));
+      Out().Print(fmt::format(fmt::runtime(session_.In(
+                                  {"ok: 更新しました、{} ワード ({:.1f} 秒)。ボードの電源を入れ直し"
+                                   "てください",
+                                   "ok: firmware updated, {} words in {:.1f} s; switch the board "
+                                   "off and on"})),
+                              state_.WordsSent, seconds.count()));
       return ExitCode::Success;
     }
     if (outcome == update::UpdateOutcome::Stopped) {
@@ -302,10 +327,9 @@ class FirmwareCall {
       return Fail(ExitCode::NoProgrammer,
                   {.Code = ops::trouble::kNoProgrammer,
                    .Text = {form_.Status() + "。このポートではどのボードも応答しません",
-                            form_.Status() + ": no board answers on this port"}});
+                            EnglishOf(form_.Status()) + ": no board answers on this port"}});
     }
-    Fail(ExitCode::Failed,
-         {.Code = problem::kUpdateFailed, .Text = {form_.Status(), form_.Status()}});
+    Fail(ExitCode::Failed, {.Code = problem::kUpdateFailed, .Text = OfEngine(form_.Status())});
     Out().PrintError(std::string(Name(ExitCode::Failed)) + ": " + board_state);
     return ExitCode::Failed;
   }

@@ -58,11 +58,33 @@ std::string ListFieldNames(Session& session) {
   return fmt::format("{}", fmt::join(FieldNames(session), " "));
 }
 
+/// The lock modes in English; the list counts from the closed mode to the open one.
+constexpr std::array kLockModes{"write-verify", "write", "none"};
+
+/// An item in ASCII, "" for none.
+std::string AsciiName(Session& session, FuseList list, int index) {
+  if (index < 0) return "";
+  const auto place = static_cast<std::size_t>(index);
+  return list == FuseList::Lock ? kLockModes.at(place) : session.Fuses().Items(list).at(place);
+}
+
+/// An item in the language of the call, "" for none.
+std::string ItemText(Session& session, FuseList list, int index) {
+  if (index < 0 || session.Language() == core::Language::English) {
+    return AsciiName(session, list, index);
+  }
+  return session.Fuses().Items(list).at(static_cast<std::size_t>(index));
+}
+
+/// What a list shows.
+std::string ShownText(Session& session, FuseList list) {
+  return ItemText(session, list, session.Fuses().SelectedIndex(list));
+}
+
 std::string ListItems(Session& session, FuseList list) {
   std::string items;
-  int index = 0;
-  for (const std::string& item : session.Fuses().Items(list)) {
-    items += fmt::format("\n  {}  {}", index++, item);
+  for (int index = 0; std::cmp_less(index, session.Fuses().Items(list).size()); ++index) {
+    items += fmt::format("\n  {}  {}", index, ItemText(session, list, index));
   }
   return items;
 }
@@ -73,9 +95,6 @@ std::optional<FuseList> FindField(Session& session, std::string_view name) {
   }
   return std::nullopt;
 }
-
-/// The lock modes in English; the list counts from the closed mode to the open one.
-constexpr std::array kLockModes{"write-verify", "write", "none"};
 
 std::optional<int> FindText(const auto& texts, std::string_view text) {
   const auto found = std::ranges::find(texts, LowerCase(text), LowerCase);
@@ -171,19 +190,13 @@ Outcome RefuseResetDisable(Session& session, const core::Sentence& what_was_done
   return {.Code = ExitCode::Usage};
 }
 
-/// The chosen item in ASCII, "" when no item stands for the bits.
-std::string AsciiName(Session& session, FuseList list) {
-  const int index = session.Fuses().SelectedIndex(list);
-  if (list != FuseList::Lock || index < 0) return session.Fuses().ChosenText(list);
-  return kLockModes.at(static_cast<std::size_t>(index));
-}
-
 nlohmann::json FieldsAsJson(Session& session) {
   nlohmann::json fields = nlohmann::json::object();
   for (const FuseList list : ListsOf(session)) {
-    fields[std::string(fuse::FieldName(list))] = {{"index", session.Fuses().SelectedIndex(list)},
-                                                  {"item", session.Fuses().ChosenText(list)},
-                                                  {"name", AsciiName(session, list)}};
+    fields[std::string(fuse::FieldName(list))] = {
+        {"index", session.Fuses().SelectedIndex(list)},
+        {"item", session.Fuses().ChosenText(list)},
+        {"name", AsciiName(session, list, session.Fuses().SelectedIndex(list))}};
   }
   return fields;
 }
@@ -205,9 +218,10 @@ std::vector<std::uint8_t> CalibrationOf(Session& session) {
 void PrintFields(Session& session) {
   for (const FuseList list : ListsOf(session)) {
     const int index = session.Fuses().SelectedIndex(list);
-    const std::string item = index < 0
-                                 ? "no item stands for these bits"
-                                 : fmt::format("{}  ({})", session.Fuses().ChosenText(list), index);
+    const std::string item =
+        index < 0
+            ? session.In({"このビットに当たる値はありません", "no item stands for these bits"})
+            : fmt::format("{}  ({})", ItemText(session, list, index), index);
     session.Out().PrintResult(fmt::format("{:<10} {}", fuse::FieldName(list), item));
   }
   session.Out().PrintResult("bytes      " +
@@ -290,7 +304,7 @@ struct Plan {
 /// What is chosen in each list, as text.
 std::map<FuseList, std::string> ChosenTexts(Session& session) {
   std::map<FuseList, std::string> texts;
-  for (const FuseList list : ListsOf(session)) texts[list] = session.Fuses().ChosenText(list);
+  for (const FuseList list : ListsOf(session)) texts[list] = ShownText(session, list);
   return texts;
 }
 
@@ -305,9 +319,10 @@ std::vector<std::string> DescribeOtherBits(Session& session, const FuseBytes& by
     for (const fuse::DecodedField& field : step.Fields) {
       const int index = fuse::DecodeIndex(field, byte->Value);
       if (index == fuse::kLeaveAsItIs || index == lists.SelectedIndex(field.List)) continue;
-      notes.push_back(fmt::format("{}: {} is written as {}", fuse::FieldName(field.List),
-                                  lists.ChosenText(field.List),
-                                  lists.Items(field.List).at(static_cast<std::size_t>(index))));
+      notes.push_back(fmt::format(
+          fmt::runtime(session.In({"{}: {} は {} として書かれます", "{}: {} is written as {}"})),
+          fuse::FieldName(field.List), ShownText(session, field.List),
+          ItemText(session, field.List, index)));
     }
   }
   return notes;
@@ -337,7 +352,9 @@ Plan MakePlan(Session& session, const WriteOptions& options, const Choices& choi
   plan.Notes = DescribeOtherBits(session, plan.NewBytes);
   // It acknowledges the write all the same.
   if (locked && other_fuses) {
-    plan.Notes.emplace_back("the device is locked: it keeps its fuse bits until it is erased");
+    const core::Sentence& cause = FindExplanation(problem::kLockedDevice)->Cause;
+    plan.Notes.push_back(session.In(cause));
+    session.NoteWarning({.Code = problem::kLockedDevice, .Text = cause});
   }
   return plan;
 }
@@ -345,13 +362,15 @@ Plan MakePlan(Session& session, const WriteOptions& options, const Choices& choi
 void PrintPlan(Session& session, const Plan& plan) {
   Console& out = session.Out();
   if (plan.OldBytes.empty()) {
-    out.Print("old: cannot be read on this device; fields not named get their defaults");
+    out.Print(session.In({"前: このデバイスでは読めません。指定しない項目は既定値になります",
+                          "old: cannot be read on this device; fields not named get their "
+                          "defaults"}));
   } else {
-    out.Print("old: " + fuse::DescribeFuseBytes(plan.OldBytes));
+    out.Print(session.In({"前: ", "old: "}) + fuse::DescribeFuseBytes(plan.OldBytes));
     for (const std::string& change : plan.Changes) out.Print("  " + change);
   }
   for (const std::string& note : plan.Notes) out.Print("  " + note);
-  out.Print("new: " + fuse::DescribeFuseBytes(plan.NewBytes));
+  out.Print(session.In({"後: ", "new: "}) + fuse::DescribeFuseBytes(plan.NewBytes));
 }
 
 nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
@@ -364,7 +383,8 @@ nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
 }
 
 Outcome FinishDryRun(Session& session, const Plan& plan) {
-  session.Out().Print("ok: nothing was written (--dry-run)");
+  session.Out().Print(session.In(
+      {"ok: 何も書き込んでいません (--dry-run)", "ok: nothing was written (--dry-run)"}));
   return {.Json = PlanAsJson(session, plan, false)};
 }
 
@@ -391,10 +411,15 @@ Outcome ReadFuses(Session& session) {
 
 /// Why the bits cannot be read back, "" when they can.
 std::string WhyNotReadBack(Session& session) {
-  if (!LayoutOf(session).ReadEnabled) return "this device gives none of them away";
-  if (fuse::DisablesReset(session.Context())) return "the device can no longer be reached";
+  if (!LayoutOf(session).ReadEnabled) {
+    return session.In({"このデバイスでは読めません", "this device gives none of them away"});
+  }
+  if (fuse::DisablesReset(session.Context())) {
+    return session.In({"デバイスにはもう届きません", "the device can no longer be reached"});
+  }
   if (session.Fuses().SelectedIndex(FuseList::Lock) == FindText(kLockModes, "write-verify")) {
-    return "the device is locked against reading";
+    return session.In(
+        {"デバイスは読み出しが禁止されています", "the device is locked against reading"});
   }
   return "";
 }
@@ -412,26 +437,27 @@ Choices ExpectedChoices(Session& session, const FuseBytes& written) {
   return expected;
 }
 
-/// The first field that the device holds otherwise, "" when there is none.
-std::string FindOther(Session& session, const Choices& expected) {
+/// The first field that the device holds otherwise; empty when there is none.
+core::Sentence FindOther(Session& session, const Choices& expected) {
   for (const auto& [list, index] : expected) {
     const int found = session.Fuses().SelectedIndex(list);
     if (found == index) continue;
-    const std::vector<std::string>& items = session.Fuses().Items(list);
-    const auto text = [&items](int item) {
-      return item < 0 ? std::string("?") : items.at(static_cast<std::size_t>(item));
+    const auto text = [&session, list = list](int item) {
+      return item < 0 ? std::string("?") : ItemText(session, list, item);
     };
-    return fmt::format("{}: written {}, read back {}", fuse::FieldName(list), text(index),
-                       text(found));
+    return {fmt::format("{}: 書いた値 {}、読み戻した値 {}", fuse::FieldName(list), text(index),
+                        text(found)),
+            fmt::format("{}: written {}, read back {}", fuse::FieldName(list), text(index),
+                        text(found))};
   }
-  return "";
+  return {};
 }
 
 /// Reads what was written back and compares it. A chip acknowledges a write that it does not carry
 /// out, a locked one for instance.
 Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann::json fields) {
   if (const std::string reason = WhyNotReadBack(session); !reason.empty()) {
-    session.Out().Print("not read back: " + reason);
+    session.Out().Print(session.In({"読み戻していません: ", "not read back: "}) + reason);
     fields["read_back"] = reason;
     return TellDeviceRun(session, run, fields);
   }
@@ -450,18 +476,21 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
                      fields);
   }
   fields["read_back"] = BytesAsJson(session.State().Command.FuseBytes);
-  const std::string other = FindOther(session, expected);
-  if (other.empty()) {
-    session.Out().Print(
-        fmt::format("ok: fuse and lock bits written and read back ({:.1f} s)", run.Seconds));
+  const core::Sentence other = FindOther(session, expected);
+  if (other.English.empty()) {
+    session.Out().Print(fmt::format(
+        fmt::runtime(session.In({"ok: ヒューズとロックビットを書き込み、読み戻しました ({:.1f} 秒)",
+                                 "ok: fuse and lock bits written and read back in {:.1f} s"})),
+        run.Seconds));
     if (!session.Json()) return {.Code = ExitCode::Success};
     return TellDeviceRun(session, run, fields);
   }
-  return TellDoubt(session, run,
-                   {.Code = problem::kFusesDiffer,
-                    .Text = {other + "。プロテクトされたデバイスはイレースまでビットを保ちます",
-                             other + "; a locked device keeps its bits until it is erased"}},
-                   fields);
+  return TellDoubt(
+      session, run,
+      {.Code = problem::kFusesDiffer,
+       .Text = {other.Japanese + "。プロテクトされたデバイスはイレースまでビットを保ちます",
+                other.English + "; a locked device keeps its bits until it is erased"}},
+      fields);
 }
 
 Outcome WriteFuses(Session& session, const WriteOptions& options) {

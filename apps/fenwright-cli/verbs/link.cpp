@@ -24,20 +24,28 @@ constexpr double kLateSeconds = 0.002;
 struct VerdictWords {
   ops::BoardVerdict Verdict;
   const char* Word;
-  const char* Sentence;
+  core::Sentence Sentence;
 };
-constexpr auto kVerdicts = std::to_array<VerdictWords>({
-    {ops::BoardVerdict::None, "none", "no supported programmer answered"},
-    {ops::BoardVerdict::Unreadable, "unreadable",
-     "refused: the board gives no version number; update its firmware to 6.38 or later"},
-    {ops::BoardVerdict::Refused, "refused",
-     "refused: the firmware is too old, update it to 6.38 or later"},
-    {ops::BoardVerdict::Advised, "advised",
-     "accepted; an update of the firmware to 6.38 or later is advised"},
-    {ops::BoardVerdict::Accepted, "accepted", "accepted"},
-});
 
 const VerdictWords& Verdict(const core::AppState& state) {
+  static const auto kVerdicts = std::to_array<VerdictWords>({
+      {ops::BoardVerdict::None,
+       "none",
+       {"対応しているライターの応答がありません", "no supported programmer answered"}},
+      {ops::BoardVerdict::Unreadable,
+       "unreadable",
+       {"使えません。バージョンが数字ではありません。6.38 以降に更新してください",
+        "refused: the board gives no version number; update its firmware to 6.38 or later"}},
+      {ops::BoardVerdict::Refused,
+       "refused",
+       {"使えません。ファームウエアが古すぎます。6.38 以降に更新してください",
+        "refused: the firmware is too old, update it to 6.38 or later"}},
+      {ops::BoardVerdict::Advised,
+       "advised",
+       {"使えます。ファームウエアを 6.38 以降に更新することをお勧めします",
+        "accepted; an update of the firmware to 6.38 or later is advised"}},
+      {ops::BoardVerdict::Accepted, "accepted", {"使えます", "accepted"}},
+  });
   return *std::ranges::find(kVerdicts, ops::VerdictOf(state), &VerdictWords::Verdict);
 }
 
@@ -51,6 +59,18 @@ const char* Answer(const core::AppState& state) {
       break;
   }
   return "not asked";
+}
+
+core::Sentence AnswerSentence(const core::AppState& state) {
+  switch (ops::DeviceAnswerOf(state)) {
+    case ops::DeviceAnswer::Refused:
+      return {"受け付けません", "refused"};
+    case ops::DeviceAnswer::Accepted:
+      return {"受け付けました", "accepted"};
+    case ops::DeviceAnswer::NotAsked:
+      break;
+  }
+  return {"尋ねていません", "not asked"};
 }
 
 ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending) {
@@ -73,13 +93,14 @@ void PrintDetection(Session& session) {
   const core::AppState& state = session.State();
   Console& out = session.Out();
   const std::string& path = state.LastPortOpen.Path;
-  out.Print(fmt::format("port:     {}{}", session.PortName(),
-                        path.empty() ? std::string() : " (" + path + ")"));
+  out.Print(fmt::format("{}{}{}", session.In({"ポート:         ", "port:     "}),
+                        session.PortName(), path.empty() ? std::string() : " (" + path + ")"));
   if (!state.FirmwareVersionText.empty()) {
-    out.Print("board:    " + state.FirmwareVersionText);
+    out.Print(session.In({"ボード:         ", "board:    "}) + state.FirmwareVersionText);
   }
-  out.Print(fmt::format("firmware: {}", Verdict(state).Sentence));
-  out.Print(fmt::format("device:   {}: {}", session.Device(), Answer(state)));
+  out.Print(session.In({"ファームウエア: ", "firmware: "}) + session.In(Verdict(state).Sentence));
+  out.Print(fmt::format("{}{}: {}", session.In({"デバイス:       ", "device:   "}),
+                        session.Device(), session.In(AnswerSentence(state))));
 }
 
 /// Looks for the board, offers it the device, and tells what both said.
@@ -145,16 +166,20 @@ nlohmann::json ReportAsJson(const LinkReport& report) {
 
 void PrintReport(Session& session, const LinkReport& report) {
   Console& out = session.Out();
-  out.Print(
-      fmt::format("round trip: minimum {:.2f} ms, median {:.2f} ms, maximum {:.2f} ms "
-                  "({} exchanges, {:.2f} ms of each on the wire)",
-                  report.Spread.Minimum * kMilliseconds, report.Spread.Median * kMilliseconds,
-                  report.Spread.Maximum * kMilliseconds, report.Times.size(),
-                  ops::RoundTripWireSeconds() * kMilliseconds));
-  out.Print(
-      fmt::format("forecast: {} in full: {:.1f} s to write, {:.1f} s to verify, and what the "
-                  "chip itself takes",
-                  session.Device(), report.Forecast.WriteSeconds, report.Forecast.VerifySeconds));
+  out.Print(fmt::format(
+      fmt::runtime(session.In({"往復: 最小 {:.2f} ms、中央 {:.2f} ms、最大 {:.2f} ms "
+                               "({}回、うち回線の時間は {:.2f} ms)",
+                               "round trip: minimum {:.2f} ms, median {:.2f} ms, maximum {:.2f} ms "
+                               "({} exchanges, {:.2f} ms of each on the wire)"})),
+      report.Spread.Minimum * kMilliseconds, report.Spread.Median * kMilliseconds,
+      report.Spread.Maximum * kMilliseconds, report.Times.size(),
+      ops::RoundTripWireSeconds() * kMilliseconds));
+  out.Print(fmt::format(
+      fmt::runtime(session.In({"見込み: {} 全体で、書き込み {:.1f} 秒、ベリファイ {:.1f} 秒と、"
+                               "デバイスの作業時間",
+                               "forecast: {} in full: {:.1f} s to write, {:.1f} s to verify, and "
+                               "what the chip itself takes"})),
+      session.Device(), report.Forecast.WriteSeconds, report.Forecast.VerifySeconds));
 }
 
 /// Detects, measures the round trip, and tells what it means for programming the device.

@@ -19,6 +19,13 @@ constexpr std::array kStates{"usable", "missing", "no permission", "in use"};
 
 const char* Word(PortState state) { return kStates.at(static_cast<std::size_t>(state)); }
 
+/// The system's words about a port in the language of the call.
+PortInfo InLanguage(const Session& session, PortInfo port) {
+  port.Description = session.In(OfEngine(port.Description));
+  port.Reason = session.In(OfEngine(port.Reason));
+  return port;
+}
+
 nlohmann::json AsJson(const PortInfo& port) {
   return {{"number", port.Number},     {"name", fmt::format("COM{}", port.Number)},
           {"device_path", port.Path},  {"description", port.Description},
@@ -57,7 +64,7 @@ Outcome ListPorts(Session& session) {
   nlohmann::json list = nlohmann::json::array();
   std::string lines;
   for (const int number : ListedNumbers(session)) {
-    const PortInfo port = ports->Describe(number);
+    const PortInfo port = InLanguage(session, ports->Describe(number));
     list.push_back(AsJson(port));
     lines += Line(port) + "\n";
   }

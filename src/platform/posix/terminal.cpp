@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace fenwright::platform {
@@ -21,6 +22,15 @@ bool UserReadsJapanese() {
 }
 
 bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
+bool ErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+int TerminalWidth() {
+  constexpr int kUsual = 80;
+  winsize size{};
+  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : kUsual;
+}
 
 std::optional<std::string> ReadInputWithin(double seconds) {
   constexpr double kMilliseconds = 1e3;

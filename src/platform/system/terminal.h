@@ -15,8 +15,12 @@ std::vector<std::string> Utf8Arguments(int count, char** arguments);
 /// (`LC_ALL`, `LC_MESSAGES`, `LANG`), on Windows of the user interface.
 bool UserReadsJapanese();
 
-/// True when standard output is a terminal.
+/// True when standard output, or error, is a terminal.
 bool OutputIsTerminal();
+bool ErrorIsTerminal();
+
+/// Characters that a line of standard error's terminal holds; 80 when it does not say.
+int TerminalWidth();
 
 /// What has come on standard input, up to a line; nothing when there is none within `seconds`, ""
 /// at its end.

@@ -58,10 +58,10 @@ class ConsoleStream {
   std::streambuf* before_ = nullptr;
 };
 
-/// Has the console of standard output obey escape sequences.
+/// Has a console obey escape sequences.
 class EscapeSequences {
  public:
-  EscapeSequences() {
+  explicit EscapeSequences(DWORD output) : output_(GetStdHandle(output)) {
     if (mode_) SetConsoleMode(output_, *mode_ | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
   }
   ~EscapeSequences() {
@@ -71,12 +71,13 @@ class EscapeSequences {
   EscapeSequences& operator=(const EscapeSequences&) = delete;
 
  private:
-  HANDLE output_ = GetStdHandle(STD_OUTPUT_HANDLE);
+  HANDLE output_;
   std::optional<DWORD> mode_ = ModeOf(output_);
 };
 
 struct ConsoleOutputs {
-  EscapeSequences Sequences;
+  EscapeSequences OutputSequences{STD_OUTPUT_HANDLE};
+  EscapeSequences ErrorSequences{STD_ERROR_HANDLE};
   ConsoleStream Output{std::cout, STD_OUTPUT_HANDLE};
   ConsoleStream Error{std::cerr, STD_ERROR_HANDLE};
 };
@@ -99,6 +100,15 @@ bool UserReadsJapanese() {
 }
 
 bool OutputIsTerminal() { return ModeOf(GetStdHandle(STD_OUTPUT_HANDLE)).has_value(); }
+
+bool ErrorIsTerminal() { return ModeOf(GetStdHandle(STD_ERROR_HANDLE)).has_value(); }
+
+int TerminalWidth() {
+  constexpr int kUsual = 80;
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  if (GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) == 0) return kUsual;
+  return info.srWindow.Right - info.srWindow.Left + 1;
+}
 
 std::optional<std::string> ReadInputWithin(double seconds) {
   constexpr double kMilliseconds = 1e3;
