@@ -299,7 +299,7 @@ class WindowTest(WindowCase):
         self.open_file()
         click(find("プログラム", "push button"))
         wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
-        wait_for("the use", lambda: text_of("詳細") ==
+        wait_for("the use", lambda: (text_of("詳細") or "").replace("\r\n", "\n") ==
                  "フラッシュの使用量 : 300 / 4096 ワード (7 %)\n"
                  "EEPROMの使用量 : 40 / 512 バイト (7 %)")
         wait_for("the sign", lambda: text_of("結果の印") == "成功")

@@ -94,6 +94,10 @@ TEST_F(ViewsTest, AMarkedStretchIsSeenWhereverItIs) {
     EXPECT_EQ(text->textCursor().blockNumber(), line) << "for readers of the screen";
     const QRect place = text->cursorRect(text->extraSelections().front().cursor);
     EXPECT_TRUE(text->viewport()->rect().contains(place)) << line;
+    // Not at the very edge, but for the ends of the text.
+    if (line != 150) continue;
+    EXPECT_GT(place.top(), 2 * place.height());
+    EXPECT_LT(place.bottom(), text->viewport()->height() - 2 * place.height());
   }
 }
 
