@@ -67,13 +67,13 @@ nlohmann::json FieldsOf(Session& session, const DeviceRun& run) {
 std::string RefusedDump(Session& session) {
   const core::AppState& state = session.State();
   if (!session.KeepsFiles()) return "";
-  if (!state.FlashDumpRefusal.empty()) {
+  if (!state.FlashDumpRefusal) {
     return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kFlashDumpFile,
-                       state.FlashDumpRefusal);
+                       state.FlashDumpRefusal.Reason);
   }
-  if (state.EepromDumpRefusal.empty()) return "";
+  if (state.EepromDumpRefusal) return "";
   return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kEepromDumpFile,
-                     state.EepromDumpRefusal);
+                     state.EepromDumpRefusal.Reason);
 }
 
 /// On standard error.
