@@ -619,20 +619,50 @@ class SmallDisc {
   bool mounted_ = false;
 };
 
-TEST_F(Cli, AFullDiscLeavesTheStartOfTheFileAndSaysSo) {
+TEST_F(Cli, AFullDiscLeavesTheOldFileWholeAndNoneBesideIt) {
   const SmallDisc disc(Path("disc"));
   if (!disc.IsThere()) GTEST_SKIP() << "this process may not mount a disc";
   Put("disc/neighbour", "of somebody else");
-  EXPECT_THAT(Simulate("read --code disc/out.hex", "AT90S8515"),
-              AllOf(Ends(4), Prints(Not(HasSubstr("ok:"))), Warns("ファイル保存できませんでした。"),
-                    Warns("error: disc/out.hex: is cut short; the disc may be full\n"
-                          "file error: flash and EEPROM read\n")));
-  const std::string whole = HexFile(Bytes(8192, 0xFF));
-  const std::string cut = Get("disc/out.hex");
-  EXPECT_GT(cut.size(), 4096U);
-  EXPECT_LT(cut.size(), whole.size());
-  EXPECT_EQ(cut, whole.substr(0, cut.size()));
+  const auto told = AllOf(
+      Ends(4), Prints(Not(HasSubstr("ok:"))), Warns("ファイル保存できませんでした。"),
+      Warns("error: disc/out.hex: cannot be written: No space left on device; check the folder and "
+            "the room on its disc, or name another file\nfile error: flash and EEPROM read\n"));
+  EXPECT_THAT(Simulate("read --code disc/out.hex", "AT90S8515"), told);
+  EXPECT_FALSE(IsThere("disc/out.hex"));
+  Put("disc/out.hex", "precious");
+  EXPECT_THAT(Simulate("read --force --code disc/out.hex", "AT90S8515"), told);
+  EXPECT_EQ(Get("disc/out.hex"), "precious");
   EXPECT_EQ(Get("disc/neighbour"), "of somebody else");
+  EXPECT_EQ(std::distance(fs::directory_iterator(Path("disc")), {}), 2);
+}
+
+TEST_F(Cli, AFullDiscLeavesTheReportAndTheDumpsOfTheLastRunWhole) {
+  MakeFolder("kept");
+  PutCode(Bytes(1024, 0x41));
+  ASSERT_THAT(Simulate("--folder kept verify code.hex"), Ends(1));
+  const std::string report = Get("kept/avrvfy.txt");
+  const std::string dump = Get("kept/avrhex.txt");
+  fs::remove(Path("kept/_debug_avr.txt"));
+  PutCode(Bytes(1024, 0x42));
+  EXPECT_THAT(Finish(Process({"prlimit", "--fsize=4000", FENWRIGHT_CLI_PROGRAM, "--simulate",
+                              "--device", "ATtiny12L", "--folder", Path("kept"), "verify",
+                              Path("code.hex")})),
+              AllOf(Ends(4), Warns(Path("kept/avrvfy.txt"))));
+  EXPECT_EQ(Get("kept/avrvfy.txt"), report);
+  EXPECT_EQ(Get("kept/avrhex.txt"), dump);
+  EXPECT_EQ(std::distance(fs::directory_iterator(Path("kept")), {}), 4);
+}
+
+TEST_F(Cli, AnOutputThatIsALinkStaysOneAndKeepsItsRights) {
+  MakeFolder("sub");
+  Put("sub/real.hex", "old");
+  fs::permissions(Path("sub/real.hex"), fs::perms(0640));
+  fs::create_symlink("sub/real.hex", Path("out.hex"));
+  EXPECT_THAT(Simulate("read --force --code out.hex"), Ends(0));
+  EXPECT_TRUE(fs::is_symlink(Path("out.hex")));
+  EXPECT_EQ(fs::status(Path("sub/real.hex")).permissions(), fs::perms(0640));
+  EXPECT_THAT(Get("sub/real.hex"), StartsWith(":10000000FFFF"));
+  EXPECT_EQ(std::distance(fs::directory_iterator(Path("sub")), {}), 1);
 }
 
 TEST_F(Cli, ADiscWithoutRoomForTheDumpEndsAReadAndNamesTheDump) {

@@ -58,13 +58,13 @@ ExitCode CheckOutputs(Session& session, const ReadOptions& options) {
   return ExitCode::Success;
 }
 
-/// What went wrong with a file that was to be written; "" when it was.
+/// What went wrong with a file that was to be written, and the cure; "" when it was written.
 std::string Complaint(const std::string& path, const image::HexWriteReport& report) {
   if (report) return "";
-  if (report.End == image::HexWriteEnd::CutShort) {
-    return fmt::format("{}: is cut short; the disc may be full", path);
-  }
-  return fmt::format("{}: cannot be written: {}", path, report.Reason);
+  const char* const cure = report.End == image::HexWriteEnd::AccessRefused
+                               ? "allow writing there, or name another file"
+                               : "check the folder and the room on its disc, or name another file";
+  return fmt::format("{}: cannot be written: {}; {}", path, report.Reason, cure);
 }
 
 /// Saves what was read, as much of it as can be; the first thing that went wrong, "" = nothing.
