@@ -7,6 +7,8 @@
 #include <thread>
 #include <utility>
 
+#include "english.h"
+
 namespace fenwright::cli {
 namespace {
 
@@ -113,8 +115,11 @@ void PrintedMessageDialog::Close() {
 void PrintedMessageBoxes::Show(screen::MessageIcon /*icon*/, std::string_view title,
                                std::string_view text) {
   last_text_ = text;
-  if (!title.empty()) console_.PrintError(title);
-  console_.PrintError(text);
+  for (const std::string_view each : {title, text}) {
+    if (each.empty()) continue;
+    const bool japanese = language_ == core::Language::Japanese;
+    console_.PrintError(japanese ? std::string(each) : EnglishOf(each));
+  }
 }
 
 bool PrintedMessageBoxes::Ask(std::string_view title, std::string_view text) {

@@ -89,7 +89,8 @@ class PrintedMessageDialog final : public screen::MessageDialog {
 /// Prints on standard error, so that an advice or a failure is seen with --quiet too.
 class PrintedMessageBoxes final : public screen::MessageBoxes {
  public:
-  explicit PrintedMessageBoxes(Console& console) : console_(console) {}
+  PrintedMessageBoxes(Console& console, core::Language language)
+      : console_(console), language_(language) {}
   void Show(screen::MessageIcon icon, std::string_view title, std::string_view text) override;
   /// Nobody is asked: the answer is always no.
   bool Ask(std::string_view title, std::string_view text) override;
@@ -99,6 +100,7 @@ class PrintedMessageBoxes final : public screen::MessageBoxes {
 
  private:
   Console& console_;
+  core::Language language_;
   std::string last_text_;
 };
 

@@ -58,13 +58,13 @@ nlohmann::json FieldsOf(Session& session, const DeviceRun& run) {
 std::string RefusedDump(Session& session) {
   const core::AppState& state = session.State();
   if (!session.KeepsFiles()) return "";
-  if (!state.FlashDumpRefusal.empty()) {
+  if (!state.FlashDumpRefusal) {
     return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kFlashDumpFile,
-                       state.FlashDumpRefusal);
+                       state.FlashDumpRefusal.Reason);
   }
-  if (state.EepromDumpRefusal.empty()) return "";
+  if (state.EepromDumpRefusal) return "";
   return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kEepromDumpFile,
-                     state.EepromDumpRefusal);
+                     state.EepromDumpRefusal.Reason);
 }
 
 /// On standard error.
@@ -139,8 +139,8 @@ void NoteKeptFiles(Session& session) {
     session.NoteWrittenFile(state.AppFolder + std::string(name));
   };
   note(core::kTraceFileName);
-  if (state.FlashDumpRefusal.empty()) note(image::kFlashDumpFile);
-  if (state.EepromDumpRefusal.empty()) note(image::kEepromDumpFile);
+  if (state.FlashDumpRefusal) note(image::kFlashDumpFile);
+  if (state.EepromDumpRefusal) note(image::kEepromDumpFile);
   if (state.Command.VerifyFinished) note(ops::kVerifyReportFile);
 }
 

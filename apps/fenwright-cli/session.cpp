@@ -45,7 +45,7 @@ Session::Session(const Options& options)
       read_only_files_(files_),
       status_bar_(console_),
       dialog_(console_, state_, options.Language),
-      boxes_(console_) {}
+      boxes_(console_, options.Language) {}
 
 Session::~Session() {
   if (port_) port_->Close();

@@ -18,6 +18,7 @@
 #include "platform/system/port_names.h"
 #include "platform/system/system_clock.h"
 #include "platform/system/text_files.h"
+#include "platform/system/whole_text_files.h"
 #include "problem.h"
 
 namespace fenwright::cli {
@@ -128,7 +129,8 @@ class Session {
   Console console_;
   platform::SystemClock clock_;
   SignalEventLoop events_;
-  platform::SystemTextFiles files_;
+  platform::SystemTextFiles system_files_;
+  platform::WholeTextFiles files_{system_files_};
   platform::PrivateTextFiles private_files_;
   ReadOnlyFiles read_only_files_;
   platform::Cp932CodePage code_page_;

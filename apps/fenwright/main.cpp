@@ -25,6 +25,7 @@
 #include "core/settings_keys.h"
 #include "platform/system/code_page.h"
 #include "platform/system/end_signals.h"
+#include "platform/system/folder_archive.h"
 #include "platform/system/instance_lock.h"
 #include "platform/system/port_names.h"
 #include "platform/system/system_clock.h"
@@ -141,6 +142,12 @@ std::string AbsolutePath(const QString& file) {
   return ToUtf8(QDir::toNativeSeparators(QFileInfo(file).absoluteFilePath()));
 }
 
+/// Where files that are saved over leave what they held.
+std::string BackupFolder() {
+  return ToUtf8(QDir::toNativeSeparators(
+      QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + "/Backups"));
+}
+
 /// Beside the program, or where an installation puts a program's own data.
 std::vector<std::string> ManualFolders() {
   const QString program_folder = QCoreApplication::applicationDirPath();
@@ -219,6 +226,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
   fenwright::platform::SystemClock clock;
   fenwright::platform::SystemTextFiles files;
   fenwright::platform::Cp932CodePage code_page;
+  fenwright::platform::FolderArchive archive(BackupFolder(), clock);
   // Two controls on the same line; the firmware update dialog hands it over between them.
   std::unique_ptr<fenwright::platform::SerialControl> port;
   std::unique_ptr<fenwright::platform::SerialControl> updater_port;
@@ -254,6 +262,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Files = files,
                                 .CodePage = code_page,
                                 .Settings = settings,
+                                .Archive = &archive,
                                 .Ports = ports.get(),
                                 .Instance = instance.get(),
                                 .UpdaterPort = updater_port.get(),

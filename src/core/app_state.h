@@ -2,10 +2,13 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "platform/serial_control.h"
+#include "platform/text_files.h"
 #include "screen/outcome.h"
 
 namespace fenwright::core {
@@ -107,6 +110,12 @@ struct CommandRecord {
   double FlashVerifySeconds = 0;        ///< time from the first word read back to the last
 };
 
+/// What became of the content that a file had before it was saved over.
+struct OldContent {
+  std::string Copy;              ///< the path of a copy, "" = there is none
+  platform::FileResult Refusal;  ///< why there is none, where one was wanted
+};
+
 /// The one state record of a run. One thread uses it.
 struct AppState {
   // Working bytes of the fuse and lock bits. They keep what they last held: see fuse/fuse_model.h.
@@ -171,12 +180,14 @@ struct AppState {
   bool CommandRunning = false;  ///< a command is on the stack; no other may start
   bool StopRequested = false;   ///< the program is to end: no further exchange may start
   CommandRecord Command;
-  std::string FlashDumpRefusal;   ///< why the flash's dump was not written last, "" = it was
-  std::string EepromDumpRefusal;  ///< likewise of the EEPROM's
-  std::string CodeInfo;           ///< what the window says about the code file in the flash buffer
-  std::string DataInfo;           ///< likewise about the data file in the EEPROM buffer
-  std::string CodeDoubt;          ///< what speaks against programming that code file, "" = nothing
-  std::string DataDoubt;          ///< likewise for the data file
+  platform::FileResult FlashDumpRefusal;   ///< why the flash's dump was not written last, if so
+  platform::FileResult EepromDumpRefusal;  ///< likewise of the EEPROM's
+  /// What was kept of the files that were saved over in this run, by their paths as last saved to.
+  std::map<std::string, OldContent, std::less<>> OldContents;
+  std::string CodeInfo;   ///< what the window says about the code file in the flash buffer
+  std::string DataInfo;   ///< likewise about the data file in the EEPROM buffer
+  std::string CodeDoubt;  ///< what speaks against programming that code file, "" = nothing
+  std::string DataDoubt;  ///< likewise for the data file
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 

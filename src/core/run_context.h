@@ -4,6 +4,7 @@
 #include "platform/clock.h"
 #include "platform/code_page.h"
 #include "platform/event_loop.h"
+#include "platform/file_archive.h"
 #include "platform/serial_control.h"
 #include "platform/settings_store.h"
 #include "platform/text_files.h"
@@ -23,6 +24,8 @@ struct Storage {
   platform::TextFiles& Files;
   platform::CodePage& CodePage;
   platform::SettingsStore& Settings;
+  /// Keeps the old content of files that a save writes over; null = nothing is kept.
+  platform::FileArchive* Archive = nullptr;
 };
 
 /// All that an operation may touch. Every operation takes one by reference; a program holds one, a

@@ -16,18 +16,25 @@ std::string FormatDateTime(const platform::DateTime& time) {
 
 void TraceLog::AppendMessage(std::string_view text) { Append(text); }
 
+bool TraceLog::TryAppendMessage(std::string_view text) { return bool{TryAppend(text)}; }
+
 void TraceLog::AppendStartMarker() { Append("\r\n>>>>> START <<<<<"); }
 
-void TraceLog::Delete() {
-  context_.Storage.Files.Delete(context_.State.AppFolder + std::string(kTraceFileName));
+void TraceLog::Delete() { context_.Storage.Files.Delete(Path()); }
+
+std::string TraceLog::Path() const {
+  return context_.State.AppFolder + std::string(kTraceFileName);
+}
+
+platform::FileResult TraceLog::TryAppend(std::string_view text) {
+  const std::string line = context_.Storage.CodePage.FromUtf8(text) + "\t" +
+                           FormatDateTime(context_.Line.Clock.Now()) + "\r\n";
+  return context_.Storage.Files.Append(Path(), line);
 }
 
 void TraceLog::Append(std::string_view text) {
-  const std::string path = context_.State.AppFolder + std::string(kTraceFileName);
-  const std::string line = context_.Storage.CodePage.FromUtf8(text) + "\t" +
-                           FormatDateTime(context_.Line.Clock.Now()) + "\r\n";
-  const platform::FileResult result = context_.Storage.Files.Append(path, line);
-  if (!result) EndCommandOnFileError(path, result);
+  const platform::FileResult result = TryAppend(text);
+  if (!result) EndCommandOnFileError(Path(), result);
 }
 
 }  // namespace fenwright::core

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "core/run_context.h"
@@ -21,6 +22,9 @@ class TraceLog {
   /// several physical lines; the time follows the last.
   void AppendMessage(std::string_view text);
 
+  /// The same where the line is not worth ending the command for; false when it was refused.
+  bool TryAppendMessage(std::string_view text);
+
   /// An empty line, then ">>>>> START <<<<<", a TAB and the time, as one unit.
   void AppendStartMarker();
 
@@ -30,6 +34,8 @@ class TraceLog {
   void Delete();
 
  private:
+  [[nodiscard]] std::string Path() const;
+  platform::FileResult TryAppend(std::string_view text);
   void Append(std::string_view text);
 
   RunContext& context_;

@@ -50,18 +50,17 @@ std::optional<screen::TextPlace> CellPlace(std::int32_t cell, std::int32_t cell_
 }
 
 void WriteDump(core::RunContext& context, std::string_view file_name, const std::string& text,
-               std::string& refusal) {
+               platform::FileResult& refusal) {
   const std::string path = context.State.AppFolder + std::string(file_name);
-  const platform::FileResult result = context.Storage.Files.Write(path, text);
-  refusal = result ? "" : result.Reason.empty() ? "?" : result.Reason;
+  refusal = context.Storage.Files.Write(path, text);
 }
 
 /// From memory when the file holds something else, or cannot be read.
 void LoadView(core::RunContext& context, screen::View view, std::string_view file_name,
-              const std::string& text, const std::string& refusal) {
+              const std::string& text, const platform::FileResult& refusal) {
   const std::string path = context.State.AppFolder + std::string(file_name);
   screen::Views& views = context.Screen.Views;
-  if (refusal.empty() && views.Load(view, path)) return;
+  if (refusal && views.Load(view, path)) return;
   views.ShowText(view, text);
 }
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "core/command_end.h"
+#include "core/file_reason.h"
 #include "core/settings_keys.h"
 #include "core/status.h"
 #include "image/buffers.h"
@@ -81,11 +82,14 @@ void ExplainFileError(core::RunContext& context, std::string_view path,
                       const HexReadReport& report) {
   core::ShowMessage(context, kFileNotOpenedText, screen::MessageMode::Notice,
                     screen::Outcome::Failure);
-  const std::string cause = report.End == HexReadEnd::OutsideBuffer
-                                ? std::to_string(report.StoppedAtLine) +
-                                      "行目のアドレスがバッファの範囲を超えています。"
-                                      "選択したデバイス用のファイルか確認してください。"
-                                : report.Reason;
+  const std::string cause =
+      report.End == HexReadEnd::OutsideBuffer
+          ? std::to_string(report.StoppedAtLine) +
+                "行目のアドレスがバッファの範囲を超えています。"
+                "選択したデバイス用のファイルか確認してください。"
+          : core::DescribeReason({.Code = platform::FileResult::Status::Failed,
+                                  .Reason = report.Reason,
+                                  .Cause = report.Cause});
   core::ShowDetail(context, std::string(path) + "\r\n" + cause);
 }
 

@@ -35,6 +35,11 @@ std::string DataFileNameFor(std::string_view code_path) {
   return std::string(code_path) + "eep";
 }
 
+std::string_view NameOf(std::string_view path) {
+  const std::size_t separator = path.find_last_of("/\\");
+  return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
+
 bool HasCodeFileExtension(std::string_view path) {
   constexpr std::size_t kLength = 4;
   if (path.size() < kLength) return false;

@@ -11,6 +11,9 @@ namespace fenwright::image {
 /// Characters are counted, whatever they are; a path of three or fewer is replaced whole.
 std::string DataFileNameFor(std::string_view code_path);
 
+/// What stands behind the last separator.
+std::string_view NameOf(std::string_view path);
+
 /// True for a name that ends in ".hex" or ".rom", in any case.
 bool HasCodeFileExtension(std::string_view path);
 

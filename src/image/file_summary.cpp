@@ -7,15 +7,12 @@
 #include <utility>
 #include <vector>
 
+#include "core/file_reason.h"
 #include "image/dump_files.h"
+#include "image/file_names.h"
 
 namespace fenwright::image {
 namespace {
-
-std::string_view NameOf(std::string_view path) {
-  const std::size_t separator = path.find_last_of("/\\");
-  return separator == std::string_view::npos ? path : path.substr(separator + 1);
-}
 
 /// How much of a memory is used, in parts of it only where all of it fits.
 std::string Usage(const ImageShare& share, std::int32_t size, std::string_view unit) {
@@ -92,9 +89,9 @@ std::string DescribeRefusedDumps(const core::AppState& state) {
   std::string text;
   for (const auto& [name, refusal] : {std::pair(kFlashDumpFile, &state.FlashDumpRefusal),
                                       std::pair(kEepromDumpFile, &state.EepromDumpRefusal)}) {
-    if (refusal->empty()) continue;
+    if (*refusal) continue;
     text += (text.empty() ? "⚠ " : "\n⚠ ") + std::string(name) +
-            " を書き込めません。表示はメモリーの内容です。(" + *refusal + ")";
+            " を書き込めません。表示はメモリーの内容です。(" + core::DescribeReason(*refusal) + ")";
   }
   return text;
 }

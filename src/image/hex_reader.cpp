@@ -72,6 +72,7 @@ HexReadReport ReadHexFile(core::RunContext& context, const Target& target) {
       !opened) {
     report.End = HexReadEnd::NotOpened;
     report.Reason = opened.Reason;
+    report.Cause = opened.Cause;
     return report;
   }
   report.Check = CheckImage(content, target.Checked);

@@ -22,8 +22,9 @@ enum class HexReadEnd {
 struct HexReadReport {
   HexReadEnd End = HexReadEnd::Complete;
   std::int32_t StoppedAtLine = 0;  ///< counted from 1: where BadLine and OutsideBuffer ended it
-  std::string Reason;              ///< the system's words, for NotOpened
-  ImageCheck Check;                ///< of the content that was read, for the selected device
+  std::string Reason;              ///< the system's words, or else ours, for NotOpened
+  platform::FailureCause Cause = platform::FailureCause::Unknown;  ///< what they mean
+  ImageCheck Check;  ///< of the content that was read, for the selected device
 };
 
 /// Reads `AppState::CodeFileName` into the flash buffer, `AppState::DataFileName` into the EEPROM

@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "core/hex_format.h"
+#include "core/trace_log.h"
 #include "image/buffers.h"
+#include "image/old_content.h"
 
 namespace fenwright::image {
 namespace {
@@ -61,20 +63,11 @@ Lines DataFileLines(const core::AppState& state) {
   return RecordLines(elements);
 }
 
-HexWriteReport OpenFile(core::RunContext& context, std::string_view path,
-                        std::unique_ptr<platform::FileWriter>& file) {
-  if (context.State.HexFileLeftOpen) {
-    return {.End = HexWriteEnd::NotOpened,
-            .Reason =
-                "前に開いたHEXファイルに不正な行があったため、HEXファイルを保存できません。"
-                "プログラムを再起動してください。"};
-  }
-  platform::FileResult result;
-  file = context.Storage.Files.OpenForWriting(path, result);
-  if (file != nullptr) return {};
-  const bool refused = result.Code == platform::FileResult::Status::AccessRefused;
-  return {.End = refused ? HexWriteEnd::AccessRefused : HexWriteEnd::NotOpened,
-          .Reason = std::move(result.Reason)};
+HexWriteReport NotOpenedAgain() {
+  return {.End = HexWriteEnd::NotOpened,
+          .Reason =
+              "前に開いたHEXファイルに不正な行があったため、HEXファイルを保存できません。"
+              "プログラムを再起動してください。"};
 }
 
 bool WriteLines(platform::FileWriter& file, const Lines& lines) {
@@ -85,19 +78,44 @@ bool WriteLines(platform::FileWriter& file, const Lines& lines) {
 }
 
 HexWriteReport WriteFile(core::RunContext& context, std::string_view path, const Lines& lines) {
-  std::unique_ptr<platform::FileWriter> file;
-  HexWriteReport report = OpenFile(context, path, file);
-  if (report && !WriteLines(*file, lines)) report.End = HexWriteEnd::CutShort;
-  return report;
+  platform::FileResult result;
+  const std::unique_ptr<platform::FileWriter> file =
+      context.Storage.Files.OpenForWriting(path, result);
+  if (file == nullptr) {
+    const bool refused = result.Code == platform::FileResult::Status::AccessRefused;
+    return {.End = refused ? HexWriteEnd::AccessRefused : HexWriteEnd::NotOpened,
+            .Reason = std::move(result.Reason)};
+  }
+  if (WriteLines(*file, lines)) return {};
+  return {.End = HexWriteEnd::CutShort, .Reason = file->Result().Reason};
+}
+
+void ShowFailure(core::RunContext& context, HexWriteEnd end, const std::string& detail) {
+  context.Screen.MessageBoxes.ShowWithDetail(screen::MessageIcon::Critical, "ファイル保存",
+                                             end == HexWriteEnd::AccessRefused
+                                                 ? "リードオンリーファイルにアクセスしました。"
+                                                 : "ファイル保存できませんでした。",
+                                             detail);
+  if (!detail.empty()) core::TraceLog(context).TryAppendMessage(detail);
 }
 
 HexWriteReport WriteHexFile(core::RunContext& context, std::string_view path, const Lines& lines) {
+  if (context.State.HexFileLeftOpen) {
+    HexWriteReport report = NotOpenedAgain();
+    ShowFailure(context, report.End, "");
+    return report;
+  }
+  OldContentKeeper old_content(context, path);
   HexWriteReport report = WriteFile(context, path, lines);
-  if (!report) {
-    context.Screen.MessageBoxes.Show(screen::MessageIcon::Critical, "ファイル保存",
-                                     report.End == HexWriteEnd::AccessRefused
-                                         ? "リードオンリーファイルにアクセスしました。"
-                                         : "ファイル保存できませんでした。");
+  if (report.End == HexWriteEnd::AccessRefused) {
+    old_content.NoteUntouched();
+  } else {
+    old_content.NoteOverwritten();
+  }
+  if (report) {
+    old_content.TraceMissingCopy();
+  } else {
+    ShowFailure(context, report.End, old_content.Describe());
   }
   return report;
 }

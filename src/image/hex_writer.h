@@ -17,7 +17,7 @@ enum class HexWriteEnd {
 /// What a writer did. The user has been told already when it failed.
 struct HexWriteReport {
   HexWriteEnd End = HexWriteEnd::Complete;
-  std::string Reason;  ///< the system's words, where it gave any
+  std::string Reason;  ///< the system's words, or else ours
   explicit operator bool() const { return End == HexWriteEnd::Complete; }
 };
 
@@ -31,7 +31,11 @@ struct HexWriteReport {
 ///   what the buffer holds there.
 /// - A checksum can deliberately have a single character: see RecordChecksum().
 ///
-/// A failure is shown in a critical message box and ends the writer; the caller goes on. A HEX file
+/// What a file holds that is there already is kept before by the run's archive, where it has one
+/// (image/old_content.h).
+///
+/// A failure is shown in a critical message box, with what has become of the old content as its
+/// second text, and ends the writer; the caller goes on. A HEX file
 /// that was left open (`AppState::HexFileLeftOpen`) makes every write fail at its open.
 HexWriteReport WriteCodeHexFile(core::RunContext& context);
 HexWriteReport WriteDataHexFile(core::RunContext& context);

@@ -39,11 +39,7 @@ class Report {
   }
 
  private:
-  [[noreturn]] void Fail() {
-    core::EndCommandOnFileError(path_,
-                                {.Code = platform::FileResult::Status::Failed,
-                                 .Reason = "ディスクがいっぱいか、書き込みエラーが発生しました。"});
-  }
+  [[noreturn]] void Fail() { core::EndCommandOnFileError(path_, writer_->Result()); }
 
   std::string path_;
   std::unique_ptr<platform::FileWriter> writer_;

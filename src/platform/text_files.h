@@ -4,17 +4,22 @@
 #include <string>
 #include <string_view>
 
+#include "platform/failure_cause.h"
+
 namespace fenwright::platform {
 
-/// Outcome of a file call. `Reason` is the system's own words for a failure, UTF-8.
+/// Outcome of a file call. `Reason` is the system's own words for a failure, UTF-8; what it means
+/// stands in `Cause`, where it is one of those that happen.
 struct FileResult {
   enum class Status { Ok, NotFound, AccessRefused, Failed };
   Status Code = Status::Ok;
   std::string Reason;
+  FailureCause Cause = FailureCause::Unknown;
   explicit operator bool() const { return Code == Status::Ok; }
 };
 
-/// A file being written from its start. Destroying it closes it.
+/// A file being written from its start. Destroying it closes it; where a file takes its name only
+/// when it is whole, one that was not closed before never was.
 class FileWriter {
  public:
   virtual ~FileWriter() = default;
@@ -22,6 +27,8 @@ class FileWriter {
   virtual bool Write(std::string_view bytes) = 0;
   /// Flushes and closes; false when bytes were lost.
   virtual bool Close() = 0;
+  /// What was lost, and why; Ok as long as nothing was.
+  [[nodiscard]] virtual const FileResult& Result() const = 0;
 };
 
 /// Whole-file and sequential access to files. Paths are UTF-8, contents are bytes; nothing is
@@ -50,7 +57,8 @@ class TextFiles {
   virtual FileResult Append(std::string_view path, std::string_view content) = 0;
 
   /// Opens a file that the user has named for writing in place, cut to nothing; null with `result`
-  /// set when that fails. What is written stays, whatever fails later.
+  /// set when that fails. What is written stays, whatever fails later. An implementation may keep
+  /// the old file until the new one is whole instead: see platform/system/whole_text_files.h.
   virtual std::unique_ptr<FileWriter> OpenForWriting(std::string_view path, FileResult& result) = 0;
 
   /// The same for a file that the program makes on its own.

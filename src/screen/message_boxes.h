@@ -15,6 +15,12 @@ class MessageBoxes {
   virtual ~MessageBoxes() = default;
   /// One OK button. An empty title stands for the application's own.
   virtual void Show(MessageIcon icon, std::string_view title, std::string_view text) = 0;
+  /// The same with a second, smaller text below the first, "" for none. A screen without a place
+  /// for it shows the first alone.
+  virtual void ShowWithDetail(MessageIcon icon, std::string_view title, std::string_view text,
+                              std::string_view /*detail*/) {
+    Show(icon, title, text);
+  }
   /// Yes and No; true for Yes. No is the default answer.
   virtual bool Ask(std::string_view title, std::string_view text) = 0;
 };

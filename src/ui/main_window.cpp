@@ -19,6 +19,7 @@
 
 #include "core/build_info.h"
 #include "image/file_summary.h"
+#include "image/old_content.h"
 #include "ops/commands.h"
 #include "ui/about_dialog.h"
 #include "ui/child_window_area.h"
@@ -142,6 +143,9 @@ void MainWindow::ShowFileInfo() {
   if (parts.isEmpty()) parts << kNoFileText;
   if (const std::string dumps = image::DescribeRefusedDumps(state_); !dumps.empty()) {
     parts << ToQString(dumps);
+  }
+  if (const std::string copies = image::DescribeMissingCopies(state_); !copies.empty()) {
+    parts << ToQString(copies);
   }
   const QString text = parts.join('\n');
   file_info_->SetText(text);

@@ -4,6 +4,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QGridLayout>
 #include <QLabel>
 #include <QLayout>
 #include <QMessageBox>
@@ -12,6 +13,7 @@
 
 #include "core/settings_keys.h"
 #include "ui/controls.h"
+#include "ui/wrapped_label.h"
 
 namespace fenwright::ui {
 namespace {
@@ -95,6 +97,20 @@ void Design(LineBox& box, const QString& object_name, std::string_view title,
   box.setAccessibleDescription(box.text());
 }
 
+/// Puts the detail below the text, where the box, once it is complete, has its place for such.
+void AddDetail(QMessageBox& box, std::string_view detail) {
+  constexpr int kWidth = 400;
+  constexpr int kRow = 1;
+  auto* grid = qobject_cast<QGridLayout*>(box.layout());
+  if (!grid) return;
+  auto* label = new WrappedLabel;
+  Name(label, "lblDetail", "詳細");
+  label->SetText(ToQString(detail));
+  label->setMinimumWidth(kWidth);
+  grid->addWidget(label, kRow, grid->columnCount() - 1);
+  box.setAccessibleDescription(box.text() + '\n' + WithLineEnds(detail));
+}
+
 QPushButton* AddButton(QMessageBox& box, const QString& object_name, const QString& caption,
                        QMessageBox::ButtonRole role) {
   QPushButton* button = box.addButton(caption, role);
@@ -105,11 +121,17 @@ QPushButton* AddButton(QMessageBox& box, const QString& object_name, const QStri
 }  // namespace
 
 void QtMessageBoxes::Show(screen::MessageIcon icon, std::string_view title, std::string_view text) {
+  ShowWithDetail(icon, title, text, "");
+}
+
+void QtMessageBoxes::ShowWithDetail(screen::MessageIcon icon, std::string_view title,
+                                    std::string_view text, std::string_view detail) {
   LineBox box(OwnerOf(parent_));
   Design(box, "msgBox", title, text);
   box.setIcon(icon == screen::MessageIcon::Critical ? QMessageBox::Critical
                                                     : QMessageBox::Information);
   box.setDefaultButton(AddButton(box, "msgBoxOk", "OK", QMessageBox::AcceptRole));
+  if (!detail.empty()) AddDetail(box, detail);
   box.exec();
 }
 

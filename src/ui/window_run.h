@@ -31,6 +31,8 @@ struct WindowPlatform {
   platform::TextFiles& Files;
   platform::CodePage& CodePage;
   platform::SettingsStore& Settings;
+  /// Keeps the old content of files that are saved over; null = nothing is kept.
+  platform::FileArchive* Archive = nullptr;
   /// Null = nothing is known about the ports.
   platform::PortInfos* Ports = nullptr;
   /// Null = other runs of the program do not matter.

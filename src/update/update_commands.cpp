@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "core/file_reason.h"
 #include "core/numbers.h"
 #include "core/settings_keys.h"
 #include "platform/port_info.h"
@@ -82,7 +83,7 @@ std::string Complaint(UpdateContext& context, const std::string& path) {
   const std::string advice = "警告：このファイルでアップデートしないでください。";
   std::string content;
   const platform::FileResult read = context.Run.Storage.Files.Read(path, content);
-  if (!read) return advice + read.Reason;
+  if (!read) return advice + core::DescribeReason(read);
   const ImageReport report = CheckImage(content);
   if (report.Fault != ImageFault::None)
     return advice + DescribeFault(report, core::Language::Japanese);

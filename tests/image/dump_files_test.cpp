@@ -150,11 +150,11 @@ TEST_F(DumpFiles, ADumpThatTheDiscRefusesIsShownFromMemoryAndTheCommandGoesOn) {
                                     "write /app/avreep.txt", "show text in EEPROM view"}));
   EXPECT_EQ(Views.Texts[View::Flash], FlashDump(State));
   EXPECT_EQ(Views.Texts[View::Eeprom], EepromDump(State));
-  EXPECT_EQ(State.FlashDumpRefusal, "permission denied");
-  EXPECT_EQ(State.EepromDumpRefusal, "permission denied");
+  EXPECT_EQ(State.FlashDumpRefusal.Reason, "permission denied");
+  EXPECT_EQ(State.EepromDumpRefusal.Reason, "permission denied");
   Files.Refused.clear();
   RefreshFlashView(Context);
-  EXPECT_EQ(State.FlashDumpRefusal, "");
+  EXPECT_TRUE(State.FlashDumpRefusal);
 }
 
 TEST_F(DumpFiles, ADumpThatCannotBeReadIsShownFromMemory) {

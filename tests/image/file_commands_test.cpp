@@ -284,6 +284,14 @@ TEST_F(FileCommands, ACodeFileThatCannotBeReadEndsTheOpenThere) {
   EXPECT_EQ(State.EepromBuffer[0], 0x42);
 }
 
+TEST_F(FileCommands, AFileErrorIsExplainedInJapaneseWhereTheCauseIsKnown) {
+  Files.Unreadable[kCodePath] = "Permission denied";
+  Files.Cause = platform::FailureCause::AccessDenied;
+  Load();
+  EXPECT_EQ(Dialog.Detail,
+            "/home/files/prog.hex\r\nアクセスする権限がありません。(Permission denied)");
+}
+
 TEST_F(FileCommands, AFileErrorIsExplainedWithThePathAndTheSystemsWords) {
   Files.Unreadable[kCodePath] = "Permission denied";
   Load();

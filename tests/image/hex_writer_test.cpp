@@ -5,6 +5,7 @@
 #include "core/device_catalogue.h"
 #include "image/buffers.h"
 #include "image/findings.h"
+#include "image/old_content.h"
 
 namespace fenwright::image {
 namespace {
@@ -337,6 +338,127 @@ TEST_F(HexWriter, AFailureChangesNoBufferAndRaisesNoError) {
   EXPECT_EQ(State.FlashBuffer, flash);
   EXPECT_EQ(State.LinkError, 0);
   EXPECT_TRUE(Trace().empty()) << "message boxes are not traced";
+}
+
+TEST_F(HexWriter, AFileThatIsCutShortComesWithTheReason) {
+  Files.Capacity = 10;
+  EXPECT_EQ(WriteCodeHexFile(Context).Reason, "disc full");
+}
+
+// The old content.
+
+class OldContent : public HexWriter {
+ protected:
+  static constexpr char kCopy[] = "/backups/1 prog.hex";
+  static constexpr char kWhere[] =
+      "保存する前の内容は次のファイルに残してあります。\r\n/backups/1 prog.hex";
+  OldContent() {
+    Context.Storage.Archive = &Archive;
+    Files.Files[kCodePath] = "as it was";
+    State.CodeSaveFileName = kCodePath;
+    State.DataSaveFileName = kDataPath;
+    TakeJournal();
+    NewTrace();
+  }
+  [[nodiscard]] std::string Detail() const {
+    return Boxes.Boxes.empty() ? "(no box)" : Boxes.Boxes.back().Detail;
+  }
+};
+
+TEST_F(OldContent, IsKeptBeforeTheFileIsOpened) {
+  EXPECT_TRUE(WriteCodeHexFile(Context));
+  EXPECT_EQ(TakeJournal(), (Journal{"keep /out/prog.hex", "open /out/prog.hex"}))
+      << "a save that goes well says no more than ever";
+  EXPECT_EQ(Files.Files[kCopy], "as it was");
+  EXPECT_EQ(LastCopyOf(State, kCodePath), kCopy);
+  EXPECT_EQ(DescribeMissingCopies(State), "");
+}
+
+TEST_F(OldContent, OfANewOrAnEmptyFileThereIsNone) {
+  EXPECT_TRUE(WriteDataHexFile(Context));
+  EXPECT_EQ(LastCopyOf(State, kDataPath), "");
+  Files.Files[kDataPath] = "";
+  Files.Refused = {kDataPath};
+  EXPECT_FALSE(WriteDataHexFile(Context));
+  EXPECT_EQ(Detail(), "");
+  EXPECT_EQ(Archive.Copies, 0);
+}
+
+TEST_F(OldContent, OfEachSaveIsACopyOfItsOwnAndTheLastIsNamed) {
+  WriteCodeHexFile(Context);
+  WriteCodeHexFile(Context);
+  EXPECT_EQ(Files.Files[kCopy], "as it was");
+  EXPECT_EQ(LastCopyOf(State, kCodePath), "/backups/2 prog.hex");
+  Files.Files[kCodePath] = "";
+  WriteCodeHexFile(Context);
+  EXPECT_EQ(LastCopyOf(State, kCodePath), "") << "the last save has written over nothing";
+}
+
+TEST_F(OldContent, OfAFileThatIsCutShortIsNamedBelowTheMessageAndInTheTrace) {
+  Files.Capacity = 10;
+  EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::CutShort);
+  EXPECT_EQ(Boxes.Boxes,
+            (std::vector<Box>{{MessageIcon::Critical, "ファイル保存", kNotSavedText, kWhere}}));
+  EXPECT_EQ(NewTrace(), Texts{kWhere});
+  EXPECT_EQ(LastCopyOf(State, kCodePath), kCopy);
+}
+
+TEST_F(OldContent, OfAFileThatFailsToOpenForAnotherReasonIsNamedToo) {
+  Files.Unopenable[kCodePath] = {FileResult::Status::Failed, "I/O error"};
+  WriteCodeHexFile(Context);
+  EXPECT_EQ(Detail(), kWhere);
+}
+
+TEST_F(OldContent, OfAFileThatIsRefusedIsInItsPlaceAndNoCopyIsLeft) {
+  Files.Refused = {kCodePath};
+  State.OldContents[kCodePath].Copy = "/backups/0 prog.hex";
+  EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::AccessRefused);
+  EXPECT_EQ(Boxes.Boxes.at(0).Text, kReadOnlyText);
+  EXPECT_EQ(Detail(), "元のファイルはそのままです。");
+  EXPECT_EQ(Files.Files[kCodePath], "as it was");
+  EXPECT_FALSE(Files.Exists(kCopy));
+  EXPECT_EQ(LastCopyOf(State, kCodePath), "/backups/0 prog.hex") << "of the save before";
+}
+
+TEST_F(OldContent, AfterABadLineNothingIsTouchedAndNothingKept) {
+  State.HexFileLeftOpen = true;
+  EXPECT_FALSE(WriteCodeHexFile(Context));
+  EXPECT_EQ(Detail(), "");
+  EXPECT_EQ(TakeJournal(), Journal{"message box"});
+}
+
+TEST_F(OldContent, ThatCannotBeKeptStopsNoSaveAndIsTraced) {
+  Archive.Refusal = {FileResult::Status::Failed, "no room", platform::FailureCause::DiscFull};
+  constexpr char kLost[] =
+      "保存する前の内容を残せませんでした。ディスクの空き容量がありません。(no room)";
+  EXPECT_TRUE(WriteCodeHexFile(Context));
+  EXPECT_THAT(Files.Files[kCodePath], EndsWith(":00000001FF\r\n"));
+  EXPECT_TRUE(Boxes.Boxes.empty());
+  EXPECT_EQ(NewTrace(), Texts{std::string(kCodePath) + "\r\n" + kLost});
+  EXPECT_EQ(LastCopyOf(State, kCodePath), "");
+  EXPECT_EQ(DescribeMissingCopies(State), std::string("⚠ prog.hex : ") + kLost);
+  Archive.Refusal = {};
+  EXPECT_TRUE(WriteCodeHexFile(Context));
+  EXPECT_EQ(DescribeMissingCopies(State), "") << "the next save has kept it";
+}
+
+TEST_F(OldContent, ThatCannotBeKeptIsSaidBelowTheMessageOfAFailedSave) {
+  Archive.Refusal = {FileResult::Status::Failed, "strange"};
+  Files.Capacity = 10;
+  EXPECT_FALSE(WriteCodeHexFile(Context));
+  EXPECT_EQ(Detail(), "保存する前の内容を残せませんでした。strange");
+  EXPECT_EQ(NewTrace(), Texts{Detail()});
+}
+
+TEST_F(OldContent, OfAFullDiscWithItsTraceIsStillNamedAndTheSaveStillEnds) {
+  State.AppFolder = "/full/";
+  Files.Refused = {"/full/_debug_avr.txt"};
+  Files.Capacity = 10;
+  EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::CutShort);
+  EXPECT_EQ(Detail(), kWhere);
+  Archive.Refusal = {FileResult::Status::Failed, "strange"};
+  Files.Capacity = 1U << 24U;
+  EXPECT_TRUE(WriteCodeHexFile(Context));
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ TEST_F(ClearBuffers, ADumpThatTheDiscRefusesStopsNothing) {
   EXPECT_EQ(ops::RunCommand(Context, ops::mnuPC_buffer_clear_Click), CommandEnding::Finished);
   EXPECT_EQ(State.FlashBuffer.front(), 0xFF);
   EXPECT_TRUE(Views.Texts[screen::View::Flash].starts_with("0000: FFFF "));
-  EXPECT_EQ(State.FlashDumpRefusal, "permission denied");
+  EXPECT_EQ(State.FlashDumpRefusal.Reason, "permission denied");
 }
 
 }  // namespace

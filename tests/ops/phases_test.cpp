@@ -196,9 +196,9 @@ TEST(VerifyReport, ThatDoesNotFitTheDiscEndsTheCommandWithTheReason) {
   run.Files.Capacity = 1;
   run.Files.Files["/app/_debug_avr.txt"];
   EXPECT_EQ(run.Verify(), CommandEnding::FileError);
-  EXPECT_THAT(run.Boxes.Boxes.at(0).Text,
-              AllOf(HasSubstr(kReport),
-                    HasSubstr("\r\nディスクがいっぱいか、書き込みエラーが発生しました。\r\n")));
+  EXPECT_THAT(
+      run.Boxes.Boxes.at(0).Text,
+      AllOf(HasSubstr(kReport), HasSubstr("\r\nディスクの空き容量がありません。(disc full)\r\n")));
 }
 
 TEST(VerifyReport, ThatIsLostWhenItIsClosedEndsTheCommand) {

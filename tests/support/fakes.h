@@ -2,6 +2,7 @@
 
 #include "platform/clock.h"
 #include "platform/event_loop.h"
+#include "platform/file_archive.h"
 #include "platform/memory/memory_settings_store.h"
 #include "platform/serial_control.h"
 #include "platform/shell.h"
@@ -199,14 +200,21 @@ class FakeMessageBoxes final : public screen::MessageBoxes, public Noted {
     MessageIcon Icon;
     std::string Title;
     std::string Text;
+    std::string Detail = {};
     friend bool operator==(const Box&, const Box&) = default;
     friend void PrintTo(const Box& box, std::ostream* out) {
-      *out << static_cast<int>(box.Icon) << " [" << box.Title << "] " << box.Text;
+      *out << static_cast<int>(box.Icon) << " [" << box.Title << "] " << box.Text << " ("
+           << box.Detail << ")";
     }
   };
   void Show(MessageIcon icon, std::string_view title, std::string_view text) override {
     Note("message box");
     Boxes.push_back({icon, std::string(title), std::string(text)});
+  }
+  void ShowWithDetail(MessageIcon icon, std::string_view title, std::string_view text,
+                      std::string_view detail) override {
+    Show(icon, title, text);
+    Boxes.back().Detail = detail;
   }
   bool Ask(std::string_view title, std::string_view text) override {
     Note("question");
@@ -479,7 +487,7 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
     Note("read", path);
     if (OnRead) OnRead();
     if (const auto words = Unreadable.find(path); words != Unreadable.end()) {
-      return {FileResult::Status::AccessRefused, words->second};
+      return {FileResult::Status::AccessRefused, words->second, Cause};
     }
     const auto file = Files.find(path);
     if (file == Files.end()) return {FileResult::Status::NotFound, "no such file"};
@@ -527,6 +535,7 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
   std::vector<std::string> Refused;
   std::map<std::string, std::string, std::less<>> Unreadable;  ///< path and the system's words
   std::map<std::string, FileResult, std::less<>> Unopenable;
+  platform::FailureCause Cause{};  ///< of what is refused or cannot be read
   std::vector<std::string> LostAtClose;
   std::vector<std::string> Deleted;
   std::vector<std::string> OwnFiles;  ///< opened as files that the program makes on its own
@@ -545,14 +554,19 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
     }
     ~Writer() override { Release(); }
     bool Write(std::string_view bytes) override {
-      if (file_.size() + bytes.size() > capacity_ || files_.IsFull()) return false;
+      if (file_.size() + bytes.size() > capacity_ || files_.IsFull()) {
+        result_ = FullDisc();
+        return false;
+      }
       file_.append(bytes);
       return true;
     }
     bool Close() override {
       Release();
+      if (loses_) result_ = FullDisc();
       return !loses_;
     }
+    [[nodiscard]] const FileResult& Result() const override { return result_; }
 
    private:
     void Release() {
@@ -562,6 +576,7 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
     std::string& file_;
     FakeTextFiles& files_;
     std::size_t capacity_;
+    FileResult result_;
     bool loses_;
     bool open_ = true;
   };
@@ -575,7 +590,38 @@ class FakeTextFiles final : public platform::TextFiles, public Noted {
     return FullFrom >= 0 && number >= FullFrom;
   }
   [[nodiscard]] bool IsRefused(std::string_view path) const { return Names(Refused, path); }
-  static FileResult Refusal() { return {FileResult::Status::AccessRefused, "permission denied"}; }
+  static FileResult FullDisc() {
+    return {FileResult::Status::Failed, "disc full", platform::FailureCause::DiscFull};
+  }
+  [[nodiscard]] FileResult Refusal() const {
+    return {FileResult::Status::AccessRefused, "permission denied", Cause};
+  }
+};
+
+/// Keeps copies of files in memory, as "/backups/1 prog.hex" and so on among them.
+class FakeArchive final : public platform::FileArchive, public Noted {
+ public:
+  explicit FakeArchive(FakeTextFiles& files) : files_(files) {}
+  FileResult Keep(std::string_view path, std::string& copy) override {
+    Note("keep", path);
+    copy.clear();
+    const auto file = files_.Files.find(path);
+    if (file == files_.Files.end() || file->second.empty()) return {};
+    if (!Refusal) return Refusal;
+    const std::string name(path.substr(path.rfind('/') + 1));
+    copy = "/backups/" + std::to_string(++Copies) + " " + name;
+    files_.Files[copy] = file->second;
+    return {};
+  }
+  void Drop(std::string_view copy) override {
+    Note("drop", copy);
+    files_.Files.erase(std::string(copy));
+  }
+  FileResult Refusal;  ///< why nothing can be kept, if so
+  int Copies = 0;
+
+ private:
+  FakeTextFiles& files_;
 };
 
 }  // namespace fenwright::testing

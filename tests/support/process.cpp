@@ -74,7 +74,10 @@ Process::Process(std::vector<std::string> command, const Setup& setup) {
     if (setup.UserId != 0 && (setgid(setup.UserId) != 0 || setuid(setup.UserId) != 0)) _exit(126);
     RedirectTo(folder_.File("out"), STDOUT_FILENO);
     RedirectTo(folder_.File("err"), STDERR_FILENO);
-    if (setup.OnTerminal) dup2(other_end, STDOUT_FILENO);
+    if (setup.OnTerminal) {
+      dup2(other_end, STDOUT_FILENO);
+      dup2(other_end, STDERR_FILENO);
+    }
     for (const auto& [name, value] : setup.Environment) setenv(name.c_str(), value.c_str(), 1);
     if (chdir(setup.Folder.c_str()) != 0) _exit(126);
     execvp(arguments[0], arguments.data());

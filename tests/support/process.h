@@ -34,7 +34,7 @@ class Process {
   struct Setup {
     std::string Folder = ".";                          ///< working folder
     std::map<std::string, std::string> Environment{};  ///< added to the test's own
-    bool OnTerminal = false;                           ///< standard output is a terminal
+    bool OnTerminal = false;                           ///< both outputs are a terminal, Output()
     unsigned UserId = 0;                               ///< user to run as, 0 = the test's own
   };
   Process(std::vector<std::string> command, const Setup& setup);

@@ -106,7 +106,7 @@ std::string TestPlatform::ChipState() const {
 }
 
 RecordedRun::RecordedRun() {
-  for (Noted* part : std::initializer_list<Noted*>{&Events, &Files, &Settings, &StatusBar, &Dialog,
+  for (Noted* part : std::initializer_list<Noted*>{&Events, &Files, &Archive, &Settings, &StatusBar, &Dialog,
                                                    &Boxes, &Views, &Form, &Guide, &Port}) {
     part->Notes = &Recorded;
   }

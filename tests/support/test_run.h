@@ -26,6 +26,7 @@ class TestPlatform {
   VirtualClock Clock;
   FakeEventLoop Events;
   FakeTextFiles Files;
+  FakeArchive Archive{Files};  ///< used once a test has put it into the context
   platform::Cp932CodePage CodePage;
   FakeSettings Settings;
   FakeStatusBar StatusBar;

@@ -36,7 +36,7 @@ TEST_F(LinkCli, PortsKnowsAPortGivenForTheCall) {
   EXPECT_EQ(free[6]["name"], "COM7");
   EXPECT_EQ(free[6]["device_path"], board.Link());
   EXPECT_EQ(free[6]["state"], "usable");
-  EXPECT_EQ(free[6]["description"], "疑似端末");
+  EXPECT_EQ(free[6]["description"], "pseudo terminal");
   EXPECT_EQ(free[6]["reason"], "");
   EXPECT_EQ(free[7]["state"], "missing");
   EXPECT_THAT(free[7]["reason"].get<std::string>(), HasSubstr("/dev/ttyUSB3"));
@@ -45,17 +45,17 @@ TEST_F(LinkCli, PortsKnowsAPortGivenForTheCall) {
 TEST_F(LinkCli, PortsSayWhyAFileThatIsThereIsNoPort) {
   EXPECT_THAT(Run("--port COM20=/etc/passwd ports"),
               Prints("COM20  /etc/passwd    missing\n"
-                     "       /etc/passwd はシリアルポートではありません。"));
+                     "       /etc/passwd is no serial port."));
   EXPECT_THAT(Run("--port COM20=/dev/not_there ports"),
               AllOf(Prints("COM20  /dev/not_there  missing\n"),
-                    Prints(Not(HasSubstr("/dev/not_there がありません")))));
+                    Prints(Not(HasSubstr("/dev/not_there is not there")))));
 }
 
 TEST_F(LinkCli, PortsOfASimulatedRunAreAllTheSimulatedBoard) {
   const json list = Run("--json --simulate ports").Json()["ports"];
   for (const json& port : list) {
     EXPECT_EQ(port["state"], "usable");
-    EXPECT_THAT(port["description"].get<std::string>(), HasSubstr("シミュレーション"));
+    EXPECT_THAT(port["description"].get<std::string>(), HasSubstr("simulation"));
   }
 }
 

@@ -74,8 +74,8 @@ TEST_F(WindowsCli, ProgramsAWholeImageAndSendsTheSameBytesAsTheEngine) {
   MakeCode(flash, eeprom);
 
   EXPECT_THAT(OnCom3("AT90S8515", "program code.hex"),
-              AllOf(Ends(0), Prints("ライターを COM3に検出しました。\n"),
-                    Prints("ベリファイ　FLASH : OK / EEPROM : OK\nok: programmed and verified (")));
+              AllOf(Ends(0), Warns("  on COM3 (KV-LOD350  V6.38)"),
+                    Prints("ok: programmed and verified in ")));
   std::string image(flash.begin(), flash.end());
   image.resize(8192, '\xFF');
   image.append(eeprom.begin(), eeprom.end());
@@ -161,7 +161,7 @@ TEST_F(WindowsCli, VerifiesAndTellsDifferences) {
   EXPECT_THAT(OnCom3("ATtiny15L", "verify code.hex"), Ends(0));
   MakeCode(FullImage(1024, 9));
   EXPECT_THAT(OnCom3("ATtiny15L", "verify code.hex"),
-              AllOf(Ends(1), Prints("ベリファイ　FLASH : NG / EEPROM : OK")));
+              AllOf(Ends(1), Warns("what was read from the chip differs")));
 }
 
 TEST_F(WindowsCli, ReadsAndWritesFusesWithTheSameBytesAsTheEngine) {
@@ -180,7 +180,7 @@ TEST_F(WindowsCli, ReadsAndWritesFusesWithTheSameBytesAsTheEngine) {
   ops::RunCommand(run.Context, ops::cmdFuseRead_Click);
   EXPECT_EQ(port.Board.Wire(), run.Wire);
   EXPECT_THAT(OnCom3("ATtiny26L", "read-fuses"),
-              Prints("LOCK       プロテクトなし  (2)\n"
+              Prints("LOCK       none  (2)\n"
                      "bytes      Fuse 0xF4  High 0xF6  Lock 0xFF\n"));
 }
 

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "image/old_content.h"
+#include "platform/system/folder_archive.h"
 #include "platform/system/text_files.h"
 #include "support/process.h"
 #include "ui/window_bench.h"
@@ -268,6 +270,93 @@ TEST_F(FileFaults, AFileIsOverwrittenInPlaceAndKeepsItsModeAndLinks) {
   EXPECT_EQ(ReadFile(Path("real.hex")).find(":10000000FFFF"), 0U);
 }
 
+/// With the old content kept in a folder.
+class SavedOver : public FileFaults {
+ protected:
+  SavedOver() {
+    Run.Context().Storage.Archive = &archive_;
+    Put("a.hex", kCode);
+    Put("a.eep", kData);
+    Choose("mnuFileOpen", "a.hex");
+    Boxes.Answer = true;
+  }
+  /// The copies that there are, without the time in front, and what they hold.
+  [[nodiscard]] Snapshot Copies() const {
+    Snapshot copies;
+    if (!fs::exists(backups_)) return copies;
+    for (const auto& [name, content] : SnapshotOf(backups_)) {
+      constexpr std::size_t kStamp = 20;
+      copies[name.substr(kStamp)] = content;
+    }
+    return copies;
+  }
+
+  const std::string backups_ = folder_.File("data/Backups");
+  platform::FolderArchive archive_{backups_, Clock};
+};
+
+TEST_F(SavedOver, FilesLeaveTheirOldContentWhateverTheySaveBy) {
+  for (const char* item : {"mnuFileSave", "mnuFileSaveAs", "mnuFileSaveAsCode"}) {
+    SCOPED_TRACE(item);
+    fs::remove_all(backups_);
+    Put("a.hex", kCode);
+    Choose(item, "a.hex");
+    EXPECT_EQ(Copies().at("a.hex"), kCode);
+    EXPECT_EQ(image::LastCopyOf(State(), Path("a.hex")).find(backups_), 0U);
+  }
+  Put("a.eep", kData);
+  fs::remove_all(backups_);
+  Choose("mnuFileSaveAsData", "a.eep");
+  EXPECT_EQ(Copies(), (Snapshot{{"a.eep", kData}}));
+  EXPECT_TRUE(Boxes.Shown.empty());
+}
+
+TEST_F(SavedOver, ANewFileLeavesNone) {
+  Choose("mnuFileSaveAs", "new.hex");
+  EXPECT_EQ(Copies(), Snapshot{});
+  EXPECT_FALSE(fs::exists(backups_));
+}
+
+TEST_F(SavedOver, AFullDiscLeavesTheOldContentAndTheMessageSaysWhere) {
+  constexpr std::size_t kLimit = 1000;
+  {
+    const FullDisc disc(kLimit);
+    Choose("mnuFileSaveAsCode", "a.hex");
+  }
+  EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kNotSaved});
+  const std::string copy = image::LastCopyOf(State(), Path("a.hex"));
+  EXPECT_EQ(Boxes.Details, std::vector<std::string>{
+                               "保存する前の内容は次のファイルに残してあります。\r\n" + copy});
+  EXPECT_EQ(ReadFile(copy), kCode);
+  EXPECT_EQ(ReadFile(Path("a.hex")).size(), kLimit);
+}
+
+TEST_F(SavedOver, AFileThatIsRefusedIsAsItWas) {
+  fs::permissions(Path("a.hex"), fs::perms(0444));
+  // Only whoever may do everything made the folder so far.
+  fs::create_directories(backups_);
+  fs::permissions(backups_, fs::perms::all);
+  fs::permissions(folder_.Path() / "data", fs::perms::all);
+  const AsOrdinaryUser user;
+  if (!AsOrdinaryUser::IsOne()) GTEST_SKIP() << "this process may write everything";
+  Choose("mnuFileSaveAsCode", "a.hex");
+  EXPECT_EQ(Boxes.Shown, std::vector<std::string>{kReadOnly});
+  EXPECT_EQ(Boxes.Details, std::vector<std::string>{"元のファイルはそのままです。"});
+  EXPECT_EQ(ReadFile(Path("a.hex")), kCode);
+  EXPECT_EQ(Copies(), Snapshot{});
+}
+
+TEST_F(SavedOver, WithoutAPlaceForTheCopyTheSaveGoesOnAndTheFileBoxSaysIt) {
+  WriteFile(folder_.File("data"), "a file in the folder's place");
+  Choose("mnuFileSaveAsCode", "a.hex");
+  EXPECT_TRUE(Boxes.Shown.empty());
+  EXPECT_EQ(ReadFile(Path("a.hex")).find(":10000000"), 0U);
+  EXPECT_THAT(FileInfo(), HasSubstr("\n⚠ a.hex : 保存する前の内容を残せませんでした。"));
+  fs::remove(folder_.File("data"));
+  Choose("mnuFileSaveAsCode", "a.hex");
+  EXPECT_THAT(FileInfo(), Not(HasSubstr("残せません")));
+}
+
 /// The fourth word of the flash is not answered: reply 15.
 class TimeoutInMidRead : public FileFaults {
  protected:
@@ -310,7 +399,8 @@ TEST_F(FileFaults, ADumpThatTheDiscRefusesShowsWhatWasReadAndSaysSo) {
   EXPECT_EQ(Status(), "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
   EXPECT_EQ(State().FlashBuffer[0], 0xFF);
   EXPECT_THAT(Named<QLabel>("lblFileInfo")->text().toStdString(),
-              HasSubstr("⚠ avrhex.txt を書き込めません。表示はメモリーの内容です。"));
+              HasSubstr("⚠ avrhex.txt を書き込めません。表示はメモリーの内容です。"
+                        "(ファイルが大きすぎます。(File too large))"));
   EXPECT_EQ(FilesNow(), before);
   EXPECT_FALSE(State().CommandRunning);
 }

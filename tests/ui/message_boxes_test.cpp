@@ -4,6 +4,7 @@
 
 #include "ui/qt_message_boxes.h"
 #include "ui/window_bench.h"
+#include "ui/wrapped_label.h"
 
 namespace fenwright::ui {
 namespace {
@@ -37,6 +38,34 @@ TEST(MessageBoxes, ANoticeHasTheInformationIconAndItsOwnTitle) {
     box.reject();
   });
   QtMessageBoxes(nullptr).Show(MessageIcon::Information, "ファイル", "text");
+}
+
+TEST(MessageBoxes, ADetailStandsBelowTheTextAndAPathInItIsBrokenWhereItGetsTooWide) {
+  const std::string path = "/home/<b>user</b>/" + std::string(300, 'x') + "/prog.hex";
+  OnBox([path](QMessageBox& box) {
+    EXPECT_EQ(box.text(), "text");
+    const auto* detail = Find<WrappedLabel>(box, "lblDetail");
+    const auto* text = Find<QLabel>(box, "qt_msgbox_label");
+    const auto* button = Find<QPushButton>(box, "msgBoxOk");
+    EXPECT_EQ(detail->text().toStdString(), "old content:\r\n" + path);
+    EXPECT_EQ(detail->textFormat(), Qt::PlainText);
+    EXPECT_GE(detail->y(), text->geometry().bottom());
+    EXPECT_GE(detail->height(), detail->heightForWidth(detail->width()));
+    EXPECT_GE(button->mapTo(&box, QPoint()).y(), detail->geometry().bottom());
+    EXPECT_LE(box.width(), 600);
+    EXPECT_EQ(box.accessibleDescription().toStdString(), "text\nold content:\n" + path);
+    box.reject();
+  });
+  QtMessageBoxes(nullptr).ShowWithDetail(MessageIcon::Critical, "", "text",
+                                         "old content:\r\n" + path);
+}
+
+TEST(MessageBoxes, WithoutADetailThereIsNoSecondText) {
+  OnBox([](QMessageBox& box) {
+    EXPECT_EQ(box.findChild<QWidget*>("lblDetail"), nullptr);
+    box.reject();
+  });
+  QtMessageBoxes(nullptr).ShowWithDetail(MessageIcon::Critical, "", "text", "");
 }
 
 TEST(MessageBoxes, YesAnswersTrue) {

@@ -72,6 +72,11 @@ class AnsweredBoxes final : public screen::MessageBoxes {
   void Show(MessageIcon /*icon*/, std::string_view /*title*/, std::string_view text) override {
     Shown.emplace_back(text);
   }
+  void ShowWithDetail(MessageIcon icon, std::string_view title, std::string_view text,
+                      std::string_view detail) override {
+    Show(icon, title, text);
+    Details.emplace_back(detail);
+  }
   bool Ask(std::string_view /*title*/, std::string_view text) override {
     Questions.emplace_back(text);
     if (WhileAsking) WhileAsking();
@@ -81,6 +86,7 @@ class AnsweredBoxes final : public screen::MessageBoxes {
   bool Answer = false;
   std::function<void()> WhileAsking;
   std::vector<std::string> Shown;
+  std::vector<std::string> Details;
   std::vector<std::string> Questions;
 };
 
@@ -99,6 +105,7 @@ struct BenchOptions {
   platform::TextFiles* Files = nullptr;
   screen::FileDialogs* Dialogs = nullptr;
   platform::SettingsStore* Settings = nullptr;
+  platform::FileArchive* Archive = nullptr;
   platform::PortInfos* Ports = nullptr;
   platform::SingleInstance* Instance = nullptr;
   std::function<std::unique_ptr<Taskbar>(QWidget&)> MakeTaskbar{};
@@ -118,6 +125,7 @@ class WindowBench {
              .Files = options.Files ? *options.Files : Files,
              .CodePage = CodePage,
              .Settings = options.Settings ? *options.Settings : Settings,
+             .Archive = options.Archive,
              .Ports = options.Ports,
              .Instance = options.Instance,
              .MessageBoxes = &Boxes,

@@ -134,6 +134,14 @@ TEST_ON(UpdateTest, UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllThe
   Chooser.Choice = "/files/none.hex";
   update::CmdOpen_Click(Context);
   EXPECT_EQ(Dialog_Update.Detail, "警告：このファイルでアップデートしないでください。no such file");
+
+  Files.Unreadable["/files/secret.hex"] = "Permission denied";
+  Files.Cause = platform::FailureCause::AccessDenied;
+  Chooser.Choice = "/files/secret.hex";
+  update::CmdOpen_Click(Context);
+  EXPECT_EQ(Dialog_Update.Detail,
+            "警告：このファイルでアップデートしないでください。アクセスする権限がありません。"
+            "(Permission denied)");
 }
 
 TEST_ON(UpdateTest, UpdateDialogOpen, NamesTheFirstRecordWithAnOddByteCount) {

@@ -11,8 +11,10 @@ class Writer final : public platform::FileWriter {
     return true;
   }
   bool Close() override { return true; }
+  [[nodiscard]] const platform::FileResult& Result() const override { return result_; }
 
  private:
+  platform::FileResult result_;
   std::string& file_;
 };
 

@@ -74,14 +74,17 @@ ExitCode CheckOutputs(Session& session, const ReadOptions& options) {
 /// What went wrong with a file that was to be written, if anything did.
 std::optional<Problem> Complaint(const std::string& path, const image::HexWriteReport& report) {
   if (report) return std::nullopt;
-  if (report.End == image::HexWriteEnd::CutShort) {
-    return Problem{.Code = problem::kFileUnwritable,
-                   .Text = {path + ": 途中までしか書けませんでした。ディスクの空きがないようです",
-                            path + ": is cut short; the disc may be full"}};
-  }
-  return Problem{.Code = problem::kFileUnwritable,
-                 .Text = {fmt::format("{}: 書けません: {}", path, report.Reason),
-                          fmt::format("{}: cannot be written: {}", path, report.Reason)}};
+  const bool refused = report.End == image::HexWriteEnd::AccessRefused;
+  return Problem{
+      .Code = problem::kFileUnwritable,
+      .Text = {fmt::format("{}: 書けません: {}", path, report.Reason),
+               fmt::format("{}: cannot be written: {}", path, report.Reason)},
+      .Cure = refused ? core::Sentence{"書き込みを許すか、別のファイルを指定します。",
+                                       "allow writing there, or name another file"}
+                      : core::Sentence{
+                            "フォルダーとディスクの空きを確かめるか、別のファイルを指定します。",
+                            "check the folder and the room on its disc, or name another "
+                            "file"}};
 }
 
 /// Saves what was read, as much of it as can be; false when something went wrong.

@@ -14,8 +14,10 @@ class MemoryWriter final : public FileWriter {
     return true;
   }
   bool Close() override { return true; }
+  [[nodiscard]] const FileResult& Result() const override { return result_; }
 
  private:
+  FileResult result_;
   std::string& content_;
 };
 

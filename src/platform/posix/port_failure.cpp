@@ -77,7 +77,7 @@ std::string ReasonOf(PortOpenStatus status, const std::string& path, int error) 
            " が応答しません。このポートの装置がないか、故障しています。ポート番号を確認してください"
            "。";
   }
-  return "デバイス " + path + " を開けませんでした。";
+  return "デバイス " + path + " を開けませんでした。" + std::string(JapaneseOf(CauseOf(error)));
 }
 
 }  // namespace

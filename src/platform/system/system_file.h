@@ -18,14 +18,22 @@ using Handle = int;
 #endif
 
 /// What a file is opened for. `Replace` cuts it to nothing; it and `Append` create a missing file.
-enum class Way { Read, Replace, Append };
+/// `New` and `Private` create one in any case: whatever is there already, even a link, is refused
+/// (FailureCause::Exists). Of a private one nobody but the user can read anything.
+enum class Way { Read, Replace, Append, New, Private };
 
 /// Whether a symbolic link in the file's place is followed. That the folders above it are links
 /// does not matter.
 enum class Links { Follow, Refuse };
 
-/// What is said of a link that is not followed.
-inline constexpr const char* kIsLinkReason = "Is a symbolic link";
+/// What is said of a file that is there and is not one to use: a link that is not followed, a
+/// folder, or one that is not a regular file.
+inline FileResult RefusedAs(FailureCause cause) {
+  const char* const words = cause == FailureCause::IsLink     ? "Is a symbolic link"
+                            : cause == FailureCause::IsFolder ? "Is a directory"
+                                                              : "Not a regular file";
+  return {.Code = FileResult::Status::AccessRefused, .Reason = words, .Cause = cause};
+}
 
 /// Has a limit on the size of files be an error where it would end the program.
 void Prepare();
@@ -41,7 +49,30 @@ FileResult Read(Handle file, std::span<char> room, std::size_t& count);
 /// system stops short.
 FileResult Write(Handle file, std::string_view& bytes);
 
+/// Has the system bring onto the disc what was written.
+FileResult Flush(Handle file);
+
 FileResult Close(Handle file);
+
+/// What a path leads to.
+enum class There { Nothing, RegularFile, Other };
+
+/// Where a file stands that can be exchanged for another one. With Links::Follow `path` becomes
+/// that of the file which it leads to in the end. `Other` is what cannot be exchanged: a folder, a
+/// device, a pipe, a link that is not followed or leads nowhere near a file, and names that the
+/// system makes up for files that are open already.
+There FindPlace(std::string& path, Links links);
+
+/// Gives an open file the owner and the rights of the one at `path`, as far as the user may; no
+/// group gets more rights by it than it had.
+void TakeRights(Handle file, const std::string& path);
+
+/// Puts the closed file `from` into the place of `to`, which may be there, in one step. What is
+/// there and cannot be exchanged stays.
+FileResult Exchange(const std::string& from, const std::string& to);
+
+/// Makes a folder that nobody but the user may look into.
+FileResult MakePrivateFolder(const std::string& path);
 
 bool Exists(const std::string& path);
 

@@ -28,7 +28,7 @@ class File final : public FileWriter {
   File(const File&) = delete;
   File& operator=(const File&) = delete;
 
-  [[nodiscard]] const FileResult& Result() const { return result_; }
+  [[nodiscard]] const FileResult& Result() const override { return result_; }
 
   void Read(std::string& content) {
     std::vector<char> block(kBlock);

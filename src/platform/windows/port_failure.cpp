@@ -45,7 +45,7 @@ std::string ReasonOf(PortOpenStatus status, const std::string& name, unsigned lo
   if (error == ERROR_GEN_FAILURE || error == ERROR_SEM_TIMEOUT || error == ERROR_NOT_READY) {
     return name + " が応答しません。ライタを接続し直してください。";
   }
-  return name + " を開けませんでした。";
+  return name + " を開けませんでした。" + std::string(JapaneseOf(CauseOf(error)));
 }
 
 }  // namespace

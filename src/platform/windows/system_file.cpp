@@ -6,6 +6,7 @@
 #include "platform/windows/patience.h"
 #include "platform/windows/system_path.h"
 #include "platform/windows/system_reason.h"
+#include "platform/windows/wide_text.h"
 
 namespace fenwright::platform::system_file {
 namespace {
@@ -14,22 +15,30 @@ using Status = FileResult::Status;
 
 constexpr Patience kPatience{.Attempts = 11, .MillisecondsBetween = 50};
 
-FileResult ResultOf(DWORD error) {
+/// Other programs may do with the file what they like, as on any other system.
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+Status FileStatusOf(DWORD error) {
   switch (error) {
     case ERROR_SUCCESS:
-      return {};
+      return Status::Ok;
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
     case ERROR_INVALID_DRIVE:
-      return {Status::NotFound, SystemReason(error)};
+      return Status::NotFound;
     case ERROR_ACCESS_DENIED:
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
     case ERROR_WRITE_PROTECT:
-      return {Status::AccessRefused, SystemReason(error)};
+      return Status::AccessRefused;
     default:
-      return {Status::Failed, SystemReason(error)};
+      return Status::Failed;
   }
+}
+
+FileResult ResultOf(DWORD error) {
+  if (error == ERROR_SUCCESS) return {};
+  return {.Code = FileStatusOf(error), .Reason = SystemReason(error), .Cause = CauseOf(error)};
 }
 
 FileResult LastResult() { return ResultOf(GetLastError()); }
@@ -73,20 +82,24 @@ DWORD AccessOf(Way way) {
   return way == Way::Append ? FILE_APPEND_DATA | SYNCHRONIZE : GENERIC_WRITE;
 }
 
+DWORD DispositionOf(Way way) {
+  if (way == Way::Read) return OPEN_EXISTING;
+  return way == Way::New || way == Way::Private ? CREATE_NEW : OPEN_ALWAYS;
+}
+
 }  // namespace
 
 void Prepare() {}
 
 FileResult Open(const std::string& path, Way way, Links links, Handle& file) {
-  // Other programs may do with the file what they like, as on any other system.
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   const std::wstring name = SystemPath(path);
-  if (IsFolder(GetFileAttributesW(name.c_str()))) return {Status::AccessRefused, "Is a directory"};
+  const bool is_new = way == Way::New || way == Way::Private;
+  if (!is_new && IsFolder(GetFileAttributesW(name.c_str())))
+    return RefusedAs(FailureCause::IsFolder);
   HANDLE opened = INVALID_HANDLE_VALUE;
   const DWORD follow = links == Links::Refuse ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
   const DWORD error = TryPatiently(name, [&] {
-    opened = CreateFileW(name.c_str(), AccessOf(way), kShareAll, nullptr,
-                         way == Way::Read ? OPEN_EXISTING : OPEN_ALWAYS,
+    opened = CreateFileW(name.c_str(), AccessOf(way), kShareAll, nullptr, DispositionOf(way),
                          FILE_ATTRIBUTE_NORMAL | follow, nullptr);
     return opened != INVALID_HANDLE_VALUE;
   });
@@ -99,10 +112,10 @@ FileResult Open(const std::string& path, Way way, Links links, Handle& file) {
   }
   FileResult result;
   if (kind == Kind::Link) {
-    result = {Status::AccessRefused, kIsLinkReason};
+    result = RefusedAs(FailureCause::IsLink);
   } else if (GetFileType(opened) != FILE_TYPE_DISK) {
     // A few names ("CON", "NUL") are devices in every folder.
-    result = {Status::AccessRefused, "Not a regular file"};
+    result = RefusedAs(FailureCause::NotRegular);
   } else if (way == Way::Replace && SetEndOfFile(opened) == 0) {
     // Cut after opening, not by it: that would be refused for a hidden file.
     result = LastResult();
@@ -134,7 +147,53 @@ FileResult Write(Handle file, std::string_view& bytes) {
   return {};
 }
 
+FileResult Flush(Handle file) { return FlushFileBuffers(file) != 0 ? FileResult{} : LastResult(); }
+
 FileResult Close(Handle file) { return CloseHandle(file) != 0 ? FileResult{} : LastResult(); }
+
+There FindPlace(std::string& path, Links links) {
+  const std::wstring name = SystemPath(path);
+  const DWORD attributes = GetFileAttributesW(name.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    return GetLastError() == ERROR_FILE_NOT_FOUND ? There::Nothing : There::Other;
+  }
+  if (IsFolder(attributes)) return There::Other;
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return There::RegularFile;
+  if (links == Links::Refuse) return There::Other;
+  HANDLE const file = CreateFileW(name.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return There::Other;
+  std::wstring target(GetFinalPathNameByHandleW(file, nullptr, 0, 0), L'\0');
+  target.resize(
+      GetFinalPathNameByHandleW(file, target.data(), static_cast<DWORD>(target.size()), 0));
+  CloseHandle(file);
+  if (target.empty()) return There::Other;
+  path = FromWide(target);
+  return There::RegularFile;
+}
+
+/// The exchange itself takes them over.
+void TakeRights(Handle /*file*/, const std::string& /*path*/) {}
+
+FileResult Exchange(const std::string& from, const std::string& to) {
+  constexpr DWORD kMoveFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+  const std::wstring source = SystemPath(from);
+  const std::wstring target = SystemPath(to);
+  const DWORD error = TryPatiently(target, [&] {
+    // The first takes over what the old file was allowed to whom; it needs an old file, and not
+    // every kind of disc has it.
+    return ReplaceFileW(target.c_str(), source.c_str(), nullptr,
+                        REPLACEFILE_IGNORE_MERGE_ERRORS | REPLACEFILE_IGNORE_ACL_ERRORS, nullptr,
+                        nullptr) != 0 ||
+           MoveFileExW(source.c_str(), target.c_str(), kMoveFlags) != 0;
+  });
+  return ResultOf(error);
+}
+
+/// The user's folders, which it is to be made in, are nobody else's as they are.
+FileResult MakePrivateFolder(const std::string& path) {
+  return CreateDirectoryW(SystemPath(path).c_str(), nullptr) != 0 ? FileResult{} : LastResult();
+}
 
 bool Exists(const std::string& path) {
   const DWORD attributes = GetFileAttributesW(SystemPath(path).c_str());
