@@ -1,25 +1,18 @@
 #include "console.h"
 
 #include <algorithm>
+#include <array>
 #include <iostream>
+#include <utility>
 
 #include <fmt/format.h>
 
+#include "platform/system/printable.h"
 #include "platform/system/terminal.h"
 
 namespace fenwright::cli {
 
 namespace {
-
-/// One line for the terminal: LF for CR LF, and one LF at the end, whatever the text ends in.
-std::string AsLine(std::string_view text) {
-  std::string line;
-  for (const char character : text) {
-    if (character != '\r') line += character;
-  }
-  while (line.ends_with('\n')) line.pop_back();
-  return line + "\n";
-}
 
 /// What failed before does not keep this text from its chance.
 bool WriteTo(std::ostream& stream, std::string_view text) {
@@ -31,9 +24,18 @@ bool WriteTo(std::ostream& stream, std::string_view text) {
 }  // namespace
 
 Console::Console(const Options& options)
-    : quiet_(options.Quiet || options.Json),
+    : outside_(platform::OutsideOf(options.Words)),
+      quiet_(options.Quiet || options.Json),
       json_(options.Json),
-      terminal_(platform::OutputIsTerminal()) {}
+      terminal_(platform::OutputIsTerminal()) {
+  NoteOutside(options.Port);
+}
+
+void Console::NoteOutside(const std::string& text) {
+  for (std::string& part : platform::OutsideOf(std::array{text})) {
+    outside_.push_back(std::move(part));
+  }
+}
 
 void Console::Print(std::string_view text) {
   if (quiet_ || text == last_line_) return;
@@ -86,6 +88,13 @@ void Console::ShowProgress(int value) {
 void Console::EndProgress() {
   ClearBar();
   maximum_ = 0;
+}
+
+/// One line for the terminal, with one LF at its end, whatever the text ends in.
+std::string Console::AsLine(std::string_view text) const {
+  std::string line = platform::Printable(text, outside_);
+  while (line.ends_with('\n')) line.pop_back();
+  return line + "\n";
 }
 
 void Console::DrawBar(int percent, double seconds_left) {

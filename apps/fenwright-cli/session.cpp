@@ -146,6 +146,7 @@ ExitCode Session::ChooseFolder() {
                             options_.Folder));
   }
   folder_ = ToUtf8(folder / "");
+  console_.NoteOutside(folder_);
   return ExitCode::Success;
 }
 
