@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
-#include <iostream>
 #include <poll.h>
 #include <signal.h>
 #include <string>
@@ -14,6 +13,7 @@
 #include <fmt/format.h>
 
 #include "board/board_state.h"
+#include "complain.h"
 #include "fenwright-board/replace_file.h"
 
 namespace fenwright::board_app {
@@ -49,8 +49,6 @@ timespec ToTimespec(nanoseconds time) {
           .tv_nsec = static_cast<long>(time.count() % kNanosecondsPerSecond)};
 }
 
-void Complain(std::string_view what) { std::cerr << "fenwright-board: " << what << std::endl; }
-
 std::string SystemReason() { return std::generic_category().message(errno); }
 
 }  // namespace
@@ -74,7 +72,7 @@ bool BoardServer::Start() {
   }
   log_.open(options_.Log, std::ios::trunc);
   if (!log_) {
-    Complain(options_.Log + ": cannot be written");
+    Complain(options_.Log + ": cannot be written", options_.Words);
   }
   return log_.good();
 }
@@ -121,7 +119,7 @@ void BoardServer::ReadBytes() {
     if (count < 0 && errno == EINTR) {
       return;
     }
-    Complain("the terminal cannot be read: " + SystemReason());
+    Complain("the terminal cannot be read: " + SystemReason(), options_.Words);
     failed_ = true;
     return;
   }
@@ -148,7 +146,7 @@ void BoardServer::WriteAll(std::span<const std::uint8_t> bytes) {
       continue;
     }
     if (count < 0) {
-      Complain("the terminal cannot be written: " + SystemReason());
+      Complain("the terminal cannot be written: " + SystemReason(), options_.Words);
       failed_ = true;
       return;
     }
@@ -166,10 +164,10 @@ void BoardServer::Log(char direction, std::span<const std::uint8_t> bytes) {
 bool BoardServer::Save() {
   saved_leave_count_ = board_.Protocol().LeaveCount();
   bool saved = true;
-  const auto replace = [&saved](const std::string& path, std::string_view content) {
+  const auto replace = [this, &saved](const std::string& path, std::string_view content) {
     std::string error;
     if (!path.empty() && !ReplaceFile(path, content, error)) {
-      Complain(error);
+      Complain(error, options_.Words);
       saved = false;
     }
   };

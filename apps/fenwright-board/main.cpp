@@ -3,10 +3,12 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <span>
 #include <sys/prctl.h>
 
 #include "board/board_state.h"
 #include "board_server.h"
+#include "complain.h"
 #include "fenwright-board/pseudo_terminal.h"
 #include "options.h"
 
@@ -15,8 +17,8 @@ namespace {
 
 constexpr int kFailed = 1;
 
-int Fail(const std::string& error) {
-  std::cerr << "fenwright-board: " << error << std::endl;
+int Fail(const std::string& error, std::span<const std::string> words) {
+  Complain(error, words);
   return kFailed;
 }
 
@@ -40,11 +42,11 @@ int Main(int argc, const char* const* argv) {
   TerminalLink link;
   std::string error;
   if (!Restore(*options, board, error) || !terminal.Open(error)) {
-    return Fail(error);
+    return Fail(error, options->Words);
   }
   CatchEndSignals();
   if (!options->Link.empty() && !link.Make(options->Link, terminal.Path(), error)) {
-    return Fail(error);
+    return Fail(error, options->Words);
   }
   // The default slack of 50 us would be a third of a byte time at 57,600 baud.
   prctl(PR_SET_TIMERSLACK, 1000UL);
@@ -63,5 +65,5 @@ int main(int argc, char** argv) try {
   return fenwright::board_app::Main(argc, argv);
 } catch (const std::exception& error) {
   // Out of memory, say; nothing of the program's own throws this far.
-  return fenwright::board_app::Fail(error.what());
+  return fenwright::board_app::Fail(error.what(), {});
 }

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
+#include <sstream>
+#include <string_view>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -11,6 +13,7 @@
 
 #include "board/chip_models.h"
 #include "board/faults.h"
+#include "platform/system/printable.h"
 
 namespace fenwright::board_app {
 namespace {
@@ -57,6 +60,11 @@ std::string CheckOutputFile(const std::string& text) {
   return "";
 }
 
+/// Lines for a terminal, which nothing of the command line does anything to.
+std::string Shown(std::string_view text, const Options& options) {
+  return platform::Printable(text, platform::OutsideOf(options.Words));
+}
+
 void Declare(CLI::App& app, Options& options, Arguments& arguments) {
   app.add_option("--device", arguments.Device, "chip in the socket, its name or a part of it")
       ->required();
@@ -92,16 +100,16 @@ void Declare(CLI::App& app, Options& options, Arguments& arguments) {
 bool Complete(const Arguments& arguments, Options& options) {
   const board::ChipModel* model = board::FindChip(arguments.Device);
   if (model == nullptr) {
-    std::cerr << "--device \"" << arguments.Device
-              << "\" is unknown or ambiguous; the devices are\n"
-              << board::ListChipNames();
+    std::cerr << Shown("--device \"" + arguments.Device +
+                           "\" is unknown or ambiguous; the devices are\n" + board::ListChipNames(),
+                       options);
     return false;
   }
   for (const std::string& form : arguments.Faults) {
     std::string error;
     const auto fault = board::ParseFault(form, error);
     if (!fault) {
-      std::cerr << error;
+      std::cerr << Shown(error, options);
       return false;
     }
     options.Board.Faults.push_back(*fault);
@@ -122,12 +130,17 @@ std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exit_
       "output.",
       "fenwright-board");
   Options options;
+  options.Words.assign(argv, argv + argc);
   Arguments arguments;
   Declare(app, options, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& problem) {
-    exit_code = app.exit(problem) == 0 ? 0 : kUsageError;
+    std::ostringstream out;
+    std::ostringstream errors;
+    exit_code = app.exit(problem, out, errors) == 0 ? 0 : kUsageError;
+    std::cout << Shown(out.str(), options) << std::flush;
+    std::cerr << Shown(errors.str(), options) << std::flush;
     return std::nullopt;
   }
   if (!Complete(arguments, options)) {

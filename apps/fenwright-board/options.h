@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "board/simulated_board.h"
 
@@ -10,10 +11,11 @@ namespace fenwright::board_app {
 /// What the command line asks for.
 struct Options {
   board::SimulatedBoardOptions Board;
-  std::string Link;   ///< symbolic link to the terminal, "" for none
-  std::string State;  ///< file with the board's state, "" for none
-  std::string Dump;   ///< file for the chip's memories, "" for none
-  std::string Log;    ///< file for the bytes on the line, "" for none
+  std::vector<std::string> Words;  ///< the whole command line, for what is printed of it
+  std::string Link;                ///< symbolic link to the terminal, "" for none
+  std::string State;               ///< file with the board's state, "" for none
+  std::string Dump;                ///< file for the chip's memories, "" for none
+  std::string Log;                 ///< file for the bytes on the line, "" for none
 };
 
 /// Reads the command line. Nothing when the program is to end with `exit_code`: help was asked

@@ -158,6 +158,7 @@ LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files) {
     return {.Code = session.Fail(ExitCode::FileError, NoFile(files.Data))};
   }
   const std::string data_path = data_given ? files.Data : image::DataFileNameFor(files.Code);
+  session.Out().NoteOutside(data_path);
   image::OpenReport opened;
   const core::CommandEnding ending =
       ops::RunCommand(session.Context(), [&](core::RunContext& context) {

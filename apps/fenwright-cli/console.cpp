@@ -1,27 +1,20 @@
 #include "console.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <iostream>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "english.h"
+#include "platform/system/printable.h"
 #include "platform/system/terminal.h"
 
 namespace fenwright::cli {
 
 namespace {
-
-/// One line for the terminal: LF for CR LF, and one LF at the end, whatever the text ends in.
-std::string AsLine(std::string_view text) {
-  std::string line;
-  for (const char character : text) {
-    if (character != '\r') line += character;
-  }
-  while (line.ends_with('\n')) line.pop_back();
-  return line + "\n";
-}
 
 /// What failed before does not keep this text from its chance.
 bool WriteTo(std::ostream& stream, std::string_view text) {
@@ -43,12 +36,21 @@ bool ColoursWanted() {
 }  // namespace
 
 Console::Console(const Options& options)
-    : language_(options.Language),
+    : outside_(platform::OutsideOf(options.Words)),
+      language_(options.Language),
       quiet_(options.Quiet || options.Json),
       json_(options.Json),
       verbose_(options.Verbose),
       terminal_(platform::ErrorIsTerminal()),
-      colours_(platform::OutputIsTerminal() && ColoursWanted()) {}
+      colours_(platform::OutputIsTerminal() && ColoursWanted()) {
+  NoteOutside(options.Port);
+}
+
+void Console::NoteOutside(const std::string& text) {
+  for (std::string& part : platform::OutsideOf(std::array{text})) {
+    outside_.push_back(std::move(part));
+  }
+}
 
 void Console::Print(std::string_view text) {
   if (!quiet_) PrintAlways(text);
@@ -126,6 +128,13 @@ void Console::EndProgress() {
     PrintProgress(line);
   }
   maximum_ = 0;
+}
+
+/// One line for the terminal, with one LF at its end, whatever the text ends in.
+std::string Console::AsLine(std::string_view text) const {
+  std::string line = platform::Printable(text, outside_);
+  while (line.ends_with('\n')) line.pop_back();
+  return line + "\n";
 }
 
 void Console::DrawBar(int percent, double seconds_left) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "options.h"
 
@@ -14,6 +15,11 @@ namespace fenwright::cli {
 class Console {
  public:
   explicit Console(const Options& options);
+
+  /// Has a text from outside, a file's name say, be recognised in all that is printed from now on:
+  /// no line ends in it. The words of the command line are known already. Other control characters
+  /// are shown as \x1b and the like wherever they stand.
+  void NoteOutside(const std::string& text);
 
   /// A line of the result that --quiet and --json silence.
   void Print(std::string_view text);
@@ -57,7 +63,9 @@ class Console {
   [[nodiscard]] std::string Count() const;
   void DrawBar(int percent, double seconds_left);
   void ClearBar();
+  [[nodiscard]] std::string AsLine(std::string_view text) const;
 
+  std::vector<std::string> outside_;
   core::Language language_;
   bool quiet_;
   bool json_;

@@ -24,6 +24,7 @@ const char* Name(ExitCode code);
 
 /// The options that every verb takes.
 struct Options {
+  std::vector<std::string> Words;   ///< the whole command line, for what is printed of it
   std::string Port;                 ///< "COMn", "COMn=PATH" or a device path, "" = none
   bool Simulate = false;            ///< the built-in simulated board instead of a port
   std::string SimulateChip;         ///< chip in its socket, "" = the selected device

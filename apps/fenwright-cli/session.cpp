@@ -228,6 +228,7 @@ ExitCode Session::ChooseFolder() {
                   "the trace, the dumps and the report go there, so name another one"}});
   }
   folder_ = ToUtf8(folder / "");
+  console_.NoteOutside(folder_);
   return ExitCode::Success;
 }
 

@@ -2,12 +2,32 @@
 
 #include <chrono>
 
+#include <fmt/format.h>
+
 namespace fenwright::cli {
 namespace {
 
-/// JSON text; bytes of a file name that are no UTF-8 are replaced.
+/// JSON text; bytes of a file name that are no UTF-8 are replaced. JSON takes DEL and the second
+/// set of control characters as they are, a terminal does not: they can stand inside texts alone.
 std::string Dump(const nlohmann::json& value) {
-  return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+  constexpr unsigned char kDelete = 0x7F;
+  constexpr unsigned char kSecondSet = 0xC2;
+  constexpr unsigned char kLastControl = 0x9F;
+  const std::string text = value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+  std::string shown;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    if (byte == kDelete) {
+      shown += "\\u007f";
+    } else if (byte == kSecondSet && next <= kLastControl) {
+      shown += fmt::format("\\u{:04x}", next);
+      ++i;
+    } else {
+      shown += text[i];
+    }
+  }
+  return shown;
 }
 
 nlohmann::json Heading(const std::string& command, ExitCode code, double seconds) {

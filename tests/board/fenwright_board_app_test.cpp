@@ -209,6 +209,25 @@ TEST_F(FenwrightBoard, WrongCommandLinesEndWithExitCode2) {
   }
 }
 
+TEST_F(FenwrightBoard, ControlCharactersReachATerminalEscaped) {
+  const std::string evil = "a\n\x1b[2Jok";
+  const std::string shown = R"(a\n\x1b[2Jok)";
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{"--device", evil},
+                                             {"--device", "AT90S8515", "--fault", evil},
+                                             {"--device", "AT90S8515", "--dump", "/none/" + evil},
+                                             {"--device", "AT90S8515", "--link", "/none/" + evil},
+                                             {"--device", "AT90S8515", "--log=/none/" + evil},
+                                             {"--device", "AT90S8515", evil}}) {
+    SCOPED_TRACE(arguments.back());
+    Board board(arguments);
+    const std::string errors = board.Errors();
+    EXPECT_THAT(errors, HasSubstr(shown));
+    EXPECT_THAT(errors, Not(HasSubstr("\x1b")));
+    EXPECT_THAT(errors, Not(HasSubstr("a\n")));
+  }
+}
+
 TEST_F(FenwrightBoard, RefusesATimeThatIsNoTime) {
   for (const char* option : {"--latency-ms", "--ack-delay-ms"}) {
     for (const char* value : {"-1", "nan", "-nan", "inf", "-inf", "1000001", "soon", ""}) {

@@ -707,6 +707,78 @@ TEST_F(Cli, NamesMayHoldBlanksQuotesAndJapanese) {
   EXPECT_THAT(On(board, {"verify", base + " 2.hex"}), Ends(0));
 }
 
+/// Names that would clear the screen, colour it, and put lines of their own on it.
+constexpr const char* kEvilNames[] = {"a\x1b[2J\nok: programmed and verified.hex",
+                                      "a\r\nok: programmed\x07.hex", "a\u009b31m\x7f\tb.hex",
+                                      "a\x9b"
+                                      "31m.hex"};
+constexpr const char* kShownNames[] = {R"(a\x1b[2J\nok: programmed and verified.hex)",
+                                       R"(a\r\nok: programmed\x07.hex)", R"(a\u009b31m\x7f\tb.hex)",
+                                       R"(a\x9b31m.hex)"};
+
+bool IsHarmless(const std::string& text) {
+  return std::ranges::none_of(text,
+                              [](char character) {
+                                const auto byte = static_cast<unsigned char>(character);
+                                return (byte < 0x20 && byte != '\n') || byte == 0x7F;
+                              }) &&
+         text.find("\xC2\x9B") == std::string::npos;
+}
+
+TEST_F(Cli, ControlCharactersInNamesReachATerminalEscaped) {
+  for (std::size_t i = 0; i < std::size(kEvilNames); ++i) {
+    const std::string name = kEvilNames[i];
+    const std::string shown = kShownNames[i];
+    SCOPED_TRACE(shown);
+    EXPECT_THAT(Simulate({"program", name}),
+                AllOf(Ends(4), Warns("error: " + shown + ": there is no such file\n")));
+    PutCode({0x0C, 0x94}, name);
+    Put(name.substr(0, name.size() - 3) + "eep", "no record\n");
+    const CliResult refused = Simulate({"program", name});
+    EXPECT_THAT(refused, AllOf(Ends(4), Prints("Program : " + shown + "\n"),
+                               Prints("\nEEPROM : " + shown.substr(0, shown.size() - 3) + "eep\n"),
+                               Warns("error: " + shown.substr(0, shown.size() - 3) + "eep:1: ")));
+    const CliResult read = Simulate({"read", "--code=" + name, "--data", "none/" + name});
+    EXPECT_THAT(read, Warns("error: " + shown + ": exists; --force overwrites it\n"));
+    const CliResult unknown = Simulate({"erase", name});
+    EXPECT_THAT(unknown, AllOf(Ends(2), Warns(shown)));
+    const CliResult device = Simulate({"erase"}, name);
+    EXPECT_THAT(device, AllOf(Ends(2), Warns("no device is called \"" + shown + "\"")));
+    for (const CliResult& result : {refused, read, unknown, device}) {
+      EXPECT_TRUE(IsHarmless(result.Out) && IsHarmless(result.Err));
+      EXPECT_THAT(result.Out + result.Err, Not(HasSubstr("\nok: programmed")));
+    }
+  }
+}
+
+TEST_F(Cli, ControlCharactersInAFolderAndAPortAreEscapedToo) {
+  PutCode({0x0C, 0x94});
+  MakeFolder("f\n\x1b[2J");
+  const CliResult verify = Simulate({"--folder", "f\n\x1b[2J", "verify", "code.hex"});
+  EXPECT_THAT(verify, AllOf(Ends(1), Warns(R"(/f\n\x1b[2J/avrvfy.txt)")));
+  const CliResult ports = Run({"--port", "COM5=/dev/none\n\x1b[2J", "ports"});
+  EXPECT_THAT(ports, AllOf(Ends(0), Prints(R"(/dev/none\n\x1b[2J)")));
+  const CliResult missing =
+      Run({"--port", "COM5=/dev/none\r\n\x1b[2J", "--device", "ATtiny12L", "detect"});
+  EXPECT_THAT(missing, AllOf(Ends(3), Warns(R"(/dev/none\r\n\x1b[2J )")));
+  for (const CliResult& result : {verify, ports, missing}) {
+    EXPECT_TRUE(IsHarmless(result.Out) && IsHarmless(result.Err));
+  }
+}
+
+TEST_F(Cli, JsonEscapesControlCharactersInItsOwnWay) {
+  for (const std::string name : {kEvilNames[0], kEvilNames[1], kEvilNames[2]}) {
+    PutCode({0x0C, 0x94}, name);
+    const CliResult result =
+        Run({"--json", "--simulate", "--device", "ATtiny12L", "program", name, "--no-data"});
+    EXPECT_TRUE(IsHarmless(result.Out)) << result.Out;
+    EXPECT_EQ(result.Json()["code_file"], name);
+    const CliResult refused = Run({"--json", "--device", "ATtiny12L", "dump", "none" + name});
+    EXPECT_TRUE(IsHarmless(refused.Out)) << refused.Out;
+    EXPECT_EQ(refused.Json()["message"], "error: none" + name + ": there is no such file");
+  }
+}
+
 TEST_F(Cli, AReadRefusesOneFileForBothMemories) {
   MakeFolder("sub");
   for (const std::string second : {"out.hex", "sub/../out.hex"}) {

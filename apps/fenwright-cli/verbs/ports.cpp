@@ -65,6 +65,8 @@ Outcome ListPorts(Session& session) {
   std::string lines;
   for (const int number : ListedNumbers(session)) {
     const PortInfo port = InLanguage(session, ports->Describe(number));
+    session.Out().NoteOutside(port.Path);
+    session.Out().NoteOutside(port.Description);
     list.push_back(AsJson(port));
     lines += Line(port) + "\n";
   }
