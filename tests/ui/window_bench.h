@@ -101,13 +101,15 @@ struct BenchOptions {
   platform::SettingsStore* Settings = nullptr;
   platform::PortInfos* Ports = nullptr;
   platform::SingleInstance* Instance = nullptr;
+  std::function<SimulatedLines(core::RunContext&)> MakeSimulation{};
 };
 
 /// A run of the whole program: its real window, the real engine, a simulated board in whose socket
 /// the selected chip sits.
 class WindowBench {
  public:
-  explicit WindowBench(const BenchOptions& options = {})
+  WindowBench() : WindowBench(BenchOptions{}) {}
+  explicit WindowBench(const BenchOptions& options)
       : Board(std::make_shared<board::SimulatedBoard>(
             board::SimulatedBoardOptions{.Baud = options.Baud, .Faults = options.Faults})),
         Port(Board, options.Time),
@@ -122,6 +124,7 @@ class WindowBench {
              .MessageBoxes = &Boxes,
              .FileDialogs = options.Dialogs ? options.Dialogs : &Dialogs,
              .UpdaterPort = &UpdaterPort,
+             .MakeSimulation = options.MakeSimulation,
              .Shell = &Shell,
              .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
     Port.ChipInSocket = [this] { return Run.Context().Screen.DeviceForm.DeviceText(); };
@@ -188,7 +191,8 @@ class WindowBench {
 /// The bench is the test's own.
 struct WindowTest : Test, WindowBench {
   using WindowBench::Run;
-  using WindowBench::WindowBench;
+  WindowTest() = default;
+  explicit WindowTest(const BenchOptions& options) : WindowBench(options) {}
 };
 
 }  // namespace fenwright::ui
