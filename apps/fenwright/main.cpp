@@ -257,6 +257,19 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
   shell = &windows_shell;
 #endif
 
+  const auto make_simulation = [](fenwright::core::RunContext& context) {
+    const auto board = std::make_shared<fenwright::board::SimulatedBoard>(
+        fenwright::board::SimulatedBoardOptions{});
+    auto programmer_port = std::make_unique<fenwright::board::SimulatedSerialControl>(
+        board, fenwright::board::SteadyTimeSource());
+    programmer_port->ChipInSocket = [&context] { return context.Screen.DeviceForm.DeviceText(); };
+    return fenwright::ui::SimulatedLines{
+        .ProgrammerPort = std::move(programmer_port),
+        .UpdaterPort = std::make_unique<fenwright::board::SimulatedSerialControl>(
+            board, fenwright::board::SteadyTimeSource()),
+        .Ports = std::make_unique<fenwright::board::SimulatedPortInfos>()};
+  };
+
   fenwright::ui::WindowRun run({.ProgrammerPort = *port,
                                 .Clock = clock,
                                 .Files = files,
@@ -266,6 +279,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Ports = ports.get(),
                                 .Instance = instance.get(),
                                 .UpdaterPort = updater_port.get(),
+                                .MakeSimulation = make_simulation,
                                 .Shell = shell,
                                 .MakeTaskbar = fenwright::ui::MakeTaskbar,
                                 .ManualFolders = ManualFolders()});

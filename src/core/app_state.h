@@ -72,6 +72,30 @@ struct Difference {
   std::uint16_t Found = 0;
 };
 
+/// Where the content of a buffer comes from.
+enum class ContentSource {
+  Nothing,       ///< nowhere: it is blank since the start
+  File,          ///< a file was loaded to its end
+  FileInPart,    ///< a file was loaded, but not to its end
+  MissingFile,   ///< a file should have been loaded and was not there
+  SavedFile,     ///< wherever it came from, it was saved to a file since
+  Chip,          ///< the chip was read
+  ChipInPart,    ///< a read of the chip broke off
+  DeviceChange,  ///< another device was picked, which blanks it
+  Cleared,       ///< the user has cleared it
+};
+
+/// What is known about the content of a buffer: see image/buffer_content.h.
+struct BufferContent {
+  ContentSource Source = ContentSource::Nothing;
+  std::string Path;                  ///< of that file
+  bool Edited = false;               ///< cells were changed by hand since
+  std::vector<std::uint8_t> Noted;   ///< the buffer when this was noted, empty = at the start
+  std::string InFilePath;            ///< the last file that was loaded, or saved under its name
+  std::vector<std::uint8_t> InFile;  ///< what it holds, empty = not known
+  std::vector<std::uint8_t> Kept;    ///< what was last loaded from any file, or saved to one
+};
+
 /// What the running command, or else the last one, has done so far. It is kept beside the error
 /// flag so that a failure, or a stop, can say in words what state the chip is in. Every command
 /// starts with a new one, by one assignment.
@@ -184,10 +208,12 @@ struct AppState {
   platform::FileResult EepromDumpRefusal;  ///< likewise of the EEPROM's
   /// What was kept of the files that were saved over in this run, by their paths as last saved to.
   std::map<std::string, OldContent, std::less<>> OldContents;
-  std::string CodeInfo;   ///< what the window says about the code file in the flash buffer
-  std::string DataInfo;   ///< likewise about the data file in the EEPROM buffer
-  std::string CodeDoubt;  ///< what speaks against programming that code file, "" = nothing
-  std::string DataDoubt;  ///< likewise for the data file
+  BufferContent CodeContent;  ///< of the flash buffer
+  BufferContent DataContent;  ///< of the EEPROM buffer
+  std::string CodeInfo;       ///< what the window says about the code file in the flash buffer
+  std::string DataInfo;       ///< likewise about the data file in the EEPROM buffer
+  std::string CodeDoubt;      ///< what speaks against programming that code file, "" = nothing
+  std::string DataDoubt;      ///< likewise for the data file
   platform::PortOpenResult LastPortOpen;  ///< outcome of the last opening of the port
 };
 

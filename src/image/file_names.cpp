@@ -50,6 +50,11 @@ bool HasCodeFileExtension(std::string_view path) {
   return extension == ".hex" || extension == ".rom";
 }
 
+std::string FileNameOf(std::string_view path) {
+  const std::size_t separator = path.find_last_of("/\\");
+  return std::string(separator == std::string_view::npos ? path : path.substr(separator + 1));
+}
+
 std::string StoredFolder(const core::RunContext& context, std::string_view key) {
   return context.Storage.Settings.Read(core::kSettingsSection, key).value_or("");
 }

@@ -17,6 +17,9 @@ std::string_view NameOf(std::string_view path);
 /// True for a name that ends in ".hex" or ".rom", in any case.
 bool HasCodeFileExtension(std::string_view path);
 
+/// `path` without its folder.
+std::string FileNameOf(std::string_view path);
+
 /// The folder remembered in the settings under `key`; "" when none is.
 std::string StoredFolder(const core::RunContext& context, std::string_view key);
 

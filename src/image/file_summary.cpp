@@ -36,7 +36,7 @@ ImageShare UsedCells(const std::vector<std::uint8_t>& buffer, std::int32_t count
   return share;
 }
 
-std::string DoubtStart(std::string_view path) { return "⚠ " + std::string(NameOf(path)) + " : "; }
+std::string DoubtStart(std::string_view path) { return "⚠ " + FileNameOf(path) + " : "; }
 
 std::string DoubtLine(std::string_view path, const Finding& finding) {
   const std::string line = finding.Line == 0 ? "" : std::to_string(finding.Line) + "行目 : ";
@@ -68,15 +68,15 @@ std::string DescribeCodeFile(const core::AppState& state, const OpenReport& repo
   // A code file that could not be opened has had its name forgotten.
   const std::string& path = state.CodeFileName;
   if (!report.CodeFileFound || !report.KnownExtension || path.empty()) return "";
-  return std::string(NameOf(path)) + "\n" +
-         Usage(report.Code.Check.Share, state.FlashWords, "word") + Doubts(path, report.Code);
+  return FileNameOf(path) + "\n" + Usage(report.Code.Check.Share, state.FlashWords, "word") +
+         Doubts(path, report.Code);
 }
 
 std::string DescribeDataFile(const core::AppState& state, const OpenReport& report) {
   if (!report.DataFileFound) return "";
   const std::string& path = state.DataFileName;
-  return std::string(NameOf(path)) + "\n" +
-         Usage(report.Data.Check.Share, state.EepromBytes, "byte") + Doubts(path, report.Data);
+  return FileNameOf(path) + "\n" + Usage(report.Data.Check.Share, state.EepromBytes, "byte") +
+         Doubts(path, report.Data);
 }
 
 std::string DescribeDoubt(std::string_view path, const HexReadReport& report) {
@@ -96,16 +96,12 @@ std::string DescribeRefusedDumps(const core::AppState& state) {
   return text;
 }
 
-std::string DescribeReadMemory(const core::AppState& state) {
-  std::string text =
-      "デバイスから読み出した内容\n" +
-      Usage(UsedCells(state.FlashBuffer, state.FlashWords, 2), state.FlashWords, "word") + "\n" +
-      Usage(UsedCells(state.EepromBuffer, state.EepromBytes, 1), state.EepromBytes, "byte");
-  if (!state.CodeFileName.empty()) {
-    text += "\n上書き保存の先 :\n" + std::string(NameOf(state.CodeFileName));
-    if (!state.DataFileName.empty()) text += "\n" + std::string(NameOf(state.DataFileName));
-  }
-  return text;
+std::string FlashUsage(const core::AppState& state) {
+  return Usage(UsedCells(state.FlashBuffer, state.FlashWords, 2), state.FlashWords, "word");
+}
+
+std::string EepromUsage(const core::AppState& state) {
+  return Usage(UsedCells(state.EepromBuffer, state.EepromBytes, 1), state.EepromBytes, "byte");
 }
 
 }  // namespace fenwright::image

@@ -18,9 +18,9 @@ std::string DescribeDataFile(const core::AppState& state, const OpenReport& repo
 /// cure; "" when nothing does.
 std::string DescribeDoubt(std::string_view path, const HexReadReport& report);
 
-/// What the buffers hold after a read of the chip, and the files that a save without a dialog would
-/// write it to.
-std::string DescribeReadMemory(const core::AppState& state);
+/// How much of each memory the buffers use: cells that are not blank, of those that there are.
+std::string FlashUsage(const core::AppState& state);
+std::string EepromUsage(const core::AppState& state);
 
 /// The dumps that could not be written, with the system's words; "" when both were.
 std::string DescribeRefusedDumps(const core::AppState& state);

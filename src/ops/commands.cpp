@@ -1,9 +1,11 @@
 #include "ops/commands.h"
 
 #include <cmath>
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/elapsed.h"
 #include "core/status.h"
@@ -11,6 +13,7 @@
 #include "fuse/fuse_reading.h"
 #include "fuse/fuse_writing.h"
 #include "fuse/reset_pin.h"
+#include "image/buffer_content.h"
 #include "image/buffers.h"
 #include "image/file_summary.h"
 #include "image/hand_edit.h"
@@ -111,15 +114,18 @@ void ForgetFileInfo(core::AppState& state) {
   state.DataDoubt.clear();
 }
 
-/// What a read has brought is no file's any more, however the command ends. A save without a dialog
-/// still goes to the files that were opened last, so those are named.
+/// What a read has brought is no file's any more, however the command ends.
 class ReadMemoryNote {
  public:
-  explicit ReadMemoryNote(core::AppState& state) : state_(state) {}
+  explicit ReadMemoryNote(core::AppState& state) : state_(state), eeprom_(state.EepromBuffer) {}
   ~ReadMemoryNote() {
-    if (state_.Command.FlashWordsRead == 0) return;
+    const core::CommandRecord& done = state_.Command;
+    if (done.FlashWordsRead == 0) return;
     ForgetFileInfo(state_);
-    state_.CodeInfo = image::DescribeReadMemory(state_);
+    image::NoteRead(state_, image::Memory::Flash, done.FlashWordsRead == state_.FlashWords);
+    if (done.ReadFinished || eeprom_ != state_.EepromBuffer) {
+      image::NoteRead(state_, image::Memory::Eeprom, done.ReadFinished);
+    }
     NoteProtection();
   }
   ReadMemoryNote(const ReadMemoryNote&) = delete;
@@ -136,18 +142,52 @@ class ReadMemoryNote {
   }
 
   core::AppState& state_;
+  const std::vector<std::uint8_t> eeprom_;
 };
+
+bool IsWhole(const image::HexReadReport& report) {
+  return report.End == image::HexReadEnd::Complete;
+}
 
 /// The name of a file that could not be read may be forgotten already; a part of it can be in the
 /// buffer all the same.
 void NoteCodeFile(core::AppState& state, const std::string& path, const image::OpenReport& report) {
   state.CodeInfo = image::DescribeCodeFile(state, report);
   state.CodeDoubt = image::DescribeDoubt(path, report.Code);
+  if (report.CodeFileFound) {
+    image::NoteLoaded(state, image::Memory::Flash, path, IsWhole(report.Code));
+  } else {
+    image::NoteMissing(state, image::Memory::Flash, path);
+  }
 }
 
 void NoteDataFile(core::AppState& state, const image::OpenReport& report) {
   state.DataInfo = image::DescribeDataFile(state, report);
   state.DataDoubt = image::DescribeDoubt(state.DataFileName, report.Data);
+  if (report.DataFileFound) {
+    image::NoteLoaded(state, image::Memory::Eeprom, state.DataFileName, IsWhole(report.Data));
+  } else {
+    image::NoteMissing(state, image::Memory::Eeprom, state.DataFileName);
+  }
+}
+
+void NoteBlanked(core::AppState& state, core::ContentSource why) {
+  image::NoteBlanked(state, image::Memory::Flash, why);
+  image::NoteBlanked(state, image::Memory::Eeprom, why);
+}
+
+bool WasWritten(const image::HexWriteReport& report) {
+  return report.End == image::HexWriteEnd::Complete;
+}
+
+void NoteSavedCode(core::AppState& state, const image::SaveReport& report) {
+  if (report.End != image::SaveEnd::Written && report.End != image::SaveEnd::Failed) return;
+  image::NoteSaved(state, image::Memory::Flash, state.CodeSaveFileName, WasWritten(report.Code));
+}
+
+void NoteSavedData(core::AppState& state, const image::SaveReport& report) {
+  if (report.End != image::SaveEnd::Written && report.End != image::SaveEnd::Failed) return;
+  image::NoteSaved(state, image::Memory::Eeprom, state.DataSaveFileName, WasWritten(report.Data));
 }
 
 struct FileNames {
@@ -263,12 +303,14 @@ void Combo_device_Click(core::RunContext& context) {
   for (const Panel panel : {Panel::Signature, Panel::Elapsed}) {
     context.Screen.StatusBar.SetPanelText(panel, "");
   }
+  NoteBlanked(context.State, core::ContentSource::DeviceChange);
 }
 
 void mnuPC_buffer_clear_Click(core::RunContext& context) {
   ForgetFileInfo(context.State);
   image::ClearFlashBuffer(context.State);
   image::ClearEepromBuffer(context.State);
+  NoteBlanked(context.State, core::ContentSource::Cleared);
   ShowDeviceInfo(context);
   core::ShowStatus(context, "バッファーをクリアしました。");
 }
@@ -320,20 +362,43 @@ image::OpenReport OpenFiles(core::RunContext& context, const std::string& code_p
   return OpenNamedFiles(context, before);
 }
 
-void mnuFileSave_Click(core::RunContext& context) { image::SaveFiles(context); }
+/// Who saves blank buffers over a file that has content reads it once more afterwards.
+void mnuFileSave_Click(core::RunContext& context) {
+  const std::string emptied = image::FilesThatASaveWouldEmpty(context.State);
+  const image::SaveReport report = image::SaveFiles(context);
+  NoteSavedCode(context.State, report);
+  NoteSavedData(context.State, report);
+  if (emptied.empty() || report.End != image::SaveEnd::Written) return;
+  core::ShowStatus(context, context.State.StatusText + " " + image::DescribeEmptiedFiles(emptied));
+}
 
 void Cmd_btn_save_Click(core::RunContext& context) { mnuFileSave_Click(context); }
 
-void mnuFileSaveAs_Click(core::RunContext& context) { image::SaveBothFilesAs(context); }
+void mnuFileSaveAs_Click(core::RunContext& context) {
+  const image::SaveReport report = image::SaveBothFilesAs(context);
+  NoteSavedCode(context.State, report);
+  NoteSavedData(context.State, report);
+}
 
-void mnuFileSaveAsCode_Click(core::RunContext& context) { image::SaveCodeFileAs(context); }
+void mnuFileSaveAsCode_Click(core::RunContext& context) {
+  NoteSavedCode(context.State, image::SaveCodeFileAs(context));
+}
 
-void mnuFileSaveAsData_Click(core::RunContext& context) { image::SaveDataFileAs(context); }
+void mnuFileSaveAsData_Click(core::RunContext& context) {
+  NoteSavedData(context.State, image::SaveDataFileAs(context));
+}
 
 void CmdRead_Click(core::RunContext& context) { image::ReadOneLocation(context); }
 
 void txtAddress_Change(core::RunContext& context) { image::ReadOneLocation(context); }
 
-void CmdWrite_Click(core::RunContext& context) { image::WriteOneLocation(context); }
+void CmdWrite_Click(core::RunContext& context) {
+  core::AppState& state = context.State;
+  const std::vector<std::uint8_t> flash = state.FlashBuffer;
+  const std::vector<std::uint8_t> eeprom = state.EepromBuffer;
+  image::WriteOneLocation(context);
+  if (flash != state.FlashBuffer) image::NoteEdited(state, image::Memory::Flash);
+  if (eeprom != state.EepromBuffer) image::NoteEdited(state, image::Memory::Eeprom);
+}
 
 }  // namespace fenwright::ops

@@ -36,6 +36,7 @@ bool ChildWindow::event(QEvent* event) {
 void ChildWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
   hide();
+  emit Closed();
 }
 
 bool ChildWindow::focusNextPrevChild(bool next) {

@@ -23,6 +23,10 @@ class ChildWindow : public QMdiSubWindow {
   /// has been shown.
   [[nodiscard]] QRect NormalPlace() const { return normal_place_; }
 
+ signals:
+  /// It has gone from the screen.
+  void Closed();
+
  protected:
   bool event(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;

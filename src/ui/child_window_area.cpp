@@ -14,6 +14,20 @@ namespace fenwright::ui {
 
 using screen::View;
 
+namespace {
+
+ViewPlaces FirstPlaces() {
+  return {.Flash = ToPixels(kFlashViewPlace), .Eeprom = ToPixels(kEepromViewPlace), .Free = {}};
+}
+
+bool IsInItsOwnSize(const ChildWindow& child) {
+  return !child.isMinimized() && !child.isMaximized() && !child.isShaded();
+}
+
+bool IsSeen(const ChildWindow& child) { return !child.isHidden() && !child.isMinimized(); }
+
+}  // namespace
+
 ChildWindowArea::ChildWindowArea(platform::TextFiles& files, platform::CodePage& code_page)
     : files_(files), code_page_(code_page), guide_(new GuideWindow) {
   Name(this, "mdiArea", "メモリ表示");
@@ -31,15 +45,82 @@ ChildWindowArea::ChildWindowArea(platform::TextFiles& files, platform::CodePage&
           ToPixels(kVerifyViewPlace));
   ViewOf(View::Verify)->hide();
   addSubWindow(guide_);
-  guide_->setGeometry(QRect(QPoint(0, 0), guide_->sizeHint()));
+  PutAt(*guide_, QRect(QPoint(0, 0), guide_->sizeHint()));
   guide_->hide();
+  for (ChildWindow* child : findChildren<ChildWindow*>()) {
+    // The new state is complete once the change has returned.
+    connect(child, &QMdiSubWindow::windowStateChanged, this, &ChildWindowArea::FollowSize,
+            Qt::QueuedConnection);
+    connect(child, &ChildWindow::Closed, this, &ChildWindowArea::FollowSize, Qt::QueuedConnection);
+  }
   connect(this, &QMdiArea::subWindowActivated, this, &ChildWindowArea::MoveTabStop);
 }
 
 void ChildWindowArea::AddView(View view, ViewWindow* window, const QRect& place) {
   views_[view] = window;
   addSubWindow(window);
-  window->setGeometry(place);
+  PutAt(*window, place);
+}
+
+void ChildWindowArea::resizeEvent(QResizeEvent* event) {
+  QMdiArea::resizeEvent(event);
+  FollowSize();
+}
+
+ViewPlaces ChildWindowArea::Places() const {
+  const bool keep_free = IsSeen(*ViewOf(View::Verify)) || IsSeen(*guide_);
+  return ShareRoom(maximumViewportSize(), FirstPlaces(), keep_free);
+}
+
+/// Where it got its place from here, or would get this one: then the user has not moved it.
+bool ChildWindowArea::StandsAt(const ChildWindow& child, const QRect& place) const {
+  const QRect now = IsInItsOwnSize(child) ? child.geometry() : child.NormalPlace();
+  return now == given_.at(&child) || now == place;
+}
+
+/// A stored place can be from a time with or without the guide beside the views.
+bool ChildWindowArea::ViewsFollow() const {
+  const auto follow = [this](bool keep_free) {
+    const ViewPlaces places = ShareRoom(maximumViewportSize(), FirstPlaces(), keep_free);
+    return StandsAt(*ViewOf(View::Flash), places.Flash) &&
+           StandsAt(*ViewOf(View::Eeprom), places.Eeprom);
+  };
+  return follow(false) || follow(true);
+}
+
+void ChildWindowArea::FollowSize() {
+  if (!ViewsFollow()) return;
+  FollowWithViews();
+  PutReport();
+  PutGuide();
+}
+
+void ChildWindowArea::FollowWithViews() {
+  const ViewPlaces places = Places();
+  PutAt(*ViewOf(View::Flash), places.Flash);
+  PutAt(*ViewOf(View::Eeprom), places.Eeprom);
+}
+
+void ChildWindowArea::PutAt(ChildWindow& child, const QRect& place) {
+  if (!IsInItsOwnSize(child)) return;
+  given_[&child] = place;
+  child.setGeometry(place);
+}
+
+void ChildWindowArea::PutReport() {
+  const QRect free = Places().Free;
+  const QRect place = free.isEmpty() ? ToPixels(kVerifyViewPlace) : free;
+  ViewWindow& report = *ViewOf(View::Verify);
+  if (StandsAt(report, place)) PutAt(report, place);
+}
+
+/// It keeps its size: in less the drawing is hard to read.
+void ChildWindowArea::PutGuide() {
+  const QRect free = Places().Free;
+  const QSize size = guide_->size();
+  const bool fits = free.width() >= size.width() && free.height() >= size.height();
+  const QRect place(fits ? free.topLeft() : QPoint(0, 0), size);
+  if (StandsAt(*guide_, place)) PutAt(*guide_, place);
 }
 
 void ChildWindowArea::Clear(View view) {
@@ -58,7 +139,7 @@ void ChildWindowArea::ShowText(View view, std::string_view text) {
   ViewWindow& window = *ViewOf(view);
   window.SetContent(ToQString(code_page_.ToUtf8(text)).replace("\r\n", "\n"));
   if (view != View::Verify) return;
-  ComeBack(window);
+  LetReportAppear();
   emit ReportChanged();
 }
 
@@ -66,6 +147,30 @@ void ChildWindowArea::Mark(View view, const screen::TextPlace& place) { ViewOf(v
 
 void ChildWindowArea::ClearMarks() {
   for (const auto& [view, window] : views_) window->ClearMark();
+}
+
+/// On the screen, behind what is there.
+void ChildWindowArea::LetReportAppear() {
+  ViewWindow& report = *ViewOf(View::Verify);
+  if (!report.isHidden()) return;
+  QMdiSubWindow* const active = activeSubWindow();
+  report.showNormal();
+  report.lower();
+  if (active) setActiveSubWindow(active);
+  FollowSize();
+}
+
+void ChildWindowArea::UncoverViews() {
+  // The one that is active as soon as the main window is: that can be behind a dialog just now.
+  const auto* const current = currentSubWindow();
+  ViewWindow& flash = *ViewOf(View::Flash);
+  const bool covered =
+      current && current != &flash && current->geometry().intersects(flash.geometry());
+  if (covered && IsSeen(flash)) setActiveSubWindow(&flash);
+  for (const View view : {View::Eeprom, View::Flash}) {
+    ViewWindow& window = *ViewOf(view);
+    if (IsSeen(window)) window.raise();
+  }
 }
 
 bool ChildWindowArea::HasReport() const {
@@ -99,19 +204,22 @@ void ChildWindowArea::BringForward(QMdiSubWindow& child) {
   setActiveSubWindow(&child);
 }
 
+/// It stays where it was put; the views alone make room.
 void ChildWindowArea::ShowGuide() {
   guide_->showNormal();
+  if (ViewsFollow()) FollowWithViews();
   BringForward(*guide_);
 }
 
-void ChildWindowArea::OpenFlashView() { Open(View::Flash, ToPixels(kFlashViewPlace)); }
+void ChildWindowArea::OpenFlashView() { Open(View::Flash); }
 
-void ChildWindowArea::OpenEepromView() { Open(View::Eeprom, ToPixels(kEepromViewPlace)); }
+void ChildWindowArea::OpenEepromView() { Open(View::Eeprom); }
 
-void ChildWindowArea::Open(View view, const QRect& place) {
+void ChildWindowArea::Open(View view) {
   ViewWindow& window = *ViewOf(view);
   window.showNormal();
-  window.setGeometry(place);
+  const ViewPlaces places = Places();
+  PutAt(window, view == View::Flash ? places.Flash : places.Eeprom);
   BringForward(window);
 }
 

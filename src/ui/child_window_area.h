@@ -9,14 +9,21 @@
 #include "platform/code_page.h"
 #include "platform/text_files.h"
 #include "screen/views.h"
+#include "ui/mdi_arrange.h"
 
 namespace fenwright::ui {
+
+class ChildWindow;
 
 class GuideWindow;
 class ViewWindow;
 
 /// The area of the main window that holds its child windows: the three views and the device
-/// insertion guide.
+/// insertion guide. Until the user moves one of the memory views, the children follow the size of
+/// the area: the views fill it, the report and the guide take the room beside them.
+///
+/// A verify report that is loaded gets its text and is on the screen, but comes forward only by
+/// ShowReport(): a good one never covers the memory.
 class ChildWindowArea final : public QMdiArea, public screen::Views {
   Q_OBJECT
 
@@ -43,6 +50,9 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   /// is none.
   void ShowReport();
 
+  /// Brings the memory views before what covers them: the report, or the guide.
+  void UncoverViews();
+
   /// Bring a view to the front, at the place where it stands until the user has moved it.
   void OpenFlashView();
   void OpenEepromView();
@@ -62,11 +72,23 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   /// There may be another verify report, or none any more.
   void ReportChanged();
 
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+
  private:
   void AddView(screen::View view, ViewWindow* window, const QRect& place);
+  [[nodiscard]] ViewPlaces Places() const;
+  [[nodiscard]] bool StandsAt(const ChildWindow& child, const QRect& place) const;
+  [[nodiscard]] bool ViewsFollow() const;
+  void FollowSize();
+  void FollowWithViews();
+  void PutAt(ChildWindow& child, const QRect& place);
+  void PutReport();
+  void PutGuide();
+  void LetReportAppear();
   void BringForward(QMdiSubWindow& child);
   void ComeBack(ViewWindow& window);
-  void Open(screen::View view, const QRect& place);
+  void Open(screen::View view);
   void Place(const std::function<std::vector<QRect>(const QSize&, int)>& places);
   void MoveTabStop(const QMdiSubWindow* active);
 
@@ -74,6 +96,7 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   platform::CodePage& code_page_;
   std::map<screen::View, ViewWindow*> views_;
   GuideWindow* guide_;
+  std::map<const ChildWindow*, QRect> given_;  ///< places that the children got from here
 };
 
 }  // namespace fenwright::ui

@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <utility>
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QEventLoop>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QScreen>
 #include <QStyle>
+#include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
 #include "ui/controls.h"
@@ -25,7 +28,48 @@ constexpr int kWidth = 440;
 constexpr int kPictureSize = 48;
 constexpr int kRefreshMilliseconds = 1000;
 constexpr int kLinesOfPortLine = 3;
-constexpr int kVisibleItems = 21;
+constexpr int kVisibleItems = 22;
+constexpr int kSummaryGap = 16;
+constexpr const char* kSimulationItem = "シミュレーション";
+
+/// What stands beside an item, and whether there is a device.
+constexpr int kSummaryRole = Qt::UserRole;
+constexpr int kPresentRole = Qt::UserRole + 1;
+constexpr int kUsableRole = Qt::UserRole + 2;
+
+/// Draws an item's own text and, further right and in another colour, what it is. The text alone is
+/// what the item says.
+class PortItemDelegate final : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+
+  void paint(QPainter* painter, const QStyleOptionViewItem& option,
+             const QModelIndex& index) const override {
+    QStyleOptionViewItem item = option;
+    initStyleOption(&item, index);
+    const QString summary = index.data(kSummaryRole).toString();
+    const bool grey = !summary.isEmpty() && !index.data(kPresentRole).toBool();
+    const bool selected = item.state.testFlag(QStyle::State_Selected);
+    const QPalette::ColorGroup group = grey ? QPalette::Disabled : QPalette::Active;
+    if (!grey && !summary.isEmpty()) item.font.setBold(true);
+    item.palette.setColor(QPalette::Text, item.palette.color(group, QPalette::Text));
+    const QStyle* const style = item.widget ? item.widget->style() : QApplication::style();
+    style->drawControl(QStyle::CE_ItemViewItem, &item, painter, item.widget);
+    painter->save();
+    painter->setPen(selected ? item.palette.color(QPalette::Active, QPalette::HighlightedText)
+                    : grey   ? item.palette.color(QPalette::Disabled, QPalette::Text)
+                             : item.palette.color(QPalette::Active, QPalette::Link));
+    const QRect place = item.rect.adjusted(SummaryStart(item.fontMetrics), 0, -kSummaryGap / 2, 0);
+    painter->drawText(place, Qt::AlignLeft | Qt::AlignVCenter,
+                      item.fontMetrics.elidedText(summary, Qt::ElideRight, place.width()));
+    painter->restore();
+  }
+
+ private:
+  static int SummaryStart(const QFontMetrics& metrics) {
+    return metrics.horizontalAdvance("COM256") + 2 * kSummaryGap;
+  }
+};
 
 }  // namespace
 
@@ -56,6 +100,7 @@ void ComDialog::Build() {
   Name(list_, "Combo_com", "通信ポート");
   list_->setMaxVisibleItems(kVisibleItems);
   list_->setMinimumHeight(28);
+  list_->setItemDelegate(new PortItemDelegate(list_));
   connect(list_, &QComboBox::currentIndexChanged, this, [this] {
     note_.clear();
     ShowPortLine();
@@ -78,7 +123,19 @@ void ComDialog::Build() {
   body->addWidget(picture, 0, Qt::AlignTop);
   body->addLayout(texts, 1);
 
+  search_button_ = new QPushButton("ライターを探す");
+  Name(search_button_, "cmdSearchBoard", search_button_->text(),
+       "使用できるポートを順に調べ、ライターがつながったポートを選びます。");
+  search_button_->setAutoDefault(false);
+  search_button_->hide();
+  connect(search_button_, &QPushButton::clicked, this, [this] {
+    if (!waiting_) return;
+    search_asked_ = true;
+    waiting_->quit();
+  });
+
   auto* buttons = new QHBoxLayout;
+  buttons->addWidget(search_button_);
   buttons->addStretch(1);
   QPushButton* ok = BuildButton("Command_ok", "OK", screen::ComFormButton::Ok);
   ok->setDefault(true);
@@ -114,6 +171,83 @@ void ComDialog::PlaceOverMainWindow() {
 void ComDialog::SetItems(const std::vector<std::string>& items) {
   list_->clear();
   for (const std::string& item : items) list_->addItem(ToQString(item));
+  port_items_ = list_->count();
+  ShowSummaries();
+  OfferSimulation();
+}
+
+void ComDialog::SetSummaries(std::function<PortSummary(int number)> summarise) {
+  summarise_ = std::move(summarise);
+  ShowSummaries();
+}
+
+void ComDialog::SetSearch(std::function<int(const std::vector<int>& numbers)> search) {
+  search_ = std::move(search);
+  search_button_->setVisible(static_cast<bool>(search_));
+}
+
+void ComDialog::ShowSummaries() {
+  if (!summarise_) return;
+  for (int item = 1; item < port_items_; ++item) {
+    const PortSummary summary = summarise_(item);
+    if (list_->itemData(item, kSummaryRole).toString() == summary.Text) continue;
+    list_->setItemData(item, summary.Text, kSummaryRole);
+    list_->setItemData(item, summary.Present, kPresentRole);
+    list_->setItemData(item, summary.Usable, kUsableRole);
+    // A screen reader says both.
+    list_->setItemData(item, list_->itemText(item) + " " + summary.Text,
+                       Qt::AccessibleDescriptionRole);
+  }
+}
+
+/// Only where there is nothing else to choose: whoever has a board wants that one.
+void ComDialog::OfferSimulation() {
+  if (!simulate_ || !summarise_) return;
+  for (int item = 1; item < port_items_; ++item) {
+    if (list_->itemData(item, kUsableRole).toBool()) return;
+  }
+  list_->addItem(kSimulationItem);
+  const int item = list_->count() - 1;
+  list_->setItemData(item, "ライターなしで試します", kSummaryRole);
+  list_->setItemData(item, true, kPresentRole);
+}
+
+bool ComDialog::SimulationChosen() const {
+  return simulate_ && list_->currentIndex() >= port_items_;
+}
+
+std::vector<int> ComDialog::PresentItems() const {
+  std::vector<int> items;
+  for (int item = 1; item < port_items_; ++item) {
+    if (list_->itemData(item, kPresentRole).toBool()) items.push_back(item);
+  }
+  return items;
+}
+
+void ComDialog::Search() {
+  search_asked_ = false;
+  const std::vector<int> items = PresentItems();
+  setEnabled(false);
+  SetNote("ライターを探しています.....");
+  int found = 0;
+  try {
+    found = search_(items);
+  } catch (...) {
+    setEnabled(true);
+    throw;
+  }
+  setEnabled(true);
+  if (found != 0) SetListIndex(found);
+  SetNote(found != 0 ? ToUtf8(list_->itemText(found)) + " にライターが見つかりました。"
+          : items.empty()
+              ? "使用できるポートがありません。ライターのUSBケーブルを確認してください。"
+              : "ライターが見つかりませんでした。電源とケーブルを確認してください。");
+}
+
+/// The procedure goes on with the first port, which leads to the simulated board from now on.
+void ComDialog::Simulate() {
+  simulate_();
+  SetListIndex(1);
 }
 
 void ComDialog::SetListIndex(int index) { list_->setCurrentIndex(index); }
@@ -135,7 +269,14 @@ screen::ComFormButton ComDialog::WaitForButton() {
   activateWindow();
   list_->setFocus();
   loop.exec();
+  while (search_asked_) {
+    waiting_ = nullptr;
+    Search();
+    waiting_ = &loop;
+    loop.exec();
+  }
   waiting_ = nullptr;
+  if (button_ == screen::ComFormButton::Ok && SimulationChosen()) Simulate();
   refresh_.stop();
   return button_;
 }
@@ -161,6 +302,7 @@ void ComDialog::Finish(screen::ComFormButton button) {
 void ComDialog::Refresh() {
   // The program is to end: the dialog gives way.
   if (state_.StopRequested) reject();
+  ShowSummaries();
   ShowPortLine();
 }
 
@@ -175,6 +317,9 @@ QString ComDialog::PortLine() const {
   if (!note_.empty()) return ToQString(note_);
   const int index = ListIndex();
   if (index < 0 || !describe_) return {};
+  if (SimulationChosen()) {
+    return "プログラムの中の模擬ボードを使います。実際のポートとデバイスには何も書き込みません。";
+  }
   return index == 0 ? "ライターをつないだポートを選んでください。" : ToQString(describe_(index));
 }
 

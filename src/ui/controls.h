@@ -26,7 +26,7 @@ inline void ShowText(QLabel* label, std::string_view text) {
 
 /// A list that the mouse wheel does not touch while it is closed: what was changed in passing,
 /// while the panel is scrolled, would not be noticed.
-class SteadyComboBox final : public QComboBox {
+class SteadyComboBox : public QComboBox {
  protected:
   void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 };

@@ -1,14 +1,20 @@
 #include "ui/device_box.h"
 
+#include <QAction>
+#include <QHBoxLayout>
+#include <QMenu>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "ui/controls.h"
 #include "ui/fonts.h"
+#include "ui/icons.h"
 
 namespace fenwright::ui {
 namespace {
 
 constexpr int kMargin = 6;
+constexpr int kSelectorHeight = 26;
 
 QLabel* SizeLabel(const QString& object_name, const QString& accessible_name) {
   auto* label = new QLabel;
@@ -22,31 +28,54 @@ QLabel* SizeLabel(const QString& object_name, const QString& accessible_name) {
 }  // namespace
 
 DeviceBox::DeviceBox()
-    : QGroupBox("デバイス"),
-      // Picking a device discards the loaded file.
+    :  // Picking a device discards the loaded file.
       selector_(new SteadyComboBox),
+      socket_(new QToolButton),
+      offer_(new QMenu(this)),
       frame_(new QFrame),
       flash_size_(SizeLabel("Lbl_flash_size", "プログラムメモリの容量")),
       eeprom_size_(SizeLabel("Lbl_eeprom_size", "EEPROMデータメモリの容量")) {
   Name(this, "fraDevice", "デバイスの設定");
+  setFrameStyle(StyledPanel | Sunken);
   Name(selector_, "Combo_device", "デバイス",
        "書き込むデバイスを選びます。選び直すとバッファーは消去されます。");
   selector_->setMaxVisibleItems(20);
-  selector_->setMinimumHeight(28);
+  selector_->setMinimumHeight(kSelectorHeight);
   connect(selector_, &QComboBox::activated, this, &DeviceBox::Picked);
+
+  Name(socket_, "cmdReadSocket", "ソケットのデバイスを調べる",
+       "ソケットのデバイスのシグネチャを読み、合うデバイスを示します。"
+       "選んでもバッファーの内容は残ります。");
+  socket_->setIcon(ChipIcon());
+  socket_->setText("?");
+  socket_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  socket_->setFocusPolicy(Qt::StrongFocus);
+  socket_->setFixedHeight(kSelectorHeight);
+  connect(socket_, &QToolButton::clicked, this, &DeviceBox::SocketAsked);
+  Name(offer_, "mnuSocketDevices", "ソケットのデバイス");
 
   Name(frame_, "fraDeviceInfo", "デバイスの情報");
   frame_->setVisible(false);
-  auto* sizes = new QVBoxLayout(frame_);
-  sizes->setContentsMargins(2, 2, 2, 0);
-  sizes->setSpacing(2);
+  auto* sizes = new QHBoxLayout(frame_);
+  sizes->setContentsMargins(2, 0, 2, 0);
+  sizes->setSpacing(2 * kMargin);
   sizes->addWidget(flash_size_);
   sizes->addWidget(eeprom_size_);
+  sizes->addStretch(1);
+
+  auto* caption = new QLabel("デバイス");
+  Name(caption, "lblDevice", caption->text());
+  caption->setBuddy(selector_);
+  auto* choice = new QHBoxLayout;
+  choice->setSpacing(kMargin);
+  choice->addWidget(caption);
+  choice->addWidget(selector_, 1);
+  choice->addWidget(socket_);
 
   auto* rows = new QVBoxLayout(this);
-  rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-  rows->setSpacing(kMargin / 2);
-  rows->addWidget(selector_);
+  rows->setContentsMargins(kMargin, 3, kMargin, 3);
+  rows->setSpacing(2);
+  rows->addLayout(choice);
   rows->addWidget(frame_);
 }
 
@@ -57,6 +86,20 @@ void DeviceBox::SetDevices(const std::vector<std::string>& display_names) {
 }
 
 std::string DeviceBox::DeviceText() const { return ToUtf8(selector_->currentText()); }
+
+void DeviceBox::OfferDevices(const std::vector<int>& indexes) {
+  offer_->clear();
+  for (const int index : indexes) {
+    const bool selected = index == DeviceIndex();
+    const QString name = selector_->itemText(index);
+    auto* const item = new QAction(selected ? name + " (選択中)" : name + " に変更", offer_);
+    item->setObjectName("mnuSocketDevice_" + QString::number(index));
+    item->setEnabled(!selected);
+    connect(item, &QAction::triggered, this, [this, index] { emit SocketDevicePicked(index); });
+    offer_->addAction(item);
+  }
+  if (!indexes.empty()) offer_->popup(socket_->mapToGlobal(QPoint(0, socket_->height())));
+}
 
 int DeviceBox::DeviceIndex() const { return selector_->currentIndex(); }
 

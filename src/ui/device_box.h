@@ -1,17 +1,18 @@
 #pragma once
 
-#include <QGroupBox>
+#include <QFrame>
 
 #include "screen/device_form.h"
 
 class QComboBox;
-class QFrame;
 class QLabel;
+class QMenu;
+class QToolButton;
 
 namespace fenwright::ui {
 
 /// The box with the device selector and, once a device was picked, the sizes of its memories.
-class DeviceBox final : public QGroupBox, public screen::DeviceForm {
+class DeviceBox final : public QFrame, public screen::DeviceForm {
   Q_OBJECT
 
  public:
@@ -25,13 +26,24 @@ class DeviceBox final : public QGroupBox, public screen::DeviceForm {
   void ShowDeviceFrame() override;
 
   [[nodiscard]] QComboBox* Selector() const { return selector_; }
+  [[nodiscard]] QToolButton* SocketButton() const { return socket_; }
+
+  /// Offers devices of the selector in a menu at the button, by their places; a pick is reported by
+  /// SocketDevicePicked(). The one that is selected already is shown as that.
+  void OfferDevices(const std::vector<int>& indexes);
 
  signals:
   /// The user has picked a device, even the one that was chosen already.
   void Picked();
+  /// The user asks what is in the socket.
+  void SocketAsked();
+  /// The user has picked a device that was offered.
+  void SocketDevicePicked(int index);
 
  private:
   QComboBox* selector_;
+  QToolButton* socket_;
+  QMenu* offer_;
   QFrame* frame_;
   QLabel* flash_size_;
   QLabel* eeprom_size_;

@@ -5,23 +5,27 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QPainter>
+#include <QPolygon>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "ui/controls.h"
+#include "ui/wrapped_label.h"
 
 namespace fenwright::ui {
 namespace {
 
 using screen::FuseList;
 
-constexpr int kSpacing = 2;
+constexpr int kSpacing = 1;
 constexpr int kGap = 4;
 constexpr int kMargin = 5;
 /// Room that a list needs beside its text.
 constexpr int kListPadding = 29;
-constexpr int kListHeightPadding = 5;
+constexpr int kListHeightPadding = 3;
+constexpr int kButtonHeightPadding = 8;
 
 /// The grid: a label and a list, and the same beside them.
 enum Column { LeftLabel, LeftList, RightLabel, RightList, ColumnCount };
@@ -83,7 +87,7 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .LabelName = "Lbl_CKOPT",
      .Caption = "ＢＯＤレベル",
      .AccessibleName = "CKOPT",
-     .ToolTip = "CKOPT",
+     .ToolTip = "CKOPT (発振回路の設定)",
      .Row = 3,
      .LabelColumn = LeftLabel,
      .ListColumn = LeftList},
@@ -92,7 +96,7 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .LabelName = "Lbl_PLLCK",
      .Caption = "ＢＯＤレベル",
      .AccessibleName = "PLLCK",
-     .ToolTip = "PLLCK",
+     .ToolTip = "PLLCK (内蔵PLLクロック)",
      .Row = 3,
      .LabelColumn = RightLabel,
      .ListColumn = RightList},
@@ -144,6 +148,34 @@ constexpr std::array<FieldDesign, 11> kFields{{
      .ListSpan = ColumnCount - LeftList},
 }};
 
+/// A list that can be marked by its corner, which also those see who do not see colours.
+class MarkedComboBox final : public SteadyComboBox {
+ public:
+  void SetMarked(bool marked) {
+    if (marked == marked_) return;
+    marked_ = marked;
+    QFont letters = font();
+    letters.setBold(marked);
+    setFont(letters);
+    update();
+  }
+
+ protected:
+  void paintEvent(QPaintEvent* event) override {
+    SteadyComboBox::paintEvent(event);
+    if (!marked_) return;
+    QPainter painter(this);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(palette().color(QPalette::Highlight));
+    const int side = kMarkSize;
+    painter.drawPolygon(QPolygon({{1, 1}, {1 + side, 1}, {1, 1 + side}}));
+  }
+
+ private:
+  static constexpr int kMarkSize = 8;
+  bool marked_ = false;
+};
+
 int WidthFor(const QWidget* list, const QString& longest) {
   return list->fontMetrics().horizontalAdvance(longest) + kListPadding;
 }
@@ -160,9 +192,9 @@ FuseFrame::FuseFrame()
   frame_->setSizePolicy(policy);
 
   auto* grid = new QGridLayout(frame_);
-  grid->setContentsMargins(kMargin, kSpacing, kMargin, kMargin);
+  grid->setContentsMargins(kMargin, 0, kMargin, kSpacing);
   grid->setHorizontalSpacing(kGap);
-  grid->setVerticalSpacing(kSpacing);
+  grid->setVerticalSpacing(0);
   grid->setColumnStretch(LeftLabel, 1);
   grid->setColumnStretch(RightLabel, 1);
   AddFields(grid);
@@ -173,16 +205,41 @@ FuseFrame::FuseFrame()
        "ライトで書き込まれるバイトです。データシートと比べられます。");
   byte_line_->setTextFormat(Qt::PlainText);
 
+  words_ = new WrappedLabel;
+  Name(words_, "lblFuseWords", "変更したヒューズの意味");
+  words_->hide();
+
   auto* rows = new QVBoxLayout(this);
   rows->setContentsMargins(0, 0, 0, 0);
   rows->setSpacing(kSpacing);
   rows->addWidget(frame_);
   rows->addWidget(byte_line_);
+  rows->addWidget(words_);
+}
+
+void FuseFrame::ShowNotes(const std::vector<FieldNote>& notes) {
+  for (const auto& [list, box] : lists_) {
+    static_cast<MarkedComboBox*>(box)->SetMarked(false);
+    box->setAccessibleDescription({});
+  }
+  QStringList words;
+  QStringList sources;
+  for (const FieldNote& note : notes) {
+    QComboBox* const box = List(note.List);
+    static_cast<MarkedComboBox*>(box)->SetMarked(true);
+    box->setAccessibleDescription("既定値 " + note.Default + " から変更 : " + note.Words);
+    words << note.Words;
+    if (!note.Source.isEmpty()) sources << note.Source;
+  }
+  sources.removeDuplicates();
+  words_->SetText(words.join('\n'));
+  words_->setToolTip(sources.join('\n').toHtmlEscaped().replace('\n', "<br>"));
+  words_->setVisible(!words.isEmpty());
 }
 
 void FuseFrame::AddFields(QGridLayout* grid) {
   for (const FieldDesign& design : kFields) {
-    auto* list = new SteadyComboBox;
+    auto* list = new MarkedComboBox;
     Name(list, design.ListName, design.AccessibleName, design.ToolTip);
     list->addItem("-");
     list->setEnabled(false);
@@ -230,6 +287,7 @@ void FuseFrame::AddButtons(QGridLayout* grid, int row) {
   buttons->setSpacing(kGap);
   for (QPushButton* button : {read_, write_}) {
     button->setEnabled(false);
+    button->setFixedHeight(button->fontMetrics().height() + kButtonHeightPadding);
     buttons->addWidget(button, 1);
   }
   grid->addLayout(buttons, row, 0, 1, ColumnCount);
@@ -265,7 +323,10 @@ void FuseFrame::EnableButtons(bool read, bool write) {
 
 void FuseFrame::SetCalibrationText(std::string_view text) { ShowText(calibration_, text); }
 
-void FuseFrame::SetByteLine(std::string_view text) { ShowText(byte_line_, text); }
+void FuseFrame::SetByteLine(std::string_view text) {
+  ShowText(byte_line_, text);
+  emit BytesShown();
+}
 
 void FuseFrame::SetFrameVisible(bool visible) { frame_->setVisible(visible); }
 

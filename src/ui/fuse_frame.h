@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <vector>
 
 #include <QWidget>
 
@@ -14,8 +15,20 @@ class QPushButton;
 
 namespace fenwright::ui {
 
-/// The frame "Lock/Fuse ビット ＆ Calib.データ" and the line with the bytes below it: a list with
-/// its label for each fuse field and for the lock mode, the calibration bytes, and the two buttons.
+class WrappedLabel;
+
+/// What the frame shows about a field whose item is not the default.
+struct FieldNote {
+  screen::FuseList List;
+  QString Default;  ///< the default item
+  QString Words;    ///< one line about what the chosen item does
+  QString Source;   ///< where that is said, "" = nowhere
+};
+
+/// The frame "Lock/Fuse ビット ＆ Calib.データ" and what stands below it: a list with its label for
+/// each fuse field and for the lock mode, the calibration bytes, and the two buttons; then the line
+/// with the bytes, and a line in words for each field that is not at its default. Such a list has a
+/// corner mark and bold letters.
 /// It only shows what it is given and reports what the user does. Until it is given anything it
 /// looks as without a device.
 class FuseFrame final : public QWidget, public screen::FuseForm {
@@ -42,11 +55,16 @@ class FuseFrame final : public QWidget, public screen::FuseForm {
   [[nodiscard]] QPushButton* WriteButton() const { return write_; }
   [[nodiscard]] QLabel* ByteLine() const { return byte_line_; }
 
+  /// Marks these fields, and no other, and says what they do.
+  void ShowNotes(const std::vector<FieldNote>& notes);
+
  signals:
   /// The user has picked an item of `Combo_RSTDISABL`, even the one that was chosen already.
   void ResetPinPicked();
   /// The user has chosen another item of any list.
   void SelectionChanged();
+  /// The byte line has changed, and with it, perhaps, which fields are at their defaults.
+  void BytesShown();
 
  private:
   void AddFields(QGridLayout* grid);
@@ -60,6 +78,7 @@ class FuseFrame final : public QWidget, public screen::FuseForm {
   QPushButton* read_ = nullptr;
   QPushButton* write_ = nullptr;
   QLabel* byte_line_;
+  WrappedLabel* words_;
 };
 
 }  // namespace fenwright::ui

@@ -17,6 +17,7 @@ constexpr int kDigits = 4;
 constexpr int kFieldPadding = 18;
 constexpr int kButtonWidth = 66;
 constexpr int kSpacing = 6;
+constexpr int kMargin = 4;
 
 QLineEdit* DigitField(const QString& object_name, const QString& accessible_name,
                       const QString& tool_tip) {
@@ -57,8 +58,7 @@ QLabel* LabelOf(QLineEdit* field, const QString& object_name, const QString& cap
 }  // namespace
 
 HandEditBox::HandEditBox()
-    : QGroupBox("バッファーの編集"),
-      address_(DigitField("txtAddress", "アドレス",
+    : address_(DigitField("txtAddress", "アドレス",
                           "16進数で1～4桁 (0-9、A-F)。プログラムメモリはワード単位です。")),
       data_(DigitField("txtData", "データ", "16進数で1～4桁 (0-9、A-F)")),
       flash_(MemoryOption("OptionProgram", "プログラムメモリ",
@@ -69,15 +69,20 @@ HandEditBox::HandEditBox()
                        "アドレスの値をバッファーから読み出します")),
       write_(EditButton("CmdWrite", "書き込み", "バッファーへの書き込み",
                         "データをバッファーに書き込みます。チップは変わりません。")) {
-  Name(this, "fraHandEdit", title());
+  Name(this, "fraHandEdit", "バッファーの編集");
+  setFrameStyle(StyledPanel | Sunken);
   flash_->setChecked(true);
   connect(flash_, &QRadioButton::toggled, this, [this] {
     data_->clear();
     emit MemoryChosen();
   });
 
+  auto* caption = new QLabel("バッファー");
+  Name(caption, "lblHandEdit", accessibleName(),
+       "バッファーの1か所を見て、書き換えます。チップは変わりません。");
   auto* options = new QHBoxLayout;
-  options->setSpacing(2 * kSpacing);
+  options->setSpacing(kSpacing);
+  options->addWidget(caption);
   options->addWidget(flash_);
   options->addWidget(eeprom_);
   options->addStretch(1);
@@ -93,7 +98,8 @@ HandEditBox::HandEditBox()
   fields->addWidget(write_);
 
   auto* rows = new QVBoxLayout(this);
-  rows->setSpacing(kSpacing);
+  rows->setContentsMargins(kMargin, kMargin / 2, kMargin, kMargin / 2);
+  rows->setSpacing(kSpacing / 2);
   rows->addLayout(options);
   rows->addLayout(fields);
 }

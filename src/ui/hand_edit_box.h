@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QGroupBox>
+#include <QFrame>
 
 #include "screen/hand_edit_form.h"
 
@@ -13,7 +13,7 @@ namespace fenwright::ui {
 /// The frame in which one cell of a buffer is looked at and changed: two fields of up to four
 /// digits, the choice of the memory and two buttons. It only shows and reports; what the texts mean
 /// is the engine's business, so the fields take any character.
-class HandEditBox final : public QGroupBox, public screen::HandEditForm {
+class HandEditBox final : public QFrame, public screen::HandEditForm {
   Q_OBJECT
 
  public:

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kButtonSpacing = 4;
 constexpr QSize kIconSize(20, 20);
-constexpr int kButtonHeight = 36;
+constexpr int kButtonHeight = 32;
 
 /// One command button. Some have their shortcut from their menu item.
 struct ButtonDesign {

@@ -15,12 +15,16 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSplitter>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "core/build_info.h"
+#include "image/buffer_content.h"
+#include "image/buffers.h"
 #include "image/file_summary.h"
 #include "image/old_content.h"
 #include "ops/commands.h"
+#include "ops/socket_device.h"
 #include "ui/about_dialog.h"
 #include "ui/child_window_area.h"
 #include "ui/controls.h"
@@ -38,7 +42,9 @@ namespace fenwright::ui {
 namespace {
 
 constexpr int kMargin = 6;
+constexpr int kRowSpacing = 4;
 constexpr int kSettingsWidth = 368;
+constexpr int kFileLines = 3;
 
 constexpr const char* kNoFileText = "ファイルは開かれていません。";
 
@@ -59,7 +65,7 @@ MainWindow::MainWindow(core::AppState& state, platform::TextFiles& files,
       children_(new ChildWindowArea(files, code_page)),
       panels_(new PanelBar) {
   Name(this, "frmMain", "New Fenwright");
-  setWindowTitle("New Fenwright " + ToQString(core::VersionText()));
+  SetCaption("New Fenwright " + ToQString(core::VersionText()));
   setWindowIcon(ChipIcon());
   setAcceptDrops(true);
   BuildContent();
@@ -86,10 +92,27 @@ void MainWindow::Serve(Runner runner, WindowActions actions) {
 core::CommandEnding MainWindow::Run(const ops::Entry& entry) {
   if (!runner_ || !MayStart()) return core::CommandEnding::Refused;
   const QPointer<QWidget> focus = DisableControls();
+  const std::vector<std::uint8_t> flash = state_.FlashBuffer;
+  const std::vector<std::uint8_t> eeprom = state_.EepromBuffer;
   const core::CommandEnding ending = runner_(entry);
   ShowFileInfo();
+  const bool changed = flash != state_.FlashBuffer || eeprom != state_.EepromBuffer;
+  if (ending != core::CommandEnding::Refused) ShowWhatMatters(changed);
   EndRun(focus);
   return ending;
+}
+
+/// Differences come to the front; after anything else that went well the memory does. A new device
+/// is no reason: the guide that shows its place may be what the user looks at.
+void MainWindow::ShowWhatMatters(bool buffers_changed) {
+  const core::CommandRecord& done = state_.Command;
+  if (!done.Differences.empty()) {
+    children_->ShowReport();
+    return;
+  }
+  const bool blank = image::UsedFlashWords(state_) == 0 && image::UsedEepromBytes(state_) == 0;
+  const bool new_content = buffers_changed && !blank;
+  if (new_content || done.VerifyFinished) children_->UncoverViews();
 }
 
 void MainWindow::Run(const std::function<void()>& action) {
@@ -138,25 +161,39 @@ void MainWindow::CloseUnasked() {
 }
 
 void MainWindow::ShowFileInfo() {
-  QStringList parts{ToQString(state_.CodeInfo), ToQString(state_.DataInfo)};
-  parts.removeAll(QString());
-  if (parts.isEmpty()) parts << kNoFileText;
+  QStringList parts{ToQString(image::DescribeContent(state_))};
+  if (parts.front().isEmpty()) parts.front() = kNoFileText;
   if (const std::string dumps = image::DescribeRefusedDumps(state_); !dumps.empty()) {
     parts << ToQString(dumps);
   }
   if (const std::string copies = image::DescribeMissingCopies(state_); !copies.empty()) {
     parts << ToQString(copies);
   }
-  const QString text = parts.join('\n');
-  file_info_->SetText(text);
-  file_info_->setToolTip(text.toHtmlEscaped().replace('\n', "<br>"));
+  file_info_->SetText(parts.join('\n'));
+  // The panel names files alone; the tip says in which folder they are.
+  if (!state_.CodeFileName.empty()) {
+    parts << ToQString(state_.CodeFileName) << ToQString(state_.DataFileName);
+    parts.removeAll(QString());
+  }
+  file_info_->setToolTip(parts.join('\n').toHtmlEscaped().replace('\n', "<br>"));
+  MarkModified(image::HoldsUnsavedContent(state_));
 }
 
-void MainWindow::SetCaption(const QString& caption) { setWindowTitle(caption + caption_mark_); }
+/// The window system's own mark behind the caption, which is the described one until then.
+void MainWindow::MarkModified(bool modified) {
+  modified_ = modified;
+  SetCaption(caption_);
+}
+
+void MainWindow::SetCaption(const QString& caption) {
+  caption_ = caption;
+  setWindowTitle(caption_ + caption_mark_ + (modified_ ? "[*]" : ""));
+  setWindowModified(modified_);
+}
 
 void MainWindow::MarkSimulated() {
   caption_mark_ = " [シミュレーション]";
-  SetCaption(windowTitle());
+  SetCaption(caption_);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -231,8 +268,8 @@ void MainWindow::BuildHelpKey() {
 void MainWindow::BuildContent() {
   auto* content = new QWidget;
   auto* rows = new QVBoxLayout(content);
-  rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-  rows->setSpacing(kMargin);
+  rows->setContentsMargins(kMargin, kRowSpacing, kMargin, kRowSpacing);
+  rows->setSpacing(kRowSpacing);
   rows->addWidget(BuildCommandBar());
 
   columns_ = new QSplitter(Qt::Horizontal);
@@ -268,19 +305,31 @@ void MainWindow::ConnectParts() {
   connect(children_, &ChildWindowArea::ReportChanged, panels_,
           [this] { panels_->OfferReport(children_->HasReport()); });
   command_controls_.push_back(device_->Selector());
+  command_controls_.push_back(device_->SocketButton());
+  connect(device_, &DeviceBox::SocketAsked, this, &MainWindow::OfferSocketDevices);
+  connect(device_, &DeviceBox::SocketDevicePicked, this, [this](int index) {
+    Run([index](core::RunContext& context) { ops::PickDeviceKeepingBuffers(context, index); });
+  });
   // As a whole, since which of its controls a device has is not the window's business.
   command_controls_.push_back(fuses_);
   for (QWidget* control : hand_edit_->Controls()) command_controls_.push_back(control);
+}
+
+/// The offer comes once the command is over: until then nothing may be picked.
+void MainWindow::OfferSocketDevices() {
+  std::vector<int> found;
+  Run([&found](core::RunContext& context) { found = ops::IdentifySocket(context); });
+  if (!close_pending_) device_->OfferDevices(found);
 }
 
 QWidget* MainWindow::BuildSettingsPanel() {
   auto* panel = new QWidget;
   auto* rows = new QVBoxLayout(panel);
   rows->setContentsMargins(0, 0, 0, 0);
-  rows->setSpacing(kMargin);
+  rows->setSpacing(kRowSpacing - 1);
   rows->addWidget(device_);
-  rows->addWidget(fuses_);
   rows->addWidget(BuildFileBox());
+  rows->addWidget(fuses_);
   rows->addWidget(hand_edit_);
   rows->addStretch(1);
 
@@ -297,11 +346,15 @@ QWidget* MainWindow::BuildSettingsPanel() {
 }
 
 QWidget* MainWindow::BuildFileBox() {
-  auto* box = new QGroupBox("ファイル");
+  auto* box = new QFrame;
   Name(box, "fraFile", "開いているファイル");
+  box->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
   auto* rows = new QVBoxLayout(box);
+  rows->setContentsMargins(kMargin, 2, kMargin, 2);
   file_info_ = new WrappedLabel;
   Name(file_info_, "lblFileInfo", "ファイルの情報");
+  // What stands below it does not move when a file is opened.
+  file_info_->setMinimumHeight(kFileLines * file_info_->fontMetrics().height());
   ShowFileInfo();
   rows->addWidget(file_info_);
   return box;

@@ -76,8 +76,8 @@ class MainWindow : public QMainWindow {
   /// stopped, has returned. No further command starts.
   void CloseUnasked();
 
-  /// Shows what the state says about the loaded files, beside the views; a text says so when there
-  /// is none.
+  /// Shows where the content of the buffers comes from and where a save would write it, or that no
+  /// file is open; marks the window when a buffer holds what no file holds.
   void ShowFileInfo();
 
   void SetCaption(const QString& caption);
@@ -139,8 +139,11 @@ class MainWindow : public QMainWindow {
   void EnableControls(bool enable);
   QPointer<QWidget> DisableControls();
   void EndRun(const QPointer<QWidget>& focus);
+  void ShowWhatMatters(bool buffers_changed);
+  void MarkModified(bool modified);
   [[nodiscard]] bool MayStop();
   void AskAndRequestStop();
+  void OfferSocketDevices();
 
   // What the window menu does.
   void CloseFromMenu() { close(); }
@@ -151,7 +154,9 @@ class MainWindow : public QMainWindow {
   Runner runner_;
   WindowActions actions_;
   screen::MessageBoxes* boxes_ = nullptr;
-  QString caption_mark_;  ///< what stands behind the caption
+  QString caption_;
+  QString caption_mark_;   ///< what stands behind the caption
+  bool modified_ = false;  ///< a buffer holds what no file holds
   std::function<bool()> close_request_;
   bool asking_ = false;         ///< the question about closing is on the screen
   bool close_pending_ = false;  ///< close as soon as the command has returned

@@ -1,5 +1,6 @@
 #include "ui/window_run.h"
 
+#include <algorithm>
 #include <functional>
 
 #include <QGuiApplication>
@@ -8,8 +9,11 @@
 
 #include "core/build_info.h"
 #include "core/shell_requests.h"
+#include "core/trace_log.h"
 #include "fuse/fuse_bytes.h"
+#include "fuse/fuse_words.h"
 #include "link/board_commands.h"
+#include "link/board_search.h"
 #include "link/serial_link.h"
 #include "ops/command.h"
 #include "ops/commands.h"
@@ -47,7 +51,9 @@ int TitleHeight(const QWidget& window) {
 }  // namespace
 
 WindowRun::WindowRun(const WindowPlatform& outside)
-    : ports_(outside.Ports),
+    : programmer_port_(outside.ProgrammerPort),
+      make_simulation_(outside.MakeSimulation),
+      ports_(outside.Ports),
       instance_(outside.Instance),
       settings_(outside.Settings),
       window_(state_, outside.Files, outside.CodePage),
@@ -61,9 +67,7 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       taskbar_(outside.MakeTaskbar ? outside.MakeTaskbar(window_) : nullptr),
       context_{
           .State = state_,
-          .Line = {.ProgrammerPort = outside.ProgrammerPort,
-                   .Clock = outside.Clock,
-                   .Events = events_},
+          .Line = {.ProgrammerPort = programmer_port_, .Clock = outside.Clock, .Events = events_},
           .Storage = {.Files = outside.Files,
                       .CodePage = outside.CodePage,
                       .Settings = settings_,
@@ -79,8 +83,13 @@ WindowRun::WindowRun(const WindowPlatform& outside)
                      .Fuses = window_.Fuses(),
                      .ComForm = com_dialog_}},
       given_boxes_(outside.MessageBoxes),
-      given_file_dialogs_(outside.FileDialogs),
-      updater_port_(outside.UpdaterPort) {
+      given_file_dialogs_(outside.FileDialogs) {
+  if (outside.UpdaterPort) updater_port_.emplace(*outside.UpdaterPort);
+  if (ports_) {
+    com_dialog_.SetSummaries([this](int item) { return SummaryOf(item); });
+    com_dialog_.SetSearch([this](const std::vector<int>& items) { return SearchBoard(items); });
+  }
+  if (make_simulation_) com_dialog_.SetSimulation([this] { UseSimulation(); });
   window_.SetMessageBoxes(context_.Screen.MessageBoxes);
   window_.Serve(std::bind_front(ops::RunCommand, std::ref(context_)), Actions());
   QObject::connect(&window_.About(), &AboutDialog::SupportPageRequested, &window_, [this] {
@@ -91,6 +100,7 @@ WindowRun::WindowRun(const WindowPlatform& outside)
   QObject::connect(&window_, &MainWindow::Closing, &window_, [this] { Stop(); });
   QObject::connect(&window_.Fuses(), &FuseFrame::SelectionChanged, &window_,
                    [this] { fuse::ShowFuseBytes(context_); });
+  QObject::connect(&window_.Fuses(), &FuseFrame::BytesShown, &window_, [this] { ShowFuseWords(); });
   if (taskbar_) ServeTaskbar();
 }
 
@@ -110,6 +120,58 @@ void WindowRun::ServeTaskbar() {
   QObject::connect(&message_dialog_, &QtMessageDialog::Unloaded, &window_, [this] {
     if (!state_.CommandRunning) taskbar_->Clear();
   });
+}
+
+PortSummary WindowRun::SummaryOf(int item) const {
+  const platform::PortInfo port = ports_->Describe(update::PortOfItem(context_, item));
+  const QString name = ToQString(port.Description.empty() ? port.Path : port.Description);
+  const auto with = [&name](const char* state) {
+    return name.isEmpty() ? QString(state) : name + "、" + state;
+  };
+  switch (port.State) {
+    case platform::PortState::Usable:
+      return {.Present = true, .Usable = true, .Text = with("使用できます")};
+    case platform::PortState::Busy:
+      return {.Present = true, .Text = with("使用中")};
+    case platform::PortState::NoPermission:
+      return {.Present = true, .Text = with("使用の許可がありません")};
+    case platform::PortState::Missing:
+      break;
+  }
+  return {.Present = false, .Text = "なし"};
+}
+
+/// The items that are given are ports that are there; one that cannot be opened is passed over.
+int WindowRun::SearchBoard(const std::vector<int>& items) {
+  std::vector<int> ports;
+  for (const int item : items) ports.push_back(update::PortOfItem(context_, item));
+  const int found = link::SearchBoard(context_, ports);
+  const auto place = std::ranges::find(ports, found);
+  return found == 0 ? 0 : items.at(static_cast<std::size_t>(place - ports.begin()));
+}
+
+/// For the rest of this run. The user's settings stay as they are: the next start asks again.
+void WindowRun::UseSimulation() {
+  if (simulation_.ProgrammerPort) return;
+  simulation_ = make_simulation_(context_);
+  programmer_port_.SwitchTo(*simulation_.ProgrammerPort);
+  if (updater_port_) updater_port_->SwitchTo(*simulation_.UpdaterPort);
+  ports_ = simulation_.Ports.get();
+  settings_.KeepToThisRun();
+  window_.MarkSimulated();
+  core::TraceLog(context_).AppendMessage("シミュレーション");
+}
+
+void WindowRun::ShowFuseWords() {
+  std::vector<FieldNote> notes;
+  for (const fuse::ChangedField& field :
+       fuse::ChangedFields(window_.Device().DeviceText(), fuse::SelectionOf(context_))) {
+    notes.push_back({.List = field.List,
+                     .Default = ToQString(field.Default),
+                     .Words = ToQString(field.Words),
+                     .Source = ToQString(field.Source)});
+  }
+  window_.Fuses().ShowNotes(notes);
 }
 
 WindowActions WindowRun::Actions() {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "core/run_context.h"
 #include "ops/start_procedure.h"
 #include "platform/memory/run_settings_store.h"
+#include "platform/memory/switched_serial_control.h"
 #include "platform/port_info.h"
 #include "platform/single_instance.h"
 #include "screen/main_form.h"
@@ -23,6 +25,13 @@
 #include "ui/taskbar.h"
 
 namespace fenwright::ui {
+
+/// The lines of a simulated board, in place of the system's.
+struct SimulatedLines {
+  std::unique_ptr<platform::SerialControl> ProgrammerPort;
+  std::unique_ptr<platform::SerialControl> UpdaterPort;
+  std::unique_ptr<platform::PortInfos> Ports;
+};
 
 /// What a run of the window gets from outside.
 struct WindowPlatform {
@@ -42,6 +51,8 @@ struct WindowPlatform {
   screen::FileDialogs* FileDialogs = nullptr;
   /// The firmware update dialog's own serial control; null = no firmware can be updated.
   platform::SerialControl* UpdaterPort = nullptr;
+  /// Makes the simulated board that the COM port dialog may offer; empty = it is not offered.
+  std::function<SimulatedLines(core::RunContext& context)> MakeSimulation{};
   platform::Shell* Shell = nullptr;
   /// Makes the taskbar's part of the window; empty = the desktop shows nothing.
   std::function<std::unique_ptr<Taskbar>(QWidget& window)> MakeTaskbar{};
@@ -96,6 +107,10 @@ class WindowRun final : private screen::MainForm {
   WindowActions Actions();
   [[nodiscard]] std::string DescribePort(int number) const;
   void WatchPort();
+  void ShowFuseWords();
+  [[nodiscard]] PortSummary SummaryOf(int item) const;
+  [[nodiscard]] int SearchBoard(const std::vector<int>& items);
+  void UseSimulation();
   void ReportUnwritableSettings();
   void ServeTaskbar();
   void Stop();
@@ -106,6 +121,10 @@ class WindowRun final : private screen::MainForm {
   void UpdateFirmware();
 
   core::AppState state_;
+  SimulatedLines simulation_;  ///< empty until the user chooses it
+  platform::SwitchedSerialControl programmer_port_;
+  std::optional<platform::SwitchedSerialControl> updater_port_;
+  std::function<SimulatedLines(core::RunContext& context)> make_simulation_;
   platform::PortInfos* ports_;
   platform::SingleInstance* instance_;
   platform::RunSettingsStore settings_;
@@ -127,7 +146,6 @@ class WindowRun final : private screen::MainForm {
   bool unwritable_settings_reported_ = false;
   screen::MessageBoxes* given_boxes_;
   screen::FileDialogs* given_file_dialogs_;
-  platform::SerialControl* updater_port_;
 };
 
 }  // namespace fenwright::ui

@@ -78,9 +78,11 @@ void FillSelectors(UpdateContext& context) {
   context.Form.EnableSpeed(false);
 }
 
-/// What there is to say about a file before it is sent, "" for nothing.
-std::string Complaint(UpdateContext& context, const std::string& path) {
-  const std::string advice = "警告：このファイルでアップデートしないでください。";
+constexpr std::string_view kDoNotUse = "警告：このファイルでアップデートしないでください。";
+
+/// What there is to say about a file's content before it is sent, "" for nothing.
+std::string ContentComplaint(UpdateContext& context, const std::string& path) {
+  const std::string advice(kDoNotUse);
   std::string content;
   const platform::FileResult read = context.Run.Storage.Files.Read(path, content);
   if (!read) return advice + core::DescribeReason(read);
@@ -88,6 +90,14 @@ std::string Complaint(UpdateContext& context, const std::string& path) {
   if (report.Fault != ImageFault::None)
     return advice + DescribeFault(report, core::Language::Japanese);
   return DescribeOddRecord(report, core::Language::Japanese);
+}
+
+/// The same of the file as a whole: one of a good content can still be one for another board.
+std::string Complaint(UpdateContext& context, const std::string& path) {
+  const std::string content = ContentComplaint(context, path);
+  if (content.starts_with(kDoNotUse)) return content;
+  const std::string name = DescribeForeignName(path, core::Language::Japanese);
+  return content + (content.empty() || name.empty() ? "" : "\n") + name;
 }
 
 /// A damaged file can still be chosen and sent, but not without a word.

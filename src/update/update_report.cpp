@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
 
 namespace fenwright::update {
 namespace {
@@ -42,6 +45,18 @@ Sentence SentenceOf(ImageFault fault) {
   return {.Japanese = row->Japanese, .English = row->English};
 }
 
+bool IsFirmwareName(std::string_view name) {
+  constexpr std::string_view kStart = "kvld";
+  constexpr std::string_view kEnd = ".hex";
+  if (name.size() <= kStart.size() + kEnd.size()) return false;
+  std::string lower;
+  for (const char character : name) {
+    const bool upper = character >= 'A' && character <= 'Z';
+    lower.push_back(upper ? static_cast<char>(character - 'A' + 'a') : character);
+  }
+  return lower.starts_with(kStart) && lower.ends_with(kEnd);
+}
+
 }  // namespace
 
 std::string DescribeFault(const ImageReport& report, core::Language language) {
@@ -60,6 +75,20 @@ std::string DescribeOddRecord(const ImageReport& report, core::Language language
              : "line " + line +
                    " has an odd number of bytes; its last one is sent together with the line's "
                    "checksum";
+}
+
+std::string DescribeForeignName(std::string_view path, core::Language language) {
+  const std::size_t separator = path.find_last_of("/\\");
+  const std::string_view name =
+      separator == std::string_view::npos ? path : path.substr(separator + 1);
+  if (IsFirmwareName(name)) return "";
+  return language == core::Language::Japanese
+             ? std::string(name) +
+                   " はこのボードのファームウエアの名前 (kvldxxx.hex) "
+                   "ではありません。ファイルを確認してください。"
+             : std::string(name) +
+                   " is not named as this board's firmware files are "
+                   "(kvldxxx.hex): make sure that it is the right one";
 }
 
 std::string DescribeBoardState(const UpdateState& state, core::Language language) {

@@ -1,5 +1,6 @@
 #include "image/file_summary.h"
 
+#include "image/buffer_content.h"
 #include "image/hex_writer.h"
 #include "support/test_run.h"
 
@@ -36,8 +37,8 @@ TEST_F(FileSummary, NamesBothFilesAndHowMuchOfEachMemoryIsUsed) {
 TEST_F(FileSummary, WithoutADeviceNothingOfNothingIsUsed) {
   State.FlashWords = 0;
   State.EepromBytes = 0;
-  EXPECT_EQ(DescribeReadMemory(State),
-            "デバイスから読み出した内容\n0 / 0 word (0 %)\n0 / 0 byte (0 %)");
+  EXPECT_EQ(FlashUsage(State), "0 / 0 word (0 %)");
+  EXPECT_EQ(EepromUsage(State), "0 / 0 byte (0 %)");
 }
 
 TEST_F(FileSummary, APartOfAPercentCountsAsAWholeOne) {
@@ -45,8 +46,8 @@ TEST_F(FileSummary, APartOfAPercentCountsAsAWholeOne) {
   State.EepromBytes = 1;
   State.FlashBuffer[0] = 0;
   State.EepromBuffer[0] = 0;
-  EXPECT_EQ(DescribeReadMemory(State),
-            "デバイスから読み出した内容\n1 / 99 word (2 %)\n1 / 1 byte (100 %)");
+  EXPECT_EQ(FlashUsage(State), "1 / 99 word (2 %)");
+  EXPECT_EQ(EepromUsage(State), "1 / 1 byte (100 %)");
 }
 
 TEST_F(FileSummary, SaysNothingAboutADataFileThatIsNotThere) {
@@ -214,12 +215,16 @@ TEST_F(FileSummary, OfAChipThatWasReadNamesTheFilesThatASaveWouldOverwrite) {
   State.EepromBuffer[1] = 0;
   State.EepromBuffer[127] = 0;
   State.EepromBuffer[128] = 0;
-  const std::string memory = "デバイスから読み出した内容\n1 / 1024 word (1 %)\n2 / 128 byte (2 %)";
-  EXPECT_EQ(DescribeReadMemory(State), memory);
+  NoteRead(State, Memory::Flash, true);
+  NoteRead(State, Memory::Eeprom, true);
+  const std::string memory =
+      "コード : チップから読み出し  1 / 1024 word (1 %)\n"
+      "データ : チップから読み出し  2 / 128 byte (2 %)\n上書き保存の先 : ";
+  EXPECT_EQ(DescribeContent(State), memory + "なし");
   State.CodeFileName = kCodePath;
-  EXPECT_EQ(DescribeReadMemory(State), memory + "\n上書き保存の先 :\nprog.hex");
+  EXPECT_EQ(DescribeContent(State), memory + "prog.hex");
   State.DataFileName = kDataPath;
-  EXPECT_EQ(DescribeReadMemory(State), memory + "\n上書き保存の先 :\nprog.hex\nprog.eep");
+  EXPECT_EQ(DescribeContent(State), memory + "prog.hex、prog.eep");
 }
 
 TEST_F(FileSummary, GivesEachDoubtALine) {

@@ -1,6 +1,7 @@
 // The commands of the window's controls: that each does what it stands for, and what is said about
 // the files and memories afterwards.
 
+#include "image/buffer_content.h"
 #include "image/file_summary.h"
 #include "ops/command.h"
 #include "ops/commands.h"
@@ -149,6 +150,135 @@ TEST_F(EntryTest, ACellIsChangedByItsButton) {
   EXPECT_EQ(FlashBytes(2, 2), ToHex(Hex("12 34")));
 }
 
+// What the window says about the content of the buffers.
+
+struct ContentTest : EntryTest {
+  std::string Described() { return image::DescribeContent(State); }
+  void Open() { Press(ops::Cmd_btn_open_Click); }
+  void Edit(const char* address, const char* data) {
+    HandEdit.Address = address;
+    HandEdit.Data = data;
+    Press(ops::CmdWrite_Click);
+  }
+  static constexpr const char* kOpened =
+      "コード : prog.hex  2 / 512 word (1 %)\nデータ : prog.eep  1 / 64 byte (2 %)\n"
+      "上書き保存の先 : prog.hex、prog.eep";
+};
+
+TEST_F(ContentTest, AtTheStartThereIsNothingToSay) {
+  EXPECT_EQ(Described(), "");
+  EXPECT_FALSE(image::HoldsUnsavedContent(State));
+}
+
+TEST_F(ContentTest, OpenedFilesAreNamedAndASaveGoesBackToThem) {
+  Open();
+  EXPECT_EQ(Described(), kOpened);
+  EXPECT_FALSE(image::HoldsUnsavedContent(State));
+}
+
+TEST_F(ContentTest, AHandEditIsToldAndIsUnsavedUntilItIsSavedOrTakenBack) {
+  Open();
+  Edit("2", "1234");
+  EXPECT_EQ(Described(),
+            "コード : prog.hex を手で変更  3 / 512 word (1 %)\n"
+            "データ : prog.eep  1 / 64 byte (2 %)\n"
+            "上書き保存の先 : prog.hex (変更あり)、prog.eep");
+  EXPECT_TRUE(image::HoldsUnsavedContent(State));
+  Press(ops::Cmd_btn_save_Click);
+  EXPECT_EQ(Described(),
+            "コード : prog.hex  3 / 512 word (1 %)\nデータ : prog.eep  1 / 64 byte (2 %)\n"
+            "上書き保存の先 : prog.hex、prog.eep");
+  EXPECT_FALSE(image::HoldsUnsavedContent(State));
+  Edit("2", "FFFF");
+  EXPECT_TRUE(image::HoldsUnsavedContent(State));
+  Edit("2", "1234");
+  EXPECT_FALSE(image::HoldsUnsavedContent(State));
+}
+
+TEST_F(ContentTest, WithoutAFileAHandEditIsUnsavedToo) {
+  HandEdit.Flash = false;
+  Edit("1", "12");
+  EXPECT_EQ(Described(),
+            "コード : 空\nデータ : 手で入力した内容  1 / 64 byte (2 %)\n上書き保存の先 : なし");
+  EXPECT_TRUE(image::HoldsUnsavedContent(State));
+}
+
+TEST_F(ContentTest, ACellWrittenWithItsOwnValueIsNoChange) {
+  Open();
+  Edit("0", "940C");
+  EXPECT_EQ(Described(), kOpened);
+}
+
+TEST_F(ContentTest, BlankBuffersOverFilesWithContentAreNamedBeforeAndAfterTheSave) {
+  Open();
+  Press(ops::Combo_device_Click);
+  EXPECT_EQ(Described(),
+            "コード : 空 (デバイスの変更で消去)\nデータ : 空 (デバイスの変更で消去)\n"
+            "上書き保存の先 : prog.hex (変更あり)、prog.eep (変更あり)\n"
+            "⚠ 上書き保存すると prog.hex と prog.eep の内容は消えて空になります。");
+  EXPECT_FALSE(image::HoldsUnsavedContent(State)) << "what was blanked is in the files";
+  Press(ops::Cmd_btn_save_Click);
+  EXPECT_EQ(State.StatusText,
+            "ファイルを保存しました． prog.hex と prog.eep は空の内容になりました。");
+  EXPECT_EQ(Described(),
+            "コード : prog.hex  0 / 512 word (0 %)\nデータ : prog.eep  0 / 64 byte (0 %)\n"
+            "上書き保存の先 : prog.hex、prog.eep");
+  Press(ops::Cmd_btn_save_Click);
+  EXPECT_EQ(State.StatusText, "ファイルを保存しました．") << "they are blank already";
+}
+
+TEST_F(ContentTest, OnlyTheFileThatWouldBecomeEmptyIsNamed) {
+  Open();
+  std::ranges::fill(State.EepromBuffer, core::kBlank);
+  EXPECT_EQ(image::FilesThatASaveWouldEmpty(State), "prog.eep");
+  State.EepromBuffer[3] = 1;
+  EXPECT_EQ(image::FilesThatASaveWouldEmpty(State), "");
+}
+
+TEST_F(ContentTest, AClearedBufferAndAMissingFileAreToldAsWhatTheyAre) {
+  Open();
+  Press(ops::mnuPC_buffer_clear_Click);
+  EXPECT_THAT(Described(), StartsWith("コード : 空 (バッファーのクリア)\n"));
+  Files.Files.erase(kDataPath);
+  Open();
+  EXPECT_EQ(Described(),
+            "コード : prog.hex  2 / 512 word (1 %)\nデータ : 空 (prog.eep はありません)\n"
+            "上書き保存の先 : prog.hex、prog.eep");
+}
+
+TEST_F(ContentTest, AFileThatEndsBeforeItsEndIsAnotherThanTheBuffer) {
+  Files.Files[kCodePath] = ":020000000C945E\r\nbad\r\n:00000001FF\r\n";
+  Open();
+  const std::string text = Described();
+  EXPECT_THAT(text, StartsWith("コード : prog.hex  1 / 512 word (1 %)\n⚠ prog.hex : 2行目"));
+  EXPECT_THAT(text, HasSubstr("上書き保存の先 : prog.hex (変更あり)"));
+  EXPECT_TRUE(image::HoldsUnsavedContent(State));
+}
+
+TEST_F(ContentTest, AFileSavedUnderAnotherNameIsSavedAndLeavesWhereASaveGoes) {
+  Open();
+  Edit("2", "1234");
+  FileDialogs.Choice = "/files/copy.hex";
+  Press(ops::mnuFileSaveAs_Click);
+  EXPECT_FALSE(image::HoldsUnsavedContent(State));
+  EXPECT_THAT(Described(), HasSubstr("上書き保存の先 : prog.hex (変更あり)、prog.eep"));
+}
+
+TEST_F(ContentTest, ASaveThatFailsLeavesTheChangeUnsaved) {
+  Open();
+  Edit("2", "1234");
+  Files.Refused = {kCodePath, kDataPath};
+  Press(ops::Cmd_btn_save_Click);
+  EXPECT_TRUE(image::HoldsUnsavedContent(State));
+  EXPECT_THAT(Described(), HasSubstr("prog.hex (変更あり)"));
+}
+
+TEST_F(ContentTest, AChangeThatNobodyNotedIsToldAsThat) {
+  Open();
+  State.FlashBuffer[7] = 0x12;
+  EXPECT_THAT(Described(), StartsWith("コード : 途中で終わった処理の内容  3 / 512 word"));
+}
+
 // What a read leaves to say.
 
 TEST(ReadEntry, WhatWasReadIsNoFilesAnyMore) {
@@ -157,9 +287,11 @@ TEST(ReadEntry, WhatWasReadIsNoFilesAnyMore) {
   run.State.CodeInfo = "code";
   run.State.DataInfo = "data";
   ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
-  EXPECT_EQ(run.State.CodeInfo,
-            "デバイスから読み出した内容\n0 / 512 word (0 %)\n1 / 64 byte (2 %)");
+  EXPECT_EQ(run.State.CodeInfo, "");
   EXPECT_EQ(run.State.DataInfo, "");
+  EXPECT_EQ(image::DescribeContent(run.State),
+            "コード : チップから読み出し  0 / 512 word (0 %)\n"
+            "データ : チップから読み出し  1 / 64 byte (2 %)\n上書き保存の先 : なし");
 }
 
 TEST(ReadEntry, OneWordIsEnoughForThat) {
@@ -168,7 +300,9 @@ TEST(ReadEntry, OneWordIsEnoughForThat) {
   run.State.CodeInfo = "code";
   ops::RunCommand(run.Context, ops::Cmd_btn_read_Click);
   ASSERT_EQ(run.State.Command.FlashWordsRead, 1);
-  EXPECT_THAT(run.State.CodeInfo, StartsWith("デバイスから読み出した内容\n"));
+  EXPECT_EQ(run.State.CodeInfo, "");
+  EXPECT_THAT(image::DescribeContent(run.State),
+              StartsWith("コード : チップから途中まで読み出し "));
 }
 
 TEST(ReadEntry, AReadThatBringsNothingLeavesWhatIsSaidAboutTheFiles) {

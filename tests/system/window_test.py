@@ -205,6 +205,14 @@ class WindowCase(unittest.TestCase):
         choose_in_file_dialog("コードファイル ＆ データファイルを開く", self.path("code.hex"))
         wait_for("the file", lambda: text_of("ステータス") == "ファイルをオープンしました。")
 
+    def choose(self, node, index):
+        """Opens a list with the mouse and picks an item with the keys."""
+        click(node)
+        time.sleep(0.2)
+        subprocess.run(["xdotool", "key", "--delay", "20", "Home", *["Down"] * index, "Return"],
+                       check=True)
+        time.sleep(0.2)
+
     def wire(self):
         lines = self.read("log").decode().splitlines()
         return b"".join(bytes.fromhex(line[2:]) for line in lines if line.startswith("> "))
@@ -486,6 +494,116 @@ class WindowTest(WindowCase):
         self.assertEqual(window.wait(10), 0)
 
 
+def panel():
+    return text_of("ファイルの情報") or ""
+
+
+class FilePanelTest(WindowCase):
+    def test_the_panel_says_where_a_save_would_write_and_what_it_would_destroy(self):
+        self.start_board()
+        self.start_window()
+        self.assertEqual(panel(), "ファイルは開かれていません。")
+        self.open_file()
+        self.assertIn("コード : code.hex  300 / 4096 word", panel())
+        self.assertIn("データ : code.eep  40 / 512 byte", panel())
+        self.assertIn("上書き保存の先 : code.hex、code.eep", panel())
+        self.choose(find("AT90S8515", "combo box"), 12)
+        wait_for("the blank buffers", lambda: "コード : 空 (デバイスの変更で消去)" in panel())
+        self.assertIn("上書き保存の先 : code.hex (変更あり)、code.eep (変更あり)", panel())
+        self.assertIn("⚠ 上書き保存すると code.hex と code.eep の内容は消えて空になります。", panel())
+        click(find("セーブ", "push button"))
+        wait_for("the save", lambda: text_of("ステータス") == "ファイルを保存しました． "
+                 "code.hex と code.eep は空の内容になりました。")
+        self.assertNotIn("⚠", panel())
+
+    def test_what_is_not_in_any_file_marks_the_window(self):
+        def title():
+            return subprocess.run(["xdotool", "search", "--name", MAIN_TITLE, "getwindowname"],
+                                  capture_output=True, text=True).stdout.strip()
+
+        self.start_board()
+        self.start_window()
+        self.open_file()
+        self.assertFalse(title().endswith("*"))
+        for field, text in (("アドレス", "10"), ("データ", "1234")):
+            click(find(field, "text"))
+            keys("ctrl+a")
+            subprocess.run(["xdotool", "type", "--delay", "20", text], check=True)
+        click(find("バッファーへの書き込み", "push button"))
+        wait_for("the change", lambda: "コード : code.hex を手で変更" in panel())
+        self.assertIn("上書き保存の先 : code.hex (変更あり)、code.eep", panel())
+        wait_for("the mark", lambda: title().endswith("*"))
+        click(find("セーブ", "push button"))
+        wait_for("the save", lambda: text_of("ステータス") == "ファイルを保存しました．")
+        wait_for("the mark to go", lambda: not title().endswith("*"))
+        self.assertIn("上書き保存の先 : code.hex、code.eep", panel())
+
+
+class SocketTest(WindowCase):
+    def test_the_device_in_the_socket_is_offered_and_keeps_the_image(self):
+        self.start_board(device="AT90S2313")
+        self.start_window()
+        self.open_file()
+        shown = document("フラッシュプログラムメモリ")[:60]
+        click(find("ソケットのデバイスを調べる"))
+        wait_for("the answer",
+                 lambda: text_of("ステータス") == "ソケットのデバイスは AT90S2313 です。")
+        time.sleep(0.5)  # the menu opens at the button
+        keys("Down", "Return")
+        wait_for("the device", lambda: text_of("ステータス") == "デバイスを AT90S2313 に変更しました。"
+                 "バッファーの内容はそのままです。")
+        self.assertIn("コード : code.hex  300 / 1024 word", panel())
+        self.assertEqual(document("フラッシュプログラムメモリ")[:60], shown)
+        self.assertIsNotNone(find("AT90S2313", "combo box"))
+
+
+class PortTest(WindowCase):
+    def store_ports(self, asked):
+        """No port of the machine, but for the one that a test gives."""
+        config = os.environ["XDG_CONFIG_HOME"]
+        with open(os.path.join(config, "FenwrightV6.ini"), "w") as settings:
+            settings.write(f"[Settings]\ndevice={DEVICE_INDEX}\nIndex_Com_Flag={asked}\n[Ports]\n")
+            for number in range(1, 21):
+                settings.write(f"COM{number}=/dev/no-such-port-{number}\n")
+
+    def stored(self):
+        with open(os.path.join(os.environ["XDG_CONFIG_HOME"], "FenwrightV6.ini")) as settings:
+            return settings.read()
+
+    def test_the_search_finds_the_board_and_selects_its_port(self):
+        self.store_ports(asked=1)
+        self.start_board()
+        self.start([PROGRAM, "--folder", self.folder, "--port", "COM7=" + self.path("port")])
+        wait_for("the window", lambda: find("プログラム", "push button"))
+        click(find("COM", "push button"))
+        wait_for("the dialog", lambda: find("ライターを探す", "push button"))
+        self.choose(wait_for("the list", lambda: find("COM7", "combo box")), 0)
+        click(find("ライターを探す", "push button"))
+        wait_for("the board", lambda: text_of("ポートの状態") == "COM7 にライターが見つかりました。")
+        self.assertIsNotNone(find("COM7", "combo box"))
+        click(find("OK", "push button"))
+        wait_for("the port", lambda: text_of("COMポート") == "COM7")
+
+    def test_a_first_start_without_a_port_goes_on_with_the_simulated_board(self):
+        self.store_ports(asked=0)
+        self.start([PROGRAM, "--folder", self.folder])
+        wait_for("the dialog", lambda: find("ライターを探す", "push button"))
+        self.choose(wait_for("the list", lambda: find("????", "combo box")), 21)
+        self.assertIsNotNone(find("シミュレーション", "combo box"))
+        click(find("OK", "push button"))
+        wait_for("the window", lambda: find("ライターを探す", "push button") is None)
+        wait_for("the title", lambda: subprocess.run(
+            ["xdotool", "search", "--name", "シミュレーション"], capture_output=True).stdout)
+        message = find("OK", "push button")
+        if message:
+            click(message)
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT, 60)
+        self.assertIn("シミュレーション", self.read("_debug_avr.txt").decode("cp932"))
+        self.assertIn("Index_Com_Flag=0", self.stored())
+
+
 # The lists by their accessible names.
 CKSEL = "CKSEL リセットディレイセレクト"
 SUT = "SUT スタートアップタイムセレクト"
@@ -524,14 +642,6 @@ class FuseTest(WindowCase):
         label = wait_for(name, lambda: find(name, "label"))
         return next(relation.getTarget(0) for relation in label.getRelationSet()
                     if relation.getRelationType() == pyatspi.RELATION_LABEL_FOR)
-
-    def choose(self, node, index):
-        """Opens a list with the mouse and picks an item with the keys."""
-        click(node)
-        time.sleep(0.2)
-        subprocess.run(["xdotool", "key", "--delay", "20", "Home", *["Down"] * index, "Return"],
-                       check=True)
-        time.sleep(0.2)
 
     def byte_line(self):
         return text_of("書き込まれるバイト")

@@ -1,5 +1,6 @@
 #include "ui/com_dialog.h"
 
+#include "board/simulated_port_infos.h"
 #include "support/form_fakes.h"
 #include "ui/window_bench.h"
 
@@ -230,6 +231,180 @@ TEST_ON(WindowTest, ComDialogInTheProgram, AChosenPortThatGoesIsSaidInItsPanelsT
   ports.Ports[1] = {.Number = 1, .Path = "/dev/ttyUSB0", .Reason = "抜かれました。"};
   EXPECT_TRUE(QTest::qWaitFor([&] { return panel->toolTip() == "抜かれました。"; }, 5000));
   EXPECT_EQ(panel->text(), "COM1");
+}
+
+/// Ports of which a test says what they are.
+struct GivenPorts final : platform::PortInfos {
+  platform::PortInfo Describe(int number) override {
+    const auto found = Ports.find(number);
+    return found == Ports.end() ? platform::PortInfo{.Number = number} : found->second;
+  }
+  void Put(int number, PortState state, const char* description = "USB シリアル") {
+    Ports[number] = {.Number = number,
+                     .Path = "/dev/ttyUSB0",
+                     .Description = description,
+                     .State = state,
+                     .Reason = ""};
+  }
+  std::map<int, platform::PortInfo> Ports;
+};
+
+struct PortsBench {
+  GivenPorts Ports;
+};
+
+/// The dialog of a run on those ports, and a user in front of it.
+struct ComDialogOnPorts : PortsBench, WindowTest {
+  explicit ComDialogOnPorts(const std::vector<board::Fault>& faults = {})
+      : WindowTest({.Faults = faults, .Ports = &Ports}) {}
+  QComboBox* List() { return Find<QComboBox>(Run.ComPortDialog(), "Combo_com"); }
+  QPushButton* DialogButton(const char* name) {
+    return Find<QPushButton>(Run.ComPortDialog(), name);
+  }
+  std::string Beside(int item) {
+    return List()->itemData(item, Qt::UserRole).toString().toStdString();
+  }
+  std::string PortLine() {
+    return Find<QLabel>(Run.ComPortDialog(), "lblPort")->text().toStdString();
+  }
+  void InTheDialog(const std::function<void()>& user) {
+    QTimer::singleShot(0, &Run.ComPortDialog(), [this, user] {
+      user();
+      if (Run.ComPortDialog().isVisible()) Run.ComPortDialog().reject();
+    });
+    Press("Cmd_btn_comselect");
+  }
+};
+
+TEST_F(ComDialogOnPorts, EachItemSaysBesideItsOwnTextWhatItIs) {
+  Ports.Put(5, PortState::Usable, "USB-Serial CH340");
+  Ports.Put(6, PortState::Busy);
+  Ports.Put(7, PortState::NoPermission);
+  Start();
+  InTheDialog([this] {
+    EXPECT_EQ(List()->count(), 21);
+    EXPECT_EQ(List()->itemText(5), "COM5") << "the item's own text is the described one";
+    EXPECT_EQ(Beside(0), "");
+    EXPECT_EQ(Beside(5), "USB-Serial CH340、使用できます");
+    EXPECT_EQ(Beside(6), "USB シリアル、使用中");
+    EXPECT_EQ(Beside(7), "USB シリアル、使用の許可がありません");
+    EXPECT_EQ(Beside(1), "なし");
+    EXPECT_EQ(List()->itemData(5, Qt::AccessibleDescriptionRole),
+              "COM5 USB-Serial CH340、使用できます");
+  });
+}
+
+TEST_F(ComDialogOnPorts, WhatIsPluggedInOrOutShowsWhileTheDialogIsOpen) {
+  Ports.Put(5, PortState::Usable);
+  Start();
+  InTheDialog([this] {
+    Ports.Put(8, PortState::Usable);
+    EXPECT_TRUE(
+        QTest::qWaitFor([this] { return Beside(8) == "USB シリアル、使用できます"; }, 3000));
+    Ports.Ports.erase(8);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return Beside(8) == "なし"; }, 3000));
+  });
+}
+
+TEST_F(ComDialogOnPorts, TheSearchSelectsThePortOfTheBoardAndLeavesTheRestToOk) {
+  Ports.Put(5, PortState::Usable);
+  Start();
+  InTheDialog([this] {
+    EXPECT_EQ(List()->currentIndex(), 1);
+    DialogButton("cmdSearchBoard")->click();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return List()->currentIndex() == 5; }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return PortLine() == "COM5 にライターが見つかりました。"; }, 1000));
+    EXPECT_FALSE(Port.PortOpen());
+    EXPECT_EQ(Settings.Read("Settings", "ComNox"), "1") << "nothing is chosen before OK";
+    DialogButton("Command_ok")->click();
+  });
+  EXPECT_EQ(Settings.Read("Settings", "ComNox"), "5");
+  EXPECT_EQ(PanelText(Panel::Port), "COM5");
+}
+
+struct ComDialogWithoutABoard : ComDialogOnPorts {
+  ComDialogWithoutABoard() : ComDialogOnPorts({{.What = board::Fault::Kind::Silent}}) {}
+};
+
+TEST_F(ComDialogWithoutABoard, TheSearchSaysSo) {
+  Start();
+  InTheDialog([this] {
+    DialogButton("cmdSearchBoard")->click();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return PortLine().starts_with("使用できるポートがありません。"); }, 1000));
+    Ports.Put(5, PortState::Usable);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return Beside(5) != "なし"; }, 3000));
+    DialogButton("cmdSearchBoard")->click();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return PortLine().starts_with("ライターが見つかりませんでした。"); }, 5000));
+    EXPECT_EQ(List()->currentIndex(), 1);
+  });
+}
+
+TEST_F(ComDialogOnPorts, WithoutASimulationTheListEndsWithItsOwnItems) {
+  Start();
+  InTheDialog([this] { EXPECT_EQ(List()->itemText(List()->count() - 1), "COM20"); });
+}
+
+struct SimulationOffer : PortsBench, WindowTest {
+  SimulationOffer()
+      : WindowTest({.Ports = &Ports, .MakeSimulation = [](core::RunContext&) {
+                      const auto board = std::make_shared<board::SimulatedBoard>(
+                          board::SimulatedBoardOptions{.Chip = "ATtiny12L", .Baud = kInstantly});
+                      return SimulatedLines{
+                          .ProgrammerPort = std::make_unique<board::SimulatedSerialControl>(
+                              board, board::SteadyTimeSource()),
+                          .UpdaterPort = std::make_unique<board::SimulatedSerialControl>(
+                              board, board::SteadyTimeSource()),
+                          .Ports = std::make_unique<board::SimulatedPortInfos>()};
+                    }}) {
+    Settings.Write("Settings", "Index_Com_Flag", "0");
+    Settings.Write("Settings", "ComNox", "0");
+  }
+  QComboBox* List() { return Find<QComboBox>(Run.ComPortDialog(), "Combo_com"); }
+  /// The dialog of the first start, in which the user does something.
+  void StartWith(const std::function<void()>& user) {
+    QTimer::singleShot(50, &Run.ComPortDialog(), [this, user] {
+      user();
+      if (Run.ComPortDialog().isVisible()) Run.ComPortDialog().reject();
+    });
+    Start();
+  }
+};
+
+TEST_F(SimulationOffer, AFirstStartWithoutAUsablePortCanGoOnWithTheSimulatedBoard) {
+  Ports.Put(3, PortState::NoPermission);
+  StartWith([this] {
+    EXPECT_EQ(List()->count(), 22);
+    EXPECT_EQ(List()->itemText(21), "シミュレーション");
+    List()->setCurrentIndex(21);
+    Find<QPushButton>(Run.ComPortDialog(), "Command_ok")->click();
+  });
+  EXPECT_TRUE(Window().windowTitle().endsWith(" [シミュレーション]"));
+  EXPECT_THAT(CodePage.ToUtf8(Files.Files["/app/_debug_avr.txt"]), HasSubstr("シミュレーション"));
+  EXPECT_EQ(Settings.Read("Settings", "ComNox"), "0") << "the user's settings stay";
+  EXPECT_EQ(Settings.Read("Settings", "Index_Com_Flag"), "0") << "the next start asks again";
+  Dialogs.Choice = GivenHexFile(kProgramWords);
+  Press("Cmd_btn_open");
+  Press("Cmd_btn_program");
+  EXPECT_EQ(MessageText(), "ベリファイ　FLASH : OK / EEPROM : OK");
+  EXPECT_EQ(Port.Board().Socket().FlashWord(1), 0xFFFF) << "the line of before is left alone";
+}
+
+TEST_F(SimulationOffer, WithAUsablePortItIsNotOffered) {
+  Ports.Put(3, PortState::Usable);
+  StartWith([this] { EXPECT_EQ(List()->count(), 21); });
+  EXPECT_FALSE(Window().windowTitle().contains("シミュレーション"));
+}
+
+TEST_F(SimulationOffer, OfferedAndNotChosenItChangesNothing) {
+  StartWith([this] {
+    List()->setCurrentIndex(2);
+    Find<QPushButton>(Run.ComPortDialog(), "Command_cancel")->click();
+  });
+  EXPECT_FALSE(Window().windowTitle().contains("シミュレーション"));
+  EXPECT_EQ(Settings.Read("Settings", "Index_Com_Flag"), "1");
 }
 
 }  // namespace

@@ -217,6 +217,50 @@ TEST_F(FuseFrameTest, TheByteLineFollowsEveryChoice) {
   EXPECT_EQ(Frame().ByteLine()->text(), "Lock 0xFF");
 }
 
+TEST_F(FuseFrameTest, AFieldThatIsNotAtItsDefaultIsMarkedAndSaysWhatItDoes) {
+  PickDevice(kTiny26);
+  auto* const words = Named<QLabel>("lblFuseWords");
+  EXPECT_FALSE(words->isVisible());
+  const QImage before = List(Pllck)->grab().toImage();
+  Choose(Pllck, 0);
+  Choose(Eesave, 0);
+  EXPECT_TRUE(words->isVisible());
+  EXPECT_EQ(words->text().count('\n'), 1);
+  EXPECT_TRUE(words->text().startsWith("PLLCK 0 : ")) << words->text().toStdString();
+  EXPECT_TRUE(words->text().contains("\nEESAVE Enable : "));
+  EXPECT_TRUE(words->toolTip().contains("doc1477"));
+  EXPECT_TRUE(List(Pllck)->font().bold()) << "not by colour alone";
+  EXPECT_TRUE(List(Pllck)->accessibleDescription().contains("既定値 1 から変更"));
+  EXPECT_FALSE(List(Ckopt)->font().bold());
+  EXPECT_EQ(List(Ckopt)->accessibleDescription(), "");
+  Choose(Pllck, 1);
+  Choose(Eesave, 1);
+  EXPECT_FALSE(words->isVisible());
+  EXPECT_EQ(List(Pllck)->grab().toImage(), before);
+}
+
+TEST_F(FuseFrameTest, WhatAReadBringsIsMarkedWhereItDiffersFromTheDefaults) {
+  PickDevice(kTiny26);
+  Choose(Cksel, 4);
+  Choose(Boden, 0);
+  Frame().WriteButton()->click();
+  PickDevice(kTiny12);
+  PickDevice(kTiny26);
+  EXPECT_FALSE(List(Cksel)->font().bold());
+  Frame().ReadButton()->click();
+  for (const Field& field : kFields) {
+    const bool differs = field.List == Cksel || field.List == Boden;
+    EXPECT_EQ(List(field.List)->font().bold(), differs) << field.Control;
+  }
+}
+
+TEST_F(FuseFrameTest, TheTwoListsThatAreCaptionedAlikeSayWhichTheyAre) {
+  EXPECT_EQ(List(Ckopt)->accessibleName(), "CKOPT");
+  EXPECT_TRUE(List(Ckopt)->toolTip().startsWith("CKOPT "));
+  EXPECT_EQ(List(Pllck)->accessibleName(), "PLLCK");
+  EXPECT_TRUE(List(Pllck)->toolTip().startsWith("PLLCK "));
+}
+
 TEST_F(FuseFrameTest, TheButtonsReadAndWriteTheChip) {
   PickDevice(kTiny26);
   Choose(Cksel, 4);

@@ -83,6 +83,21 @@ TEST_F(MainWindowTest, TheCaptionNamesProgramAndVersion) {
             "New Fenwright Version " + std::string(core::kVersion));
 }
 
+TEST_F(MainWindowTest, ContentThatNoFileHoldsIsMarkedInTheCaptionTheSystemsOwnWay) {
+  const QString caption = window_.windowTitle();
+  EXPECT_FALSE(window_.isWindowModified());
+  state_.FlashWords = 512;
+  std::ranges::fill(state_.FlashBuffer, core::kBlank);
+  state_.FlashBuffer[3] = 0x12;
+  window_.ShowFileInfo();
+  EXPECT_TRUE(window_.isWindowModified());
+  EXPECT_EQ(window_.windowTitle(), caption + "[*]");
+  state_.FlashBuffer[3] = core::kBlank;
+  window_.ShowFileInfo();
+  EXPECT_FALSE(window_.isWindowModified());
+  EXPECT_EQ(window_.windowTitle(), caption);
+}
+
 TEST_F(MainWindowTest, ASimulatedRunSaysSoInTheCaption) {
   window_.MarkSimulated();
   EXPECT_TRUE(window_.windowTitle().endsWith(" [シミュレーション]"));
@@ -568,7 +583,7 @@ TEST_F(MainWindowTest, ALongStatusTextDoesNotWidenTheWindowAndStaysWholeInItsTip
 }
 
 TEST_F(MainWindowTest, ALongFileInfoBreaksInsideTheWindow) {
-  state_.CodeInfo = "/home/user/" + std::string(300, 'x') + ".hex\n使用量 512 / 512 word (100 %)";
+  state_.CodeFileName = "/home/user/" + std::string(300, 'x') + ".hex";
   window_.ShowFileInfo();
   auto* info = Find<QLabel>(window_, "lblFileInfo");
   // The change of height passes through several nested layouts, one turn each.

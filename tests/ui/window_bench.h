@@ -108,6 +108,7 @@ struct BenchOptions {
   platform::FileArchive* Archive = nullptr;
   platform::PortInfos* Ports = nullptr;
   platform::SingleInstance* Instance = nullptr;
+  std::function<SimulatedLines(core::RunContext&)> MakeSimulation{};
   std::function<std::unique_ptr<Taskbar>(QWidget&)> MakeTaskbar{};
 };
 
@@ -115,7 +116,8 @@ struct BenchOptions {
 /// the selected chip sits.
 class WindowBench {
  public:
-  explicit WindowBench(const BenchOptions& options = {})
+  WindowBench() : WindowBench(BenchOptions{}) {}
+  explicit WindowBench(const BenchOptions& options)
       : Board(std::make_shared<board::SimulatedBoard>(
             board::SimulatedBoardOptions{.Baud = options.Baud, .Faults = options.Faults})),
         Port(Board, options.Time),
@@ -131,6 +133,7 @@ class WindowBench {
              .MessageBoxes = &Boxes,
              .FileDialogs = options.Dialogs ? options.Dialogs : &Dialogs,
              .UpdaterPort = &UpdaterPort,
+             .MakeSimulation = options.MakeSimulation,
              .Shell = &Shell,
              .MakeTaskbar = options.MakeTaskbar,
              .ManualFolders = {"/opt/bin/", "/opt/share/"}}) {
@@ -198,7 +201,8 @@ class WindowBench {
 /// The bench is the test's own.
 struct WindowTest : Test, WindowBench {
   using WindowBench::Run;
-  using WindowBench::WindowBench;
+  WindowTest() = default;
+  explicit WindowTest(const BenchOptions& options) : WindowBench(options) {}
 };
 
 }  // namespace fenwright::ui

@@ -231,7 +231,10 @@ TEST(WindowRun, ClearingTheBuffersShowsBlankMemoryAndForgetsWhatIsSaidAboutTheFi
                   .startsWith("0000: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF "));
   EXPECT_EQ(bench.Run.Window().StatusPanel(screen::Panel::Status)->text(),
             "バッファーをクリアしました。");
-  EXPECT_EQ(FileInfo(bench).find("prog.hex"), std::string::npos);
+  EXPECT_EQ(FileInfo(bench),
+            "コード : 空 (バッファーのクリア)\nデータ : 空 (バッファーのクリア)\n"
+            "上書き保存の先 : prog.hex (変更あり)、prog.eep\n"
+            "⚠ 上書き保存すると prog.hex の内容は消えて空になります。");
 }
 
 TEST(WindowRun, AChipReadAndSavedIsTheFileThatWasProgrammed) {
@@ -247,8 +250,9 @@ TEST(WindowRun, AChipReadAndSavedIsTheFileThatWasProgrammed) {
   EXPECT_EQ(bench.Run.Window().StatusPanel(screen::Panel::Status)->text(),
             "プログラム・データメモリ、Ｆｕｓｅ・Ｌｏｃｋビットのリード終了しました。");
   EXPECT_EQ(FileInfo(bench),
-            "デバイスから読み出した内容\n400 / 512 word (79 %)\n0 / 64 byte (0 %)\n"
-            "上書き保存の先 :\nprog.hex\nprog.eep");
+            "コード : チップから読み出し  400 / 512 word (79 %)\n"
+            "データ : チップから読み出し  0 / 64 byte (0 %)\n"
+            "上書き保存の先 : prog.hex、prog.eep");
   bench.Dialogs.Choice = "/files/copy.hex";
   Choose(bench, "mnuFileSaveAs");
   EXPECT_EQ(bench.Dialogs.SaveRequests.size(), 1U);
@@ -286,7 +290,7 @@ TEST(WindowRun, SaveWritesTheOpenedFilesAndReloadBringsThemBack) {
   bench.Files.Files["/files/prog.hex"] = ":02000000CDAB86\r\n:00000001FF\r\n";
   Press(bench, "Cmd_btn_reload");
   EXPECT_TRUE(ViewText(bench, screen::View::Flash).startsWith("0000: ABCD FFFF "));
-  EXPECT_NE(FileInfo(bench).find("prog.hex\n1 / 512 word"), std::string::npos) << FileInfo(bench);
+  EXPECT_NE(FileInfo(bench).find("prog.hex  1 / 512 word"), std::string::npos) << FileInfo(bench);
 }
 
 TEST(WindowRun, TheVerifyButtonComparesAndShowsTheReport) {
@@ -318,14 +322,14 @@ TEST(WindowRun, OpeningOneFileKeepsWhatIsKnownAboutTheOther) {
   bench.Dialogs.Choice = "/files/table.eep";
   Choose(bench, "mnuFileOpenData");
   EXPECT_TRUE(ViewText(bench, screen::View::Eeprom).startsWith("0000: 11 AA FF "));
-  EXPECT_NE(FileInfo(bench).find("prog.hex\n400 / 512 word"), std::string::npos);
-  EXPECT_NE(FileInfo(bench).find("table.eep\n2 / 64 byte"), std::string::npos) << FileInfo(bench);
+  EXPECT_NE(FileInfo(bench).find("prog.hex  400 / 512 word"), std::string::npos);
+  EXPECT_NE(FileInfo(bench).find("table.eep  2 / 64 byte"), std::string::npos) << FileInfo(bench);
 
   bench.Files.Files["/files/other.hex"] = ":02000000CDAB86\r\n:00000001FF\r\n";
   bench.Dialogs.Choice = "/files/other.hex";
   Choose(bench, "mnuFileOpenCode");
   EXPECT_TRUE(ViewText(bench, screen::View::Flash).startsWith("0000: ABCD FFFF "));
-  EXPECT_NE(FileInfo(bench).find("other.hex\n1 / 512 word"), std::string::npos);
+  EXPECT_NE(FileInfo(bench).find("other.hex  1 / 512 word"), std::string::npos);
   EXPECT_NE(FileInfo(bench).find("table.eep"), std::string::npos);
 
   // A file of another kind is passed over.
@@ -343,7 +347,8 @@ TEST(WindowRun, AFileThatIsTooLargeIsToldInTheFileBoxAndBesideTheResult) {
   Press(bench, "Cmd_btn_open");
   const std::string doubt =
       "⚠ boot.hex : 65行目 : アドレス 0x0400 は ATtiny12L の容量(0x03FF まで)を超えています。";
-  EXPECT_EQ(FileInfo(bench).find("boot.hex\n4096 / 512 word\n" + doubt), 0U) << FileInfo(bench);
+  EXPECT_EQ(FileInfo(bench).find("コード : boot.hex  4096 / 512 word\n" + doubt), 0U)
+      << FileInfo(bench);
   Press(bench, "Cmd_btn_program");
   const std::string detail =
       Find<QLabel>(bench.Run.MessageDialog(), "lblDetail")->text().toStdString();
@@ -359,13 +364,20 @@ TEST(WindowRun, WithoutAFileTheFileBoxSaysSo) {
   Press(bench, "Cmd_btn_open");
   ASSERT_NE(FileInfo(bench), nothing);
   QTest::keyClick(bench.Run.Window().DeviceSelector(), Qt::Key_End);
-  EXPECT_EQ(FileInfo(bench), nothing) << "a change of the device discards the file";
+  EXPECT_EQ(FileInfo(bench),
+            "コード : 空 (デバイスの変更で消去)\nデータ : 空 (デバイスの変更で消去)\n"
+            "上書き保存の先 : prog.hex (変更あり)、prog.eep\n"
+            "⚠ 上書き保存すると prog.hex の内容は消えて空になります。")
+      << "a change of the device discards what was loaded; a save still goes to the file";
 
   Press(bench, "Cmd_btn_open");
   ASSERT_NE(FileInfo(bench), nothing);
   bench.Files.Files.erase("/files/prog.hex");
   Press(bench, "Cmd_btn_reload");
-  EXPECT_EQ(FileInfo(bench), nothing) << "the file is gone and the buffer blank";
+  EXPECT_EQ(FileInfo(bench),
+            "コード : 空 (prog.hex はありません)\nデータ : 空 (prog.eep はありません)\n"
+            "上書き保存の先 : prog.hex、prog.eep")
+      << "the file is gone and the buffer blank";
 }
 
 TEST(WindowRun, ACodeFileThatEndsAnOpenLeavesWhatIsKnownAboutTheDataFile) {
@@ -375,7 +387,7 @@ TEST(WindowRun, ACodeFileThatEndsAnOpenLeavesWhatIsKnownAboutTheDataFile) {
   bench.Files.Files["/files/far.hex"] = ":02FFFF000102FD\r\n";
   bench.Dialogs.Choice = "/files/far.hex";
   Press(bench, "Cmd_btn_open");
-  EXPECT_NE(FileInfo(bench).find("prog.eep\n2 / 64 byte"), std::string::npos) << FileInfo(bench);
+  EXPECT_NE(FileInfo(bench).find("prog.eep  2 / 64 byte"), std::string::npos) << FileInfo(bench);
   EXPECT_NE(
       FileInfo(bench).find("⚠ far.hex : 1行目 : アドレス 0x10000 がバッファの範囲を超えている"),
       std::string::npos)

@@ -144,6 +144,26 @@ TEST_ON(UpdateTest, UpdateDialogOpen, SaysWhatIsWrongWithTheFileAndTakesItAllThe
             "(Permission denied)");
 }
 
+TEST_ON(UpdateTest, UpdateDialogOpen, MentionsANameThatTheBoardsFilesDoNotHave) {
+  const std::string good = ":020000000102FB\r\n:00000001FF\r\n";
+  for (const char* path : {"/files/blink.hex", "/files/kvld.hex", "/files/kvld640.rom",
+                           "/kvld640/other.hex", "/files/xkvld640.hex"}) {
+    Files.Files[path] = good;
+    Chooser.Choice = path;
+    update::CmdOpen_Click(Context);
+    EXPECT_THAT(Dialog_Update.Detail, HasSubstr("このボードのファームウエアの名前 (kvldxxx.hex) "
+                                                "ではありません。"))
+        << path;
+    EXPECT_TRUE(Dialog_Update.UpdateEnabled) << "a file can have been renamed";
+  }
+  for (const char* path : {"/files/kvld638.hex", "/files/KVLD638.HEX"}) {
+    Files.Files[path] = good;
+    Chooser.Choice = path;
+    update::CmdOpen_Click(Context);
+    EXPECT_EQ(Dialog_Update.Detail, "") << path;
+  }
+}
+
 TEST_ON(UpdateTest, UpdateDialogOpen, NamesTheFirstRecordWithAnOddByteCount) {
   GivenFile(":020000000102FB\r\n:0300020011223395\r\n:01000600AB4E\r\n:00000001FF\r\n");
   Chooser.Choice = kUpdateFile;

@@ -9,6 +9,7 @@
 #include <functional>
 #include <iostream>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <QAbstractButton>
@@ -81,6 +82,18 @@ QImage VerifyFailed() {
   for (const std::uint32_t word : {0x12U, 0x1AU, 0x1BU}) {
     studio.Port().Board().Socket().SetFlashWord(word, 0xFFFF);
   }
+  studio.Press("Cmd_btn_verify");
+  studio.Run().MessageDialog().Close();
+  return Window(studio);
+}
+
+/// A verify in a window of that size, after programming, with a chip that differs or not.
+QImage InRoom(const QSize& size, bool spoilt) {
+  Studio studio;
+  studio.Run().Window().resize(size);
+  studio.Open(Studio::kCounterFile);
+  studio.Press("Cmd_btn_program");
+  if (spoilt) studio.Port().Board().Socket().SetFlashWord(0x12, 0xFFFF);
   studio.Press("Cmd_btn_verify");
   studio.Run().MessageDialog().Close();
   return Window(studio);
@@ -224,6 +237,16 @@ QImage Fuses(const std::string& device) {
   return Studio::Of(*Studio::Find("fraFuse"));
 }
 
+/// The settings with fuses that were changed, and what they do in words.
+QImage ChangedFuses() {
+  Studio studio({.Device = "ATtiny26L", .Chip = "ATtiny26L"});
+  for (const auto& [name, item] : {std::pair("Combo_CKSEL", 15), std::pair("Combo_PLLCK", 0),
+                                   std::pair("Combo_RSTDISABL", 0)}) {
+    dynamic_cast<QComboBox*>(Studio::Find(name))->setCurrentIndex(item);
+  }
+  return Window(studio);
+}
+
 /// Every picture that there is; a new window or state gets its row here.
 const std::vector<Picture>& Pictures() {
   static const std::vector<Picture> kPictures{
@@ -231,6 +254,18 @@ const std::vector<Picture>& Pictures() {
       {"window-program", Programmed},
       {"window-read", Read},
       {"window-verify", VerifyFailed},
+      {"window-verify-1024",
+       [] {
+         return InRoom({1024, 720}, true);
+       }},
+      {"window-verify-1366",
+       [] {
+         return InRoom({1366, 720}, true);
+       }},
+      {"window-verify-1600",
+       [] {
+         return InRoom({1600, 940}, false);
+       }},
       {"window-bad-file", BadFile},
       {"window-hand-edit", HandEdit},
       {"window-guide", WindowWithGuide},
@@ -254,6 +289,7 @@ const std::vector<Picture>& Pictures() {
       {"dialog-about", About},
       {"dialog-com", ComPort},
       {"dialog-update", FirmwareUpdate},
+      {"window-fuses", ChangedFuses},
       {"fuses", [] { return Fuses("ATtiny26L"); }},
   };
   return kPictures;

@@ -10,6 +10,10 @@ std::optional<std::string> RunSettingsStore::Read(std::string_view section,
 
 bool RunSettingsStore::Write(std::string_view section, std::string_view key,
                              std::string_view value) {
+  if (kept_to_this_run_) {
+    GiveForThisRun(section, key, value);
+    return true;
+  }
   given_.erase({std::string(section), std::string(key)});
   const bool written = stored_.Write(section, key, value);
   if (!written) write_failed_ = true;

@@ -25,6 +25,9 @@ class RunSettingsStore final : public SettingsStore {
 
   void GiveForThisRun(std::string_view section, std::string_view key, std::string_view value);
 
+  /// From now on what is written is this run's alone.
+  void KeepToThisRun() { kept_to_this_run_ = true; }
+
   /// True after the first value that the store below did not take.
   [[nodiscard]] bool WriteFailed() const { return write_failed_; }
 
@@ -32,6 +35,7 @@ class RunSettingsStore final : public SettingsStore {
   SettingsStore& stored_;
   std::map<std::pair<std::string, std::string>, std::string> given_;
   bool write_failed_ = false;
+  bool kept_to_this_run_ = false;
 };
 
 }  // namespace fenwright::platform

@@ -1,0 +1,105 @@
+#include "ops/socket_device.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "core/device_catalogue.h"
+#include "core/insertion_guide.h"
+#include "core/status.h"
+#include "core/trace_log.h"
+#include "link/board_commands.h"
+#include "link/detection.h"
+#include "link/serial_link.h"
+#include "link/socket_check.h"
+#include "ops/device_change.h"
+
+namespace fenwright::ops {
+namespace {
+
+/// Reads it in a frame of its own, as the signature check does.
+std::optional<link::Signature> ReadSignatureOnce(core::RunContext& context) {
+  std::int16_t& error = context.State.LinkError;
+  link::AvrExtendCommand(context, error);
+  if (error != 0) return std::nullopt;
+  link::EnterProgrammingMode(context, error);
+  constexpr double kSettleSeconds = 0.05;
+  link::Rest(context, kSettleSeconds);
+  const std::optional<link::Signature> signature = link::ReadChipSignature(context, error);
+  link::LeaveProgrammingMode(context, error);
+  return error == 0 ? signature : std::nullopt;
+}
+
+bool IsUsable(const link::Signature& signature) {
+  const auto is_wrong = [](std::uint8_t byte) { return byte == 0 || byte == 0xFF; };
+  return !is_wrong(signature.Vendor) && !is_wrong(signature.Family) && signature.Part != 0xFF;
+}
+
+std::vector<int> RowsOf(const link::Signature& signature) {
+  std::vector<int> rows;
+  const auto& catalogue = core::DeviceCatalogue();
+  for (std::size_t row = 0; row < catalogue.size(); ++row) {
+    const auto& own = catalogue[row].Signature;
+    if (own[0] == signature.Family && own[1] == signature.Part) {
+      rows.push_back(static_cast<int>(row));
+    }
+  }
+  return rows;
+}
+
+void Say(core::RunContext& context, const std::string& text) {
+  core::ShowStatus(context, text);
+  core::ShowMessage(context, text, screen::MessageMode::Notice);
+}
+
+bool HoldsMoreThanTheDevice(const std::vector<std::uint8_t>& buffer, std::int32_t bytes) {
+  const auto first = buffer.begin() + std::min<std::ptrdiff_t>(bytes, std::ssize(buffer));
+  return std::any_of(first, buffer.end(), [](std::uint8_t byte) { return byte != core::kBlank; });
+}
+
+}  // namespace
+
+std::vector<int> IdentifySocket(core::RunContext& context) {
+  core::TraceLog(context).AppendStartMarker();
+  context.State.Command.LinkReady = link::CheckProgrammerLink(context);
+  if (!context.State.Command.LinkReady) return {};
+  core::ShowMessage(context, "ソケットのデバイスを調べています.....", screen::MessageMode::Busy);
+  context.State.LinkError = 0;
+  const std::optional<link::Signature> signature = ReadSignatureOnce(context);
+  if (!signature || !IsUsable(*signature)) {
+    Say(context, "ソケットのデバイスを読み出せませんでした。");
+    return {};
+  }
+  const std::vector<int> rows = RowsOf(*signature);
+  if (rows.empty()) {
+    const std::string_view name = core::LookUpSignature(signature->Family, signature->Part);
+    Say(context, name.empty() ? "ソケットのデバイスは、選択できるデバイスではありません。"
+                              : "ソケットのデバイスは " + std::string(name) +
+                                    " です。選択できるデバイスではありません。");
+    return {};
+  }
+  const auto& found = core::DeviceCatalogue()[static_cast<std::size_t>(rows.front())];
+  core::ShowStatus(context, "ソケットのデバイスは " + std::string(found.ChipName) + " です。");
+  context.Screen.MessageDialog.Close();
+  return rows;
+}
+
+void PickDeviceKeepingBuffers(core::RunContext& context, int index) {
+  core::AppState& state = context.State;
+  context.Screen.DeviceForm.SetDeviceIndex(index);
+  ShowDeviceInfo(context);
+  core::RefreshInsertionGuide(context);
+  // What was said about the files was said for the device before.
+  state.CodeInfo.clear();
+  state.DataInfo.clear();
+  const bool too_large = HoldsMoreThanTheDevice(state.FlashBuffer, 2 * state.FlashWords) ||
+                         HoldsMoreThanTheDevice(state.EepromBuffer, state.EepromBytes);
+  core::ShowStatus(context,
+                   "デバイスを " + context.Screen.DeviceForm.DeviceText() +
+                       " に変更しました。バッファーの内容はそのままです。" +
+                       (too_large ? "デバイスの容量を超える部分は書き込まれません。" : ""));
+}
+
+}  // namespace fenwright::ops
