@@ -32,11 +32,6 @@ std::optional<link::Signature> ReadSignatureOnce(core::RunContext& context) {
   return error == 0 ? signature : std::nullopt;
 }
 
-bool IsUsable(const link::Signature& signature) {
-  const auto is_wrong = [](std::uint8_t byte) { return byte == 0 || byte == 0xFF; };
-  return !is_wrong(signature.Vendor) && !is_wrong(signature.Family) && signature.Part != 0xFF;
-}
-
 std::vector<int> RowsOf(const link::Signature& signature) {
   std::vector<int> rows;
   const auto& catalogue = core::DeviceCatalogue();
@@ -68,7 +63,7 @@ std::vector<int> IdentifySocket(core::RunContext& context) {
   core::ShowMessage(context, "ソケットのデバイスを調べています.....", screen::MessageMode::Busy);
   context.State.LinkError = 0;
   const std::optional<link::Signature> signature = ReadSignatureOnce(context);
-  if (!signature || !IsUsable(*signature)) {
+  if (!signature || !link::IsUsable(*signature)) {
     Say(context, "ソケットのデバイスを読み出せませんでした。");
     return {};
   }
