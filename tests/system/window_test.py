@@ -224,6 +224,24 @@ class WindowCase(unittest.TestCase):
         return int(colours)
 
 
+class SaveTest(WindowCase):
+    def test_a_save_leaves_the_old_content_in_the_users_folder(self):
+        self.start_board()
+        self.start_window()
+        self.open_file()
+        before = {name: self.read(name) for name in ("code.hex", "code.eep")}
+        click(find("セーブ", "push button"))
+        wait_for("the save", lambda: text_of("ステータス") == "ファイルを保存しました．")
+        folder = os.path.join(os.environ["XDG_DATA_HOME"], "FenwrightV6", "Backups")
+        copies = {}
+        for name in os.listdir(folder):
+            self.assertRegex(name, r"^\d{4}-\d\d-\d\d_\d\d-\d\d-\d\d code\.(hex|eep)$")
+            with open(os.path.join(folder, name), "rb") as file:
+                copies[name.split(" ", 1)[1]] = file.read()
+        self.assertEqual(copies, before)
+        self.assertNotEqual(self.read("code.hex"), before["code.hex"])
+
+
 class WindowTest(WindowCase):
     def test_a_user_opens_a_file_and_programs_a_chip(self):
         self.start_board()

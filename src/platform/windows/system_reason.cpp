@@ -7,6 +7,12 @@
 #include "platform/windows/wide_text.h"
 
 namespace fenwright::platform {
+namespace {
+
+/// ERROR_DISK_QUOTA_EXCEEDED, which not every header has.
+constexpr DWORD kDiskQuotaExceeded = 1295;
+
+}  // namespace
 
 std::string SystemReason(unsigned long error) {
   std::array<wchar_t, 1024> words{};
@@ -25,7 +31,7 @@ FailureCause CauseOf(unsigned long error) {
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
       return FailureCause::DiscFull;
-    case ERROR_DISK_QUOTA_EXCEEDED:
+    case kDiskQuotaExceeded:
     case ERROR_NOT_ENOUGH_QUOTA:
       return FailureCause::QuotaExceeded;
     case ERROR_ACCESS_DENIED:

@@ -15,8 +15,7 @@ TEST(FailureCauses, OfTheErrorsThatHappenAreKnown) {
   };
   for (const Row& row :
        {Row{ERROR_DISK_FULL, FailureCause::DiscFull},
-        Row{ERROR_HANDLE_DISK_FULL, FailureCause::DiscFull},
-        Row{ERROR_DISK_QUOTA_EXCEEDED, FailureCause::QuotaExceeded},
+        Row{ERROR_HANDLE_DISK_FULL, FailureCause::DiscFull}, Row{1295, FailureCause::QuotaExceeded},
         Row{ERROR_ACCESS_DENIED, FailureCause::AccessDenied},
         Row{ERROR_WRITE_PROTECT, FailureCause::ReadOnlyDisc},
         Row{ERROR_FILE_NOT_FOUND, FailureCause::NotFound},
