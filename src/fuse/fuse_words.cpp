@@ -113,7 +113,10 @@ std::vector<ChangedField> ChangedFields(std::string_view display_name, const Sel
     const int index = selected(list);
     const bool listed = index >= 0 && static_cast<std::size_t>(index) < options->Items.size();
     if (!listed || index == options->DefaultIndex) continue;
-    const WordRow* const row = RowOf(list, display_name, index);
+    // With PLLCK programmed the table of the clock sources does not hold.
+    const bool from_pll = list == FuseList::Cksel && HasField(layout, FuseList::Pllck) &&
+                          selected(FuseList::Pllck) == 0;
+    const WordRow* const row = from_pll ? nullptr : RowOf(list, display_name, index);
     const std::string item(options->Items[static_cast<std::size_t>(index)]);
     const std::string name = std::string(SheetName(list)) + " " + item;
     changed.push_back(

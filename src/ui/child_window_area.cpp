@@ -1,5 +1,7 @@
 #include "ui/child_window_area.h"
 
+#include <cstdlib>
+
 #include <QStyle>
 #include <QTextEdit>
 
@@ -22,6 +24,15 @@ ViewPlaces FirstPlaces() {
 
 bool IsInItsOwnSize(const ChildWindow& child) {
   return !child.isMinimized() && !child.isMaximized() && !child.isShaded();
+}
+
+/// The bars around the area can be a pixel higher from one run to the next.
+bool IsNear(const QRect& one, const QRect& other) {
+  constexpr int kPixels = 3;
+  return std::abs(one.left() - other.left()) <= kPixels &&
+         std::abs(one.top() - other.top()) <= kPixels &&
+         std::abs(one.right() - other.right()) <= kPixels &&
+         std::abs(one.bottom() - other.bottom()) <= kPixels;
 }
 
 bool IsSeen(const ChildWindow& child) { return !child.isHidden() && !child.isMinimized(); }
@@ -75,7 +86,7 @@ ViewPlaces ChildWindowArea::Places() const {
 /// Where it got its place from here, or would get this one: then the user has not moved it.
 bool ChildWindowArea::StandsAt(const ChildWindow& child, const QRect& place) const {
   const QRect now = IsInItsOwnSize(child) ? child.geometry() : child.NormalPlace();
-  return now == given_.at(&child) || now == place;
+  return now == given_.at(&child) || IsNear(now, place);
 }
 
 /// A stored place can be from a time with or without the guide beside the views.

@@ -233,7 +233,10 @@ void ComDialog::Search() {
   try {
     found = search_(items);
   } catch (...) {
+    // The command ends here, and the dialog with it.
     setEnabled(true);
+    refresh_.stop();
+    hide();
     throw;
   }
   setEnabled(true);

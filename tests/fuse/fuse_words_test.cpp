@@ -76,6 +76,15 @@ TEST(FuseWords, CkoptAndPllckAreToldApart) {
   EXPECT_EQ(changed[0].Default, "1");
 }
 
+TEST(FuseWords, WithThePllNoOtherClockSourceIsNamed) {
+  const std::vector<ChangedField> changed =
+      Changed("ATtiny26L", {{FuseList::Cksel, 15}, {FuseList::Pllck, 0}});
+  ASSERT_EQ(changed.size(), 2U);
+  EXPECT_EQ(changed[0].Words, "CKSEL 1111");
+  EXPECT_EQ(changed[0].Source, "");
+  EXPECT_THAT(changed[1].Words, HasSubstr("内蔵PLL"));
+}
+
 TEST(FuseWords, ClockSourcesAreThoseOfTheDataSheetsWhichAreNamed) {
   struct Row {
     const char* Device;

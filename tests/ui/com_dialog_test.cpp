@@ -1,6 +1,7 @@
 #include "ui/com_dialog.h"
 
 #include "board/simulated_port_infos.h"
+#include "core/command_end.h"
 #include "support/form_fakes.h"
 #include "ui/window_bench.h"
 
@@ -155,6 +156,13 @@ void ChooseAndPress(ComDialog& dialog, int index, const char* button) {
   Find<QPushButton>(dialog, button)->click();
 }
 
+TEST_ON(DialogBench, ComDialog, ASearchThatEndsTheCommandTakesTheDialogAlong) {
+  Dialog.SetSearch([](const std::vector<int>&) -> int { throw core::CommandEnd{}; });
+  EXPECT_THROW(WaitWhile([&] { Get<QPushButton>("cmdSearchBoard")->click(); }), core::CommandEnd);
+  EXPECT_FALSE(Dialog.isVisible());
+  EXPECT_TRUE(Dialog.isEnabled());
+}
+
 TEST_ON(WindowTest, ComDialogInTheProgram, TheButtonOpensItAndTheChosenPortIsChecked) {
   Start();
   WhenTheDialogIsOpen(*this, [](ComDialog& dialog) {
@@ -267,6 +275,21 @@ struct ComDialogOnPorts : PortsBench, WindowTest {
   std::string PortLine() {
     return Find<QLabel>(Run.ComPortDialog(), "lblPort")->text().toStdString();
   }
+  /// A user who goes on to the next step when one is done; between them the dialog works.
+  void StepByStep(const std::vector<std::function<bool()>>& steps) {
+    std::size_t done = 0;
+    int looks = 0;
+    constexpr int kMostLooks = 500;
+    QTimer user;
+    QObject::connect(&user, &QTimer::timeout, &user, [&] {
+      if (!Run.ComPortDialog().isVisible() || !Run.ComPortDialog().isEnabled()) return;
+      if (done == steps.size() || ++looks > kMostLooks) return Run.ComPortDialog().reject();
+      if (steps.at(done)()) ++done;
+    });
+    user.start(20);
+    Press("Cmd_btn_comselect");
+    EXPECT_EQ(done, steps.size());
+  }
   void InTheDialog(const std::function<void()>& user) {
     QTimer::singleShot(0, &Run.ComPortDialog(), [this, user] {
       user();
@@ -309,16 +332,20 @@ TEST_F(ComDialogOnPorts, WhatIsPluggedInOrOutShowsWhileTheDialogIsOpen) {
 TEST_F(ComDialogOnPorts, TheSearchSelectsThePortOfTheBoardAndLeavesTheRestToOk) {
   Ports.Put(5, PortState::Usable);
   Start();
-  InTheDialog([this] {
-    EXPECT_EQ(List()->currentIndex(), 1);
-    DialogButton("cmdSearchBoard")->click();
-    EXPECT_TRUE(QTest::qWaitFor([this] { return List()->currentIndex() == 5; }, 5000));
-    EXPECT_TRUE(QTest::qWaitFor(
-        [this] { return PortLine() == "COM5 にライターが見つかりました。"; }, 1000));
-    EXPECT_FALSE(Port.PortOpen());
-    EXPECT_EQ(Settings.Read("Settings", "ComNox"), "1") << "nothing is chosen before OK";
-    DialogButton("Command_ok")->click();
-  });
+  StepByStep({[this] {
+                EXPECT_EQ(List()->currentIndex(), 1);
+                DialogButton("cmdSearchBoard")->click();
+                return true;
+              },
+              [this] { return PortLine() == "COM5 にライターが見つかりました。"; },
+              [this] {
+                EXPECT_EQ(List()->currentIndex(), 5);
+                EXPECT_FALSE(Port.PortOpen());
+                EXPECT_EQ(Settings.Read("Settings", "ComNox"), "1")
+                    << "nothing is chosen before OK";
+                DialogButton("Command_ok")->click();
+                return true;
+              }});
   EXPECT_EQ(Settings.Read("Settings", "ComNox"), "5");
   EXPECT_EQ(PanelText(Panel::Port), "COM5");
 }
@@ -329,17 +356,21 @@ struct ComDialogWithoutABoard : ComDialogOnPorts {
 
 TEST_F(ComDialogWithoutABoard, TheSearchSaysSo) {
   Start();
-  InTheDialog([this] {
+  const auto search = [this] {
     DialogButton("cmdSearchBoard")->click();
-    EXPECT_TRUE(QTest::qWaitFor(
-        [this] { return PortLine().starts_with("使用できるポートがありません。"); }, 1000));
-    Ports.Put(5, PortState::Usable);
-    EXPECT_TRUE(QTest::qWaitFor([this] { return Beside(5) != "なし"; }, 3000));
-    DialogButton("cmdSearchBoard")->click();
-    EXPECT_TRUE(QTest::qWaitFor(
-        [this] { return PortLine().starts_with("ライターが見つかりませんでした。"); }, 5000));
-    EXPECT_EQ(List()->currentIndex(), 1);
-  });
+    return true;
+  };
+  StepByStep({search, [this] { return PortLine().starts_with("使用できるポートがありません。"); },
+              [this] {
+                Ports.Put(5, PortState::Usable);
+                return true;
+              },
+              [this] { return Beside(5) != "なし"; }, search,
+              [this] { return PortLine().starts_with("ライターが見つかりませんでした。"); },
+              [this] {
+                EXPECT_EQ(List()->currentIndex(), 1);
+                return true;
+              }});
 }
 
 TEST_F(ComDialogOnPorts, WithoutASimulationTheListEndsWithItsOwnItems) {
@@ -367,7 +398,9 @@ struct SimulationOffer : PortsBench, WindowTest {
   void StartWith(const std::function<void()>& user) {
     QTimer::singleShot(50, &Run.ComPortDialog(), [this, user] {
       user();
-      if (Run.ComPortDialog().isVisible()) Run.ComPortDialog().reject();
+      QTimer::singleShot(500, &Run.ComPortDialog(), [this] {
+        if (Run.ComPortDialog().isVisible()) Run.ComPortDialog().reject();
+      });
     });
     Start();
   }
