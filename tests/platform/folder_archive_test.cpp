@@ -45,9 +45,10 @@ class Backups : public TheSystemsFiles {
 };
 
 TEST_F(Backups, ACopyHasTheTimeAndTheOriginalsName) {
-  EXPECT_EQ(Keep("prog.hex", "old\r\n\0content"), "2005-03-14_12-34-56 prog.hex");
-  EXPECT_EQ(ContentOf(InFolder("2005-03-14_12-34-56 prog.hex")), "old\r\n\0content");
-  EXPECT_EQ(ContentOf(Path("prog.hex")), "old\r\n\0content") << "the original stays";
+  const std::string content = "old\r\n" + std::string(2, '\0') + "content";
+  EXPECT_EQ(Keep("prog.hex", content), "2005-03-14_12-34-56 prog.hex");
+  EXPECT_EQ(ContentOf(InFolder("2005-03-14_12-34-56 prog.hex")), content);
+  EXPECT_EQ(ContentOf(Path("prog.hex")), content) << "the original stays";
 }
 
 TEST_F(Backups, ALargeFileIsKeptWhole) {

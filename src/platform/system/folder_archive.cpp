@@ -185,8 +185,9 @@ FileResult FolderArchive::Copy(const std::string& path, std::string& copy) {
   const std::string name(ShortName(ToUtf8(ToPath(path).filename()), kMostOfName));
   const int first = NextNumber(CopiesIn(folder), stamp, name);
   for (int number = first; number < first + kAttempts; ++number) {
-    const std::string counted = number == 1 ? stamp : stamp + "_" + std::to_string(number);
-    const std::string wanted = ToUtf8(folder / ToPath(counted + " " + name));
+    std::string counted = stamp;
+    if (number > 1) counted += "_" + std::to_string(number);
+    const std::string wanted = ToUtf8(folder / ToPath(counted.append(" ").append(name)));
     OpenFile made(wanted, Way::Private);
     result = made.Result();
     if (result.Cause == FailureCause::Exists) continue;

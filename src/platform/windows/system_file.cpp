@@ -179,6 +179,7 @@ FileResult Exchange(const std::string& from, const std::string& to) {
   constexpr DWORD kMoveFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
   const std::wstring source = SystemPath(from);
   const std::wstring target = SystemPath(to);
+  const DWORD attributes = GetFileAttributesW(target.c_str());
   const DWORD error = TryPatiently(target, [&] {
     // The first takes over what the old file was allowed to whom; it needs an old file, and not
     // every kind of disc has it.
@@ -187,6 +188,10 @@ FileResult Exchange(const std::string& from, const std::string& to) {
                         nullptr) != 0 ||
            MoveFileExW(source.c_str(), target.c_str(), kMoveFlags) != 0;
   });
+  // Hidden, say.
+  if (error == ERROR_SUCCESS && attributes != INVALID_FILE_ATTRIBUTES) {
+    SetFileAttributesW(target.c_str(), attributes);
+  }
   return ResultOf(error);
 }
 
