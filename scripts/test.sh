@@ -103,6 +103,7 @@ if [[ $extent != tidy ]]; then
   stage "tests (dev)" run_tests dev
 fi
 if [[ $extent == full ]]; then
+  stage "hardening" "$script_dir/check-hardening.sh" build/dev
   stage "scripts" check_scripts
   stage "tests (asan)" run_sanitized_tests
 fi
