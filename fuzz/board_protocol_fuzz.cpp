@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "board/board_state.h"
 #include "board/chip_models.h"
 #include "fuzz/input.h"
-#include "fuzz/require.h"
+#include "fuzz/same_boards.h"
 
 namespace fenwright::fuzz {
 namespace {
@@ -30,14 +29,6 @@ std::vector<board::Fault> FaultsFrom(Input& input) {
     faults.push_back(*fault);
   }
   return faults;
-}
-
-void CheckState(const SimulatedBoard& board) {
-  const std::string state = board::FormatState(board);
-  SimulatedBoard other(board::SimulatedBoardOptions{});
-  std::string error;
-  Require(board::ParseState(state, other, error), "a board's state can be read");
-  Require(board::FormatState(other) == state, "another board takes over the whole state");
 }
 
 void Try(Input input) {
@@ -63,7 +54,7 @@ void Try(Input input) {
   Require(received <= 40 * sent, "no command is answered without an end");
   const auto due = board.NextDue();
   Require(!due || *due >= now || board.HungUp(), "what was due has been taken");
-  CheckState(board);
+  RequireKeepsItsState(board);
   if (board.HungUp()) board.PlugIn();
   board.Protocol().Restart();
   Require(!board.Protocol().InProgrammingMode(), "after power-on no chip is held");

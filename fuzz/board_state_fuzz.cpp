@@ -1,9 +1,8 @@
 // State files of the simulated board, however they have been edited: each is taken or refused with
 // a reason, and what was taken is kept as it is from then on.
 
-#include "board/board_state.h"
 #include "fuzz/input.h"
-#include "fuzz/require.h"
+#include "fuzz/same_boards.h"
 
 namespace fenwright::fuzz {
 namespace {
@@ -16,10 +15,7 @@ void Try(const std::string& text) {
     return;
   }
   Require(error.empty(), "what is taken has no error");
-  const std::string state = board::FormatState(board);
-  board::SimulatedBoard other(board::SimulatedBoardOptions{});
-  Require(board::ParseState(state, other, error), "a board's state can be read");
-  Require(board::FormatState(other) == state, "a state that was kept is the same when read again");
+  RequireKeepsItsState(board);
 }
 
 }  // namespace

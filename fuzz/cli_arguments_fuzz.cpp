@@ -45,11 +45,11 @@ void CheckPort(const std::string& text) {
   Require(!port || (port->Number >= 1 && port->Number <= 256), "a port has a number");
 }
 
-void Try(const std::string& text) {
+void CheckCall(const std::vector<std::string>& arguments) {
   cli::CommandLine line;
   std::ostringstream output;
   std::ostringstream errors;
-  const auto ended = line.Read(ArgumentsOf(text), output, errors);
+  const auto ended = line.Read(arguments, output, errors);
   if (ended == ExitCode::Success) {
     Require(!output.str().empty() && errors.str().empty(), "help is printed to standard output");
     return;
@@ -61,9 +61,18 @@ void Try(const std::string& text) {
   }
   Require(output.str().empty() && errors.str().empty(), "a good call prints nothing by itself");
   const cli::Options& options = line.Common();
-  for (const std::string& form : options.Faults) CheckFault(form);
-  CheckDevice(options.Device);
-  CheckPort(options.Port);
+  Require(options.Simulate || (options.SimulateChip.empty() && options.Faults.empty()),
+          "what is simulated takes --simulate");
+}
+
+void Try(const std::string& text) {
+  const std::vector<std::string> arguments = ArgumentsOf(text);
+  CheckCall(arguments);
+  for (const std::string& argument : arguments) {
+    CheckFault(argument);
+    CheckDevice(argument);
+    CheckPort(argument);
+  }
 }
 
 }  // namespace

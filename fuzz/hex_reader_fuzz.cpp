@@ -87,7 +87,8 @@ Expected ReadSimply(std::string_view content, const Case& tried) {
 void CompareMeaning(const PlainImage& meaning, const std::vector<std::uint8_t>& buffer,
                     const Case& tried) {
   Require(meaning.IsWhole, "what is no whole HEX file is refused");
-  Require(meaning.HasEnd, "a file without its end, or with data behind it, is refused");
+  Require(meaning.HasEnd && !meaning.HasDataBehindEnd,
+          "a file without its end, or with data behind it, is refused");
   Require(meaning.HasData || !tried.IsCode, "a code file without data is refused");
   for (std::size_t address = 0; address < tried.ChipBytes; ++address) {
     const auto given = meaning.Bytes.find(address);
@@ -101,8 +102,9 @@ void CompareMeaning(const PlainImage& meaning, const std::vector<std::uint8_t>& 
 }
 
 bool IsFaultless(const PlainImage& meaning, const Case& tried) {
-  if (!meaning.IsWhole || !meaning.HasEnd || meaning.HasSmallDigits || meaning.HasOffset ||
-      meaning.HasGap || meaning.IsAcrossTheTop || (tried.IsCode && !meaning.HasData)) {
+  if (!meaning.IsWhole || !meaning.HasEnd || meaning.HasDataBehindEnd || meaning.HasSmallDigits ||
+      meaning.HasOffset || meaning.HasGap || meaning.IsAcrossTheTop ||
+      (tried.IsCode && !meaning.HasData)) {
     return false;
   }
   return std::ranges::all_of(meaning.Bytes, [&tried](const auto& cell) {

@@ -76,7 +76,7 @@ class PlainReader {
     const bool small = HasSmallLetter(line.substr(0, type == 0 ? data_end : 9));
     image_.HasSmallDigits = image_.HasSmallDigits || small;
     if (!AddsUp(line, pairs)) return false;
-    if (type == 1) ended_ = image_.HasEnd = true;
+    if (type == 1) image_.HasEnd = true;
     if (type == 2 || type == 4) SetBase(type, data);
     return type != 0 || TakeData(address, data);
   }
@@ -100,7 +100,7 @@ class PlainReader {
   bool TakeData(unsigned address, const std::vector<std::uint8_t>& data) {
     if (data.empty()) return true;
     image_.HasData = true;
-    if (ended_) image_.HasEnd = false;
+    if (image_.HasEnd) image_.HasDataBehindEnd = true;
     if (base_ != 0) image_.HasOffset = true;
     if (address + data.size() > 0x10000) image_.IsAcrossTheTop = true;
     for (std::size_t i = 0; i < data.size(); ++i) {
@@ -112,7 +112,6 @@ class PlainReader {
 
   PlainImage image_;
   std::uint64_t base_ = 0;
-  bool ended_ = false;
 };
 
 }  // namespace

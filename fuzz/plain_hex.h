@@ -17,8 +17,9 @@ std::vector<std::string> LinesOf(std::string_view content);
 struct PlainImage {
   bool IsWhole = true;  ///< each line is a record that adds up, and none contradicts another
   std::map<std::uint64_t, std::uint8_t> Bytes;
-  bool HasData = false;         ///< a data record with a byte in it
-  bool HasEnd = false;          ///< an end record, and no data behind it
+  bool HasData = false;  ///< a data record with a byte in it
+  bool HasEnd = false;   ///< an end record
+  bool HasDataBehindEnd = false;
   bool HasOffset = false;       ///< data behind an extended address other than 0
   bool HasSmallDigits = false;  ///< digits "a" to "f" where a reader of capitals looks
   bool HasGap = false;          ///< a blank line in front of a record

@@ -72,7 +72,8 @@ Expected Read(std::string_view content) {
 /// What a file without a fault means is in the board, word by word.
 void CompareMeaning(const std::string& content, const board::FirmwareImage& firmware) {
   const PlainImage meaning = ReadPlainly(content);
-  Require(meaning.IsWhole && meaning.HasEnd && meaning.HasData && !meaning.HasOffset,
+  Require(meaning.IsWhole && meaning.HasEnd && meaning.HasData && !meaning.HasDataBehindEnd &&
+              !meaning.HasOffset,
           "a file that cannot be meant has a fault");
   for (const auto& [address, byte] : meaning.Bytes) {
     const auto word = static_cast<int>(address / 2);
