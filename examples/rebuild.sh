@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Builds every example from its source with avr-gcc.
+# Builds every example from its source with avr-gcc, and the HEX files in tests/image/tool_chains,
+# which are of all the kinds that tool chains make.
 #
-#   examples/rebuild.sh           rewrites the HEX and EEP files beside the sources
+#   examples/rebuild.sh           rewrites the files beside the sources
 #   examples/rebuild.sh --check   changes nothing and fails when a committed file is out of date
 set -euo pipefail
 
 examples_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+tool_chains_dir=$examples_dir/../tests/image/tool_chains
 
 usage() { echo "usage: $(basename "$0") [--check]" >&2; }
 
@@ -72,6 +74,43 @@ install_example() {
   done
 }
 
+# build_tool_chain_files: leaves in $work/tool_chains what the two memories of a program hold
+# (code.bin, data.bin) and the files that others make of them.
+build_tool_chain_files() {
+  local out=$work/tool_chains elf=$work/settings.elf
+  mkdir "$out"
+  build_c "$tool_chains_dir/settings.c" at90s8515 "$elf"
+  avr-objcopy -O binary -R .eeprom "$elf" "$out/code.bin"
+  avr-objcopy -O binary -j .eeprom --change-section-lma .eeprom=0 "$elf" "$out/data.bin"
+
+  # Records as the linker's sections come, CR LF. What most people type first has the EEPROM behind
+  # an extended linear address.
+  avr-objcopy -O ihex "$elf" "$out/all-sections.hex"
+  avr-objcopy -O ihex -R .eeprom "$elf" "$out/code.hex"
+  avr-objcopy -O ihex -R .eeprom --set-start 0x10 "$elf" "$out/start-segment.hex"
+  avr-objcopy -O ihex -j .eeprom --set-section-flags=.eeprom=alloc,load \
+    --change-section-lma .eeprom=0 "$elf" "$out/data.eep"
+
+  # 32 bytes a record, LF.
+  local code=("$out/code.bin" -binary)
+  srec_cat "${code[@]}" -o "$out/lf.hex" -intel -address-length=2
+  srec_cat "${code[@]}" -o "$out/segment.hex" -intel -address-length=3
+  srec_cat "${code[@]}" -o "$out/linear.hex" -intel -address-length=4
+  srec_cat "${code[@]}" -o "$out/start-linear.hex" -intel -execution-start-address=0
+  srec_cat "${code[@]}" -offset 0x10000 -o "$out/far-segment.hex" -intel -address-length=3
+  srec_cat "${code[@]}" -offset 0x10000 -o "$out/far-linear.hex" -intel -address-length=4
+  srec_cat "${code[@]}" -offset 0x7000 -o "$out/boot-loader.hex" -intel -address-length=2
+  srec_cat "${code[@]}" -crop 0 227 -o "$out/odd.hex" -intel -address-length=2 \
+    -output-block-size=7
+  srec_cat "$out/data.bin" -binary -o "$out/lf.eep" -intel -address-length=2
+}
+
+check_tool_chain_files() {
+  if diff -rq --exclude=settings.c "$work/tool_chains" "$tool_chains_dir"; then return 0; fi
+  echo "out of date: tests/image/tool_chains" >&2
+  return 1
+}
+
 check=0
 case "${1-}" in
   '') ;;
@@ -98,6 +137,14 @@ blink          at90s8515
 counter-eeprom at90s8515
 toggle-tiny12  attiny12
 END
+
+build_tool_chain_files
+if ((check)); then
+  check_tool_chain_files || status=1
+else
+  install -m 644 "$work"/tool_chains/* "$tool_chains_dir"
+  echo "built tests/image/tool_chains"
+fi
 
 if ((check && status == 0)); then
   echo "examples: every HEX and EEP file is what its source gives"

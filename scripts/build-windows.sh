@@ -69,6 +69,7 @@ done
 if [[ -f build/dev/apps/fenwright/$manual ]]; then
   cp "build/dev/apps/fenwright/$manual" "$folder/"
 fi
+"$script_dir/check-hardening.sh" "$build_dir" "$folder"/*.exe
 windows_text packaging/windows/readme_fenwright.txt >"$folder/readme_fenwright.txt"
 while IFS= read -r file; do
   mkdir -p "$folder/$(dirname "$file")"

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Checks everything: format, layers, examples, the tests with GCC, the tests again under the address
-# and undefined-behaviour sanitizers, and the second compiler with clang-tidy.
+# Tests the system: format, layers, one build and all its tests.
 #
-#   scripts/test.sh [--quick | --tidy]
+#   scripts/test.sh [--full | --tidy]
 #
-#   --quick    format, layers, and the tests of the dev preset
+#   --full     besides: the scripts themselves, what the programs are hardened with, the tests under
+#              the address and undefined-behaviour sanitizers, the second compiler with clang-tidy,
+#              and the fuzzers
 #   --tidy     clang with clang-tidy alone
 #
 # A stage that fails does not stop the ones after it; the script ends with a summary and fails when
@@ -17,13 +18,13 @@ source "$script_dir/lib.sh"
 cd "$repo_root"
 
 usage() {
-  sed -n '5,8s/^# \{0,1\}//p' "$script_dir/test.sh"
+  sed -n '4,9s/^# \{0,1\}//p' "$script_dir/test.sh"
 }
 
-extent=full
+extent=usual
 for argument in "$@"; do
   case "$argument" in
-    --quick | --tidy) extent=${argument#--} ;;
+    --full | --tidy) extent=${argument#--} ;;
     --help | -h)
       usage
       exit 0
@@ -50,7 +51,7 @@ stage() {
 
 check_format() {
   local files
-  mapfile -d '' files < <(find src apps tools tests bench \( -name '*.cpp' -o -name '*.h' \) -print0)
+  mapfile -d '' files < <(find src apps tools tests bench fuzz \( -name '*.cpp' -o -name '*.h' \) -print0)
   ((${#files[@]} > 0)) || return 1
   # In parts, so that both cores work.
   printf '%s\0' "${files[@]}" |
@@ -59,7 +60,7 @@ check_format() {
 }
 
 check_scripts() {
-  shellcheck -x scripts/*.sh examples/*.sh .ci/run && echo "shellcheck: clean"
+  shellcheck -x scripts/*.sh examples/*.sh tests/system/*.sh .ci/run && echo "shellcheck: clean"
 }
 
 # run_tests PRESET [CTEST OPTION...]: builds the preset and runs its tests; ctest's closing lines
@@ -103,11 +104,15 @@ if [[ $extent != tidy ]]; then
   stage "tests (dev)" run_tests dev
 fi
 if [[ $extent == full ]]; then
+  stage "hardening" "$script_dir/check-hardening.sh" build/dev
   stage "scripts" check_scripts
   stage "tests (asan)" run_sanitized_tests
 fi
-if [[ $extent != quick ]]; then
+if [[ $extent != usual ]]; then
   stage "clang, clang-tidy" run_clang_tidy
+fi
+if [[ $extent == full ]]; then
+  stage "fuzzers" "$script_dir/fuzz.sh"
 fi
 
 say "Summary ($((SECONDS - start)) s)"

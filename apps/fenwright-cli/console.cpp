@@ -115,8 +115,9 @@ void Console::ShowProgress(int value) {
 /// "4096 words", or "1234 of 4096 words".
 std::string Console::Count() const {
   if (maximum_ <= 0) return "";
-  return value_ >= maximum_ ? fmt::format("{} {}", maximum_, unit_)
-                            : fmt::format("{} / {} {}", value_, maximum_, unit_);
+  // What is counted last is the step that begins last.
+  return value_ + 1 >= maximum_ ? fmt::format("{} {}", maximum_, unit_)
+                                : fmt::format("{} / {} {}", value_, maximum_, unit_);
 }
 
 void Console::EndProgress() {
