@@ -94,7 +94,9 @@ void Session::Warn(const Problem& problem) {
 
 void Session::PrintHeading() {
   const std::string& path = state_.LastPortOpen.Path;
-  console_.PrintProgress(fmt::format("{}  {}  {} {} ({})", Device(), status_bar_.Signature(),
+  const std::string& signature = status_bar_.Signature();
+  console_.PrintProgress(fmt::format("{}  {}{}{} {} ({})", Device(), signature,
+                                     signature.empty() ? "" : "  ",
                                      In({"ポート", "on"}), path.empty() ? PortName() : path,
                                      state_.FirmwareVersionText));
 }

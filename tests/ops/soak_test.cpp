@@ -39,6 +39,7 @@ void Forget(BoardRun& run) {
   run.StatusBar.History = {};
   run.Dialog.Progress = {};
   run.Dialog.Shown = {};
+  run.Dialog.Phases = {};
   run.Boxes.Boxes = {};
   run.Views.Calls = {};
   run.Fuses.Calls = {};

@@ -39,7 +39,7 @@ class CrowdTest(window_test.WindowCase):
         on_first = self.cli("port", "AT90S8515", "program", "small.hex")
         refused = on_first.communicate(timeout=30)
         self.assertEqual(on_first.returncode, 3, refused)
-        self.assertIn("another program holds the port", refused[1])
+        self.assertIn("is in use by another program", refused[1])
         told = on_second.communicate(timeout=30)
         self.assertEqual(on_second.returncode, 0, told)
 

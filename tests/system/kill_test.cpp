@@ -51,7 +51,7 @@ std::string ChipWith(const Bytes& flash) {
 }
 
 TEST_F(Kill, InTheMiddleOfAProgramRunTheNextOneWorksAndTheChipIsDescribedTruly) {
-  const BoardProgram board(kDevice, {"--baud", "230400"});
+  const BoardProgram board(kDevice);
   const Bytes old_image = FullImage(128, 1);
   const Bytes new_image = FullImage(128, 2);
   PutCode(old_image, "old.hex");
@@ -78,7 +78,7 @@ TEST_F(Kill, InTheMiddleOfAProgramRunTheNextOneWorksAndTheChipIsDescribedTruly) 
 }
 
 TEST_F(Kill, InTheMiddleOfAReadLeavesTheFilesWholeOldOrNew) {
-  const BoardProgram board(kDevice, {"--baud", "0"});
+  const BoardProgram board(kDevice);
   const Bytes image = FullImage(1024, 3);
   PutCode(image);
   ASSERT_THAT(On(board, "program code.hex"), Ends(0));
