@@ -32,7 +32,7 @@ check_commands() {
   source_dir=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build_dir/CMakeCache.txt")
   commands=$(awk -v source="$source_dir" -v build="$(realpath "$build_dir")" -F '"' '
     $2 == "command" { command = $0 }
-    $2 == "file" && $4 ~ /\.cpp$/ {
+    $2 == "file" && $4 ~ /\.c(pp|xx)$/ {
       for (part in parts) {
         if (index($4, source parts[part]) == 1 || index($4, build parts[part]) == 1) {
           print $4 "\t" command
