@@ -7,6 +7,7 @@
 
 #include "image/file_names.h"
 #include "image/file_summary.h"
+#include "image/old_content.h"
 
 namespace fenwright::image {
 namespace {
@@ -235,8 +236,11 @@ std::string FilesThatASaveWouldEmpty(const core::AppState& state) {
   return names;
 }
 
-std::string DescribeEmptiedFiles(std::string_view names) {
-  return std::string(names) + " は空の内容になりました。";
+std::string DescribeEmptiedFiles(const core::AppState& state, std::string_view names) {
+  const std::string text = std::string(names) + " は空の内容になりました。";
+  const bool kept = !LastCopyOf(state, state.CodeSaveFileName).empty() ||
+                    !LastCopyOf(state, state.DataSaveFileName).empty();
+  return kept ? text + "元の内容は Backups にあります。" : text;
 }
 
 }  // namespace fenwright::image

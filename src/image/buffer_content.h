@@ -44,7 +44,8 @@ bool HoldsUnsavedContent(const core::AppState& state);
 /// sentence; "" = none.
 std::string FilesThatASaveWouldEmpty(const core::AppState& state);
 
-/// What is said after such a save, from what FilesThatASaveWouldEmpty() gave before it.
-std::string DescribeEmptiedFiles(std::string_view names);
+/// What is said after such a save, from what FilesThatASaveWouldEmpty() gave before it: with where
+/// the old content is, if it was kept.
+std::string DescribeEmptiedFiles(const core::AppState& state, std::string_view names);
 
 }  // namespace fenwright::image

@@ -369,7 +369,8 @@ void mnuFileSave_Click(core::RunContext& context) {
   NoteSavedCode(context.State, report);
   NoteSavedData(context.State, report);
   if (emptied.empty() || report.End != image::SaveEnd::Written) return;
-  core::ShowStatus(context, context.State.StatusText + " " + image::DescribeEmptiedFiles(emptied));
+  core::ShowStatus(context, context.State.StatusText + " " +
+                                image::DescribeEmptiedFiles(context.State, emptied));
 }
 
 void Cmd_btn_save_Click(core::RunContext& context) { mnuFileSave_Click(context); }

@@ -531,7 +531,7 @@ class FilePanelTest(WindowCase):
         self.assertIn("⚠ 上書き保存すると code.hex と code.eep の内容は消えて空になります。", panel())
         click(find("セーブ", "push button"))
         wait_for("the save", lambda: text_of("ステータス") == "ファイルを保存しました． "
-                 "code.hex と code.eep は空の内容になりました。")
+                 "code.hex と code.eep は空の内容になりました。元の内容は Backups にあります。")
         self.assertNotIn("⚠", panel())
 
     def test_what_is_not_in_any_file_marks_the_window(self):
