@@ -12,10 +12,11 @@
 namespace fenwright::cli {
 namespace {
 
+/// The signal that came, 0 = none.
 volatile std::sig_atomic_t interrupted = 0;
 
 void NoteSignal(int number) {
-  interrupted = 1;
+  interrupted = number;
   std::signal(number, SIG_DFL);
 }
 
@@ -50,6 +51,16 @@ SignalEventLoop::SignalEventLoop(core::AppState& state) : state_(state) {
   // A reader of the output that goes away must not end the program in the middle of a write.
   std::signal(SIGPIPE, SIG_IGN);
 #endif
+}
+
+int ProcessCode(ExitCode code) {
+  constexpr int kSignals = 128;
+  // The other ways to stop a run, Ctrl-Break say, count as Ctrl-C.
+  bool terminated = interrupted == SIGTERM;
+#ifdef SIGHUP
+  terminated = terminated || interrupted == SIGHUP;
+#endif
+  return code == ExitCode::Stopped && terminated ? kSignals + interrupted : static_cast<int>(code);
 }
 
 void SignalEventLoop::ProcessPendingEvents() {

@@ -39,6 +39,10 @@ class SignalEventLoop final : public platform::EventLoop {
   core::AppState& state_;
 };
 
+/// What the process ends with: the code, or for a run that was stopped 128 plus the number of the
+/// signal.
+int ProcessCode(ExitCode code);
+
 /// Prints panel 1; keeps the others for the result.
 class PrintedStatusBar final : public screen::StatusBar {
  public:

@@ -1,6 +1,7 @@
 #include <exception>
 #include <iostream>
 
+#include "cli_platform.h"
 #include "command_line.h"
 #include "platform/system/printable.h"
 #include "platform/system/terminal.h"
@@ -12,7 +13,7 @@ int main(int argc, char** argv) {
     fenwright::cli::CommandLine line;
     const auto ended =
         line.Read(fenwright::platform::Utf8Arguments(argc, argv), std::cout, std::cerr);
-    return static_cast<int>(ended ? *ended : line.RunVerb());
+    return fenwright::cli::ProcessCode(ended ? *ended : line.RunVerb());
   } catch (const std::exception& error) {
     // Out of memory, say; nothing of the program's own throws this far.
     std::cerr << "fenwright-cli: " << fenwright::platform::Printable(error.what()) << std::endl;

@@ -12,7 +12,8 @@ namespace {
 
 constexpr const char* kFooter =
     "Exit codes: 0 success, 1 the operation failed (a failed verify included), 2 usage,\n"
-    "3 no programmer or port, 4 file unreadable or unwritable, 130 stopped by Ctrl-C.\n"
+    "3 no programmer or port, 4 file or output unreadable or unwritable,\n"
+    "130 stopped by Ctrl-C, 143 by SIGTERM.\n"
     "\n"
     "Examples:\n"
     "  fenwright-cli devices\n"

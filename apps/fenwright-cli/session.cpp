@@ -96,9 +96,8 @@ void Session::PrintHeading() {
   const std::string& path = state_.LastPortOpen.Path;
   const std::string& signature = status_bar_.Signature();
   console_.PrintProgress(fmt::format("{}  {}{}{} {} ({})", Device(), signature,
-                                     signature.empty() ? "" : "  ",
-                                     In({"ポート", "on"}), path.empty() ? PortName() : path,
-                                     state_.FirmwareVersionText));
+                                     signature.empty() ? "" : "  ", In({"ポート", "on"}),
+                                     path.empty() ? PortName() : path, state_.FirmwareVersionText));
 }
 
 ExitCode Session::FailStopped() {

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include "explanations.h"
+
 namespace fenwright::cli {
 namespace {
 
@@ -34,7 +36,7 @@ nlohmann::json Heading(const std::string& command, ExitCode code, double seconds
   return {{"schema", kJsonSchema},
           {"command", command.empty() ? nlohmann::json(nullptr) : nlohmann::json(command)},
           {"result", Name(code)},
-          {"exit_code", static_cast<int>(code)},
+          {"exit_code", ProcessCode(code)},
           {"seconds", seconds}};
 }
 
@@ -56,7 +58,12 @@ ExitCode RunVerb(const Verb& verb, const VerbRun& run, Options options) {
   Session session(options);
   Outcome outcome{.Code = session.Start(verb.Needed)};
   if (outcome.Code == ExitCode::Success) outcome = run(session);
-  if (!options.Json) return outcome.Code;
+  if (!options.Json) {
+    if (outcome.Code != ExitCode::Success || session.Out().ResultWritten()) return outcome.Code;
+    return session.Fail(ExitCode::FileError,
+                        {.Code = problem::kOutputUnwritable,
+                         .Text = FindExplanation(problem::kOutputUnwritable)->Cause});
+  }
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   nlohmann::json result = Heading(verb.Name, outcome.Code, seconds.count());
   result.update(session.CommonFields());

@@ -276,7 +276,7 @@ TEST_F(Cli, AReaderThatGoesAwayDoesNotStopTheRun) {
 TEST_F(Cli, AnOutputThatTakesNothingStopsNothing) {
   PutCode({1, 2});
   const std::string call = "--simulate --device ATtiny12L program code.hex >/dev/full";
-  EXPECT_EQ(Shell("\"$CLI\" " + call + " 2>/dev/full").Wait(), 0);
+  EXPECT_EQ(Shell("\"$CLI\" " + call + " 2>/dev/full").Wait(), 4);
   EXPECT_EQ(Shell("\"$CLI\" --json " + call).Wait(), 4);
   EXPECT_EQ(Shell("\"$CLI\" devices >/dev/full").Wait(), 4);
 }
@@ -314,6 +314,22 @@ TEST_F(Cli, APortThatGoesInTheMiddleEndsTheRunAtOnce) {
   EXPECT_THAT(On(board, "program code.hex"),
               AllOf(Ends(1), Warns("not verified: erase and program again")));
   EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+}
+
+TEST_F(Cli, OtherSignalsStopTheRunLikeCtrlCUnderTheirOwnCode) {
+  for (const int number : {SIGTERM, SIGHUP}) {
+    BoardProgram board("AT90S8515", {"--baud", "57600"});
+    PutCode(FullImage(8192, 6));
+    Process process({FENWRIGHT_CLI_PROGRAM, "--json", "--port", board.Link(), "--device",
+                     "AT90S8515", "program", Path("code.hex")});
+    WaitForWire(board, 400);
+    process.Signal(number);
+    EXPECT_EQ(process.Wait(10), 128 + number);
+    EXPECT_EQ(board.Wire().back(), 'L');
+    const json told = CliResult{.Code = 0, .Out = process.Output(), .Err = ""}.Json();
+    EXPECT_EQ(told["exit_code"], 128 + number);
+    EXPECT_EQ(told["error"]["code"], "stopped");
+  }
 }
 
 TEST_F(Cli, CtrlCLeavesProgrammingModeAndSaysWhatStateTheChipIsIn) {
@@ -816,9 +832,10 @@ TEST_F(Cli, AVerifyPrintsTheDifferencesAsTheReportHasThem) {
   BoardProgram board("ATtiny12L");
   PutCode({0x0C, 0x94});
   PutCode({0x22}, "code.eep");
-  EXPECT_THAT(On(board, "verify code.hex"),
-              AllOf(Ends(1), Prints(StartsWith("PROGRAM Addr(word) = 0000  Original = 940C   NG = FFFF\n")),
-                    Prints("\nEEPROM  Addr(byte) = 0000  Original = 22   NG = FF\n")));
+  EXPECT_THAT(
+      On(board, "verify code.hex"),
+      AllOf(Ends(1), Prints(StartsWith("PROGRAM Addr(word) = 0000  Original = 940C   NG = FFFF\n")),
+            Prints("\nEEPROM  Addr(byte) = 0000  Original = 22   NG = FF\n")));
   ASSERT_THAT(On(board, "program code.hex"), Ends(0));
   EXPECT_THAT(On(board, "verify code.hex"),
               AllOf(Ends(0), Prints(Not(HasSubstr("NG = "))),
