@@ -106,8 +106,8 @@ std::string TestPlatform::ChipState() const {
 }
 
 RecordedRun::RecordedRun() {
-  for (Noted* part : std::initializer_list<Noted*>{&Events, &Files, &Archive, &Settings, &StatusBar, &Dialog,
-                                                   &Boxes, &Views, &Form, &Guide, &Port}) {
+  for (Noted* part : std::initializer_list<Noted*>{&Events, &Files, &Archive, &Settings, &StatusBar,
+                                                   &Dialog, &Boxes, &Views, &Form, &Guide, &Port}) {
     part->Notes = &Recorded;
   }
 }

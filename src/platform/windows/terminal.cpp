@@ -95,9 +95,7 @@ std::vector<std::string> Utf8Arguments(int count, char** arguments) {
   return result;
 }
 
-bool UserReadsJapanese() {
-  return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_JAPANESE;
-}
+bool UserReadsJapanese() { return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_JAPANESE; }
 
 bool OutputIsTerminal() { return ModeOf(GetStdHandle(STD_OUTPUT_HANDLE)).has_value(); }
 
