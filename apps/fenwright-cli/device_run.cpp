@@ -96,7 +96,9 @@ void TellFailure(Session& session, ExitCode code) {
   } else {
     const std::string& text =
         state.Command.LastFailure.empty() ? state.StatusText : state.Command.LastFailure;
-    session.Fail(code, {.Code = ops::TroubleOf(state), .Text = OfEngine(text)});
+    const std::string& socket = state.Command.SocketCause;
+    session.Fail(code, {.Code = ops::TroubleOf(state),
+                        .Text = OfEngine(socket.empty() ? text : text + "\n" + socket)});
   }
 }
 

@@ -253,7 +253,8 @@ TEST_F(Cli, AnotherChipInTheSocketFailsAndIsLeftAlone) {
   BoardProgram board("AT90S2313");
   PutCode({1, 2});
   EXPECT_THAT(On(board, "program code.hex", "ATtiny12L"),
-              AllOf(Ends(1), Warns(mismatch), Warns("the chip was not changed")));
+              AllOf(Ends(1), Warns(mismatch), Warns("\nAT90S2313 is in the socket\n"),
+                    Warns("the chip was not changed")));
   EXPECT_THAT(On(board, "--quiet program code.hex", "ATtiny12L"), Warns("error: " + mismatch));
 }
 
