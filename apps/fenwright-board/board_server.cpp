@@ -26,7 +26,7 @@ constexpr nanoseconds kSpin = std::chrono::microseconds(50);
 
 volatile sig_atomic_t end_asked_for = 0;
 
-extern "C" void OnEndSignal(int /*signal*/) {
+extern "C" void OnBoardEndSignal(int /*signal*/) {
   end_asked_for = 1;
   // A signal between the look at the flag and a blocking read would be missed: ring again.
   alarm(1);
@@ -54,9 +54,9 @@ std::string SystemReason() { return std::generic_category().message(errno); }
 }  // namespace
 
 void CatchEndSignals() {
-  Catch(SIGTERM, OnEndSignal);
-  Catch(SIGINT, OnEndSignal);
-  Catch(SIGHUP, OnEndSignal);
+  Catch(SIGTERM, OnBoardEndSignal);
+  Catch(SIGINT, OnBoardEndSignal);
+  Catch(SIGHUP, OnBoardEndSignal);
   Catch(SIGALRM, OnAlarm);
 }
 

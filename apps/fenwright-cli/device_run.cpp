@@ -90,6 +90,8 @@ void TellFailure(Session& session, ExitCode code) {
         {.Code = problem::kStopped, .Text = FindExplanation(problem::kStopped)->Cause});
   } else if (const std::string refused = RefusedDump(session); !refused.empty()) {
     session.Fail(code, {.Code = problem::kFileUnwritable, .Text = {refused, refused}});
+  } else if (code == ExitCode::FileError) {
+    session.FailByFile();
   } else if (code == ExitCode::Failed && state.Command.VerifyFinished) {
     const std::string_view word = ops::TroubleOf(state);
     session.NoteError({.Code = word, .Text = OfEngine(state.MessageText)});

@@ -212,6 +212,20 @@ int RunToTheEnd(QApplication& application, fenwright::ui::WindowRun& run,
   return end_signals.Received() == 0 ? code : kExitSignal + end_signals.Received();
 }
 
+/// The simulated board that the COM port dialog offers; its chip is the selected device.
+fenwright::ui::SimulatedLines MakeSimulation(fenwright::core::RunContext& context) {
+  const auto board =
+      std::make_shared<fenwright::board::SimulatedBoard>(fenwright::board::SimulatedBoardOptions{});
+  auto programmer_port = std::make_unique<fenwright::board::SimulatedSerialControl>(
+      board, fenwright::board::SteadyTimeSource());
+  programmer_port->ChipInSocket = [&context] { return context.Screen.DeviceForm.DeviceText(); };
+  return fenwright::ui::SimulatedLines{
+      .ProgrammerPort = std::move(programmer_port),
+      .UpdaterPort = std::make_unique<fenwright::board::SimulatedSerialControl>(
+          board, fenwright::board::SteadyTimeSource()),
+      .Ports = std::make_unique<fenwright::board::SimulatedPortInfos>()};
+}
+
 int RunWindow(QApplication& application, const CommandLine& arguments, const QString& app_folder,
               const std::optional<PortOption>& port_option) {
   // The last to go: the signals of one end come in a row, and all is to be done by the second.
@@ -257,19 +271,6 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
   shell = &windows_shell;
 #endif
 
-  const auto make_simulation = [](fenwright::core::RunContext& context) {
-    const auto board = std::make_shared<fenwright::board::SimulatedBoard>(
-        fenwright::board::SimulatedBoardOptions{});
-    auto programmer_port = std::make_unique<fenwright::board::SimulatedSerialControl>(
-        board, fenwright::board::SteadyTimeSource());
-    programmer_port->ChipInSocket = [&context] { return context.Screen.DeviceForm.DeviceText(); };
-    return fenwright::ui::SimulatedLines{
-        .ProgrammerPort = std::move(programmer_port),
-        .UpdaterPort = std::make_unique<fenwright::board::SimulatedSerialControl>(
-            board, fenwright::board::SteadyTimeSource()),
-        .Ports = std::make_unique<fenwright::board::SimulatedPortInfos>()};
-  };
-
   fenwright::ui::WindowRun run({.ProgrammerPort = *port,
                                 .Clock = clock,
                                 .Files = files,
@@ -279,7 +280,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .Ports = ports.get(),
                                 .Instance = instance.get(),
                                 .UpdaterPort = updater_port.get(),
-                                .MakeSimulation = make_simulation,
+                                .MakeSimulation = MakeSimulation,
                                 .Shell = shell,
                                 .MakeTaskbar = fenwright::ui::MakeTaskbar,
                                 .ManualFolders = ManualFolders()});

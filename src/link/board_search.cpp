@@ -5,15 +5,13 @@
 
 #include "core/trace_log.h"
 #include "link/detection.h"
+#include "link/identification.h"
 #include "link/serial_link.h"
 #include "platform/port_info.h"
 
 namespace fenwright::link {
 namespace {
 
-constexpr char kIdentify = '?';
-constexpr int kVersionReplyLength = 18;
-constexpr double kIdentifyRestSeconds = 0.1;
 /// Less than the link check allows: many ports may be asked, and a board answers at once.
 constexpr double kVersionTimeoutSeconds = 0.6;
 

@@ -13,6 +13,7 @@
 #include "core/status.h"
 #include "core/stored_number.h"
 #include "link/board_commands.h"
+#include "link/identification.h"
 #include "link/serial_link.h"
 #include "platform/port_info.h"
 
@@ -22,9 +23,7 @@ namespace {
 using screen::MessageMode;
 using screen::Panel;
 
-constexpr char kIdentify = '?';
 constexpr char kExtend = 'A';
-constexpr int kVersionReplyLength = 18;  // 16 characters and a line end
 constexpr std::size_t kVersionLineLength = 16;
 constexpr std::size_t kModelLength = 12;
 constexpr std::array<std::string_view, 2> kModels{"KV-LOD350  V", "KV-LOD350A V"};
@@ -32,7 +31,6 @@ constexpr double kMinimumVersion = 6.3;
 constexpr float kRecommendedVersion = 6.38F;
 constexpr std::string_view kUnreadableVersionText =
     "ファームウエアバージョンを読み出せませんでした。";
-constexpr double kIdentifyRestSeconds = 0.1;
 
 std::string ReadTextInput(core::RunContext& context) {
   const std::vector<std::uint8_t> bytes = context.Line.ProgrammerPort.Input();

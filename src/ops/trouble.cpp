@@ -67,7 +67,8 @@ std::string_view TroubleOf(const core::AppState& state) {
   if (done.Operation == core::DeviceOperation::None || Succeeded(state)) return "";
   if (done.VerifyFinished && (state.FlashNG || state.EepromNG)) return trouble::kDifferences;
   const std::string_view word = TroubleOfKind(done.Failure);
-  return word.empty() ? trouble::kEraseUnconfirmed : word;
+  if (!word.empty()) return word;
+  return done.EraseStarted ? trouble::kEraseUnconfirmed : trouble::kNoReply;
 }
 
 }  // namespace fenwright::ops

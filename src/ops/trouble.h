@@ -24,8 +24,8 @@ inline constexpr std::string_view kDifferences = "differences";
 inline constexpr std::string_view kEraseUnconfirmed = "erase-unconfirmed";
 }  // namespace trouble
 
-/// The word for what kept the last command from succeeding, "" when nothing did. A command that was
-/// stopped, or that a file ended, has none of its own.
+/// The word for what kept the last command from succeeding, "" when nothing did. It is about line,
+/// board and chip: not to be asked of a command that was stopped, or that a file ended.
 std::string_view TroubleOf(const core::AppState& state);
 
 /// The word for a port that could not be opened, "" for one that was.

@@ -38,7 +38,7 @@ class DeviceBox final : public QFrame, public screen::DeviceForm {
   /// The user asks what is in the socket.
   void SocketAsked();
   /// The user has picked a device that was offered.
-  void SocketDevicePicked(int index);
+  void SocketDevicePicked(int);
 
  private:
   QComboBox* selector_;

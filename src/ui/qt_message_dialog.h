@@ -48,7 +48,7 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
 
  signals:
   /// The progress, in the dialog or in the status bar, is at another percentage.
-  void Progressed(int percent);
+  void Progressed(int);
 
   /// The dialog has been taken away, by the user or by an operation.
   void Unloaded();

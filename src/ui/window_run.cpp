@@ -144,6 +144,7 @@ PortSummary WindowRun::SummaryOf(int item) const {
 /// The items that are given are ports that are there; one that cannot be opened is passed over.
 int WindowRun::SearchBoard(const std::vector<int>& items) {
   std::vector<int> ports;
+  ports.reserve(items.size());
   for (const int item : items) ports.push_back(update::PortOfItem(context_, item));
   const int found = link::SearchBoard(context_, ports);
   const auto place = std::ranges::find(ports, found);

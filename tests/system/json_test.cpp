@@ -79,13 +79,13 @@ std::string Fault(const std::string& verb, const CliResult& result) {
   if (told["command"] != verb) return "names another command";
   if (told.value("exit_code", -1) != result.Code) return "has another exit code";
   if ((result.Code == 0) != told["error"].is_null()) return "has an error, or none";
-  if (result.Code == 0) return "";
-  const std::string code = told["error"]["code"];
-  if (cli::FindExplanation(code) == nullptr) return "has an unexplained code: " + code;
   for (const json& warning : told["warnings"]) {
     const std::string word = warning["code"];
     if (cli::FindExplanation(word) == nullptr) return "has an unexplained warning: " + word;
   }
+  if (result.Code == 0) return "";
+  const std::string code = told["error"]["code"];
+  if (cli::FindExplanation(code) == nullptr) return "has an unexplained code: " + code;
   return "";
 }
 
@@ -118,6 +118,20 @@ TEST_F(Json, OfEveryVerbWithEveryEndingIsOneObjectWithTheExitCodeOfTheProcess) {
   for (std::size_t i = 0; i < calls.size() + kAtOnce; ++i) {
     if (i >= kAtOnce) finish(calls[i - kAtOnce]);
     if (i < calls.size()) start(calls[i]);
+  }
+  // The same state of the world has the same code in every verb that comes to see it.
+  for (const auto& [kind, code] : {std::pair{"no port", "no-programmer"},
+                                   {"port that is not there", "no-programmer"},
+                                   {"silent board", "no-programmer"},
+                                   {"line lost at once", "no-programmer"},
+                                   {"other chip", "wrong-chip"},
+                                   {"empty socket", "no-signature"},
+                                   {"unknown device", "unknown-device"},
+                                   {"option that is none", "usage"}}) {
+    for (const auto& [ending, count] : table[kind]) {
+      EXPECT_TRUE(ending == "ok" || ending == code) << kind << ": " << ending;
+    }
+    EXPECT_GT(table[kind][code], 0) << kind;
   }
   for (const auto& [kind, endings] : table) {
     std::cout << kind << ":";

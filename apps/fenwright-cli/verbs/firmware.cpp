@@ -166,9 +166,10 @@ class FirmwareCall {
   }
 
   ExitCode FailToOpen() {
-    return Fail(ExitCode::NoProgrammer, {.Code = ops::TroubleOf(state_.LastPortOpen),
-                                         .Text = {"ポートを開けません: " + form_.Detail(),
-                                                  "the port cannot be opened: " + form_.Detail()}});
+    return Fail(ExitCode::NoProgrammer,
+                {.Code = ops::TroubleOf(state_.LastPortOpen),
+                 .Text = {"ポートを開けません: " + form_.Detail(),
+                          "the port cannot be opened: " + EnglishOf(form_.Detail())}});
   }
 
   Outcome Finish(ExitCode code) { return {.Code = code, .Json = fields_}; }
@@ -195,8 +196,21 @@ class FirmwareCall {
                             "no board gives its version on this port; one whose last update was "
                             "broken off gives none until it is updated again"}});
     }
-    Out().PrintResult(*version_);
-    return ExitCode::Success;
+    if (!link::IsSupportedModel(*version_)) return FailAsOtherDevice();
+    return Out().PrintResult(*version_);
+  }
+
+  ExitCode FailAsOtherDevice() {
+    Fail(ExitCode::NoProgrammer,
+         {.Code = ops::trouble::kOtherDevice,
+          .Text = {
+              fmt::format("このポートでは「{}」が応答します。対応しているライターではありません",
+                          *version_),
+              fmt::format("\"{}\" answers on this port, which is no supported programmer: "
+                          "name the programmer's port",
+                          *version_)}});
+    Out().PrintError(NothingSent());
+    return ExitCode::NoProgrammer;
   }
 
   ExitCode CheckFile(const std::string& path) {
@@ -339,21 +353,12 @@ class FirmwareCall {
     if (session_.HasPort()) {
       if (const ExitCode code = ReadVersion(); code != ExitCode::Success) return code;
     }
-    if (version_ && !link::IsSupportedModel(*version_)) {
-      Fail(ExitCode::NoProgrammer,
-           {.Code = ops::trouble::kOtherDevice,
-            .Text = {fmt::format("このポートでは「{}」が応答します。対応しているライターではありま"
-                                 "せん",
-                                 *version_),
-                     fmt::format("\"{}\" answers on this port, which is no supported programmer: "
-                                 "name the programmer's port",
-                                 *version_)}});
-      Out().PrintError(NothingSent());
-      return ExitCode::NoProgrammer;
-    }
+    if (version_ && !link::IsSupportedModel(*version_)) return FailAsOtherDevice();
     PrintPlan(options.File);
     if (options.DryRun) {
-      fields_["board_state"] = NothingSent();
+      fields_["board_state"] = session_.HasPort()
+                                   ? NothingSent()
+                                   : session_.In({"何も送っていません", "nothing was sent"});
       return ExitCode::Success;
     }
     if (!options.Yes && !Confirmed()) {

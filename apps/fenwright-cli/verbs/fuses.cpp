@@ -467,6 +467,10 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
   run.Seconds += read.Seconds;
   if (read.Code != ExitCode::Success) {
     fields["read_back"] = "failed";
+    run.Code = read.Code;
+    if (read.Code == ExitCode::Stopped || read.Code == ExitCode::FileError) {
+      return TellDeviceRun(session, run, fields);
+    }
     return TellDoubt(session, run,
                      {.Code = problem::kNotReadBack,
                       .Text = {"ビットは書き込みましたが、読み戻せませんでした。接続と、デバイスに"

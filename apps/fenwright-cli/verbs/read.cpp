@@ -11,6 +11,7 @@
 #include "device_run.h"
 #include "image/hex_writer.h"
 #include "ops/commands.h"
+#include "ops/outcome.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -169,6 +170,12 @@ Outcome Read(Session& session, const ReadOptions& options) {
   DeviceRun run = RunOnDevice(session, ops::Cmd_btn_read_Click);
   const bool read_once = run.Code == ExitCode::Success;
   const bool agreed = !read_once || !options.Verify || ReadsAgainTheSame(session, run);
+  if (read_once && !ops::DescribeProtection(session.State()).empty()) {
+    session.Warn({.Code = problem::kLockedDevice,
+                  .Text = {ops::DescribeProtection(session.State()),
+                           "every cell reads as its own address: the device is perhaps locked, and "
+                           "what was read is not what it holds"}});
+  }
   if (agreed && run.Code == ExitCode::Success && !Save(session, options)) {
     run.Code = ExitCode::FileError;
   }
