@@ -13,7 +13,7 @@ namespace fenwright::link {
 namespace {
 
 /// Less than the link check allows: many ports may be asked, and a board answers at once.
-constexpr double kVersionTimeoutSeconds = 0.6;
+constexpr double kSearchTimeoutSeconds = 0.6;
 
 bool OpenOn(platform::SerialControl& port, int number) {
   port.SetCommPort(number);
@@ -34,7 +34,7 @@ bool AnswersAsBoard(core::RunContext& context) {
   ClearInput(context);
   SendText(context, kIdentify);
   bool found = false;
-  if (WaitForBytes(context, kVersionReplyLength, kVersionTimeoutSeconds)) {
+  if (WaitForBytes(context, kVersionReplyLength, kSearchTimeoutSeconds)) {
     const std::vector<std::uint8_t> bytes = port.Input();
     found = IsSupportedModel(std::string(bytes.begin(), bytes.end()));
   }
