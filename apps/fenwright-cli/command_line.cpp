@@ -22,6 +22,7 @@ struct Streams {
 
 std::vector<std::string> VerbNames() {
   std::vector<std::string> names;
+  names.reserve(kVerbs.size());
   for (const auto* verb : kVerbs) names.emplace_back(verb->Name);
   return names;
 }

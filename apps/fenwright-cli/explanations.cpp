@@ -13,6 +13,8 @@ namespace {
 using image::FindingCode;
 namespace trouble = ops::trouble;
 
+// A table, row by row.
+// NOLINTNEXTLINE(readability-function-size)
 const auto& Table() {
   static const auto kTable = std::to_array<Explanation>({
       // The port and the board.
