@@ -35,9 +35,10 @@ void CheckFault(const std::string& form) {
 }
 
 void CheckDevice(const std::string& name) {
-  std::string error;
+  core::Sentence error;
   const int index = cli::FindDeviceIndex(name, error);
-  Require((index < 0) == !error.empty(), "a device is found, or there is an error");
+  Require((index < 0) == !error.Japanese.empty() && error.Japanese.empty() == error.English.empty(),
+          "a device is found, or there is an error in both languages");
 }
 
 void CheckPort(const std::string& text) {
