@@ -81,17 +81,18 @@ void PrintFirstDifferences(Session& session) {
 }
 
 /// What the run failed by, unless a verb has told it already.
-void TellFailure(Session& session, ExitCode code) {
+void TellFailure(Session& session, const DeviceRun& run) {
+  const ExitCode code = run.Code;
   const core::AppState& state = session.State();
   if (code == ExitCode::NoProgrammer) {
     session.FailLink(code);
   } else if (code == ExitCode::Stopped) {
     session.NoteError(
         {.Code = problem::kStopped, .Text = FindExplanation(problem::kStopped)->Cause});
+  } else if (run.Ending == core::CommandEnding::FileError) {
+    session.FailByFile();
   } else if (const std::string refused = RefusedDump(session); !refused.empty()) {
     session.Fail(code, {.Code = problem::kFileUnwritable, .Text = {refused, refused}});
-  } else if (code == ExitCode::FileError) {
-    session.FailByFile();
   } else if (code == ExitCode::Failed && state.Command.VerifyFinished) {
     const std::string_view word = ops::TroubleOf(state);
     session.NoteError({.Code = word, .Text = OfEngine(state.MessageText)});
@@ -136,16 +137,18 @@ void Print(Session& session, const DeviceRun& run) {
 }
 
 /// The files of the engine's own that this command has written into the folder.
-void NoteKeptFiles(Session& session) {
+void NoteKeptFiles(Session& session, const DeviceRun& run) {
   if (!session.KeepsFiles()) return;
   const core::AppState& state = session.State();
   const auto note = [&](std::string_view name) {
     session.NoteWrittenFile(state.AppFolder + std::string(name));
   };
-  note(core::kTraceFileName);
+  // Which file has ended a command is in its error; it is not whole.
+  const bool ended_by_file = run.Ending == core::CommandEnding::FileError;
+  if (!ended_by_file) note(core::kTraceFileName);
   if (state.FlashDumpRefusal) note(image::kFlashDumpFile);
   if (state.EepromDumpRefusal) note(image::kEepromDumpFile);
-  if (state.Command.VerifyFinished) note(ops::kVerifyReportFile);
+  if (!ended_by_file && state.Command.VerifyFinished) note(ops::kVerifyReportFile);
 }
 
 }  // namespace
@@ -157,16 +160,16 @@ DeviceRun RunOnDevice(Session& session, const ops::Entry& command) {
   session.Out().EndProgress();
   ExitCode code = CodeOf(session.State(), ending);
   if (code == ExitCode::Success && !RefusedDump(session).empty()) code = ExitCode::FileError;
-  return {.Code = code, .Seconds = seconds.count()};
+  return {.Code = code, .Seconds = seconds.count(), .Ending = ending};
 }
 
 Outcome TellDeviceRun(Session& session, const DeviceRun& run, const nlohmann::json& more) {
-  if (run.Code != ExitCode::Success && !session.HasError()) TellFailure(session, run.Code);
+  if (run.Code != ExitCode::Success && !session.HasError()) TellFailure(session, run);
   if (!session.Json()) {
     Print(session, run);
     return {.Code = run.Code};
   }
-  NoteKeptFiles(session);
+  NoteKeptFiles(session, run);
   nlohmann::json fields = FieldsOf(session, run);
   fields.update(more);
   return {.Code = run.Code, .Json = fields};

@@ -11,6 +11,7 @@ namespace fenwright::cli {
 struct DeviceRun {
   ExitCode Code = ExitCode::Success;
   double Seconds = 0;
+  core::CommandEnding Ending = core::CommandEnding::Finished;
 };
 DeviceRun RunOnDevice(Session& session, const ops::Entry& command);
 

@@ -141,6 +141,26 @@ TEST_F(Json, OfEveryVerbWithEveryEndingIsOneObjectWithTheExitCodeOfTheProcess) {
   std::cout << calls.size() << " calls\n";
 }
 
+TEST_F(Json, OfACommandThatItsTraceEndsNamesTheTraceAndNoFileThatIsNotWhole) {
+  for (const std::size_t room : {800U, 1500U}) {
+    constexpr std::size_t kLargest = 4000;
+    MakeFolder("kept");
+    Put("kept/_debug_avr.txt", std::string(kLargest - room, 'x'));
+    const CliResult result =
+        Finish(Process({"prlimit", "--fsize=" + std::to_string(kLargest), FENWRIGHT_CLI_PROGRAM,
+                        "--json", "--simulate", "--device", "ATtiny12L", "--folder", Path("kept"),
+                        "program", Path("code.hex")}));
+    EXPECT_THAT(result, Ends(4));
+    const json told = result.Json();
+    EXPECT_EQ(told["exit_code"], 4);
+    EXPECT_EQ(told["error"]["code"], "file-unwritable");
+    EXPECT_THAT(told["error"]["text"].get<std::string>(), HasSubstr("kept/_debug_avr.txt"));
+    for (const json& file : told["files"]["written"]) {
+      EXPECT_THAT(file.get<std::string>(), Not(HasSubstr("_debug_avr.txt")));
+    }
+  }
+}
+
 /// A failure keeps its own code: that of a verify of the blank chip says what was found.
 TEST_F(Json, ThatCannotBeWrittenIsAnErrorOfEveryVerb) {
   for (const cli::Verb* const verb : cli::kVerbs) {

@@ -263,6 +263,7 @@ DeviceRun ReadTwice(Session& session, const core::Sentence& consequence = {}) {
   const DeviceRun second = RunOnDevice(session, ops::cmdFuseRead_Click);
   run.Seconds += second.Seconds;
   run.Code = second.Code;
+  run.Ending = second.Ending;
   if (run.Code != ExitCode::Success) return run;
   const std::string difference = Difference(first, LastFuseReading(session));
   if (difference.empty()) return run;
@@ -468,6 +469,7 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
   if (read.Code != ExitCode::Success) {
     fields["read_back"] = "failed";
     run.Code = read.Code;
+    run.Ending = read.Ending;
     if (read.Code == ExitCode::Stopped || read.Code == ExitCode::FileError) {
       return TellDeviceRun(session, run, fields);
     }

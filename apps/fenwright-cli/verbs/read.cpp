@@ -150,6 +150,7 @@ bool ReadsAgainTheSame(Session& session, DeviceRun& run) {
   const MemoryReading first = LastMemoryReading(session.State());
   const DeviceRun second = RunOnDevice(session, ops::Cmd_btn_read_Click);
   run.Code = second.Code;
+  run.Ending = second.Ending;
   run.Seconds += second.Seconds;
   if (run.Code != ExitCode::Success) return true;
   const std::string difference = FirstDifference(first, LastMemoryReading(session.State()));
