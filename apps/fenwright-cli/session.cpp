@@ -93,11 +93,10 @@ void Session::Warn(const Problem& problem) {
 }
 
 void Session::PrintHeading() {
-  const std::string& path = state_.LastPortOpen.Path;
   const std::string& signature = status_bar_.Signature();
   console_.PrintProgress(fmt::format("{}  {}{}{} {} ({})", Device(), signature,
                                      signature.empty() ? "" : "  ", In({"ポート", "on"}),
-                                     path.empty() ? PortName() : path, state_.FirmwareVersionText));
+                                     PortPlace(), state_.FirmwareVersionText));
 }
 
 ExitCode Session::FailStopped() {
@@ -202,6 +201,14 @@ std::string Session::PortNumber() const {
 }
 
 std::string Session::PortName() const { return platform::ComName(port_->CommPort()); }
+
+std::string Session::PortPlace() const {
+  // Windows opens COM3 as \\.\COM3.
+  constexpr std::string_view kDeviceNamespace = R"(\\.\)";
+  const std::string& path = state_.LastPortOpen.Path;
+  const bool says_the_same = path.empty() || path == std::string(kDeviceNamespace) + PortName();
+  return says_the_same ? PortName() : path;
+}
 
 std::string Session::DevicePath(int com_number) const {
   return platform::DevicePath(settings_, overrides_, com_number);

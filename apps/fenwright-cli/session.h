@@ -87,6 +87,9 @@ class Session {
   [[nodiscard]] std::string PortNumber() const;
   /// "COMn" of the programmer's port.
   [[nodiscard]] std::string PortName() const;
+  /// Where the programmer is, for people: the path that was opened, or the name of the port where
+  /// there is none or it says the same.
+  [[nodiscard]] std::string PortPlace() const;
   /// The second control on the line of the port, closed.
   [[nodiscard]] platform::SerialControl& UpdaterPort() { return *updater_port_; }
 

@@ -92,9 +92,10 @@ nlohmann::json DetectionFields(Session& session) {
 void PrintDetection(Session& session) {
   const core::AppState& state = session.State();
   Console& out = session.Out();
-  const std::string& path = state.LastPortOpen.Path;
-  out.Print(fmt::format("{}{}{}", session.In({"ポート:         ", "port:     "}),
-                        session.PortName(), path.empty() ? std::string() : " (" + path + ")"));
+  const std::string name = session.PortName();
+  const std::string place = session.PortPlace();
+  out.Print(fmt::format("{}{}{}", session.In({"ポート:         ", "port:     "}), name,
+                        place == name ? "" : " (" + place + ")"));
   if (!state.FirmwareVersionText.empty()) {
     out.Print(session.In({"ボード:         ", "board:    "}) + state.FirmwareVersionText);
   }
