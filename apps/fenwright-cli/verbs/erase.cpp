@@ -14,6 +14,9 @@ Outcome Erase(Session& session) {
 const Verb kErase{.Name = "erase",
                   .Description = "erase the device",
                   .Needed = kDeviceOnPort,
-                  .Bind = [](CLI::App&) -> VerbRun { return Erase; }};
+                  .Bind = [](CLI::App&) -> VerbRun { return Erase; },
+                  .Examples = {{{"--port COM5 --device AT90S8515 erase",
+                                 "フラッシュ、EEPROM、ロックビットを消去します",
+                                 "erase flash, EEPROM and lock bits"}}}};
 
 }  // namespace fenwright::cli

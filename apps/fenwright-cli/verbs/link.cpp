@@ -216,16 +216,21 @@ Outcome CheckLink(Session& session) {
 
 }  // namespace
 
-const Verb kDetect{.Name = "detect",
-                   .Description = "look for the programmer and offer it the device",
-                   .Needed = kDeviceOnPort,
-                   .Bind = [](CLI::App&) -> VerbRun { return Detect; }};
+const Verb kDetect{
+    .Name = "detect",
+    .Description = "look for the programmer and offer it the device",
+    .Needed = kDeviceOnPort,
+    .Bind = [](CLI::App&) -> VerbRun { return Detect; },
+    .Examples = {{{"--port COM5 --device AT90S8515 detect", "このポートにボードがあるかを調べます",
+                   "see whether the board is on that port"}}}};
 
 const Verb kCheckLink{
     .Name = "check-link",
     .Description =
         "measure how long the programmer takes to answer, and what that means for programming",
     .Needed = kDeviceOnPort,
-    .Bind = [](CLI::App&) -> VerbRun { return CheckLink; }};
+    .Bind = [](CLI::App&) -> VerbRun { return CheckLink; },
+    .Examples = {{{"--port COM5 --device AT90S8515 check-link", "アダプターが遅くないかを調べます",
+                   "see whether the adapter is slow"}}}};
 
 }  // namespace fenwright::cli
