@@ -4,6 +4,7 @@
 #include <sstream>
 #include <utility>
 
+#include "help.h"
 #include "platform/system/printable.h"
 #include "platform/system/terminal.h"
 #include "suggest.h"
@@ -97,6 +98,7 @@ CommandLine::CommandLine()
       return cli::RunVerb(*verb, run, options_);
     };
   }
+  SetUpHelp(app_, options_.Language);
 }
 
 std::optional<ExitCode> CommandLine::Read(std::vector<std::string> arguments, std::ostream& output,

@@ -40,7 +40,7 @@ struct Options {
   core::Language Language = core::Language::English;  ///< of every text
 };
 
-/// Adds them to the command line, and what the help says beside options and verbs.
+/// Adds them to the command line.
 void AddOptions(CLI::App& app, Options& options);
 
 }  // namespace fenwright::cli

@@ -27,6 +27,7 @@ std::string ArgumentsOf(const std::string& verb, const std::string& file) {
   if (verb == "program" || verb == "verify" || verb == "dump" || verb == "lint") return " " + file;
   if (verb == "update-firmware") return " --yes " + (file == "code.hex" ? "firmware.hex" : file);
   if (verb == "write-fuses") return " CKSEL=4";
+  if (verb == "completion") return " bash";
   return "";
 }
 

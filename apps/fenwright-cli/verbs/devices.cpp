@@ -24,6 +24,9 @@ Outcome ListDevices(Session& session) {
 const Verb kDevices{.Name = "devices",
                     .Description = "list the devices",
                     .Needed = {},
-                    .Bind = [](CLI::App&) -> VerbRun { return ListDevices; }};
+                    .Bind = [](CLI::App&) -> VerbRun { return ListDevices; },
+                    .Examples = {{{"devices", "対応するデバイスを一覧にします", "list the devices"},
+                                  {"--json devices", "同じものをスクリプトのために出します",
+                                   "the same for a script"}}}};
 
 }  // namespace fenwright::cli

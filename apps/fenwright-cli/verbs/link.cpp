@@ -240,13 +240,17 @@ const Verb kDetect{
     .Name = "detect",
     .Description = "look for the programmer, and offer it the device if one is named",
     .Needed = kBoardOnPort,
-    .Bind = [](CLI::App&) -> VerbRun { return Detect; }};
+    .Bind = [](CLI::App&) -> VerbRun { return Detect; },
+    .Examples = {{{"--port COM5 detect", "このポートにボードがあるかを調べます",
+                   "see whether the board is on that port"}}}};
 
 const Verb kCheckLink{
     .Name = "check-link",
     .Description =
         "measure how long the programmer takes to answer, and what that means for programming",
     .Needed = kBoardOnPort,
-    .Bind = [](CLI::App&) -> VerbRun { return CheckLink; }};
+    .Bind = [](CLI::App&) -> VerbRun { return CheckLink; },
+    .Examples = {{{"--port COM5 check-link", "アダプターが遅くないかを調べます",
+                   "see whether the adapter is slow"}}}};
 
 }  // namespace fenwright::cli

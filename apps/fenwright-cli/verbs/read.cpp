@@ -211,9 +211,15 @@ VerbRun BindRead(CLI::App& command) {
 
 }  // namespace
 
-const Verb kRead{.Name = "read",
-                 .Description = "read the device's memories and save them",
-                 .Needed = kDeviceOnPort,
-                 .Bind = BindRead};
+const Verb kRead{
+    .Name = "read",
+    .Description = "read the device's memories and save them",
+    .Needed = kDeviceOnPort,
+    .Bind = BindRead,
+    .Examples = {{{"--port COM5 --device AT90S8515 read --code out.hex --data out.eep",
+                   "両方のメモリーをファイルに保存します", "save both memories"},
+                  {"--port COM5 --device AT90S8515 read --code out.hex --verify --force",
+                   "二回読んで比べ、前のファイルに上書きします",
+                   "read twice, compare, and overwrite the last file"}}}};
 
 }  // namespace fenwright::cli

@@ -51,9 +51,14 @@ VerbRun BindVerify(CLI::App& command) {
 
 }  // namespace
 
-const Verb kVerify{.Name = "verify",
-                   .Description = "compare the device with files and print the differences",
-                   .Needed = kDeviceOnPort,
-                   .Bind = BindVerify};
+const Verb kVerify{
+    .Name = "verify",
+    .Description = "compare the device with files and print the differences",
+    .Needed = kDeviceOnPort,
+    .Bind = BindVerify,
+    .Examples = {{{"--port COM5 --device AT90S8515 verify blink.hex",
+                   "デバイスをファイルと比べます", "compare the device with the files"},
+                  {"--port COM5 --device AT90S8515 verify blink.hex --no-data",
+                   "EEPROMは空のはずとして比べます", "the EEPROM has to be blank"}}}};
 
 }  // namespace fenwright::cli
