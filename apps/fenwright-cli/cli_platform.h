@@ -68,6 +68,7 @@ class PrintedMessageDialog final : public screen::MessageDialog {
   void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override;
   void SetDetail(std::string_view text) override { detail_ = text; }
+  void SetCode(std::string_view /*word*/) override {}
   void SetOutcome(screen::Outcome /*outcome*/) override {}
   void SetPhase(std::string_view text) override;
   void ShowButton() override { busy_ = false; }

@@ -25,6 +25,7 @@
 #include "ops/outcome.h"
 #include "ops/program_device.h"
 #include "ops/read_device.h"
+#include "ops/trouble.h"
 #include "ops/verify_device.h"
 
 namespace fenwright::ops {
@@ -43,7 +44,10 @@ void StartTiming(core::RunContext& context) {
 }
 
 bool CheckLink(core::RunContext& context) {
-  return context.State.Command.LinkReady = link::CheckProgrammerLink(context);
+  const bool ready = link::CheckProgrammerLink(context);
+  context.State.Command.LinkReady = ready;
+  if (!ready) context.Screen.MessageDialog.SetCode(TroubleOf(context.State));
+  return ready;
 }
 
 void ShowElapsedTime(core::RunContext& context) {
@@ -83,6 +87,7 @@ void ExplainFailure(core::RunContext& context) {
     dialog.Show(done.LastFailure, screen::MessageMode::Notice);
   }
   core::ShowDetail(context, DescribeFailure(context));
+  dialog.SetCode(TroubleOf(context.State));
 }
 
 /// A chip can hold just what was loaded, and the file mean something else. Whoever opened it in

@@ -34,6 +34,10 @@ class MessageDialog {
   /// Shows a second, smaller text below the first: cause, state of the chip and cure.
   virtual void SetDetail(std::string_view text) = 0;
 
+  /// Shows below the detail the word that stands for what went wrong, the one that the command line
+  /// explains, until the next Show(); "" = none.
+  virtual void SetCode(std::string_view word) = 0;
+
   /// Shows the sign of an outcome in place of the mode's picture until the next Show(); None = the
   /// mode's picture. Nothing happens while the dialog is not loaded.
   virtual void SetOutcome(Outcome outcome) = 0;

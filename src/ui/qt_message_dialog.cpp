@@ -140,6 +140,8 @@ QPushButton* QtMessageDialog::BuildButton(const QString& name, const QString& ca
 void QtMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
   mode_ = mode;
   left_over_ = false;
+  detail_text_.clear();
+  code_.clear();
   detail_->SetText({});
   detail_->hide();
   SetPhase({});
@@ -162,8 +164,21 @@ void QtMessageDialog::SetText(std::string_view text) {
 
 void QtMessageDialog::SetDetail(std::string_view text) {
   if (!loaded_) return;
-  detail_->SetText(ToQString(text));
-  detail_->setVisible(!text.empty());
+  detail_text_ = ToQString(text);
+  ShowDetail();
+}
+
+void QtMessageDialog::SetCode(std::string_view word) {
+  if (!loaded_) return;
+  code_ = ToQString(word);
+  ShowDetail();
+}
+
+void QtMessageDialog::ShowDetail() {
+  QString text = detail_text_;
+  if (!code_.isEmpty()) text += (text.isEmpty() ? "コード: " : "\nコード: ") + code_;
+  detail_->SetText(text);
+  detail_->setVisible(!text.isEmpty());
   FitHeight();
 }
 

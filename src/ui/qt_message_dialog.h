@@ -33,6 +33,7 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   void Show(std::string_view text, screen::MessageMode mode) override;
   void SetText(std::string_view text) override;
   void SetDetail(std::string_view text) override;
+  void SetCode(std::string_view word) override;
   void SetOutcome(screen::Outcome outcome) override;
   void SetPhase(std::string_view text) override;
   void ShowButton() override;
@@ -57,6 +58,7 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   void closeEvent(QCloseEvent* event) override;
 
  private:
+  void ShowDetail();
   void Build();
   QPushButton* BuildButton(const QString& name, const QString& caption, std::int16_t meaning);
   void Load();
@@ -89,6 +91,8 @@ class QtMessageDialog final : public QDialog, public screen::MessageDialog {
   QLabel* picture_ = nullptr;
   WrappedLabel* text_ = nullptr;
   WrappedLabel* detail_ = nullptr;
+  QString detail_text_;
+  QString code_;
   QLabel* phase_ = nullptr;
   QProgressBar* progress_ = nullptr;
   QLabel* progress_text_ = nullptr;

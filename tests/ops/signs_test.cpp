@@ -36,6 +36,23 @@ struct SignRun : BoardRun {
   void LoadSmallImage() { LoadImage({0x0C, 0x94, 0x2A, 0x00, 0x55, 0xAA}, {0x11, 0x22}); }
 };
 
+/// Below what is said of a failure stands the word for it that the command line explains.
+TEST(Signs, AFailureHasTheCodeOfItsCause) {
+  SignRun mismatch(kTiny12, {.Chip = "AT90S2313"});
+  mismatch.LoadSmallImage();
+  mismatch.Program();
+  EXPECT_EQ(mismatch.Dialog.Code, "wrong-chip");
+  SignRun silent(kTiny12, {.Faults = {{.What = board::Fault::Kind::Silent}}});
+  silent.Do(ops::Cmd_btn_erase_Click);
+  EXPECT_EQ(silent.Dialog.Code, "no-programmer");
+  SignRun blank;
+  blank.LoadSmallImage();
+  blank.Do(ops::Cmd_btn_verify_Click);
+  EXPECT_EQ(blank.Dialog.Code, "differences");
+  blank.Program();
+  EXPECT_EQ(blank.Dialog.Code, "");
+}
+
 TEST(Signs, AGoodRunOfEveryCommandIsASuccess) {
   SignRun run;
   run.LoadSmallImage();

@@ -135,6 +135,7 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
     Text = text;
     Mode = mode;
     Detail.clear();
+    Code.clear();
     Outcome = screen::Outcome::None;
     Phase.clear();
     ButtonVisible = mode != MessageMode::Busy;
@@ -155,6 +156,7 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
     Text = text;
   }
   void SetDetail(std::string_view text) override { Detail = text; }
+  void SetCode(std::string_view word) override { Code = word; }
   void SetOutcome(screen::Outcome outcome) override {
     if (Loaded) Outcome = outcome;
   }
@@ -185,6 +187,7 @@ class FakeMessageDialog final : public screen::MessageDialog, public Noted {
   bool BarVisible = false;
   std::string Text;
   std::string Detail;
+  std::string Code;
   screen::Outcome Outcome = screen::Outcome::None;
   std::string Phase;
   Texts Phases;  ///< every one that was shown

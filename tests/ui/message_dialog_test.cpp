@@ -141,6 +141,21 @@ TEST_F(MessageDialogTest, ADialogOnTheScreenStaysWhereTheUserHasPutIt) {
   EXPECT_NE(dialog_.pos(), QPoint(5, 6));
 }
 
+TEST_F(MessageDialogTest, ACodeStandsBelowTheDetailUntilTheNextMessage) {
+  const auto* const detail = Find<WrappedLabel>(dialog_, "lblDetail");
+  dialog_.Show("failed", MessageMode::Notice);
+  dialog_.SetDetail("why");
+  dialog_.SetCode("wrong-chip");
+  EXPECT_EQ(detail->text(), "why\nコード: wrong-chip");
+  dialog_.SetDetail("");
+  EXPECT_EQ(detail->text(), "コード: wrong-chip");
+  EXPECT_TRUE(detail->isVisible());
+  dialog_.Show("next", MessageMode::Notice);
+  EXPECT_FALSE(detail->isVisible());
+  dialog_.SetDetail("why");
+  EXPECT_EQ(detail->text(), "why");
+}
+
 TEST_F(MessageDialogTest, ADialogClosedByTheUserIgnoresProgressUntilTheNextMessage) {
   dialog_.Show("busy", MessageMode::Busy);
   dialog_.SetProgressRange(100);
