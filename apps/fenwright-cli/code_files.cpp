@@ -1,6 +1,8 @@
 #include "code_files.h"
 
 #include <filesystem>
+#include <iostream>
+#include <iterator>
 #include <optional>
 
 #include <fmt/format.h>
@@ -100,10 +102,13 @@ std::optional<Problem> WhyNotRead(const CodeFiles& files, const image::OpenRepor
 
 /// The same for a data file that is there. A code file whose reading ended early keeps it from
 /// being read.
-std::optional<Problem> WhyDataNotRead(const CodeFiles& files, const std::string& data_path,
+std::optional<Problem> WhyDataNotRead(Session& session, const CodeFiles& files,
+                                      const std::string& data_path,
                                       const image::OpenReport& report) {
   std::error_code ignored;
-  if (files.NoData || !std::filesystem::exists(ToPath(data_path), ignored)) return std::nullopt;
+  const bool is_there =
+      session.Streams().Exists(data_path) || std::filesystem::exists(ToPath(data_path), ignored);
+  if (files.NoData || !is_there) return std::nullopt;
   if (report.Code.StoppedAtLine != 0) {
     const std::string end = Place(files.Code, report.Code.StoppedAtLine);
     return Problem{
@@ -126,6 +131,40 @@ LoadedFiles Refuse(Session& session, const Problem& problem) {
   return {.Code = ExitCode::FileError};
 }
 
+/// What was read from standard input has these names; a code file's has to end like one.
+constexpr const char* kCodeFromInput = "<stdin>.hex";
+constexpr const char* kDataFromInput = "<stdin>.eep";
+
+/// Takes standard input for the file that is named "-".
+ExitCode TakeStandardInput(Session& session, CodeFiles& files) {
+  const bool code = files.Code == kStream;
+  const bool data = files.Data == kStream;
+  if (code && data) {
+    return session.Fail(ExitCode::Usage, {.Code = problem::kUsage,
+                                          .Text = {"標準入力から読めるファイルは一つだけです",
+                                                   "standard input can stand for one file alone"}});
+  }
+  if (!code && !data) return ExitCode::Success;
+  std::string& name = code ? files.Code : files.Data;
+  name = code ? kCodeFromInput : kDataFromInput;
+  session.Streams().Provide(name, std::string(std::istreambuf_iterator<char>(std::cin), {}));
+  // Beside standard input there is no data file.
+  files.NoData = files.NoData || (code && files.Data.empty());
+  return ExitCode::Success;
+}
+
+/// The data file that goes with a code file. Where the file system tells case, one whose name ends
+/// in capitals does as well.
+std::string DataFileBeside(const std::string& code) {
+  const std::string usual = image::DataFileNameFor(code);
+  std::error_code ignored;
+  if (std::filesystem::exists(ToPath(usual), ignored)) return usual;
+  constexpr std::string_view kCapitals = "EEP";
+  const std::string capitals =
+      usual.substr(0, usual.size() - kCapitals.size()) + std::string(kCapitals);
+  return std::filesystem::exists(ToPath(capitals), ignored) ? capitals : usual;
+}
+
 nlohmann::json SharesOf(const image::OpenReport& report) {
   return {{"code_words", report.Code.Check.Share.Given},
           {"code_words_inside", report.Code.Check.Share.Inside},
@@ -137,7 +176,10 @@ nlohmann::json SharesOf(const image::OpenReport& report) {
 
 std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
   auto files = std::make_shared<CodeFiles>();
-  command.add_option("CODE.hex", files->Code, "code file, Intel HEX (.hex or .rom)")->required();
+  command
+      .add_option("CODE.hex", files->Code,
+                  "code file, Intel HEX (.hex or .rom); \"-\" reads standard input")
+      ->required();
   CLI::Option* const data =
       command
           .add_option("--data", files->Data,
@@ -151,13 +193,14 @@ std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
   return files;
 }
 
-LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files) {
-  std::error_code ignored;
-  const bool data_given = !files.Data.empty();
-  if (data_given && !std::filesystem::is_regular_file(ToPath(files.Data), ignored)) {
+LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& named) {
+  CodeFiles files = named;
+  const ExitCode taken = TakeStandardInput(session, files);
+  if (taken != ExitCode::Success) return {.Code = taken};
+  const std::string data_path = files.Data.empty() ? DataFileBeside(files.Code) : files.Data;
+  if (!files.Data.empty() && !session.Streams().Exists(files.Data)) {
     return {.Code = session.Fail(ExitCode::FileError, NoFile(files.Data))};
   }
-  const std::string data_path = data_given ? files.Data : image::DataFileNameFor(files.Code);
   session.Out().NoteOutside(data_path);
   image::OpenReport opened;
   const core::CommandEnding ending =
@@ -180,7 +223,7 @@ LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files) {
     loaded.Code = ExitCode::FileError;
     return loaded;
   }
-  if (const auto problem = WhyDataNotRead(files, data_path, opened)) {
+  if (const auto problem = WhyDataNotRead(session, files, data_path, opened)) {
     return Refuse(session, *problem);
   }
   return loaded;

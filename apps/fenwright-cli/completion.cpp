@@ -26,6 +26,7 @@ Texts DeviceWords() {
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
     words.push_back(DeviceAlias(device.DisplayName));
   }
+  words.emplace_back("auto");
   return words;
 }
 

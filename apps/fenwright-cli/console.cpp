@@ -53,16 +53,32 @@ void Console::NoteOutside(const std::string& text) {
 }
 
 void Console::Print(std::string_view text) {
-  if (!quiet_) PrintAlways(text);
+  if (quiet_) return;
+  if (output_for_result_) {
+    PrintError(text);
+  } else {
+    PrintAlways(text);
+  }
 }
 
 ExitCode Console::PrintResult(std::string_view text) {
   return json_ || PrintAlways(text) ? ExitCode::Success : ExitCode::FileError;
 }
 
-bool Console::PrintAlways(std::string_view text) {
+ExitCode Console::PrintResult(std::string_view text, Side side) {
+  if (!colours_) return PrintResult(text);
+  if (json_) return ExitCode::Success;
+  const char* const colour = side == Side::Expected ? "\x1B[31m" : "\x1B[32m";
+  std::string line = AsLine(text);
+  line.insert(line.size() - 1, "\x1B[0m");
+  return WriteOutput(colour + line) ? ExitCode::Success : ExitCode::FileError;
+}
+
+bool Console::PrintAlways(std::string_view text) { return WriteOutput(AsLine(text)); }
+
+bool Console::WriteOutput(std::string_view text) {
   ClearBar();
-  const bool written = WriteTo(std::cout, AsLine(text));
+  const bool written = WriteTo(std::cout, text);
   result_written_ = result_written_ && written;
   return written;
 }
@@ -80,11 +96,6 @@ void Console::PrintStatus(std::string_view text) {
   if (!verbose_ || quiet_ || text == last_status_) return;
   last_status_ = text;
   PrintError(language_ == core::Language::Japanese ? std::string(text) : EnglishOf(text));
-}
-
-std::string Console::Coloured(std::string_view text, bool good) const {
-  if (!colours_) return std::string(text);
-  return fmt::format("\x1B[{}m{}\x1B[0m", good ? 32 : 31, text);
 }
 
 void Console::StartPhase(std::string_view label, std::string_view unit) {

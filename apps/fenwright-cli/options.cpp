@@ -18,6 +18,17 @@ const char* Name(ExitCode code) {
   return found == kNames.end() ? "failed" : found->second;
 }
 
+const core::Sentence& Heading(ExitCode code) {
+  static const std::map<ExitCode, core::Sentence> kHeadings{
+      {ExitCode::Success, {"完了", "ok"}},
+      {ExitCode::Failed, {"失敗", "failed"}},
+      {ExitCode::Usage, {"使い方の誤り", "usage"}},
+      {ExitCode::NoProgrammer, {"ライターなし", "no-programmer"}},
+      {ExitCode::FileError, {"ファイルのエラー", "file-error"}},
+      {ExitCode::Stopped, {"中断", "stopped"}}};
+  return kHeadings.at(code);
+}
+
 void AddOptions(CLI::App& app, Options& options) {
   app.set_version_flag("--version", fmt::format("fenwright-cli {}", core::kVersion));
   app.add_option("--port", options.Port,
@@ -36,7 +47,8 @@ void AddOptions(CLI::App& app, Options& options) {
       ->type_name("SPEC")
       ->needs(simulate);
   app.add_option("--device", options.Device,
-                 "device in the socket: its name, or an unambiguous part of it")
+                 "device in the socket: its name, an unambiguous part of it, or \"auto\" for the "
+                 "one that is found there")
       ->type_name("NAME");
   app.add_option("--folder", options.Folder,
                  "folder to keep the trace, the dumps and the report in; none is kept without it")

@@ -22,6 +22,9 @@ enum class ExitCode {
 /// The stable word of an exit code, "ok".
 const char* Name(ExitCode code);
 
+/// The same for people.
+const core::Sentence& Heading(ExitCode code);
+
 /// The options that every verb takes.
 struct Options {
   std::vector<std::string> Words;   ///< the whole command line, for what is printed of it

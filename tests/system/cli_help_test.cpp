@@ -315,7 +315,7 @@ TEST_F(BashCompletionTest, OffersEveryVerbAndEveryOptionAndNoOther) {
 }
 
 TEST_F(BashCompletionTest, OffersDevicesByTheirNamesInAscii) {
-  Names devices;
+  Names devices{"auto"};
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
     devices.insert(cli::DeviceAlias(device.DisplayName));
   }

@@ -153,9 +153,9 @@ TEST_F(LinkCli, CheckLinkWithoutABoardEndsAsDetectDoes) {
               AllOf(Ends(3), Prints(Not(HasSubstr("round trip")))));
 }
 
-TEST_F(LinkCli, DetectAndCheckLinkNeedADevice) {
-  EXPECT_THAT(Run("--simulate detect"), Ends(2));
-  EXPECT_THAT(Run("--simulate check-link"), Ends(2));
+TEST_F(LinkCli, DetectAndCheckLinkTakeNoDeviceThatIsNone) {
+  EXPECT_THAT(Run("--simulate --device none detect"), Ends(2));
+  EXPECT_THAT(Run("--simulate --device none check-link"), Ends(2));
 }
 
 }  // namespace
