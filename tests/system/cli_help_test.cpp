@@ -145,7 +145,7 @@ TEST_F(CliHelp, OfAVerbHasItsOptionsAndExamplesThatCanBeRead) {
       cli::CommandLine line;
       std::ostringstream output;
       std::ostringstream errors;
-      EXPECT_FALSE(line.Read(Words{"fenwright-cli"} + arguments, output, errors)) << errors.str();
+      ASSERT_FALSE(line.Read(Words{"fenwright-cli"} + arguments, output, errors)) << errors.str();
       EXPECT_EQ(line.App().get_subcommands().front()->get_name(), name);
     }
   }
