@@ -5,7 +5,7 @@
 #   scripts/build-windows.sh
 #
 # The first run also builds Qt for Windows, which takes long; scripts/build-windows-qt.sh keeps it
-# for the next ones.
+# for the next ones. FENWRIGHT_QT_DIR=FOLDER takes the Qt that is in that folder instead.
 set -euo pipefail
 
 script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -20,7 +20,10 @@ readonly manual=readme_tarnwick6.pdf
 "$script_dir/install-packages.sh" build windows
 
 say "Qt for Windows"
-FENWRIGHT_QT_DIR=$("$script_dir/build-windows-qt.sh" | tail -n 1)
+if [[ -z ${FENWRIGHT_QT_DIR-} ]]; then
+  FENWRIGHT_QT_DIR=$("$script_dir/build-windows-qt.sh" | tail -n 1)
+fi
+FENWRIGHT_QT_DIR=$(realpath -e -- "$FENWRIGHT_QT_DIR")
 export FENWRIGHT_QT_DIR
 echo "$FENWRIGHT_QT_DIR"
 
@@ -75,6 +78,20 @@ while IFS= read -r file; do
   mkdir -p "$folder/$(dirname "$file")"
   cp "$file" "$folder/$file"
 done < <(find examples -mindepth 1 -type f ! -name '*.sh' | LC_ALL=C sort)
+
+# The licences: our own, and the notices of what is linked into the programs, as Debian has them.
+windows_text LICENSE >"$folder/LICENSE.txt"
+windows_text THIRD-PARTY.md | sed 's/(LICENSE)/(LICENSE.txt)/' >"$folder/THIRD-PARTY.md"
+mkdir "$folder/licenses"
+for file in licenses/*.txt; do
+  windows_text "$file" >"$folder/$file"
+done
+windows_text /usr/share/doc/qt6-base-dev/copyright >"$folder/licenses/qt6-base.txt"
+# shellcheck disable=SC2016  # dpkg-query fills in the names
+dpkg-query -W -f='${source:Package} ${source:Version}\n' qt6-base-dev g++-mingw-w64-x86-64-posix \
+  mingw-w64-x86-64-dev libcli11-dev libfmt-dev nlohmann-json3-dev nsis fonts-noto-cjk |
+  LC_ALL=C sort -u >"$build_dir/versions.txt"
+windows_text "$build_dir/versions.txt" >"$folder/licenses/versions.txt"
 
 (cd "$dist_dir" && cmake -E tar cf "$name.zip" --format=zip "$name")
 removal_of "$folder" >"$build_dir/removal.nsh"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages of one or more groups of scripts/packages.txt, only those missing.
 #
-#   scripts/install-packages.sh [build|run|test|mutation|windows|windows-test|examples]...    (default: build run test)
+#   scripts/install-packages.sh [build|run|test|mutation|package|package-test|windows|windows-test|examples]...    (default: build run test)
 set -euo pipefail
 
 script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)

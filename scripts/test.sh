@@ -60,7 +60,7 @@ check_format() {
 }
 
 check_scripts() {
-  shellcheck -x scripts/*.sh examples/*.sh tests/system/*.sh .ci/run && echo "shellcheck: clean"
+  shellcheck -x scripts/*.sh scripts/pre-commit examples/*.sh tests/*/*.sh .ci/run && echo "shellcheck: clean"
 }
 
 # run_tests PRESET [CTEST OPTION...]: builds the preset and runs its tests; ctest's closing lines

@@ -26,7 +26,6 @@ Texts DeviceWords() {
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
     words.push_back(DeviceAlias(device.DisplayName));
   }
-  words.emplace_back("auto");
   return words;
 }
 

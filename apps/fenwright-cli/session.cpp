@@ -157,7 +157,8 @@ nlohmann::json Session::CommonFields() const {
   const auto text_or_null = [](const std::string& text) {
     return text.empty() ? nlohmann::json(nullptr) : nlohmann::json(text);
   };
-  const auto file_or_null = [&text_or_null](const std::string& path) {
+  const auto file_or_null = [this, &text_or_null](const std::string& name) {
+    const std::string path = streams_ ? streams_->OriginOf(name) : name;
     std::error_code ignored;
     const bool exists = !path.empty() && std::filesystem::exists(ToPath(path), ignored);
     return text_or_null(exists ? path : "");

@@ -27,6 +27,11 @@ class TextWriter final : public platform::FileWriter {
 
 }  // namespace
 
+const std::string& StreamFiles::OriginOf(const std::string& path) const {
+  const auto found = contents_.find(path);
+  return found == contents_.end() ? path : found->second.Origin;
+}
+
 bool StreamFiles::Exists(std::string_view path) {
   return contents_.contains(path) || (path != kStream && files_.Exists(path));
 }
@@ -34,7 +39,7 @@ bool StreamFiles::Exists(std::string_view path) {
 platform::FileResult StreamFiles::Read(std::string_view path, std::string& content) {
   const auto found = contents_.find(path);
   if (found == contents_.end()) return files_.Read(path, content);
-  content = found->second;
+  content = found->second.Content;
   return {};
 }
 

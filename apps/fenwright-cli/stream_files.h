@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/text_files.h"
 
@@ -19,10 +21,13 @@ class StreamFiles final : public platform::TextFiles {
   /// `files` has all the other files.
   explicit StreamFiles(platform::TextFiles& files) : files_(files) {}
 
-  /// From now on there is a file of that name.
-  void Provide(const std::string& name, std::string content) {
-    contents_[name] = std::move(content);
+  /// From now on there is a file of that name. `origin` is the path of the file that it was made
+  /// from, "" when it was none.
+  void Provide(const std::string& name, std::string content, std::string origin) {
+    contents_[name] = {.Content = std::move(content), .Origin = std::move(origin)};
   }
+  /// What a file was made from, or the file itself.
+  [[nodiscard]] const std::string& OriginOf(const std::string& path) const;
   /// What was written to "-", "" when nothing was, or not all.
   [[nodiscard]] const std::string& Written() const { return written_; }
 
@@ -43,8 +48,13 @@ class StreamFiles final : public platform::TextFiles {
   void Delete(std::string_view path) override { files_.Delete(path); }
 
  private:
+  struct Provided {
+    std::string Content;
+    std::string Origin;
+  };
+
   platform::TextFiles& files_;
-  std::map<std::string, std::string, std::less<>> contents_;
+  std::map<std::string, Provided, std::less<>> contents_;
   std::string written_;
 };
 

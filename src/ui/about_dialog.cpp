@@ -10,6 +10,7 @@
 #include "core/settings_keys.h"
 #include "ui/controls.h"
 #include "ui/icons.h"
+#include "ui/license_dialog.h"
 
 namespace fenwright::ui {
 namespace {
@@ -53,7 +54,8 @@ QPushButton* Button(const QString& object_name, const QString& caption) {
 
 AboutDialog::AboutDialog(QWidget* parent)
     : QDialog(parent, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
-                          Qt::WindowCloseButtonHint) {
+                          Qt::WindowCloseButtonHint),
+      licenses_(new LicenseDialog(this)) {
   Name(this, "frmAbout", "バージョン情報");
   setWindowTitle("バージョン情報");
   setModal(true);
@@ -112,16 +114,20 @@ QWidget* AboutDialog::BuildButtons() {
   auto* row = new QHBoxLayout(box);
   row->setContentsMargins(0, 0, 0, 0);
   QPushButton* support = Button("Command1", "サポートホームページへジャンプ");
+  QPushButton* licenses = Button("Command2", "ライセンス");
   close_ = Button("cmdOK", "閉じる");
   row->addWidget(support);
+  row->addWidget(licenses);
   row->addStretch(1);
   row->addWidget(close_);
-  for (QPushButton* button : {support, close_}) {
+  for (QPushButton* button : {support, licenses, close_}) {
     button->setMinimumWidth(button->sizeHint().width() + kMargin);
   }
   support->setAutoDefault(false);
+  licenses->setAutoDefault(false);
   close_->setDefault(true);
   connect(support, &QPushButton::clicked, this, &AboutDialog::SupportPageRequested);
+  connect(licenses, &QPushButton::clicked, licenses_, &QDialog::open);
   connect(close_, &QPushButton::clicked, this, &QDialog::accept);
   return box;
 }

@@ -8,7 +8,10 @@ class QVBoxLayout;
 
 namespace fenwright::ui {
 
-/// `frmAbout`: the program's icon, title and version record, and the way to its support page.
+class LicenseDialog;
+
+/// `frmAbout`: the program's icon, title and version record, and the ways to its support page and
+/// to the licences.
 /// Modal; its owner keeps it for the whole run, and shows it with open(), which returns at once.
 class AboutDialog : public QDialog {
   Q_OBJECT
@@ -18,6 +21,9 @@ class AboutDialog : public QDialog {
 
   /// The line that names the support page.
   void SetSupportPageLabel(const QString& text);
+
+  /// What the button for the licences shows.
+  [[nodiscard]] LicenseDialog& Licenses() const { return *licenses_; }
 
  signals:
   /// The user wants to see the support page.
@@ -30,6 +36,7 @@ class AboutDialog : public QDialog {
   void BuildTexts(QVBoxLayout& column);
   QWidget* BuildButtons();
 
+  LicenseDialog* licenses_;
   QLabel* support_page_ = nullptr;
   QPushButton* close_ = nullptr;
 };

@@ -97,7 +97,9 @@ TEST_P(ChipRow, IsInTheProtocolsTableAndInTheReadme) {
           "\\| " + chip_ + "[^|]*\\| 0x" + core::HexByte(row_.DeviceCode) + " \\| 1E " +
           core::HexByte(row_.Signature[0]) + " " + core::HexByte(row_.Signature[1]) + " \\| " +
           std::to_string(row_.FlashWords) + " \\| " + std::to_string(row_.EepromBytes) + " \\|"));
-  EXPECT_THAT(Document("README.md"), HasSubstr(chip_));
+  for (const char* readme : {"README.md", "README.ja.md"}) {
+    EXPECT_THAT(Document(readme), HasSubstr(chip_));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Catalogue, ChipRow, ::testing::ValuesIn(core::DeviceCatalogue()),

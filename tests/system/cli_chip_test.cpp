@@ -119,7 +119,7 @@ TEST_F(CliChip, ADashReadsStandardInput) {
               AllOf(Ends(0), Prints(", 2 of 64 bytes")));
   EXPECT_THAT(Shell("$CLI --device ATtiny12L program - --data -"), Ends(2));
   EXPECT_THAT(Shell("echo nonsense | $CLI --device ATtiny12L program -"),
-              AllOf(Ends(4), Warns("<stdin>.hex:1: ")));
+              AllOf(Ends(4), Warns("<stdin>:1: ")));
   EXPECT_EQ(
       json::parse(Shell("$CLI --json --device ATtiny12L program - <code.hex").Out)["files"]["code"],
       nullptr);
@@ -161,6 +161,58 @@ TEST_F(CliChip, DifferencesHaveColoursOnATerminalAlone) {
               Prints("\x1B[31m-flash  0x0000  940C\x1B[0m\r\n\x1B[32m+flash  0x0000  FFFF\x1B[0m"));
   EXPECT_THAT(Shell("NO_COLOR=1 script -qec " + call), Prints("\n+flash  0x0000  FFFF\r\n"));
   EXPECT_THAT(Shell("$CLI --device ATtiny12L verify code.hex"), Prints(Not(HasSubstr("\x1B"))));
+}
+
+TEST_F(CliChip, ACodeFileIsKnownByItsContent) {
+  const std::string blink = std::string(FENWRIGHT_EXAMPLES) + "/blink/blink.hex";
+  const auto tool = [this](const std::string& line) { ASSERT_THAT(Shell(line), Ends(0)) << line; };
+  tool("cp " + blink + " code.hex");
+  tool("objcopy -I ihex -O srec code.hex code.srec");
+  tool("objcopy -I ihex -O binary code.hex code.bin");
+  tool("cp code.hex code.ihx");
+  const std::string share = Simulate("lint code.hex", "AT90S8515").Out;
+  ASSERT_THAT(share, StartsWith("flash "));
+  EXPECT_EQ(Simulate("lint code.srec", "AT90S8515").Out, share);
+  EXPECT_EQ(Simulate("lint code.ihx", "AT90S8515").Out, share);
+  EXPECT_EQ(Simulate("lint --format bin code.bin", "AT90S8515").Out, share);
+  const json told = Simulate("--json lint code.srec", "AT90S8515").Json();
+  EXPECT_EQ(told["files"]["code"], "code.srec");
+  EXPECT_THAT(Simulate("lint code.bin", "AT90S8515"), AllOf(Ends(4), Warns("--format bin")));
+  EXPECT_THAT(Simulate("lint --format elf code.bin", "AT90S8515"),
+              AllOf(Ends(4), Warns("code.bin: is no ELF file for AVR")));
+  EXPECT_THAT(Simulate("lint --format tape code.bin", "AT90S8515"), AllOf(Ends(2), Warns("srec")));
+}
+
+TEST_F(CliChip, AnElfFileBringsTheFlashAndTheEeprom) {
+  Put("elf.s",
+      ".section .text\n.word 0x940c,0xcfff\n.section .eeprom,\"aw\"\n.byte 1,2,3\n"
+      ".section .fuse,\"aw\"\n.byte 0xff\n");
+  ASSERT_THAT(Shell("avr-as -mmcu=avr2 elf.s -o elf.o && avr-ld -m avr2 elf.o -o code.elf"),
+              Ends(0));
+  BoardProgram board("AT90S8515");
+  EXPECT_THAT(On(board, "program code.elf"),
+              AllOf(Ends(0), Prints("2 of 4096 words, 3 of 512 bytes")));
+  EXPECT_THAT(board.Dump(), StartsWith("\x0C\x94\xFF\xCF\xFF"));
+  EXPECT_EQ(board.Dump().substr(8192, 4), "\x01\x02\x03\xFF");
+  EXPECT_THAT(On(board, "program code.elf --no-data"), AllOf(Ends(0), Prints(" 0 of 512 bytes")));
+  Put("own.eep", HexFile({9, 8}));
+  EXPECT_THAT(On(board, "program code.elf --data own.eep"),
+              AllOf(Ends(0), Prints(" 2 of 512 bytes")));
+  EXPECT_THAT(Shell("$CLI --device AT90S8515 lint - <code.elf"),
+              AllOf(Ends(0), Prints("EEPROM      3 of   512 bytes")));
+  ASSERT_THAT(Shell("as elf.s -o code.elf"), Ends(0));
+  EXPECT_THAT(On(board, "program code.elf"), AllOf(Ends(4), Warns("is no ELF file for AVR")));
+}
+
+TEST_F(CliChip, AFileThatCannotBeConvertedIsRefusedWithTheReason) {
+  Put("bad.srec", "S1050000010203FF\n");
+  EXPECT_THAT(Simulate("program bad.srec"),
+              AllOf(Ends(4), Warns("bad.srec: cannot be converted: "), Warns("hecksum"),
+                    Warns(Not(HasSubstr("/tmp/")))));
+  EXPECT_THAT(Finish(Process({FENWRIGHT_CLI_PROGRAM, "--simulate", "--device", "ATtiny12L",
+                              "program", Path("bad.srec")},
+                             {.Environment = {{"PATH", "/nowhere"}}})),
+              AllOf(Ends(4), Warns("objcopy"), Warns("install binutils")));
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #include "ui/about_dialog.h"
 
 #include <QDesktopServices>
+#include <QDirIterator>
 #include <QTemporaryDir>
+#include <QTextBrowser>
 
 #include "core/build_info.h"
+#include "ui/license_dialog.h"
 #include "ui/qt_shell.h"
 #include "ui/window_bench.h"
 
@@ -98,6 +101,62 @@ TEST_F(About, TheKeyboardReachesBothButtons) {
 TEST_F(About, ItGoesWithTheMainWindow) {
   EXPECT_TRUE(Window().close());
   EXPECT_FALSE(Dialog().isVisible());
+}
+
+struct Licenses : About {
+  Licenses() { Press("Command2"); }
+  LicenseDialog& Shown() { return Dialog().Licenses(); }
+  QTextBrowser& Page() { return *Find<QTextBrowser>(Shown(), "txtLicense"); }
+  std::string Read() { return Page().toPlainText().toStdString(); }
+};
+
+TEST_F(Licenses, TheAboutBoxHasThemInADialogOfTheirOwnAndStays) {
+  EXPECT_TRUE(Shown().isVisible());
+  EXPECT_TRUE(Shown().isModal());
+  EXPECT_EQ(Shown().windowTitle(), "ライセンス");
+  EXPECT_TRUE(Dialog().isVisible());
+  for (const char* name : {"MIT", "Qt 6", "LGPL-3.0", "CLI11", "fmt", "nlohmann-json"}) {
+    EXPECT_THAT(Read(), ::testing::HasSubstr(name));
+  }
+}
+
+TEST_F(Licenses, EveryTextIsBehindALinkAndTheWayBackLeadsToTheOverview) {
+  const std::string overview = Read();
+  QPushButton* back = Find<QPushButton>(Shown(), "cmdBack");
+  const QString markdown = Page().toMarkdown();
+  int texts = 0;
+  for (QDirIterator file(":/licenses", QDir::Files, QDirIterator::Subdirectories);
+       file.hasNext();) {
+    const QString name = file.next().mid(QString(":/licenses/").size());
+    if (name == "THIRD-PARTY.md") continue;
+    EXPECT_TRUE(markdown.contains("](" + name + ")")) << name.toStdString();
+    EXPECT_FALSE(back->isEnabled());
+    Page().setSource(QUrl(name));
+    EXPECT_NE(Read(), overview) << name.toStdString();
+    EXPECT_GT(Read().size(), 500U) << name.toStdString();
+    QTest::mouseClick(back, Qt::LeftButton);
+    EXPECT_EQ(Read(), overview);
+    Page().clearHistory();
+    ++texts;
+  }
+  EXPECT_GE(texts, 8);
+}
+
+TEST_F(Licenses, ItBeginsWithTheOverviewEachTime) {
+  const std::string overview = Read();
+  Page().setSource(QUrl("LICENSE"));
+  EXPECT_THAT(Read(), ::testing::HasSubstr("the Fenwright authors"));
+  QTest::mouseClick(Find<QPushButton>(Shown(), "cmdClose"), Qt::LeftButton);
+  EXPECT_FALSE(Shown().isVisible());
+  Press("Command2");
+  EXPECT_EQ(Read(), overview);
+  EXPECT_FALSE(Find<QPushButton>(Shown(), "cmdBack")->isEnabled());
+}
+
+TEST_F(Licenses, EscapeLeadsBackToTheAboutBox) {
+  QTest::keyClick(&Shown(), Qt::Key_Escape);
+  EXPECT_FALSE(Shown().isVisible());
+  EXPECT_TRUE(Dialog().isVisible());
 }
 
 struct Manual : WindowTest {

@@ -60,15 +60,15 @@ VerbRun BindErase(CLI::App& command) {
 
 }  // namespace
 
-const Verb kErase{
-    .Name = "erase",
-    .Description = "erase the device",
-    .Needed = kDeviceOnPort,
-    .Bind = BindErase,
-    .Examples = {
-        {{"--port COM5 --device AT90S8515 erase", "フラッシュ、EEPROM、ロックビットを消去します",
-          "erase flash, EEPROM and lock bits"},
-         {"--port COM5 --device AT90S8515 erase --strict",
-          "ソケットのチップがAT90S8515のときだけ消去します", "erase nothing but an AT90S8515"}}}};
+const Verb kErase{.Name = "erase",
+                  .Description = "erase the device",
+                  .Needed = kDeviceOnPort,
+                  .Bind = BindErase,
+                  .Examples = {{{"--port COM5 --device AT90S8515 erase",
+                                 "フラッシュ、EEPROM、ロックビットを消去します",
+                                 "erase flash, EEPROM and lock bits"},
+                                {"--port COM5 --device AT90S8515 erase --strict",
+                                 "ソケットのチップが AT90S8515 のときだけ消去します",
+                                 "the same, when the chip in the socket is an AT90S8515"}}}};
 
 }  // namespace fenwright::cli
