@@ -253,7 +253,7 @@ std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
   command
       .add_option("--format", files->Format,
                   "format of the code file: hex, srec, elf or bin (default: as its content says)")
-      ->type_name("FORMAT")
+      ->type_name("hex|srec|elf|bin")
       ->check(CLI::IsMember(FormatNames()).description(""));
   command.add_flag("--no-data", files->NoData, "treat the EEPROM image as blank")->excludes(data);
   command.add_flag("--force-image", files->Force,

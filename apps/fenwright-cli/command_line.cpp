@@ -8,6 +8,7 @@
 #include "platform/system/printable.h"
 #include "platform/system/terminal.h"
 #include "suggest.h"
+#include "usage_error.h"
 #include "verbs.h"
 
 namespace fenwright::cli {
@@ -66,13 +67,16 @@ ExitCode Tell(const CLI::App& app, const CLI::ParseError& error, const Options& 
   const bool failed = app.exit(error, out, errors) != 0;
   const std::vector<std::string> outside = OutsideOf(options.Words);
   streams.Output << Printable(out.str(), outside) << std::flush;
-  streams.Errors << Printable(errors.str(), outside) << std::flush;
   if (!failed) return ExitCode::Success;
-  core::Sentence text{error.what(), error.what()};
+  const bool japanese = options.Language == core::Language::Japanese;
+  core::Sentence text{JapaneseOfUsageError(error.what()), error.what()};
+  streams.Errors << Printable(
+                        japanese ? text.Japanese + "\n使い方は --help で出ます。\n" : errors.str(),
+                        outside)
+                 << std::flush;
   if (const std::string meant = Suggestion(app, options); !meant.empty()) {
     text.Japanese += "。" + meant + " のことですか";
     text.English += "; did you mean " + meant + "?";
-    const bool japanese = options.Language == core::Language::Japanese;
     streams.Errors << (japanese ? meant + " のことですか" : "Did you mean " + meant + "?")
                    << std::endl;
   }

@@ -1,5 +1,5 @@
-// What a user finds of the command line: reference, help, man pages and completion have every verb and
-// every option, and no other. The tables of the program are the measure.
+// What a user finds of the command line: reference, help, man pages and completion have every verb
+// and every option, and no other. The tables of the program are the measure.
 
 #include <future>
 #include <map>
@@ -191,6 +191,31 @@ TEST_F(CliHelp, IsInJapaneseWhereTheLocaleIs) {
       EXPECT_THAT(help.Out, Not(HasSubstr(english))) << verb->Name;
     }
   }
+}
+
+TEST_F(CliHelp, WhatIsWrongWithACallIsInTheLanguageOfTheCall) {
+  const Process::Setup japanese{.Environment = {{"LC_ALL", "ja_JP.UTF-8"}}};
+  for (const auto& [call, text] :
+       {std::pair{"", "サブコマンドがありません"},
+        {"devices now", "余分な引数があります: now"},
+        {"--jsn devices", "余分な引数があります: --jsn"},
+        {"--port", "--port の値がありません"},
+        {"--port COM1 --port COM2 ports", "--port が 2 回あります。指定できるのは一度です"},
+        {"program", "CODE.hex がありません"},
+        {"--simulate-chip empty ports", "--simulate-chip は --simulate と一緒に指定します"},
+        {"--quiet --verbose ports", "--quiet と --verbose は一緒に指定できません"},
+        {"completion tcsh", "SHELL: tcsh は {bash,zsh,fish} のどれでもありません"}}) {
+    const CliResult result = Run(call, japanese);
+    EXPECT_THAT(result,
+                AllOf(Ends(2), Warns(std::string(text) + "\n使い方は --help で出ます。\n")));
+    EXPECT_THAT(Run(call), AllOf(Ends(2), Warns("Run with --help for more information.\n")));
+    EXPECT_THAT(Run(std::string("--json ") + call, japanese).Json()["error"]["text"],
+                ::testing::StartsWith(text));
+  }
+}
+
+TEST_F(CliHelp, AMistypedFieldIsSuggested) {
+  EXPECT_THAT(Simulate("write-fuses BODLEVL=1.8V"), AllOf(Ends(2), Warns("mean BODLEVEL?")));
 }
 
 /// The options that stand as items in a part of a man page: "\fB-h, --help\fR".

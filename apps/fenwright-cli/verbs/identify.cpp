@@ -28,16 +28,13 @@ Outcome Identify(Session& session) {
 
 }  // namespace
 
-const Verb kIdentify{
-    .Name = "identify",
-    .Description =
-        "read the signature of the chip in the socket and print the "
-        "devices that have it",
-    .Needed = {.Folder = true, .AnyDevice = true, .Port = true},
-    .Bind = [](CLI::App&) -> VerbRun { return Identify; },
-    .Examples = {
-        {{"--port COM5 identify", "ソケットに何があるかを調べます", "see what is in the socket"},
-         {"--port COM5 --device auto program blink.hex", "ソケットにあるデバイスに書き込みます",
-          "program the device that is there"}}}};
+const Verb kIdentify{.Name = "identify",
+                     .Description =
+                         "read the signature of the chip in the socket and print the "
+                         "devices that have it",
+                     .Needed = {.Folder = true, .AnyDevice = true, .Port = true},
+                     .Bind = [](CLI::App&) -> VerbRun { return Identify; },
+                     .Examples = {{{"--port COM5 identify", "ソケットに何があるかを調べます",
+                                    "see what is in the socket"}}}};
 
 }  // namespace fenwright::cli
