@@ -199,6 +199,8 @@ TEST_F(CliHelp, WhatIsWrongWithACallIsInTheLanguageOfTheCall) {
        {std::pair{"", "サブコマンドがありません"},
         {"devices now", "余分な引数があります: now"},
         {"--jsn devices", "余分な引数があります: --jsn"},
+        {"gone", "gone というサブコマンドはありません"},
+        {"--gone", "--gone というオプションはありません"},
         {"--port", "--port の値がありません"},
         {"--port COM1 --port COM2 ports", "--port が 2 回あります。指定できるのは一度です"},
         {"program", "CODE.hex がありません"},
@@ -212,6 +214,24 @@ TEST_F(CliHelp, WhatIsWrongWithACallIsInTheLanguageOfTheCall) {
     EXPECT_THAT(Run(std::string("--json ") + call, japanese).Json()["error"]["text"],
                 ::testing::StartsWith(text));
   }
+}
+
+TEST_F(CliHelp, WordsOfOtherProgramsAreUnderstoodAsSuggestions) {
+  for (const auto& [call, wrong, meant] :
+       {std::tuple{"--simulate write_flash code.hex", "there is no verb write_flash", "program"},
+        {"signature", "there is no verb signature", "identify"},
+        {"--simulate chip_id", "there is no verb chip_id", "identify"},
+        {"-p AT90S8515 -U flash:w:code.hex", "there is no option -p", "--device"},
+        {"-P /dev/ttyUSB0 detect", "-P", "--port"},
+        {"prgram code.hex", "there is no verb prgram", "program"},
+        {"--dvice AT90S8515 erase", "--dvice", "--device"},
+        {"--jsn", "there is no option --jsn", "--json"}}) {
+    const CliResult result = Run(call);
+    EXPECT_THAT(result, AllOf(Ends(2), Warns(wrong))) << call;
+    EXPECT_THAT(result, Warns(std::string("Did you mean ") + meant + "?")) << call;
+  }
+  EXPECT_THAT(Run("burn-in"), AllOf(Ends(2), Warns("there is no verb burn-in"),
+                                    Warns(Not(HasSubstr("Did you mean")))));
 }
 
 TEST_F(CliHelp, AMistypedFieldIsSuggested) {
