@@ -123,6 +123,13 @@ void Console::ShowProgress(int value) {
   DrawBar(percent, value > 0 ? SecondsSince(start_) * (maximum_ - value) / value : 0);
 }
 
+/// Columns for the longest label: "verify EE", or its Japanese.
+int Console::LabelWidth() const {
+  constexpr int kEnglish = 9;
+  constexpr int kJapanese = 11;
+  return language_ == core::Language::Japanese ? kJapanese : kEnglish;
+}
+
 /// "4096 words", or "1234 of 4096 words".
 std::string Console::Count() const {
   if (maximum_ <= 0) return "";
@@ -134,8 +141,8 @@ std::string Console::Count() const {
 void Console::EndProgress() {
   ClearBar();
   if (!label_.empty()) {
-    const std::string line =
-        fmt::format("{:<9} {:<18} {:6.1f} s", label_, Count(), SecondsSince(phase_start_));
+    const std::string line = fmt::format("{:<{}} {:<18} {:6.1f} s", label_, LabelWidth(), Count(),
+                                         SecondsSince(phase_start_));
     label_.clear();
     PrintProgress(line);
   }
@@ -150,7 +157,7 @@ std::string Console::AsLine(std::string_view text) const {
 }
 
 void Console::DrawBar(int percent, double seconds_left) {
-  const std::string before = fmt::format("{:<9} {:<18} ", label_, Count());
+  const std::string before = fmt::format("{:<{}} {:<18} ", label_, LabelWidth(), Count());
   const std::string behind = fmt::format(" {:3} %  {:.0f} s", percent, seconds_left);
   constexpr int kNarrowest = 4;
   constexpr int kWidest = 40;

@@ -66,6 +66,7 @@ class Console {
   using Time = std::chrono::steady_clock::time_point;
 
   [[nodiscard]] std::string Count() const;
+  [[nodiscard]] int LabelWidth() const;
   bool WriteOutput(std::string_view text);
   void DrawBar(int percent, double seconds_left);
   void ClearBar();

@@ -37,7 +37,7 @@ struct Verb {
   /// Standard output gets the result and nothing else, as with --quiet.
   bool ResultOnly = false;
   /// For its help, the most usual call first.
-  std::array<Example, 3> Examples{};
+  std::array<Example, 4> Examples{};
 };
 
 /// The version of the form of the JSON: it grows when a field goes or changes its meaning.

@@ -1,5 +1,5 @@
-// What a user finds of the command line: reference, help, man pages and completion have every verb and
-// every option, and no other. The tables of the program are the measure.
+// What a user finds of the command line: reference, help, man pages and completion have every verb
+// and every option, and no other. The tables of the program are the measure.
 
 #include <future>
 #include <map>
@@ -144,7 +144,7 @@ TEST_F(CliHelp, OfAVerbHasItsOptionsAndExamplesThatCanBeRead) {
       cli::CommandLine line;
       std::ostringstream output;
       std::ostringstream errors;
-      EXPECT_FALSE(line.Read(Words{"fenwright-cli"} + arguments, output, errors)) << errors.str();
+      ASSERT_FALSE(line.Read(Words{"fenwright-cli"} + arguments, output, errors)) << errors.str();
       EXPECT_EQ(line.App().get_subcommands().front()->get_name(), name);
     }
   }
@@ -191,6 +191,51 @@ TEST_F(CliHelp, IsInJapaneseWhereTheLocaleIs) {
       EXPECT_THAT(help.Out, Not(HasSubstr(english))) << verb->Name;
     }
   }
+}
+
+TEST_F(CliHelp, WhatIsWrongWithACallIsInTheLanguageOfTheCall) {
+  const Process::Setup japanese{.Environment = {{"LC_ALL", "ja_JP.UTF-8"}}};
+  for (const auto& [call, text] :
+       {std::pair{"", "サブコマンドがありません"},
+        {"devices now", "余分な引数があります: now"},
+        {"--jsn devices", "余分な引数があります: --jsn"},
+        {"gone", "gone というサブコマンドはありません"},
+        {"--gone", "--gone というオプションはありません"},
+        {"--port", "--port の値がありません"},
+        {"--port COM1 --port COM2 ports", "--port が 2 回あります。指定できるのは一度です"},
+        {"program", "CODE.hex がありません"},
+        {"--simulate-chip empty ports", "--simulate-chip は --simulate と一緒に指定します"},
+        {"--quiet --verbose ports", "--quiet と --verbose は一緒に指定できません"},
+        {"completion tcsh", "SHELL: tcsh は {bash,zsh,fish} のどれでもありません"}}) {
+    const CliResult result = Run(call, japanese);
+    EXPECT_THAT(result,
+                AllOf(Ends(2), Warns(std::string(text) + "\n使い方は --help で出ます。\n")));
+    EXPECT_THAT(Run(call), AllOf(Ends(2), Warns("Run with --help for more information.\n")));
+    EXPECT_THAT(Run(std::string("--json ") + call, japanese).Json()["error"]["text"],
+                ::testing::StartsWith(text));
+  }
+}
+
+TEST_F(CliHelp, WordsOfOtherProgramsAreUnderstoodAsSuggestions) {
+  for (const auto& [call, wrong, meant] :
+       {std::tuple{"--simulate write_flash code.hex", "there is no verb write_flash", "program"},
+        {"signature", "there is no verb signature", "identify"},
+        {"--simulate chip_id", "there is no verb chip_id", "identify"},
+        {"-p AT90S8515 -U flash:w:code.hex", "there is no option -p", "--device"},
+        {"-P /dev/ttyUSB0 detect", "-P", "--port"},
+        {"prgram code.hex", "there is no verb prgram", "program"},
+        {"--dvice AT90S8515 erase", "--dvice", "--device"},
+        {"--jsn", "there is no option --jsn", "--json"}}) {
+    const CliResult result = Run(call);
+    EXPECT_THAT(result, AllOf(Ends(2), Warns(wrong))) << call;
+    EXPECT_THAT(result, Warns(std::string("Did you mean ") + meant + "?")) << call;
+  }
+  EXPECT_THAT(Run("burn-in"), AllOf(Ends(2), Warns("there is no verb burn-in"),
+                                    Warns(Not(HasSubstr("Did you mean")))));
+}
+
+TEST_F(CliHelp, AMistypedFieldIsSuggested) {
+  EXPECT_THAT(Simulate("write-fuses BODLEVL=1.8V"), AllOf(Ends(2), Warns("mean BODLEVEL?")));
 }
 
 /// The options that stand as items in a part of a man page: "\fB-h, --help\fR".

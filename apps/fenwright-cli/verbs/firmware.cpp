@@ -320,12 +320,13 @@ class FirmwareCall {
                                                 "firmware updated; switch the board off and on"})
                                  : board_state;
     if (outcome == update::UpdateOutcome::Finished) {
-      Out().Print(fmt::format(fmt::runtime(session_.In(
-                                  {"ok: 更新しました、{} ワード ({:.1f} 秒)。ボードの電源を入れ直し"
-                                   "てください",
-                                   "ok: firmware updated, {} words in {:.1f} s; switch the board "
-                                   "off and on"})),
-                              state_.WordsSent, seconds.count()));
+      Out().Print(fmt::format(
+          fmt::runtime(
+              session_.In({"完了: 更新しました、{} ワード ({:.1f} 秒)。ボードの電源を入れ直し"
+                           "てください",
+                           "ok: firmware updated, {} words in {:.1f} s; switch the board "
+                           "off and on"})),
+          state_.WordsSent, seconds.count()));
       return ExitCode::Success;
     }
     if (outcome == update::UpdateOutcome::Stopped) {

@@ -136,9 +136,12 @@ std::optional<Problem> ReadChoice(Session& session, const std::string& text, Cho
   const std::optional<FuseList> list = FindField(session, name);
   if (!list) {
     const std::string names = ListFieldNames(session);
+    const std::string meant = ClosestWord(name, FieldNames(session));
     return problem(problem::kUnknownField,
-                   fmt::format("{} にその項目はありません。項目は {}", session.Device(), names),
-                   fmt::format("{} has no such field; its fields are {}", session.Device(), names));
+                   fmt::format("{} にその項目はありません{}。項目は {}", session.Device(),
+                               meant.empty() ? "" : " (" + meant + " のことですか)", names),
+                   fmt::format("{} has no such field{}; its fields are {}", session.Device(),
+                               meant.empty() ? "" : ", did you mean " + meant + "?", names));
   }
   const std::optional<int> index = FindItem(session, *list, item);
   if (!index) {
@@ -382,7 +385,7 @@ nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
 
 Outcome FinishDryRun(Session& session, const Plan& plan) {
   session.Out().Print(session.In(
-      {"ok: 何も書き込んでいません (--dry-run)", "ok: nothing was written (--dry-run)"}));
+      {"完了: 何も書き込んでいません (--dry-run)", "ok: nothing was written (--dry-run)"}));
   return {.Json = PlanAsJson(session, plan, false)};
 }
 
@@ -482,8 +485,9 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
   const core::Sentence other = FindOther(session, expected);
   if (other.English.empty()) {
     session.Out().Print(fmt::format(
-        fmt::runtime(session.In({"ok: ヒューズとロックビットを書き込み、読み戻しました ({:.1f} 秒)",
-                                 "ok: fuse and lock bits written and read back in {:.1f} s"})),
+        fmt::runtime(
+            session.In({"完了: ヒューズとロックビットを書き込み、読み戻しました ({:.1f} 秒)",
+                        "ok: fuse and lock bits written and read back in {:.1f} s"})),
         run.Seconds));
     if (!session.Json()) return {.Code = ExitCode::Success};
     return TellDeviceRun(session, run, fields);
