@@ -197,7 +197,8 @@ check "the desktop opens .hex files with it" knows_hex_files
 has_documents() {
   # The bare system's settings may leave documents out; the package itself must have them.
   local file
-  for file in /usr/share/fenwright/readme_tarnwick6.pdf /usr/share/doc/fenwright/{copyright,LICENSE,THIRD-PARTY.md} \
+  for file in /usr/share/fenwright/readme_tarnwick6.pdf \
+    /usr/share/doc/fenwright/{copyright,guide_english.pdf,LICENSE,THIRD-PARTY.md} \
     /usr/share/doc/fenwright/licenses/LGPL-3.0.txt /usr/share/icons/hicolor/48x48/apps/fenwright.png \
     /usr/share/metainfo/fenwright.metainfo.xml; do
     [[ -s $installed$file ]] || { echo "missing: $file" && return 1; }
