@@ -14,6 +14,10 @@ if(TARGET manual)
   install(FILES ${CMAKE_BINARY_DIR}/apps/fenwright/readme_tarnwick6.pdf
           DESTINATION ${CMAKE_INSTALL_DATADIR}/fenwright)
 endif()
+if(TARGET guide)
+  install(FILES ${CMAKE_BINARY_DIR}/apps/fenwright/guide_english.pdf
+          DESTINATION ${CMAKE_INSTALL_DOCDIR})
+endif()
 if(TARGET shell-files)
   # Man pages and completion, laid out as they are installed.
   install(DIRECTORY ${CMAKE_BINARY_DIR}/shell/share/ DESTINATION ${CMAKE_INSTALL_DATADIR})

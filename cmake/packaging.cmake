@@ -48,7 +48,7 @@ include(CPack)
 
 # What has to be built for it; the tests are left out.
 add_custom_target(package-files)
-foreach(target fenwright fenwright-cli fenwright-board manual shell-files)
+foreach(target fenwright fenwright-cli fenwright-board manual guide shell-files)
   if(TARGET ${target})
     add_dependencies(package-files ${target})
   endif()

@@ -41,7 +41,7 @@ version=$(sed -n 's/^CMAKE_PROJECT_VERSION:[^=]*=//p' "$build_dir/CMakeCache.txt
 # The manual is made here, by the build for this system.
 if [[ -f tools/manual/CMakeLists.txt ]]; then
   say "Making the manual"
-  build_preset dev manual
+  build_preset dev manual guide
 fi
 
 # windows_text FILE: the text as every editor of Windows reads it. Older ones take a text without the
@@ -69,9 +69,11 @@ mkdir -p "$folder"
 for program in fenwright fenwright-cli; do
   x86_64-w64-mingw32-strip -o "$folder/$program.exe" "$build_dir/apps/$program/$program.exe"
 done
-if [[ -f build/dev/apps/fenwright/$manual ]]; then
-  cp "build/dev/apps/fenwright/$manual" "$folder/"
-fi
+for document in "$manual" guide_english.pdf; do
+  if [[ -f build/dev/apps/fenwright/$document ]]; then
+    cp "build/dev/apps/fenwright/$document" "$folder/"
+  fi
+done
 "$script_dir/check-hardening.sh" "$build_dir" "$folder"/*.exe
 windows_text packaging/windows/readme_fenwright.txt >"$folder/readme_fenwright.txt"
 while IFS= read -r file; do

@@ -118,42 +118,42 @@ files_of() {
     -o -path ./var/lib/dpkg \) -prune -o -printf '%y %p\n') | LC_ALL=C sort
 }
 
-readonly root=$scratch/installed
+readonly installed=$scratch/installed
 bare_system installed
 readonly chip=AT90S8515
 readonly examples=/usr/share/doc/fenwright/examples
 readonly hex=$examples/counter-eeprom/counter-eeprom.hex
 
 say "The Debian package ${package#build/packages/} in a bare Debian"
-check "the lists of packages" inside "$root" apt-get -qq update
+check "the lists of packages" inside "$installed" apt-get -qq update
 # What a desktop has anyway, so that its caches are there before; a display for the window.
-check "a display and the caches of a desktop" inside "$root" \
+check "a display and the caches of a desktop" inside "$installed" \
   apt-get -qq install -y --no-install-recommends xvfb xauth x11-utils desktop-file-utils \
   shared-mime-info hicolor-icon-theme man-db bash-completion
 
-cp "$package" "$root/root/"
+cp "$package" "$installed/root/"
 # Its dependencies are packages of Debian; marked as wanted they stay when it goes.
 depends_of() { dpkg-deb -f "$package" Depends | sed 's/([^)]*)//g; s/|[^,]*//g; s/,/ /g'; }
 # shellcheck disable=SC2046  # a list of names
-check "what it depends on" inside "$root" apt-get -qq install -y --no-install-recommends $(depends_of)
-files_of "$root" >"$scratch/before"
+check "what it depends on" inside "$installed" apt-get -qq install -y --no-install-recommends $(depends_of)
+files_of "$installed" >"$scratch/before"
 
-check "installing it" inside "$root" \
+check "installing it" inside "$installed" \
   apt-get -qq install -y --no-install-recommends "/root/${package##*/}"
 
 # Some put their name before it.
-tells_version() { [[ $(as_user "$root" "$1" --version) =~ (^|\ )"$version"$ ]]; }
+tells_version() { [[ $(as_user "$installed" "$1" --version) =~ (^|\ )"$version"$ ]]; }
 check "fenwright tells version $version" tells_version fenwright
 check "fenwright-cli tells version $version" tells_version fenwright-cli
 
 programs_a_chip() {
-  as_user "$root" fenwright-cli --simulate --device "$chip" program "$hex"
+  as_user "$installed" fenwright-cli --simulate --device "$chip" program "$hex"
 }
 check "fenwright-cli programs the simulated board" programs_a_chip
 
 uses_the_board() {
   # shellcheck disable=SC2016  # for the shell inside
-  as_user "$root" sh -c '
+  as_user "$installed" sh -c '
     folder=$(mktemp -d)
     fenwright-board --device "$1" --baud 0 --link "$folder/board" >/dev/null &
     board=$!
@@ -170,7 +170,7 @@ check "the board on a pseudo terminal, programmed and verified" uses_the_board
 # The window stands until it is told to end, and ends in order: 128 and the number of SIGTERM.
 opens_the_window() {
   # shellcheck disable=SC2016
-  as_user "$root" xvfb-run -a sh -c '
+  as_user "$installed" xvfb-run -a sh -c '
     fenwright --simulate "$1" &
     window=$!
     seen=1
@@ -188,7 +188,7 @@ check "the window opens with a file, and ends when it is told to" opens_the_wind
 
 knows_hex_files() {
   # shellcheck disable=SC2016
-  inside "$root" sh -c '
+  inside "$installed" sh -c '
     grep -q "^application/x-intel-hex=fenwright.desktop" /usr/share/applications/mimeinfo.cache &&
       grep -q ":application/x-intel-hex:\*.hex" /usr/share/mime/globs2'
 }
@@ -197,21 +197,22 @@ check "the desktop opens .hex files with it" knows_hex_files
 has_documents() {
   # The bare system's settings may leave documents out; the package itself must have them.
   local file
-  for file in /usr/share/fenwright/readme_tarnwick6.pdf /usr/share/doc/fenwright/{copyright,LICENSE,THIRD-PARTY.md} \
+  for file in /usr/share/fenwright/readme_tarnwick6.pdf \
+    /usr/share/doc/fenwright/{copyright,guide_english.pdf,LICENSE,THIRD-PARTY.md} \
     /usr/share/doc/fenwright/licenses/LGPL-3.0.txt /usr/share/icons/hicolor/48x48/apps/fenwright.png \
     /usr/share/metainfo/fenwright.metainfo.xml; do
-    [[ -s $root$file ]] || { echo "missing: $file" && return 1; }
+    [[ -s $installed$file ]] || { echo "missing: $file" && return 1; }
   done
 }
 check "manual, licences and icons are there" has_documents
 
-check "removing it" inside "$root" apt-get -qq purge -y fenwright
+check "removing it" inside "$installed" apt-get -qq purge -y fenwright
 leaves_nothing() {
-  files_of "$root" >"$scratch/after"
+  files_of "$installed" >"$scratch/after"
   diff "$scratch/before" "$scratch/after"
 }
 check "nothing of it is left" leaves_nothing
-is_gone() { ! inside "$root" dpkg-query -W fenwright; }
+is_gone() { ! inside "$installed" dpkg-query -W fenwright; }
 check "the system has forgotten it" is_gone
 
 if ((with_commands)); then

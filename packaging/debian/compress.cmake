@@ -1,6 +1,10 @@
 # CPack runs this on the files that it is about to pack.
-file(GLOB_RECURSE texts "${CPACK_TEMPORARY_DIRECTORY}/usr/share/man/*"
-     "${CPACK_TEMPORARY_DIRECTORY}/usr/share/doc/*/changelog.Debian")
+set(documents "${CPACK_TEMPORARY_DIRECTORY}/usr/share/doc/fenwright")
+if(EXISTS "${documents}/CHANGELOG.md")
+  # Under the name that Debian's users look for.
+  file(RENAME "${documents}/CHANGELOG.md" "${documents}/changelog")
+endif()
+file(GLOB_RECURSE texts "${CPACK_TEMPORARY_DIRECTORY}/usr/share/man/*" "${documents}/changelog*")
 foreach(text IN LISTS texts)
   if(NOT text MATCHES "\\.gz$")
     # Without name and time, so that the same text gives the same bytes.

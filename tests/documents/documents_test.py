@@ -1,6 +1,7 @@
 """What the documents promise, compared with the programs and the repository.
 
     documents_test.py ROOT BUILD VERSION CTEST FENWRIGHT FENWRIGHT_CLI FENWRIGHT_BOARD
+                      [GUIDE.pdf]
 """
 
 import itertools
@@ -18,6 +19,8 @@ from pathlib import Path
 ROOT, BUILD = map(Path, sys.argv[1:3])
 VERSION, CTEST = sys.argv[3:5]
 PROGRAMS = dict(zip(("fenwright", "fenwright-cli", "fenwright-board"), sys.argv[5:8]))
+GUIDE = Path(sys.argv[8]) if len(sys.argv) > 8 else None
+GUIDE_PAGES = 5
 
 FRONT = ["README.md", "README.ja.md", "CONTRIBUTING.md", "CHANGELOG.md", "THIRD-PARTY.md"]
 READMES = FRONT[:2]
@@ -38,7 +41,7 @@ def read(name: str) -> str:
 def documents() -> list[str]:
     """Every document but the manual's chapters, which have links of their own kind."""
     found = [*FRONT, "examples/README.md"]
-    for folder, pattern in (("docs", "*.md"), (".github", "**/*.md")):
+    for folder, pattern in (("docs", "*.md"), ("docs/guide", "*.md"), (".github", "**/*.md")):
         found += [str(path.relative_to(ROOT)) for path in sorted((ROOT / folder).glob(pattern))]
     return found
 
@@ -265,6 +268,37 @@ class Facts(unittest.TestCase):
         groups = re.findall(r"(?m)^\[(.+)\]", read("scripts/packages.txt"))
         usage = re.search(r"install-packages\.sh \[(\S+)\]\.\.\.", read("scripts/install-packages.sh"))
         self.assertEqual(sorted(usage.group(1).split("|")), sorted(groups))
+
+
+class Guide(unittest.TestCase):
+    """The short guide in English."""
+
+    def chapters(self) -> list[str]:
+        names = read("docs/guide/contents.txt").split()
+        self.assertGreater(len(names), 2)
+        return [read(f"docs/guide/{name}") for name in names]
+
+    @unittest.skipUnless(GUIDE, "this build makes no guide")
+    def test_it_has_its_pages_and_every_heading_is_on_one(self):
+        text = run("pdftotext", "-layout", str(GUIDE), "-").stdout
+        self.assertEqual(text.count("\f"), GUIDE_PAGES)
+        self.assertIn(f"Version {VERSION}", text)
+        for chapter in self.chapters():
+            for heading in re.findall(r"(?m)^##? (.+)$", chapter):
+                self.assertIn(heading, text)
+
+    def test_every_caption_is_one_of_the_window(self):
+        captions = set(re.findall(r"［(.+?)］", "".join(self.chapters())))
+        self.assertGreater(len(captions), 12)
+        window = "".join(path.read_text(encoding="utf-8") for path in (ROOT / "src/ui").glob("*.cpp"))
+        for caption in captions:
+            self.assertRegex(window, rf'"{re.escape(caption)}(\(&\w\))?"', caption)
+
+    def test_every_saying_is_one_of_the_program(self):
+        sources = "".join(path.read_text(encoding="utf-8") for path in (ROOT / "src").glob("*/*.cpp"))
+        for saying in re.findall("「(.+?)」", "".join(self.chapters())):
+            for part in re.split(r"[ 　:/]+", saying):
+                self.assertIn(part, sources, saying)
 
 
 if __name__ == "__main__":

@@ -1,8 +1,9 @@
-"""Makes the manual: make_manual.py FOLDER OUT.pdf VERSION
+"""Makes a manual: make_manual.py FOLDER OUT.pdf VERSION [LANGUAGE]
 
 FOLDER holds contents.txt, the chapters that it lists, one a line, and their pictures. Markdown is
 read by Python-Markdown and laid out by WeasyPrint; manual.css says how it looks. Nothing is written
-when anything is missing or wrong. The same input gives the same bytes, wherever it lies.
+when anything is missing or wrong. LANGUAGE is that of what is written around the chapters: "ja", or
+"en", a guide too short for a table of contents. The same input gives the same bytes, wherever it lies.
 """
 
 import html
@@ -42,20 +43,36 @@ FONTS = {
 }
 
 PAGES = """<!DOCTYPE html>
-<html lang="ja">
+<html lang="{language}">
 <meta name="generator" content="Fenwright {version}">
-<title>Fenwright 取扱説明書 {version}</title>
+<title>Fenwright {title} {version}</title>
 <header>
 <p class="program">Fenwright</p>
-<p class="manual">取扱説明書</p>
-<p>AT90S / ATtiny マイクロコントローラー用プログラマー</p>
-<p>バージョン {version}</p>
+<p class="manual">{title}</p>
+<p>{subject}</p>
+<p>{version_word} {version}</p>
 {picture}
 </header>
-<nav><p>目次</p>{contents}</nav>
+{contents}
 {chapters}
 </html>
 """
+
+# What is written around the chapters. Without a title the contents are left out.
+WORDS = {
+    "ja": {
+        "title": "取扱説明書",
+        "subject": "AT90S / ATtiny マイクロコントローラー用プログラマー",
+        "version_word": "バージョン",
+        "contents": "目次",
+    },
+    "en": {
+        "title": "Short guide",
+        "subject": "Programmer for AT90S and ATtiny microcontrollers",
+        "version_word": "Version",
+        "contents": None,
+    },
+}
 
 # A line break beside a Japanese character, or a wide one, stands for no blank.
 JAPANESE_BREAK = r"(?<=[\u2E80-\uFFFF])[ \t]*\n[ \t]*|[ \t]*\n[ \t]*(?=[\u2E80-\uFFFF])"
@@ -225,12 +242,15 @@ def number_glyphs(font: TTFont) -> None:
     font.setGlyphOrder(top.charset)
 
 
-def make_pdf(folder: Path, version: str) -> bytes:
+def make_pdf(folder: Path, version: str, language: str = "ja") -> bytes:
     """The manual as a PDF."""
-    chapters = read_chapters(folder)
+    words = WORDS[language]
     reader = markdown_reader()
+    chapters = reader.convert(read_chapters(folder))
+    contents = f"<nav><p>{words['contents']}</p>{reader.toc}</nav>" if words["contents"] else ""
     text = PAGES.format(
-        version=html.escape(version), chapters=reader.convert(chapters), contents=reader.toc,
+        **{**words, "contents": contents}, language=language, version=html.escape(version),
+        chapters=chapters,
         picture=f'<img src="{TITLE_PICTURE}">' if (folder / TITLE_PICTURE).is_file() else "")
     style = STYLE.read_text(encoding="utf-8")
     characters = (html.unescape(text) + style + string.digits).replace("\n", "")
@@ -259,12 +279,12 @@ def make_pdf(folder: Path, version: str) -> bytes:
 
 def main() -> int:
     """The program."""
-    if len(sys.argv) != 4:
-        print("usage: make_manual.py FOLDER OUT.pdf VERSION", file=sys.stderr)
+    if len(sys.argv) not in (4, 5) or sys.argv[4:] not in ([], *([name] for name in WORDS)):
+        print(f"usage: make_manual.py FOLDER OUT.pdf VERSION [{'|'.join(WORDS)}]", file=sys.stderr)
         return 2
-    folder, output, version = sys.argv[1:]
+    folder, output, version, *language = sys.argv[1:]
     try:
-        Path(output).write_bytes(make_pdf(Path(folder), version))
+        Path(output).write_bytes(make_pdf(Path(folder), version, *language))
     except (ManualError, OSError) as error:
         print(f"make_manual.py: {error}", file=sys.stderr)
         return 1
