@@ -110,8 +110,10 @@ std::optional<Problem> WhyNotRead(const CodeFiles& files, const image::OpenRepor
 
 LoadedFiles Refuse(Session& session, const Problem& problem) {
   session.Fail(ExitCode::FileError, problem);
-  session.Out().PrintError(
-      session.In({"ライターには何も送っていません", "nothing was sent to the programmer"}));
+  if (session.HasPort()) {
+    session.Out().PrintError(
+        session.In({"ライターには何も送っていません", "nothing was sent to the programmer"}));
+  }
   return {.Code = ExitCode::FileError};
 }
 

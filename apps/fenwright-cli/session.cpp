@@ -222,6 +222,7 @@ std::string Session::PortPlace() const {
   // Windows opens COM3 as \\.\COM3.
   constexpr std::string_view kDeviceNamespace = R"(\\.\)";
   const std::string& path = state_.LastPortOpen.Path;
+  if (options_.Simulate) return In({"シミュレーター", "simulated board"});
   const bool says_the_same = path.empty() || path == std::string(kDeviceNamespace) + PortName();
   return says_the_same ? PortName() : path;
 }

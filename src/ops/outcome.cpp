@@ -85,8 +85,7 @@ Sentence Differs() {
   return {
       "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
       "イレースしてから、もう一度プログラムしてください。",
-      "what was read from the chip differs from the file, the report lists where: erase and "
-      "program again"};
+      "what was read from the chip differs from the file: erase and program again"};
 }
 
 Sentence Verified() {

@@ -37,8 +37,7 @@ const std::string kDiffers =
     "デバイスから読み出した内容がファイルと一致しません。違いはベリファイ結果にあります。"
     "イレースしてから、もう一度プログラムしてください。";
 const std::string kDiffersEnglish =
-    "what was read from the chip differs from the file, the report lists where: erase and program "
-    "again";
+    "what was read from the chip differs from the file: erase and program again";
 
 std::string FlashUpTo(const std::string& address) {
   return "フラッシュはワード " + address +

@@ -11,14 +11,17 @@
 namespace fenwright::cli {
 namespace {
 
-/// "code   37 of 512 words  #.........................   7 %"
-std::string ShareBar(const char* memory, std::int32_t used, std::int32_t size, const char* unit) {
+/// "flash   37 of 512 words  #.........................   7 %"
+std::string ShareBar(const Session& session, const core::Sentence& memory, std::int32_t used,
+                     std::int32_t size, const core::Sentence& unit) {
   constexpr std::int32_t kWidth = 32;
   constexpr std::int32_t kAll = 100;
   const std::int32_t filled =
       used == 0 ? 0 : std::clamp<std::int32_t>(kWidth * used / size, 1, kWidth);
-  return fmt::format("{:7} {:5} of {:5} {:6} {:#<{}}{:.<{}} {:3} %", memory, used, size, unit, "",
-                     filled, "", kWidth - filled, kAll * used / size);
+  return fmt::format(fmt::runtime(session.In({"{:10} {:5} / {:5} {:6} {:#<{}}{:.<{}} {:3} %",
+                                              "{:7} {:5} of {:5} {:6} {:#<{}}{:.<{}} {:3} %"})),
+                     session.In(memory), used, size, session.In(unit), "", filled, "",
+                     kWidth - filled, kAll * used / size);
 }
 
 /// A chip starts at the word at address 0; blank, it runs through its whole memory first.
@@ -35,11 +38,13 @@ Outcome LintCode(Session& session, const CodeFiles& files) {
   if (!loaded.Fields.contains("code_words")) return {.Code = loaded.Code};
   if (loaded.Code == ExitCode::Success) WarnOfEmptyResetVector(session, files.Code);
   const core::AppState& state = session.State();
-  std::string text =
-      ShareBar("flash", loaded.Fields["code_words_inside"], state.FlashWords, "words") + "\n";
+  std::string text = ShareBar(session, {"フラッシュ", "flash"}, loaded.Fields["code_words_inside"],
+                              state.FlashWords, {"ワード", "words"}) +
+                     "\n";
   if (loaded.Fields["data_bytes"] != 0) {
-    text +=
-        ShareBar("EEPROM", loaded.Fields["data_bytes_inside"], state.EepromBytes, "bytes") + "\n";
+    text += ShareBar(session, {"EEPROM", "EEPROM"}, loaded.Fields["data_bytes_inside"],
+                     state.EepromBytes, {"バイト", "bytes"}) +
+            "\n";
   }
   const ExitCode printed = session.Out().PrintResult(text);
   return {.Code = loaded.Code == ExitCode::Success ? printed : loaded.Code, .Json = loaded.Fields};

@@ -19,6 +19,16 @@ constexpr std::array kStates{"usable", "missing", "no permission", "in use"};
 
 const char* Word(PortState state) { return kStates.at(static_cast<std::size_t>(state)); }
 
+/// The same for people.
+const core::Sentence& StateText(PortState state) {
+  static const std::array<core::Sentence, kStates.size()> kTexts{
+      core::Sentence{"使えます", "usable"},
+      {"ありません", "missing"},
+      {"権限がありません", "no permission"},
+      {"使用中", "in use"}};
+  return kTexts.at(static_cast<std::size_t>(state));
+}
+
 /// The system's words about a port in the language of the call.
 PortInfo InLanguage(const Session& session, PortInfo port) {
   port.Description = session.In(OfEngine(port.Description));
@@ -39,9 +49,9 @@ bool NeedsReason(const PortInfo& port) {
   return port.State != PortState::Missing || std::filesystem::exists(port.Path, ignored);
 }
 
-std::string Line(const PortInfo& port) {
+std::string Line(const Session& session, const PortInfo& port) {
   std::string line = fmt::format("{:5}  {:13}  {:13}", fmt::format("COM{}", port.Number), port.Path,
-                                 Word(port.State));
+                                 session.In(StateText(port.State)));
   if (!port.Description.empty()) line += "  " + port.Description;
   while (line.ends_with(' ')) line.pop_back();
   if (NeedsReason(port)) line += "\n       " + port.Reason;
@@ -68,7 +78,7 @@ Outcome ListPorts(Session& session) {
     session.Out().NoteOutside(port.Path);
     session.Out().NoteOutside(port.Description);
     list.push_back(AsJson(port));
-    lines += Line(port) + "\n";
+    lines += Line(session, port) + "\n";
   }
   return {.Code = session.Out().PrintResult(lines), .Json = {{"ports", list}}};
 }
