@@ -76,7 +76,12 @@ int CheckTexts(const QWidget& window) {
 }
 
 struct TextFit : WindowTest {
-  TextFit() { StartWithFile(); }
+  TextFit() {
+    StartWithFile();
+    // The first size, even where the screen has less.
+    Window().resize(753, 527);
+    QApplication::processEvents();
+  }
 };
 
 TEST_F(TextFit, OfTheMainWindowWithEveryDevice) {
