@@ -234,8 +234,8 @@ void FuseFrame::ShowNotes(const std::vector<FieldNote>& notes) {
   QStringList sources;
   // What cannot be undone comes first: the others may have to be scrolled to.
   std::vector<FieldNote> in_order = notes;
-  std::ranges::stable_partition(
-      in_order, [](const FieldNote& note) { return note.List == FuseList::Rstdisabl; });
+  std::stable_partition(in_order.begin(), in_order.end(),
+                        [](const FieldNote& note) { return note.List == FuseList::Rstdisabl; });
   for (const FieldNote& note : in_order) {
     QComboBox* const box = List(note.List);
     static_cast<MarkedComboBox*>(box)->SetMarked(true);
