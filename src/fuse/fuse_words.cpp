@@ -30,8 +30,9 @@ struct WordRow {
   std::string_view Source;
 };
 
-// Only what the data sheets say beyond doubt. A start-up time depends on the clock and on the
-// supply, so it is named as what it is and not in milliseconds.
+// Only what the data sheets say beyond doubt. (The AT90S4433's table gives times, and names the
+// clocks that it recommends them for: there the field selects no clock.) A start-up time depends on
+// the clock and on the supply, so it is named as what it is and not in milliseconds.
 constexpr auto kWords = std::to_array<WordRow>({
     {FuseList::Cksel, "ATtiny12L", 0, 1, "クロックは外部クロック入力", kTiny12Sheet},
     {FuseList::Cksel, "ATtiny12L", 2, 4, "クロックは内蔵RC発振器", kTiny12Sheet},
@@ -51,9 +52,11 @@ constexpr auto kWords = std::to_array<WordRow>({
     {FuseList::Cksel, "ATtiny26L", 9, 9, "クロックは低周波の水晶", kTiny26Sheet},
     {FuseList::Cksel, "ATtiny26L", 10, 15, "クロックは水晶またはセラミック振動子", kTiny26Sheet},
 
-    {FuseList::Cksel, "AT90S4433", 0, 1, "クロックは外部クロック入力", k4433Sheet},
-    {FuseList::Cksel, "AT90S4433", 2, 4, "クロックは水晶振動子", k4433Sheet},
-    {FuseList::Cksel, "AT90S4433", 5, 7, "クロックはセラミック振動子", k4433Sheet},
+    {FuseList::Cksel, "AT90S4433", 0, 1, "リセット後の待ち時間が外部クロック向けになる",
+     k4433Sheet},
+    {FuseList::Cksel, "AT90S4433", 2, 4, "リセット後の待ち時間が水晶振動子向けになる", k4433Sheet},
+    {FuseList::Cksel, "AT90S4433", 5, 7, "リセット後の待ち時間がセラミック振動子向けになる",
+     k4433Sheet},
 
     {FuseList::Sut, "", 0, 3, "リセット後の待ち時間が変わる", kTiny26Fuses},
     {FuseList::Boden, "", 0, 0, "電源電圧が下がるとリセットする (BOD 有効)", ""},

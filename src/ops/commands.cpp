@@ -99,7 +99,9 @@ void CompleteResult(core::RunContext& context) {
   screen::MessageDialog& dialog = context.Screen.MessageDialog;
   if (!state.Command.EraseStarted || !dialog.IsLoaded()) return;
   if (Succeeded(state)) {
-    dialog.SetDetail(InLines({doubt, state.Command.NothingToProgram ? "" : DescribeUsage(state)}));
+    dialog.SetDetail(InLines({doubt, state.Command.NothingToProgram
+                                         ? DescribeChipState(state, core::Language::Japanese)
+                                         : DescribeUsage(state)}));
   } else if (!doubt.empty()) {
     // What stands before it has been traced already.
     dialog.SetDetail(InLines({DescribeFailure(context), doubt}));
@@ -267,6 +269,10 @@ void Cmd_btn_verify_Click(core::RunContext& context) {
   VerifyDevice(context);
   core::ShowStatus(context, "ベリファイ終了しました。");
   ExplainFailure(context);
+  // The text alone would not say why the sign beside it is no check.
+  if (Succeeded(context.State)) {
+    context.Screen.MessageDialog.SetDetail(ReasonOfOutcome(context.State));
+  }
 }
 
 void Cmd_btn_erase_Click(core::RunContext& context) {

@@ -290,10 +290,10 @@ std::string DescribeDifferences(const std::vector<core::Difference>& differences
 }
 
 std::string Percentage(std::int32_t part, std::int32_t whole) {
-  // Neither "nothing" for a little nor "all" for nearly all.
+  // Rounded up, as beside the file's name, but never to "all" for nearly all.
   constexpr std::int32_t kAll = 100;
-  const std::int32_t percent = whole == 0 ? 0 : part * kAll / whole;
-  return std::to_string(part > 0 ? std::max(percent, 1) : percent) + " %";
+  if (whole == 0 || part >= whole) return std::to_string(whole == 0 ? 0 : kAll) + " %";
+  return std::to_string(std::min((part * kAll + whole - 1) / whole, kAll - 1)) + " %";
 }
 
 std::string Usage(std::string_view memory, std::int32_t used, std::int32_t size,

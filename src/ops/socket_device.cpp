@@ -45,11 +45,6 @@ std::vector<int> RowsOf(const link::Signature& signature) {
   return rows;
 }
 
-void Say(core::RunContext& context, const std::string& text) {
-  core::ShowStatus(context, text);
-  core::ShowMessage(context, text, screen::MessageMode::Notice);
-}
-
 bool HoldsMoreThanTheDevice(const std::vector<std::uint8_t>& buffer, std::int32_t bytes) {
   const auto first = buffer.begin() + std::min<std::ptrdiff_t>(bytes, std::ssize(buffer));
   return std::any_of(first, buffer.end(), [](std::uint8_t byte) { return byte != core::kBlank; });
@@ -65,15 +60,18 @@ SocketContent IdentifySocket(core::RunContext& context) {
   context.State.LinkError = 0;
   const std::optional<link::Signature> signature = ReadSignatureOnce(context);
   if (!signature || !link::IsUsable(*signature)) {
-    Say(context, "ソケットのデバイスを読み出せませんでした。");
+    core::ReportResult(context, "ソケットのデバイスを読み出せませんでした。",
+                       screen::Outcome::Failure);
     return {};
   }
   std::vector<int> rows = RowsOf(*signature);
   if (rows.empty()) {
     const std::string_view name = core::LookUpSignature(signature->Family, signature->Part);
-    Say(context, name.empty() ? "ソケットのデバイスは、選択できるデバイスではありません。"
-                              : "ソケットのデバイスは " + std::string(name) +
-                                    " です。選択できるデバイスではありません。");
+    core::ReportResult(context,
+                       name.empty() ? "ソケットのデバイスは、選択できるデバイスではありません。"
+                                    : "ソケットのデバイスは " + std::string(name) +
+                                          " です。選択できるデバイスではありません。",
+                       screen::Outcome::Attention);
     return {.Read = true};
   }
   const auto& found = core::DeviceCatalogue()[static_cast<std::size_t>(rows.front())];

@@ -58,16 +58,29 @@ class PortItemDelegate final : public QStyledItemDelegate {
     painter->save();
     painter->setPen(selected ? item.palette.color(QPalette::Active, QPalette::HighlightedText)
                     : grey   ? item.palette.color(QPalette::Disabled, QPalette::Text)
-                             : item.palette.color(QPalette::Active, QPalette::Link));
-    const QRect place = item.rect.adjusted(SummaryStart(item.fontMetrics), 0, -kSummaryGap / 2, 0);
+                             : SummaryColour(item.palette));
+    const QRect place = item.rect.adjusted(SummaryStart(item.font), 0, -kSummaryGap / 2, 0);
     painter->drawText(place, Qt::AlignLeft | Qt::AlignVCenter,
                       item.fontMetrics.elidedText(summary, Qt::ElideRight, place.width()));
     painter->restore();
   }
 
  private:
-  static int SummaryStart(const QFontMetrics& metrics) {
-    return metrics.horizontalAdvance("COM256") + 2 * kSummaryGap;
+  /// The palette's colour of links, where it can be read: some dark palettes leave it dark.
+  static QColor SummaryColour(const QPalette& palette) {
+    constexpr QRgb kOnDark = 0x7AB8F5;
+    const QColor link = palette.color(QPalette::Active, QPalette::Link);
+    const bool dark = palette.color(QPalette::Active, QPalette::Base).lightness() < 128;
+    return dark && link.lightness() < 160 ? QColor(kOnDark) : link;
+  }
+
+  /// Behind the longest item there is; the bold ones are the widest.
+  static int SummaryStart(QFont font) {
+    font.setBold(true);
+    const QFontMetrics metrics(font);
+    return std::max(metrics.horizontalAdvance("COM256") + kSummaryGap,
+                    metrics.horizontalAdvance(kSimulationItem)) +
+           kSummaryGap;
   }
 };
 
@@ -127,6 +140,8 @@ void ComDialog::Build() {
   Name(search_button_, "cmdSearchBoard", search_button_->text(),
        "使用できるポートを順に調べ、ライターがつながったポートを選びます。");
   search_button_->setAutoDefault(false);
+  search_button_->setMinimumWidth(search_button_->fontMetrics().horizontalAdvance("M") * 2 +
+                                  search_button_->sizeHint().width());
   search_button_->hide();
   connect(search_button_, &QPushButton::clicked, this, [this] {
     if (!waiting_) return;
@@ -169,6 +184,7 @@ void ComDialog::PlaceOverMainWindow() {
 }
 
 void ComDialog::SetItems(const std::vector<std::string>& items) {
+  simulation_offered_ = false;
   list_->clear();
   for (const std::string& item : items) list_->addItem(ToQString(item));
   port_items_ = list_->count();
@@ -210,6 +226,7 @@ void ComDialog::OfferSimulation() {
   const int item = list_->count() - 1;
   list_->setItemData(item, "ライターなしで試します", kSummaryRole);
   list_->setItemData(item, true, kPresentRole);
+  simulation_offered_ = true;
 }
 
 bool ComDialog::SimulationChosen() const {
@@ -323,7 +340,12 @@ QString ComDialog::PortLine() const {
   if (SimulationChosen()) {
     return "プログラムの中の模擬ボードを使います。実際のポートとデバイスには何も書き込みません。";
   }
-  return index == 0 ? "ライターをつないだポートを選んでください。" : ToQString(describe_(index));
+  if (index > 0) return ToQString(describe_(index));
+  const QString choose = "ライターをつないだポートを選んでください。";
+  // The last item is out of sight as long as the list is closed.
+  return simulation_offered_
+             ? choose + "\nライターがなくても、一覧の最後の「" + kSimulationItem + "」で試せます。"
+             : choose;
 }
 
 /// Grows with its texts, and does not shrink: it would jump from one port to the next.

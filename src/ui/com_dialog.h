@@ -94,6 +94,7 @@ class ComDialog final : public QDialog, public screen::ComForm {
   std::function<void()> simulate_;
   std::string note_;
   bool search_asked_ = false;
+  bool simulation_offered_ = false;
   int port_items_ = 0;  ///< items of the list that are not our own
   QTimer refresh_;
   QEventLoop* waiting_ = nullptr;  ///< while a button is awaited

@@ -1,5 +1,6 @@
 #include "ui/device_box.h"
 
+#include <QAccessibleWidget>
 #include <QAction>
 #include <QHBoxLayout>
 #include <QMenu>
@@ -25,6 +26,34 @@ QLabel* SizeLabel(const QString& object_name, const QString& accessible_name) {
   return label;
 }
 
+/// The box to a screen reader: with the open menu behind its other children.
+class DeviceBoxAccess final : public QAccessibleWidget {
+ public:
+  explicit DeviceBoxAccess(DeviceBox* box)
+      : QAccessibleWidget(box, QAccessible::Grouping), offer_(box->Offer()) {}
+
+  int childCount() const override {
+    return QAccessibleWidget::childCount() + (offer_->isVisible() ? 1 : 0);
+  }
+  QAccessibleInterface* child(int index) const override {
+    const bool is_offer = offer_->isVisible() && index == QAccessibleWidget::childCount();
+    return is_offer ? QAccessible::queryAccessibleInterface(offer_)
+                    : QAccessibleWidget::child(index);
+  }
+  int indexOfChild(const QAccessibleInterface* child) const override {
+    const bool is_offer = child && child->object() == offer_ && offer_->isVisible();
+    return is_offer ? QAccessibleWidget::childCount() : QAccessibleWidget::indexOfChild(child);
+  }
+
+ private:
+  QMenu* offer_;
+};
+
+QAccessibleInterface* MakeAccess(const QString& class_name, QObject* object) {
+  if (class_name != DeviceBox::staticMetaObject.className()) return nullptr;
+  return new DeviceBoxAccess(static_cast<DeviceBox*>(object));
+}
+
 }  // namespace
 
 DeviceBox::DeviceBox()
@@ -35,6 +64,8 @@ DeviceBox::DeviceBox()
       frame_(new QFrame),
       flash_size_(SizeLabel("Lbl_flash_size", "プログラムメモリの容量")),
       eeprom_size_(SizeLabel("Lbl_eeprom_size", "EEPROMデータメモリの容量")) {
+  // Installing it again does nothing.
+  QAccessible::installFactory(MakeAccess);
   Name(this, "fraDevice", "デバイスの設定");
   setFrameStyle(StyledPanel | Sunken);
   Name(selector_, "Combo_device", "デバイス",

@@ -28,6 +28,10 @@ class DeviceBox final : public QFrame, public screen::DeviceForm {
   [[nodiscard]] QComboBox* Selector() const { return selector_; }
   [[nodiscard]] QToolButton* SocketButton() const { return socket_; }
 
+  /// The menu with the offered devices. While it is open it stands in the accessibility tree below
+  /// this box, where the toolkit leaves out a menu that no menu bar has.
+  [[nodiscard]] QMenu* Offer() const { return offer_; }
+
   /// Offers devices of the selector in a menu at the button, by their places; a pick is reported by
   /// SocketDevicePicked(). The one that is selected already is shown as that.
   void OfferDevices(const std::vector<int>& indexes);

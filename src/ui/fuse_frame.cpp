@@ -1,6 +1,8 @@
 #include "ui/fuse_frame.h"
 
+#include <algorithm>
 #include <array>
+#include <set>
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -12,6 +14,7 @@
 #include <QVBoxLayout>
 
 #include "ui/controls.h"
+#include "ui/text_pane.h"
 #include "ui/wrapped_label.h"
 
 namespace fenwright::ui {
@@ -26,6 +29,10 @@ constexpr int kMargin = 5;
 constexpr int kListPadding = 29;
 constexpr int kListHeightPadding = 3;
 constexpr int kButtonHeightPadding = 8;
+/// Less of the words is no help.
+constexpr int kLeastWordLines = 1;
+/// What stands in a list that the device does not have.
+constexpr const char* kNoField = "-";
 
 /// The grid: a label and a list, and the same beside them.
 enum Column { LeftLabel, LeftList, RightLabel, RightList, ColumnCount };
@@ -207,14 +214,15 @@ FuseFrame::FuseFrame()
 
   words_ = new WrappedLabel;
   Name(words_, "lblFuseWords", "変更したヒューズの意味");
-  words_->hide();
+  words_pane_ = new TextPane(words_, kLeastWordLines);
+  words_pane_->setObjectName("scrFuseWords");
 
   auto* rows = new QVBoxLayout(this);
   rows->setContentsMargins(0, 0, 0, 0);
   rows->setSpacing(kSpacing);
   rows->addWidget(frame_);
   rows->addWidget(byte_line_);
-  rows->addWidget(words_);
+  rows->addWidget(words_pane_);
 }
 
 void FuseFrame::ShowNotes(const std::vector<FieldNote>& notes) {
@@ -224,7 +232,11 @@ void FuseFrame::ShowNotes(const std::vector<FieldNote>& notes) {
   }
   QStringList words;
   QStringList sources;
-  for (const FieldNote& note : notes) {
+  // What cannot be undone comes first: the others may have to be scrolled to.
+  std::vector<FieldNote> in_order = notes;
+  std::stable_partition(in_order.begin(), in_order.end(),
+                        [](const FieldNote& note) { return note.List == FuseList::Rstdisabl; });
+  for (const FieldNote& note : in_order) {
     QComboBox* const box = List(note.List);
     static_cast<MarkedComboBox*>(box)->SetMarked(true);
     box->setAccessibleDescription("既定値 " + note.Default + " から変更 : " + note.Words);
@@ -232,16 +244,51 @@ void FuseFrame::ShowNotes(const std::vector<FieldNote>& notes) {
     if (!note.Source.isEmpty()) sources << note.Source;
   }
   sources.removeDuplicates();
-  words_->SetText(words.join('\n'));
-  words_->setToolTip(sources.join('\n').toHtmlEscaped().replace('\n', "<br>"));
-  words_->setVisible(!words.isEmpty());
+  words_pane_->SetText(words.join('\n'));
+  words_->setToolTip((words + sources).join('\n').toHtmlEscaped().replace('\n', "<br>"));
+}
+
+/// Of the rows with fields, those on which the device has none, the lowest first. The lock list has
+/// its own way to be left out.
+std::vector<int> FuseFrame::EmptyRows() const {
+  std::set<int> rows;
+  for (const FieldDesign& design : kFields) {
+    if (design.List != FuseList::Lock) rows.insert(design.Row);
+  }
+  for (const FieldDesign& design : kFields) {
+    if (List(design.List)->itemText(0) != kNoField) rows.erase(design.Row);
+  }
+  return {rows.rbegin(), rows.rend()};
+}
+
+int FuseFrame::RowHeight() const { return List(FuseList::Cksel)->height(); }
+
+int FuseFrame::RowsLeftOut() const {
+  return std::min(rows_to_leave_out_, static_cast<int>(EmptyRows().size()));
+}
+
+void FuseFrame::LeaveRowsOut(int count) {
+  rows_to_leave_out_ = count;
+  ShowRows();
+}
+
+void FuseFrame::ShowRows() {
+  std::vector<int> rows = EmptyRows();
+  rows.resize(static_cast<std::size_t>(RowsLeftOut()));
+  for (const FieldDesign& design : kFields) {
+    if (design.List == FuseList::Lock) continue;
+    const bool left_out = std::ranges::find(rows, design.Row) != rows.end();
+    for (QWidget* part : std::initializer_list<QWidget*>{List(design.List), LabelOf(design.List)}) {
+      if (part->isHidden() != left_out) part->setVisible(!left_out);
+    }
+  }
 }
 
 void FuseFrame::AddFields(QGridLayout* grid) {
   for (const FieldDesign& design : kFields) {
     auto* list = new MarkedComboBox;
     Name(list, design.ListName, design.AccessibleName, design.ToolTip);
-    list->addItem("-");
+    list->addItem(kNoField);
     list->setEnabled(false);
     list->setFixedHeight(list->fontMetrics().height() + kListHeightPadding);
     list->setMaxVisibleItems(16);
@@ -299,6 +346,7 @@ void FuseFrame::SetItems(FuseList list, std::span<const std::string_view> items)
   box->clear();
   for (const std::string_view item : items) box->addItem(ToQString(item));
   box->setCurrentIndex(-1);
+  ShowRows();
 }
 
 void FuseFrame::Select(FuseList list, int index) {

@@ -15,6 +15,7 @@ class QPushButton;
 
 namespace fenwright::ui {
 
+class TextPane;
 class WrappedLabel;
 
 /// What the frame shows about a field whose item is not the default.
@@ -29,6 +30,10 @@ struct FieldNote {
 /// each fuse field and for the lock mode, the calibration bytes, and the two buttons; then the line
 /// with the bytes, and a line in words for each field that is not at its default. Such a list has a
 /// corner mark and bold letters.
+///
+/// Where there is no room for that line and these words, the rows of lists that the device does not
+/// have give way; after them, the words are scrolled.
+///
 /// It only shows what it is given and reports what the user does. Until it is given anything it
 /// looks as without a device.
 class FuseFrame final : public QWidget, public screen::FuseForm {
@@ -55,6 +60,16 @@ class FuseFrame final : public QWidget, public screen::FuseForm {
   [[nodiscard]] QPushButton* WriteButton() const { return write_; }
   [[nodiscard]] QLabel* ByteLine() const { return byte_line_; }
 
+  /// Leaves out that many of the rows without a field of the device, the lowest first, or all where
+  /// there are fewer.
+  void LeaveRowsOut(int count);
+
+  /// How many it leaves out now.
+  [[nodiscard]] int RowsLeftOut() const;
+
+  /// What one of them gives.
+  [[nodiscard]] int RowHeight() const;
+
   /// Marks these fields, and no other, and says what they do.
   void ShowNotes(const std::vector<FieldNote>& notes);
 
@@ -67,6 +82,8 @@ class FuseFrame final : public QWidget, public screen::FuseForm {
   void BytesShown();
 
  private:
+  [[nodiscard]] std::vector<int> EmptyRows() const;
+  void ShowRows();
   void AddFields(QGridLayout* grid);
   void AddCalibration(QGridLayout* grid, int row);
   void AddButtons(QGridLayout* grid, int row);
@@ -79,6 +96,8 @@ class FuseFrame final : public QWidget, public screen::FuseForm {
   QPushButton* write_ = nullptr;
   QLabel* byte_line_;
   WrappedLabel* words_;
+  TextPane* words_pane_;
+  int rows_to_leave_out_ = 0;
 };
 
 }  // namespace fenwright::ui

@@ -34,6 +34,7 @@
 #include "ui/hand_edit_box.h"
 #include "ui/icons.h"
 #include "ui/panel_bar.h"
+#include "ui/text_pane.h"
 #include "ui/twips.h"
 #include "ui/wrapped_label.h"
 #include "update/com_selection.h"
@@ -46,6 +47,9 @@ constexpr int kRowSpacing = 4;
 constexpr int kSettingsWidth = 368;
 constexpr int kFileLines = 3;
 
+/// More of the file's lines than that are scrolled where there is no room.
+constexpr int kMostFileLines = 6;
+
 constexpr const char* kNoFileText = "ファイルは開かれていません。";
 
 constexpr const char* kCloseQuestion =
@@ -53,6 +57,40 @@ constexpr const char* kCloseQuestion =
     "終了すると、実行中の通信が終わったところで処理を中止します。"
     "チップは書き込みの途中の状態で残ることがあります。\n\n"
     "処理を中止して終了しますか？";
+
+/// The settings. Where they do not fit, the fuse frame leaves out as many of its rows without a
+/// field as are needed; only after that something has to be scrolled.
+class SettingsArea final : public QScrollArea {
+ public:
+  SettingsArea(QWidget* panel, FuseFrame& fuses) : fuses_(fuses) {
+    setWidget(panel);
+    panel->installEventFilter(this);
+  }
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override {
+    QScrollArea::resizeEvent(event);
+    Fit();
+  }
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (watched == widget() && event->type() == QEvent::LayoutRequest) Fit();
+    return QScrollArea::eventFilter(watched, event);
+  }
+
+ private:
+  void Fit() {
+    const int row = fuses_.RowHeight();
+    const int missing =
+        widget()->sizeHint().height() + fuses_.RowsLeftOut() * row - viewport()->height();
+    const int rows = missing > 0 ? (missing + row - 1) / row : 0;
+    if (rows == asked_) return;
+    asked_ = rows;
+    fuses_.LeaveRowsOut(rows);
+  }
+
+  FuseFrame& fuses_;
+  int asked_ = 0;
+};
 
 }  // namespace
 
@@ -169,7 +207,7 @@ void MainWindow::ShowFileInfo() {
   if (const std::string copies = image::DescribeMissingCopies(state_); !copies.empty()) {
     parts << ToQString(copies);
   }
-  file_info_->SetText(parts.join('\n'));
+  file_pane_->SetText(parts.join('\n'));
   // The panel names files alone; the tip says in which folder they are.
   if (!state_.CodeFileName.empty()) {
     parts << ToQString(state_.CodeFileName) << ToQString(state_.DataFileName);
@@ -333,7 +371,7 @@ QWidget* MainWindow::BuildSettingsPanel() {
   rows->addWidget(hand_edit_);
   rows->addStretch(1);
 
-  auto* area = new QScrollArea;
+  auto* area = new SettingsArea(panel, *fuses_);
   Name(area, "fraSettings", "設定");
   area->setFrameShape(QFrame::NoFrame);
   area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -341,7 +379,6 @@ QWidget* MainWindow::BuildSettingsPanel() {
   area->setFixedWidth(kSettingsWidth);
   // A control that gets the focus is scrolled into sight; the area itself needs none.
   area->setFocusPolicy(Qt::NoFocus);
-  area->setWidget(panel);
   return area;
 }
 
@@ -354,9 +391,10 @@ QWidget* MainWindow::BuildFileBox() {
   file_info_ = new WrappedLabel;
   Name(file_info_, "lblFileInfo", "ファイルの情報");
   // What stands below it does not move when a file is opened.
-  file_info_->setMinimumHeight(kFileLines * file_info_->fontMetrics().height());
+  file_pane_ = new TextPane(file_info_, kMostFileLines, kFileLines);
+  file_pane_->setObjectName("scrFileInfo");
   ShowFileInfo();
-  rows->addWidget(file_info_);
+  rows->addWidget(file_pane_);
   return box;
 }
 

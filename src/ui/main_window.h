@@ -23,6 +23,7 @@ namespace fenwright::ui {
 class AboutDialog;
 class FuseFrame;
 class HandEditBox;
+class TextPane;
 class WrappedLabel;
 
 /// What the window's controls start beside the entries of the engine.
@@ -171,6 +172,7 @@ class MainWindow : public QMainWindow {
   ChildWindowArea* const children_;
   PanelBar* const panels_;
   WrappedLabel* file_info_ = nullptr;
+  TextPane* file_pane_ = nullptr;
   QSplitter* columns_ = nullptr;
   AboutDialog* about_ = nullptr;
 };

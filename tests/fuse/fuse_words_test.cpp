@@ -102,14 +102,26 @@ TEST(FuseWords, ClockSourcesAreThoseOfTheDataSheetsWhichAreNamed) {
                                   {"ATtiny26L", 4, "内蔵RC発振器 8 MHz", "doc1477"},
                                   {"ATtiny26L", 8, "外部RC発振", "doc1477"},
                                   {"ATtiny26L", 9, "低周波の水晶", "doc1477"},
-                                  {"ATtiny26L", 15, "水晶またはセラミック振動子", "doc1477"},
-                                  {"AT90S4433", 1, "外部クロック入力", "doc1042"},
-                                  {"AT90S4433", 4, "水晶振動子", "doc1042"},
-                                  {"AT90S4433", 5, "セラミック振動子", "doc1042"}}) {
+                                  {"ATtiny26L", 15, "水晶またはセラミック振動子", "doc1477"}}) {
     const std::vector<ChangedField> changed = Changed(row.Device, {{FuseList::Cksel, row.Index}});
     ASSERT_EQ(changed.size(), 1U);
     EXPECT_THAT(changed.front().Words, EndsWith("クロックは" + std::string(row.Words)));
     EXPECT_THAT(changed.front().Source, HasSubstr(row.Sheet));
+  }
+}
+
+TEST(FuseWords, WhereTheFieldSelectsTheResetDelayAloneNoClockSourceIsPromised) {
+  for (const auto& [index, clock] :
+       std::initializer_list<std::pair<int, std::string>>{{0, "外部クロック"},
+                                                          {1, "外部クロック"},
+                                                          {3, "水晶振動子"},
+                                                          {4, "水晶振動子"},
+                                                          {5, "セラミック振動子"},
+                                                          {7, "セラミック振動子"}}) {
+    const std::vector<ChangedField> changed = Changed("AT90S4433", {{FuseList::Cksel, index}});
+    ASSERT_EQ(changed.size(), 1U);
+    EXPECT_THAT(changed.front().Words, EndsWith("リセット後の待ち時間が" + clock + "向けになる"));
+    EXPECT_THAT(changed.front().Source, HasSubstr("doc1042"));
   }
 }
 

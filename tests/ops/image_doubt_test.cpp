@@ -25,14 +25,16 @@ struct DoubtRun : BoardRun {
     if (!data.empty()) Files.Files[kDataPath] = data;
     Do([](core::RunContext& context) { ops::OpenPair(context, kCodePath); });
   }
-  /// The detail line of the result, without the words about the use of the chip that stand last
-  /// below a success.
+  /// The detail line of the result, without the words that stand last below a success: about the
+  /// use of the chip, or that there was nothing to program.
   std::string Program() {
     Do(ops::Cmd_btn_program_Click);
     EXPECT_TRUE(Dialog.Loaded);
     std::string detail = Dialog.Detail;
-    if (!ops::Succeeded(State) || State.Command.NothingToProgram) return detail;
-    const std::string use = ops::DescribeUsage(State);
+    if (!ops::Succeeded(State)) return detail;
+    const std::string use = State.Command.NothingToProgram
+                                ? ops::DescribeChipState(State, core::Language::Japanese)
+                                : ops::DescribeUsage(State);
     EXPECT_THAT(detail, EndsWith(use));
     detail.erase(detail.size() - std::min(use.size(), detail.size()));
     return detail.ends_with("\r\n") ? detail.substr(0, detail.size() - 2) : detail;

@@ -101,8 +101,10 @@ TEST(Signs, NothingToProgramAndNothingToCompareAskForAttention) {
   SignRun run;
   EXPECT_EQ(run.Program(), Sign::Attention);
   EXPECT_EQ(run.StatusBar.Reason, "デバイスはイレースされました。書き込むデータはありません。");
+  EXPECT_EQ(run.Dialog.Detail, run.StatusBar.Reason);
   EXPECT_EQ(run.Do(ops::Cmd_btn_verify_Click), Sign::Attention);
   EXPECT_EQ(run.StatusBar.Reason, "バッファーが空なので、比較したデータはありません。");
+  EXPECT_EQ(run.Dialog.Detail, run.StatusBar.Reason);
   run.State.EepromBuffer[0] = 0;
   EXPECT_EQ(run.Do(ops::Cmd_btn_verify_Click), Sign::Failure) << "the chip is blank";
 }
@@ -309,7 +311,7 @@ TEST(Use, OfTheChipStandsBelowTheResultOfAGoodProgramRunAndIsNotTraced) {
   run.NewTrace();
   EXPECT_EQ(run.Program(), Sign::Success);
   const std::string use =
-      "フラッシュの使用量 : 300 / 4096 ワード (7 %)\r\nEEPROMの使用量 : 40 / 512 バイト (7 %)";
+      "フラッシュの使用量 : 300 / 4096 ワード (8 %)\r\nEEPROMの使用量 : 40 / 512 バイト (8 %)";
   EXPECT_EQ(run.Dialog.Detail, use);
   EXPECT_THAT(run.NewTrace(), Not(Contains(HasSubstr("使用量"))));
 }

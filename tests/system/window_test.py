@@ -109,6 +109,16 @@ def wait_for_keyboard(title):
     wait_for(f"the keyboard to be at {title}", lambda: title_of_active() == title)
 
 
+def wait_for_keyboard_of_main_window():
+    """Waits until the main window, whatever its title says behind the version, has the keyboard."""
+    def title_of_active():
+        return subprocess.run(["xdotool", "getactivewindow", "getwindowname"],
+                              capture_output=True, text=True).stdout.strip()
+
+    wait_for("the keyboard to be at the main window",
+             lambda: title_of_active().startswith(MAIN_TITLE))
+
+
 def focused_text():
     """The content of the text field that has the focus, or None."""
     desktop = pyatspi.Registry.getDesktop(0)
@@ -333,8 +343,8 @@ class WindowTest(WindowCase):
         click(find("プログラム", "push button"))
         wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
         wait_for("the use", lambda: (text_of("詳細") or "").replace("\r\n", "\n") ==
-                 "フラッシュの使用量 : 300 / 4096 ワード (7 %)\n"
-                 "EEPROMの使用量 : 40 / 512 バイト (7 %)")
+                 "フラッシュの使用量 : 300 / 4096 ワード (8 %)\n"
+                 "EEPROMの使用量 : 40 / 512 バイト (8 %)")
         wait_for("the sign", lambda: text_of("結果の印") == "成功")
         self.assertEqual(text_of("アイコン"), "成功")
 
@@ -573,6 +583,106 @@ class SocketTest(WindowCase):
         self.assertIn("コード : code.hex  300 / 1024 word", panel())
         self.assertEqual(document("フラッシュプログラムメモリ")[:60], shown)
         self.assertIsNotNone(find("AT90S2313", "combo box"))
+
+
+    def test_the_offer_is_found_and_pressed_from_outside(self):
+        self.start_board(device="AT90S1200")
+        self.start_window()
+        self.open_file()
+        click(find("ソケットのデバイスを調べる"))
+        item = wait_for("the item",
+                        lambda: find("AT90S1200A(内部RCｸﾛｯｸ1MHz) に変更", "menu item"))
+        self.assertIsNotNone(find("AT90S1200 (外部ｸﾛｯｸ) に変更", "menu item"))
+        time.sleep(0.3)
+        click(item)
+        wait_for("the device", lambda: find("AT90S1200A(内部RCｸﾛｯｸ1MHz)", "combo box"))
+        self.assertIn("コード : code.hex  300 / 512 word", panel())
+        self.assertIsNone(find("AT90S1200 (外部ｸﾛｯｸ) に変更", "menu item"))
+
+    def test_an_empty_socket_is_a_failure(self):
+        self.start_board(device="empty")
+        self.start_window()
+        click(find("ソケットのデバイスを調べる"))
+        text = "ソケットのデバイスを読み出せませんでした。"
+        wait_for("the answer", lambda: text_of("メッセージ") == text)
+        self.assertEqual(text_of("ステータス"), text)
+        self.assertEqual(text_of("アイコン"), "失敗")
+        self.assertEqual(text_of("結果の印"), "失敗")
+
+
+class KeyboardTest(WindowCase):
+    """A user without a mouse."""
+
+    @staticmethod
+    def focused():
+        """The name of the control that has the focus, or None."""
+        desktop = pyatspi.Registry.getDesktop(0)
+        for i in range(desktop.childCount):
+            for node in nodes(desktop[i]):
+                try:
+                    state = node.getState()
+                    if node.getRoleName() not in ("application", "frame") and state.contains(
+                            pyatspi.STATE_FOCUSED) and state.contains(pyatspi.STATE_SHOWING):
+                        return node.name
+                except Exception:
+                    continue
+        return None
+
+    def test_a_chip_is_programmed_by_the_keyboard_alone(self):
+        self.start_board()
+        window = self.start_window()
+        wait_for_keyboard_of_main_window()
+        keys("ctrl+o")
+        choose_in_file_dialog("コードファイル ＆ データファイルを開く", self.path("code.hex"))
+        wait_for("the file", lambda: text_of("ステータス") == "ファイルをオープンしました。")
+        wait_for_keyboard_of_main_window()
+        keys("F5")
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+        self.assertEqual(self.wire(), program_wire(self.flash, self.eeprom))
+        wait_for_keyboard("FenwrightV6")
+        keys("Return")
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        wait_for_keyboard_of_main_window()
+        keys("F7")
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+        wait_for_keyboard("FenwrightV6")
+        keys("Return")
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        wait_for_keyboard_of_main_window()
+        keys("alt+f")
+        wait_for("the menu", lambda: find("終了(X)", "menu item") or find("終了", "menu item"))
+        keys("x")
+        self.assertEqual(window.wait(10), 0)
+
+    def test_tab_goes_round_in_the_order_of_the_eye(self):
+        self.start_board()
+        self.start_window()
+        self.open_file()
+        wait_for_keyboard_of_main_window()
+        expected = ["オープン", "セーブ", "リロード", "プログラム", "リード", "ベリファイ", "イレース",
+                    "COM", "フラッシュプログラムメモリ", "AT90S8515", "ソケットのデバイスを調べる",
+                    "プロテクトなし", "Lock＆Fuseライト", "プログラムメモリ", "アドレス", "データ",
+                    "バッファーの読み出し", "バッファーへの書き込み"]
+
+        def next_stop(before):
+            keys("Tab")
+            end = time.monotonic() + 2
+            while time.monotonic() < end:
+                now = self.focused()
+                if now and now != before:
+                    return now
+            return before
+
+        stop = self.focused()
+        for _ in range(2 * len(expected)):
+            if stop == expected[0]:
+                break
+            stop = next_stop(stop)
+        stops = [stop]
+        for _ in expected:
+            stop = next_stop(stop)
+            stops.append(stop)
+        self.assertEqual(stops, [*expected, expected[0]])
 
 
 class PortTest(WindowCase):

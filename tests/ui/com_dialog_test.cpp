@@ -411,6 +411,11 @@ TEST_F(SimulationOffer, AFirstStartWithoutAUsablePortCanGoOnWithTheSimulatedBoar
   StartWith([this] {
     EXPECT_EQ(List()->count(), 22);
     EXPECT_EQ(List()->itemText(21), "シミュレーション");
+    EXPECT_EQ(List()->currentIndex(), 0);
+    EXPECT_TRUE(
+        Find<QLabel>(Run.ComPortDialog(), "lblPort")
+            ->text()
+            .endsWith("\nライターがなくても、一覧の最後の「シミュレーション」で試せます。"));
     List()->setCurrentIndex(21);
     Find<QPushButton>(Run.ComPortDialog(), "Command_ok")->click();
   });

@@ -2,6 +2,7 @@
 
 #include <QToolButton>
 
+#include "ui/fuse_frame.h"
 #include "ui/guide_window.h"
 #include "ui/hand_edit_box.h"
 #include "ui/mdi_arrange.h"
@@ -98,6 +99,108 @@ TEST_F(Room, AtTheFirstSizeNothingThatMattersIsBelowAFold) {
       EXPECT_TRUE(seen.contains(place)) << name;
     }
   }
+}
+
+/// The settings when they need more room than there is: with fuses that were changed, or with a
+/// file that a save would destroy.
+struct FullSettings : Room {
+  QScrollArea& Settings() { return *Named<QScrollArea>("fraSettings"); }
+  bool IsWhole(const char* name) {
+    auto* control = Named<QWidget>(name);
+    const QRect place(control->mapTo(Settings().viewport(), QPoint(0, 0)), control->size());
+    return control->isVisible() && Settings().viewport()->rect().contains(place);
+  }
+  void ExpectAllWithinReach() {
+    EXPECT_EQ(Window().size(), QSize(753, 527));
+    EXPECT_EQ(Settings().verticalScrollBar()->maximum(), 0);
+    for (const char* name : {"Combo_device", "lblFileInfo", "cmdFuseRead", "cmdFuseWrite",
+                             "lblFuseBytes", "txtAddress", "txtData", "CmdRead", "CmdWrite"}) {
+      EXPECT_TRUE(IsWhole(name)) << name;
+    }
+  }
+  void ChangeAllFuses() {
+    for (QComboBox* list : Window().Fuses().findChildren<QComboBox*>()) {
+      if (list->count() > 1) list->setCurrentIndex(list->currentIndex() == 0 ? 1 : 0);
+    }
+    Settle();
+  }
+};
+
+TEST_F(FullSettings, ChangedFusesOfAnyDeviceLeaveTheHandEditInSight) {
+  for (int device = 0; device < Window().DeviceSelector()->count(); ++device) {
+    PickDevice(device);
+    Dialogs.Choice = "/files/prog.hex";
+    Press("Cmd_btn_open");
+    ChangeAllFuses();
+    SCOPED_TRACE(Window().DeviceSelector()->currentText().toStdString());
+    ExpectAllWithinReach();
+    auto* words = Named<QWidget>("lblFuseWords");
+    EXPECT_GE(Named<QWidget>("scrFuseWords")->height(),
+              std::min(2 * words->fontMetrics().height(), words->heightForWidth(words->width())));
+    for (QComboBox* list : Window().Fuses().findChildren<QComboBox*>()) {
+      EXPECT_TRUE(list->count() <= 1 || list->isVisible()) << list->objectName().toStdString();
+    }
+  }
+}
+
+TEST_F(FullSettings, TheResetPinIsTheFirstOfTheWords) {
+  PickDevice(2);
+  ChangeAllFuses();
+  EXPECT_TRUE(Named<QLabel>("lblFuseWords")->text().startsWith("RSTDISBL PB7:I/O : "));
+}
+
+TEST_F(FullSettings, WhatDoesNotFitIsScrolledByTheKeyboardToo) {
+  PickDevice(2);
+  ChangeAllFuses();
+  auto* words = Named<QScrollArea>("scrFuseWords");
+  EXPECT_GT(words->verticalScrollBar()->maximum(), 0);
+  EXPECT_NE(words->focusPolicy() & Qt::TabFocus, 0);
+  words->setFocus();
+  QTest::keyClick(words, Qt::Key_Down);
+  EXPECT_GT(words->verticalScrollBar()->value(), 0);
+  Resize(1366, 900);
+  EXPECT_EQ(words->verticalScrollBar()->maximum(), 0);
+  EXPECT_EQ(words->focusPolicy(), Qt::NoFocus);
+}
+
+TEST_F(FullSettings, AWarningAboutASaveLeavesTheHandEditInSight) {
+  PickDevice(11);
+  ASSERT_THAT(FileInfo(), HasSubstr("⚠"));
+  Settle();
+  ExpectAllWithinReach();
+}
+
+TEST_F(FullSettings, RowsWithoutAFieldGiveWayOnlyWhereTheRoomIsNeeded) {
+  const auto pick = [this](int device) {
+    PickDevice(device);
+    Dialogs.Choice = "/files/prog.hex";
+    Press("Cmd_btn_open");
+    Settle();
+  };
+  pick(2);
+  auto* row = Named<QWidget>("Combo_RCEN");
+  EXPECT_TRUE(row->isVisible());
+  auto* list = Named<QComboBox>("Combo_EESAVE");
+  const int item = list->currentIndex();
+  const auto place = [this] {
+    return Named<QWidget>("txtAddress")->mapTo(&Window(), QPoint(0, 0));
+  };
+  const int top = place().y();
+  list->setCurrentIndex(1 - item);
+  Settle();
+  EXPECT_FALSE(row->isVisible());
+  EXPECT_FALSE(Named<QWidget>("Lbl_RCEN")->isVisible());
+  EXPECT_TRUE(Named<QWidget>("Combo_FSTRT")->isVisible()) << "one row is enough";
+  EXPECT_LT(std::abs(place().y() - top), 5) << "what stands below stays";
+  Resize(1024, 740);
+  EXPECT_TRUE(row->isVisible());
+  Resize(753, 527);
+  EXPECT_FALSE(row->isVisible());
+  pick(4);
+  EXPECT_TRUE(row->isVisible()) << "this device has the field";
+  pick(2);
+  EXPECT_EQ(list->currentIndex(), item);
+  EXPECT_TRUE(row->isVisible());
 }
 
 TEST_F(Room, TheFilePanelStandsAboveTheFuses) {

@@ -1,5 +1,6 @@
 // The button beside the selector: what is in the socket, and a device that is picked there.
 
+#include <QAccessible>
 #include <QMenu>
 #include <QToolButton>
 
@@ -62,6 +63,23 @@ TEST_F(SocketButton, TheSelectedDeviceIsShownAsThat) {
   EXPECT_FALSE(Offer()->actions().front()->isEnabled());
 }
 
+TEST_F(SocketButton, TheOpenOfferIsInTheAccessibilityTree) {
+  QAccessibleInterface* const box =
+      QAccessible::queryAccessibleInterface(Named<QWidget>("fraDevice"));
+  const int closed = box->childCount();
+  GivenChip("AT90S1200");
+  Ask();
+  ASSERT_EQ(box->childCount(), closed + 1);
+  QAccessibleInterface* const offer = box->child(closed);
+  ASSERT_NE(offer, nullptr);
+  EXPECT_EQ(box->indexOfChild(offer), closed);
+  EXPECT_EQ(offer->text(QAccessible::Name), "ソケットのデバイス");
+  ASSERT_EQ(offer->childCount(), 2);
+  EXPECT_EQ(offer->child(0)->text(QAccessible::Name), "AT90S1200 (外部ｸﾛｯｸ) に変更");
+  Offer()->close();
+  EXPECT_EQ(box->childCount(), closed);
+}
+
 TEST_F(SocketButton, AnImageThatIsLargerThanTheDeviceIsSaid) {
   State().FlashBuffer[2 * 600] = 0x12;
   GivenChip("ATtiny15L");
@@ -76,6 +94,8 @@ TEST_F(SocketButton, AnEmptySocketOffersNothingAndIsSaid) {
   Ask();
   EXPECT_FALSE(Offer()->isVisible());
   EXPECT_EQ(MessageText(), "ソケットのデバイスを読み出せませんでした。");
+  EXPECT_EQ(Named<QWidget>("sbOutcome")->accessibleDescription(), "失敗");
+  EXPECT_EQ(Run.MessageDialog().accessibleDescription(), "失敗");
 }
 
 TEST(SocketButtonWithoutABoard, TheLinkCheckSaysSo) {

@@ -7,6 +7,9 @@
 
 #include "ui/about_dialog.h"
 #include "ui/com_dialog.h"
+#include "ui/fuse_frame.h"
+#include "ui/text_pane.h"
+#include "ui/update_dialog.h"
 #include "ui/window_bench.h"
 #include "ui/wrapped_label.h"
 
@@ -42,10 +45,26 @@ std::optional<Need> NeedOf(const QWidget& widget) {
   return std::nullopt;
 }
 
+/// A text that breaks into lines has room for all of them; in a pane it may be scrolled.
+void CheckLines(const WrappedLabel& label) {
+  const QWidget* pane = label.parentWidget() ? label.parentWidget()->parentWidget() : nullptr;
+  EXPECT_GE(label.height(), label.heightForWidth(label.width()))
+      << label.objectName().toStdString() << ": " << label.text().toStdString();
+  if (!qobject_cast<const TextPane*>(pane)) return;
+  EXPECT_GE(pane->height(), label.fontMetrics().height());
+  // What the scroll bar needs is not the text's.
+  EXPECT_LE(label.width(), pane->width());
+}
+
 int CheckTexts(const QWidget& window) {
   int checked = 0;
   for (const QWidget* widget : window.findChildren<QWidget*>()) {
     if (!widget->isVisible()) continue;
+    if (const auto* lines = qobject_cast<const WrappedLabel*>(widget)) {
+      CheckLines(*lines);
+      ++checked;
+      continue;
+    }
     const std::optional<Need> need = NeedOf(*widget);
     if (!need) continue;
     ++checked;
@@ -57,7 +76,12 @@ int CheckTexts(const QWidget& window) {
 }
 
 struct TextFit : WindowTest {
-  TextFit() { StartWithFile(); }
+  TextFit() {
+    StartWithFile();
+    // The first size, even where the screen has less.
+    Window().resize(753, 527);
+    QApplication::processEvents();
+  }
 };
 
 TEST_F(TextFit, OfTheMainWindowWithEveryDevice) {
@@ -87,6 +111,59 @@ TEST_F(TextFit, OfTheMessageDialogInEachMode) {
         "ライターを検出できませんでした。使用可能な通信ポートを設定してください。", mode);
     CheckTexts(Run.MessageDialog());
   }
+}
+
+TEST_F(TextFit, OfTheMainWindowWithEveryFuseOfEveryDeviceChanged) {
+  for (int device = 0; device < Window().DeviceSelector()->count(); ++device) {
+    PickDevice(device);
+    for (QComboBox* list : Window().Fuses().findChildren<QComboBox*>()) {
+      if (list->count() > 1) list->setCurrentIndex(list->currentIndex() == 0 ? 1 : 0);
+    }
+    for (int turn = 0; turn < 5; ++turn) QApplication::processEvents();
+    SCOPED_TRACE(Window().DeviceSelector()->currentText().toStdString());
+    EXPECT_GE(CheckTexts(Window()), 25);
+  }
+}
+
+TEST_F(TextFit, OfAFileWithALongNameThatASaveWouldDestroy) {
+  const std::string name(120, 'n');
+  Files.Files["/files/" + name + ".hex"] = Files.Files["/files/prog.hex"];
+  Dialogs.Choice = "/files/" + name + ".hex";
+  Press("Cmd_btn_open");
+  PickDevice(12);
+  for (int turn = 0; turn < 5; ++turn) QApplication::processEvents();
+  EXPECT_THAT(FileInfo(), HasSubstr(name));
+  EXPECT_THAT(FileInfo(), HasSubstr("⚠"));
+  EXPECT_GE(CheckTexts(Window()), 25);
+}
+
+TEST_F(TextFit, OfALongFailureInTheMessageDialog) {
+  Run.MessageDialog().Show(std::string(400, 'm'), screen::MessageMode::Notice);
+  Run.MessageDialog().SetDetail(
+      "COM5 (/dev/serial/by-id/" + std::string(150, 'p') +
+      ") : 通信ポートがなくなりました。USBケーブルと電源を確認してください。\r\nフラッシュは"
+      "ワード 0x005C まで書き込み済み、その先とEEPROMは書き込まれたかもしれません。"
+      "ベリファイしていません。イレースしてから、もう一度プログラムしてください。");
+  QApplication::processEvents();
+  EXPECT_GE(CheckTexts(Run.MessageDialog()), 3);
+}
+
+TEST_F(TextFit, OfTheFirmwareUpdateDialog) {
+  Settings.Write("Settings6", "ComNo", "1");
+  Dialogs.Choice = "/files/" + std::string(100, 'n') + ".hex";
+  Files.Files[*Dialogs.Choice] = ":020000000cC09D\r\n:00000001FF\r\n";
+  int checked = 0;
+  QTimer::singleShot(0, &Window(), [this, &checked] {
+    auto* dialog = Named<UpdateDialog>("Dialog_Update");
+    checked += CheckTexts(*dialog);
+    Button("CmdOpen")->click();
+    QApplication::processEvents();
+    EXPECT_FALSE(Find<QLabel>(*dialog, "lblDetail")->text().isEmpty());
+    checked += CheckTexts(*dialog);
+    dialog->RequestClose();
+  });
+  Choose("mnuFirmwareUpdate");
+  EXPECT_GE(checked, 12);
 }
 
 TEST_F(TextFit, OfTheAboutBoxAndTheComPortDialog) {

@@ -42,6 +42,10 @@ platform::FileResult MemoryFiles::Append(std::string_view path, std::string_view
 std::unique_ptr<platform::FileWriter> MemoryFiles::OpenForWriting(std::string_view path,
                                                                   platform::FileResult& result) {
   result = {};
+  if (!Refused.empty()) {
+    result = {platform::FileResult::Status::Failed, Refused};
+    return nullptr;
+  }
   std::string& file = Files[std::string(path)];
   file.clear();
   return std::make_unique<Writer>(file);

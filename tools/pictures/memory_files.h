@@ -23,6 +23,7 @@ class MemoryFiles final : public platform::TextFiles {
   void Delete(std::string_view path) override;
 
   std::map<std::string, std::string, std::less<>> Files;
+  std::string Refused;  ///< why the user's files cannot be written, "" = they can
 };
 
 }  // namespace fenwright::pictures
