@@ -1,6 +1,7 @@
 // Command lines of every kind: each is read, or refused with a text; nothing is run. The texts that
 // its options hold go through their own readers.
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -57,7 +58,9 @@ void CheckCall(const std::vector<std::string>& arguments) {
   }
   if (ended) {
     Require(*ended == ExitCode::Usage, "a call that makes no sense is wrong usage");
-    Require(output.str().empty() && !errors.str().empty(), "wrong usage is told");
+    const bool json = std::ranges::find(arguments, "--json") != arguments.end();
+    Require(output.str().empty() != json, "wrong usage has a result with --json alone");
+    Require(!errors.str().empty(), "wrong usage is told");
     return;
   }
   Require(output.str().empty() && errors.str().empty(), "a good call prints nothing by itself");

@@ -49,6 +49,9 @@ make_prefix() {
   rm -rf "$FENWRIGHT_WINEPREFIX"
   env -u DISPLAY timeout --kill-after=10 300 "$wine" wineboot --init >"$scratch/wineboot" 2>&1 ||
     { cat "$scratch/wineboot" && return 1; }
+  # One server for all: left to itself it ends some seconds after the last program, and a program
+  # that starts in that moment loses its connection.
+  WINEPREFIX=$FENWRIGHT_WINEPREFIX wineserver -p
 }
 
 run_unit_tests() {

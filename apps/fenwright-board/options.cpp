@@ -19,6 +19,10 @@ namespace fenwright::board_app {
 namespace {
 
 constexpr int kUsageError = 2;
+constexpr const char* kDescription =
+    "Serves a simulated programmer board on a pseudo terminal, whose path is the one line of "
+    "output.";
+constexpr const char* kName = "fenwright-board";
 
 /// The values as they stand on the command line.
 struct Arguments {
@@ -67,30 +71,40 @@ std::string Shown(std::string_view text, const Options& options) {
 
 void Declare(CLI::App& app, Options& options, Arguments& arguments) {
   app.add_option("--device", arguments.Device, "chip in the socket, its name or a part of it")
-      ->required();
-  app.add_option("--link", options.Link, "symbolic link to make to the terminal");
+      ->required()
+      ->type_name("NAME");
+  app.add_option("--link", options.Link, "symbolic link to make to the terminal")
+      ->type_name("PATH");
   app.add_option("--baud", options.Board.Baud, "speed of the line, 0 = no delay at all")
-      ->capture_default_str();
+      ->capture_default_str()
+      ->type_name("N");
   app.add_option("--latency-ms", arguments.LatencyMilliseconds,
                  "time for which the adapter holds back received bytes")
-      ->check(CheckDelay);
+      ->check(CheckDelay)
+      ->type_name("X");
   app.add_option("--ack-delay-ms", arguments.AckDelayMilliseconds,
                  "time that the board takes to acknowledge each A")
-      ->check(CheckDelay);
+      ->check(CheckDelay)
+      ->type_name("X");
   app.add_flag("--chip-times", arguments.ChipTimes,
                "erasing and writing take the time that the data sheets give");
   app.add_option("--version-line", arguments.VersionLine,
                  "the answer to ?, without its line end (CR LF)")
-      ->capture_default_str();
+      ->capture_default_str()
+      ->type_name("TEXT");
   app.add_option("--state", options.State,
                  "file that keeps the board's chips from one run to the next")
-      ->check(CheckOutputFile);
+      ->check(CheckOutputFile)
+      ->type_name("FILE");
   app.add_option("--dump", options.Dump,
                  "file for the chip's memories: flash in HEX-file byte order, then EEPROM")
-      ->check(CheckOutputFile);
-  app.add_option("--log", options.Log, "file for the bytes: \"> \" to the board, \"< \" from it");
+      ->check(CheckOutputFile)
+      ->type_name("FILE");
+  app.add_option("--log", options.Log, "file for the bytes: \"> \" to the board, \"< \" from it")
+      ->type_name("FILE");
   app.add_option("--fault", arguments.Faults, "something that goes wrong, see below; repeatable")
-      ->allow_extra_args(false);
+      ->allow_extra_args(false)
+      ->type_name("SPEC");
   app.footer("Faults, with N counting from 1:\n" + board::FaultForms() +
              "\nState and dump are written each time programming mode is left and at the end\n"
              "(SIGTERM, SIGINT, SIGHUP, or a hang-up).\n\nDevices:\n" +
@@ -125,10 +139,7 @@ bool Complete(const Arguments& arguments, Options& options) {
 }  // namespace
 
 std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exit_code) {
-  CLI::App app(
-      "Serves a simulated programmer board on a pseudo terminal, whose path is the one line of "
-      "output.",
-      "fenwright-board");
+  CLI::App app(kDescription, kName);
   Options options;
   options.Words.assign(argv, argv + argc);
   Arguments arguments;
@@ -148,6 +159,14 @@ std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exit_
     return std::nullopt;
   }
   return options;
+}
+
+void WithCommandLine(const std::function<void(const CLI::App&)>& use) {
+  CLI::App app(kDescription, kName);
+  Options options;
+  Arguments arguments;
+  Declare(app, options, arguments);
+  use(app);
 }
 
 }  // namespace fenwright::board_app

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <CLI/CLI.hpp>
 
 #include "board/simulated_board.h"
 
@@ -21,5 +24,8 @@ struct Options {
 /// Reads the command line. Nothing when the program is to end with `exit_code`: help was asked
 /// for (0), or the command line is wrong (2, the reason is on the standard error output).
 std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exit_code);
+
+/// Hands over the command line by itself, for what is made of it: the man page.
+void WithCommandLine(const std::function<void(const CLI::App&)>& use);
 
 }  // namespace fenwright::board_app

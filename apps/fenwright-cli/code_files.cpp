@@ -6,8 +6,10 @@
 #include <fmt/format.h>
 
 #include "image/file_names.h"
+#include "input_format.h"
 #include "ops/command.h"
 #include "ops/commands.h"
+#include "platform/system/tool.h"
 #include "text.h"
 
 namespace fenwright::cli {
@@ -20,6 +22,7 @@ using image::Severity;
 struct ReadFile {
   const std::string& Path;
   const image::HexReadReport& Report;
+  bool Converted;  ///< its lines are not those of a file that the user knows
 };
 
 std::string Place(const std::string& path, std::int32_t line) {
@@ -63,7 +66,8 @@ nlohmann::json FieldsOf(Session& session, const std::string& path, const Finding
 /// Prints what was found in a file and adds it to the fields; false when the file is refused.
 bool TellFindings(Session& session, const ReadFile& file, bool force, nlohmann::json& fields) {
   bool accepted = true;
-  for (const Finding& finding : file.Report.Check.Findings) {
+  for (Finding finding : file.Report.Check.Findings) {
+    if (file.Converted) finding.Line = finding.Column = 0;
     accepted = TellFinding(session, ProblemOf(file.Path, finding), finding, force) && accepted;
     fields["findings"].push_back(FieldsOf(session, file.Path, finding));
   }
@@ -90,33 +94,18 @@ Problem Unreadable(const std::string& path, const std::string& reason) {
 std::optional<Problem> WhyNotRead(const CodeFiles& files, const image::OpenReport& report) {
   if (!report.CodeFileFound) return NoFile(files.Code);
   if (!report.KnownExtension) {
-    return Problem{.Code = problem::kFileType,
-                   .Text = {files.Code + ": コードファイルの名前は .hex か .rom で終わります",
-                            files.Code + ": a code file's name ends in .hex or .rom"}};
+    return Problem{
+        .Code = problem::kFileType,
+        .Text = {files.Code + ": Intel HEX、ELF、S レコードのどれでもなく、名前も .hex か "
+                              ".rom で終わりません",
+                 files.Code + ": is neither Intel HEX nor ELF nor S-records, and its "
+                              "name does not end in .hex or .rom"},
+        .Cure = {"コードファイルを指定します。そのままのバイナリーは --format bin "
+                 "で読みます。",
+                 "name a code file; --format bin takes a plain binary image"}};
   }
   if (report.Code.End != image::HexReadEnd::NotOpened) return std::nullopt;
   return Unreadable(files.Code, report.Code.Reason);
-}
-
-/// The same for a data file that is there. A code file whose reading ended early keeps it from
-/// being read.
-std::optional<Problem> WhyDataNotRead(const CodeFiles& files, const std::string& data_path,
-                                      const image::OpenReport& report) {
-  std::error_code ignored;
-  if (files.NoData || !std::filesystem::exists(ToPath(data_path), ignored)) return std::nullopt;
-  if (report.Code.StoppedAtLine != 0) {
-    const std::string end = Place(files.Code, report.Code.StoppedAtLine);
-    return Problem{
-        .Code = problem::kDataNotRead,
-        .Text = {fmt::format("{}: コードファイルが {} で終わるため、読んでいません。"
-                             "--no-data で除けます",
-                             data_path, end),
-                 fmt::format("{}: is not read after a code file that ends at {}; --no-data leaves "
-                             "it out",
-                             data_path, end)}};
-  }
-  if (report.Data.End != image::HexReadEnd::NotOpened) return std::nullopt;
-  return Unreadable(data_path, report.Data.Reason);
 }
 
 LoadedFiles Refuse(Session& session, const Problem& problem) {
@@ -124,6 +113,119 @@ LoadedFiles Refuse(Session& session, const Problem& problem) {
   session.Out().PrintError(
       session.In({"ライターには何も送っていません", "nothing was sent to the programmer"}));
   return {.Code = ExitCode::FileError};
+}
+
+/// The data file that goes with a code file. Where the file system tells case, one whose name ends
+/// in capitals does as well.
+std::string DataFileBeside(const std::string& code) {
+  const std::string usual = image::DataFileNameFor(code);
+  std::error_code ignored;
+  if (std::filesystem::exists(ToPath(usual), ignored)) return usual;
+  constexpr std::string_view kCapitals = "EEP";
+  const std::string capitals =
+      usual.substr(0, usual.size() - kCapitals.size()) + std::string(kCapitals);
+  return std::filesystem::exists(ToPath(capitals), ignored) ? capitals : usual;
+}
+
+/// Standard input in what is said of it.
+constexpr const char* kInputName = "<stdin>";
+
+/// The files of a call as the engine finds them. What comes from elsewhere has a name of its own
+/// there; a code file's has to end like one.
+struct EngineFiles {
+  CodeFiles Named;         ///< as they are named to the user
+  std::string Code;        ///< the engine's name
+  std::string Data;        ///< the same, "" = none
+  bool Converted = false;  ///< its lines are not those of a file that the user knows
+};
+
+/// A code file that is there; what cannot be read is left for the engine to find.
+std::string ContentOfCode(Session& session, const std::string& path) {
+  std::string content;
+  if (session.Streams().Exists(path)) session.Streams().Read(path, content);
+  return content;
+}
+
+/// Gives the engine Intel HEX under a name that it takes.
+ExitCode TakeCode(Session& session, EngineFiles& files) {
+  const std::string named = files.Named.Code;
+  const bool from_input = named == kStream;
+  if (from_input) files.Named.Code = kInputName;
+  const std::string content =
+      from_input ? platform::ReadWholeInput() : ContentOfCode(session, named);
+  const std::optional<InputFormat> told = FormatOf(content);
+  const InputFormat format =
+      FormatNamed(files.Named.Format).value_or(told.value_or(InputFormat::Hex));
+  const std::string origin = from_input ? "" : named;
+  const bool is_hex = format == InputFormat::Hex;
+  const bool named_by_content = told == InputFormat::Hex && !image::HasCodeFileExtension(named);
+  files.Code = named;
+  if (is_hex && !from_input && !named_by_content) return ExitCode::Success;
+  const ConvertedInput made = Convert(files.Named.Code, content, format);
+  if (made.Trouble) return session.Fail(ExitCode::FileError, *made.Trouble);
+  files.Code = files.Named.Code + ".hex";
+  files.Converted = !is_hex;
+  session.Streams().Provide(files.Code, made.Code, origin);
+  if (made.Data.empty() || files.Named.NoData || !files.Named.Data.empty())
+    return ExitCode::Success;
+  files.Data = files.Named.Code + ".eep";
+  session.Streams().Provide(files.Data, made.Data, origin);
+  return ExitCode::Success;
+}
+
+/// The data file: what the code file brought, or the one that is named, or the one beside it.
+ExitCode TakeData(Session& session, const std::string& code, EngineFiles& files) {
+  std::string& named = files.Named.Data;
+  if (files.Named.NoData || !files.Data.empty()) return ExitCode::Success;
+  if (named == kStream) {
+    files.Data = std::string(kInputName) + ".eep";
+    named = kInputName;
+    session.Streams().Provide(files.Data, platform::ReadWholeInput(), "");
+    return ExitCode::Success;
+  }
+  // Beside standard input there is none.
+  if (named.empty() && code != kStream)
+    named = DataFileBeside(code);
+  else if (!named.empty() && !session.Streams().Exists(named)) {
+    return session.Fail(ExitCode::FileError, NoFile(named));
+  }
+  files.Data = named;
+  return ExitCode::Success;
+}
+
+ExitCode TakeFiles(Session& session, const CodeFiles& named, EngineFiles& files) {
+  if (named.Code == kStream && named.Data == kStream) {
+    return session.Fail(ExitCode::Usage, {.Code = problem::kUsage,
+                                          .Text = {"標準入力から読めるファイルは一つだけです",
+                                                   "standard input can stand for one file alone"}});
+  }
+  files.Named = named;
+  const ExitCode code = TakeCode(session, files);
+  return code == ExitCode::Success ? TakeData(session, named.Code, files) : code;
+}
+
+/// Why a data file that is there was not read, if it was not. A code file whose reading ended early
+/// keeps it from being read.
+std::optional<Problem> WhyDataNotRead(Session& session, const EngineFiles& files,
+                                      const image::OpenReport& report) {
+  std::error_code ignored;
+  const bool is_there =
+      session.Streams().Exists(files.Data) || std::filesystem::exists(ToPath(files.Data), ignored);
+  if (!is_there) return std::nullopt;
+  const std::string& name = files.Named.Data;
+  if (report.Code.StoppedAtLine != 0) {
+    const std::string end = Place(files.Named.Code, report.Code.StoppedAtLine);
+    return Problem{
+        .Code = problem::kDataNotRead,
+        .Text = {fmt::format("{}: コードファイルが {} で終わるため、読んでいません。"
+                             "--no-data で除けます",
+                             name, end),
+                 fmt::format("{}: is not read after a code file that ends at {}; --no-data leaves "
+                             "it out",
+                             name, end)}};
+  }
+  if (report.Data.End != image::HexReadEnd::NotOpened) return std::nullopt;
+  return Unreadable(name, report.Data.Reason);
 }
 
 nlohmann::json SharesOf(const image::OpenReport& report) {
@@ -137,13 +239,22 @@ nlohmann::json SharesOf(const image::OpenReport& report) {
 
 std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
   auto files = std::make_shared<CodeFiles>();
-  command.add_option("CODE.hex", files->Code, "code file, Intel HEX (.hex or .rom)")->required();
+  command
+      .add_option("CODE.hex", files->Code,
+                  "code file: Intel HEX, or by objcopy what an ELF file or S-records hold; \"-\" "
+                  "reads standard input")
+      ->required();
   CLI::Option* const data =
       command
           .add_option("--data", files->Data,
                       "data file for the EEPROM (default: the code file's name with its last "
                       "three characters replaced by \"eep\", when there is such a file)")
           ->type_name("FILE.eep");
+  command
+      .add_option("--format", files->Format,
+                  "format of the code file: hex, srec, elf or bin (default: as its content says)")
+      ->type_name("hex|srec|elf|bin")
+      ->check(CLI::IsMember(FormatNames()).description(""));
   command.add_flag("--no-data", files->NoData, "treat the EEPROM image as blank")->excludes(data);
   command.add_flag("--force-image", files->Force,
                    "take files that cannot be meant as they are (data beyond the device, wrong "
@@ -151,28 +262,26 @@ std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
   return files;
 }
 
-LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files) {
-  std::error_code ignored;
-  const bool data_given = !files.Data.empty();
-  if (data_given && !std::filesystem::is_regular_file(ToPath(files.Data), ignored)) {
-    return {.Code = session.Fail(ExitCode::FileError, NoFile(files.Data))};
-  }
-  const std::string data_path = data_given ? files.Data : image::DataFileNameFor(files.Code);
+LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& named) {
+  EngineFiles files;
+  const ExitCode taken = TakeFiles(session, named, files);
+  if (taken != ExitCode::Success) return {.Code = taken};
+  const std::string& data_path = files.Named.Data.empty() ? files.Named.Code : files.Named.Data;
   session.Out().NoteOutside(data_path);
   image::OpenReport opened;
-  const core::CommandEnding ending =
-      ops::RunCommand(session.Context(), [&](core::RunContext& context) {
-        opened = ops::OpenFiles(context, files.Code, files.NoData ? "" : data_path);
-      });
+  const core::CommandEnding ending = ops::RunCommand(
+      session.Context(),
+      [&](core::RunContext& context) { opened = ops::OpenFiles(context, files.Code, files.Data); });
   if (ending == core::CommandEnding::Stopped) return {.Code = session.FailStopped()};
   if (ending != core::CommandEnding::Finished) return {.Code = session.FailByFile()};
-  if (const auto problem = WhyNotRead(files, opened)) return Refuse(session, *problem);
+  if (const auto problem = WhyNotRead(files.Named, opened)) return Refuse(session, *problem);
   LoadedFiles loaded{.Code = ExitCode::Success, .Fields = SharesOf(opened)};
   loaded.Fields["findings"] = nlohmann::json::array();
-  const bool code_accepted =
-      TellFindings(session, {files.Code, opened.Code}, files.Force, loaded.Fields);
+  const bool code_accepted = TellFindings(session, {files.Named.Code, opened.Code, files.Converted},
+                                          files.Named.Force, loaded.Fields);
   const bool data_accepted =
-      TellFindings(session, {data_path, opened.Data}, files.Force, loaded.Fields);
+      TellFindings(session, {data_path, opened.Data, files.Named.Data.empty()}, files.Named.Force,
+                   loaded.Fields);
   if (!code_accepted || !data_accepted) {
     session.Out().PrintError(
         session.In({"ライターには何も送っていません。--force-image でそのまま使います",
@@ -180,7 +289,7 @@ LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files) {
     loaded.Code = ExitCode::FileError;
     return loaded;
   }
-  if (const auto problem = WhyDataNotRead(files, data_path, opened)) {
+  if (const auto problem = WhyDataNotRead(session, files, opened)) {
     return Refuse(session, *problem);
   }
   return loaded;

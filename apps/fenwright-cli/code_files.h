@@ -10,7 +10,8 @@ namespace fenwright::cli {
 /// The files that a verb works with.
 struct CodeFiles {
   std::string Code;
-  std::string Data;  ///< "" = the one that goes with the code file
+  std::string Data;    ///< "" = the one that goes with the code file
+  std::string Format;  ///< of the code file; told by its content unless given
   bool NoData = false;
   bool Force = false;  ///< take images that cannot be meant, with warnings
 };

@@ -4,9 +4,11 @@
 #include <sstream>
 #include <utility>
 
+#include "help.h"
 #include "platform/system/printable.h"
 #include "platform/system/terminal.h"
 #include "suggest.h"
+#include "usage_error.h"
 #include "verbs.h"
 
 namespace fenwright::cli {
@@ -27,33 +29,51 @@ std::vector<std::string> VerbNames() {
   return names;
 }
 
-/// The long options of the program and of all its verbs.
+/// The options that the call can have: those of the program and of its verb.
 std::vector<std::string> OptionNames(const CLI::App& app) {
   std::vector<std::string> names;
   const auto add = [&names](const CLI::App& of) {
     for (const CLI::Option* const option : of.get_options()) {
+      for (const std::string& name : option->get_snames()) names.push_back("-" + name);
       for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
     }
   };
   add(app);
-  for (const CLI::App* const verb : app.get_subcommands([](const CLI::App*) { return true; }))
-    add(*verb);
+  for (const CLI::App* const verb : app.get_subcommands()) add(*verb);
   return names;
 }
 
-/// The verb or option that a mistyped word of the call was most likely meant to be, "" for none.
+/// The verb or option that a wrong word of the call was most likely meant to be, "" for none.
 std::string Suggestion(const CLI::App& app, const Options& options) {
   const std::vector<std::string> known = OptionNames(app);
+  const bool has_verb = !app.get_subcommands().empty();
   for (std::size_t i = 1; i < options.Words.size(); ++i) {
     const std::string name = options.Words[i].substr(0, options.Words[i].find('='));
-    if (name.starts_with("--") && std::ranges::find(known, name) == known.end()) {
-      return ClosestWord(name, known);
+    if (name.starts_with("-")) {
+      if (std::ranges::find(known, name) != known.end()) continue;
+      const std::string own = OwnWordFor(name);
+      if (std::ranges::find(known, own) != known.end()) return own;
+      if (name.starts_with("--")) return ClosestWord(name, known);
+    } else if (!has_verb) {
+      const std::string own = OwnWordFor(name);
+      const std::string verb = own.empty() ? ClosestWord(name, VerbNames()) : own;
+      if (!verb.empty()) return verb;
     }
-    if (name.starts_with("-") || !app.get_subcommands().empty()) continue;
-    const std::string verb = ClosestWord(name, VerbNames());
-    if (!verb.empty()) return verb;
   }
   return "";
+}
+
+/// What is wrong with the call. A word that is no verb says more than that a verb is missing.
+core::Sentence WhatIsWrong(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> left = app.remaining();
+  if (!app.get_subcommands().empty() || left.empty()) {
+    return {JapaneseOfUsageError(error.what()), error.what()};
+  }
+  const std::string& word = left.front();
+  if (word.starts_with("-")) {
+    return {word + " というオプションはありません", "there is no option " + word};
+  }
+  return {word + " というサブコマンドはありません", "there is no verb " + word};
 }
 
 /// Help on standard output, or what is wrong with the command line on standard error, and with
@@ -65,13 +85,16 @@ ExitCode Tell(const CLI::App& app, const CLI::ParseError& error, const Options& 
   const bool failed = app.exit(error, out, errors) != 0;
   const std::vector<std::string> outside = OutsideOf(options.Words);
   streams.Output << Printable(out.str(), outside) << std::flush;
-  streams.Errors << Printable(errors.str(), outside) << std::flush;
   if (!failed) return ExitCode::Success;
-  core::Sentence text{error.what(), error.what()};
+  const bool japanese = options.Language == core::Language::Japanese;
+  core::Sentence text = WhatIsWrong(app, error);
+  streams.Errors << Printable(japanese ? text.Japanese + "\n使い方は --help で出ます。\n"
+                                       : text.English + "\nRun with --help for more information.\n",
+                              outside)
+                 << std::flush;
   if (const std::string meant = Suggestion(app, options); !meant.empty()) {
     text.Japanese += "。" + meant + " のことですか";
     text.English += "; did you mean " + meant + "?";
-    const bool japanese = options.Language == core::Language::Japanese;
     streams.Errors << (japanese ? meant + " のことですか" : "Did you mean " + meant + "?")
                    << std::endl;
   }
@@ -97,6 +120,7 @@ CommandLine::CommandLine()
       return cli::RunVerb(*verb, run, options_);
     };
   }
+  SetUpHelp(app_, options_.Language);
 }
 
 std::optional<ExitCode> CommandLine::Read(std::vector<std::string> arguments, std::ostream& output,

@@ -32,6 +32,9 @@ class CommandLine {
   /// The options that every verb takes, as they were read.
   [[nodiscard]] const Options& Common() const { return options_; }
 
+  /// What can be called, for what is made of it: help, completion, man page.
+  [[nodiscard]] const CLI::App& App() const { return app_; }
+
  private:
   CLI::App app_;
   Options options_;

@@ -53,16 +53,32 @@ void Console::NoteOutside(const std::string& text) {
 }
 
 void Console::Print(std::string_view text) {
-  if (!quiet_) PrintAlways(text);
+  if (quiet_) return;
+  if (output_for_result_) {
+    PrintError(text);
+  } else {
+    PrintAlways(text);
+  }
 }
 
 ExitCode Console::PrintResult(std::string_view text) {
   return json_ || PrintAlways(text) ? ExitCode::Success : ExitCode::FileError;
 }
 
-bool Console::PrintAlways(std::string_view text) {
+ExitCode Console::PrintResult(std::string_view text, Side side) {
+  if (!colours_) return PrintResult(text);
+  if (json_) return ExitCode::Success;
+  const char* const colour = side == Side::Expected ? "\x1B[31m" : "\x1B[32m";
+  std::string line = AsLine(text);
+  line.insert(line.size() - 1, "\x1B[0m");
+  return WriteOutput(colour + line) ? ExitCode::Success : ExitCode::FileError;
+}
+
+bool Console::PrintAlways(std::string_view text) { return WriteOutput(AsLine(text)); }
+
+bool Console::WriteOutput(std::string_view text) {
   ClearBar();
-  const bool written = WriteTo(std::cout, AsLine(text));
+  const bool written = WriteTo(std::cout, text);
   result_written_ = result_written_ && written;
   return written;
 }
@@ -80,11 +96,6 @@ void Console::PrintStatus(std::string_view text) {
   if (!verbose_ || quiet_ || text == last_status_) return;
   last_status_ = text;
   PrintError(language_ == core::Language::Japanese ? std::string(text) : EnglishOf(text));
-}
-
-std::string Console::Coloured(std::string_view text, bool good) const {
-  if (!colours_) return std::string(text);
-  return fmt::format("\x1B[{}m{}\x1B[0m", good ? 32 : 31, text);
 }
 
 void Console::StartPhase(std::string_view label, std::string_view unit) {
@@ -112,6 +123,13 @@ void Console::ShowProgress(int value) {
   DrawBar(percent, value > 0 ? SecondsSince(start_) * (maximum_ - value) / value : 0);
 }
 
+/// Columns for the longest label: "verify EE", or its Japanese.
+int Console::LabelWidth() const {
+  constexpr int kEnglish = 9;
+  constexpr int kJapanese = 11;
+  return language_ == core::Language::Japanese ? kJapanese : kEnglish;
+}
+
 /// "4096 words", or "1234 of 4096 words".
 std::string Console::Count() const {
   if (maximum_ <= 0) return "";
@@ -123,8 +141,8 @@ std::string Console::Count() const {
 void Console::EndProgress() {
   ClearBar();
   if (!label_.empty()) {
-    const std::string line =
-        fmt::format("{:<9} {:<18} {:6.1f} s", label_, Count(), SecondsSince(phase_start_));
+    const std::string line = fmt::format("{:<{}} {:<18} {:6.1f} s", label_, LabelWidth(), Count(),
+                                         SecondsSince(phase_start_));
     label_.clear();
     PrintProgress(line);
   }
@@ -139,7 +157,7 @@ std::string Console::AsLine(std::string_view text) const {
 }
 
 void Console::DrawBar(int percent, double seconds_left) {
-  const std::string before = fmt::format("{:<9} {:<18} ", label_, Count());
+  const std::string before = fmt::format("{:<{}} {:<18} ", label_, LabelWidth(), Count());
   const std::string behind = fmt::format(" {:3} %  {:.0f} s", percent, seconds_left);
   constexpr int kNarrowest = 4;
   constexpr int kWidest = 40;

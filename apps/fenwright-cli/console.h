@@ -27,6 +27,14 @@ class Console {
   /// A line of the result that --json alone silences. FileError when it could not be written.
   ExitCode PrintResult(std::string_view text);
 
+  /// The same for a line of a comparison, red or green on a terminal that shows colours.
+  enum class Side { Expected, Found };
+  ExitCode PrintResult(std::string_view text, Side side);
+
+  /// From now on standard output is for the result alone: what Print() prints goes to standard
+  /// error.
+  void KeepOutputForResult() { output_for_result_ = true; }
+
   /// A line on standard output, whatever the options; false when it could not be written.
   bool PrintAlways(std::string_view text);
 
@@ -41,9 +49,6 @@ class Console {
 
   /// False when a line of the result could not be written.
   [[nodiscard]] bool ResultWritten() const { return result_written_; }
-
-  /// A line that stands for removed (red) or added (green) on a terminal that shows colours.
-  [[nodiscard]] std::string Coloured(std::string_view text, bool good) const;
 
   /// A part of the work begins: "flash", in `unit` steps. The same one twice in a row is one.
   void StartPhase(std::string_view label, std::string_view unit);
@@ -61,6 +66,8 @@ class Console {
   using Time = std::chrono::steady_clock::time_point;
 
   [[nodiscard]] std::string Count() const;
+  [[nodiscard]] int LabelWidth() const;
+  bool WriteOutput(std::string_view text);
   void DrawBar(int percent, double seconds_left);
   void ClearBar();
   [[nodiscard]] std::string AsLine(std::string_view text) const;
@@ -72,6 +79,7 @@ class Console {
   bool verbose_;
   bool terminal_;
   bool colours_;
+  bool output_for_result_ = false;
   bool result_written_ = true;
   std::string last_status_;
   std::string label_;

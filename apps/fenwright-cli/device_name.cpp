@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 
-#include "core/device_catalogue.h"
 #include "suggest.h"
 #include "text.h"
 
@@ -25,6 +24,15 @@ std::string DeviceAlias(std::string_view display_name) {
            (character >= 'a' && character <= 'z');
   });
   return {display_name.begin(), end};
+}
+
+nlohmann::json DeviceAsJson(const core::DeviceEntry& device) {
+  return {{"name", device.DisplayName},
+          {"alias", DeviceAlias(device.DisplayName)},
+          {"flash_words", device.FlashWords},
+          {"eeprom_bytes", device.EepromBytes},
+          {"device_code", device.DeviceCode},
+          {"signature", {0x1E, device.Signature[0], device.Signature[1]}}};
 }
 
 int FindDeviceIndex(std::string_view name, core::Sentence& error) {

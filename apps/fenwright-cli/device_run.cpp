@@ -76,7 +76,9 @@ void PrintFirstDifferences(Session& session) {
     session.Out().PrintError(ops::DescribeDifference(difference));
   }
   if (differences.size() > kMost) {
-    session.Out().PrintError(fmt::format("... and {} more", differences.size() - kMost));
+    session.Out().PrintError(
+        fmt::format(fmt::runtime(session.In({"ほかに {} か所", "... and {} more"})),
+                    differences.size() - kMost));
   }
 }
 
@@ -123,7 +125,8 @@ void Print(Session& session, const DeviceRun& run) {
   const std::string sentence = ChipState(session);
   Console& out = session.Out();
   if (run.Code == ExitCode::Success) {
-    out.Print("ok: " + sentence + InSeconds(session, run.Seconds) + UsageOf(session));
+    out.Print(session.In(Heading(run.Code)) + ": " + sentence + InSeconds(session, run.Seconds) +
+              UsageOf(session));
     return;
   }
   if (run.Code == ExitCode::Failed && session.State().Command.VerifyFinished) {
@@ -131,9 +134,10 @@ void Print(Session& session, const DeviceRun& run) {
     if (session.State().Command.Operation == core::DeviceOperation::Program) {
       PrintFirstDifferences(session);
     }
-    if (session.KeepsFiles()) out.PrintError("report: " + ReportPath(session));
+    if (session.KeepsFiles())
+      out.PrintError(session.In({"レポート: ", "report: "}) + ReportPath(session));
   }
-  out.PrintError(fmt::format("{}: {}", Name(run.Code), sentence));
+  out.PrintError(fmt::format("{}: {}", session.In(Heading(run.Code)), sentence));
 }
 
 /// The files of the engine's own that this command has written into the folder.

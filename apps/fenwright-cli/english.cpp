@@ -282,6 +282,8 @@ constexpr auto kPieces = std::to_array<Piece>({
     {"警告：ポート番号が選ばれていないので、", "warning: no port is chosen, so "},
     {" を使います。ライターをつないだ番号を選んでください。",
      " is used: name the one that the programmer is on"},
+    {"シミュレーションのライター（実際のポートは使いません）",
+     "simulated programmer, no real port is used"},
     {"通信ポートをオープンできませんでした。", "the port could not be opened"},
     {"　　***　ファームウエアアップデート　コミュニケーション失敗。　***　　　　　　\r\n　",
      "update of the firmware: the board could not be reached"},

@@ -8,23 +8,6 @@
 #include "core/build_info.h"
 
 namespace fenwright::cli {
-namespace {
-
-constexpr const char* kFooter =
-    "Exit codes: 0 success, 1 the operation failed (a failed verify included), 2 usage,\n"
-    "3 no programmer or port, 4 file or output unreadable or unwritable,\n"
-    "130 stopped by Ctrl-C, 143 by SIGTERM.\n"
-    "\n"
-    "Examples:\n"
-    "  fenwright-cli devices\n"
-    "  fenwright-cli ports\n"
-    "  fenwright-cli --port COM5 --device AT90S8515 program blink.hex\n"
-    "  fenwright-cli --simulate --device ATtiny12L program toggle.hex --no-data\n"
-    "  fenwright-cli --port COM5 --device AT90S8515 read --code out.hex --data out.eep\n"
-    "  fenwright-cli --port COM5 --device ATtiny26L write-fuses CKSEL=0100 BODEN=Enable";
-
-}  // namespace
-
 const char* Name(ExitCode code) {
   static const std::map<ExitCode, const char*> kNames{{ExitCode::Success, "ok"},
                                                       {ExitCode::Usage, "usage"},
@@ -35,8 +18,18 @@ const char* Name(ExitCode code) {
   return found == kNames.end() ? "failed" : found->second;
 }
 
+const core::Sentence& Heading(ExitCode code) {
+  static const std::map<ExitCode, core::Sentence> kHeadings{
+      {ExitCode::Success, {"完了", "ok"}},
+      {ExitCode::Failed, {"失敗", "failed"}},
+      {ExitCode::Usage, {"使い方の誤り", "usage"}},
+      {ExitCode::NoProgrammer, {"ライターなし", "no-programmer"}},
+      {ExitCode::FileError, {"ファイルのエラー", "file-error"}},
+      {ExitCode::Stopped, {"中断", "stopped"}}};
+  return kHeadings.at(code);
+}
+
 void AddOptions(CLI::App& app, Options& options) {
-  app.footer(kFooter);
   app.set_version_flag("--version", fmt::format("fenwright-cli {}", core::kVersion));
   app.add_option("--port", options.Port,
                  "port of the programmer: COM1 to COM256, COMn=PATH, or a device path")
@@ -54,7 +47,8 @@ void AddOptions(CLI::App& app, Options& options) {
       ->type_name("SPEC")
       ->needs(simulate);
   app.add_option("--device", options.Device,
-                 "device in the socket: its name, or an unambiguous part of it")
+                 "device in the socket: its name, an unambiguous part of it, or \"auto\" for the "
+                 "one that is found there")
       ->type_name("NAME");
   app.add_option("--folder", options.Folder,
                  "folder to keep the trace, the dumps and the report in; none is kept without it")

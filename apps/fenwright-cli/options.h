@@ -22,6 +22,9 @@ enum class ExitCode {
 /// The stable word of an exit code, "ok".
 const char* Name(ExitCode code);
 
+/// The same for people.
+const core::Sentence& Heading(ExitCode code);
+
 /// The options that every verb takes.
 struct Options {
   std::vector<std::string> Words;   ///< the whole command line, for what is printed of it
@@ -37,7 +40,7 @@ struct Options {
   core::Language Language = core::Language::English;  ///< of every text
 };
 
-/// Adds them to the command line, and what the help says beside options and verbs.
+/// Adds them to the command line.
 void AddOptions(CLI::App& app, Options& options);
 
 }  // namespace fenwright::cli

@@ -13,6 +13,8 @@ namespace fenwright::cli {
 namespace problem {
 inline constexpr std::string_view kUsage = "usage";
 inline constexpr std::string_view kUnknownDevice = "unknown-device";
+inline constexpr std::string_view kAmbiguousDevice = "ambiguous-device";
+inline constexpr std::string_view kUnsupportedChip = "unsupported-chip";
 inline constexpr std::string_view kUnknownField = "unknown-field";
 inline constexpr std::string_view kUnknownItem = "unknown-item";
 inline constexpr std::string_view kFusesUnreadable = "fuses-unreadable";

@@ -20,6 +20,7 @@
 #include "platform/system/folders.h"
 #include "platform/system/system_port_infos.h"
 #include "platform/system/system_serial_control.h"
+#include "socket.h"
 #include "text.h"
 
 namespace fenwright::cli {
@@ -32,6 +33,12 @@ std::optional<platform::PortOption> ParsePort(const std::string& text) {
   if (!std::filesystem::exists(ToPath(text), ignored)) return std::nullopt;
   return platform::ParsePortOption("./" + text);
 }
+
+/// As a device: the one that is in the socket.
+constexpr std::string_view kDeviceInSocket = "auto";
+
+/// In the simulated socket while the call names no device.
+constexpr std::string_view kChipOfNoDevice = "AT90S8515";
 
 }  // namespace
 
@@ -55,7 +62,8 @@ Session::~Session() {
 ExitCode Session::Start(const Needs& needs) {
   const bool uses_port = HasPort() && (needs.Port || needs.NamedPort);
   ExitCode code = needs.Folder ? ChooseFolder() : ExitCode::Success;
-  if (code == ExitCode::Success && needs.Device) code = ChooseDevice();
+  const bool with_engine = needs.Device || needs.AnyDevice;
+  if (code == ExitCode::Success && with_engine) code = ChooseDevice(needs);
   if (code == ExitCode::Success && uses_port) {
     code = options_.Simulate ? MakeSimulatedPort() : ChooseRealPort();
   }
@@ -68,15 +76,21 @@ ExitCode Session::Start(const Needs& needs) {
   if (!port_) MakeRealPort();
   dialog_.OnFirstPhase = [this] { PrintHeading(); };
   MakeContext(needs.Folder);
-  if (!needs.Device) {
-    state_.AppFolder = folder_;
-    return ExitCode::Success;
-  }
+  if (with_engine) return StartEngine(needs);
+  state_.AppFolder = folder_;
+  return ExitCode::Success;
+}
+
+ExitCode Session::StartEngine(const Needs& needs) {
   const core::CommandEnding ending = ops::RunCommand(*context_, [this](core::RunContext& context) {
     ops::Start(context, {.AppFolder = folder_, .CommandArgument = ""});
   });
-  if (ending == core::CommandEnding::Finished) return ExitCode::Success;
-  return ending == core::CommandEnding::Stopped ? FailStopped() : FailByFile();
+  if (ending == core::CommandEnding::Stopped) return FailStopped();
+  if (ending != core::CommandEnding::Finished) return FailByFile();
+  if (!needs.Device || !AsksSocket()) return ExitCode::Success;
+  const ExitCode code = SelectDeviceInSocket(*this);
+  has_device_ = code == ExitCode::Success;
+  return code;
 }
 
 ExitCode Session::Fail(ExitCode code, const Problem& problem) {
@@ -93,11 +107,10 @@ void Session::Warn(const Problem& problem) {
 }
 
 void Session::PrintHeading() {
-  const std::string& path = state_.LastPortOpen.Path;
   const std::string& signature = status_bar_.Signature();
   console_.PrintProgress(fmt::format("{}  {}{}{} {} ({})", Device(), signature,
                                      signature.empty() ? "" : "  ", In({"ポート", "on"}),
-                                     path.empty() ? PortName() : path, state_.FirmwareVersionText));
+                                     PortPlace(), state_.FirmwareVersionText));
 }
 
 ExitCode Session::FailStopped() {
@@ -123,27 +136,29 @@ void Session::MakeContext(bool may_write) {
   using platform::TextFiles;
   TextFiles& kept = options_.Folder.empty() ? static_cast<TextFiles&>(private_files_) : files_;
   TextFiles& files = may_write ? kept : read_only_files_;
-  context_ = std::make_unique<core::RunContext>(
-      core::RunContext{.State = state_,
-                       .Line = {.ProgrammerPort = *port_, .Clock = clock_, .Events = events_},
-                       .Storage = {.Files = files, .CodePage = code_page_, .Settings = settings_},
-                       .Screen = {.StatusBar = status_bar_,
-                                  .MessageDialog = dialog_,
-                                  .MessageBoxes = boxes_,
-                                  .FileDialogs = file_dialogs_,
-                                  .Views = views_,
-                                  .DeviceForm = device_,
-                                  .HandEdit = hand_edit_,
-                                  .Guide = guide_,
-                                  .Fuses = fuses_,
-                                  .ComForm = com_form_}});
+  streams_ = std::make_unique<StreamFiles>(files);
+  context_ = std::make_unique<core::RunContext>(core::RunContext{
+      .State = state_,
+      .Line = {.ProgrammerPort = *port_, .Clock = clock_, .Events = events_},
+      .Storage = {.Files = *streams_, .CodePage = code_page_, .Settings = settings_},
+      .Screen = {.StatusBar = status_bar_,
+                 .MessageDialog = dialog_,
+                 .MessageBoxes = boxes_,
+                 .FileDialogs = file_dialogs_,
+                 .Views = views_,
+                 .DeviceForm = device_,
+                 .HandEdit = hand_edit_,
+                 .Guide = guide_,
+                 .Fuses = fuses_,
+                 .ComForm = com_form_}});
 }
 
 nlohmann::json Session::CommonFields() const {
   const auto text_or_null = [](const std::string& text) {
     return text.empty() ? nlohmann::json(nullptr) : nlohmann::json(text);
   };
-  const auto file_or_null = [&text_or_null](const std::string& path) {
+  const auto file_or_null = [this, &text_or_null](const std::string& name) {
+    const std::string path = streams_ ? streams_->OriginOf(name) : name;
     std::error_code ignored;
     const bool exists = !path.empty() && std::filesystem::exists(ToPath(path), ignored);
     return text_or_null(exists ? path : "");
@@ -203,6 +218,14 @@ std::string Session::PortNumber() const {
 
 std::string Session::PortName() const { return platform::ComName(port_->CommPort()); }
 
+std::string Session::PortPlace() const {
+  // Windows opens COM3 as \\.\COM3.
+  constexpr std::string_view kDeviceNamespace = R"(\\.\)";
+  const std::string& path = state_.LastPortOpen.Path;
+  const bool says_the_same = path.empty() || path == std::string(kDeviceNamespace) + PortName();
+  return says_the_same ? PortName() : path;
+}
+
 std::string Session::DevicePath(int com_number) const {
   return platform::DevicePath(settings_, overrides_, com_number);
 }
@@ -233,7 +256,22 @@ ExitCode Session::ChooseFolder() {
   return ExitCode::Success;
 }
 
-ExitCode Session::ChooseDevice() {
+bool Session::AsksSocket() const { return LowerCase(options_.Device) == kDeviceInSocket; }
+
+/// Until the socket was asked, and where any will do, the engine works with the first one.
+ExitCode Session::ChooseDevice(const Needs& needs) {
+  const bool any = needs.AnyDevice && (options_.Device.empty() || AsksSocket());
+  if (any || (AsksSocket() && needs.Port)) {
+    settings_.Write(core::kSettingsSection, core::kDeviceKey, "0");
+    return ExitCode::Success;
+  }
+  if (AsksSocket()) {
+    const auto text = fmt::format("--device {}: ", options_.Device);
+    return Fail(ExitCode::Usage,
+                {.Code = problem::kUnknownDevice,
+                 .Text = {text + "この動作はソケットを調べません。デバイスの名前を指定します",
+                          text + "this verb does not look into the socket; name the device"}});
+  }
   if (options_.Device.empty()) {
     return Fail(
         ExitCode::Usage,
@@ -249,6 +287,7 @@ ExitCode Session::ChooseDevice() {
                  .Text = {"--device: " + error.Japanese, "--device: " + error.English}});
   }
   settings_.Write(core::kSettingsSection, core::kDeviceKey, std::to_string(index));
+  has_device_ = true;
   return ExitCode::Success;
 }
 
@@ -311,7 +350,8 @@ ExitCode Session::MakeSimulatedPort() {
   auto port = std::make_unique<board::SimulatedSerialControl>(board, board::SteadyTimeSource());
   updater_port_ = std::make_unique<board::SimulatedSerialControl>(board, board::SteadyTimeSource());
   port->ChipInSocket = [this] {
-    return options_.SimulateChip.empty() ? device_.DeviceText() : options_.SimulateChip;
+    if (!options_.SimulateChip.empty()) return options_.SimulateChip;
+    return options_.Device.empty() || AsksSocket() ? std::string(kChipOfNoDevice) : Device();
   };
   port_ = std::move(port);
   settings_.Write(core::kSettingsSection, core::kPortNumberKey, "1");

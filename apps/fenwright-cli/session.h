@@ -20,6 +20,7 @@
 #include "platform/system/text_files.h"
 #include "platform/system/whole_text_files.h"
 #include "problem.h"
+#include "stream_files.h"
 
 namespace fenwright::cli {
 
@@ -31,6 +32,9 @@ struct Needs {
   bool Folder = false;
   /// A device, and the engine started with it, which writes its dumps: needs the folder.
   bool Device = false;
+  /// The engine started with a device: the one that the call names, or any. For verbs that look at
+  /// the line, or into the socket, and do not work on the chip.
+  bool AnyDevice = false;
   /// A port must be named.
   bool Port = false;
   /// The port is used where one is named.
@@ -87,14 +91,20 @@ class Session {
   [[nodiscard]] std::string PortNumber() const;
   /// "COMn" of the programmer's port.
   [[nodiscard]] std::string PortName() const;
+  /// Where the programmer is, for people: the path that was opened, or the name of the port where
+  /// there is none or it says the same.
+  [[nodiscard]] std::string PortPlace() const;
   /// The second control on the line of the port, closed.
   [[nodiscard]] platform::SerialControl& UpdaterPort() { return *updater_port_; }
 
   [[nodiscard]] core::RunContext& Context() { return *context_; }
   [[nodiscard]] core::AppState& State() { return state_; }
   [[nodiscard]] const core::AppState& State() const { return state_; }
-  [[nodiscard]] std::string Device() const { return device_.DeviceText(); }
+  /// The device of the call, "" when it has none.
+  [[nodiscard]] std::string Device() const { return has_device_ ? device_.DeviceText() : ""; }
   [[nodiscard]] Console& Out() { return console_; }
+  /// The files of the call, with what comes from standard input and goes to standard output.
+  [[nodiscard]] StreamFiles& Streams() { return *streams_; }
   /// True when trace, dumps and report are kept in a folder.
   [[nodiscard]] bool KeepsFiles() const { return !folder_.empty(); }
   /// True when the result is printed as JSON, and not in words.
@@ -112,7 +122,9 @@ class Session {
 
  private:
   ExitCode ChooseFolder();
-  ExitCode ChooseDevice();
+  ExitCode ChooseDevice(const Needs& needs);
+  [[nodiscard]] bool AsksSocket() const;
+  ExitCode StartEngine(const Needs& needs);
   ExitCode ChooseRealPort();
   ExitCode MakeSimulatedPort();
   void MakeRealPort();
@@ -149,11 +161,13 @@ class Session {
   std::vector<Problem> warnings_;
   std::optional<Problem> error_;
   bool port_named_ = false;
+  bool has_device_ = false;
   std::vector<std::string> written_files_;
   std::string board_version_;
   platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;
   std::unique_ptr<platform::SerialControl> updater_port_;
+  std::unique_ptr<StreamFiles> streams_;
   std::unique_ptr<core::RunContext> context_;
 };
 

@@ -1,6 +1,7 @@
 #include "suggest.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -28,7 +29,31 @@ std::size_t Distance(std::string_view from, std::string_view to) {
   return steps[from.size()][to.size()];
 }
 
+struct OtherWord {
+  std::string_view Word;
+  std::string_view Own;
+};
+
+constexpr auto kOtherWords = std::to_array<OtherWord>({
+    {"write", "program"},       {"write_flash", "program"},   {"write-flash", "program"},
+    {"flash", "program"},       {"burn", "program"},          {"upload", "program"},
+    {"read_flash", "read"},     {"read-flash", "read"},       {"verify_flash", "verify"},
+    {"verify-flash", "verify"}, {"compare", "verify"},        {"erase_flash", "erase"},
+    {"erase-flash", "erase"},   {"chip_id", "identify"},      {"chip-id", "identify"},
+    {"flash_id", "identify"},   {"flash-id", "identify"},     {"signature", "identify"},
+    {"image_info", "lint"},     {"image-info", "lint"},       {"check", "lint"},
+    {"fuses", "read-fuses"},    {"version", "board-version"}, {"list", "devices"},
+    {"-p", "--device"},         {"--part", "--device"},       {"--chip", "--device"},
+    {"-P", "--port"},           {"--output", "--code"},       {"-v", "--verbose"},
+    {"-q", "--quiet"},
+});
+
 }  // namespace
+
+std::string OwnWordFor(std::string_view word) {
+  const auto found = std::ranges::find(kOtherWords, word, &OtherWord::Word);
+  return found == kOtherWords.end() ? "" : std::string(found->Own);
+}
 
 std::string ClosestWord(std::string_view word, std::span<const std::string> candidates) {
   const std::string wanted = LowerCase(word);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <functional>
 
 #include <nlohmann/json.hpp>
@@ -18,6 +19,13 @@ struct Outcome {
 
 using VerbRun = std::function<Outcome(Session&)>;
 
+/// A call from which a verb can be learned.
+struct Example {
+  const char* Arguments = nullptr;  ///< behind the program's name; null: no example
+  const char* Japanese = nullptr;   ///< what it does
+  const char* English = nullptr;
+};
+
 /// A verb of the command line. Its file in verbs/ defines it, verbs.h lists it.
 struct Verb {
   const char* Name;
@@ -28,6 +36,8 @@ struct Verb {
   VerbRun (*Bind)(CLI::App& command);
   /// Standard output gets the result and nothing else, as with --quiet.
   bool ResultOnly = false;
+  /// For its help, the most usual call first.
+  std::array<Example, 4> Examples{};
 };
 
 /// The version of the form of the JSON: it grows when a field goes or changes its meaning.

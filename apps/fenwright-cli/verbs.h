@@ -7,12 +7,13 @@
 namespace fenwright::cli {
 
 extern const Verb kDevices, kProgram, kRead, kVerify, kErase, kReadFuses, kWriteFuses, kDump, kLint,
-    kPorts, kDetect, kCheckLink, kBoardVersion, kUpdateFirmware, kExplain;
+    kPorts, kIdentify, kDetect, kCheckLink, kBoardVersion, kUpdateFirmware, kExplain, kHelp,
+    kCompletion;
 
 /// The verbs, in the order of the help.
-inline constexpr std::array kVerbs{&kDevices,      &kProgram,        &kRead,       &kVerify,
-                                   &kErase,        &kReadFuses,      &kWriteFuses, &kDump,
-                                   &kLint,         &kPorts,          &kDetect,     &kCheckLink,
-                                   &kBoardVersion, &kUpdateFirmware, &kExplain};
+inline constexpr std::array kVerbs{
+    &kDevices,    &kProgram,      &kRead,           &kVerify,  &kErase,    &kReadFuses,
+    &kWriteFuses, &kDump,         &kLint,           &kPorts,   &kIdentify, &kDetect,
+    &kCheckLink,  &kBoardVersion, &kUpdateFirmware, &kExplain, &kHelp,     &kCompletion};
 
 }  // namespace fenwright::cli

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "core/device_catalogue.h"
 #include "core/insertion_guide.h"
@@ -56,7 +57,7 @@ bool HoldsMoreThanTheDevice(const std::vector<std::uint8_t>& buffer, std::int32_
 
 }  // namespace
 
-std::vector<int> IdentifySocket(core::RunContext& context) {
+SocketContent IdentifySocket(core::RunContext& context) {
   core::TraceLog(context).AppendStartMarker();
   context.State.Command.LinkReady = link::CheckProgrammerLink(context);
   if (!context.State.Command.LinkReady) return {};
@@ -67,18 +68,18 @@ std::vector<int> IdentifySocket(core::RunContext& context) {
     Say(context, "ソケットのデバイスを読み出せませんでした。");
     return {};
   }
-  const std::vector<int> rows = RowsOf(*signature);
+  std::vector<int> rows = RowsOf(*signature);
   if (rows.empty()) {
     const std::string_view name = core::LookUpSignature(signature->Family, signature->Part);
     Say(context, name.empty() ? "ソケットのデバイスは、選択できるデバイスではありません。"
                               : "ソケットのデバイスは " + std::string(name) +
                                     " です。選択できるデバイスではありません。");
-    return {};
+    return {.Read = true};
   }
   const auto& found = core::DeviceCatalogue()[static_cast<std::size_t>(rows.front())];
   core::ShowStatus(context, "ソケットのデバイスは " + std::string(found.ChipName) + " です。");
   context.Screen.MessageDialog.Close();
-  return rows;
+  return {.Read = true, .Devices = std::move(rows)};
 }
 
 void PickDeviceKeepingBuffers(core::RunContext& context, int index) {

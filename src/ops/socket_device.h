@@ -6,10 +6,15 @@
 
 namespace fenwright::ops {
 
+/// What was found in the socket.
+struct SocketContent {
+  bool Read = false;         ///< a chip gave a signature
+  std::vector<int> Devices;  ///< places in the selector of those that have it, in their order
+};
+
 /// What is in the socket: reads the chip's signature, with the link check before it, and says what
-/// was found. Returns the places in the selector of the devices that have it, in their order; none
-/// when there is no board, no chip, or one that cannot be selected. Nothing is written to the chip.
-std::vector<int> IdentifySocket(core::RunContext& context);
+/// was found. Nothing is written to the chip.
+SocketContent IdentifySocket(core::RunContext& context);
 
 /// Selects a device and keeps what is in the buffers: unlike a pick in the selector, which blanks
 /// them. Says so, and where the buffers hold more than the device.

@@ -9,37 +9,47 @@ namespace fenwright::ui {
 namespace {
 
 /// The value of an option that must not be empty; sets `error` when it is.
-QString ValueOf(const QCommandLineParser& parser, const QCommandLineOption& option,
-                QString& error) {
+QString ValueOf(const QCommandLineParser& parser, const QString& option, QString& error) {
   const QString value = parser.value(option);
   if (parser.isSet(option) && value.isEmpty()) {
-    error = "--" + option.names().constFirst() + " の値がありません。";
+    error = "--" + option + " の値がありません。";
   }
   return value;
 }
 
 }  // namespace
 
+QList<CommandLineOption> CommandLineOptions() {
+  return {{{"simulate"},
+           "ボードとチップをシミュレーションします。",
+           "use a simulated board with simulated chips, and settings of their own",
+           ""},
+          {{"folder"}, "作業ファイルを置くフォルダー。", "folder for the working files", "DIR"},
+          {{"port"},
+           "使用するCOMポート。COMn または COMn=PATH。",
+           "port of the programmer in this run: COMn, or COMn=PATH",
+           "PORT"},
+          {{"h", "help"}, "このヘルプを表示します。", "print help and exit", ""},
+          {{"v", "version"}, "バージョンを表示します。", "print the version and exit", ""}};
+}
+
 CommandLine ParseCommandLine(const QStringList& arguments) {
-  const QCommandLineOption simulate("simulate", "ボードとチップをシミュレーションします。");
-  const QCommandLineOption folder("folder", "作業ファイルを置くフォルダー。", "DIR");
-  const QCommandLineOption port("port", "使用するCOMポート。COMn または COMn=PATH。", "PORT");
   QCommandLineParser parser;
   parser.setApplicationDescription(ToQString(core::kFileDescription));
-  const QCommandLineOption help({"h", "help"}, "このヘルプを表示します。");
-  const QCommandLineOption version({"v", "version"}, "バージョンを表示します。");
-  parser.addOptions({simulate, folder, port, help, version});
+  for (const CommandLineOption& option : CommandLineOptions()) {
+    parser.addOption(QCommandLineOption(option.Names, option.Description, option.ValueName));
+  }
   parser.addPositionalArgument("file", "起動時に開くコードファイル (*.hex, *.rom)。", "[file]");
 
   CommandLine result;
   if (!parser.parse(arguments)) {
     result.Error = parser.errorText();
   } else {
-    result.Simulate = parser.isSet(simulate);
-    result.ShowHelp = parser.isSet(help);
-    result.ShowVersion = parser.isSet(version);
-    result.Folder = ValueOf(parser, folder, result.Error);
-    result.Port = ValueOf(parser, port, result.Error);
+    result.Simulate = parser.isSet("simulate");
+    result.ShowHelp = parser.isSet("help");
+    result.ShowVersion = parser.isSet("version");
+    result.Folder = ValueOf(parser, "folder", result.Error);
+    result.Port = ValueOf(parser, "port", result.Error);
     result.File = parser.positionalArguments().value(0);
   }
   result.Help = parser.helpText();

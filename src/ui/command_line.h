@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -16,6 +17,17 @@ struct CommandLine {
   QString Error;   ///< what is wrong with the arguments, "" = nothing
   QString Help;    ///< the help text
 };
+
+/// An option of the window program.
+struct CommandLineOption {
+  QStringList Names;      ///< without dashes
+  QString Description;    ///< for the help
+  const char* InEnglish;  ///< the same, for the man page
+  QString ValueName;      ///< "" = it takes no value
+};
+
+/// All of them.
+QList<CommandLineOption> CommandLineOptions();
 
 /// Parses the arguments, the program's own name first.
 CommandLine ParseCommandLine(const QStringList& arguments);

@@ -317,9 +317,9 @@ void MainWindow::ConnectParts() {
 
 /// The offer comes once the command is over: until then nothing may be picked.
 void MainWindow::OfferSocketDevices() {
-  std::vector<int> found;
+  ops::SocketContent found;
   Run([&found](core::RunContext& context) { found = ops::IdentifySocket(context); });
-  if (!close_pending_) device_->OfferDevices(found);
+  if (!close_pending_) device_->OfferDevices(found.Devices);
 }
 
 QWidget* MainWindow::BuildSettingsPanel() {

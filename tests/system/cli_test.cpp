@@ -115,8 +115,8 @@ TEST_F(Cli, TwoCallsAtOnceInOneFolderPrintTheirOwnDifferences) {
     Process lied(verify(second), {.Folder = folder_.Path().string()});
     EXPECT_EQ(blank.Wait(), 1);
     EXPECT_EQ(lied.Wait(), 1);
-    EXPECT_THAT(blank.Output(), HasSubstr("Original = 940C   NG = FFFF\n"));
-    EXPECT_THAT(lied.Output(), HasSubstr("Original = 940C   NG = FF0C\n"));
+    EXPECT_THAT(blank.Output(), HasSubstr("-flash  0x0000  940C\n+flash  0x0000  FFFF\n"));
+    EXPECT_THAT(lied.Output(), HasSubstr("-flash  0x0000  940C\n+flash  0x0000  FF0C\n"));
   }
 }
 
@@ -829,17 +829,16 @@ TEST_F(Cli, AReadIntoAFolderOrAMissingFolderIsRefusedFirst) {
   EXPECT_THAT(Simulate("read --force --code nowhere/out.hex"), Ends(4));
 }
 
-TEST_F(Cli, AVerifyPrintsTheDifferencesAsTheReportHasThem) {
+TEST_F(Cli, AVerifyPrintsWhatTheFileSaysAndWhatTheChipHolds) {
   BoardProgram board("ATtiny12L");
   PutCode({0x0C, 0x94});
   PutCode({0x22}, "code.eep");
-  EXPECT_THAT(
-      On(board, "verify code.hex"),
-      AllOf(Ends(1), Prints(StartsWith("PROGRAM Addr(word) = 0000  Original = 940C   NG = FFFF\n")),
-            Prints("\nEEPROM  Addr(byte) = 0000  Original = 22   NG = FF\n")));
+  EXPECT_THAT(On(board, "verify code.hex"),
+              AllOf(Ends(1), Prints(StartsWith("-flash  0x0000  940C\n+flash  0x0000  FFFF\n")),
+                    Prints("\n-EEPROM 0x0000  22\n+EEPROM 0x0000  FF\n")));
   ASSERT_THAT(On(board, "program code.hex"), Ends(0));
   EXPECT_THAT(On(board, "verify code.hex"),
-              AllOf(Ends(0), Prints(Not(HasSubstr("NG = "))),
+              AllOf(Ends(0), Prints(Not(HasSubstr("+flash"))),
                     Prints("ok: the chip holds what the file holds in ")));
 }
 

@@ -11,12 +11,7 @@ Outcome ListDevices(Session& session) {
   nlohmann::json list = nlohmann::json::array();
   std::string table;
   for (const auto& device : core::DeviceCatalogue()) {
-    list.push_back({{"name", device.DisplayName},
-                    {"alias", DeviceAlias(device.DisplayName)},
-                    {"flash_words", device.FlashWords},
-                    {"eeprom_bytes", device.EepromBytes},
-                    {"device_code", device.DeviceCode},
-                    {"signature", {0x1E, device.Signature[0], device.Signature[1]}}});
+    list.push_back(DeviceAsJson(device));
     table += fmt::format("flash {:5} word  EEPROM {:4} byte  signature 1E:{:02X}:{:02X}  {}\n",
                          device.FlashWords, device.EepromBytes, device.Signature[0],
                          device.Signature[1], device.DisplayName);
@@ -29,6 +24,9 @@ Outcome ListDevices(Session& session) {
 const Verb kDevices{.Name = "devices",
                     .Description = "list the devices",
                     .Needed = {},
-                    .Bind = [](CLI::App&) -> VerbRun { return ListDevices; }};
+                    .Bind = [](CLI::App&) -> VerbRun { return ListDevices; },
+                    .Examples = {{{"devices", "対応するデバイスを一覧にします", "list the devices"},
+                                  {"--json devices", "同じものをスクリプトのために出します",
+                                   "the same for a script"}}}};
 
 }  // namespace fenwright::cli

@@ -31,6 +31,8 @@ const Verb kDump{
         "print the dump of a code file and of the data file with it; needs no programmer",
     .Needed = {.Folder = true, .Device = true},
     .Bind = BindDump,
-    .ResultOnly = true};
+    .ResultOnly = true,
+    .Examples = {{{"--device AT90S8515 dump blink.hex", "コードファイルの内容を表示の形で出します",
+                   "print what a code file holds"}}}};
 
 }  // namespace fenwright::cli

@@ -1,12 +1,61 @@
+#include <algorithm>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "core/device_catalogue.h"
 #include "device_run.h"
 #include "ops/commands.h"
+#include "ops/trouble.h"
+#include "socket.h"
 #include "verbs.h"
 
 namespace fenwright::cli {
 namespace {
 
-Outcome Erase(Session& session) {
-  return TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_erase_Click));
+/// Success when the chip in the socket is the selected device.
+ExitCode RequireSelectedChip(Session& session) {
+  const SocketReading socket = ReadSocket(session);
+  if (socket.Code != ExitCode::Success) return socket.Code;
+  const int selected = session.Context().Screen.DeviceForm.DeviceIndex();
+  if (std::ranges::find(socket.Devices, selected) != socket.Devices.end()) return socket.Code;
+  const auto& found = core::DeviceCatalogue()[static_cast<std::size_t>(socket.Devices.front())];
+  return session.Fail(ExitCode::Failed,
+                      {.Code = ops::trouble::kWrongChip,
+                       .Text = {fmt::format("ソケットのデバイスは {} です", found.ChipName),
+                                fmt::format("the chip in the socket is an {}", found.ChipName)}});
+}
+
+Outcome Refuse(Session& session, ExitCode code) {
+  session.Out().PrintError(session.In({"何も消去していません", "nothing was erased"}));
+  return {.Code = code};
+}
+
+/// The erase goes on whatever the signature says: a protected chip gives none.
+void WarnOfTheChip(Session& session) {
+  const core::CommandRecord& done = session.State().Command;
+  if (done.Failure == core::FailureKind::OtherChip) {
+    session.Warn({.Code = ops::trouble::kWrongChip, .Text = OfEngine(done.SocketCause)});
+  } else if (done.Failure == core::FailureKind::NoSignature) {
+    session.Warn({.Code = ops::trouble::kNoSignature, .Text = OfEngine(done.LastFailure)});
+  }
+}
+
+Outcome Erase(Session& session, bool strict) {
+  if (strict) {
+    const ExitCode code = RequireSelectedChip(session);
+    if (code != ExitCode::Success) return Refuse(session, code);
+  }
+  const DeviceRun run = RunOnDevice(session, ops::Cmd_btn_erase_Click);
+  if (run.Code == ExitCode::Success) WarnOfTheChip(session);
+  return TellDeviceRun(session, run);
+}
+
+VerbRun BindErase(CLI::App& command) {
+  const auto strict = std::make_shared<bool>(false);
+  command.add_flag("--strict", *strict,
+                   "read the signature first, and erase the selected device alone");
+  return [strict](Session& session) { return Erase(session, *strict); };
 }
 
 }  // namespace
@@ -14,6 +63,12 @@ Outcome Erase(Session& session) {
 const Verb kErase{.Name = "erase",
                   .Description = "erase the device",
                   .Needed = kDeviceOnPort,
-                  .Bind = [](CLI::App&) -> VerbRun { return Erase; }};
+                  .Bind = BindErase,
+                  .Examples = {{{"--port COM5 --device AT90S8515 erase",
+                                 "フラッシュ、EEPROM、ロックビットを消去します",
+                                 "erase flash, EEPROM and lock bits"},
+                                {"--port COM5 --device AT90S8515 erase --strict",
+                                 "ソケットのチップが AT90S8515 のときだけ消去します",
+                                 "the same, when the chip in the socket is an AT90S8515"}}}};
 
 }  // namespace fenwright::cli

@@ -58,9 +58,12 @@ VerbRun BindExplain(CLI::App& command) {
 
 }  // namespace
 
-const Verb kExplain{.Name = "explain",
-                    .Description = "say what a code means, what to check and what to do",
-                    .Needed = {},
-                    .Bind = BindExplain};
+const Verb kExplain{
+    .Name = "explain",
+    .Description = "say what a code means, what to check and what to do",
+    .Needed = {},
+    .Bind = BindExplain,
+    .Examples = {{{"explain wrong-chip", "一つのコードを説明します", "explain one code"},
+                  {"explain", "すべてのコードを説明します", "explain all of them"}}}};
 
 }  // namespace fenwright::cli

@@ -320,12 +320,13 @@ class FirmwareCall {
                                                 "firmware updated; switch the board off and on"})
                                  : board_state;
     if (outcome == update::UpdateOutcome::Finished) {
-      Out().Print(fmt::format(fmt::runtime(session_.In(
-                                  {"ok: 更新しました、{} ワード ({:.1f} 秒)。ボードの電源を入れ直し"
-                                   "てください",
-                                   "ok: firmware updated, {} words in {:.1f} s; switch the board "
-                                   "off and on"})),
-                              state_.WordsSent, seconds.count()));
+      Out().Print(fmt::format(
+          fmt::runtime(
+              session_.In({"完了: 更新しました、{} ワード ({:.1f} 秒)。ボードの電源を入れ直し"
+                           "てください",
+                           "ok: firmware updated, {} words in {:.1f} s; switch the board "
+                           "off and on"})),
+          state_.WordsSent, seconds.count()));
       return ExitCode::Success;
     }
     if (outcome == update::UpdateOutcome::Stopped) {
@@ -401,14 +402,23 @@ VerbRun BindUpdate(CLI::App& command) {
 
 }  // namespace
 
-const Verb kBoardVersion{.Name = "board-version",
-                         .Description = "print the version of the board's own firmware",
-                         .Needed = {.Port = true},
-                         .Bind = BindVersion};
+const Verb kBoardVersion{
+    .Name = "board-version",
+    .Description = "print the version of the board's own firmware",
+    .Needed = {.Port = true},
+    .Bind = BindVersion,
+    .Examples = {{{"--port COM5 board-version", "ボードのファームウエアのバージョンを出します",
+                   "print the version of the board's firmware"}}}};
 
 const Verb kUpdateFirmware{.Name = "update-firmware",
                            .Description = "replace the board's own firmware",
                            .Needed = {.NamedPort = true},
-                           .Bind = BindUpdate};
+                           .Bind = BindUpdate,
+                           .Examples = {{{"--port COM5 update-firmware board.hex --dry-run",
+                                          "ファイルを調べるだけで、何も送りません",
+                                          "look at the file and send nothing of it"},
+                                         {"--port COM5 update-firmware board.hex",
+                                          "確認してから、ボードのファームウエアを書き換えます",
+                                          "ask, then replace the board's firmware"}}}};
 
 }  // namespace fenwright::cli

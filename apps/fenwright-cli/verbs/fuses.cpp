@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <iterator>
 #include <map>
@@ -18,6 +17,7 @@
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
 #include "fuse/reset_pin.h"
+#include "lock_modes.h"
 #include "ops/commands.h"
 #include "suggest.h"
 #include "text.h"
@@ -57,9 +57,6 @@ std::vector<std::string> FieldNames(Session& session) {
 std::string ListFieldNames(Session& session) {
   return fmt::format("{}", fmt::join(FieldNames(session), " "));
 }
-
-/// The lock modes in English; the list counts from the closed mode to the open one.
-constexpr std::array kLockModes{"write-verify", "write", "none"};
 
 /// An item in ASCII, "" for none.
 std::string AsciiName(Session& session, FuseList list, int index) {
@@ -139,9 +136,12 @@ std::optional<Problem> ReadChoice(Session& session, const std::string& text, Cho
   const std::optional<FuseList> list = FindField(session, name);
   if (!list) {
     const std::string names = ListFieldNames(session);
+    const std::string meant = ClosestWord(name, FieldNames(session));
     return problem(problem::kUnknownField,
-                   fmt::format("{} にその項目はありません。項目は {}", session.Device(), names),
-                   fmt::format("{} has no such field; its fields are {}", session.Device(), names));
+                   fmt::format("{} にその項目はありません{}。項目は {}", session.Device(),
+                               meant.empty() ? "" : " (" + meant + " のことですか)", names),
+                   fmt::format("{} has no such field{}; its fields are {}", session.Device(),
+                               meant.empty() ? "" : ", did you mean " + meant + "?", names));
   }
   const std::optional<int> index = FindItem(session, *list, item);
   if (!index) {
@@ -385,7 +385,7 @@ nlohmann::json PlanAsJson(Session& session, const Plan& plan, bool written) {
 
 Outcome FinishDryRun(Session& session, const Plan& plan) {
   session.Out().Print(session.In(
-      {"ok: 何も書き込んでいません (--dry-run)", "ok: nothing was written (--dry-run)"}));
+      {"完了: 何も書き込んでいません (--dry-run)", "ok: nothing was written (--dry-run)"}));
   return {.Json = PlanAsJson(session, plan, false)};
 }
 
@@ -485,8 +485,9 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
   const core::Sentence other = FindOther(session, expected);
   if (other.English.empty()) {
     session.Out().Print(fmt::format(
-        fmt::runtime(session.In({"ok: ヒューズとロックビットを書き込み、読み戻しました ({:.1f} 秒)",
-                                 "ok: fuse and lock bits written and read back in {:.1f} s"})),
+        fmt::runtime(
+            session.In({"完了: ヒューズとロックビットを書き込み、読み戻しました ({:.1f} 秒)",
+                        "ok: fuse and lock bits written and read back in {:.1f} s"})),
         run.Seconds));
     if (!session.Json()) return {.Code = ExitCode::Success};
     return TellDeviceRun(session, run, fields);
@@ -544,10 +545,13 @@ VerbRun BindWrite(CLI::App& command) {
 
 }  // namespace
 
-const Verb kReadFuses{.Name = "read-fuses",
-                      .Description = "read the device's fuse and lock bits and calibration bytes",
-                      .Needed = kDeviceOnPort,
-                      .Bind = [](CLI::App&) -> VerbRun { return ReadFuses; }};
+const Verb kReadFuses{
+    .Name = "read-fuses",
+    .Description = "read the device's fuse and lock bits and calibration bytes",
+    .Needed = kDeviceOnPort,
+    .Bind = [](CLI::App&) -> VerbRun { return ReadFuses; },
+    .Examples = {{{"--port COM5 --device ATtiny26L read-fuses", "項目とその値、バイトを出します",
+                   "print every field with its item, and the bytes"}}}};
 
 const Verb kWriteFuses{
     .Name = "write-fuses",
@@ -555,6 +559,13 @@ const Verb kWriteFuses{
         "write fuse and lock bits; fields that are not named keep what the device has, "
         "or their defaults where it cannot be read",
     .Needed = kDeviceOnPort,
-    .Bind = BindWrite};
+    .Bind = BindWrite,
+    .Examples = {
+        {{"--port COM5 --device ATtiny26L write-fuses CKSEL=0100 BODEN=Enable --dry-run",
+          "送るバイトを見るだけで、何も書きません", "see the bytes and write nothing"},
+         {"--port COM5 --device ATtiny26L write-fuses CKSEL=0100 BODEN=Enable",
+          "二つの項目を変え、ほかはそのままにします", "change two fields and keep the others"},
+         {"--port COM5 --device AT90S8515 write-fuses LOCK=write-verify", "デバイスをロックします",
+          "lock the device"}}}};
 
 }  // namespace fenwright::cli

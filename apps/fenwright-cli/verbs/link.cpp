@@ -73,10 +73,18 @@ core::Sentence AnswerSentence(const core::AppState& state) {
   return {"尋ねていません", "not asked"};
 }
 
-ExitCode CodeOfDetection(const core::AppState& state, core::CommandEnding ending) {
+bool BoardIsUsable(const core::AppState& state) {
+  const ops::BoardVerdict verdict = ops::VerdictOf(state);
+  return verdict == ops::BoardVerdict::Accepted || verdict == ops::BoardVerdict::Advised;
+}
+
+ExitCode CodeOfDetection(const Session& session, core::CommandEnding ending) {
+  const core::AppState& state = session.State();
+  const bool with_device = !session.Device().empty();
   if (ending == core::CommandEnding::Stopped) return ExitCode::Stopped;
   if (ending != core::CommandEnding::Finished) return ExitCode::FileError;
   if (state.Command.LinkReady) return ExitCode::Success;
+  if (!with_device && BoardIsUsable(state)) return ExitCode::Success;
   const bool device_refused = ops::DeviceAnswerOf(state) == ops::DeviceAnswer::Refused;
   return device_refused ? ExitCode::Failed : ExitCode::NoProgrammer;
 }
@@ -85,20 +93,22 @@ nlohmann::json DetectionFields(Session& session) {
   const core::AppState& state = session.State();
   nlohmann::json fields{{"device_path", state.LastPortOpen.Path}};
   fields["firmware"] = Verdict(state).Word;
-  fields["device_answer"] = Answer(state);
+  fields["device_answer"] = session.Device().empty() ? "not asked" : Answer(state);
   return fields;
 }
 
 void PrintDetection(Session& session) {
   const core::AppState& state = session.State();
   Console& out = session.Out();
-  const std::string& path = state.LastPortOpen.Path;
-  out.Print(fmt::format("{}{}{}", session.In({"ポート:         ", "port:     "}),
-                        session.PortName(), path.empty() ? std::string() : " (" + path + ")"));
+  const std::string name = session.PortName();
+  const std::string place = session.PortPlace();
+  out.Print(fmt::format("{}{}{}", session.In({"ポート:         ", "port:     "}), name,
+                        place == name ? "" : " (" + place + ")"));
   if (!state.FirmwareVersionText.empty()) {
     out.Print(session.In({"ボード:         ", "board:    "}) + state.FirmwareVersionText);
   }
   out.Print(session.In({"ファームウエア: ", "firmware: "}) + session.In(Verdict(state).Sentence));
+  if (session.Device().empty()) return;
   out.Print(fmt::format("{}{}: {}", session.In({"デバイス:       ", "device:   "}),
                         session.Device(), session.In(AnswerSentence(state))));
 }
@@ -106,7 +116,7 @@ void PrintDetection(Session& session) {
 /// Looks for the board, offers it the device, and tells what both said.
 Outcome Detect(Session& session) {
   const core::CommandEnding ending = ops::RunCommand(session.Context(), ops::Detect);
-  const ExitCode code = CodeOfDetection(session.State(), ending);
+  const ExitCode code = CodeOfDetection(session, ending);
   PrintDetection(session);
   if (code == ExitCode::Stopped) {
     session.FailStopped();
@@ -118,7 +128,8 @@ Outcome Detect(Session& session) {
     session.NoteWarning({.Code = problem::kFirmwareAdvised,
                          .Text = FindExplanation(problem::kFirmwareAdvised)->Cause});
   }
-  if (code != ExitCode::Success && !session.Json()) session.Out().PrintError(Name(code));
+  if (code != ExitCode::Success && !session.Json())
+    session.Out().PrintError(session.In(Heading(code)));
   return {.Code = code, .Json = DetectionFields(session)};
 }
 
@@ -154,14 +165,19 @@ Problem Advice(const LinkReport& report, const std::string& path) {
                                late, platform::LowLatencyCure(path))}};
 }
 
-nlohmann::json ReportAsJson(const LinkReport& report) {
-  return {{"exchanges", report.Times.size()},
-          {"minimum_ms", report.Spread.Minimum * kMilliseconds},
-          {"median_ms", report.Spread.Median * kMilliseconds},
-          {"maximum_ms", report.Spread.Maximum * kMilliseconds},
-          {"wire_ms", ops::RoundTripWireSeconds() * kMilliseconds},
-          {"forecast_write_seconds", report.Forecast.WriteSeconds},
-          {"forecast_verify_seconds", report.Forecast.VerifySeconds}};
+nlohmann::json ReportAsJson(const Session& session, const LinkReport& report) {
+  nlohmann::json fields{{"exchanges", report.Times.size()},
+                        {"minimum_ms", report.Spread.Minimum * kMilliseconds},
+                        {"median_ms", report.Spread.Median * kMilliseconds},
+                        {"maximum_ms", report.Spread.Maximum * kMilliseconds},
+                        {"wire_ms", ops::RoundTripWireSeconds() * kMilliseconds},
+                        {"forecast_write_seconds", nullptr},
+                        {"forecast_verify_seconds", nullptr}};
+  if (!session.Device().empty()) {
+    fields["forecast_write_seconds"] = report.Forecast.WriteSeconds;
+    fields["forecast_verify_seconds"] = report.Forecast.VerifySeconds;
+  }
+  return fields;
 }
 
 void PrintReport(Session& session, const LinkReport& report) {
@@ -174,6 +190,7 @@ void PrintReport(Session& session, const LinkReport& report) {
       report.Spread.Minimum * kMilliseconds, report.Spread.Median * kMilliseconds,
       report.Spread.Maximum * kMilliseconds, report.Times.size(),
       ops::RoundTripWireSeconds() * kMilliseconds));
+  if (session.Device().empty()) return;
   out.Print(fmt::format(
       fmt::runtime(session.In({"見込み: {} 全体で、書き込み {:.1f} 秒、ベリファイ {:.1f} 秒と、"
                                "デバイスの作業時間",
@@ -192,11 +209,11 @@ Outcome CheckLink(Session& session) {
       [&times](core::RunContext& context) { ops::MeasureRoundTrips(context, kExchanges, times); });
   const LinkReport report = MakeReport(session.Context(), std::move(times));
   if (ending != core::CommandEnding::Finished) {
-    outcome.Code = CodeOfDetection(session.State(), ending);
+    outcome.Code = CodeOfDetection(session, ending);
   } else if (!report.IsComplete()) {
     outcome.Code = ExitCode::Failed;
   }
-  outcome.Json.update(ReportAsJson(report));
+  outcome.Json.update(ReportAsJson(session, report));
   if (report.IsLate()) session.Warn(Advice(report, session.State().LastPortOpen.Path));
   if (!report.Times.empty() && !session.Json()) PrintReport(session, report);
   if (outcome.Code != ExitCode::Success) {
@@ -214,18 +231,26 @@ Outcome CheckLink(Session& session) {
   return outcome;
 }
 
+/// The link check offers a device to the board; without one of the call any will do.
+constexpr Needs kBoardOnPort{.Folder = true, .AnyDevice = true, .Port = true};
+
 }  // namespace
 
-const Verb kDetect{.Name = "detect",
-                   .Description = "look for the programmer and offer it the device",
-                   .Needed = kDeviceOnPort,
-                   .Bind = [](CLI::App&) -> VerbRun { return Detect; }};
+const Verb kDetect{
+    .Name = "detect",
+    .Description = "look for the programmer, and offer it the device if one is named",
+    .Needed = kBoardOnPort,
+    .Bind = [](CLI::App&) -> VerbRun { return Detect; },
+    .Examples = {{{"--port COM5 detect", "このポートにボードがあるかを調べます",
+                   "see whether the board is on that port"}}}};
 
 const Verb kCheckLink{
     .Name = "check-link",
     .Description =
         "measure how long the programmer takes to answer, and what that means for programming",
-    .Needed = kDeviceOnPort,
-    .Bind = [](CLI::App&) -> VerbRun { return CheckLink; }};
+    .Needed = kBoardOnPort,
+    .Bind = [](CLI::App&) -> VerbRun { return CheckLink; },
+    .Examples = {{{"--port COM5 check-link", "アダプターが遅くないかを調べます",
+                   "see whether the adapter is slow"}}}};
 
 }  // namespace fenwright::cli

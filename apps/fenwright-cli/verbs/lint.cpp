@@ -51,12 +51,18 @@ VerbRun BindLint(CLI::App& command) {
 
 }  // namespace
 
-const Verb kLint{.Name = "lint",
-                 .Description =
-                     "check a code file, and the data file with it, for the device; "
-                     "needs no programmer",
-                 .Needed = {.Folder = true, .Device = true},
-                 .Bind = BindLint,
-                 .ResultOnly = true};
+const Verb kLint{
+    .Name = "lint",
+    .Description =
+        "check a code file, and the data file with it, for the device; "
+        "needs no programmer",
+    .Needed = {.Folder = true, .Device = true},
+    .Bind = BindLint,
+    .ResultOnly = true,
+    .Examples = {{{"--device AT90S8515 lint blink.hex", "書き込む前に、ファイルを調べます",
+                   "check a file before it is programmed"},
+                  {"--json --device AT90S8515 lint blink.hex",
+                   "見つかったものを、行と桁を付けてスクリプトに渡します",
+                   "what was found, with line and column, for a script"}}}};
 
 }  // namespace fenwright::cli

@@ -78,6 +78,8 @@ Outcome ListPorts(Session& session) {
 const Verb kPorts{.Name = "ports",
                   .Description = "list COM1 to COM20: device, adapter, and whether it can be used",
                   .Needed = {},
-                  .Bind = [](CLI::App&) -> VerbRun { return ListPorts; }};
+                  .Bind = [](CLI::App&) -> VerbRun { return ListPorts; },
+                  .Examples = {{{"ports", "ポートと、使えるかどうかを一覧にします",
+                                 "list the ports and whether they can be used"}}}};
 
 }  // namespace fenwright::cli

@@ -27,6 +27,7 @@ struct ReadOptions {
 
 /// A file that a read is to save to must be writable, and new unless overwriting is allowed.
 std::optional<Problem> WhyNot(const std::string& path, bool force) {
+  if (path == kStream) return std::nullopt;
   std::error_code ignored;
   const std::filesystem::path folder =
       std::filesystem::absolute(ToPath(path), ignored).parent_path();
@@ -64,6 +65,13 @@ ExitCode CheckOutputs(Session& session, const ReadOptions& options) {
                                           .Text = {"--code と --data が同じファイルです",
                                                    "--code and --data name the same file"}});
   }
+  const bool to_output = options.Code == kStream || options.Data == kStream;
+  if (to_output && session.Json()) {
+    return session.Fail(ExitCode::Usage, {.Code = problem::kUsage,
+                                          .Text = {"\"-\" と --json は、どちらも標準出力を使います",
+                                                   "\"-\" and --json both want standard output"}});
+  }
+  if (to_output) session.Out().KeepOutputForResult();
   for (const std::string& path : {options.Code, options.Data}) {
     if (path.empty()) continue;
     const auto problem = WhyNot(path, options.Force);
@@ -93,6 +101,8 @@ bool Save(Session& session, const ReadOptions& options) {
   const auto note = [&session](const std::string& path, const image::HexWriteReport& report) {
     if (const auto problem = Complaint(path, report)) {
       session.Fail(ExitCode::FileError, *problem);
+    } else if (path == kStream) {
+      session.Out().PrintResult(session.Streams().Written());
     } else {
       session.NoteWrittenFile(path);
     }
@@ -185,9 +195,13 @@ Outcome Read(Session& session, const ReadOptions& options) {
 
 VerbRun BindRead(CLI::App& command) {
   const auto options = std::make_shared<ReadOptions>();
-  command.add_option("--code", options->Code, "file to save the flash to, Intel HEX")
+  command
+      .add_option("--code", options->Code,
+                  "file to save the flash to, Intel HEX; \"-\" writes standard output")
       ->type_name("OUT.hex");
-  command.add_option("--data", options->Data, "file to save the EEPROM to, Intel HEX")
+  command
+      .add_option("--data", options->Data,
+                  "file to save the EEPROM to, Intel HEX; \"-\" writes standard output")
       ->type_name("OUT.eep");
   command.add_flag("--force", options->Force, "overwrite files that exist");
   command.add_flag("--verify", options->Verify,
@@ -197,9 +211,15 @@ VerbRun BindRead(CLI::App& command) {
 
 }  // namespace
 
-const Verb kRead{.Name = "read",
-                 .Description = "read the device's memories and save them",
-                 .Needed = kDeviceOnPort,
-                 .Bind = BindRead};
+const Verb kRead{
+    .Name = "read",
+    .Description = "read the device's memories and save them",
+    .Needed = kDeviceOnPort,
+    .Bind = BindRead,
+    .Examples = {{{"--port COM5 --device AT90S8515 read --code out.hex --data out.eep",
+                   "両方のメモリーをファイルに保存します", "save both memories"},
+                  {"--port COM5 --device AT90S8515 read --code out.hex --verify --force",
+                   "二回読んで比べ、前のファイルに上書きします",
+                   "read twice, compare, and overwrite the last file"}}}};
 
 }  // namespace fenwright::cli

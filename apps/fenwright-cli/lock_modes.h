@@ -1,0 +1,10 @@
+#pragma once
+
+#include <array>
+
+namespace fenwright::cli {
+
+/// The lock modes in ASCII; the list counts from the closed mode to the open one.
+inline constexpr std::array kLockModes{"write-verify", "write", "none"};
+
+}  // namespace fenwright::cli

@@ -1,0 +1,44 @@
+#include "platform/system/tool.h"
+
+#include <filesystem>
+
+#include "support/prelude.h"
+
+namespace fenwright::testing {
+namespace {
+
+#ifdef _WIN32
+const std::vector<std::string> kComplain{"cmd.exe", "/c", "echo what is wrong>&2&exit 3"};
+#else
+const std::vector<std::string> kComplain{"sh", "-c", "echo unseen; echo what is wrong >&2; exit 3"};
+#endif
+
+TEST(Tool, TellsTheExitCodeAndKeepsTheComplaints) {
+  const platform::PrivateFolder folder;
+  const std::filesystem::path errors = folder.Path() / "errors";
+  EXPECT_EQ(platform::RunTool(kComplain, errors), 3);
+  std::ifstream file(errors);
+  std::string line;
+  std::getline(file, line);
+  EXPECT_THAT(line, StartsWith("what is wrong"));
+}
+
+TEST(Tool, OneThatIsNotThereIsToldApart) {
+  const platform::PrivateFolder folder;
+  EXPECT_EQ(platform::RunTool({"fenwright-has-no-such-tool"}, folder.Path() / "errors"),
+            std::nullopt);
+}
+
+TEST(Tool, APrivateFolderGoesWithItsFiles) {
+  std::filesystem::path path;
+  {
+    const platform::PrivateFolder folder;
+    path = folder.Path();
+    ASSERT_TRUE(std::filesystem::is_directory(path));
+    std::ofstream(path / "file") << "content";
+  }
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+}  // namespace
+}  // namespace fenwright::testing
