@@ -44,8 +44,7 @@ set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "fonts-noto-cjk, qt6-translations-l10n, qt6-wayland, evince | pdf-viewer, xdg-utils")
 # What makes Intel HEX of code files in other formats.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "binutils-avr | binutils")
-# Debian has changelogs and man pages compressed.
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian/compress.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian/arrange.cmake)
 include(CPack)
 
 # What has to be built for it; the tests are left out.
