@@ -36,8 +36,8 @@ install(FILES ${CMAKE_BINARY_DIR}/packaging/fenwright.metainfo.xml
 install(FILES LICENSE THIRD-PARTY.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY licenses DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(
-  FILES docs/command-line.md docs/fenwright-cli.schema.json docs/json.md docs/protocol.md
-        docs/simulated-board.md
+  FILES docs/command-line.md docs/command-line-examples.md docs/fenwright-cli.schema.json
+        docs/json.md docs/protocol.md docs/simulated-board.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(
   DIRECTORY examples

@@ -42,8 +42,9 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Qt's own texts in Japanese, Japanese fonts, a Wayland display, a reader for the manual.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "fonts-noto-cjk, qt6-translations-l10n, qt6-wayland, evince | pdf-viewer, xdg-utils")
-# Debian has changelogs and man pages compressed.
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian/compress.cmake)
+# What makes Intel HEX of code files in other formats.
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "binutils-avr | binutils")
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian/arrange.cmake)
 include(CPack)
 
 # What has to be built for it; the tests are left out.

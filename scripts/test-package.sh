@@ -200,11 +200,13 @@ has_documents() {
   for file in /usr/share/fenwright/readme_tarnwick6.pdf \
     /usr/share/doc/fenwright/{copyright,guide_english.pdf,LICENSE,THIRD-PARTY.md} \
     /usr/share/doc/fenwright/licenses/LGPL-3.0.txt /usr/share/icons/hicolor/48x48/apps/fenwright.png \
-    /usr/share/metainfo/fenwright.metainfo.xml; do
+    /usr/share/metainfo/fenwright.metainfo.xml /usr/share/man/man1/fenwright{,-board,-cli}.1.gz \
+    /usr/share/bash-completion/completions/fenwright-cli \
+    /usr/share/zsh/vendor-completions/_fenwright-cli; do
     [[ -s $installed$file ]] || { echo "missing: $file" && return 1; }
   done
 }
-check "manual, licences and icons are there" has_documents
+check "manual, man pages, completion, licences and icons are there" has_documents
 
 check "removing it" inside "$installed" apt-get -qq purge -y fenwright
 leaves_nothing() {

@@ -1,4 +1,9 @@
-# CPack runs this on the files that it is about to pack.
+# CPack runs this on the files that it is about to pack: some lie elsewhere in Debian, and its
+# changelogs and man pages are compressed.
+set(zsh "${CPACK_TEMPORARY_DIRECTORY}/usr/share/zsh")
+if(EXISTS "${zsh}/site-functions")
+  file(RENAME "${zsh}/site-functions" "${zsh}/vendor-completions")
+endif()
 set(documents "${CPACK_TEMPORARY_DIRECTORY}/usr/share/doc/fenwright")
 if(EXISTS "${documents}/CHANGELOG.md")
   # Under the name that Debian's users look for.
