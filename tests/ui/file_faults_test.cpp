@@ -376,7 +376,7 @@ TEST_F(TimeoutInMidRead, EndsTheReadKeepsTheRestAndTouchesNoFile) {
   EXPECT_EQ(MessageText(), "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Read Program Memory R");
   EXPECT_EQ(Detail(),
             "フラッシュはワード 0x0002 まで読み出し済み、残りのバッファは元のままです。"
-            "もう一度リードしてください。");
+            "もう一度リードしてください。\nコード: no-reply");
   EXPECT_EQ(PanelText(Panel::Elapsed), "5秒");
   EXPECT_EQ(State().FlashBuffer[0], 0xFF) << "the blank chip's word, over the file's";
   EXPECT_EQ(State().EepromBuffer[0], 0x11);
