@@ -283,9 +283,8 @@ Verdict DescribeUnstable(const std::vector<std::string>& places, std::size_t dif
           .Text = {"一致しない " + all + " か所のうち " + count +
                        " か所は、二回目に違う値が読めました (" + list +
                        ")。接触とケーブルを確かめてください。",
-                   count + " of the " + all +
-                       " cells that differ gave another value when they were read again (" + list +
-                       "): check the contacts and the cable"}};
+                   count + " of " + all + " differing cells gave another value when read again (" +
+                       list + "): check the contacts and the cable"}};
 }
 
 char SignOf(std::size_t wrong, std::size_t cells) {

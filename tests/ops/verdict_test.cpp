@@ -221,8 +221,8 @@ TEST(Verdict, OfCellsThatReadDifferentlyTheSecondTimeNamesThem) {
   const ops::Verdict verdict = ops::Diagnose(verified.State, again);
   EXPECT_EQ(verdict.Kind, VerdictKind::Unstable);
   EXPECT_EQ(verdict.Text.English,
-            "2 of the 3 cells that differ gave another value when they were read again (flash "
-            "0x0009, EEPROM 0x0001): check the contacts and the cable");
+            "2 of 3 differing cells gave another value when read again (flash 0x0009, EEPROM "
+            "0x0001): check the contacts and the cable");
 }
 
 TEST(Verdict, OfBothMemoriesIsThatOfTheFirstWithAPattern) {

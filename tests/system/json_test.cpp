@@ -25,6 +25,7 @@ class Json : public CliTest {
 /// What the call of a verb needs behind its name, with a file for those that take one.
 std::string ArgumentsOf(const std::string& verb, const std::string& file) {
   if (verb == "program" || verb == "verify" || verb == "dump" || verb == "lint") return " " + file;
+  if (verb == "compare") return " " + file + " code.hex";
   if (verb == "update-firmware") return " --yes " + (file == "code.hex" ? "firmware.hex" : file);
   if (verb == "write-fuses") return " CKSEL=4";
   if (verb == "completion") return " bash";
