@@ -75,6 +75,7 @@ CALLS = {
     "program": on_chip("program toggle.hex", "program broken.hex", 40),
     "read": on_chip("read --code out.hex", "read --code mine.hex", 40),
     "verify": on_chip("verify toggle.hex", "verify none.hex", 40),
+    "compare": on_chip("compare toggle.hex chip", "compare toggle.hex none.hex", 40),
     "erase": dict(on_chip("erase", "", 12), **{BAD: BOARD + "--device ATtny12L erase"}),
     "read-fuses": on_chip("read-fuses", "read-fuses now", 12),
     "write-fuses": on_chip("write-fuses BODLEVEL=1.8V", "write-fuses BODLEVL=1.8V", 12),

@@ -239,6 +239,20 @@ nlohmann::json SharesOf(const image::OpenReport& report) {
 
 }  // namespace
 
+void AddInputFormat(CLI::App& command, std::string& format) {
+  command
+      .add_option("--format", format,
+                  "format of the code file: hex, srec, elf or bin (default: as its content says)")
+      ->type_name("hex|srec|elf|bin")
+      ->check(CLI::IsMember(FormatNames()).description(""));
+}
+
+void AddForceImage(CLI::App& command, bool& force) {
+  command.add_flag("--force-image", force,
+                   "take files that cannot be meant as they are (data beyond the device, wrong "
+                   "checksums, ...), with warnings");
+}
+
 std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
   auto files = std::make_shared<CodeFiles>();
   command
@@ -252,15 +266,9 @@ std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
                       "data file for the EEPROM (default: the code file's name with its last "
                       "three characters replaced by \"eep\", when there is such a file)")
           ->type_name("FILE.eep");
-  command
-      .add_option("--format", files->Format,
-                  "format of the code file: hex, srec, elf or bin (default: as its content says)")
-      ->type_name("hex|srec|elf|bin")
-      ->check(CLI::IsMember(FormatNames()).description(""));
+  AddInputFormat(command, files->Format);
   command.add_flag("--no-data", files->NoData, "treat the EEPROM image as blank")->excludes(data);
-  command.add_flag("--force-image", files->Force,
-                   "take files that cannot be meant as they are (data beyond the device, wrong "
-                   "checksums, ...), with warnings");
+  AddForceImage(command, files->Force);
   return files;
 }
 

@@ -19,6 +19,10 @@ struct CodeFiles {
 /// Adds their options to a verb.
 std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command);
 
+/// The options among them that any verb with a code file can have.
+void AddInputFormat(CLI::App& command, std::string& format);
+void AddForceImage(CLI::App& command, bool& force);
+
 /// What became of loading them.
 struct LoadedFiles {
   ExitCode Code = ExitCode::Success;

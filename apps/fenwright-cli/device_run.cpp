@@ -11,6 +11,7 @@
 #include "image/dump_files.h"
 #include "ops/link_commands.h"
 #include "ops/outcome.h"
+#include "ops/second_reading.h"
 #include "ops/trouble.h"
 #include "ops/verify_device.h"
 
@@ -46,10 +47,15 @@ nlohmann::json FieldsOf(Session& session, const DeviceRun& run) {
                         {"device_seconds", run.Seconds},
                         {"flash_write_seconds", done.FlashWriteSeconds},
                         {"flash_verify_seconds", done.FlashVerifySeconds},
-                        {"verified", nullptr}};
+                        {"verified", nullptr},
+                        {"verdict", nullptr}};
   if (done.VerifyFinished) {
     fields["verified"] = {{"flash", !session.State().FlashNG},
                           {"eeprom", !session.State().EepromNG}};
+  }
+  if (run.Verdict.Kind != ops::VerdictKind::None) {
+    fields["verdict"] = {{"code", ops::WordOf(run.Verdict.Kind)},
+                         {"text", session.In(run.Verdict.Text)}};
   }
   return fields;
 }
@@ -133,6 +139,7 @@ void Print(Session& session, const DeviceRun& run) {
     // A verify prints them itself, as its result.
     if (session.State().Command.Operation == core::DeviceOperation::Program) {
       PrintFirstDifferences(session);
+      for (const std::string& line : DescribeVerdict(session, run.Verdict)) out.PrintError(line);
     }
     if (session.KeepsFiles())
       out.PrintError(session.In({"レポート: ", "report: "}) + ReportPath(session));
@@ -155,6 +162,16 @@ void NoteKeptFiles(Session& session, const DeviceRun& run) {
   if (!ended_by_file && state.Command.VerifyFinished) note(ops::kVerifyReportFile);
 }
 
+/// What one reading does not tell is read a second time, which no success comes from.
+ops::Verdict JudgeDifferences(Session& session) {
+  const ops::Verdict verdict = ops::Diagnose(session.State());
+  if (!verdict.NeedsSecondReading) return verdict;
+  session.Out().PrintProgress(session.In(
+      {"違う箇所をもう一度読み出しています", "reading the cells that differ once more"}));
+  const std::vector<core::Difference> again = ops::ReadDifferencesAgain(session.Context());
+  return again.empty() ? verdict : ops::Diagnose(session.State(), again);
+}
+
 }  // namespace
 
 DeviceRun RunOnDevice(Session& session, const ops::Entry& command) {
@@ -164,7 +181,18 @@ DeviceRun RunOnDevice(Session& session, const ops::Entry& command) {
   session.Out().EndProgress();
   ExitCode code = CodeOf(session.State(), ending);
   if (code == ExitCode::Success && !RefusedDump(session).empty()) code = ExitCode::FileError;
-  return {.Code = code, .Seconds = seconds.count(), .Ending = ending};
+  DeviceRun run{.Code = code, .Seconds = seconds.count(), .Ending = ending, .Verdict = {}};
+  if (code == ExitCode::Failed) run.Verdict = JudgeDifferences(session);
+  return run;
+}
+
+std::vector<std::string> DescribeVerdict(const Session& session, const ops::Verdict& verdict) {
+  if (verdict.Kind == ops::VerdictKind::None) return {};
+  std::vector<std::string> lines = ops::DrawMemoryMap(session.State(), session.Language());
+  lines.insert(lines.begin(),
+               fmt::format(fmt::runtime(session.In({"診断 ({}): {}", "diagnosis ({}): {}"})),
+                           ops::WordOf(verdict.Kind), session.In(verdict.Text)));
+  return lines;
 }
 
 Outcome TellDeviceRun(Session& session, const DeviceRun& run, const nlohmann::json& more) {

@@ -15,8 +15,8 @@ using core::Language;
 
 constexpr auto kExitMeanings = std::to_array<ExitMeaning>(
     {{"0", "成功", "success"},
-     {"1", "処理の失敗 (ベリファイの違いを含む)",
-      "the operation failed, a verify that found differences included"},
+     {"1", "処理の失敗 (ベリファイと比較の違いを含む)",
+      "the operation failed, a verify or a comparison that found differences included"},
      {"2", "使い方の誤り", "wrong usage"},
      {"3", "ライターまたはポートがない", "no programmer, or no port"},
      {"4", "ファイルまたは出力を読めない、書けない、または使えない",

@@ -6,6 +6,7 @@
 
 #include "core/hex_format.h"
 #include "image/buffers.h"
+#include "ops/verdict.h"
 
 namespace fenwright::ops {
 namespace {
@@ -289,6 +290,14 @@ std::string DescribeDifferences(const std::vector<core::Difference>& differences
   return text + "。";
 }
 
+/// What the differences have in common, "" where one reading does not tell.
+std::string DescribePattern(const AppState& state) {
+  std::string protection = DescribeProtection(state);
+  if (!protection.empty()) return protection;
+  const Verdict verdict = Diagnose(state);
+  return verdict.Kind == VerdictKind::NoPattern ? "" : verdict.Text.Japanese;
+}
+
 std::string Percentage(std::int32_t part, std::int32_t whole) {
   // Rounded up, as beside the file's name, but never to "all" for nearly all.
   constexpr std::int32_t kAll = 100;
@@ -359,7 +368,7 @@ std::string DescribeCause(const AppState& state) {
   const CommandRecord& done = state.Command;
   if (!done.SocketCause.empty()) return done.SocketCause;
   if (done.Differences.empty()) return "";
-  return DescribeDifferences(done.Differences) + DescribeProtection(state);
+  return DescribeDifferences(done.Differences) + DescribePattern(state);
 }
 
 std::string DescribeUsage(const AppState& state) {

@@ -25,8 +25,7 @@ std::string ReasonOfOutcome(const core::AppState& state);
 std::string DescribeProtection(const core::AppState& state);
 
 /// What the last command has found out about why it failed, in Japanese: the chip in the socket,
-/// the number of cells that differ, what makes them look as those of a protected chip; "" =
-/// nothing.
+/// the number of cells that differ, and what they have in common; "" = nothing.
 std::string DescribeCause(const core::AppState& state);
 
 /// How much of the selected device's memories the buffers fill, in Japanese: a line for each.

@@ -25,6 +25,7 @@ class Json : public CliTest {
 /// What the call of a verb needs behind its name, with a file for those that take one.
 std::string ArgumentsOf(const std::string& verb, const std::string& file) {
   if (verb == "program" || verb == "verify" || verb == "dump" || verb == "lint") return " " + file;
+  if (verb == "compare") return " " + file + " code.hex";
   if (verb == "update-firmware") return " --yes " + (file == "code.hex" ? "firmware.hex" : file);
   if (verb == "write-fuses") return " CKSEL=4";
   if (verb == "completion") return " bash";
@@ -268,9 +269,9 @@ std::string Unescaped(const std::string& literal) {
 TEST(English, HasACounterpartOfEveryTextThatTheEngineShows) {
   // Texts that are put together in both languages, the window's own boxes and labels, and names.
   const std::set<std::string> elsewhere{
-      "outcome.cpp",       "image_texts.cpp",      "file_summary.cpp",
-      "update_report.cpp", "device_catalogue.cpp", "progress_phase.cpp",
-      "old_content.cpp",   "buffer_content.cpp",   "fuse_words.cpp"};
+      "outcome.cpp",          "image_texts.cpp",    "file_summary.cpp", "update_report.cpp",
+      "device_catalogue.cpp", "progress_phase.cpp", "old_content.cpp",  "buffer_content.cpp",
+      "fuse_words.cpp",       "verdict.cpp"};
   int texts = 0;
   for (const char* const folder :
        {"core", "link", "image", "fuse", "ops", "update", "platform", "board"}) {

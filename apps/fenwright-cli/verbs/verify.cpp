@@ -42,9 +42,12 @@ VerbRun BindVerify(CLI::App& command) {
   return [all, files = AddCodeFiles(command)](Session& session) -> Outcome {
     const LoadedFiles loaded = LoadCodeFiles(session, *files);
     if (loaded.Code != ExitCode::Success) return {.Code = loaded.Code, .Json = loaded.Fields};
-    const Outcome outcome =
-        TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_verify_Click), loaded.Fields);
+    const DeviceRun run = RunOnDevice(session, ops::Cmd_btn_verify_Click);
+    const Outcome outcome = TellDeviceRun(session, run, loaded.Fields);
     if (session.State().Command.VerifyFinished) PrintDifferences(session, *all);
+    for (const std::string& line : DescribeVerdict(session, run.Verdict)) {
+      session.Out().PrintResult(line);
+    }
     return outcome;
   };
 }
