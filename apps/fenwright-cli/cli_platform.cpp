@@ -102,7 +102,11 @@ const PhaseWords& WordsOf(core::Phase phase) {
 void PrintedMessageDialog::SetPhase(std::string_view /*text*/) {
   if (OnFirstPhase) std::exchange(OnFirstPhase, nullptr)();
   const PhaseWords& words = WordsOf(state_.Command.RunningPhase);
-  console_.StartPhase(words.Label.In(language_), words.Unit.In(language_));
+  console_.StartPhase(words.Label.In(language_), words.Unit.In(language_), EndOfPhase());
+}
+
+Console::PhaseEnd PrintedMessageDialog::EndOfPhase() const {
+  return state_.LinkError == 0 ? Console::PhaseEnd::Done : Console::PhaseEnd::Failed;
 }
 
 void PrintedMessageDialog::Show(std::string_view text, screen::MessageMode mode) {
@@ -118,7 +122,7 @@ void PrintedMessageDialog::SetText(std::string_view text) {
 }
 
 void PrintedMessageDialog::Close() {
-  console_.EndProgress();
+  console_.EndProgress(EndOfPhase());
   loaded_ = false;
   busy_ = false;
 }

@@ -83,6 +83,8 @@ class PrintedMessageDialog final : public screen::MessageDialog {
   [[nodiscard]] const std::string& Detail() const { return detail_; }
 
  private:
+  [[nodiscard]] Console::PhaseEnd EndOfPhase() const;
+
   Console& console_;
   const core::AppState& state_;
   core::Language language_;

@@ -5,11 +5,12 @@
 
 #include <fmt/format.h>
 
+#include "core/file_reason.h"
 #include "image/file_names.h"
 #include "input_format.h"
 #include "ops/command.h"
 #include "ops/commands.h"
-#include "platform/system/tool.h"
+#include "platform/system/terminal.h"
 #include "text.h"
 
 namespace fenwright::cli {
@@ -84,10 +85,15 @@ Problem NoFile(const std::string& path) {
           .Text = {path + ": そのファイルはありません", path + ": there is no such file"}};
 }
 
-Problem Unreadable(const std::string& path, const std::string& reason) {
+Problem Unreadable(const std::string& path, const platform::FileResult& result) {
   return {.Code = problem::kFileUnreadable,
-          .Text = {fmt::format("{}: 読めません: {}", path, reason),
-                   fmt::format("{}: cannot be read: {}", path, reason)}};
+          .Text = {fmt::format("{}: 読めません: {}", path, core::DescribeReason(result)),
+                   fmt::format("{}: cannot be read: {}", path, result.Reason)}};
+}
+
+platform::FileResult ReasonOf(const image::HexReadReport& report) {
+  return {
+      .Code = platform::FileResult::Status::Failed, .Reason = report.Reason, .Cause = report.Cause};
 }
 
 /// Why the code file was not read, if it was not.
@@ -105,15 +111,21 @@ std::optional<Problem> WhyNotRead(const CodeFiles& files, const image::OpenRepor
                  "name a code file; --format bin takes a plain binary image"}};
   }
   if (report.Code.End != image::HexReadEnd::NotOpened) return std::nullopt;
-  return Unreadable(files.Code, report.Code.Reason);
+  return Unreadable(files.Code, ReasonOf(report.Code));
+}
+
+/// What can be said of a call that ends with its files: a device that is found in the socket was
+/// looked for before.
+core::Sentence NothingDone(const Session& session) {
+  if (session.AsksSocket()) {
+    return {"デバイスには何も書いていません", "nothing was written to the device"};
+  }
+  return {"ライターには何も送っていません", "nothing was sent to the programmer"};
 }
 
 LoadedFiles Refuse(Session& session, const Problem& problem) {
   session.Fail(ExitCode::FileError, problem);
-  if (session.HasPort()) {
-    session.Out().PrintError(
-        session.In({"ライターには何も送っていません", "nothing was sent to the programmer"}));
-  }
+  if (session.HasPort()) session.Out().PrintError(session.In(NothingDone(session)));
   return {.Code = ExitCode::FileError};
 }
 
@@ -141,11 +153,25 @@ struct EngineFiles {
   bool Converted = false;  ///< its lines are not those of a file that the user knows
 };
 
-/// A code file that is there; what cannot be read is left for the engine to find.
-std::string ContentOfCode(Session& session, const std::string& path) {
-  std::string content;
-  if (session.Streams().Exists(path)) session.Streams().Read(path, content);
-  return content;
+/// Reads standard input to its end. A stop request ends the wait for it.
+ExitCode ReadInput(Session& session, std::string& content) {
+  constexpr double kSeconds = 0.1;
+  for (;;) {
+    const std::optional<std::string> part = platform::ReadInputWithin(kSeconds);
+    if (part && part->empty()) return ExitCode::Success;
+    if (part) content += *part;
+    session.Context().Line.Events.ProcessPendingEvents();
+    if (session.State().StopRequested) return session.FailStopped();
+  }
+}
+
+/// The content of the code file, wherever it comes from. A file that is not there is left for the
+/// engine to find.
+ExitCode ReadCode(Session& session, const std::string& named, std::string& content) {
+  if (named == kStream) return ReadInput(session, content);
+  if (!session.Streams().Exists(named)) return ExitCode::Success;
+  const platform::FileResult result = session.Streams().Read(named, content);
+  return result ? ExitCode::Success : session.Fail(ExitCode::FileError, Unreadable(named, result));
 }
 
 /// Gives the engine Intel HEX under a name that it takes.
@@ -153,8 +179,10 @@ ExitCode TakeCode(Session& session, EngineFiles& files) {
   const std::string named = files.Named.Code;
   const bool from_input = named == kStream;
   if (from_input) files.Named.Code = kInputName;
-  const std::string content =
-      from_input ? platform::ReadWholeInput() : ContentOfCode(session, named);
+  std::string content;
+  if (const ExitCode code = ReadCode(session, named, content); code != ExitCode::Success) {
+    return code;
+  }
   const std::optional<InputFormat> told = FormatOf(content);
   const InputFormat format =
       FormatNamed(files.Named.Format).value_or(told.value_or(InputFormat::Hex));
@@ -162,7 +190,8 @@ ExitCode TakeCode(Session& session, EngineFiles& files) {
   const bool is_hex = format == InputFormat::Hex;
   const bool named_by_content = told == InputFormat::Hex && !image::HasCodeFileExtension(named);
   files.Code = named;
-  if (is_hex && !from_input && !named_by_content) return ExitCode::Success;
+  const bool is_there = from_input || session.Streams().Exists(named);
+  if (!is_there || (is_hex && !from_input && !named_by_content)) return ExitCode::Success;
   const ConvertedInput made = Convert(files.Named.Code, content, format);
   if (made.Trouble) return session.Fail(ExitCode::FileError, *made.Trouble);
   files.Code = files.Named.Code + ".hex";
@@ -182,8 +211,10 @@ ExitCode TakeData(Session& session, const std::string& code, EngineFiles& files)
   if (named == kStream) {
     files.Data = std::string(kInputName) + ".eep";
     named = kInputName;
-    session.Streams().Provide(files.Data, platform::ReadWholeInput(), "");
-    return ExitCode::Success;
+    std::string content;
+    const ExitCode taken = ReadInput(session, content);
+    session.Streams().Provide(files.Data, content, "");
+    return taken;
   }
   // Beside standard input there is none.
   if (named.empty() && code != kStream)
@@ -227,7 +258,7 @@ std::optional<Problem> WhyDataNotRead(Session& session, const EngineFiles& files
                              name, end)}};
   }
   if (report.Data.End != image::HexReadEnd::NotOpened) return std::nullopt;
-  return Unreadable(name, report.Data.Reason);
+  return Unreadable(name, ReasonOf(report.Data));
 }
 
 nlohmann::json SharesOf(const image::OpenReport& report) {
@@ -293,9 +324,10 @@ LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& named) {
       TellFindings(session, {data_path, opened.Data, files.Named.Data.empty()}, files.Named.Force,
                    loaded.Fields);
   if (!code_accepted || !data_accepted) {
+    const core::Sentence nothing = NothingDone(session);
     session.Out().PrintError(
-        session.In({"ライターには何も送っていません。--force-image でそのまま使います",
-                    "nothing was sent to the programmer; --force-image takes the file as it is"}));
+        session.In({nothing.Japanese + "。--force-image でそのまま使います",
+                    nothing.English + "; --force-image takes the file as it is"}));
     loaded.Code = ExitCode::FileError;
     return loaded;
   }

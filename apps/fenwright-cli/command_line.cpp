@@ -4,9 +4,11 @@
 #include <sstream>
 #include <utility>
 
+#include "explanations.h"
 #include "help.h"
 #include "platform/system/printable.h"
 #include "platform/system/terminal.h"
+#include "problem.h"
 #include "suggest.h"
 #include "usage_error.h"
 #include "verbs.h"
@@ -85,7 +87,12 @@ ExitCode Tell(const CLI::App& app, const CLI::ParseError& error, const Options& 
   const bool failed = app.exit(error, out, errors) != 0;
   const std::vector<std::string> outside = OutsideOf(options.Words);
   streams.Output << Printable(out.str(), outside) << std::flush;
-  if (!failed) return ExitCode::Success;
+  if (!failed && streams.Output.good()) return ExitCode::Success;
+  if (!failed) {
+    streams.Errors << FindExplanation(problem::kOutputUnwritable)->Cause.In(options.Language)
+                   << std::endl;
+    return ExitCode::FileError;
+  }
   const bool japanese = options.Language == core::Language::Japanese;
   core::Sentence text = WhatIsWrong(app, error);
   streams.Errors << Printable(japanese ? text.Japanese + "\n使い方は --help で出ます。\n"

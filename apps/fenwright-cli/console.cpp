@@ -98,9 +98,9 @@ void Console::PrintStatus(std::string_view text) {
   PrintError(language_ == core::Language::Japanese ? std::string(text) : EnglishOf(text));
 }
 
-void Console::StartPhase(std::string_view label, std::string_view unit) {
+void Console::StartPhase(std::string_view label, std::string_view unit, PhaseEnd before) {
   if (label == label_) return;
-  EndProgress();
+  EndProgress(before);
   label_ = label;
   unit_ = unit;
   phase_start_ = std::chrono::steady_clock::now();
@@ -138,10 +138,13 @@ std::string Console::Count() const {
                                 : fmt::format("{} / {} {}", value_, maximum_, unit_);
 }
 
-void Console::EndProgress() {
+void Console::EndProgress(PhaseEnd end) {
   ClearBar();
   if (!label_.empty()) {
-    const std::string line = fmt::format("{:<{}} {:<18} {:6.1f} s", label_, LabelWidth(), Count(),
+    const bool japanese = language_ == core::Language::Japanese;
+    std::string result = end == PhaseEnd::Done ? Count() : japanese ? "失敗" : "failed";
+    if (result.empty()) result = japanese ? "完了" : "done";
+    const std::string line = fmt::format("{:<{}} {:<18} {:6.1f} s", label_, LabelWidth(), result,
                                          SecondsSince(phase_start_));
     label_.clear();
     PrintProgress(line);
@@ -157,11 +160,16 @@ std::string Console::AsLine(std::string_view text) const {
 }
 
 void Console::DrawBar(int percent, double seconds_left) {
-  const std::string before = fmt::format("{:<{}} {:<18} ", label_, LabelWidth(), Count());
-  const std::string behind = fmt::format(" {:3} %  {:.0f} s", percent, seconds_left);
+  constexpr int kCountWidth = 18;
   constexpr int kNarrowest = 4;
   constexpr int kWidest = 40;
-  const int room = platform::TerminalWidth() - 1 - static_cast<int>(before.size() + behind.size());
+  const std::string label = fmt::format("{:<{}} ", label_, LabelWidth());
+  const std::string behind = fmt::format(" {:3} %  {:.0f} s", percent, seconds_left);
+  // In columns: a Japanese letter has two of them, and three bytes.
+  const int room = platform::TerminalWidth() - 1 - (LabelWidth() + 1 + kCountWidth + 1) -
+                   static_cast<int>(behind.size());
+  const std::string before =
+      room < 0 ? label : fmt::format("{}{:<{}} ", label, Count(), kCountWidth);
   const int width = std::clamp(room, 0, kWidest);
   const std::string bar = width < kNarrowest
                               ? ""

@@ -50,8 +50,12 @@ class Console {
   /// False when a line of the result could not be written.
   [[nodiscard]] bool ResultWritten() const { return result_written_; }
 
-  /// A part of the work begins: "flash", in `unit` steps. The same one twice in a row is one.
-  void StartPhase(std::string_view label, std::string_view unit);
+  /// How a part of the work went.
+  enum class PhaseEnd { Done, Failed };
+
+  /// A part of the work begins: "flash", in `unit` steps. The same one twice in a row is one. The
+  /// one before it, if there is one, has ended like `before`.
+  void StartPhase(std::string_view label, std::string_view unit, PhaseEnd before);
 
   /// Its bar has that many steps.
   void StartProgress(int maximum);
@@ -59,8 +63,8 @@ class Console {
   /// Shows that `value` steps are done: percent and the time that remains at the pace so far.
   void ShowProgress(int value);
 
-  /// The phase, if there is one, is over: says how far it came and how long it took.
-  void EndProgress();
+  /// The phase, if there is one, is over: says how it went and how long it took.
+  void EndProgress(PhaseEnd end);
 
  private:
   using Time = std::chrono::steady_clock::time_point;

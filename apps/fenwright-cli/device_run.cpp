@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "core/file_reason.h"
 #include "core/trace_log.h"
 #include "explanations.h"
 #include "image/dump_files.h"
@@ -61,16 +62,16 @@ nlohmann::json FieldsOf(Session& session, const DeviceRun& run) {
 }
 
 /// A dump that was to be kept and could not be written, "" when there is none.
-std::string RefusedDump(Session& session) {
+core::Sentence RefusedDump(Session& session) {
   const core::AppState& state = session.State();
-  if (!session.KeepsFiles()) return "";
-  if (!state.FlashDumpRefusal) {
-    return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kFlashDumpFile,
-                       state.FlashDumpRefusal.Reason);
-  }
-  if (state.EepromDumpRefusal) return "";
-  return fmt::format("{}{}: cannot be written: {}", state.AppFolder, image::kEepromDumpFile,
-                     state.EepromDumpRefusal.Reason);
+  if (!session.KeepsFiles()) return {};
+  const bool flash = !state.FlashDumpRefusal;
+  if (!flash && state.EepromDumpRefusal) return {};
+  const platform::FileResult& refusal = flash ? state.FlashDumpRefusal : state.EepromDumpRefusal;
+  const std::string path =
+      state.AppFolder + std::string(flash ? image::kFlashDumpFile : image::kEepromDumpFile);
+  return {fmt::format("{}: 書けません: {}", path, core::DescribeReason(refusal)),
+          fmt::format("{}: cannot be written: {}", path, refusal.Reason)};
 }
 
 /// On standard error.
@@ -99,8 +100,8 @@ void TellFailure(Session& session, const DeviceRun& run) {
         {.Code = problem::kStopped, .Text = FindExplanation(problem::kStopped)->Cause});
   } else if (run.Ending == core::CommandEnding::FileError) {
     session.FailByFile();
-  } else if (const std::string refused = RefusedDump(session); !refused.empty()) {
-    session.Fail(code, {.Code = problem::kFileUnwritable, .Text = {refused, refused}});
+  } else if (const core::Sentence refused = RefusedDump(session); !refused.English.empty()) {
+    session.Fail(code, {.Code = problem::kFileUnwritable, .Text = refused});
   } else if (code == ExitCode::Failed && state.Command.VerifyFinished) {
     const std::string_view word = ops::TroubleOf(state);
     session.NoteError({.Code = word, .Text = OfEngine(state.MessageText)});
@@ -178,9 +179,11 @@ DeviceRun RunOnDevice(Session& session, const ops::Entry& command) {
   const auto start = std::chrono::steady_clock::now();
   const core::CommandEnding ending = ops::RunCommand(session.Context(), command);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  session.Out().EndProgress();
+  const bool done = ending == core::CommandEnding::Finished && session.State().LinkError == 0;
+  session.Out().EndProgress(done ? Console::PhaseEnd::Done : Console::PhaseEnd::Failed);
   ExitCode code = CodeOf(session.State(), ending);
-  if (code == ExitCode::Success && !RefusedDump(session).empty()) code = ExitCode::FileError;
+  if (code == ExitCode::Success && !RefusedDump(session).English.empty())
+    code = ExitCode::FileError;
   DeviceRun run{.Code = code, .Seconds = seconds.count(), .Ending = ending, .Verdict = {}};
   if (code == ExitCode::Failed) run.Verdict = JudgeDifferences(session);
   return run;

@@ -278,8 +278,8 @@ const auto& Table() {
        {"結果を標準出力に書けませんでした。", "the result could not be written to standard output"},
        {"出力先のディスクの空きと、パイプの先のプログラムを確かめます。",
         "the disc it goes to, or the program that reads it"},
-       {"もう一度実行します。デバイスへの作業は済んでいます。",
-        "run the command again; the work on the device was done"}},
+       {"もう一度実行します。デバイスに書いた内容はそのままです。",
+        "run the command again; what was written to the device stays"}},
       // What a HEX file may have.
       {image::Name(FindingCode::NotARecord),
        {"「:」で始まらない行があり、読み込みがそこで終わります。",

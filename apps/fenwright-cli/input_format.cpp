@@ -26,6 +26,15 @@ bool IsForAvr(std::string_view elf) {
   return elf.size() > kMachine + 1 && elf[kMachine] == 83 && elf[kMachine + 1] == 0;
 }
 
+/// A program that can run, of 32 bits with the low byte first, as AVR has them. An object file that
+/// was not linked has holes where its addresses will be.
+bool IsLinked(std::string_view elf) {
+  constexpr std::size_t kClass = 4;
+  constexpr std::size_t kByteOrder = 5;
+  constexpr std::size_t kType = 16;  // two bytes; ET_EXEC is 2
+  return elf[kClass] == 1 && elf[kByteOrder] == 1 && elf[kType] == 2 && elf[kType + 1] == 0;
+}
+
 /// objcopy's own name of a format.
 const char* TargetOf(InputFormat format) {
   switch (format) {
@@ -146,6 +155,12 @@ ConvertedInput Convert(const std::string& name, std::string_view content, InputF
     made.Trouble =
         Unreadable(name, "AVR の ELF ファイルではありません", "is no ELF file for AVR",
                    {"AVR 用に作ったファイルを指定します。", "name a file that was made for AVR"});
+    return made;
+  }
+  if (format == InputFormat::Elf && !IsLinked(content)) {
+    made.Trouble =
+        Unreadable(name, "リンクされていない ELF ファイルです", "is not linked",
+                   {"リンクして作ったファイルを指定します。", "name what the linker made"});
     return made;
   }
   const Converter converter(name, content, format);

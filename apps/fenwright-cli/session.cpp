@@ -187,7 +187,7 @@ nlohmann::json Session::CommonFields() const {
           {"error", error},
           {"differences", differences},
           {"files",
-           {{"code", file_or_null(state_.CodeFileName)},
+           {{"code", file_or_null(code_file_.empty() ? state_.CodeFileName : code_file_)},
             {"data", file_or_null(state_.DataFileName)},
             {"written", written_files_}}}};
 }
@@ -216,7 +216,10 @@ std::string Session::PortNumber() const {
   return settings_.Read(core::kSettingsSection, core::kPortNumberKey).value_or("");
 }
 
-std::string Session::PortName() const { return platform::ComName(port_->CommPort()); }
+std::string Session::PortName() const {
+  const std::string number = PortNumber();
+  return number.empty() ? platform::ComName(port_->CommPort()) : "COM" + number;
+}
 
 std::string Session::PortPlace() const {
   // Windows opens COM3 as \\.\COM3.

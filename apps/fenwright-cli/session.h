@@ -72,6 +72,8 @@ class Session {
   ExitCode FailByFile();
   /// A file that the call has written, for the result.
   void NoteWrittenFile(const std::string& path) { written_files_.push_back(path); }
+  /// The code file of a verb that the engine does not open, for the result.
+  void NoteCodeFile(const std::string& path) { code_file_ = path; }
   /// The version line of a board that was asked for it by itself.
   void NoteBoardVersion(const std::string& version) { board_version_ = version; }
 
@@ -105,6 +107,8 @@ class Session {
   [[nodiscard]] Console& Out() { return console_; }
   /// The files of the call, with what comes from standard input and goes to standard output.
   [[nodiscard]] StreamFiles& Streams() { return *streams_; }
+  /// True when the device is the one that is found in the socket.
+  [[nodiscard]] bool AsksSocket() const;
   /// True when trace, dumps and report are kept in a folder.
   [[nodiscard]] bool KeepsFiles() const { return !folder_.empty(); }
   /// True when the result is printed as JSON, and not in words.
@@ -123,7 +127,6 @@ class Session {
  private:
   ExitCode ChooseFolder();
   ExitCode ChooseDevice(const Needs& needs);
-  [[nodiscard]] bool AsksSocket() const;
   ExitCode StartEngine(const Needs& needs);
   ExitCode ChooseRealPort();
   ExitCode MakeSimulatedPort();
@@ -164,6 +167,7 @@ class Session {
   bool has_device_ = false;
   std::vector<std::string> written_files_;
   std::string board_version_;
+  std::string code_file_;
   platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;
   std::unique_ptr<platform::SerialControl> updater_port_;

@@ -59,7 +59,7 @@ ExitCode RunVerb(const Verb& verb, const VerbRun& run, Options options) {
   Outcome outcome{.Code = session.Start(verb.Needed)};
   if (outcome.Code == ExitCode::Success) outcome = run(session);
   if (!options.Json) {
-    if (outcome.Code != ExitCode::Success || session.Out().ResultWritten()) return outcome.Code;
+    if (session.HasError() || session.Out().ResultWritten()) return outcome.Code;
     return session.Fail(ExitCode::FileError,
                         {.Code = problem::kOutputUnwritable,
                          .Text = FindExplanation(problem::kOutputUnwritable)->Cause});
@@ -69,6 +69,10 @@ ExitCode RunVerb(const Verb& verb, const VerbRun& run, Options options) {
   result.update(session.CommonFields());
   result.update(outcome.Json);
   const bool told = session.Out().PrintAlways(Dump(result));
+  if (!told && !session.HasError()) {
+    session.Fail(ExitCode::FileError, {.Code = problem::kOutputUnwritable,
+                                       .Text = FindExplanation(problem::kOutputUnwritable)->Cause});
+  }
   return told || outcome.Code != ExitCode::Success ? outcome.Code : ExitCode::FileError;
 }
 

@@ -1,5 +1,7 @@
 // The command line and what is in the socket, standard input and output, and the differences.
 
+#include <signal.h>
+
 #include "system/cli_run.h"
 
 namespace fenwright::testing {
@@ -201,6 +203,7 @@ TEST_F(CliChip, AnElfFileBringsTheFlashAndTheEeprom) {
               AllOf(Ends(0), Prints(" 2 of 512 bytes")));
   EXPECT_THAT(Shell("$CLI --device AT90S8515 lint - <code.elf"),
               AllOf(Ends(0), Prints("EEPROM      3 of   512 bytes")));
+  EXPECT_THAT(On(board, "program elf.o"), AllOf(Ends(4), Warns("elf.o: is not linked")));
   ASSERT_THAT(Shell("as elf.s -o code.elf"), Ends(0));
   EXPECT_THAT(On(board, "program code.elf"), AllOf(Ends(4), Warns("is no ELF file for AVR")));
 }
@@ -214,6 +217,51 @@ TEST_F(CliChip, AFileThatCannotBeConvertedIsRefusedWithTheReason) {
                               "program", Path("bad.srec")},
                              {.Environment = {{"PATH", "/nowhere"}}})),
               AllOf(Ends(4), Warns("objcopy"), Warns("install binutils")));
+}
+
+TEST_F(CliChip, AFileThatIsNotThereIsMissingWhateverItsFormat) {
+  for (const std::string format : {"hex", "srec", "elf", "bin"}) {
+    const CliResult result = Simulate("--json program none.bin --format " + format);
+    EXPECT_EQ(result.Json()["error"]["code"], "file-missing") << format;
+    EXPECT_EQ(Simulate("--json program / --format " + format).Json()["error"]["text"],
+              "/: is no regular file");
+  }
+}
+
+TEST_F(CliChip, ARequestToEndEndsTheWaitForStandardInput) {
+  // A writer keeps the pipe open, and says nothing.
+  ASSERT_THAT(Shell("mkfifo input"), Ends(0));
+  Process writer({"sh", "-c", "exec sleep 60 >" + Path("input")});
+  Process call({"sh", "-c",
+                "exec " FENWRIGHT_CLI_PROGRAM " --simulate --device ATtiny12L program - <" +
+                    Path("input")});
+  std::this_thread::sleep_for(1s);
+  ASSERT_TRUE(call.Running());
+  call.Signal(SIGTERM);
+  EXPECT_EQ(call.Wait(5), 143);
+  writer.Signal(SIGTERM);
+}
+
+TEST_F(CliChip, APhaseThatFailsDoesNotLookWhole) {
+  PutCode(FullImage(200, 1), "large.hex");
+  EXPECT_THAT(Simulate("--simulate-fault hangup@200 program large.hex"),
+              AllOf(Ends(1), Warns("erase     done "), Warns("\nflash     failed "),
+                    Warns(Not(HasSubstr("100 words")))));
+}
+
+TEST_F(CliChip, WithDeviceAutoABadFileIsSaidToHaveWrittenNothing) {
+  EXPECT_THAT(Run("--simulate --device auto program none.hex"),
+              AllOf(Ends(4), Warns("nothing was written to the device"),
+                    Warns(Not(HasSubstr("nothing was sent")))));
+}
+
+TEST_F(CliChip, AnOutputThatTakesNothingIsToldOnStandardError) {
+  for (const std::string call : {"devices", "--json devices", "ports", "help", "--version",
+                                 "explain usage", "completion bash"}) {
+    EXPECT_THAT(Shell("$CLI " + call + " >/dev/full"),
+                AllOf(Ends(4), Warns("could not be written to standard output")))
+        << call;
+  }
 }
 
 }  // namespace

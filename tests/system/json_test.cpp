@@ -163,6 +163,16 @@ TEST_F(Json, OfACommandThatItsTraceEndsNamesTheTraceAndNoFileThatIsNotWhole) {
   }
 }
 
+TEST_F(Json, NamesThePortOfTheCallInEveryVerb) {
+  for (const std::string verb : {"board-version", "detect", "program code.hex", "identify", "ports",
+                                 "update-firmware --yes firmware.hex"}) {
+    const json told = Run("--json --port COM7 --device ATtiny12L " + verb).Json();
+    EXPECT_EQ(told["port"], "COM7") << verb;
+  }
+  EXPECT_EQ(Run("--json --simulate update-firmware --dry-run firmware.hex").Json()["files"]["code"],
+            "firmware.hex");
+}
+
 /// A failure keeps its own code: that of a verify of the blank chip says what was found.
 TEST_F(Json, ThatCannotBeWrittenIsAnErrorOfEveryVerb) {
   for (const cli::Verb* const verb : cli::kVerbs) {

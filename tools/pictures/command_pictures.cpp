@@ -31,7 +31,7 @@ void ProgramAndSpoil(Studio& studio) {
 }
 
 void Select(const char* list, int item) {
-  dynamic_cast<QComboBox*>(Studio::Find(list))->setCurrentIndex(item);
+  qobject_cast<QComboBox*>(Studio::Find(list))->setCurrentIndex(item);
 }
 
 /// Programs the chip and protects it against reading.

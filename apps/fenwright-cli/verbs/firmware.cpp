@@ -56,7 +56,7 @@ class PrintedUpdateForm final : public screen::UpdateForm {
   void ShowProgress(int /*minimum*/, int /*maximum*/, int /*value*/) override {
     // The board's second before the first word is no measure of the pace.
     if (!std::exchange(bar_started_, true)) {
-      console_.StartPhase(label_.Label, label_.Unit);
+      console_.StartPhase(label_.Label, label_.Unit, Console::PhaseEnd::Done);
       console_.StartProgress(words_);
     }
     console_.ShowProgress(state_.WordsSent);
@@ -161,7 +161,7 @@ class FirmwareCall {
   }
 
   ExitCode Fail(ExitCode code, const Problem& problem) {
-    Out().EndProgress();
+    Out().EndProgress(Console::PhaseEnd::Failed);
     return session_.Fail(code, problem);
   }
 
@@ -313,7 +313,8 @@ class FirmwareCall {
                     {"updated", outcome == update::UpdateOutcome::Finished},
                     {"update_seconds", seconds.count()},
                     {"stream_seconds", state_.StreamSeconds}});
-    Out().EndProgress();
+    Out().EndProgress(outcome == update::UpdateOutcome::Finished ? Console::PhaseEnd::Done
+                                                                 : Console::PhaseEnd::Failed);
     const std::string board_state = DescribeBoardState(state_, session_.Language());
     fields_["board_state"] = outcome == update::UpdateOutcome::Finished
                                  ? session_.In({"更新しました。ボードの電源を入れ直してください",
@@ -334,7 +335,7 @@ class FirmwareCall {
       return Fail(ExitCode::Stopped, {.Code = problem::kStopped,
                                       .Text = {"止めました: " + text(Language::Japanese),
                                                "stopped: " + text(Language::English)},
-                                      .Cure = {board_state, board_state}});
+                                      .Cure = FindExplanation(problem::kStopped)->Cure});
     }
     const bool nobody_there =
         !version_ && outcome == update::UpdateOutcome::TimedOut && state_.WordsSent <= 1;
@@ -350,6 +351,7 @@ class FirmwareCall {
   }
 
   ExitCode RunSteps(const UpdateOptions& options) {
+    session_.NoteCodeFile(options.File);
     if (const ExitCode code = CheckFile(options.File); code != ExitCode::Success) return code;
     if (session_.HasPort()) {
       if (const ExitCode code = ReadVersion(); code != ExitCode::Success) return code;
@@ -364,9 +366,10 @@ class FirmwareCall {
     }
     if (!options.Yes && !Confirmed()) {
       const bool stopped = session_.State().StopRequested;
+      if (stopped) return session_.FailStopped();
       return Fail(
-          stopped ? ExitCode::Stopped : ExitCode::Failed,
-          {.Code = stopped ? problem::kStopped : problem::kNotConfirmed,
+          ExitCode::Failed,
+          {.Code = problem::kNotConfirmed,
            .Text = {"確認されませんでした (--yes で確認を省きます)。ボードは変わっていません",
                     "not confirmed (--yes confirms); the board was not changed"}});
     }

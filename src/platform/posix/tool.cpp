@@ -2,8 +2,6 @@
 
 #include <cstdlib>
 #include <fcntl.h>
-#include <iostream>
-#include <iterator>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -65,10 +63,6 @@ PrivateFolder::PrivateFolder() {
 PrivateFolder::~PrivateFolder() {
   std::error_code ignored;
   if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-}
-
-std::string ReadWholeInput() {
-  return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
 }
 
 }  // namespace fenwright::platform

@@ -29,7 +29,4 @@ class PrivateFolder {
   std::filesystem::path path_;
 };
 
-/// Standard input to its end, as bytes.
-std::string ReadWholeInput();
-
 }  // namespace fenwright::platform

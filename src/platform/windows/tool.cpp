@@ -1,9 +1,5 @@
 #include "platform/system/tool.h"
 
-#include <fcntl.h>
-#include <io.h>
-#include <iostream>
-#include <iterator>
 #include <windows.h>
 
 #include "platform/windows/wide_text.h"
@@ -95,11 +91,6 @@ PrivateFolder::PrivateFolder() {
 PrivateFolder::~PrivateFolder() {
   std::error_code ignored;
   if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-}
-
-std::string ReadWholeInput() {
-  _setmode(_fileno(stdin), _O_BINARY);
-  return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
 }
 
 }  // namespace fenwright::platform
