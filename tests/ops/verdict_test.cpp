@@ -167,6 +167,10 @@ TEST(Verdict, OfADataBitThatIsStuckAtZeroOrAtOne) {
   Words both_ways = Changed(program, cleared);
   both_ways.back() = static_cast<std::uint16_t>(program.back() ^ 0x0040U);
   EXPECT_EQ(OfFlash(program, both_ways).Kind(), VerdictKind::NoPattern);
+  const auto flipped = [](std::size_t /*address*/, std::uint16_t word) {
+    return static_cast<std::uint16_t>(word ^ 0x0004U);
+  };
+  EXPECT_EQ(OfFlash(program, Changed(program, flipped)).Kind(), VerdictKind::NoPattern);
 }
 
 TEST(Verdict, OfASingleBitTakesTwoReadings) {
@@ -287,6 +291,7 @@ TEST(SecondReading, ReadsTheCellsThatDifferAndKeepsWhatIsKnownOfTheVerify) {
   EXPECT_EQ(again[1].Found, 0x23);
   EXPECT_EQ(std::ranges::count(run.Wire, 'R'), 1);
   EXPECT_TRUE(run.State.Command.VerifyFinished);
+  ASSERT_THAT(run.State.Command.Differences, SizeIs(2));
   EXPECT_EQ(run.State.Command.Differences[0].Found, 0x402A);
   EXPECT_FALSE(ops::Succeeded(run.State));
 }

@@ -265,8 +265,8 @@ VerbRun BindCompare(CLI::App& command) {
   const auto options = std::make_shared<CompareOptions>();
   constexpr const char* kSideText =
       "code file, or \"chip\" for what is in the socket; \"-\" reads standard input";
-  command.add_option("A", options->First, kSideText)->required();
-  command.add_option("B", options->Second, kSideText)->required();
+  command.add_option("A.hex", options->First, kSideText)->required();
+  command.add_option("B.hex", options->Second, kSideText)->required();
   AddInputFormat(command, options->Format);
   command.add_flag("--no-data", options->NoData,
                    "compare the flash alone, not the EEPROM and the data files");
