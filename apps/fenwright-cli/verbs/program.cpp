@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "code_files.h"
+#include "image/buffers.h"
 #include "image/hex_writer.h"
 #include "ops/commands.h"
 #include "safety_copy.h"
@@ -124,9 +125,12 @@ Outcome Program(Session& session, ProgramOptions& options) {
   fields.update(copy.Fields);
   fields.update({{"eeprom_kept", false}, {"eeprom_file", nullptr}});
   if (!options.KeepEeprom) {
-    session.Out().PrintProgress(
-        session.In({"イレースはEEPROMも消去します (--keep-eeprom で元の内容を残します)",
-                    "the erase wipes the EEPROM as well (--keep-eeprom keeps what it holds)"}));
+    // Whoever brings data for it has thought of it.
+    if (image::UsedEepromBytes(session.State()) == 0) {
+      session.Out().PrintProgress(
+          session.In({"イレースはEEPROMも消去します (--keep-eeprom で元の内容を残します)",
+                      "the erase wipes the EEPROM as well (--keep-eeprom keeps what it holds)"}));
+    }
     return TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_program_Click), fields);
   }
   session.Out().PrintProgress(
