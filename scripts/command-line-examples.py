@@ -18,16 +18,35 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import zlib
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 DOCUMENT = os.path.join(ROOT, "docs", "command-line-examples.md")
 PROGRAM = os.path.join(ROOT, "build", "dev", "apps", "fenwright-cli", "fenwright-cli")
 
+TOGGLE = os.path.join(ROOT, "examples", "toggle-tiny12", "toggle-tiny12.hex")
 FILES = {
     "broken.hex": ":020000000102FC\r\n:00000001FF\r\n",
     "firmware.hex": ":020000000102FB\r\n:00000001FF\r\n",
     "mine.hex": ":00000001FF\r\n",
+    "blank.eep": ":00000001FF\r\n",
 }
+
+
+def check_sum(text):
+    return "%08x" % zlib.crc32(text.encode("ascii"))
+
+
+def safety_copy(flash):
+    """The description of a safety copy whose memories are toggle.hex and blank.eep."""
+    copy = {"fenwright_copy": 1, "device": "ATtiny12L", "signature": "1E:90:05",
+            "taken": "2026-04-01T09:30:00", "calibration": [107],
+            "flash": {"file": "toggle.hex", "crc32": check_sum(flash)},
+            "eeprom": {"file": "blank.eep", "crc32": check_sum(FILES["blank.eep"])},
+            "fuses": {"Fuse": 210, "Lock": 255}}
+    copy["crc32"] = check_sum(json.dumps(copy, sort_keys=True, separators=(",", ":")))
+    return json.dumps(copy)
+
 
 # How the call starts where there is a board, and where none, or no chip to speak of, is needed.
 CHIP = "--simulate --device ATtiny12L "
@@ -73,6 +92,7 @@ def without_board(good, bad):
 CALLS = {
     "devices": without_board("devices", "--jsn devices"),
     "program": on_chip("program toggle.hex", "program broken.hex", 40),
+    "restore": on_chip("restore copy.json", "restore broken.json", 40),
     "read": on_chip("read --code out.hex", "read --code mine.hex", 40),
     "verify": on_chip("verify toggle.hex", "verify none.hex", 40),
     "compare": on_chip("compare toggle.hex chip", "compare toggle.hex none.hex", 40),
@@ -134,8 +154,11 @@ def run_once(program, arguments, language, output_alone):
         for name, content in FILES.items():
             with open(os.path.join(folder, name), "w", encoding="ascii", newline="") as file:
                 file.write(content)
-        shutil.copy(os.path.join(ROOT, "examples", "toggle-tiny12", "toggle-tiny12.hex"),
-                    os.path.join(folder, "toggle.hex"))
+        shutil.copy(TOGGLE, os.path.join(folder, "toggle.hex"))
+        with open(TOGGLE, encoding="ascii", newline="") as file:
+            copy = safety_copy(file.read())
+        with open(os.path.join(folder, "copy.json"), "w", encoding="ascii") as file:
+            file.write(copy)
         environment = {"PATH": os.environ["PATH"], "HOME": folder, **language}
         result = subprocess.run(
             [program] + arguments.split(), cwd=folder, env=environment, timeout=60, check=False,
@@ -200,7 +223,8 @@ cable that is pulled meanwhile; where the locale is English, where it is Japanes
 alone). On a terminal each phase has a bar meanwhile; the differences of `verify` are in colour.
 
 `scripts/command-line-examples.py` makes this page, and a test runs it again. 0.0 stands for every time. `toggle.hex` is
-`examples/toggle-tiny12/toggle-tiny12.hex`; `broken.hex` has a wrong checksum.
+`examples/toggle-tiny12/toggle-tiny12.hex`; `broken.hex` has a wrong checksum; `copy.json` is a safety copy with
+`toggle.hex` in it.
 """
 
 

@@ -262,6 +262,16 @@ void Cmd_btn_read_Click(core::RunContext& context) {
   ExplainFailure(context);
 }
 
+void ReadEepromAlone(core::RunContext& context) {
+  MarkStart(context, core::DeviceOperation::Read);
+  StartTiming(context);
+  if (!CheckLink(context)) return;
+  ReadEepromOfDevice(context);
+  image::NoteRead(context.State, image::Memory::Eeprom, context.State.Command.ReadFinished);
+  ShowElapsedTime(context);
+  ExplainFailure(context);
+}
+
 void Cmd_btn_verify_Click(core::RunContext& context) {
   MarkStart(context, core::DeviceOperation::Verify);
   if (!CheckLink(context)) return;

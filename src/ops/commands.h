@@ -17,6 +17,9 @@ void Cmd_btn_program_Click(core::RunContext& context);
 /// Reads both memories of the chip into the buffers, and its fuse and lock bits into their lists.
 void Cmd_btn_read_Click(core::RunContext& context);
 
+/// Reads the EEPROM of the chip into its buffer, and nothing else. No control of the window has it.
+void ReadEepromAlone(core::RunContext& context);
+
 /// Compares both memories of the chip with the buffers.
 void Cmd_btn_verify_Click(core::RunContext& context);
 

@@ -90,4 +90,13 @@ void ReadDevice(core::RunContext& context) {
   if (ReadFlash(context)) ReadEeprom(context);
 }
 
+void ReadEepromOfDevice(core::RunContext& context) {
+  link::CheckSocketDevice(context);
+  if (context.State.LinkError != 0) {
+    core::ShowStatus(context, "リードを中止しました。");
+    return;
+  }
+  ReadEeprom(context);
+}
+
 }  // namespace fenwright::ops

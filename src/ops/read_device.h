@@ -9,4 +9,8 @@ namespace fenwright::ops {
 /// old values, programming mode is not left and the EEPROM is not read.
 void ReadDevice(core::RunContext& context);
 
+/// Reads the EEPROM into its buffer, and leaves the flash out. A chip that is not the selected one
+/// ends it before.
+void ReadEepromOfDevice(core::RunContext& context);
+
 }  // namespace fenwright::ops

@@ -13,12 +13,16 @@
 namespace fenwright::testing {
 namespace {
 
+const std::string kOnBoard = "--simulate --device ATtiny12L";
+
 class Json : public CliTest {
  protected:
   Json() {
     PutCode({1, 2, 3, 4});
     Put("firmware.hex", ":020000000102FB\r\n:00000001FF\r\n");
     Put("broken.hex", ":0200000001FF\r\n:00000001FF\r\n");
+    const json told = Run("--json " + kOnBoard + " erase --backup .").Json();
+    std::filesystem::rename(Path(told["backup"]), Path("copy.json"));
   }
 };
 
@@ -28,6 +32,7 @@ std::string ArgumentsOf(const std::string& verb, const std::string& file) {
   if (verb == "compare") return " " + file + " code.hex";
   if (verb == "update-firmware") return " --yes " + (file == "code.hex" ? "firmware.hex" : file);
   if (verb == "write-fuses") return " CKSEL=4";
+  if (verb == "restore") return " " + (file == "code.hex" ? "copy.json" : file);
   if (verb == "completion") return " bash";
   return "";
 }
@@ -38,8 +43,6 @@ struct Case {
   std::string File = "code.hex";
   std::string Behind{};  ///< of the verb's own arguments
 };
-
-const std::string kOnBoard = "--simulate --device ATtiny12L";
 
 /// The kinds of endings. A fault's number is that of the reply, or byte, that it hits.
 std::vector<Case> Cases() {

@@ -7,6 +7,7 @@
 #include "device_run.h"
 #include "ops/commands.h"
 #include "ops/trouble.h"
+#include "safety_copy.h"
 #include "socket.h"
 #include "verbs.h"
 
@@ -41,21 +42,29 @@ void WarnOfTheChip(Session& session) {
   }
 }
 
-Outcome Erase(Session& session, bool strict) {
-  if (strict) {
+struct EraseOptions {
+  bool Strict = false;
+  std::shared_ptr<BackupOptions> Backup;
+};
+
+Outcome Erase(Session& session, const EraseOptions& options) {
+  if (options.Strict) {
     const ExitCode code = RequireSelectedChip(session);
     if (code != ExitCode::Success) return Refuse(session, code);
   }
+  const SafetyCopy copy = TakeSafetyCopy(session, *options.Backup);
+  if (copy.Refusal) return *copy.Refusal;
   const DeviceRun run = RunOnDevice(session, ops::Cmd_btn_erase_Click);
   if (run.Code == ExitCode::Success) WarnOfTheChip(session);
-  return TellDeviceRun(session, run);
+  return TellDeviceRun(session, run, copy.Fields);
 }
 
 VerbRun BindErase(CLI::App& command) {
-  const auto strict = std::make_shared<bool>(false);
-  command.add_flag("--strict", *strict,
+  const auto options = std::make_shared<EraseOptions>();
+  command.add_flag("--strict", options->Strict,
                    "read the signature first, and erase the selected device alone");
-  return [strict](Session& session) { return Erase(session, *strict); };
+  options->Backup = AddBackup(command);
+  return [options](Session& session) { return Erase(session, *options); };
 }
 
 }  // namespace
@@ -69,6 +78,9 @@ const Verb kErase{.Name = "erase",
                                  "erase flash, EEPROM and lock bits"},
                                 {"--port COM5 --device AT90S8515 erase --strict",
                                  "ソケットのチップが AT90S8515 のときだけ消去します",
-                                 "the same, when the chip in the socket is an AT90S8515"}}}};
+                                 "the same, when the chip in the socket is an AT90S8515"},
+                                {"--port COM5 --device AT90S8515 erase --backup copies",
+                                 "先に内容を copies フォルダーにコピーします",
+                                 "keep what it holds in the folder copies first"}}}};
 
 }  // namespace fenwright::cli

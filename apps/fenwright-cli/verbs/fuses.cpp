@@ -11,14 +11,15 @@
 
 #include <fmt/format.h>
 
-#include "device_run.h"
 #include "explanations.h"
 #include "fuse/fuse_bytes.h"
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
 #include "fuse/reset_pin.h"
+#include "fuse_check.h"
 #include "lock_modes.h"
 #include "ops/commands.h"
+#include "safety_copy.h"
 #include "suggest.h"
 #include "text.h"
 #include "verbs.h"
@@ -27,26 +28,15 @@ namespace fenwright::cli {
 namespace {
 
 using screen::FuseList;
-using Choices = std::map<FuseList, int>;
-using FuseBytes = std::vector<core::FuseTransfer>;
+using Choices = FuseChoices;
 
 struct WriteOptions {
   std::vector<std::string> Fields;  ///< "FIELD=ITEM"
   bool FromDefaults = false;        ///< the other fields get their defaults, not the chip's
   bool DryRun = false;
   bool AllowResetDisable = false;  ///< the reset pin may be given away
+  std::shared_ptr<BackupOptions> Backup;
 };
-
-const fuse::FuseLayout& LayoutOf(Session& session) { return fuse::LayoutOf(session.Device()); }
-
-/// The lists of the selected device, in the order of the window's frame.
-std::vector<FuseList> ListsOf(Session& session) {
-  std::vector<FuseList> lists;
-  for (const FuseList list : fuse::kFrameOrder) {
-    if (session.Fuses().Has(list)) lists.push_back(list);
-  }
-  return lists;
-}
 
 std::vector<std::string> FieldNames(Session& session) {
   std::vector<std::string> names;
@@ -56,21 +46,6 @@ std::vector<std::string> FieldNames(Session& session) {
 
 std::string ListFieldNames(Session& session) {
   return fmt::format("{}", fmt::join(FieldNames(session), " "));
-}
-
-/// An item in ASCII, "" for none.
-std::string AsciiName(Session& session, FuseList list, int index) {
-  if (index < 0) return "";
-  const auto place = static_cast<std::size_t>(index);
-  return list == FuseList::Lock ? kLockModes.at(place) : session.Fuses().Items(list).at(place);
-}
-
-/// An item in the language of the call, "" for none.
-std::string ItemText(Session& session, FuseList list, int index) {
-  if (index < 0 || session.Language() == core::Language::English) {
-    return AsciiName(session, list, index);
-  }
-  return session.Fuses().Items(list).at(static_cast<std::size_t>(index));
 }
 
 /// What a list shows.
@@ -179,17 +154,6 @@ ExitCode ReadChoices(Session& session, const WriteOptions& options, Choices& cho
                             session.Device(), names)}});
 }
 
-Outcome RefuseResetDisable(Session& session, const core::Sentence& what_was_done) {
-  const std::string warning(fuse::kResetDisableWarning);
-  session.Fail(ExitCode::Usage,
-               {.Code = problem::kResetPin,
-                .Text = {warning, FindExplanation(problem::kResetPin)->Cause.English}});
-  session.Out().PrintError(
-      session.In(what_was_done) +
-      session.In({"。--allow-reset-disable で許します", "; --allow-reset-disable allows it"}));
-  return {.Code = ExitCode::Usage};
-}
-
 nlohmann::json FieldsAsJson(Session& session) {
   nlohmann::json fields = nlohmann::json::object();
   for (const FuseList list : ListsOf(session)) {
@@ -199,20 +163,6 @@ nlohmann::json FieldsAsJson(Session& session) {
         {"name", AsciiName(session, list, session.Fuses().SelectedIndex(list))}};
   }
   return fields;
-}
-
-nlohmann::json BytesAsJson(const FuseBytes& bytes) {
-  nlohmann::json object = nlohmann::json::object();
-  for (const core::FuseTransfer& byte : bytes) object[byte.Name] = byte.Value;
-  return object;
-}
-
-/// The calibration bytes that the device has.
-std::vector<std::uint8_t> CalibrationOf(Session& session) {
-  const std::vector<std::uint8_t>& bytes = session.State().CalibrationBytes;
-  const auto count = static_cast<std::size_t>(LayoutOf(session).CalibrationCount);
-  return {bytes.begin(),
-          bytes.begin() + static_cast<std::ptrdiff_t>(std::min(count, bytes.size()))};
 }
 
 void PrintFields(Session& session) {
@@ -229,62 +179,6 @@ void PrintFields(Session& session) {
   const std::vector<std::uint8_t> calibration = CalibrationOf(session);
   if (calibration.empty()) return;
   session.Out().PrintResult(fmt::format("calib      0x{:02X}", fmt::join(calibration, " 0x")));
-}
-
-/// What one reading of the device gave.
-struct FuseReading {
-  FuseBytes Bytes;
-  std::vector<std::uint8_t> Calibration;
-};
-
-FuseReading LastFuseReading(Session& session) {
-  return {.Bytes = session.State().Command.FuseBytes, .Calibration = CalibrationOf(session)};
-}
-
-/// Where two readings differ, "" when they don't.
-std::string Difference(const FuseReading& first, const FuseReading& second) {
-  for (std::size_t i = 0; i < std::min(first.Bytes.size(), second.Bytes.size()); ++i) {
-    if (first.Bytes[i] == second.Bytes[i]) continue;
-    return fmt::format("{} 0x{:02X}, then 0x{:02X}", first.Bytes[i].Name, first.Bytes[i].Value,
-                       second.Bytes[i].Value);
-  }
-  if (first.Bytes.size() != second.Bytes.size()) return "another number of bytes";
-  if (first.Calibration == second.Calibration) return "";
-  return fmt::format("calibration 0x{:02X}, then 0x{:02X}", fmt::join(first.Calibration, " 0x"),
-                     fmt::join(second.Calibration, " 0x"));
-}
-
-/// A byte that came wrong over the line shows in nothing else than a second reading. Two readings
-/// that differ fail the call, with `consequence` behind what they differ in.
-DeviceRun ReadTwice(Session& session, const core::Sentence& consequence = {}) {
-  DeviceRun run = RunOnDevice(session, ops::cmdFuseRead_Click);
-  if (run.Code != ExitCode::Success) return run;
-  const FuseReading first = LastFuseReading(session);
-  const DeviceRun second = RunOnDevice(session, ops::cmdFuseRead_Click);
-  run.Seconds += second.Seconds;
-  run.Code = second.Code;
-  run.Ending = second.Ending;
-  if (run.Code != ExitCode::Success) return run;
-  const std::string difference = Difference(first, LastFuseReading(session));
-  if (difference.empty()) return run;
-  run.Code = session.Fail(
-      ExitCode::Failed,
-      {.Code = problem::kReadingsDiffer,
-       .Text = {fmt::format("二回の読み出しの結果が違います: {}。接触とケーブルを確かめて、もう一度"
-                            "読み出してください{}",
-                            difference, consequence.Japanese),
-                fmt::format("two readings of the device differ: {}; check the contacts and the "
-                            "cable and read again{}",
-                            difference, consequence.English)}});
-  return run;
-}
-
-/// Tells of a device run that went well on the line, and whose result is not to be trusted.
-Outcome TellDoubt(Session& session, const DeviceRun& run, const Problem& problem,
-                  const nlohmann::json& more) {
-  session.Fail(ExitCode::Failed, problem);
-  if (!session.Json()) return {.Code = ExitCode::Failed};
-  return TellDeviceRun(session, {.Code = ExitCode::Failed, .Seconds = run.Seconds}, more);
 }
 
 /// Two readings that differ have said what they came to; nothing of the second is shown.
@@ -401,7 +295,7 @@ Outcome ReadFuses(Session& session) {
   }
   // Bits that no item stands for leave the list as it is; its default must not pass for them.
   session.Fuses().Select(FuseList::Lock, -1);
-  const DeviceRun run = ReadTwice(session);
+  const DeviceRun run = ReadFusesTwice(session);
   if (run.Code != ExitCode::Success) return TellFuseRun(session, run);
   PrintFields(session);
   return TellDeviceRun(session, run,
@@ -410,94 +304,25 @@ Outcome ReadFuses(Session& session) {
                         {"calibration", CalibrationOf(session)}});
 }
 
-/// Why the bits cannot be read back, "" when they can.
-std::string WhyNotReadBack(Session& session) {
-  if (!LayoutOf(session).ReadEnabled) {
-    return session.In({"このデバイスでは読めません", "this device gives none of them away"});
-  }
-  if (fuse::DisablesReset(session.Context())) {
-    return session.In({"デバイスにはもう届きません", "the device can no longer be reached"});
-  }
-  if (session.Fuses().SelectedIndex(FuseList::Lock) == FindText(kLockModes, "write-verify")) {
-    return session.In(
-        {"デバイスは読み出しが禁止されています", "the device is locked against reading"});
-  }
-  return "";
-}
-
-/// What each list is to show once the bytes are read back: not every item has bits of its own.
-Choices ExpectedChoices(Session& session, const FuseBytes& written) {
-  Choices expected;
-  for (const fuse::ReadStep& step : LayoutOf(session).ReadSteps) {
-    const auto byte = std::ranges::find(written, step.Caption, &core::FuseTransfer::Name);
-    for (const fuse::DecodedField& field : step.Fields) {
-      expected[field.List] = byte == written.end() ? session.Fuses().SelectedIndex(field.List)
-                                                   : fuse::DecodeIndex(field, byte->Value);
-    }
-  }
-  return expected;
-}
-
-/// The first field that the device holds otherwise; empty when there is none.
-core::Sentence FindOther(Session& session, const Choices& expected) {
-  for (const auto& [list, index] : expected) {
-    const int found = session.Fuses().SelectedIndex(list);
-    if (found == index) continue;
-    const auto text = [&session, list = list](int item) {
-      return item < 0 ? std::string("?") : ItemText(session, list, item);
-    };
-    return {fmt::format("{}: 書いた値 {}、読み戻した値 {}", fuse::FieldName(list), text(index),
-                        text(found)),
-            fmt::format("{}: written {}, read back {}", fuse::FieldName(list), text(index),
-                        text(found))};
-  }
-  return {};
-}
-
-/// Reads what was written back and compares it. A chip acknowledges a write that it does not carry
-/// out, a locked one for instance.
+/// Reads what was written back and compares it.
 Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann::json fields) {
-  if (const std::string reason = WhyNotReadBack(session); !reason.empty()) {
-    session.Out().Print(session.In({"読み戻していません: ", "not read back: "}) + reason);
-    fields["read_back"] = reason;
+  const ReadBack back = ReadBackFuses(session, plan.NewBytes);
+  fields["read_back"] = back.Field;
+  run.Seconds += back.Run.Seconds;
+  if (!back.WhyNot.empty()) {
+    session.Out().Print(session.In({"読み戻していません: ", "not read back: "}) + back.WhyNot);
     return TellDeviceRun(session, run, fields);
   }
-  const Choices expected = ExpectedChoices(session, plan.NewBytes);
-  session.Fuses().Select(FuseList::Lock, -1);
-  const DeviceRun read = RunOnDevice(session, ops::cmdFuseRead_Click);
-  run.Seconds += read.Seconds;
-  if (read.Code != ExitCode::Success) {
-    fields["read_back"] = "failed";
-    run.Code = read.Code;
-    run.Ending = read.Ending;
-    if (read.Code == ExitCode::Stopped || read.Code == ExitCode::FileError) {
-      return TellDeviceRun(session, run, fields);
-    }
-    return TellDoubt(session, run,
-                     {.Code = problem::kNotReadBack,
-                      .Text = {"ビットは書き込みましたが、読み戻せませんでした。接続と、デバイスに"
-                               "クロックがあるかを確かめてください",
-                               "the bits were written, and could not be read back: check the "
-                               "connection, and whether the device still has its clock"}},
-                     fields);
-  }
-  fields["read_back"] = BytesAsJson(session.State().Command.FuseBytes);
-  const core::Sentence other = FindOther(session, expected);
-  if (other.English.empty()) {
-    session.Out().Print(fmt::format(
-        fmt::runtime(
-            session.In({"完了: ヒューズとロックビットを書き込み、読み戻しました ({:.1f} 秒)",
-                        "ok: fuse and lock bits written and read back in {:.1f} s"})),
-        run.Seconds));
-    if (!session.Json()) return {.Code = ExitCode::Success};
-    return TellDeviceRun(session, run, fields);
-  }
-  return TellDoubt(
-      session, run,
-      {.Code = problem::kFusesDiffer,
-       .Text = {other.Japanese + "。プロテクトされたデバイスはイレースまでビットを保ちます",
-                other.English + "; a locked device keeps its bits until it is erased"}},
-      fields);
+  if (back.Doubt) return TellDoubt(session, run, *back.Doubt, fields);
+  run.Code = back.Run.Code;
+  run.Ending = back.Run.Ending;
+  if (run.Code != ExitCode::Success) return TellDeviceRun(session, run, fields);
+  session.Out().Print(fmt::format(
+      fmt::runtime(session.In({"完了: ヒューズとロックビットを書き込み、読み戻しました ({:.1f} 秒)",
+                               "ok: fuse and lock bits written and read back in {:.1f} s"})),
+      run.Seconds));
+  if (!session.Json()) return {.Code = ExitCode::Success};
+  return TellDeviceRun(session, run, fields);
 }
 
 Outcome WriteFuses(Session& session, const WriteOptions& options) {
@@ -509,10 +334,18 @@ Outcome WriteFuses(Session& session, const WriteOptions& options) {
   if (reset != choices.end() && reset->second == 0 && !options.AllowResetDisable) {
     return RefuseResetDisable(session, {"何も送っていません", "nothing was sent"});
   }
+  // A dry run has nothing to keep a copy for. The copy's reading leaves its traces in the lists.
+  const SafetyCopy copy = TakeSafetyCopy(
+      session, options.DryRun ? BackupOptions{} : *options.Backup, {{"written", false}});
+  if (copy.Refusal) return *copy.Refusal;
   if (LayoutOf(session).ReadEnabled) {
     const DeviceRun read =
-        ReadTwice(session, {"。何も書き込んでいません", "; nothing was written"});
-    if (read.Code != ExitCode::Success) return TellFuseRun(session, read, {{"written", false}});
+        ReadFusesTwice(session, {"。何も書き込んでいません", "; nothing was written"});
+    if (read.Code != ExitCode::Success) {
+      nlohmann::json fields = copy.Fields;
+      fields["written"] = false;
+      return TellFuseRun(session, read, fields);
+    }
   }
   const Plan plan = MakePlan(session, options, choices);
   PrintPlan(session, plan);
@@ -523,6 +356,7 @@ Outcome WriteFuses(Session& session, const WriteOptions& options) {
   if (options.DryRun) return FinishDryRun(session, plan);
   const DeviceRun run = RunOnDevice(session, ops::cmdFuseWrite_Click);
   nlohmann::json fields = PlanAsJson(session, plan, run.Code == ExitCode::Success);
+  fields.update(copy.Fields);
   fields["read_back"] = "not done";
   if (run.Code != ExitCode::Success) return TellDeviceRun(session, run, fields);
   return CheckWritten(session, plan, run, fields);
@@ -540,6 +374,7 @@ VerbRun BindWrite(CLI::App& command) {
   command.add_flag("--dry-run", options->DryRun, "show what would be written and write nothing");
   command.add_flag("--allow-reset-disable", options->AllowResetDisable,
                    "allow a choice after which the programmer can never reach the device again");
+  options->Backup = AddBackup(command);
   return [options](Session& session) { return WriteFuses(session, *options); };
 }
 

@@ -1,14 +1,11 @@
-#include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include <fmt/format.h>
 
-#include "device_run.h"
+#include "chip_reading.h"
 #include "image/hex_writer.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
@@ -80,26 +77,10 @@ ExitCode CheckOutputs(Session& session, const ReadOptions& options) {
   return ExitCode::Success;
 }
 
-/// What went wrong with a file that was to be written, if anything did.
-std::optional<Problem> Complaint(const std::string& path, const image::HexWriteReport& report) {
-  if (report) return std::nullopt;
-  const bool refused = report.End == image::HexWriteEnd::AccessRefused;
-  return Problem{
-      .Code = problem::kFileUnwritable,
-      .Text = {fmt::format("{}: 書けません: {}", path, report.Reason),
-               fmt::format("{}: cannot be written: {}", path, report.Reason)},
-      .Cure = refused ? core::Sentence{"書き込みを許すか、別のファイルを指定します。",
-                                       "allow writing there, or name another file"}
-                      : core::Sentence{
-                            "フォルダーとディスクの空きを確かめるか、別のファイルを指定します。",
-                            "check the folder and the room on its disc, or name another "
-                            "file"}};
-}
-
 /// Saves what was read, as much of it as can be; false when something went wrong.
 bool Save(Session& session, const ReadOptions& options) {
   const auto note = [&session](const std::string& path, const image::HexWriteReport& report) {
-    if (const auto problem = Complaint(path, report)) {
+    if (const auto problem = WhyNotWritten(path, report)) {
       session.Fail(ExitCode::FileError, *problem);
     } else if (path == kStream) {
       session.Out().PrintResult(session.Streams().Written());
@@ -118,69 +99,14 @@ bool Save(Session& session, const ReadOptions& options) {
   return !session.HasError();
 }
 
-/// What one reading of the device has brought.
-struct MemoryReading {
-  std::vector<std::uint8_t> Flash;
-  std::vector<std::uint8_t> Eeprom;
-  std::vector<core::FuseTransfer> Fuses;
-};
-
-MemoryReading LastMemoryReading(const core::AppState& state) {
-  return {
-      .Flash = state.FlashBuffer, .Eeprom = state.EepromBuffer, .Fuses = state.Command.FuseBytes};
-}
-
-/// The first place where two readings of a memory differ, "" when there is none. `unit` bytes make
-/// a cell, in the order in which they are shown.
-std::string FirstDifference(const char* memory, std::size_t unit,
-                            const std::vector<std::uint8_t>& first,
-                            const std::vector<std::uint8_t>& second) {
-  const auto found = std::ranges::mismatch(first, second);
-  if (found.in1 == first.end()) return "";
-  const auto cell = static_cast<std::size_t>(found.in1 - first.begin()) / unit;
-  const auto hex = [&](const std::vector<std::uint8_t>& bytes) {
-    std::string text;
-    for (std::size_t i = 0; i < unit; ++i) text += fmt::format("{:02X}", bytes[cell * unit + i]);
-    return text;
-  };
-  return fmt::format("{} 0x{:04X}: {}, then {}", memory, cell, hex(first), hex(second));
-}
-
-std::string FirstDifference(const MemoryReading& first, const MemoryReading& second) {
-  std::string difference = FirstDifference("flash word", 2, first.Flash, second.Flash);
-  if (difference.empty()) {
-    difference = FirstDifference("EEPROM byte", 1, first.Eeprom, second.Eeprom);
-  }
-  if (difference.empty() && first.Fuses != second.Fuses) difference = "the fuse and lock bits";
-  return difference;
-}
-
-/// Reads once more; false when the device gave something else.
-bool ReadsAgainTheSame(Session& session, DeviceRun& run) {
-  const MemoryReading first = LastMemoryReading(session.State());
-  const DeviceRun second = RunOnDevice(session, ops::Cmd_btn_read_Click);
-  run.Code = second.Code;
-  run.Ending = second.Ending;
-  run.Seconds += second.Seconds;
-  if (run.Code != ExitCode::Success) return true;
-  const std::string difference = FirstDifference(first, LastMemoryReading(session.State()));
-  if (difference.empty()) return true;
-  run.Code = session.Fail(
-      ExitCode::Failed,
-      {.Code = problem::kReadingsDiffer,
-       .Text = {fmt::format("二回の読み出しの結果が違います: {}。何も保存していません", difference),
-                fmt::format("two readings of the device differ: {}; check the contacts and the "
-                            "cable; nothing was saved",
-                            difference)}});
-  return false;
-}
-
 Outcome Read(Session& session, const ReadOptions& options) {
   const ExitCode code = CheckOutputs(session, options);
   if (code != ExitCode::Success) return {.Code = code};
   DeviceRun run = RunOnDevice(session, ops::Cmd_btn_read_Click);
   const bool read_once = run.Code == ExitCode::Success;
-  const bool agreed = !read_once || !options.Verify || ReadsAgainTheSame(session, run);
+  const bool agreed =
+      !read_once || !options.Verify ||
+      ReadsAgainTheSame(session, run, {"。何も保存していません", "; nothing was saved"});
   if (read_once && !ops::DescribeProtection(session.State()).empty()) {
     session.Warn({.Code = problem::kLockedDevice,
                   .Text = {ops::DescribeProtection(session.State()),
