@@ -1,3 +1,4 @@
+#include <stdexcept>
 #include <string>
 
 #include <QComboBox>
@@ -31,7 +32,9 @@ void ProgramAndSpoil(Studio& studio) {
 }
 
 void Select(const char* list, int item) {
-  qobject_cast<QComboBox*>(Studio::Find(list))->setCurrentIndex(item);
+  auto* const box = qobject_cast<QComboBox*>(Studio::Find(list));
+  if (box == nullptr) throw std::runtime_error(std::string("no list ") + list);
+  box->setCurrentIndex(item);
 }
 
 /// Programs the chip and protects it against reading.
