@@ -40,7 +40,8 @@ std::string FirstDifference(const ChipReading& first, const ChipReading& second)
 
 ChipReading LastChipReading(Session& session) {
   const core::AppState& state = session.State();
-  return {.Flash = {state.FlashBuffer.begin(), state.FlashBuffer.begin() + 2 * state.FlashWords},
+  const std::ptrdiff_t flash_bytes = std::ptrdiff_t{2} * state.FlashWords;
+  return {.Flash = {state.FlashBuffer.begin(), state.FlashBuffer.begin() + flash_bytes},
           .Eeprom = {state.EepromBuffer.begin(), state.EepromBuffer.begin() + state.EepromBytes},
           .Fuses = state.Command.FuseBytes,
           .Calibration = CalibrationOf(session)};

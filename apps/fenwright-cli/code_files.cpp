@@ -217,9 +217,9 @@ ExitCode TakeData(Session& session, const std::string& code, EngineFiles& files)
     return taken;
   }
   // Beside standard input there is none.
-  if (named.empty() && code != kStream)
+  if (named.empty() && code != kStream) {
     named = DataFileBeside(code);
-  else if (!named.empty() && !session.Streams().Exists(named)) {
+  } else if (!named.empty() && !session.Streams().Exists(named)) {
     return session.Fail(ExitCode::FileError, NoFile(named));
   }
   files.Data = named;

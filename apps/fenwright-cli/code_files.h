@@ -32,6 +32,6 @@ struct LoadedFiles {
 };
 
 /// Loads the files. One that may not be programmed is refused, with its cause and cure printed.
-LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& files);
+LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& named);
 
 }  // namespace fenwright::cli

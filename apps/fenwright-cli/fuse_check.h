@@ -50,10 +50,10 @@ Outcome TellDoubt(Session& session, const DeviceRun& run, const Problem& problem
 
 /// What came of reading back the bits that were written.
 struct ReadBack {
-  DeviceRun Run;                 ///< of the reading
-  std::string WhyNot;            ///< why they cannot be read back, "" when they can
-  std::optional<Problem> Doubt;  ///< why what was written is not to be trusted
-  nlohmann::json Field;          ///< "read_back": the bytes, or why there are none
+  DeviceRun Run;                   ///< of the reading
+  std::string WhyNot;              ///< why they cannot be read back, "" when they can
+  std::optional<Problem> Doubt;    ///< why what was written is not to be trusted
+  nlohmann::json Field = nullptr;  ///< "read_back": the bytes, or why there are none
 };
 
 /// Reads back and compares. A chip acknowledges a write that it does not carry out, a locked one

@@ -12,6 +12,7 @@ namespace {
 VerbRun BindCompletion(CLI::App& command) {
   const auto name = std::make_shared<std::string>();
   std::vector<std::string> names;
+  names.reserve(std::size(kShells));
   for (const Shell& shell : kShells) names.emplace_back(shell.Name);
   command.add_option("SHELL", *name, "the shell that the script is for")
       ->required()

@@ -14,6 +14,7 @@ namespace {
 
 Outcome FailWithoutVerb(Session& session, const std::string& name) {
   std::vector<std::string> names;
+  names.reserve(kVerbs.size());
   for (const Verb* const verb : kVerbs) names.emplace_back(verb->Name);
   const std::string meant = ClosestWord(name, names);
   return {.Code = session.Fail(
