@@ -146,7 +146,7 @@ a **b**
 """
 
 SECTIONS = 60
-ROWS = 99
+ROWS = 98
 
 
 def second_chapter() -> str:
