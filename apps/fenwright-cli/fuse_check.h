@@ -49,6 +49,8 @@ Outcome TellDoubt(Session& session, const DeviceRun& run, const Problem& problem
                   const nlohmann::json& more);
 
 /// What came of reading back the bits that were written.
+// The linter takes the library's checks of its own state for exceptions of the move.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 struct ReadBack {
   DeviceRun Run;                   ///< of the reading
   std::string WhyNot;              ///< why they cannot be read back, "" when they can
