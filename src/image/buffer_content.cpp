@@ -79,8 +79,22 @@ bool IsFileKnown(const Parts& parts) {
   return !parts.OpenedFile.empty() && parts.Content.InFilePath == parts.OpenedFile;
 }
 
+/// A save writes what the device has room for: the rest of a larger file is lost.
+bool HoldsMoreThanTheDevice(const std::vector<std::uint8_t>& bytes, std::size_t size) {
+  return bytes.size() > size &&
+         !IsBlank({bytes.begin() + static_cast<std::ptrdiff_t>(size), bytes.end()},
+                  bytes.size() - size);
+}
+
 bool DiffersFromFile(const Parts& parts) {
-  return IsFileKnown(parts) && !AreAlike(parts.Buffer, parts.Content.InFile, parts.Size);
+  return IsFileKnown(parts) && (!AreAlike(parts.Buffer, parts.Content.InFile, parts.Size) ||
+                                HoldsMoreThanTheDevice(parts.Content.InFile, parts.Size));
+}
+
+/// A save has emptied the file, and there is a copy of what it held.
+bool HasEmptiedFile(const core::AppState& state, const Parts& parts) {
+  return parts.Content.Source == ContentSource::SavedFile && !parts.Content.Edited &&
+         IsBlank(parts.Buffer, parts.Size) && !LastCopyOf(state, parts.Content.Path).empty();
 }
 
 bool WouldEmptyFile(const Parts& parts) {
@@ -219,6 +233,16 @@ std::string DescribeContent(const core::AppState& state) {
                      "\n上書き保存の先 : " + (target.empty() ? "なし" : target);
   const std::string emptied = FilesThatASaveWouldEmpty(state);
   if (!emptied.empty()) text += "\n⚠ 上書き保存すると " + emptied + " の内容は消えて空になります。";
+  // Where a file has words of its own, its doubts stand among them.
+  if (state.CodeInfo.empty() && !state.CodeDoubt.empty()) text += "\n" + state.CodeDoubt;
+  if (state.DataInfo.empty() && !state.DataDoubt.empty()) text += "\n" + state.DataDoubt;
+  std::string saved;
+  for (const Memory memory : {Memory::Flash, Memory::Eeprom}) {
+    const Parts parts = PartsOf(state, memory);
+    if (!HasEmptiedFile(state, parts)) continue;
+    saved += (saved.empty() ? "" : " と ") + FileNameOf(parts.Content.Path);
+  }
+  if (!saved.empty()) text += "\n⚠ " + DescribeEmptiedFiles(state, saved);
   return text;
 }
 

@@ -390,8 +390,9 @@ void mnuFileSave_Click(core::RunContext& context) {
   NoteSavedCode(context.State, report);
   NoteSavedData(context.State, report);
   if (emptied.empty() || report.End != image::SaveEnd::Written) return;
-  core::ShowStatus(context, context.State.StatusText + " " +
-                                image::DescribeEmptiedFiles(context.State, emptied));
+  const std::string told = image::DescribeEmptiedFiles(context.State, emptied);
+  core::ShowStatus(context, context.State.StatusText + " " + told);
+  core::ShowOutcome(context, screen::Outcome::Attention, told);
 }
 
 void Cmd_btn_save_Click(core::RunContext& context) { mnuFileSave_Click(context); }

@@ -16,6 +16,7 @@
 #include "link/serial_link.h"
 #include "link/socket_check.h"
 #include "ops/device_change.h"
+#include "ops/trouble.h"
 
 namespace fenwright::ops {
 namespace {
@@ -50,18 +51,33 @@ bool HoldsMoreThanTheDevice(const std::vector<std::uint8_t>& buffer, std::int32_
   return std::any_of(first, buffer.end(), [](std::uint8_t byte) { return byte != core::kBlank; });
 }
 
+/// What speaks against a buffer that was loaded for a larger device, "" = nothing.
+std::string DoubtOfSize(const std::string& name, const std::vector<std::uint8_t>& buffer,
+                        std::int32_t bytes) {
+  if (!HoldsMoreThanTheDevice(buffer, bytes)) return "";
+  return "⚠ " + name +
+         "はデバイスの容量を超えています。超える部分は書き込まれず、上書き保存するとファイルから"
+         "失われます。";
+}
+
 }  // namespace
 
 SocketContent IdentifySocket(core::RunContext& context) {
   core::TraceLog(context).AppendStartMarker();
   context.State.Command.LinkReady = link::CheckProgrammerLink(context);
-  if (!context.State.Command.LinkReady) return {};
+  if (!context.State.Command.LinkReady) {
+    context.Screen.MessageDialog.SetCode(TroubleOf(context.State));
+    return {};
+  }
   core::ShowMessage(context, "ソケットのデバイスを調べています.....", screen::MessageMode::Busy);
   context.State.LinkError = 0;
   const std::optional<link::Signature> signature = ReadSignatureOnce(context);
   if (!signature || !link::IsUsable(*signature)) {
     core::ReportResult(context, "ソケットのデバイスを読み出せませんでした。",
                        screen::Outcome::Failure);
+    const std::string cause = signature ? link::DescribeSocket(*signature) : "";
+    if (!cause.empty()) core::ShowDetail(context, cause);
+    context.Screen.MessageDialog.SetCode(trouble::kNoSignature);
     return {};
   }
   std::vector<int> rows = RowsOf(*signature);
@@ -88,12 +104,17 @@ void PickDeviceKeepingBuffers(core::RunContext& context, int index) {
   // What was said about the files was said for the device before.
   state.CodeInfo.clear();
   state.DataInfo.clear();
-  const bool too_large = HoldsMoreThanTheDevice(state.FlashBuffer, 2 * state.FlashWords) ||
-                         HoldsMoreThanTheDevice(state.EepromBuffer, state.EepromBytes);
+  state.CodeDoubt = DoubtOfSize("コード", state.FlashBuffer, 2 * state.FlashWords);
+  state.DataDoubt = DoubtOfSize("データ", state.EepromBuffer, state.EepromBytes);
+  const bool too_large = !state.CodeDoubt.empty() || !state.DataDoubt.empty();
   core::ShowStatus(context,
                    "デバイスを " + context.Screen.DeviceForm.DeviceText() +
                        " に変更しました。バッファーの内容はそのままです。" +
                        (too_large ? "デバイスの容量を超える部分は書き込まれません。" : ""));
+  if (too_large) {
+    core::ShowOutcome(context, screen::Outcome::Attention,
+                      state.CodeDoubt.empty() ? state.DataDoubt : state.CodeDoubt);
+  }
 }
 
 }  // namespace fenwright::ops

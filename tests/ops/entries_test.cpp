@@ -220,6 +220,7 @@ TEST_F(ContentTest, BlankBuffersOverFilesWithContentAreNamedBeforeAndAfterTheSav
   Press(ops::Cmd_btn_save_Click);
   EXPECT_EQ(State.StatusText,
             "ファイルを保存しました． prog.hex と prog.eep は空の内容になりました。");
+  EXPECT_EQ(StatusBar.Outcome, screen::Outcome::Attention);
   EXPECT_EQ(Described(),
             "コード : prog.hex  0 / 512 word (0 %)\nデータ : prog.eep  0 / 64 byte (0 %)\n"
             "上書き保存の先 : prog.hex、prog.eep");

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "image/buffer_content.h"
 #include "image/old_content.h"
 #include "platform/system/folder_archive.h"
 #include "platform/system/text_files.h"
@@ -309,6 +310,20 @@ TEST_F(SavedOver, FilesLeaveTheirOldContentWhateverTheySaveBy) {
   Choose("mnuFileSaveAsData", "a.eep");
   EXPECT_EQ(Copies(), (Snapshot{{"a.eep", kData}}));
   EXPECT_TRUE(Boxes.Shown.empty());
+}
+
+/// The status text is cut at the window's first size, and goes with the next command.
+TEST_F(SavedOver, BlankBuffersSavedOverFilesLeaveTheWayBackInThePanelUntilTheNextOpening) {
+  const std::string way_back =
+      "\n⚠ a.hex と a.eep は空の内容になりました。元の内容は Backups にあります。";
+  Choose("mnuPC_buffer_clear", "");
+  EXPECT_THAT(image::DescribeContent(State()), Not(HasSubstr(way_back)));
+  Choose("mnuFileSave", "");
+  EXPECT_THAT(image::DescribeContent(State()), HasSubstr(way_back));
+  Put("a.hex", kCode);
+  Put("a.eep", kData);
+  Choose("mnuFileOpen", "a.hex");
+  EXPECT_THAT(image::DescribeContent(State()), Not(HasSubstr(way_back)));
 }
 
 TEST_F(SavedOver, ANewFileLeavesNone) {

@@ -4,6 +4,7 @@
 #include <QMenu>
 #include <QToolButton>
 
+#include "image/buffer_content.h"
 #include "ui/window_bench.h"
 
 namespace fenwright::ui {
@@ -87,6 +88,23 @@ TEST_F(SocketButton, AnImageThatIsLargerThanTheDeviceIsSaid) {
   Choose("mnuSocketDevice_1");
   EXPECT_THAT(PanelText(Panel::Status),
               HasSubstr("デバイスの容量を超える部分は書き込まれません。"));
+  EXPECT_TRUE(Named<QWidget>("sbOutcome")->accessibleDescription().startsWith("注意"));
+  EXPECT_THAT(image::DescribeContent(State()),
+              HasSubstr("\n⚠ コードはデバイスの容量を超えています。"));
+}
+
+/// Neither does a run on it look whole, nor a save of it harmless.
+TEST_F(SocketButton, AnImageThatIsLargerThanTheDeviceIsNoPlainSuccess) {
+  State().FlashBuffer[0] = 0x34;
+  State().FlashBuffer[2 * 600] = 0x12;
+  State().CodeFileName = "large.hex";
+  image::NoteLoaded(State(), image::Memory::Flash, "large.hex", true);
+  GivenChip("ATtiny15L");
+  Ask();
+  Choose("mnuSocketDevice_1");
+  EXPECT_THAT(image::DescribeContent(State()), HasSubstr("large.hex (変更あり)"));
+  Press("Cmd_btn_program");
+  EXPECT_TRUE(Named<QWidget>("sbOutcome")->accessibleDescription().startsWith("注意"));
 }
 
 TEST_F(SocketButton, AnEmptySocketOffersNothingAndIsSaid) {
@@ -94,6 +112,7 @@ TEST_F(SocketButton, AnEmptySocketOffersNothingAndIsSaid) {
   Ask();
   EXPECT_FALSE(Offer()->isVisible());
   EXPECT_EQ(MessageText(), "ソケットのデバイスを読み出せませんでした。");
+  EXPECT_EQ(Find<QLabel>(Run.MessageDialog(), "lblDetail")->text(), "コード: no-signature");
   EXPECT_EQ(Named<QWidget>("sbOutcome")->accessibleDescription(), "失敗");
   EXPECT_EQ(Run.MessageDialog().accessibleDescription(), "失敗");
 }
