@@ -51,6 +51,7 @@ make_prefix() {
     { cat "$scratch/wineboot" && return 1; }
   # One server for all: left to itself it ends some seconds after the last program, and a program
   # that starts in that moment loses its connection.
+  WINEPREFIX=$FENWRIGHT_WINEPREFIX timeout 120 wineserver -w
   WINEPREFIX=$FENWRIGHT_WINEPREFIX wineserver -p
 }
 
