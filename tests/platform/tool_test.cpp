@@ -7,16 +7,23 @@
 namespace fenwright::testing {
 namespace {
 
+/// A program that prints a line, complains in another, and ends with 3.
+std::vector<std::string> Complainer(const std::filesystem::path& folder) {
 #ifdef _WIN32
-const std::vector<std::string> kComplain{"cmd.exe", "/c", "echo what is wrong>&2&exit 3"};
+  const std::filesystem::path script = folder / "complain.cmd";
+  std::ofstream(script) << "@echo unseen\n@echo what is wrong>&2\n@exit 3\n";
+  return {"cmd.exe", "/c", script.string()};
 #else
-const std::vector<std::string> kComplain{"sh", "-c", "echo unseen; echo what is wrong >&2; exit 3"};
+  const std::filesystem::path script = folder / "complain.sh";
+  std::ofstream(script) << "echo unseen; echo what is wrong >&2; exit 3\n";
+  return {"sh", script.string()};
 #endif
+}
 
 TEST(Tool, TellsTheExitCodeAndKeepsTheComplaints) {
   const platform::PrivateFolder folder;
   const std::filesystem::path errors = folder.Path() / "errors";
-  EXPECT_EQ(platform::RunTool(kComplain, errors), 3);
+  EXPECT_EQ(platform::RunTool(Complainer(folder.Path()), errors), 3);
   std::ifstream file(errors);
   std::string line;
   std::getline(file, line);

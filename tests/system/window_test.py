@@ -542,7 +542,8 @@ class FilePanelTest(WindowCase):
         click(find("セーブ", "push button"))
         wait_for("the save", lambda: text_of("ステータス") == "ファイルを保存しました． "
                  "code.hex と code.eep は空の内容になりました。元の内容は Backups にあります。")
-        self.assertNotIn("⚠", panel())
+        self.assertNotIn("上書き保存すると", panel())
+        self.assertIn("⚠ code.hex と code.eep は空の内容になりました。元の内容は Backups にあります。", panel())
 
     def test_what_is_not_in_any_file_marks_the_window(self):
         def title():

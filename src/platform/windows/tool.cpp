@@ -7,9 +7,10 @@
 namespace fenwright::platform {
 namespace {
 
-/// A word as the new program's own start takes it apart again: in quotes, and a backslash twice
-/// where a quote follows.
+/// A word as the new program's own start takes it apart again: in quotes where it needs them, and
+/// a backslash twice where a quote follows.
 std::wstring Quoted(const std::string& word) {
+  if (!word.empty() && word.find_first_of(" \t\"") == std::string::npos) return ToWide(word);
   std::wstring text = L"\"";
   std::size_t backslashes = 0;
   for (const wchar_t character : ToWide(word)) {
