@@ -14,6 +14,15 @@ struct Piece {
 };
 
 constexpr auto kPieces = std::to_array<Piece>({
+    // A device that was picked for what is in the socket.
+    {"⚠ "
+     "コードはデバイスの容量を超えています。超える部分は書き込まれず、上書き保存するとファイルから"
+     "失われます。",
+     "the code is larger than the device: the rest is not written, and a save drops it"},
+    {"⚠ "
+     "データはデバイスの容量を超えています。超える部分は書き込まれず、上書き保存するとファイルから"
+     "失われます。",
+     "the data are larger than the EEPROM: the rest is not written, and a save drops it"},
     // Looking for the board.
     {"ライタと通信中！", "talking to the programmer"},
     {"ライタの準備　ＯＫ ！！", "the programmer is ready"},

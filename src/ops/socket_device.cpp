@@ -51,14 +51,12 @@ bool HoldsMoreThanTheDevice(const std::vector<std::uint8_t>& buffer, std::int32_
   return std::any_of(first, buffer.end(), [](std::uint8_t byte) { return byte != core::kBlank; });
 }
 
-/// What speaks against a buffer that was loaded for a larger device, "" = nothing.
-std::string DoubtOfSize(const std::string& name, const std::vector<std::uint8_t>& buffer,
-                        std::int32_t bytes) {
-  if (!HoldsMoreThanTheDevice(buffer, bytes)) return "";
-  return "⚠ " + name +
-         "はデバイスの容量を超えています。超える部分は書き込まれず、上書き保存するとファイルから"
-         "失われます。";
-}
+constexpr const char* kCodeTooLarge =
+    "⚠ コードはデバイスの容量を超えています。超える部分は書き込まれず、上書き保存するとファイルから"
+    "失われます。";
+constexpr const char* kDataTooLarge =
+    "⚠ データはデバイスの容量を超えています。超える部分は書き込まれず、上書き保存するとファイルから"
+    "失われます。";
 
 }  // namespace
 
@@ -104,9 +102,11 @@ void PickDeviceKeepingBuffers(core::RunContext& context, int index) {
   // What was said about the files was said for the device before.
   state.CodeInfo.clear();
   state.DataInfo.clear();
-  state.CodeDoubt = DoubtOfSize("コード", state.FlashBuffer, 2 * state.FlashWords);
-  state.DataDoubt = DoubtOfSize("データ", state.EepromBuffer, state.EepromBytes);
-  const bool too_large = !state.CodeDoubt.empty() || !state.DataDoubt.empty();
+  const bool code_too_large = HoldsMoreThanTheDevice(state.FlashBuffer, 2 * state.FlashWords);
+  const bool data_too_large = HoldsMoreThanTheDevice(state.EepromBuffer, state.EepromBytes);
+  state.CodeDoubt = code_too_large ? kCodeTooLarge : "";
+  state.DataDoubt = data_too_large ? kDataTooLarge : "";
+  const bool too_large = code_too_large || data_too_large;
   core::ShowStatus(context,
                    "デバイスを " + context.Screen.DeviceForm.DeviceText() +
                        " に変更しました。バッファーの内容はそのままです。" +
