@@ -232,9 +232,9 @@ TEST_F(CliChip, ARequestToEndEndsTheWaitForStandardInput) {
   // A writer keeps the pipe open, and says nothing.
   ASSERT_THAT(Shell("mkfifo input"), Ends(0));
   Process writer({"sh", "-c", "exec sleep 60 >" + Path("input")});
-  Process call({"sh", "-c",
-                "exec " FENWRIGHT_CLI_PROGRAM " --simulate --device ATtiny12L program - <" +
-                    Path("input")});
+  Process call(
+      {"sh", "-c",
+       "exec " FENWRIGHT_CLI_PROGRAM " --simulate --device ATtiny12L program - <" + Path("input")});
   std::this_thread::sleep_for(1s);
   ASSERT_TRUE(call.Running());
   call.Signal(SIGTERM);
