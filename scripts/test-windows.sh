@@ -53,6 +53,9 @@ make_prefix() {
   # that starts in that moment loses its connection.
   WINEPREFIX=$FENWRIGHT_WINEPREFIX timeout 120 wineserver -w
   WINEPREFIX=$FENWRIGHT_WINEPREFIX wineserver -p
+  # Wine's services come with the first program and last as long as the server: with its output,
+  # which nobody may wait for.
+  env -u DISPLAY timeout --kill-after=10 120 "$wine" cmd /c exit >"$scratch/services" 2>&1
 }
 
 run_unit_tests() {
