@@ -8,8 +8,8 @@
 #include <fmt/format.h>
 
 #include "device_name.h"
+#include "fuse/lock_modes.h"
 #include "image/hex_writer.h"
-#include "lock_modes.h"
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
@@ -99,7 +99,7 @@ bool IsReadLocked(Session& session, const DeviceRun& run) {
   if (!ops::DescribeProtection(state).empty()) return true;
   const FuseChoices choices = DecodeFuses(session, state.Command.FuseBytes);
   const auto lock = choices.find(screen::FuseList::Lock);
-  return lock != choices.end() && lock->second == kReadLocked;
+  return lock != choices.end() && lock->second == fuse::kReadLocked;
 }
 
 struct CopyFiles {
@@ -112,7 +112,7 @@ std::string CopyName(Session& session) {
   std::string signature = session.StatusBar().Signature();
   std::erase(signature, ':');
   const platform::DateTime now = session.Context().Line.Clock.Now();
-  return fmt::format("{}-{}-{:04}{:02}{:02}-{:02}{:02}{:02}", DeviceAlias(session.Device()),
+  return fmt::format("{}-{}-{:04}{:02}{:02}-{:02}{:02}{:02}", core::DeviceAlias(session.Device()),
                      signature, now.Year, now.Month, now.Day, now.Hour, now.Minute, now.Second);
 }
 
@@ -175,7 +175,7 @@ nlohmann::json Describe(Session& session, const CopyFiles& files, const ChipRead
   const platform::DateTime now = session.Context().Line.Clock.Now();
   const auto name = [](const std::string& path) { return ToUtf8(ToPath(path).filename()); };
   return {{kVersionKey, kCopyVersion},
-          {"device", DeviceAlias(session.Device())},
+          {"device", core::DeviceAlias(session.Device())},
           {"signature", session.StatusBar().Signature()},
           {"taken", fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", now.Year, now.Month, now.Day,
                                 now.Hour, now.Minute, now.Second)},
@@ -362,7 +362,7 @@ std::optional<Problem> CheckMemoryFile(Session& session, const std::string& path
 
 std::optional<Problem> CheckDevice(Session& session, const std::string& path,
                                    const std::string& device) {
-  const std::string selected = DeviceAlias(session.Device());
+  const std::string selected = core::DeviceAlias(session.Device());
   if (device == selected) return std::nullopt;
   return Problem{
       .Code = problem::kForeignCopy,

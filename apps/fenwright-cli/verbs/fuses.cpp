@@ -15,9 +15,9 @@
 #include "fuse/fuse_bytes.h"
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
+#include "fuse/lock_modes.h"
 #include "fuse/reset_pin.h"
 #include "fuse_check.h"
-#include "lock_modes.h"
 #include "ops/commands.h"
 #include "safety_copy.h"
 #include "suggest.h"
@@ -89,7 +89,7 @@ std::optional<int> FindItem(Session& session, FuseList list, std::string_view te
   const std::vector<std::string>& items = session.Fuses().Items(list);
   if (const auto index = FindText(items, text)) return index;
   if (list == FuseList::Lock) {
-    if (const auto mode = FindText(kLockModes, text)) return mode;
+    if (const auto mode = FindText(fuse::kLockModeNames, text)) return mode;
   }
   const std::optional<int> position = ReadPosition(text);
   const bool exists = position && *position >= 0 && std::cmp_less(*position, items.size());
@@ -225,7 +225,7 @@ std::vector<std::string> DescribeOtherBits(Session& session, const FuseBytes& by
 
 /// True when the lists show a lock mode that prohibits writing.
 bool ShowsLock(Session& session) {
-  return session.Fuses().SelectedIndex(FuseList::Lock) != FindText(kLockModes, "none");
+  return session.Fuses().SelectedIndex(FuseList::Lock) != FindText(fuse::kLockModeNames, "none");
 }
 
 /// Chooses in the lists what is to be written.
