@@ -161,6 +161,7 @@ const Verb kProgram{
     .Description = "erase, program and verify the device",
     .Needed = kDeviceOnPort,
     .Bind = BindProgram,
+    .SeveralBoards = true,
     .Examples = {
         {{"--port COM5 --device AT90S8515 program blink.hex",
           "消去、書き込み、ベリファイをします。blink.eep があればEEPROMにも書きます",
