@@ -367,7 +367,12 @@ ExitCode RunOnBoards(const Verb& verb, const VerbRun& run, const Options& option
   if (code == ExitCode::Success) {
     results = RunAll(verb, run, options, ports);
     code = CodeOf(results);
-    if (code == ExitCode::Stopped) session.FailStopped();
+    if (code == ExitCode::Stopped) {
+      session.FailStopped();
+    } else if (code != ExitCode::Success) {
+      session.NoteError(
+          {.Code = problem::kBoardsFailed, .Text = FindExplanation(problem::kBoardsFailed)->Cause});
+    }
     session.Out().Print(Tally(session, results));
   }
   if (!options.Json) return code;

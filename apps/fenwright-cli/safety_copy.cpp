@@ -7,7 +7,8 @@
 
 #include <fmt/format.h>
 
-#include "device_name.h"
+#include "check_sum.h"
+#include "core/device_catalogue.h"
 #include "fuse/lock_modes.h"
 #include "image/hex_writer.h"
 #include "ops/command.h"
@@ -23,18 +24,6 @@ namespace {
 constexpr const char* kVersionKey = "fenwright_copy";
 constexpr int kCopyVersion = 1;
 constexpr const char* kSumKey = "crc32";
-
-/// CRC-32 as ZIP files have it, in eight digits.
-std::string CheckSum(std::string_view bytes) {
-  constexpr std::uint32_t kPolynomial = 0xEDB88320;
-  constexpr int kBits = 8;
-  std::uint32_t sum = ~0U;
-  for (const char byte : bytes) {
-    sum ^= static_cast<unsigned char>(byte);
-    for (int bit = 0; bit < kBits; ++bit) sum = sum >> 1 ^ (sum % 2 == 0 ? 0 : kPolynomial);
-  }
-  return fmt::format("{:08x}", ~sum);
-}
 
 ExitCode CheckBackupFolder(Session& session, const std::string& folder) {
   const auto fail = [&](std::string_view code, const char* japanese, const char* english) {
