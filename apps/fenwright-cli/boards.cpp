@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 
 #include "explanations.h"
+#include "line_capture.h"
 #include "ops/command.h"
 #include "ops/link_commands.h"
 #include "ops/trouble.h"
@@ -200,17 +201,9 @@ BoardResult RunOnBoard(const Verb& verb, const VerbRun& run, const Options& opti
   return result;
 }
 
-/// Shows nothing.
-class NoLines final : public LineSink {
- public:
-  bool Output(std::string_view /*lines*/) override { return true; }
-  void Error(std::string_view /*lines*/) override {}
-  void Progress(std::string_view /*label*/, int /*percent*/) override {}
-};
-
 /// True when a board that can be used answers there.
 bool HasBoard(const Options& options, const std::string& port) {
-  NoLines nothing;
+  CapturedLines nothing;
   Options quiet = options;
   quiet.Port = port;
   quiet.Device.clear();

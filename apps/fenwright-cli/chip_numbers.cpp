@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "fuse_check.h"
+#include "time_text.h"
 
 namespace fenwright::cli {
 namespace {
@@ -24,11 +25,6 @@ ExitCode FailNoRoom(Session& session, const char* what, const core::Sentence& wh
   return session.Fail(ExitCode::FileError, {.Code = problem::kNoRoom,
                                             .Text = {fmt::format("{} {}", what, why.Japanese),
                                                      fmt::format("{} {}", what, why.English)}});
-}
-
-std::string TimeText(const platform::DateTime& now) {
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", now.Year, now.Month, now.Day, now.Hour,
-                     now.Minute, now.Second);
 }
 
 }  // namespace
@@ -118,7 +114,7 @@ ExitCode TakenNumber::Take(Session& session, const ChipNumbers& numbers) {
         numbers.TakeNone
             ? counter.Peek(*numbers.Serial, number)
             : counter.Take(*numbers.Serial, TimeText(session.Context().Line.Clock.Now()),
-                           session.PortPlace(), number);
+                           session.BoardName(), number);
     if (problem) return session.Fail(ExitCode::FileError, *problem);
     if (!numbers.TakeNone) counter_ = std::move(counter);
   }

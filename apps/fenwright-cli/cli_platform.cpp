@@ -17,9 +17,15 @@ namespace {
 std::atomic<int> interrupted = 0;
 static_assert(std::atomic<int>::is_always_lock_free);
 
+/// How many signals have come, and how many of them a stop request is.
+std::atomic<int> signals = 0;
+std::atomic<int> signals_to_stop = 1;
+
 void NoteSignal(int number) {
   interrupted = number;
-  std::signal(number, SIG_DFL);
+  // What is not Ctrl-C does not wait for the work to end.
+  signals += number == SIGINT ? 1 : signals_to_stop.load();
+  std::signal(number, signals < signals_to_stop ? NoteSignal : SIG_DFL);
 }
 
 #ifdef SIGBREAK
@@ -35,6 +41,8 @@ void NoteBreak(int number) {
 
 /// A signal that the caller has the program ignore (nohup, a background job) stays ignored.
 void Watch(int number, void (*note)(int) = NoteSignal) {
+  // Of a further run that begins after a stop request: the next signal ends the program.
+  if (signals >= signals_to_stop) return;
   if (std::signal(number, note) == SIG_IGN) std::signal(number, SIG_IGN);
 }
 
@@ -66,8 +74,12 @@ int ProcessCode(ExitCode code) {
 }
 
 void SignalEventLoop::ProcessPendingEvents() {
-  if (interrupted != 0) state_.StopRequested = true;
+  if (signals >= signals_to_stop) state_.StopRequested = true;
 }
+
+void FinishWorkFirst() { signals_to_stop = 2; }
+
+bool EndWasRequested() { return signals > 0; }
 
 void PrintedStatusBar::SetPanelText(screen::Panel panel, std::string_view text) {
   if (panel == screen::Panel::Signature) signature_ = text;

@@ -28,8 +28,8 @@ namespace fenwright::cli {
 // The window's interfaces at the command line: texts are printed, nothing is asked.
 
 /// Turns Ctrl-C (and a request to terminate, and on Windows Ctrl-Break and the closing of the
-/// console) into a stop request, which takes effect when the running exchange has returned. A
-/// second one ends the program at once. One object per process.
+/// console) into a stop request, which takes effect when the running exchange has returned. The
+/// one after it ends the program at once. The signals are the process's: every run gets them.
 class SignalEventLoop final : public platform::EventLoop {
  public:
   explicit SignalEventLoop(core::AppState& state);
@@ -38,6 +38,13 @@ class SignalEventLoop final : public platform::EventLoop {
  private:
   core::AppState& state_;
 };
+
+/// From now on the first Ctrl-C lets the running work come to its end, and the second one is the
+/// stop request.
+void FinishWorkFirst();
+
+/// True when a Ctrl-C has come.
+bool EndWasRequested();
 
 /// What the process ends with: the code, or for a run that was stopped 128 plus the number of the
 /// signal.

@@ -55,7 +55,9 @@ void Console::NoteOutside(const std::string& text) {
 
 void Console::Print(std::string_view text) {
   if (quiet_) return;
-  if (output_for_result_) {
+  if (in_part_) {
+    PrintProgress(text);
+  } else if (output_for_result_) {
     PrintError(text);
   } else {
     PrintAlways(text);
@@ -91,6 +93,11 @@ void Console::PrintError(std::string_view text) {
   } else {
     WriteTo(std::cerr, AsLine(text));
   }
+}
+
+void Console::Ring(int times) {
+  if (quiet_ || sink_ != nullptr || !terminal_) return;
+  WriteTo(std::cerr, std::string(static_cast<std::size_t>(times), '\a'));
 }
 
 void Console::PrintProgress(std::string_view text) {

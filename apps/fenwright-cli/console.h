@@ -51,11 +51,20 @@ class Console {
   /// error.
   void KeepOutputForResult() { output_for_result_ = true; }
 
+  /// Between the two calls what Print() prints is about what goes on: a part of a longer work has
+  /// its own results.
+  void BeginPart() { in_part_ = true; }
+  void EndPart() { in_part_ = false; }
+  [[nodiscard]] bool InPart() const { return in_part_; }
+
   /// A line on standard output, whatever the options; false when it could not be written.
   bool PrintAlways(std::string_view text);
 
   /// A line on standard error.
   void PrintError(std::string_view text);
+
+  /// Rings the terminal's bell, where there is one.
+  void Ring(int times);
 
   /// A line about what goes on, which --quiet and --json silence.
   void PrintProgress(std::string_view text);
@@ -100,6 +109,7 @@ class Console {
   bool terminal_;
   bool colours_;
   bool output_for_result_ = false;
+  bool in_part_ = false;
   bool result_written_ = true;
   LineSink* sink_;
   std::string last_status_;

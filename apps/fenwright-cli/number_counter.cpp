@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <sstream>
 #include <string_view>
 
@@ -31,6 +33,28 @@ std::optional<std::uint64_t> ReadNumber(std::string_view text) {
   if (code != std::errc{} || stop != text.data() + text.size()) return std::nullopt;
   return number;
 }
+
+/// The files that this process has begun: what begins a file goes on with it, on the next chip and
+/// on the other boards of the call.
+class BegunFiles {
+ public:
+  static BegunFiles& OfProcess() {
+    static BegunFiles files;
+    return files;
+  }
+  void Add(const std::string& path) {
+    const std::scoped_lock lock(mutex_);
+    paths_.insert(path);
+  }
+  bool Has(const std::string& path) {
+    const std::scoped_lock lock(mutex_);
+    return paths_.contains(path);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::set<std::string> paths_;
+};
 
 }  // namespace
 
@@ -103,7 +127,7 @@ std::optional<Problem> NumberCounter::Next(const job::SerialNumber& form, const 
                    .Text = {path_ + ": 番号のファイルがありません",
                             path_ + ": there is no such counter file"}};
   }
-  if (content.IsThere && first_) {
+  if (content.IsThere && first_ && !BegunFiles::OfProcess().Has(path_)) {
     return Problem{
         .Code = problem::kFileExists,
         .Text = {fmt::format("{}: もうあるため、--counter-start では始められません", path_),
@@ -152,11 +176,9 @@ std::optional<Problem> NumberCounter::Take(const job::SerialNumber& form, const 
   if (!hold) return InUse();
   Content content;
   if (auto problem = Read(content)) return problem;
-  // Several boards of one call begin the file together: the first has made it.
-  NumberCounter counter = *this;
-  if (content.IsThere) counter.first_.reset();
-  if (auto problem = counter.Next(form, content, number)) return problem;
+  if (auto problem = Next(form, content, number)) return problem;
   std::string lines = content.CutShort ? std::string(kCut) + "\n" : "";
+  if (!content.IsThere) BegunFiles::OfProcess().Add(path_);
   if (!content.IsThere) lines = fmt::format("{}\nfirst {}\n", kFirstLine, number);
   lines += fmt::format("taken {} {} {}\n", number, when, place);
   if (const auto result = AppendDurably(path_, lines); !result) return Unwritable(result);

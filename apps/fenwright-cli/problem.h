@@ -43,6 +43,7 @@ inline constexpr std::string_view kEmptyResetVector = "empty-reset-vector";
 inline constexpr std::string_view kLockedDevice = "locked-device";
 inline constexpr std::string_view kFirmwareAdvised = "firmware-advised";
 inline constexpr std::string_view kStopped = "stopped";
+inline constexpr std::string_view kChipsFailed = "chips-failed";
 inline constexpr std::string_view kBoardsFailed = "boards-failed";
 inline constexpr std::string_view kCounterMissing = "counter-missing";
 inline constexpr std::string_view kCounterDamaged = "counter-damaged";

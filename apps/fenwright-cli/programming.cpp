@@ -148,22 +148,24 @@ Programming ProgramChip(Session& session, const ProgramOrder& order, const nlohm
       done.Refusal = RefuseUntouched(session, kept.Run, done.Fields);
       return done;
     }
-  } else if (image::UsedEepromBytes(session.State()) == 0) {
+  } else if (image::UsedEepromBytes(session.State()) == 0 && !session.Out().InPart()) {
     // Whoever brings data for it has thought of it.
     session.Out().PrintProgress(
         session.In({"イレースはEEPROMも消去します (--keep-eeprom で元の内容を残します)",
                     "the erase wipes the EEPROM as well (--keep-eeprom keeps what it holds)"}));
   }
-  TakenNumber number;
-  const DeviceRun completed = CompleteImage(session, order.Numbers, number, done.Fields);
-  done.Number = number.Number();
+  TakenNumber& number = done.Serial;
+  DeviceRun completed = CompleteImage(session, order.Numbers, number, done.Fields);
+  if (completed.Code == ExitCode::Success && order.BeforeErase) {
+    completed.Code = order.BeforeErase(number.Number());
+  }
   if (completed.Code != ExitCode::Success) {
+    number.Note(session, false);
     if (!kept.File.empty()) session.Context().Storage.Files.Delete(kept.File);
     done.Refusal = RefuseUntouched(session, completed, done.Fields);
     return done;
   }
   done.Run = RunOnDevice(session, ops::Cmd_btn_program_Click);
-  number.Note(session, done.Run.Code == ExitCode::Success);
   if (order.KeepEeprom) TellKept(session, done.Run, kept, done.Fields);
   return done;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "chip_numbers.h"
@@ -15,6 +16,9 @@ struct ProgramOrder {
   BackupOptions Backup;
   ChipNumbers Numbers;
   bool KeepEeprom = false;
+  /// Called when the image is complete, with the chip's serial number; may be empty. What is no
+  /// success ends the run before anything is erased.
+  std::function<ExitCode(std::optional<std::uint64_t>)> BeforeErase;
 };
 
 /// Loads the files and checks whatever can be checked before anything is sent to the board.
@@ -22,10 +26,10 @@ LoadedFiles PrepareProgramming(Session& session, const ProgramOrder& order);
 
 /// What came of programming a chip.
 struct Programming {
-  std::optional<Outcome> Refusal;       ///< ended before anything was erased or written, and told
-  DeviceRun Run;                        ///< otherwise, for the caller to tell
-  nlohmann::json Fields;                ///< for --json
-  std::optional<std::uint64_t> Number;  ///< the chip's serial number
+  std::optional<Outcome> Refusal;  ///< ended before anything was erased or written, and told
+  DeviceRun Run;                   ///< otherwise, for the caller to tell
+  nlohmann::json Fields;           ///< for --json
+  TakenNumber Serial;              ///< the chip's; the caller notes what became of it
 };
 
 /// Takes the safety copy that is wanted, puts numbers into the image, erases, programs, verifies;

@@ -17,6 +17,7 @@
 #include "platform/system/folders.h"
 #include "platform/system/system_file.h"
 #include "text.h"
+#include "time_text.h"
 
 namespace fenwright::cli {
 namespace {
@@ -24,21 +25,6 @@ namespace {
 constexpr const char* kVersionKey = "fenwright_copy";
 constexpr int kCopyVersion = 1;
 constexpr const char* kSumKey = "crc32";
-
-ExitCode CheckBackupFolder(Session& session, const std::string& folder) {
-  const auto fail = [&](std::string_view code, const char* japanese, const char* english) {
-    return session.Fail(ExitCode::FileError,
-                        {.Code = code,
-                         .Text = {fmt::format("--backup {}: {}", folder, japanese),
-                                  fmt::format("--backup {}: {}", folder, english)}});
-  };
-  std::error_code error;
-  if (!std::filesystem::is_directory(ToPath(folder), error)) {
-    return fail(problem::kFileMissing, "そのフォルダーはありません", "there is no such folder");
-  }
-  if (platform::MayWriteInto(folder)) return ExitCode::Success;
-  return fail(problem::kFileUnwritable, "フォルダーに書けません", "the folder cannot be written");
-}
 
 /// The buffers and what is known of them, as they are now, for as long as a copy passes through
 /// them.
@@ -161,13 +147,11 @@ platform::FileResult SumOf(Session& session, const std::string& path, std::strin
 }
 
 nlohmann::json Describe(Session& session, const CopyFiles& files, const ChipReading& reading) {
-  const platform::DateTime now = session.Context().Line.Clock.Now();
   const auto name = [](const std::string& path) { return ToUtf8(ToPath(path).filename()); };
   return {{kVersionKey, kCopyVersion},
           {"device", core::DeviceAlias(session.Device())},
           {"signature", session.StatusBar().Signature()},
-          {"taken", fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", now.Year, now.Month, now.Day,
-                                now.Hour, now.Minute, now.Second)},
+          {"taken", TimeText(session.Context().Line.Clock.Now())},
           {"flash", {{"file", name(files.Flash)}}},
           {"eeprom", {{"file", name(files.Eeprom)}}},
           {"fuses", BytesAsJson(reading.Fuses)},
@@ -221,6 +205,21 @@ ExitCode SaveCopy(Session& session, const std::string& folder, CopyFiles& files)
 }
 
 }  // namespace
+
+ExitCode CheckBackupFolder(Session& session, const std::string& folder) {
+  const auto fail = [&](std::string_view code, const char* japanese, const char* english) {
+    return session.Fail(ExitCode::FileError,
+                        {.Code = code,
+                         .Text = {fmt::format("--backup {}: {}", folder, japanese),
+                                  fmt::format("--backup {}: {}", folder, english)}});
+  };
+  std::error_code error;
+  if (!std::filesystem::is_directory(ToPath(folder), error)) {
+    return fail(problem::kFileMissing, "そのフォルダーはありません", "there is no such folder");
+  }
+  if (platform::MayWriteInto(folder)) return ExitCode::Success;
+  return fail(problem::kFileUnwritable, "フォルダーに書けません", "the folder cannot be written");
+}
 
 std::shared_ptr<BackupOptions> AddBackup(CLI::App& command) {
   auto options = std::make_shared<BackupOptions>();

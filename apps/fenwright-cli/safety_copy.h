@@ -23,6 +23,9 @@ struct BackupOptions {
 /// Adds their options to a verb.
 std::shared_ptr<BackupOptions> AddBackup(CLI::App& command);
 
+/// Whether copies can be written there. Why not is printed.
+ExitCode CheckBackupFolder(Session& session, const std::string& folder);
+
 /// What came of a copy.
 struct SafetyCopy {
   /// What the call ends with when it may not go on: nothing has been erased or written, and the

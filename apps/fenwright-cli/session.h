@@ -98,6 +98,10 @@ class Session {
   /// Where the programmer is, for people: the path that was opened, or the name of the port where
   /// there is none or it says the same.
   [[nodiscard]] std::string PortPlace() const;
+  /// The board in a list of several, or in a record: its port as the call names it.
+  [[nodiscard]] std::string BoardName() const {
+    return options_.Port.empty() ? PortPlace() : options_.Port;
+  }
   /// The second control on the line of the port, closed.
   [[nodiscard]] platform::SerialControl& UpdaterPort() { return *updater_port_; }
 
@@ -118,6 +122,8 @@ class Session {
   [[nodiscard]] core::Language Language() const { return options_.Language; }
   /// True when Fail() was called.
   [[nodiscard]] bool HasError() const { return error_.has_value(); }
+  /// The word of what the call failed by, "" when nothing has.
+  [[nodiscard]] std::string ErrorCode() const { return error_ ? std::string(error_->Code) : ""; }
   [[nodiscard]] ChosenFuses& Fuses() { return fuses_; }
   [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
 

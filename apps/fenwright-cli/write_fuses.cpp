@@ -309,7 +309,7 @@ Outcome WriteFuses(Session& session, const FuseOrder& order) {
   const SafetyCopy copy =
       TakeSafetyCopy(session, order.DryRun ? BackupOptions{} : order.Backup, {{"written", false}});
   if (copy.Refusal) return *copy.Refusal;
-  if (LayoutOf(session).ReadEnabled) {
+  if (LayoutOf(session).ReadEnabled && !order.JustRead) {
     const DeviceRun read =
         ReadFusesTwice(session, {"。何も書き込んでいません", "; nothing was written"});
     if (read.Code != ExitCode::Success) {

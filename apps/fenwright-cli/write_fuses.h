@@ -15,6 +15,7 @@ struct FuseOrder {
   bool FromDefaults = false;        ///< the other fields get their defaults, not the chip's
   bool DryRun = false;
   bool AllowResetDisable = false;  ///< the reset pin may be given away
+  bool JustRead = false;           ///< the last command has read the bits, and they are trusted
   BackupOptions Backup;
 };
 

@@ -95,8 +95,11 @@ TimeSpread SpreadOf(std::vector<double> seconds) {
 double RoundTripWireSeconds() { return 2 * kSecondsPerByte; }
 
 ProgrammingForecast Forecast(const core::RunContext& context, double extra_seconds) {
-  const int words = context.State.FlashWords;
-  const int data_bytes = context.State.EepromBytes;
+  return Forecast(context, context.State.FlashWords, context.State.EepromBytes, extra_seconds);
+}
+
+ProgrammingForecast Forecast(const core::RunContext& context, int words, int data_bytes,
+                             double extra_seconds) {
   const core::DeviceEntry* const device = core::SelectedDevice(context);
   const CellCost& write_word = device && device->WritesWordsAtOnce ? kWriteWordAtOnce : kWriteWord;
   return {.WriteSeconds = SecondsFor(write_word, words, extra_seconds) +

@@ -53,4 +53,8 @@ struct ProgrammingForecast {
 };
 ProgrammingForecast Forecast(const core::RunContext& context, double extra_seconds);
 
+/// The same for so many words and bytes.
+ProgrammingForecast Forecast(const core::RunContext& context, int words, int data_bytes,
+                             double extra_seconds);
+
 }  // namespace fenwright::ops

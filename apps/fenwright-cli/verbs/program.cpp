@@ -10,7 +10,9 @@ Outcome Program(Session& session, const ProgramOrder& order) {
   const LoadedFiles loaded = PrepareProgramming(session, order);
   if (loaded.Code != ExitCode::Success) return {.Code = loaded.Code, .Json = loaded.Fields};
   const Programming done = ProgramChip(session, order, loaded.Fields);
-  return done.Refusal ? *done.Refusal : TellDeviceRun(session, done.Run, done.Fields);
+  if (done.Refusal) return *done.Refusal;
+  done.Serial.Note(session, done.Run.Code == ExitCode::Success);
+  return TellDeviceRun(session, done.Run, done.Fields);
 }
 
 VerbRun BindProgram(CLI::App& command) {

@@ -1,0 +1,230 @@
+#include "production.h"
+
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <thread>
+
+#include <fmt/format.h>
+
+#include "core/device_catalogue.h"
+#include "line_capture.h"
+#include "ops/command.h"
+#include "ops/socket_device.h"
+#include "platform/system/terminal.h"
+
+namespace fenwright::cli {
+namespace {
+
+/// What a look into the socket has shown.
+enum class SocketState { NoBoard, NoChip, OtherChip, TheChip };
+
+struct Tally {
+  int Passed = 0;
+  int Failed = 0;
+};
+
+/// Looks once. Nothing of it is printed.
+SocketState LookIntoSocket(const Options& call) {
+  CapturedLines nothing;
+  Options options = call;
+  options.Lines = &nothing;
+  options.Folder.clear();
+  Session session(options);
+  if (session.Start({.Folder = true, .AnyDevice = true, .Port = true}) != ExitCode::Success) {
+    return SocketState::NoBoard;
+  }
+  ops::SocketContent content;
+  ops::RunCommand(session.Context(), [&content](core::RunContext& context) {
+    content = ops::IdentifySocket(context);
+  });
+  if (!session.State().Command.LinkReady) return SocketState::NoBoard;
+  if (!content.Read) return SocketState::NoChip;
+  for (const int index : content.Devices) {
+    const auto& device = core::DeviceCatalogue()[static_cast<std::size_t>(index)];
+    if (core::DeviceAlias(device.DisplayName) == options.Device) return SocketState::TheChip;
+  }
+  return SocketState::OtherChip;
+}
+
+void Rest() { std::this_thread::sleep_for(std::chrono::milliseconds(200)); }
+
+/// Says each thing once, until there is another one to say.
+class Notice {
+ public:
+  explicit Notice(Session& session) : session_(session) {}
+  void Say(const core::Sentence& sentence) {
+    if (sentence.English == last_) return;
+    last_ = sentence.English;
+    if (!session_.CallOptions().Quiet) session_.Out().PrintError(session_.In(sentence));
+  }
+  void Forget() { last_.clear(); }
+
+ private:
+  Session& session_;
+  std::string last_;
+};
+
+/// Waits for the job's chip: it has to show twice in a row, since a contact that settles can show
+/// anything. False when the end was requested meanwhile.
+bool WaitForChip(Session& session, Notice& notice) {
+  SocketState last = SocketState::NoChip;
+  while (!EndWasRequested()) {
+    const SocketState state = LookIntoSocket(session.CallOptions());
+    if (state == SocketState::TheChip && last == state) return true;
+    switch (state) {
+      case SocketState::NoBoard:
+        notice.Say({"ボードの応答がありません。つながるのを待ちます",
+                    "the board does not answer; waiting for it to come back"});
+        break;
+      case SocketState::OtherChip:
+        notice.Say({"ソケットのチップはこのジョブのものではありません",
+                    "the chip in the socket is not the one of this job"});
+        break;
+      case SocketState::NoChip:
+        notice.Say({"次のチップを待っています (Ctrl-C で終わります)",
+                    "waiting for the next chip (Ctrl-C ends)"});
+        break;
+      case SocketState::TheChip:
+        break;
+    }
+    last = state;
+    Rest();
+  }
+  return false;
+}
+
+/// Waits until the chip is out of the socket, which two looks have to agree on, or the board was
+/// pulled. False when the end was requested meanwhile.
+bool WaitForRemoval(Session& session, Notice& notice) {
+  int without = 0;
+  while (!EndWasRequested()) {
+    const SocketState state = LookIntoSocket(session.CallOptions());
+    without = state == SocketState::NoChip || state == SocketState::NoBoard ? without + 1 : 0;
+    if (without == 2) return true;
+    notice.Say({"チップを取り出してください", "take the chip out"});
+    Rest();
+  }
+  return false;
+}
+
+bool WaitForKey(Session& session, EnterKey& key, int& seen, Notice& notice) {
+  notice.Say({"チップを入れて Enter を押します (Ctrl-C で終わります)",
+              "put a chip in and press Enter (Ctrl-C ends)"});
+  while (!EndWasRequested()) {
+    const EnterKey::Event event = key.Wait(seen);
+    if (event == EnterKey::Event::Pressed) return true;
+    if (event == EnterKey::Event::Ended) return false;
+  }
+  (void)session;
+  return false;
+}
+
+/// The word in letters that are seen from across the room, line by line.
+std::vector<std::string> LargeWord(bool good) {
+  constexpr std::array<const char*, 5> kPass{"####   ###   ####  ####", "#   # #   # #     #    ",
+                                             "####  #####  ###   ### ", "#     #   #     #     #",
+                                             "#     #   # ####  #### "};
+  constexpr std::array<const char*, 5> kFail{"#####  ###  ##### #    ", "#     #   #   #   #    ",
+                                             "####  #####   #   #    ", "#     #   #   #   #    ",
+                                             "#     #   # ##### #####"};
+  const auto& letters = good ? kPass : kFail;
+  return {letters.begin(), letters.end()};
+}
+
+void TellChip(Session& session, const ChipRow& row, const Tally& tally) {
+  const bool good = row.Result == "pass";
+  Console& out = session.Out();
+  const int number = tally.Passed + tally.Failed;
+  std::string line = fmt::format("{}  #{}", good ? "PASS" : "FAIL", number);
+  if (row.Serial) line += fmt::format("  serial {}", *row.Serial);
+  if (!row.Error.empty()) line += "  " + row.Error;
+  line += fmt::format("  {:.1f} s", row.Seconds);
+  const bool alone = session.CallOptions().Lines == nullptr;
+  if (alone && !session.Json()) {
+    for (const std::string& each : LargeWord(good)) out.Print(each);
+    out.Ring(good ? 1 : 2);
+  }
+  out.Print(line);
+}
+
+Outcome Finish(Session& session, const Tally& tally) {
+  const int chips = tally.Passed + tally.Failed;
+  session.Out().Print(fmt::format(fmt::runtime(session.In({"チップ {} 個: 合格 {}、不合格 {}",
+                                                           "{} chips: {} passed, {} failed"})),
+                                  chips, tally.Passed, tally.Failed));
+  Outcome outcome{.Json = {{"chips", chips}, {"passed", tally.Passed}, {"failed", tally.Failed}}};
+  if (tally.Failed > 0) {
+    outcome.Code = ExitCode::Failed;
+    session.NoteError({.Code = problem::kChipsFailed,
+                       .Text = {"不合格のチップがありました", "not every chip has passed"}});
+  }
+  return outcome;
+}
+
+}  // namespace
+
+EnterKey::Event EnterKey::Wait(int& seen) {
+  constexpr double kSeconds = 0.1;
+  {
+    // One board reads, the others wait for what it finds.
+    const std::scoped_lock lock(mutex_);
+    if (strokes_ == seen && !ended_) {
+      const std::optional<std::string> text = platform::ReadInputWithin(kSeconds);
+      if (text && text->empty()) ended_ = true;
+      for (const char character : text.value_or("")) {
+        if (character == '\n') ++strokes_;
+      }
+    }
+  }
+  if (strokes_ > seen) {
+    ++seen;
+    return Event::Pressed;
+  }
+  return ended_ ? Event::Ended : Event::Nothing;
+}
+
+Outcome Produce(Session& session, const Production& production) {
+  FinishWorkFirst();
+  if (const ExitCode code = session.RequirePort(); code != ExitCode::Success) return {.Code = code};
+  Options options = session.CallOptions();
+  Notice notice(session);
+  Tally tally;
+  int seen = 0;
+  while (!EndWasRequested()) {
+    const bool begin = production.Key != nullptr
+                           ? WaitForKey(session, *production.Key, seen, notice)
+                           : WaitForChip(session, notice);
+    if (!begin) break;
+    notice.Forget();
+    ChipRow row;
+    ExitCode code = ExitCode::Success;
+    {
+      Options each = options;
+      each.Json = false;
+      each.Quiet = options.Quiet || options.Json;
+      Session run(each);
+      code = run.Start(kNeedsOfJob);
+      if (code == ExitCode::Success) code = RunJob(run, production.Order, row).Code;
+      if (row.Result.empty()) row.Error = run.ErrorCode();
+    }
+    // The second Ctrl-C, which the user means for the chip as well.
+    if (code == ExitCode::Stopped) {
+      ++tally.Failed;
+      Outcome stopped = Finish(session, tally);
+      stopped.Code = session.FailStopped();
+      return stopped;
+    }
+    if (code == ExitCode::Success) {
+      ++tally.Passed;
+    } else {
+      ++tally.Failed;
+    }
+    TellChip(session, row, tally);
+    if (production.Key == nullptr && !WaitForRemoval(session, notice)) break;
+    notice.Forget();
+  }
+  return Finish(session, tally);
+}
+
+}  // namespace fenwright::cli
