@@ -2,8 +2,11 @@
 // the same run: a bare loop of system calls, the command line, and the window. See README.md here.
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <exception>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -113,12 +116,43 @@ void MeasureWaiting() {
              process.ProcessorSeconds(), seconds, 100 * process.ProcessorSeconds() / seconds);
 }
 
-int Main(int runs) {
+/// One call of the command line that programs that many boards at once, each on a line of its own.
+void MeasureGang(int runs, const std::string& hex_file) {
+  fmt::print("\nseveral boards in one call, lines paced at 57600 baud\n{:>6} {:>9} {:>9} {:>20}\n",
+             "boards", "whole s", "to one", "processor % a board");
+  double one = 0;
+  for (const int count : {1, 2, 4, 8}) {
+    std::vector<std::unique_ptr<Board>> boards;
+    std::vector<std::string> command{FENWRIGHT_CLI_PROGRAM, "--quiet", "--device", kDevice};
+    for (int i = 0; i < count; ++i) {
+      boards.push_back(std::make_unique<Board>(std::vector<std::string>{"--baud", "57600"}));
+      command.insert(command.end(), {"--port", boards.back()->Link()});
+    }
+    command.insert(command.end(), {"program", hex_file});
+    const Times best = Best(runs, [&] {
+      const auto start = std::chrono::steady_clock::now();
+      testing::Process process(command);
+      if (process.Wait(300) != 0) throw std::runtime_error("gang: " + process.Errors());
+      const std::chrono::duration<double> whole = std::chrono::steady_clock::now() - start;
+      return Times{
+          .Write = whole.count(), .Processor = process.ProcessorSeconds(), .Whole = whole.count()};
+    });
+    if (count == 1) one = best.Whole;
+    fmt::print("{:6} {:9.2f} {:9.3f} {:20.1f}\n", count, best.Whole, best.Whole / one,
+               100 * best.Processor / best.Whole / count);
+  }
+}
+
+int Main(int runs, bool gang_alone) {
   testing::Bytes flash = testing::RandomBytes(std::size_t{2} * kFlashWords, 8515);
   flash.back() = 0x5A;
   const testing::TemporaryFolder folder;
   const std::string hex_file = folder.File("full.hex");
   testing::WriteFile(hex_file, testing::HexFile(flash));
+  if (gang_alone) {
+    MeasureGang(runs, hex_file);
+    return 0;
+  }
   constexpr double kBaud = 57600;
   fmt::print("{}: {} words, {} exchanges; best of {} runs\n", kDevice, kFlashWords, kExchanges,
              runs);
@@ -133,6 +167,7 @@ int Main(int runs) {
     Measure("infinitely fast board", board, flash, hex_file, runs + 2);
     MeasureUpdate("infinitely fast board", board, runs + 2);
   }
+  MeasureGang(runs, hex_file);
   MeasureWaiting();
   return 0;
 }
@@ -144,7 +179,8 @@ int main(int argc, char** argv) try {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication application(argc, argv);
   const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 3;
-  return fenwright::bench::Main(runs);
+  const bool gang_alone = argc > 2 && std::string(argv[2]) == "gang";
+  return fenwright::bench::Main(runs, gang_alone);
 } catch (const std::exception& error) {
   fmt::print(stderr, "programming_bench: {}\n", error.what());
   return 1;
