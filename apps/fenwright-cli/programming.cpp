@@ -122,6 +122,16 @@ DeviceRun CompleteImage(Session& session, const ChipNumbers& numbers, TakenNumbe
 }  // namespace
 
 LoadedFiles PrepareProgramming(Session& session, const ProgramOrder& order) {
+  const ChipNumbers& numbers = order.Numbers;
+  const bool in_eeprom = (numbers.Serial && !numbers.Serial->Place.InFlash) ||
+                         (numbers.Osccal && !numbers.Osccal->Place.InFlash);
+  if (order.KeepEeprom && in_eeprom) {
+    return {.Code = session.Fail(
+                ExitCode::Usage,
+                {.Code = problem::kUsage,
+                 .Text = {"--keep-eeprom では、--serial と --osccal は flash に置きます",
+                          "with --keep-eeprom, --serial and --osccal have to be in the flash"}})};
+  }
   CodeFiles files = order.Files;
   files.NoData = files.NoData || order.KeepEeprom;
   LoadedFiles loaded = LoadCodeFiles(session, files);

@@ -149,6 +149,8 @@ TEST_F(Workbench, NumbersThatCannotBeHadAreSaidBeforeAnythingIsSent) {
            {"--serial eeprom:0x40=7:1", {4, "no-room"}},
            {"--osccal eeprom:0x40", {4, "no-room"}},
            {"--osccal eeprom:0x00=1", {2, "no-calibration"}},
+           {"--keep-eeprom --serial eeprom:0x00=7", {2, "usage"}},
+           {"--keep-eeprom --osccal eeprom:0x00", {2, "usage"}},
            {"--osccal flash:0x3FC --serial flash:0x3FC=7", {4, "no-room"}}}) {
     const CliResult result = On(board, Words("--json program code.hex") + Words(options));
     EXPECT_THAT(result, Ends(code.first)) << options;
