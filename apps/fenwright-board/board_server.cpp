@@ -6,15 +6,11 @@
 #include <poll.h>
 #include <signal.h>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <unistd.h>
 
-#include <fmt/format.h>
-
-#include "board/board_state.h"
+#include "board/line_record.h"
 #include "complain.h"
-#include "fenwright-board/replace_file.h"
 
 namespace fenwright::board_app {
 namespace {
@@ -60,11 +56,8 @@ void CatchEndSignals() {
   Catch(SIGALRM, OnAlarm);
 }
 
-BoardServer::BoardServer(const Options& options, board::SimulatedBoard& board, int terminal)
-    : options_(options),
-      board_(board),
-      terminal_(terminal),
-      saved_leave_count_(board.Protocol().LeaveCount()) {}
+BoardServer::BoardServer(const Options& options, board::LineEnd& line, PseudoTerminal& terminal)
+    : options_(options), line_(line), terminal_(terminal) {}
 
 bool BoardServer::Start() {
   if (options_.Log.empty()) {
@@ -78,21 +71,27 @@ bool BoardServer::Start() {
 }
 
 bool BoardServer::Run() {
-  while (end_asked_for == 0 && !failed_ && !board_.HungUp()) {
+  while (end_asked_for == 0 && !failed_ && !closed_ && !line_.HungUp()) {
     Serve();
   }
-  return Save() && !failed_;
+  if (line_.HungUp()) {
+    Log(board::RecordHangUp());
+  }
+  return !failed_;
 }
 
 void BoardServer::Serve() {
-  const auto due = board_.NextDue();
+  const auto due = line_.NextDue();
   if (!due) {
+    if (line_.EndsWithLine()) {
+      terminal_.EndWithLastUser();
+    }
     ReadBytes();
     return;
   }
   const nanoseconds now = Now();
   if (*due <= now) {
-    SendDue(now);
+    SendDue(*due, now);
   } else {
     WaitFor(*due);
   }
@@ -101,7 +100,7 @@ void BoardServer::Serve() {
 void BoardServer::WaitFor(nanoseconds due) {
   const nanoseconds sleep = due - Now() - kSpin;
   if (sleep > nanoseconds::zero()) {
-    pollfd waiting{.fd = terminal_, .events = POLLIN, .revents = 0};
+    pollfd waiting{.fd = terminal_.Master(), .events = POLLIN, .revents = 0};
     const timespec limit = ToTimespec(sleep);
     if (ppoll(&waiting, 1, &limit, nullptr) > 0) {
       ReadBytes();
@@ -114,9 +113,13 @@ void BoardServer::WaitFor(nanoseconds due) {
 
 void BoardServer::ReadBytes() {
   std::array<std::uint8_t, 512> buffer;
-  const ssize_t count = read(terminal_, buffer.data(), buffer.size());
+  const ssize_t count = read(terminal_.Master(), buffer.data(), buffer.size());
   if (count <= 0) {
     if (count < 0 && errno == EINTR) {
+      return;
+    }
+    closed_ = line_.EndsWithLine() && (count == 0 || errno == EIO);
+    if (closed_) {
       return;
     }
     Complain("the terminal cannot be read: " + SystemReason(), options_.Words);
@@ -124,24 +127,29 @@ void BoardServer::ReadBytes() {
     return;
   }
   const std::span<const std::uint8_t> bytes(buffer.data(), static_cast<std::size_t>(count));
-  Log('>', bytes);
-  board_.Receive(bytes, Now());
-  if (board_.Protocol().LeaveCount() != saved_leave_count_) {
-    Save();
+  last_logged_ = Now();
+  Log(board::RecordBytes(board::Sender::Pc, bytes));
+  line_.Receive(bytes, last_logged_);
+  if (OnReceived) {
+    OnReceived();
   }
 }
 
-void BoardServer::SendDue(nanoseconds now) {
-  const auto bytes = board_.TakeDue(now);
+void BoardServer::SendDue(nanoseconds due, nanoseconds now) {
+  const auto bytes = line_.TakeDue(now);
   if (!bytes.empty()) {
-    Log('<', bytes);
+    // By the times of the model: how late this process is called is no pause of the board.
+    const nanoseconds pause = due - last_logged_;
+    last_logged_ = due;
+    Log((pause < board::kShortestPause ? "" : board::RecordPause(pause)) +
+        board::RecordBytes(board::Sender::Board, bytes));
     WriteAll(bytes);
   }
 }
 
 void BoardServer::WriteAll(std::span<const std::uint8_t> bytes) {
   while (!bytes.empty() && end_asked_for == 0) {
-    const ssize_t count = write(terminal_, bytes.data(), bytes.size());
+    const ssize_t count = write(terminal_.Master(), bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) {
       continue;
     }
@@ -154,31 +162,10 @@ void BoardServer::WriteAll(std::span<const std::uint8_t> bytes) {
   }
 }
 
-void BoardServer::Log(char direction, std::span<const std::uint8_t> bytes) {
-  if (!log_.is_open()) {
-    return;
+void BoardServer::Log(const std::string& lines) {
+  if (log_.is_open()) {
+    log_ << lines << std::flush;
   }
-  log_ << fmt::format("{} {:02X}\n", direction, fmt::join(bytes, " ")) << std::flush;
-}
-
-bool BoardServer::Save() {
-  saved_leave_count_ = board_.Protocol().LeaveCount();
-  bool saved = true;
-  const auto replace = [this, &saved](const std::string& path, std::string_view content) {
-    std::string error;
-    if (!path.empty() && !ReplaceFile(path, content, error)) {
-      Complain(error, options_.Words);
-      saved = false;
-    }
-  };
-  if (!options_.Dump.empty()) {
-    const auto image = board_.Socket().BinaryImage();
-    replace(options_.Dump, std::string(image.begin(), image.end()));
-  }
-  if (!options_.State.empty()) {
-    replace(options_.State, board::FormatState(board_));
-  }
-  return saved;
 }
 
 }  // namespace fenwright::board_app

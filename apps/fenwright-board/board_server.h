@@ -3,9 +3,11 @@
 #include <chrono>
 #include <cstdint>
 #include <fstream>
+#include <functional>
 #include <span>
 
-#include "board/simulated_board.h"
+#include "board/line_end.h"
+#include "fenwright-board/pseudo_terminal.h"
 #include "options.h"
 
 namespace fenwright::board_app {
@@ -13,33 +15,36 @@ namespace fenwright::board_app {
 /// Catches SIGTERM, SIGINT and SIGHUP: they end BoardServer::Run(). Call it once, before Run().
 void CatchEndSignals();
 
-/// Serves a simulated board on a terminal's descriptor in real time.
+/// Serves the board's end of a line on a terminal in real time.
 class BoardServer {
  public:
-  /// `board` must outlive the server; `terminal` reads and writes blocking.
-  BoardServer(const Options& options, board::SimulatedBoard& board, int terminal);
+  /// `line` and `terminal` must outlive the server.
+  BoardServer(const Options& options, board::LineEnd& line, PseudoTerminal& terminal);
+
+  /// Told each time bytes have come. May be empty.
+  std::function<void()> OnReceived;
 
   /// Opens the log. False: the reason is on the standard error output.
   bool Start();
 
-  /// Serves until an end signal or a hang-up; then saves. False when something could not be read,
-  /// written or saved: the reason is on the standard error output.
+  /// Serves until an end signal, a hang-up, or the PC's closing of a line that ends with that.
+  /// False when something could not be read or written: the reason is on the standard error output.
   bool Run();
 
  private:
   void Serve();
   void WaitFor(std::chrono::nanoseconds due);
   void ReadBytes();
-  void SendDue(std::chrono::nanoseconds now);
+  void SendDue(std::chrono::nanoseconds due, std::chrono::nanoseconds now);
   void WriteAll(std::span<const std::uint8_t> bytes);
-  void Log(char direction, std::span<const std::uint8_t> bytes);
-  bool Save();
+  void Log(const std::string& lines);
 
   const Options& options_;
-  board::SimulatedBoard& board_;
-  int terminal_;
+  board::LineEnd& line_;
+  PseudoTerminal& terminal_;
   std::ofstream log_;
-  unsigned saved_leave_count_ = 0;
+  std::chrono::nanoseconds last_logged_{};
+  bool closed_ = false;
   bool failed_ = false;
 };
 

@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -20,8 +21,8 @@ namespace {
 
 constexpr int kUsageError = 2;
 constexpr const char* kDescription =
-    "Serves a simulated programmer board on a pseudo terminal, whose path is the one line of "
-    "output.";
+    "Serves a simulated programmer board, or the board's side of a recorded run, on a pseudo "
+    "terminal, whose path is the first line of output.";
 constexpr const char* kName = "fenwright-board";
 
 /// The values as they stand on the command line.
@@ -71,8 +72,11 @@ std::string Shown(std::string_view text, const Options& options) {
 
 void Declare(CLI::App& app, Options& options, Arguments& arguments) {
   app.add_option("--device", arguments.Device, "chip in the socket, its name or a part of it")
-      ->required()
       ->type_name("NAME");
+  app.add_option("--replay", options.Replay,
+                 "instead of a simulated board: file with the bytes of a run, of --log or of "
+                 "fenwright-cli --log, whose board is played")
+      ->type_name("FILE");
   app.add_option("--link", options.Link, "symbolic link to make to the terminal")
       ->type_name("PATH");
   app.add_option("--baud", options.Board.Baud, "speed of the line, 0 = no delay at all")
@@ -105,13 +109,43 @@ void Declare(CLI::App& app, Options& options, Arguments& arguments) {
   app.add_option("--fault", arguments.Faults, "something that goes wrong, see below; repeatable")
       ->allow_extra_args(false)
       ->type_name("SPEC");
-  app.footer("Faults, with N counting from 1:\n" + board::FaultForms() +
-             "\nState and dump are written each time programming mode is left and at the end\n"
-             "(SIGTERM, SIGINT, SIGHUP, or a hang-up).\n\nDevices:\n" +
-             board::ListChipNames());
+  app.footer(
+      "Faults, with N counting from 1:\n" + board::FaultForms() +
+      "\nState and dump are written each time programming mode is left and at the end\n"
+      "(SIGTERM, SIGINT, SIGHUP, or a hang-up).\n\n"
+      "A replay ends with exit code 0 when the record was played to its end and the line was\n"
+      "closed, and with 1 where something else came than the record has, or it was not played\n"
+      "to its end.\n\nDevices:\n" +
+      board::ListChipNames());
+}
+
+/// Refuses what has no meaning together. (The library's own way to say so would fill the help.)
+void CheckTogether(const CLI::App& app) {
+  constexpr std::array kOfChip{"--device", "--ack-delay-ms", "--chip-times", "--version-line",
+                               "--state",  "--dump",         "--fault"};
+  if (app.count("--replay") == 0) {
+    if (app.count("--device") == 0) throw CLI::RequiredError("--device or --replay");
+    return;
+  }
+  for (const char* const option : kOfChip) {
+    if (app.count(option) != 0) throw CLI::ExcludesError("--replay", option);
+  }
+}
+
+/// True when both paths lead to one file that is there.
+bool IsSameFile(const std::string& first, const std::string& second) {
+  std::error_code ignored;
+  return std::filesystem::equivalent(first, second, ignored);
 }
 
 bool Complete(const Arguments& arguments, Options& options) {
+  options.Board.Latency = FromMilliseconds(arguments.LatencyMilliseconds);
+  if (!options.Replay.empty()) {
+    if (!IsSameFile(options.Replay, options.Log)) return true;
+    std::cerr << Shown("--log \"" + options.Log + "\" is the record that is to be played\n",
+                       options);
+    return false;
+  }
   const board::ChipModel* model = board::FindChip(arguments.Device);
   if (model == nullptr) {
     std::cerr << Shown("--device \"" + arguments.Device +
@@ -129,7 +163,6 @@ bool Complete(const Arguments& arguments, Options& options) {
     options.Board.Faults.push_back(*fault);
   }
   options.Board.Chip = model->Name;
-  options.Board.Latency = FromMilliseconds(arguments.LatencyMilliseconds);
   options.Board.Board.ExtendDelay = FromMilliseconds(arguments.AckDelayMilliseconds);
   options.Board.Board.VersionLine = arguments.VersionLine + "\r\n";
   options.Board.Board.Times = arguments.ChipTimes ? board::Timing::DataSheet : board::Timing::None;
@@ -146,6 +179,7 @@ std::optional<Options> ReadOptions(int argc, const char* const* argv, int& exit_
   Declare(app, options, arguments);
   try {
     app.parse(argc, argv);
+    CheckTogether(app);
   } catch (const CLI::ParseError& problem) {
     std::ostringstream out;
     std::ostringstream errors;

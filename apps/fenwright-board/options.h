@@ -19,6 +19,7 @@ struct Options {
   std::string State;               ///< file with the board's state, "" for none
   std::string Dump;                ///< file for the chip's memories, "" for none
   std::string Log;                 ///< file for the bytes on the line, "" for none
+  std::string Replay;              ///< such a file to play, "" for a simulated board
 };
 
 /// Reads the command line. Nothing when the program is to end with `exit_code`: help was asked

@@ -24,9 +24,7 @@ bool Fail(std::string& error, const std::string& what) {
 
 PseudoTerminal::~PseudoTerminal() {
   HangUp();
-  if (slave_ >= 0) {
-    close(slave_);
-  }
+  EndWithLastUser();
 }
 
 bool PseudoTerminal::Open(std::string& error) {
@@ -75,6 +73,12 @@ bool TerminalLink::Make(const std::string& link, const std::string& target, std:
   link_ = link;
   target_ = target;
   return true;
+}
+
+void PseudoTerminal::EndWithLastUser() {
+  if (slave_ >= 0) {
+    close(std::exchange(slave_, -1));
+  }
 }
 
 TerminalLink::~TerminalLink() {

@@ -19,6 +19,9 @@ class PseudoTerminal {
   /// Closes the master: the line is gone for the programs that have it open.
   void HangUp();
 
+  /// From now on reads fail once no program has the terminal open.
+  void EndWithLastUser();
+
   [[nodiscard]] int Master() const { return master_; }
   [[nodiscard]] const std::string& Path() const { return path_; }
 

@@ -208,6 +208,7 @@ bool HasBoard(const Options& options, const std::string& port) {
   quiet.Port = port;
   quiet.Device.clear();
   quiet.Folder.clear();
+  quiet.Log.clear();
   quiet.Lines = &nothing;
   Session session(quiet);
   if (session.Start({.Folder = true, .AnyDevice = true, .Port = true}) != ExitCode::Success) {
@@ -322,6 +323,7 @@ std::vector<BoardResult> RunAll(const Verb& verb, const VerbRun& run, const Opti
       each.Port = ports[i];
       each.Lines = &own;
       if (!each.Folder.empty()) each.Folder += "/" + FolderName(ports[i]);
+      if (!each.Log.empty()) each.Log += "." + FolderName(ports[i]);
       try {
         results[i] = RunOnBoard(verb, run, each);
       } catch (const std::exception& error) {

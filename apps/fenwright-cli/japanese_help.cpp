@@ -30,6 +30,8 @@ constexpr auto kHelpTexts = std::to_array<HelpText>({
      "ソケットのデバイス: 名前、一つに決まる名前の一部、または auto (ソケットから読みます)"},
     {"folder to keep the trace, the dumps and the report in; none is kept without it",
      "記録、ダンプ、レポートを置くフォルダー。指定しないと残しません"},
+    {"file for every byte on the line, which \"fenwright-board\" can play again",
+     "通信のすべてのバイトを記録するファイル。fenwright-board で再生できます"},
     {"print the result as one JSON object, and nothing else",
      "結果を一つのJSONで出し、ほかは何も出しません"},
     {"print errors only", "エラーだけを出します"},

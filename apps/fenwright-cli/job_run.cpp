@@ -400,6 +400,7 @@ ExitCode RehearseJob(Session& session, const JobOrder& order) {
   options.SimulateAtOnce = true;
   options.SimulateChip.clear();
   options.Folder.clear();
+  options.Log.clear();
   options.Json = false;
   options.Lines = &lines;
   JobOrder rehearsal = order;

@@ -56,6 +56,9 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--folder", options.Folder,
                  "folder to keep the trace, the dumps and the report in; none is kept without it")
       ->type_name("DIR");
+  app.add_option("--log", options.Log,
+                 "file for every byte on the line, which \"fenwright-board\" can play again")
+      ->type_name("FILE");
   app.add_flag("--json", options.Json, "print the result as one JSON object, and nothing else");
   CLI::Option* const quiet = app.add_flag("--quiet", options.Quiet, "print errors only");
   app.add_flag("--verbose", options.Verbose, "print every status text, as the trace has them")

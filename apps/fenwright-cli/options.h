@@ -38,6 +38,7 @@ struct Options {
   std::vector<std::string> Faults;  ///< what goes wrong on it
   std::string Device;               ///< name, or part of the name, of the device
   std::string Folder;               ///< "" = trace, dumps and report are not kept
+  std::string Log;                  ///< file for the bytes on the line, "" = none
   bool Json = false;
   bool Quiet = false;
   bool Verbose = false;                               ///< status texts are printed too

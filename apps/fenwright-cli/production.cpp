@@ -30,6 +30,7 @@ SocketState LookIntoSocket(const Options& call) {
   Options options = call;
   options.Lines = &nothing;
   options.Folder.clear();
+  options.Log.clear();
   Session session(options);
   if (session.Start({.Folder = true, .AnyDevice = true, .Port = true}) != ExitCode::Success) {
     return SocketState::NoBoard;

@@ -74,6 +74,8 @@ ExitCode Session::Start(const Needs& needs) {
   }
   if (code != ExitCode::Success) return code;
   if (!port_) MakeRealPort();
+  if (uses_port && !options_.Log.empty()) code = StartLog();
+  if (code != ExitCode::Success) return code;
   dialog_.OnFirstPhase = [this] { PrintHeading(); };
   MakeContext(needs.Folder);
   if (with_engine) return StartEngine(needs);
@@ -329,6 +331,21 @@ void Session::MakeRealPort() {
   const auto path = [this](int number) { return DevicePath(number); };
   port_ = std::make_unique<platform::SystemSerialControl>(path);
   updater_port_ = std::make_unique<platform::SystemSerialControl>(path);
+}
+
+ExitCode Session::StartLog() {
+  if (const auto problem = log_.Open(options_.Log)) return Fail(ExitCode::FileError, *problem);
+  NoteWrittenFile(options_.Log);
+  port_ = std::make_unique<LoggedSerialControl>(std::move(port_), log_);
+  updater_port_ = std::make_unique<LoggedSerialControl>(std::move(updater_port_), log_);
+  return ExitCode::Success;
+}
+
+void Session::CheckLog() {
+  if (options_.Log.empty() || log_.IsWhole()) return;
+  Warn({.Code = problem::kFileUnwritable,
+        .Text = {fmt::format("--log {}: 最後まで書けませんでした", options_.Log),
+                 fmt::format("--log {}: could not be written to its end", options_.Log)}});
 }
 
 ExitCode Session::MakeSimulatedPort() {

@@ -10,6 +10,7 @@
 #include "cli_platform.h"
 #include "console.h"
 #include "core/run_context.h"
+#include "line_log.h"
 #include "options.h"
 #include "platform/memory/memory_settings_store.h"
 #include "platform/memory/private_text_files.h"
@@ -127,6 +128,9 @@ class Session {
   [[nodiscard]] ChosenFuses& Fuses() { return fuses_; }
   [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
 
+  /// Warns where the log of the line, if one is wanted, could not be written to its end.
+  void CheckLog();
+
   /// What every result in JSON has: see docs/json.md.
   [[nodiscard]] nlohmann::json CommonFields() const;
   /// Fails a call for which no board could be used: what was shown last, cause and cure.
@@ -139,6 +143,7 @@ class Session {
   ExitCode ChooseRealPort();
   ExitCode MakeSimulatedPort();
   void MakeRealPort();
+  ExitCode StartLog();
   void MakeContext(bool may_write);
   [[nodiscard]] std::string DevicePath(int com_number) const;
   /// Device, signature, port and board: "AT90S8515  1E:93:01  on /dev/ttyUSB0 (KV-LOD350 V6.38)".
@@ -176,6 +181,7 @@ class Session {
   std::vector<std::string> written_files_;
   std::string board_version_;
   std::string code_file_;
+  LineLog log_;
   platform::PortOverrides overrides_;
   std::unique_ptr<platform::SerialControl> port_;
   std::unique_ptr<platform::SerialControl> updater_port_;

@@ -56,6 +56,7 @@ std::string JsonOfUsageError(const std::string& command, const core::Sentence& t
 Outcome RunOnSession(const Verb& verb, const VerbRun& run, Session& session) {
   Outcome outcome{.Code = session.Start(verb.Needed)};
   if (outcome.Code == ExitCode::Success) outcome = run(session);
+  session.CheckLog();
   if (session.Json() || session.HasError() || session.Out().ResultWritten()) return outcome;
   outcome.Code = session.Fail(ExitCode::FileError,
                               {.Code = problem::kOutputUnwritable,

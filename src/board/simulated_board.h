@@ -13,6 +13,7 @@
 #include "board/board_protocol.h"
 #include "board/chip.h"
 #include "board/faults.h"
+#include "board/line_end.h"
 #include "board/line_timing.h"
 
 namespace fenwright::board {
@@ -25,10 +26,8 @@ struct SimulatedBoardOptions {
   std::vector<Fault> Faults;
 };
 
-/// A programmer board with its chips, its serial line and its faults: a discrete-event model that
-/// has no thread and no clock of its own.
+/// A programmer board with its chips, its serial line and its faults.
 ///
-/// All times are nanoseconds since an arbitrary start, given by the caller; they must not fall.
 /// A byte to the board is on the line for one byte time, from its sending or from the moment the
 /// line is free. The reply's bytes follow, from the moment the command's last byte has arrived and
 /// the board has done its work, one byte time each; the adapter then holds each back for the
@@ -36,27 +35,17 @@ struct SimulatedBoardOptions {
 ///
 /// A command is carried out inside Receive(), only its effects on the line are spread over time. In
 /// update mode the bytes of a frame follow each other; a frame that pauses for 100 ms is dropped.
-class SimulatedBoard {
+class SimulatedBoard : public LineEnd {
  public:
   explicit SimulatedBoard(SimulatedBoardOptions options);
-  SimulatedBoard(const SimulatedBoard&) = delete;
-  SimulatedBoard& operator=(const SimulatedBoard&) = delete;
 
-  /// The PC sends bytes at `now`.
-  void Receive(std::span<const std::uint8_t> bytes, std::chrono::nanoseconds now);
-
-  /// When the next byte reaches the PC or the line hangs up; nothing: only after another Receive().
-  [[nodiscard]] std::optional<std::chrono::nanoseconds> NextDue() const;
-
-  /// Takes the bytes that have reached the PC by `now`.
-  std::vector<std::uint8_t> TakeDue(std::chrono::nanoseconds now);
+  void Receive(std::span<const std::uint8_t> bytes, std::chrono::nanoseconds now) override;
+  [[nodiscard]] std::optional<std::chrono::nanoseconds> NextDue() const override;
+  std::vector<std::uint8_t> TakeDue(std::chrono::nanoseconds now) override;
+  [[nodiscard]] bool HungUp() const override { return hung_up_; }
 
   /// Replies that the board has given so far.
   [[nodiscard]] std::uint32_t Replies() const { return faults_.Replies(); }
-
-  /// True once a Receive() or TakeDue() has seen the time of a hang-up pass. Nothing comes any
-  /// more.
-  [[nodiscard]] bool HungUp() const { return hung_up_; }
 
   /// Puts the line back after a hang-up; the board restarts as from power-on. Counters go on.
   void PlugIn();

@@ -178,6 +178,99 @@ TEST_F(FenwrightBoard, LogsTheBytesOfBothDirections) {
   EXPECT_EQ(Content("log"), "> 41\n< 0D\n> 54 38\n< 0D\n> 50\n< 0D\n> 73\n< 01 93 1E\n");
 }
 
+TEST_F(FenwrightBoard, LogsAPauseOfTheBoardAndThatTheLineHasHungUp) {
+  Board board({"--device", "AT90S8515", "--baud", "0", "--log", File("log"), "--fault", "late@1:60",
+               "--fault", "hangup@2"});
+  const Line line(board.ReadLine());
+  ASSERT_EQ(line.Ask(Say('A'), 1), kAck);
+  ASSERT_TRUE(line.Send(Say('A')));
+  EXPECT_TRUE(line.HangsUp());
+  EXPECT_EQ(board.Wait(), 0);
+  EXPECT_EQ(Content("log"), "> 41\n= 60 ms\n< 0D\n> 41\n! hung up\n");
+}
+
+TEST_F(FenwrightBoard, ReplaysARecordAndEndsWhenTheLineIsClosed) {
+  WriteFile(File("record"), "# by hand\n> 41\n< 0D\n> 73\n= 60 ms\n< 01 93 1E\n> 1B\n");
+  Board board({"--replay", File("record")});
+  const std::string path = board.ReadLine();
+  {
+    // The end of the record is what ends it, not that the line is closed before.
+    const Line line(path);
+    EXPECT_EQ(line.Ask(Say('A'), 1), kAck);
+  }
+  {
+    const Line line(path);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(line.Ask(Say('s'), 3), (Bytes{0x01, 0x93, 0x1E}));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 60ms);
+    ASSERT_TRUE(line.Send({0x1B}));
+    std::this_thread::sleep_for(50ms);
+    EXPECT_TRUE(board.Running());
+  }
+  EXPECT_EQ(board.Wait(), 0);
+  EXPECT_EQ(board.Output(), path + "\nall 3 exchanges were played\n");
+  EXPECT_EQ(board.Errors(), "");
+}
+
+TEST_F(FenwrightBoard, AReplayThatIsAskedForSomethingElseHangsUpAndSaysWhat) {
+  WriteFile(File("record"), "> 41\n< 0D\n> 54 38\n< 0D\n");
+  Board board({"--replay", File("record")});
+  const Line line(board.ReadLine());
+  EXPECT_EQ(line.Ask(Say('A'), 1), kAck);
+  ASSERT_TRUE(line.Send(Say('T', {0x4C})));
+  EXPECT_TRUE(line.HangsUp());
+  EXPECT_EQ(board.Wait(), 1);
+  EXPECT_THAT(board.Errors(), HasSubstr("record: exchange 2 of 2 (line 3) is another one: 54 38 "
+                                        "was expected, 54 4C came\n"));
+  EXPECT_THAT(board.Output(), Not(HasSubstr("played")));
+}
+
+TEST_F(FenwrightBoard, AReplayThatIsEndedBeforeTheRecordFails) {
+  WriteFile(File("record"), "> 41\n< 0D\n> 54 38\n< 0D\n");
+  Board board({"--replay", File("record")});
+  const Line line(board.ReadLine());
+  EXPECT_EQ(line.Ask(Say('A'), 1), kAck);
+  board.Signal(SIGTERM);
+  EXPECT_EQ(board.Wait(), 1);
+  EXPECT_THAT(board.Errors(), HasSubstr("2 of 2 (line 3) was not reached: 54 38 did not come\n"));
+}
+
+TEST_F(FenwrightBoard, RefusesARecordThatCannotBePlayed) {
+  WriteFile(File("record"), "> 41\n< 0");
+  WriteFile(File("trace"), ">>>>> START <<<<<\t2005/03/14 12:34:56\r\n");
+  for (const auto& [name, why] : {std::pair{"none", "cannot be read"},
+                                  {"", "cannot be read"},
+                                  {"record", "line 2 is cut off"},
+                                  {"trace", "--log FILE"}}) {
+    Board board({"--replay", File(name), "--link", File("port")});
+    EXPECT_THAT(board.Errors(), HasSubstr(why));
+    EXPECT_EQ(board.Wait(), 1);
+    EXPECT_EQ(board.Output(), "");
+  }
+  EXPECT_FALSE(fs::is_symlink(File("port")));
+}
+
+TEST_F(FenwrightBoard, AReplayTakesNothingThatIsOfASimulatedChip) {
+  WriteFile(File("record"), "> 41\n< 0D\n");
+  for (const std::vector<std::string>& more :
+       std::vector<std::vector<std::string>>{{"--device", "AT90S8515"},
+                                             {"--fault", "lie@1"},
+                                             {"--state", File("state")},
+                                             {"--dump", File("dump")},
+                                             {"--chip-times"},
+                                             {"--ack-delay-ms", "1"},
+                                             {"--version-line", "V1"},
+                                             // It would be gone before it was played.
+                                             {"--log", File("record")}}) {
+    std::vector<std::string> options{"--replay", File("record")};
+    options.insert(options.end(), more.begin(), more.end());
+    Board board(options);
+    EXPECT_THAT(board.Errors(), HasSubstr(more.front()));
+    EXPECT_EQ(board.Wait(), 2);
+  }
+  EXPECT_EQ(Content("record"), "> 41\n< 0D\n");
+}
+
 TEST_F(FenwrightBoard, NamesTheDevicesWhenOneIsUnknownOrAmbiguous) {
   for (const char* name : {"ATmega8", "AT90S", ""}) {
     Board board({"--device", name});

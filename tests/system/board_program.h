@@ -24,6 +24,7 @@ class BoardProgram {
   [[nodiscard]] const std::string& Device() const { return device_; }
   [[nodiscard]] std::string Link() const { return folder_.File("port"); }
   [[nodiscard]] std::string Dump() const { return ReadFile(folder_.File("dump")); }
+  [[nodiscard]] std::string Log() const { return ReadFile(folder_.File("log")); }
   [[nodiscard]] Process& Program() { return *process_; }
 
   /// Every byte that the PC has sent.

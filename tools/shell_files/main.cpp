@@ -136,6 +136,7 @@ std::string BoardPage(const CLI::App& app) {
   ManPage page("fenwright-board", "a simulated programmer board on a pseudo terminal");
   page.Section("SYNOPSIS");
   page.Call("fenwright-board", "--device NAME [OPTION]...");
+  page.Call("fenwright-board", "--replay FILE [OPTION]...");
   page.Section("DESCRIPTION");
   page.Paragraph(app.get_description());
   page.Section("OPTIONS");
