@@ -1,4 +1,4 @@
-// Two code files, or a file and the chip, side by side.
+// Code files, safety copies and the chip, two of them side by side.
 
 #include "system/cli_run.h"
 
@@ -17,6 +17,20 @@ class CliCompare : public CliTest {
   /// A device is needed for the sizes of the memories alone.
   CliResult Files(const Words& arguments) {
     return Run(Words{"--device", "ATtiny12L", "compare"} + arguments);
+  }
+
+  /// A copy of what the board's chip holds, which is this file.
+  std::string Copy(const BoardProgram& board, const std::string& file = "a.hex") {
+    const json told = On(board, "--json program " + file + " --backup .").Json();
+    EXPECT_EQ(told["exit_code"], 0);
+    return std::filesystem::path(told["backup"].get<std::string>()).filename().string();
+  }
+  /// A board whose chip holds a.hex and a.eep.
+  std::unique_ptr<BoardProgram> Filled(std::vector<std::string> options = {}) {
+    auto board = std::make_unique<BoardProgram>("ATtiny12L", std::move(options));
+    PutCode({0x11, 0x22}, "a.eep");
+    EXPECT_THAT(On(*board, "program a.hex"), Ends(0));
+    return board;
   }
 
   const Bytes first_{0x0C, 0x94, 'H', 'e', 'l', 'l', 'o', '!', 1, 2};
@@ -132,6 +146,100 @@ TEST_F(CliCompare, ReadsStandardInputAndOtherFormats) {
               {.Folder = folder_.Path().string()}));
   EXPECT_THAT(result, Ends(0));
   EXPECT_THAT(Files("a.bin a.bin --format bin"), Ends(0));
+}
+
+TEST_F(CliCompare, ASafetyCopyAndTheChipAgreeInAllThatBothHave) {
+  const auto board = Filled();
+  const std::string copy = Copy(*board);
+  for (const std::string& sides : {copy + " chip", "chip ./" + copy}) {
+    EXPECT_THAT(
+        On(*board, "compare " + sides),
+        AllOf(Ends(0), Prints("flash: all 512 words agree\nEEPROM: all 64 bytes agree\n"
+                              "fuses: all 2 bytes agree\ncalibration: all 1 bytes agree\nok: ")))
+        << sides;
+  }
+  const json told = On(*board, "--json compare " + copy + " chip").Json();
+  EXPECT_EQ(told["compared"], json({"flash", "eeprom", "fuses", "calibration"}));
+  EXPECT_EQ(told["fuse_differences"], json::array());
+}
+
+TEST_F(CliCompare, TheBitsThatDifferFromTheCopyAreNamed) {
+  const auto board = Filled();
+  const std::string copy = Copy(*board);
+  ASSERT_THAT(On(*board, "write-fuses BODEN=Enable"), Ends(0));
+  const CliResult result = On(*board, "compare " + copy + " chip");
+  EXPECT_THAT(result, AllOf(Ends(1), Prints("EEPROM: all 64 bytes agree\n"),
+                            Prints("fuses: 1 of 2 bytes differ: Fuse\n"),
+                            Warns("failed: " + copy + " and chip differ\n")));
+  const json told = On(*board, "--json compare " + copy + " chip").Json();
+  EXPECT_EQ(told["error"]["code"], "differences");
+  EXPECT_TRUE(told["differences"].empty());
+  const json other = On(*board, "--json read-fuses").Json()["bytes"];
+  const json kept = json::parse(Get(copy))["fuses"];
+  ASSERT_NE(other["Fuse"], kept["Fuse"]);
+  EXPECT_EQ(
+      told["fuse_differences"],
+      json::array({{{"name", "Fuse"}, {"expected", kept["Fuse"]}, {"found", other["Fuse"]}}}));
+  EXPECT_THAT(result, Prints("Fuse  *0x"));
+  // The flash alone is the same.
+  EXPECT_THAT(On(*board, "compare " + copy + " chip --no-data"),
+              AllOf(Ends(0), Prints(Not(HasSubstr("fuses")))));
+}
+
+TEST_F(CliCompare, AnotherChipHasAnotherCalibration) {
+  const auto board = Filled();
+  const std::string copy = Copy(*board);
+  Put("state", "fenwright-board-state 1\nchip ATtiny12L\ncalibration 11 11 11 11\n");
+  const auto other = Filled({"--state", Path("state")});
+  EXPECT_THAT(On(*other, "compare " + copy + " chip"),
+              AllOf(Ends(1), Prints("fuses: all 2 bytes agree\n"),
+                    Prints("  | *0x11\ncalibration: 1 of 1 bytes differ: calibration 0\n")));
+}
+
+TEST_F(CliCompare, ASafetyCopyAndAFileAreComparedInTheirMemories) {
+  const auto board = Filled();
+  const std::string copy = Copy(*board);
+  for (const std::string& sides : {copy + " a.hex", "a.hex " + copy}) {
+    EXPECT_THAT(Files(sides), AllOf(Ends(0), Prints("flash: all 512 words agree\n"
+                                                    "EEPROM: all 64 bytes agree\nok: ")));
+  }
+  EXPECT_THAT(Files(copy + " b.hex"),
+              AllOf(Ends(1), Prints("..Hello!  |  940C"), Prints(Not(HasSubstr("EEPROM")))));
+  EXPECT_THAT(Files("b.hex " + copy), AllOf(Ends(1), Prints("..HeXlo!  |  940C")));
+}
+
+TEST_F(CliCompare, TwoSafetyCopiesNeedNoProgrammer) {
+  const auto board = Filled();
+  const std::string old = Copy(*board);
+  ASSERT_THAT(On(*board, "program b.hex"), Ends(0));
+  const std::string later = Copy(*board, "b.hex");
+  ASSERT_NE(old, later);
+  EXPECT_THAT(Files(old + " " + old), AllOf(Ends(0), Prints("fuses: all 2 bytes agree")));
+  EXPECT_THAT(Files(old + " " + later),
+              AllOf(Ends(1), Prints("flash: 1 of 512 words differ: 0x0002\n"),
+                    Prints("EEPROM: 2 of 64 bytes differ: 0x0000-0x0001\n"),
+                    Prints("fuses: all 2 bytes agree\n")));
+}
+
+TEST_F(CliCompare, RefusesACopyThatIsDamagedOrOfAnotherDeviceBeforeTheBoardIsUsed) {
+  const auto board = Filled();
+  const std::string copy = Copy(*board);
+  const std::size_t sent = board->Wire().size();
+  const json foreign = On(*board, "--json compare chip " + copy, "AT90S8515").Json();
+  EXPECT_EQ(foreign["error"]["code"], "foreign-copy");
+  EXPECT_EQ(foreign["exit_code"], 4);
+  const std::string flash = copy.substr(0, copy.size() - 5) + ".hex";
+  Put(flash, Get("b.hex"));
+  for (const std::string& sides : {"chip " + copy, copy + " a.hex", "a.hex " + copy}) {
+    const json damaged = On(*board, "--json compare " + sides).Json();
+    EXPECT_EQ(damaged["error"]["code"], "damaged-copy");
+    EXPECT_EQ(damaged["exit_code"], 4);
+    EXPECT_EQ(damaged.count("compared"), 0U);
+  }
+  Put(copy, "{}");
+  EXPECT_THAT(On(*board, "compare chip " + copy), AllOf(Ends(4), Warns("cut short")));
+  EXPECT_THAT(On(*board, "compare chip none.json"), AllOf(Ends(4), Warns("there is no such file")));
+  EXPECT_EQ(board->Wire().size(), sent);
 }
 
 TEST_F(CliCompare, IsInTheLanguageOfTheCall) {

@@ -11,9 +11,12 @@
 
 #include "code_files.h"
 #include "device_run.h"
+#include "fuse_check.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
 #include "ops/trouble.h"
+#include "safety_copy.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace fenwright::cli {
@@ -21,6 +24,9 @@ namespace {
 
 /// As a side: what is in the socket. A file of that name is ./chip.
 constexpr const char* kChipSide = "chip";
+
+/// A name that ends so is the description of a safety copy.
+constexpr const char* kCopyEnd = ".json";
 
 struct CompareOptions {
   std::string First;
@@ -37,6 +43,8 @@ struct SideContent {
   std::vector<std::uint8_t> Flash;
   std::vector<std::uint8_t> Eeprom;
   bool HasEeprom = false;
+  FuseBytes Fuses;  ///< none for a file
+  std::vector<std::uint8_t> Calibration;
 };
 
 /// A memory of both sides, cell by cell.
@@ -71,6 +79,18 @@ ExitCode LoadFileSide(Session& session, const CompareOptions& options, const std
   return loaded.Code;
 }
 
+ExitCode LoadCopySide(Session& session, const CompareOptions& options, const std::string& name,
+                      SideContent& side) {
+  const LoadedCopy copy = LoadSafetyCopy(session, name);
+  side = {.Name = name, .Flash = copy.Content.Flash};
+  if (options.NoData) return copy.Code;
+  side.HasEeprom = true;
+  side.Eeprom = copy.Content.Eeprom;
+  side.Fuses = copy.Content.Fuses;
+  side.Calibration = copy.Content.Calibration;
+  return copy.Code;
+}
+
 /// What a reading that failed came to; success otherwise.
 Outcome ReadChipSide(Session& session, const CompareOptions& options, SideContent& side) {
   const DeviceRun run = RunOnDevice(session, ops::Cmd_btn_read_Click);
@@ -83,7 +103,11 @@ Outcome ReadChipSide(Session& session, const CompareOptions& options, SideConten
                            "what was read is not what it holds"}});
   }
   side = TakeBuffers(session.State(), kChipSide);
-  side.HasEeprom = !options.NoData;
+  if (options.NoData) return {};
+  const ChipReading reading = LastChipReading(session);
+  side.HasEeprom = true;
+  side.Fuses = reading.Fuses;
+  side.Calibration = reading.Calibration;
   return {};
 }
 
@@ -201,6 +225,62 @@ void TellPair(Session& session, const MemoryPair& pair, std::size_t& room) {
   session.Out().PrintResult(SummaryOf(session, pair, differences.size() - before));
 }
 
+/// A byte that both sides have beside the memories.
+struct NamedPair {
+  std::string Name;
+  std::uint8_t First = 0;
+  std::uint8_t Second = 0;
+};
+
+std::vector<NamedPair> FusePairs(const SideContent& first, const SideContent& second) {
+  std::vector<NamedPair> pairs;
+  for (const core::FuseTransfer& byte : first.Fuses) {
+    const auto other = std::ranges::find(second.Fuses, byte.Name, &core::FuseTransfer::Name);
+    if (other == second.Fuses.end()) continue;
+    pairs.push_back({.Name = byte.Name, .First = byte.Value, .Second = other->Value});
+  }
+  std::ranges::sort(pairs, {}, &NamedPair::Name);
+  return pairs;
+}
+
+std::vector<NamedPair> CalibrationPairs(const SideContent& first, const SideContent& second) {
+  std::vector<NamedPair> pairs;
+  const std::size_t count = std::min(first.Calibration.size(), second.Calibration.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    pairs.push_back({.Name = fmt::format("calibration {}", i),
+                     .First = first.Calibration[i],
+                     .Second = second.Calibration[i]});
+  }
+  return pairs;
+}
+
+/// Prints those that differ and the summary, and adds them to the fields; how many they are.
+std::size_t TellNamedPairs(Session& session, const char* name, const std::vector<NamedPair>& pairs,
+                           nlohmann::json& fields) {
+  if (pairs.empty()) return 0;
+  fields["compared"].push_back(name);
+  std::string differing;
+  std::size_t count = 0;
+  for (const NamedPair& pair : pairs) {
+    if (pair.First == pair.Second) continue;
+    ++count;
+    differing += (differing.empty() ? "" : ", ") + pair.Name;
+    fields["fuse_differences"].push_back(
+        {{"name", pair.Name}, {"expected", pair.First}, {"found", pair.Second}});
+    session.Out().PrintResult(
+        fmt::format("{}  *0x{:02X}  | *0x{:02X}", pair.Name, pair.First, pair.Second));
+  }
+  session.Out().PrintResult(
+      count == 0
+          ? fmt::format(
+                fmt::runtime(session.In({"{}: {} バイトすべて一致", "{}: all {} bytes agree"})),
+                name, pairs.size())
+          : fmt::format(fmt::runtime(session.In(
+                            {"{}: {} / {} バイトが違います: {}", "{}: {} of {} bytes differ: {}"})),
+                        name, count, pairs.size(), differing));
+  return count;
+}
+
 Outcome TellComparison(Session& session, const CompareOptions& options, const SideContent& first,
                        const SideContent& second, nlohmann::json fields) {
   constexpr std::size_t kMostRows = 32;
@@ -212,7 +292,11 @@ Outcome TellComparison(Session& session, const CompareOptions& options, const Si
     TellPair(session, pair, room);
     fields["compared"].push_back(pair.InFlash ? "flash" : "eeprom");
   }
-  const bool same = session.State().Command.Differences.empty();
+  fields["fuse_differences"] = nlohmann::json::array();
+  const std::size_t others =
+      TellNamedPairs(session, "fuses", FusePairs(first, second), fields) +
+      TellNamedPairs(session, "calibration", CalibrationPairs(first, second), fields);
+  const bool same = session.State().Command.Differences.empty() && others == 0;
   const core::Sentence verdict =
       same ? core::Sentence{"{} と {} の内容は同じです。", "{} and {} hold the same"}
            : core::Sentence{"{} と {} の内容が違います。", "{} and {} differ"};
@@ -250,7 +334,9 @@ Outcome Compare(Session& session, const CompareOptions& options) {
   }
   for (std::size_t i = 0; i < sides.size(); ++i) {
     if (is_chip(names[i])) continue;
-    const ExitCode code = LoadFileSide(session, options, *names[i], sides[i], fields);
+    const bool is_copy = LowerCase(*names[i]).ends_with(kCopyEnd);
+    const ExitCode code = is_copy ? LoadCopySide(session, options, *names[i], sides[i])
+                                  : LoadFileSide(session, options, *names[i], sides[i], fields);
     if (code != ExitCode::Success) return {.Code = code, .Json = fields};
   }
   for (std::size_t i = 0; i < sides.size(); ++i) {
@@ -264,12 +350,13 @@ Outcome Compare(Session& session, const CompareOptions& options) {
 VerbRun BindCompare(CLI::App& command) {
   const auto options = std::make_shared<CompareOptions>();
   constexpr const char* kSideText =
-      "code file, or \"chip\" for what is in the socket; \"-\" reads standard input";
+      "code file, safety copy (.json), or \"chip\" for what is in the socket; \"-\" reads "
+      "standard input";
   command.add_option("A.hex", options->First, kSideText)->required();
   command.add_option("B.hex", options->Second, kSideText)->required();
   AddInputFormat(command, options->Format);
   command.add_flag("--no-data", options->NoData,
-                   "compare the flash alone, not the EEPROM and the data files");
+                   "compare the flash alone, not the EEPROM, the data files and the fuses");
   AddForceImage(command, options->Force);
   command.add_flag("--all", options->All, "print every line that differs, not the first 32 alone");
   return [options](Session& session) { return Compare(session, *options); };
@@ -278,13 +365,19 @@ VerbRun BindCompare(CLI::App& command) {
 }  // namespace
 
 const Verb kCompare{.Name = "compare",
-                    .Description = "compare two code files, or a file and the device, side by side",
+                    .Description =
+                        "compare code files, safety copies and the device, any two of "
+                        "them, side by side",
                     .Needed = {.Folder = true, .Device = true, .NamedPort = true},
                     .Bind = BindCompare,
                     .Examples = {{{"--device AT90S8515 compare old.hex new.hex",
                                    "二つのファイルを比べます", "compare two files"},
                                   {"--port COM5 --device AT90S8515 compare blink.hex chip",
                                    "ファイルをソケットのチップと比べます",
-                                   "compare a file with the chip in the socket"}}}};
+                                   "compare a file with the chip in the socket"},
+                                  {"--port COM5 --device AT90S8515 compare "
+                                   "copies/AT90S8515-1E9301-20260401-093000.json chip",
+                                   "コピーを、ヒューズまで、ソケットのチップと比べます",
+                                   "compare a safety copy, its fuses too, with the chip"}}}};
 
 }  // namespace fenwright::cli
