@@ -2,7 +2,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "chip_numbers.h"
 #include "job_run.h"
 #include "production.h"
 #include "verbs.h"
@@ -54,7 +56,9 @@ Outcome RunOnce(const Options& options, const JobOrder& order, const RunCall& ca
   const ExitCode code = session.Start(call.Plan ? kNeedsOfPlan : kNeedsOfJob);
   if (code != ExitCode::Success) return WithFieldsOf(session, {.Code = code});
   ChipRow row;
-  return WithFieldsOf(session, call.Plan ? PlanJob(session, order) : RunJob(session, order, row));
+  Outcome outcome = call.Plan ? PlanJob(session, order) : RunJob(session, order, row);
+  session.CheckLog();
+  return WithFieldsOf(session, std::move(outcome));
 }
 
 /// Everything that can be checked without a board, before the first chip.
