@@ -80,8 +80,11 @@ FileHold::FileHold(const std::string& path, double seconds) : lock_(std::make_un
   constexpr std::chrono::milliseconds kStep{20};
   const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
   std::error_code error;
-  std::filesystem::path place = std::filesystem::weakly_canonical(ToPath(path), error);
-  if (error) place = std::filesystem::absolute(ToPath(path), error);
+  // A relative path whose file is missing stays relative otherwise: another name than the file has
+  // once it is there.
+  const std::filesystem::path absolute = std::filesystem::absolute(ToPath(path), error);
+  std::filesystem::path place = std::filesystem::weakly_canonical(absolute, error);
+  if (error) place = absolute;
   lock_->Path = ToUtf8(place);
   for (;;) {
     if (HoldInProcess(lock_->Path)) {

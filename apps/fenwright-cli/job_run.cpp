@@ -206,11 +206,15 @@ std::vector<Step> StepsOf(Session& session, const JobOrder& order, const Prepare
   }
   if (job.Serial) {
     const std::string place = job::Describe(job.Serial->Place);
-    const std::string number = job.Serial->Value ? std::to_string(*job.Serial->Value) : job.Counter;
+    const core::Sentence number =
+        job.Serial->Value
+            ? core::Sentence{fmt::format("番号 {} ", *job.Serial->Value),
+                             fmt::format("number {}", *job.Serial->Value)}
+            : core::Sentence{job.Counter + " の次の番号", "the next number of " + job.Counter};
     steps.push_back(
         {"serial",
-         {fmt::format("{} の番号を {} に置く ({} バイト)", number, place, job.Serial->Width),
-          fmt::format("number of {} goes to {} ({} bytes)", number, place, job.Serial->Width)}});
+         {fmt::format("{}を {} に置く (幅 {})", number.Japanese, place, job.Serial->Width),
+          fmt::format("{} goes to {} (width {})", number.English, place, job.Serial->Width)}});
   }
   steps.push_back(
       {"erase",
@@ -325,8 +329,8 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
 
 /// What the job came to, in one line.
 std::string Summary(Session& session, const JobOrder& order, const ChipRow& row) {
-  std::string text =
-      session.In({"完了: ジョブ: 書き込み、照合", "ok: job done: programmed, verified"});
+  std::string text = session.In(
+      {"完了: ジョブを終えました: 書き込み、照合", "ok: job done: programmed, verified"});
   const auto add = [&](bool done, const core::Sentence& what) {
     if (done) text += session.In({"、" + what.Japanese, ", " + what.English});
   };
@@ -356,13 +360,16 @@ ExitCode LoadJob(Session& session, const std::string& path, JobOrder& order) {
                   fmt::format("{}: cannot be read: {}", path, result.Reason)}});
   }
   const job::JobText read = job::ReadJob(text);
-  for (const job::Fault& fault : read.Faults) {
-    const std::string at = path + ": " + (fault.Key.empty() ? "" : fault.Key + ": ");
-    session.Fail(
-        ExitCode::FileError,
-        {.Code = problem::kBadJob, .Text = {at + fault.Text.Japanese, at + fault.Text.English}});
+  if (!read.Faults.empty()) {
+    Problem problem{.Code = problem::kBadJob};
+    for (const job::Fault& fault : read.Faults) {
+      const std::string at = (problem.Text.English.empty() ? "" : "\n") + path + ": " +
+                             (fault.Key.empty() ? "" : fault.Key + ": ");
+      problem.Text.Japanese += at + fault.Text.Japanese;
+      problem.Text.English += at + fault.Text.English;
+    }
+    return session.Fail(ExitCode::FileError, problem);
   }
-  if (!read.Faults.empty()) return ExitCode::FileError;
   order.Job = read.Job;
   order.Folder = ToUtf8(ToPath(path).parent_path());
   return ExitCode::Success;

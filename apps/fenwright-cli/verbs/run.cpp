@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "device_name.h"
 #include "job_run.h"
 #include "production.h"
 #include "verbs.h"
@@ -72,8 +73,9 @@ Outcome Run(Session& session, RunCall& call) {
     return {.Code = code};
   }
   Options options = session.CallOptions();
-  const std::string own = options.Device;
-  if (!own.empty() && own != order.Job.Device) {
+  core::Sentence ignored;
+  if (!options.Device.empty() &&
+      FindDeviceIndex(options.Device, ignored) != FindDeviceIndex(order.Job.Device, ignored)) {
     return {.Code = session.Fail(ExitCode::Usage,
                                  {.Code = problem::kUsage,
                                   .Text = {"--device はジョブファイルの device と違います",
