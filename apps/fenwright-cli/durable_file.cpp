@@ -80,11 +80,10 @@ FileHold::FileHold(const std::string& path, double seconds) : lock_(std::make_un
   constexpr std::chrono::milliseconds kStep{20};
   const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
   std::error_code error;
-  // A relative path whose file is missing stays relative otherwise: another name than the file has
-  // once it is there.
-  const std::filesystem::path absolute = std::filesystem::absolute(ToPath(path), error);
-  std::filesystem::path place = std::filesystem::weakly_canonical(absolute, error);
-  if (error) place = absolute;
+  std::filesystem::path place = std::filesystem::absolute(ToPath(path), error);
+  // Of a file that is not there yet, the folder's true name.
+  const std::filesystem::path real = std::filesystem::weakly_canonical(place, error);
+  if (!error) place = real;
   lock_->Path = ToUtf8(place);
   for (;;) {
     if (HoldInProcess(lock_->Path)) {

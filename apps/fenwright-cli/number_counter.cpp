@@ -25,7 +25,7 @@ constexpr std::string_view kFirstLine = "fenwright-counter 1";
 constexpr std::string_view kCut = " ~";
 
 /// How long another run may have the file.
-constexpr double kPatience = 10;
+constexpr double kPatience = 3;
 
 std::optional<std::uint64_t> ReadNumber(std::string_view text) {
   std::uint64_t number = 0;

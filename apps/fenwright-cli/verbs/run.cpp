@@ -59,12 +59,13 @@ Outcome RunOnce(const Options& options, const JobOrder& order, const RunCall& ca
 }
 
 /// Everything that can be checked without a board, before the first chip.
-ExitCode Check(const Options& options, const JobOrder& order) {
+Outcome Check(const Options& options, const JobOrder& order) {
   Options quiet = options;
   quiet.Quiet = true;
   Session session(quiet);
-  const ExitCode code = session.Start(kNeedsOfPlan);
-  return code == ExitCode::Success ? CheckJob(session, order) : code;
+  ExitCode code = session.Start(kNeedsOfPlan);
+  if (code == ExitCode::Success) code = CheckJob(session, order);
+  return WithFieldsOf(session, {.Code = code});
 }
 
 Outcome Run(Session& session, RunCall& call) {
@@ -83,9 +84,7 @@ Outcome Run(Session& session, RunCall& call) {
   }
   options.Device = order.Job.Device;
   if (call.Plan) return RunOnce(options, order, call);
-  if (const ExitCode code = Check(options, order); code != ExitCode::Success) {
-    return {.Code = code};
-  }
+  if (Outcome checked = Check(options, order); checked.Code != ExitCode::Success) return checked;
   if (call.Rehearse) {
     Options rehearsal = options;
     Session with_device(rehearsal);

@@ -1,0 +1,499 @@
+// The same job many times: serial numbers, job files, several boards, chip after chip.
+
+#include <csignal>
+
+#include "system/cli_run.h"
+
+namespace fenwright::testing {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+constexpr const char* kChip = "ATtiny12L";
+const Bytes kFlash{0x0C, 0x94, 0xFF, 0xCF};
+
+/// The commands that change a chip. None of the tests' data has one of them as a byte.
+std::string Destructive(const Bytes& wire) {
+  std::string found;
+  for (const std::uint8_t byte : wire) {
+    if (std::string_view("ecCDful").find(static_cast<char>(byte)) != std::string_view::npos) {
+      found += static_cast<char>(byte);
+    }
+  }
+  return found;
+}
+
+class Workbench : public CliTest {
+ protected:
+  Workbench() { PutCode(kFlash); }
+
+  /// A job file with these keys besides those that it has to have.
+  void PutJob(const std::string& more = "", const std::string& device = kChip) const {
+    Put("job.json", R"({"fenwright_job": 1, "device": ")" + device + R"(", "code": "code.hex")" +
+                        (more.empty() ? "" : ", " + more) + "}");
+  }
+  static CliResult Wait(Process& process) {
+    const int code = process.Wait();
+    return {.Code = code, .Out = process.Output(), .Err = process.Errors()};
+  }
+  CliResult OnPort(const BoardProgram& board, const Words& command) {
+    return Run(Words{"--port", board.Link()} + command);
+  }
+  /// A call that goes on beside the test.
+  std::unique_ptr<Process> Start(const Words& words) {
+    return std::make_unique<Process>(Words{FENWRIGHT_CLI_PROGRAM} + words,
+                                     Process::Setup{.Folder = folder_.Path().string()});
+  }
+  /// A call that gets a line of input for each stroke of the Enter key.
+  CliResult WithStrokes(int strokes, const Words& words) {
+    std::string line = "printf '";
+    for (int i = 0; i < strokes; ++i) line += "\\n";
+    line += "' | exec \"$0\" \"$@\"";
+    Process process(Words{"sh", "-c", line, FENWRIGHT_CLI_PROGRAM} + words,
+                    {.Folder = folder_.Path().string()});
+    return Wait(process);
+  }
+  /// A board at a port of the test's own, to be pulled and put back.
+  std::unique_ptr<Process> Board(const std::string& port,
+                                 const std::vector<std::string>& more = {}) {
+    std::vector<std::string> command{FENWRIGHT_BOARD_PROGRAM, "--device", kChip, "--link",
+                                     Path(port)};
+    command.insert(command.end(), more.begin(), more.end());
+    if (std::ranges::find(more, "--baud") == more.end()) {
+      command.insert(command.end(), {"--baud", "0"});
+    }
+    auto board = std::make_unique<Process>(command);
+    EXPECT_TRUE(WaitForFile(Path(port))) << board->Errors();
+    return board;
+  }
+  /// Waits until a file has a text.
+  [[nodiscard]] bool Comes(const std::string& file, const std::string& text, double seconds = 30) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (std::chrono::steady_clock::now() < end) {
+      if (IsThere(file) && Get(file).find(text) != std::string::npos) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+  }
+  [[nodiscard]] std::vector<std::string> Rows(const std::string& file = "shift.csv") const {
+    std::istringstream lines(Get(file));
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(lines, line);) rows.push_back(line);
+    EXPECT_FALSE(rows.empty());
+    EXPECT_EQ(rows.front(),
+              "time,board,device,signature,serial,image_crc32,fuses,result,error,seconds");
+    rows.erase(rows.begin());
+    return rows;
+  }
+  [[nodiscard]] std::vector<std::string> OpenRows() const {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+      if (entry.path().extension() == ".open") files.push_back(entry.path().string());
+    }
+    return files;
+  }
+};
+
+// Numbers in the image.
+
+TEST_F(Workbench, ASerialNumberGoesIntoTheChip) {
+  const BoardProgram board(kChip);
+  const Words call("program code.hex --serial flash:0x3FC=next:4:big --counter numbers.txt");
+  const CliResult first = On(board, Words("--json") + call + Words("--counter-start 305419896"));
+  EXPECT_THAT(first, Ends(0));
+  EXPECT_EQ(first.Json()["serial"], 0x12345678);
+  EXPECT_EQ(board.Dump().substr(0x3FC, 4), "\x12\x34\x56\x78");
+  EXPECT_THAT(On(board, call), Ends(0));
+  EXPECT_EQ(board.Dump().substr(0x3FC, 4), "\x12\x34\x56\x79");
+  EXPECT_THAT(Get("numbers.txt"), EndsWith("\nused 305419897\n"));
+}
+
+TEST_F(Workbench, ACalibrationByteGoesIntoTheChip) {
+  const BoardProgram board(kChip);
+  const auto fuses = On(board, "--json read-fuses").Json();
+  const CliResult result = On(board, "--json program code.hex --osccal eeprom:0x01");
+  EXPECT_THAT(result, Ends(0));
+  EXPECT_EQ(result.Json()["osccal"], fuses["calibration"][0]);
+  EXPECT_EQ(static_cast<std::uint8_t>(board.Dump().at(1024 + 1)), fuses["calibration"][0]);
+}
+
+TEST_F(Workbench, TheNumberOfAChipThatFailsIsMarked) {
+  const BoardProgram board(kChip, {"--fault", "stuck@flash:0:0=1"});
+  EXPECT_THAT(On(board,
+                 "program code.hex --serial flash:0x3FC=next --counter n.txt "
+                 "--counter-start 1"),
+              Ends(1));
+  EXPECT_THAT(Get("n.txt"), EndsWith("\nfailed 1\n"));
+}
+
+TEST_F(Workbench, NumbersThatCannotBeHadAreSaidBeforeAnythingIsSent) {
+  Put("used-up.txt", "fenwright-counter 1\nfirst 256\n");
+  Put("damaged.txt", "numbers\n");
+  const BoardProgram board(kChip);
+  const std::string next = "--serial flash:0x3FC=next:1";
+  for (const auto& [options, code] : std::map<std::string, std::pair<int, std::string>>{
+           {next, {2, "usage"}},
+           {"--serial flash:0x3FC=7 --counter n.txt", {2, "usage"}},
+           {next + " --counter missing.txt", {4, "counter-missing"}},
+           {next + " --counter used-up.txt", {4, "numbers-used-up"}},
+           {next + " --counter damaged.txt", {4, "counter-damaged"}},
+           {next + " --counter used-up.txt --counter-start 1", {4, "file-exists"}},
+           {"--serial flash:0x3FD=7", {4, "no-room"}},
+           {"--serial flash:0x0000=7", {4, "no-room"}},
+           {"--serial eeprom:0x40=7:1", {4, "no-room"}},
+           {"--osccal eeprom:0x40", {4, "no-room"}},
+           {"--osccal eeprom:0x00=1", {2, "no-calibration"}},
+           {"--osccal flash:0x3FC --serial flash:0x3FC=7", {4, "no-room"}}}) {
+    const CliResult result = On(board, Words("--json program code.hex") + Words(options));
+    EXPECT_THAT(result, Ends(code.first)) << options;
+    EXPECT_EQ(result.Json()["error"]["code"], code.second) << options;
+  }
+  EXPECT_THAT(board.Wire(), IsEmpty());
+}
+
+TEST_F(Workbench, ANumberThatCannotBeKeptIsNotUsed) {
+  Put("n.txt", "fenwright-counter 1\nfirst 1\n");
+  const BoardProgram board(kChip);
+  // No file can grow: as on a full disc.
+  Process process({"bash", "-c", "ulimit -f 0; exec \"$0\" \"$@\"", FENWRIGHT_CLI_PROGRAM, "--port",
+                   board.Link(), "--device", kChip, "program", Path("code.hex"), "--serial",
+                   "flash:0x3FC=next", "--counter", Path("n.txt")},
+                  {.Folder = folder_.Path().string()});
+  process.Wait();
+  EXPECT_EQ(Get("n.txt"), "fenwright-counter 1\nfirst 1\n");
+  EXPECT_EQ(Destructive(board.Wire()), "");
+}
+
+// Job files.
+
+TEST_F(Workbench, AJobErasesProgramsThenWritesTheFusesThenTheLock) {
+  PutJob(R"("fuses": {"BODEN": "Enable"}, "lock": "write-verify")");
+  const BoardProgram board(kChip);
+  const CliResult result = OnPort(board, "--json run job.json");
+  EXPECT_THAT(result, Ends(0));
+  EXPECT_EQ(result.Json()["steps_done"], json({"program", "fuses", "lock"}));
+  EXPECT_EQ(result.Json()["job"]["verdict"], "pass");
+  const std::string sent = Destructive(board.Wire());
+  EXPECT_EQ(sent.front(), 'e') << sent;
+  EXPECT_EQ(sent.back(), 'l') << sent;
+  EXPECT_GT(sent.find_first_of("fu"), sent.find_last_of("cCD")) << sent;
+  EXPECT_EQ(board.Dump().substr(0, 4), std::string("\x0C\x94\xFF\xCF", 4));
+}
+
+TEST_F(Workbench, AJobSaysInOneLineWhatItCameTo) {
+  PutJob(R"("fuses": {"BODEN": "Enable"}, "lock": "write", "serial": "flash:0x3FC=9")");
+  const CliResult result = Run("--simulate run job.json");
+  EXPECT_THAT(result, Ends(0));
+  EXPECT_THAT(result.Out, StartsWith("ok: job done: programmed, verified, fuses written, lock "
+                                     "write, serial 9 in "));
+  EXPECT_EQ(std::ranges::count(result.Out, '\n'), 1);
+}
+
+TEST_F(Workbench, WhateverIsWrongWithAJobIsSaidBeforeAnythingIsSent) {
+  const BoardProgram board(kChip);
+  Put("other.csv", "a,b\n");
+  for (const auto& [keys, code] : std::map<std::string, std::string>{
+           {R"("data": "no.eep")", "file-missing"},
+           {R"("fuses": {"CKSL": "00"})", "unknown-field"},
+           {R"("fuses": {"BODEN": "Maybe"})", "unknown-item"},
+           {R"("fuses": {"RSTDISABL": "PB5:I/O"})", "reset-pin"},
+           {R"("fuses": {"LOCK": "write"})", "bad-job"},
+           {R"("lock": "all")", "bad-job"},
+           {R"("fuse": {})", "bad-job"},
+           {R"("serial": "flash:0x0000=7")", "no-room"},
+           {R"("serial": "flash:0x3FC=next", "counter": "no.txt")", "counter-missing"},
+           {R"("osccal": "eeprom:0=3")", "no-calibration"},
+           {R"("backup": "nowhere")", "file-missing"},
+           {R"("record": "other.csv")", "file-type"},
+           {R"("record": "nowhere/shift.csv")", "file-unwritable"}}) {
+    PutJob(keys);
+    const CliResult result = OnPort(board, "--json run job.json");
+    EXPECT_THAT(result, Not(Ends(0))) << keys;
+    EXPECT_EQ(result.Json()["error"]["code"], code) << keys << result.Err;
+  }
+  EXPECT_THAT(OnPort(board, "run missing.json"), Ends(4));
+  EXPECT_THAT(board.Wire(), IsEmpty());
+}
+
+TEST_F(Workbench, APlanSendsNothingAndNeedsNoPort) {
+  MakeFolder("copies");
+  PutJob(R"("fuses": {"BODEN": "Enable"}, "lock": "write", "backup": "copies",
+            "serial": "flash:0x3FC=next", "counter": "n.txt", "osccal": "eeprom:0",
+            "record": "shift.csv")");
+  const CliResult result = Run("--json run job.json --plan --counter-start 1");
+  EXPECT_THAT(result, Ends(0));
+  const json told = result.Json();
+  std::vector<std::string> steps;
+  for (const json& step : told["plan"]) steps.push_back(step["step"]);
+  EXPECT_THAT(steps, ElementsAre("check", "identify", "backup", "osccal", "serial", "erase",
+                                 "write", "verify", "fuses", "lock", "record"));
+  EXPECT_GT(told["plan"][6]["wire_seconds"], 0.1);
+  EXPECT_FALSE(IsThere("n.txt"));
+  EXPECT_FALSE(IsThere("shift.csv"));
+  EXPECT_THAT(
+      Run("run job.json --plan --counter-start 1"),
+      Prints(AllOf(HasSubstr("512 words of flash, 1 bytes of EEPROM"),
+                   HasSubstr("what the EEPROM holds is lost"), HasSubstr("; nothing was sent"))));
+  PutJob(R"("keep_eeprom": true)");
+  EXPECT_THAT(Run("run job.json --plan"), Prints("the EEPROM is written back"));
+}
+
+TEST_F(Workbench, ARehearsalThatFailsTouchesNeitherChipNorNumbers) {
+  PutJob(R"("serial": "flash:0x3FC=next", "counter": "n.txt", "record": "shift.csv")");
+  Put("n.txt", "fenwright-counter 1\nfirst 1\n");
+  const CliResult result =
+      Run("--json --simulate --simulate-fault stuck@flash:0:0=1 run job.json --rehearse");
+  EXPECT_THAT(result, Ends(1));
+  EXPECT_EQ(result.Json()["error"]["code"], "rehearsal-failed");
+  EXPECT_EQ(Get("n.txt"), "fenwright-counter 1\nfirst 1\n");
+  EXPECT_FALSE(IsThere("shift.csv"));
+}
+
+TEST_F(Workbench, AfterARehearsalTheJobIsRun) {
+  PutJob(R"("serial": "flash:0x3FC=next", "counter": "n.txt")");
+  const BoardProgram board(kChip);
+  const CliResult result = OnPort(board, "run job.json --rehearse --counter-start 1");
+  EXPECT_THAT(result, Ends(0));
+  EXPECT_THAT(result, Warns("rehearsal: the job went well"));
+  EXPECT_EQ(board.Dump().substr(0x3FC, 4), std::string("\x01\0\0\0", 4));
+}
+
+TEST_F(Workbench, AnotherChipThanTheJobsIsLeftAlone) {
+  PutJob();
+  const BoardProgram board("ATtiny15L");
+  const CliResult result = OnPort(board, "--json run job.json");
+  EXPECT_THAT(result, Ends(1));
+  EXPECT_EQ(result.Json()["error"]["code"], "wrong-chip");
+  EXPECT_EQ(Destructive(board.Wire()), "");
+}
+
+TEST_F(Workbench, AJobKeepsTheEeprom) {
+  Put("code.eep", HexFile({0x11, 0x22}));
+  const BoardProgram board(kChip);
+  ASSERT_THAT(On(board, "program code.hex"), Ends(0));
+  PutJob(R"("keep_eeprom": true)");
+  EXPECT_THAT(OnPort(board, "run job.json"), Ends(0));
+  EXPECT_EQ(board.Dump().substr(1024, 3), "\x11\x22\xFF");
+}
+
+TEST_F(Workbench, AJobsPathsStartAtItsOwnFolder) {
+  MakeFolder("jobs");
+  PutCode(kFlash, "jobs/code.hex");
+  std::filesystem::remove(Path("code.hex"));
+  Put("jobs/job.json", R"({"fenwright_job": 1, "device": "ATtiny12L", "code": "code.hex",
+                           "record": "shift.csv"})");
+  EXPECT_THAT(Run("--simulate run jobs/job.json"), Ends(0));
+  EXPECT_THAT(Rows("jobs/shift.csv"), SizeIs(1));
+}
+
+// The record.
+
+TEST_F(Workbench, TheRecordHasARowForEachChip) {
+  PutJob(R"("record": "shift.csv", "lock": "write", "serial": "flash:0x3FC=42")");
+  const BoardProgram good(kChip);
+  const BoardProgram bad(kChip, {"--fault", "stuck@flash:0:0=1"});
+  EXPECT_THAT(OnPort(good, "run job.json"), Ends(0));
+  EXPECT_THAT(OnPort(bad, "run job.json"), Ends(1));
+  const auto rows = Rows();
+  ASSERT_THAT(rows, SizeIs(2));
+  EXPECT_THAT(rows[0], HasSubstr("," + good.Link() + ",ATtiny12L,1E:90:05,42,"));
+  EXPECT_THAT(rows[0], HasSubstr(",Fuse=0xD2 Lock=0xFD,pass,,"));
+  EXPECT_THAT(rows[1], HasSubstr(",,fail,differences,"));
+  EXPECT_THAT(OpenRows(), IsEmpty());
+}
+
+TEST_F(Workbench, AChipWhoseProgramWasKilledIsInTheRecordOfTheNextRun) {
+  PutJob(R"("record": "shift.csv", "serial": "flash:0x3FC=next", "counter": "n.txt")");
+  Put("n.txt", "fenwright-counter 1\nfirst 7\n");
+  const auto board = Board("port", {"--baud", "57600"});
+  const auto run = Start({"--port", Path("port"), "run", "job.json"});
+  ASSERT_TRUE(Comes("n.txt", "taken 7"));
+  while (OpenRows().empty() && run->Running()) std::this_thread::yield();
+  run->Signal(SIGKILL);
+  run->Wait();
+  EXPECT_THAT(Rows(), IsEmpty());
+  EXPECT_THAT(OpenRows(), SizeIs(1));
+  EXPECT_THAT(Run({"--port", Path("port"), "run", "job.json"}), Ends(0));
+  const auto rows = Rows();
+  ASSERT_THAT(rows, SizeIs(2));
+  EXPECT_THAT(rows[0], AllOf(HasSubstr(",7,"), HasSubstr(",interrupted,")));
+  EXPECT_THAT(rows[1], AllOf(HasSubstr(",8,"), HasSubstr(",pass,")));
+  EXPECT_THAT(OpenRows(), IsEmpty());
+  EXPECT_THAT(Get("n.txt"), Not(HasSubstr("used 7")));
+}
+
+TEST_F(Workbench, ARowThatTheRecordHasAlreadyIsNotTakenTwice) {
+  PutJob(R"("record": "shift.csv")");
+  ASSERT_THAT(Run("--simulate run job.json"), Ends(0));
+  std::string row = Rows().front();
+  const std::size_t place = row.find(",pass,");
+  ASSERT_NE(place, std::string::npos);
+  Put("shift.csv.12345678.open", row.substr(0, place) + ",interrupted,,0.0\n");
+  EXPECT_THAT(Run("--simulate run job.json"), Ends(0));
+  EXPECT_THAT(Get("shift.csv"), Not(HasSubstr("interrupted")));
+}
+
+TEST_F(Workbench, TwoRunsDoNotShareARecord) {
+  PutJob(R"("record": "shift.csv")");
+  const auto board = Board("port", {"--baud", "57600"});
+  const auto first = Start({"--port", Path("port"), "run", "job.json", "--repeat"});
+  ASSERT_TRUE(Comes("shift.csv", "time,"));
+  const BoardProgram other(kChip);
+  const CliResult second = OnPort(other, "--json run job.json");
+  EXPECT_THAT(second, Ends(4));
+  EXPECT_EQ(second.Json()["error"]["code"], "file-in-use");
+  EXPECT_THAT(other.Wire(), IsEmpty());
+  first->Signal(SIGINT);
+  EXPECT_NE(first->Wait(), -1);
+}
+
+// Several boards.
+
+TEST_F(Workbench, SeveralBoardsWorkAtOnce) {
+  const BoardProgram a(kChip);
+  const BoardProgram b(kChip);
+  const CliResult result = Run(Words{"--port", a.Link(), "--port", b.Link(), "--device", kChip} +
+                               Words("program code.hex"));
+  EXPECT_THAT(result, Ends(0));
+  for (const BoardProgram* board : {&a, &b}) {
+    EXPECT_THAT(result.Out, HasSubstr(board->Link() + "  ok: programmed and verified"));
+    EXPECT_EQ(board->Dump().substr(0, 2), "\x0C\x94");
+  }
+  EXPECT_THAT(result.Out, EndsWith("\n2 boards: 2 ok, 0 not\n"));
+}
+
+TEST_F(Workbench, OneBoardThatFailsFailsTheCallAndNotTheOthers) {
+  const BoardProgram good(kChip);
+  const BoardProgram bad(kChip, {"--fault", "stuck@flash:0:0=1"});
+  const Words ports{"--port", good.Link(), "--port", bad.Link(), "--port", Path("nothing")};
+  const CliResult result =
+      Run(ports + Words{"--json", "--device", kChip} + Words("program code.hex"));
+  EXPECT_THAT(result, Ends(1));
+  const json told = result.Json();
+  EXPECT_EQ(told["error"]["code"], "boards-failed");
+  ASSERT_EQ(told["boards"].size(), 3U);
+  EXPECT_EQ(told["boards"][0]["result"], "ok");
+  EXPECT_EQ(told["boards"][1]["error"]["code"], "differences");
+  EXPECT_EQ(told["boards"][2]["result"], "no-programmer");
+  EXPECT_EQ(told["boards"][1]["port_given"], bad.Link());
+}
+
+TEST_F(Workbench, WhatEveryBoardSaysBeforeItBeginsIsSaidOnce) {
+  const CliResult result =
+      Run("--simulate --port COM1 --port COM2 --device ATtiny12L program missing.hex");
+  EXPECT_THAT(result, Ends(4));
+  EXPECT_THAT(result, Warns(StartsWith("COM1 COM2  error: missing.hex: there is no such file\n")));
+  EXPECT_EQ(result.Err.find("no such file"), result.Err.rfind("no such file"));
+}
+
+TEST_F(Workbench, SeveralBoardsAreForSomeVerbsAndFilesAlone) {
+  const Words two("--simulate --port COM1 --port COM2 --device ATtiny12L");
+  EXPECT_THAT(Run(two + Words("read out.hex out.eep")), Ends(2));
+  EXPECT_THAT(Run(two + Words("identify")), Warns("identify works on one board"));
+  EXPECT_THAT(Run(two + Words("program -")), Warns("standard input is for one board alone"));
+  EXPECT_THAT(Run(two + Words("--port COM2 erase")), Warns("--port COM2 is given twice"));
+  EXPECT_THAT(Run(two + Words("--port all erase")), Warns("--port all goes with no other port"));
+  EXPECT_THAT(Run("--simulate --port all --device ATtiny12L erase"), Ends(2));
+}
+
+TEST_F(Workbench, EachBoardHasItsOwnFolder) {
+  MakeFolder("kept");
+  const Words two("--simulate --port COM1 --port COM2 --device ATtiny12L --folder kept");
+  EXPECT_THAT(Run(two + Words("program code.hex")), Ends(0));
+  EXPECT_TRUE(IsThere("kept/COM1/_debug_avr.txt"));
+  EXPECT_TRUE(IsThere("kept/COM2/_debug_avr.txt"));
+}
+
+TEST_F(Workbench, BoardsOfOneCallNeverShareANumber) {
+  const Words three("--simulate --port COM1 --port COM2 --port COM3 --device ATtiny12L");
+  EXPECT_THAT(Run(three + Words("program code.hex --serial flash:0x3FC=next --counter n.txt "
+                                "--counter-start 1")),
+              Ends(0));
+  for (const char* number : {"taken 1 ", "taken 2 ", "taken 3 "}) {
+    EXPECT_THAT(Get("n.txt"), HasSubstr(number));
+  }
+  EXPECT_THAT(Get("n.txt"), Not(HasSubstr("taken 4")));
+}
+
+// Chip after chip.
+
+TEST_F(Workbench, EachStrokeOfEnterIsAChip) {
+  PutJob(R"("record": "shift.csv")");
+  const BoardProgram board(kChip);
+  const CliResult result =
+      WithStrokes(2, Words{"--port", board.Link()} + Words("run job.json --repeat --enter"));
+  EXPECT_THAT(result, Ends(0));
+  EXPECT_THAT(result.Out, AllOf(HasSubstr("PASS  #1"), HasSubstr("PASS  #2"),
+                                EndsWith("2 chips: 2 passed, 0 failed\n")));
+  EXPECT_THAT(Rows(), SizeIs(2));
+}
+
+TEST_F(Workbench, AChipThatFailsDoesNotEndTheShift) {
+  PutJob();
+  const BoardProgram board(kChip, {"--fault", "stuck@flash:0:0=1"});
+  const CliResult result = WithStrokes(
+      2, Words{"--port", board.Link(), "--json"} + Words("run job.json --repeat --enter"));
+  EXPECT_THAT(result, Ends(1));
+  EXPECT_EQ(result.Json()["failed"], 2);
+  EXPECT_EQ(result.Json()["error"]["code"], "chips-failed");
+}
+
+TEST_F(Workbench, ANewChipInTheSocketBeginsByItself) {
+  PutJob(R"("record": "shift.csv")");
+  auto board = Board("port");
+  const auto run = Start({"--port", Path("port"), "run", "job.json", "--repeat"});
+  ASSERT_TRUE(Comes("shift.csv", ",pass,"));
+  // The board is pulled, and comes back with another chip.
+  board.reset();
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  std::filesystem::remove(Path("port"));
+  board = Board("port", {"--fault", "stuck@flash:0:0=1"});
+  ASSERT_TRUE(Comes("shift.csv", ",fail,"));
+  run->Signal(SIGINT);
+  const CliResult result = Wait(*run);
+  EXPECT_THAT(result, Ends(1));
+  EXPECT_THAT(result, Prints("2 chips: 1 passed, 1 failed\n"));
+  EXPECT_THAT(result, Warns(AllOf(HasSubstr("take the chip out"),
+                                  HasSubstr("the board does not answer; waiting"))));
+}
+
+TEST_F(Workbench, CtrlCLetsTheChipUnderWayComeToItsEnd) {
+  PutJob(R"("record": "shift.csv")");
+  const auto board = Board("port", {"--baud", "57600"});
+  const auto run = Start({"--port", Path("port"), "run", "job.json", "--repeat"});
+  for (int i = 0; i < 500 && OpenRows().empty(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  run->Signal(SIGINT);
+  const CliResult result = Wait(*run);
+  EXPECT_THAT(result, Ends(0));
+  EXPECT_THAT(result, Prints("1 chips: 1 passed, 0 failed\n"));
+  ASSERT_THAT(Rows(), SizeIs(1));
+  EXPECT_THAT(Rows()[0], HasSubstr(",pass,"));
+}
+
+TEST_F(Workbench, TheSecondCtrlCStopsTheChipAndSaysSo) {
+  PutJob(R"("record": "shift.csv", "serial": "flash:0x3FC=next", "counter": "n.txt")");
+  Put("n.txt", "fenwright-counter 1\nfirst 1\n");
+  const auto board = Board("port", {"--baud", "9600"});
+  const auto run = Start({"--port", Path("port"), "run", "job.json", "--repeat"});
+  for (int i = 0; i < 500 && OpenRows().empty(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  run->Signal(SIGINT);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  run->Signal(SIGINT);
+  EXPECT_THAT(Wait(*run), Ends(130));
+  ASSERT_THAT(Rows(), SizeIs(1));
+  EXPECT_THAT(Rows()[0], HasSubstr(",stopped,"));
+  EXPECT_THAT(Get("n.txt"), EndsWith("\nfailed 1\n"));
+}
+
+}  // namespace
+}  // namespace fenwright::testing
