@@ -170,9 +170,9 @@ std::vector<Step> StepsOf(Session& session, const JobOrder& order, const Prepare
   const int bytes = BytesToWrite(session, prepared.Program);
   const double whole = ops::Forecast(context, 0).VerifySeconds;
   const ops::ProgrammingForecast forecast = ops::Forecast(context, words, bytes, 0);
-  const std::string data = state.DataFileName.empty() || job.NoData || job.KeepEeprom
-                               ? ""
-                               : session.Streams().OriginOf(state.DataFileName);
+  const bool has_data = !state.DataFileName.empty() && !job.NoData && !job.KeepEeprom &&
+                        session.Streams().Exists(state.DataFileName);
+  const std::string data = has_data ? session.Streams().OriginOf(state.DataFileName) : "";
   std::vector<Step> steps;
   steps.push_back(
       {"check",
@@ -201,7 +201,7 @@ std::vector<Step> StepsOf(Session& session, const JobOrder& order, const Prepare
   if (job.Osccal) {
     const std::string place = job::Describe(job.Osccal->Place);
     steps.push_back({"osccal",
-                     {"校正バイトを二度読み、" + place + " に置く",
+                     {"発振校正値を二度読み、" + place + " に置く",
                       "the calibration byte, read twice, goes to " + place}});
   }
   if (job.Serial) {
@@ -260,10 +260,13 @@ ExitCode Identify(Session& session) {
   if (std::ranges::any_of(socket.Devices, is_it)) return ExitCode::Success;
   const std::string_view found =
       catalogue[static_cast<std::size_t>(socket.Devices.front())].ChipName;
-  return session.Fail(ExitCode::Failed,
-                      {.Code = ops::trouble::kWrongChip,
-                       .Text = {fmt::format("ソケットにあるのは {} です", found),
-                                fmt::format("the chip in the socket is {}", found)}});
+  return session.Fail(
+      ExitCode::Failed,
+      {.Code = ops::trouble::kWrongChip,
+       .Text = {fmt::format("ソケットにあるのは {} です", found),
+                fmt::format("the chip in the socket is {}", found)},
+       .Cure = {"ジョブのデバイスのチップを入れるか、ジョブファイルの device を直します。",
+                "put in a chip of the job's device, or mend \"device\" in the job file"}});
 }
 
 /// The fuse and lock bytes that went over the line last, as the record has them.
@@ -419,7 +422,7 @@ ExitCode RehearseJob(Session& session, const JobOrder& order) {
   if (code == ExitCode::Stopped) return session.FailStopped();
   if (code == ExitCode::Success) {
     session.Out().PrintProgress(
-        session.In({"予行: シミュレーションのボードで成功しました",
+        session.In({"予行: シミュレーターで成功しました",
                     "rehearsal: the job went well on the simulated board"}));
     return code;
   }
