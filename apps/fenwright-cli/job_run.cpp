@@ -70,16 +70,6 @@ FuseOrders FuseOrdersOf(Session& session, const job::Job& job) {
   return orders;
 }
 
-/// "LOCK" has a key of its own, which comes last whatever the fields say.
-ExitCode RefuseLockAmongFuses(Session& session, const job::Job& job) {
-  const bool there = std::ranges::any_of(
-      job.Fuses, [](const auto& field) { return LowerCase(field.first) == "lock"; });
-  if (!there) return ExitCode::Success;
-  return session.Fail(ExitCode::FileError, {.Code = problem::kBadJob,
-                                            .Text = {"fuses: LOCK はキー lock に書きます",
-                                                     "fuses: LOCK has a key of its own, lock"}});
-}
-
 /// Everything that can be checked before anything is sent.
 struct Prepared {
   ExitCode Code = ExitCode::Success;
@@ -103,8 +93,6 @@ Prepared Prepare(Session& session, const JobOrder& order) {
   prepared.Code = loaded.Code;
   if (prepared.Code != ExitCode::Success) return prepared;
   prepared.Image = SumOfImage(session.State());
-  prepared.Code = RefuseLockAmongFuses(session, order.Job);
-  if (prepared.Code != ExitCode::Success) return prepared;
   prepared.Fuses = FuseOrdersOf(session, order.Job);
   for (const auto& fuses : {prepared.Fuses.Fuses, prepared.Fuses.Lock}) {
     if (fuses && prepared.Code == ExitCode::Success)
