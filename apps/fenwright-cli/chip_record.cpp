@@ -61,7 +61,7 @@ ExitCode ChipRecord::Open(Session& session) {
   if (!*hold) {
     return session.Fail(ExitCode::FileError,
                         {.Code = problem::kFileInUse,
-                         .Text = {path_ + ": ほかのプログラムが使っています",
+                         .Text = {path_ + ": もう一つ動いている fenwright-cli が使っています",
                                   path_ + ": another run of the program has it"}});
   }
   std::string content;

@@ -371,7 +371,8 @@ TEST_F(BashCompletionTest, OffersDevicesByTheirNamesInAscii) {
 
 TEST_F(BashCompletionTest, OffersThePortsThatTheMachineHas) {
   EXPECT_EQ(Offered("fenwright-cli --port "),
-            (Names{"COM5", "/dev/ttyUSB0", "COM13", "/dev/ttyACM0"}));
+            (Names{"all", "COM5", "/dev/ttyUSB0", "COM13", "/dev/ttyACM0"}));
+  EXPECT_EQ(Offered("fenwright-cli --port CO"), (Names{"COM5", "COM13"}));
   EXPECT_EQ(Offered("fenwright-cli --port /dev/ttyU"), Names{"/dev/ttyUSB0"});
 }
 
