@@ -167,6 +167,8 @@ constexpr auto kHelpTexts = std::to_array<HelpText>({
      "チップを替えるたびに繰り返します。Ctrl-C で終わります"},
     {"with --repeat: each chip begins with the Enter key",
      "--repeat で、チップごとに Enter キーで始めます"},
+    {"program again each time a file has changed, until Ctrl-C",
+     "ファイルが変わるたびに書き込みます。Ctrl-C で終わります"},
     {"description of a safety copy that --backup has taken",
      "--backup が作ったコピーの説明ファイル"},
     {"leave the fuse and lock bits as they are", "ヒューズビットとロックビットをそのままにします"},
