@@ -507,6 +507,8 @@ ValueChoice ChoiceFor(const CLI::Option& option, const CLI::App& program) {
   if (name == "CODE") return words(CodeWords());
   if (name == "VERB") return words(VerbWords(program));
   if (type == "FIELD=ITEM") return {.What = Kind::Fuse};
+  if (type.starts_with("PLACE")) return words({"flash:", "eeprom:"});
+  if (type == "N") return words({"1"});
   if (type == "DIR") return {.What = Kind::Folder};
   if (Texts listed = ListedWords(type); !listed.empty()) return words(std::move(listed));
   return {.What = Kind::File};

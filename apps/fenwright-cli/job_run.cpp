@@ -303,9 +303,18 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
     if (!*wanted) continue;
     FuseOrder fuses = **wanted;
     fuses.JustRead = just_read;
-    const Outcome written = WriteFuses(session, fuses);
+    Outcome written = WriteFuses(session, fuses);
     row.Fuses = LastFuses(session);
     outcome.Code = written.Code;
+    // Of both writes together: from what the chip had at first to what it has at last.
+    if (outcome.Json.contains("old_bytes")) {
+      written.Json["old_bytes"] = outcome.Json["old_bytes"];
+      for (const char* const list : {"changes", "notes"}) {
+        nlohmann::json all = outcome.Json.value(list, nlohmann::json::array());
+        for (const auto& entry : written.Json[list]) all.push_back(entry);
+        written.Json[list] = all;
+      }
+    }
     outcome.Json.update(written.Json);
     if (written.Code != ExitCode::Success) break;
     // What the chip came to is told of the programming; of the bits what they were and are.

@@ -181,6 +181,11 @@ TEST_F(Workbench, AJobErasesProgramsThenWritesTheFusesThenTheLock) {
   EXPECT_THAT(result, Ends(0));
   EXPECT_EQ(result.Json()["steps_done"], json({"program", "fuses", "lock"}));
   EXPECT_EQ(result.Json()["job"]["verdict"], "pass");
+  // Of both writes together.
+  EXPECT_EQ(result.Json()["changes"],
+            json({"BODEN: Disable -> Enable", "LOCK: none -> write-verify"}));
+  EXPECT_NE(result.Json()["old_bytes"], result.Json()["new_bytes"]);
+  EXPECT_EQ(result.Json()["old_bytes"]["Fuse"], 0xD2);
   const std::string sent = Destructive(board.Wire());
   EXPECT_EQ(sent.front(), 'e') << sent;
   EXPECT_EQ(sent.back(), 'l') << sent;

@@ -78,9 +78,14 @@ Outcome Run(Session& session, RunCall& call) {
     return {.Code = code};
   }
   Options options = session.CallOptions();
-  core::Sentence ignored;
-  if (!options.Device.empty() &&
-      FindDeviceIndex(options.Device, ignored) != FindDeviceIndex(order.Job.Device, ignored)) {
+  core::Sentence error;
+  const int named = options.Device.empty() ? 0 : FindDeviceIndex(options.Device, error);
+  if (named < 0) {
+    return {.Code = session.Fail(ExitCode::Usage, {.Code = problem::kUnknownDevice,
+                                                   .Text = {"--device: " + error.Japanese,
+                                                            "--device: " + error.English}})};
+  }
+  if (!options.Device.empty() && named != FindDeviceIndex(order.Job.Device, error)) {
     return {.Code = session.Fail(ExitCode::Usage,
                                  {.Code = problem::kUsage,
                                   .Text = {"--device はジョブファイルの device と違います",
