@@ -120,7 +120,6 @@ class Session {
   /// True when trace, dumps and report are kept in a folder.
   [[nodiscard]] bool KeepsFiles() const { return !folder_.empty(); }
   /// The options of the call, for a run of the same kind.
-  [[nodiscard]] const Options& CallOptions() const { return options_; }
   /// True when the result is printed as JSON, and not in words.
   [[nodiscard]] bool Json() const { return options_.Json; }
   [[nodiscard]] core::Language Language() const { return options_.Language; }
