@@ -110,6 +110,7 @@ MainWindow::MainWindow(core::AppState& state, platform::TextFiles& files,
   BuildMenus();
   ConnectParts();
   BuildHelpKey();
+  BuildDifferenceKeys();
   about_ = new AboutDialog(this);
   connect(this, &MainWindow::Closing, about_, &QDialog::reject);
   setGeometry(ToPixels(kMainWindowPlace));
@@ -301,6 +302,22 @@ void MainWindow::BuildHelpKey() {
   connect(contents, &QAction::triggered, this, [this] { Run(actions_.ShowHelpContents); });
   command_items_.push_back(contents);
   addAction(contents);
+}
+
+/// They start no command, so they can be used while one runs.
+void MainWindow::BuildDifferenceKeys() {
+  const auto add = [this](const char* name, const char* text, const QKeySequence& key,
+                          void (ChildWindowArea::*go)()) {
+    auto* step = new QAction(text, this);
+    step->setObjectName(name);
+    step->setShortcut(key);
+    connect(step, &QAction::triggered, children_, go);
+    addAction(step);
+  };
+  add("actNextDifference", "次の違い", QKeySequence(Qt::Key_F3),
+      &ChildWindowArea::ShowNextDifference);
+  add("actPreviousDifference", "前の違い", QKeySequence(Qt::SHIFT | Qt::Key_F3),
+      &ChildWindowArea::ShowPreviousDifference);
 }
 
 void MainWindow::BuildContent() {

@@ -130,6 +130,7 @@ class MainWindow : public QMainWindow {
   void BuildContent();
   void ConnectParts();
   void BuildHelpKey();
+  void BuildDifferenceKeys();
   QWidget* BuildCommandBar();
   QWidget* BuildSettingsPanel();
   QWidget* BuildFileBox();
