@@ -5,7 +5,7 @@
 #
 # - A folder includes, of the project, what its library links: the LINK list in its CMakeLists.txt.
 # - The engine's folders, the interfaces and the simulated board include nothing else but the C++
-#   standard library.
+#   standard library; the job files have nlohmann-json besides.
 # - An adapter (a subfolder of src/platform) may use the system and libraries.
 # - Qt is known in src/ui, apps/ and tools/ alone.
 # - Includes name the folder: "folder/file.h", from src/ on.
@@ -56,7 +56,7 @@ layer_of() {
 
 is_pure() {
   case "$1" in
-    adapters | ui | apps) return 1 ;;
+    adapters | ui | apps | job) return 1 ;;
     *) return 0 ;;
   esac
 }
@@ -71,7 +71,7 @@ check_angle_include() {
   if is_pure "$layer" && ! is_standard_header "$header"; then
     report "$file" "$line" "<$header>: $layer uses the C++ standard library alone"
   fi
-  if [[ $layer == adapters ]] && is_qt_header "$header"; then
+  if [[ $layer == adapters || $layer == job ]] && is_qt_header "$header"; then
     report "$file" "$line" "<$header>: Qt is for src/ui, apps/ and tools/"
   fi
 }

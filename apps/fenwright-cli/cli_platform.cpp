@@ -1,6 +1,7 @@
 #include "cli_platform.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
@@ -12,8 +13,9 @@
 namespace fenwright::cli {
 namespace {
 
-/// The signal that came, 0 = none.
-volatile std::sig_atomic_t interrupted = 0;
+/// The signal that came first, 0 = none. Several runs look at it, each on a thread of its own.
+std::atomic<int> interrupted = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
 
 void NoteSignal(int number) {
   interrupted = number;

@@ -12,7 +12,7 @@
 #include "device_name.h"
 #include "explanations.h"
 #include "fuse/fuse_model.h"
-#include "lock_modes.h"
+#include "fuse/lock_modes.h"
 #include "text.h"
 
 namespace fenwright::cli {
@@ -24,14 +24,15 @@ using Texts = std::vector<std::string>;
 Texts DeviceWords() {
   Texts words;
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
-    words.push_back(DeviceAlias(device.DisplayName));
+    words.push_back(core::DeviceAlias(device.DisplayName));
   }
   return words;
 }
 
 Texts ChipWords() {
   Texts words;
-  for (const board::ChipModel& chip : board::ChipModels()) words.push_back(DeviceAlias(chip.Name));
+  for (const board::ChipModel& chip : board::ChipModels())
+    words.push_back(core::DeviceAlias(chip.Name));
   return words;
 }
 
@@ -160,7 +161,7 @@ std::string FuseCases(const std::function<std::string(const std::string&, const 
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
     const Texts words = FuseWordsOf(device.DisplayName);
     for (const std::string& word : words) AddNew(all, word);
-    cases += line(UpperCase(DeviceAlias(device.DisplayName)), words);
+    cases += line(UpperCase(core::DeviceAlias(device.DisplayName)), words);
   }
   return cases + line("*", all);
 }
@@ -517,7 +518,7 @@ std::vector<std::string> FuseWordsOf(std::string_view display_name) {
     if (lock ? !layout.LockListVisible : !fuse::HasField(layout, list)) continue;
     const std::string field(fuse::FieldName(list));
     if (lock) {
-      for (const char* const mode : kLockModes) words.push_back(field + "=" + mode);
+      for (const char* const mode : fuse::kLockModeNames) words.push_back(field + "=" + mode);
     } else if (const fuse::OptionList* const options = fuse::OptionsOf(list, display_name)) {
       for (const std::string_view item : options->Items) {
         words.push_back(field + "=" + std::string(item));

@@ -41,8 +41,9 @@ Console::Console(const Options& options)
       quiet_(options.Quiet || options.Json),
       json_(options.Json),
       verbose_(options.Verbose),
-      terminal_(platform::ErrorIsTerminal()),
-      colours_(platform::OutputIsTerminal() && ColoursWanted()) {
+      terminal_(options.Lines != nullptr || platform::ErrorIsTerminal()),
+      colours_(options.Lines == nullptr && platform::OutputIsTerminal() && ColoursWanted()),
+      sink_(options.Lines) {
   NoteOutside(options.Port);
 }
 
@@ -78,18 +79,23 @@ bool Console::PrintAlways(std::string_view text) { return WriteOutput(AsLine(tex
 
 bool Console::WriteOutput(std::string_view text) {
   ClearBar();
-  const bool written = WriteTo(std::cout, text);
+  const bool written = sink_ != nullptr ? sink_->Output(text) : WriteTo(std::cout, text);
   result_written_ = result_written_ && written;
   return written;
 }
 
 void Console::PrintError(std::string_view text) {
   ClearBar();
-  WriteTo(std::cerr, AsLine(text));
+  if (sink_ != nullptr) {
+    sink_->Error(AsLine(text));
+  } else {
+    WriteTo(std::cerr, AsLine(text));
+  }
 }
 
 void Console::PrintProgress(std::string_view text) {
-  if (!quiet_) PrintError(text);
+  // Of one board of several there is no room for it.
+  if (!quiet_ && sink_ == nullptr) PrintError(text);
 }
 
 void Console::PrintStatus(std::string_view text) {
@@ -103,6 +109,7 @@ void Console::StartPhase(std::string_view label, std::string_view unit, PhaseEnd
   EndProgress(before);
   label_ = label;
   unit_ = unit;
+  if (sink_ != nullptr && !quiet_) sink_->Progress(label, 0);
   phase_start_ = std::chrono::steady_clock::now();
 }
 
@@ -120,6 +127,10 @@ void Console::ShowProgress(int value) {
   const int percent = std::min(kAll, static_cast<int>(std::int64_t{kAll} * value / maximum_));
   if (percent == shown_percent_) return;
   shown_percent_ = percent;
+  if (sink_ != nullptr) {
+    sink_->Progress(label_, percent);
+    return;
+  }
   DrawBar(percent, value > 0 ? SecondsSince(start_) * (maximum_ - value) / value : 0);
 }
 

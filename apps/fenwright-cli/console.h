@@ -9,6 +9,22 @@
 
 namespace fenwright::cli {
 
+/// Takes what a console prints in the place of standard output and error: of one board of several.
+class LineSink {
+ public:
+  LineSink() = default;
+  virtual ~LineSink() = default;
+  LineSink(const LineSink&) = delete;
+  LineSink& operator=(const LineSink&) = delete;
+
+  /// Lines of the result, and of errors and warnings; each ends in LF. False when a line could not
+  /// be written.
+  virtual bool Output(std::string_view lines) = 0;
+  virtual void Error(std::string_view lines) = 0;
+  /// How far the running part of the work has come.
+  virtual void Progress(std::string_view label, int percent) = 0;
+};
+
 /// Standard output and error of one call. Results go to output; errors, warnings and what goes on
 /// meanwhile to error. On a terminal a phase has a bar that keeps to the last line; elsewhere it
 /// has one plain line at its end.
@@ -85,6 +101,7 @@ class Console {
   bool colours_;
   bool output_for_result_ = false;
   bool result_written_ = true;
+  LineSink* sink_;
   std::string last_status_;
   std::string label_;
   std::string unit_;

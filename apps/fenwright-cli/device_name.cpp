@@ -18,17 +18,9 @@ std::string ListDeviceNames() {
   return names;
 }
 
-std::string DeviceAlias(std::string_view display_name) {
-  const auto end = std::ranges::find_if_not(display_name, [](char character) {
-    return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
-           (character >= 'a' && character <= 'z');
-  });
-  return {display_name.begin(), end};
-}
-
 nlohmann::json DeviceAsJson(const core::DeviceEntry& device) {
   return {{"name", device.DisplayName},
-          {"alias", DeviceAlias(device.DisplayName)},
+          {"alias", core::DeviceAlias(device.DisplayName)},
           {"flash_words", device.FlashWords},
           {"eeprom_bytes", device.EepromBytes},
           {"device_code", device.DeviceCode},
@@ -41,14 +33,14 @@ int FindDeviceIndex(std::string_view name, core::Sentence& error) {
   std::vector<int> found;
   for (int index = 0; index < static_cast<int>(devices.size()); ++index) {
     const std::string_view candidate = devices[static_cast<std::size_t>(index)].DisplayName;
-    if (candidate == name || LowerCase(DeviceAlias(candidate)) == wanted) return index;
+    if (candidate == name || LowerCase(core::DeviceAlias(candidate)) == wanted) return index;
     if (LowerCase(candidate).find(wanted) != std::string::npos) found.push_back(index);
   }
   if (found.size() == 1 && !wanted.empty()) return found.front();
   if (found.empty() || wanted.empty()) {
     std::vector<std::string> aliases;
     for (const core::DeviceEntry& device : devices)
-      aliases.push_back(DeviceAlias(device.DisplayName));
+      aliases.push_back(core::DeviceAlias(device.DisplayName));
     const std::string meant = ClosestWord(name, aliases);
     error = {fmt::format("「{}」というデバイスはありません{}。デバイスは次のとおりです:\n{}", name,
                          meant.empty() ? "" : " (" + meant + " のことですか)", ListDeviceNames()),

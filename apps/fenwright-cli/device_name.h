@@ -10,10 +10,6 @@
 
 namespace fenwright::cli {
 
-/// The name of a device in ASCII letters and digits: what its display name begins with. No two
-/// devices have the same.
-std::string DeviceAlias(std::string_view display_name);
-
 /// Selector index of the device that `name` stands for: its exact display name, its alias, or a
 /// part of the display name that no other device has, in any case. -1 when there is none; `error`
 /// then names the choices.

@@ -6,8 +6,8 @@
 #include <fmt/format.h>
 
 #include "explanations.h"
+#include "fuse/lock_modes.h"
 #include "fuse/reset_pin.h"
-#include "lock_modes.h"
 #include "ops/commands.h"
 
 namespace fenwright::cli {
@@ -46,7 +46,7 @@ std::string WhyNotReadBack(Session& session) {
   if (fuse::DisablesReset(session.Context())) {
     return session.In({"デバイスにはもう届きません", "the device can no longer be reached"});
   }
-  if (session.Fuses().SelectedIndex(FuseList::Lock) == kReadLocked) {
+  if (session.Fuses().SelectedIndex(FuseList::Lock) == fuse::kReadLocked) {
     return session.In(
         {"デバイスは読み出しが禁止されています", "the device is locked against reading"});
   }
@@ -95,7 +95,8 @@ std::vector<FuseList> ListsOf(Session& session) {
 std::string AsciiName(Session& session, FuseList list, int index) {
   if (index < 0) return "";
   const auto place = static_cast<std::size_t>(index);
-  return list == FuseList::Lock ? kLockModes.at(place) : session.Fuses().Items(list).at(place);
+  return list == FuseList::Lock ? fuse::kLockModeNames.at(place)
+                                : session.Fuses().Items(list).at(place);
 }
 
 std::string ItemText(Session& session, FuseList list, int index) {

@@ -31,9 +31,12 @@ const core::Sentence& Heading(ExitCode code) {
 
 void AddOptions(CLI::App& app, Options& options) {
   app.set_version_flag("--version", fmt::format("fenwright-cli {}", core::kVersion));
-  app.add_option("--port", options.Port,
-                 "port of the programmer: COM1 to COM256, COMn=PATH, or a device path")
+  app.add_option(
+         "--port", options.Ports,
+         "port of the programmer: COM1 to COM256, COMn=PATH, or a device path; given again, "
+         "or \"all\", several boards work at once")
       ->type_name("COMn|DEVICE-PATH")
+      ->allow_extra_args(false)
       ->envname("FENWRIGHT_PORT");
   CLI::Option* const simulate = app.add_flag("--simulate", options.Simulate,
                                              "use the built-in simulated board, whatever the port");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -25,9 +26,12 @@ const char* Name(ExitCode code);
 /// The same for people.
 const core::Sentence& Heading(ExitCode code);
 
+class LineSink;
+
 /// The options that every verb takes.
 struct Options {
   std::vector<std::string> Words;   ///< the whole command line, for what is printed of it
+  std::vector<std::string> Ports;   ///< as the call has them: several boards, or kAllPorts
   std::string Port;                 ///< "COMn", "COMn=PATH" or a device path, "" = none
   bool Simulate = false;            ///< the built-in simulated board instead of a port
   std::string SimulateChip;         ///< chip in its socket, "" = the selected device
@@ -38,7 +42,12 @@ struct Options {
   bool Quiet = false;
   bool Verbose = false;                               ///< status texts are printed too
   core::Language Language = core::Language::English;  ///< of every text
+  LineSink* Lines = nullptr;    ///< gets what is printed; null: standard output and error
+  bool SimulateAtOnce = false;  ///< the simulated line takes no time
 };
+
+/// As a port: every one that can be opened.
+inline constexpr std::string_view kAllPorts = "all";
 
 /// Adds them to the command line.
 void AddOptions(CLI::App& app, Options& options);

@@ -43,6 +43,15 @@ inline constexpr std::string_view kEmptyResetVector = "empty-reset-vector";
 inline constexpr std::string_view kLockedDevice = "locked-device";
 inline constexpr std::string_view kFirmwareAdvised = "firmware-advised";
 inline constexpr std::string_view kStopped = "stopped";
+inline constexpr std::string_view kBoardsFailed = "boards-failed";
+inline constexpr std::string_view kCounterMissing = "counter-missing";
+inline constexpr std::string_view kCounterDamaged = "counter-damaged";
+inline constexpr std::string_view kFileInUse = "file-in-use";
+inline constexpr std::string_view kNumbersUsedUp = "numbers-used-up";
+inline constexpr std::string_view kNoRoom = "no-room";
+inline constexpr std::string_view kNoCalibration = "no-calibration";
+inline constexpr std::string_view kBadJob = "bad-job";
+inline constexpr std::string_view kRehearsalFailed = "rehearsal-failed";
 inline constexpr std::string_view kInternal = "internal";
 }  // namespace problem
 

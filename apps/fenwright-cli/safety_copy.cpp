@@ -7,9 +7,10 @@
 
 #include <fmt/format.h>
 
-#include "device_name.h"
+#include "check_sum.h"
+#include "core/device_catalogue.h"
+#include "fuse/lock_modes.h"
 #include "image/hex_writer.h"
-#include "lock_modes.h"
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
@@ -23,18 +24,6 @@ namespace {
 constexpr const char* kVersionKey = "fenwright_copy";
 constexpr int kCopyVersion = 1;
 constexpr const char* kSumKey = "crc32";
-
-/// CRC-32 as ZIP files have it, in eight digits.
-std::string CheckSum(std::string_view bytes) {
-  constexpr std::uint32_t kPolynomial = 0xEDB88320;
-  constexpr int kBits = 8;
-  std::uint32_t sum = ~0U;
-  for (const char byte : bytes) {
-    sum ^= static_cast<unsigned char>(byte);
-    for (int bit = 0; bit < kBits; ++bit) sum = sum >> 1 ^ (sum % 2 == 0 ? 0 : kPolynomial);
-  }
-  return fmt::format("{:08x}", ~sum);
-}
 
 ExitCode CheckBackupFolder(Session& session, const std::string& folder) {
   const auto fail = [&](std::string_view code, const char* japanese, const char* english) {
@@ -99,7 +88,7 @@ bool IsReadLocked(Session& session, const DeviceRun& run) {
   if (!ops::DescribeProtection(state).empty()) return true;
   const FuseChoices choices = DecodeFuses(session, state.Command.FuseBytes);
   const auto lock = choices.find(screen::FuseList::Lock);
-  return lock != choices.end() && lock->second == kReadLocked;
+  return lock != choices.end() && lock->second == fuse::kReadLocked;
 }
 
 struct CopyFiles {
@@ -112,7 +101,7 @@ std::string CopyName(Session& session) {
   std::string signature = session.StatusBar().Signature();
   std::erase(signature, ':');
   const platform::DateTime now = session.Context().Line.Clock.Now();
-  return fmt::format("{}-{}-{:04}{:02}{:02}-{:02}{:02}{:02}", DeviceAlias(session.Device()),
+  return fmt::format("{}-{}-{:04}{:02}{:02}-{:02}{:02}{:02}", core::DeviceAlias(session.Device()),
                      signature, now.Year, now.Month, now.Day, now.Hour, now.Minute, now.Second);
 }
 
@@ -175,7 +164,7 @@ nlohmann::json Describe(Session& session, const CopyFiles& files, const ChipRead
   const platform::DateTime now = session.Context().Line.Clock.Now();
   const auto name = [](const std::string& path) { return ToUtf8(ToPath(path).filename()); };
   return {{kVersionKey, kCopyVersion},
-          {"device", DeviceAlias(session.Device())},
+          {"device", core::DeviceAlias(session.Device())},
           {"signature", session.StatusBar().Signature()},
           {"taken", fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", now.Year, now.Month, now.Day,
                                 now.Hour, now.Minute, now.Second)},
@@ -362,7 +351,7 @@ std::optional<Problem> CheckMemoryFile(Session& session, const std::string& path
 
 std::optional<Problem> CheckDevice(Session& session, const std::string& path,
                                    const std::string& device) {
-  const std::string selected = DeviceAlias(session.Device());
+  const std::string selected = core::DeviceAlias(session.Device());
   if (device == selected) return std::nullopt;
   return Problem{
       .Code = problem::kForeignCopy,

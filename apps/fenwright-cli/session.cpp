@@ -333,6 +333,7 @@ void Session::MakeRealPort() {
 
 ExitCode Session::MakeSimulatedPort() {
   board::SimulatedBoardOptions board_options;
+  if (options_.SimulateAtOnce) board_options.Baud = 0;
   for (const std::string& form : options_.Faults) {
     std::string error;
     const auto fault = board::ParseFault(form, error);

@@ -77,6 +77,8 @@ class Session {
   /// The version line of a board that was asked for it by itself.
   void NoteBoardVersion(const std::string& version) { board_version_ = version; }
 
+  [[nodiscard]] const Options& CallOptions() const { return options_; }
+
   /// A text in the language of the call.
   [[nodiscard]] const std::string& In(const core::Sentence& sentence) const {
     return sentence.In(options_.Language);

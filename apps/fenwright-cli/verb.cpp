@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "boards.h"
 #include "explanations.h"
 
 namespace fenwright::cli {
@@ -32,7 +33,9 @@ std::string Dump(const nlohmann::json& value) {
   return shown;
 }
 
-nlohmann::json Heading(const std::string& command, ExitCode code, double seconds) {
+}  // namespace
+
+nlohmann::json HeadingFields(const std::string& command, ExitCode code, double seconds) {
   return {{"schema", kJsonSchema},
           {"command", command.empty() ? nlohmann::json(nullptr) : nlohmann::json(command)},
           {"result", Name(code)},
@@ -40,40 +43,48 @@ nlohmann::json Heading(const std::string& command, ExitCode code, double seconds
           {"seconds", seconds}};
 }
 
-}  // namespace
-
 std::string JsonOfUsageError(const std::string& command, const core::Sentence& text,
                              core::Language language) {
   Options options{.Quiet = true, .Language = language};
   Session session(options);
   session.NoteError({.Code = problem::kUsage, .Text = text});
-  nlohmann::json result = Heading(command, ExitCode::Usage, 0);
+  nlohmann::json result = HeadingFields(command, ExitCode::Usage, 0);
   result.update(session.CommonFields());
   return Dump(result);
 }
 
-ExitCode RunVerb(const Verb& verb, const VerbRun& run, Options options) {
-  options.Quiet = options.Quiet || verb.ResultOnly;
-  const auto start = std::chrono::steady_clock::now();
-  Session session(options);
+Outcome RunOnSession(const Verb& verb, const VerbRun& run, Session& session) {
   Outcome outcome{.Code = session.Start(verb.Needed)};
   if (outcome.Code == ExitCode::Success) outcome = run(session);
-  if (!options.Json) {
-    if (session.HasError() || session.Out().ResultWritten()) return outcome.Code;
-    return session.Fail(ExitCode::FileError,
-                        {.Code = problem::kOutputUnwritable,
-                         .Text = FindExplanation(problem::kOutputUnwritable)->Cause});
-  }
-  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  nlohmann::json result = Heading(verb.Name, outcome.Code, seconds.count());
-  result.update(session.CommonFields());
-  result.update(outcome.Json);
-  const bool told = session.Out().PrintAlways(Dump(result));
+  if (session.Json() || session.HasError() || session.Out().ResultWritten()) return outcome;
+  outcome.Code = session.Fail(ExitCode::FileError,
+                              {.Code = problem::kOutputUnwritable,
+                               .Text = FindExplanation(problem::kOutputUnwritable)->Cause});
+  return outcome;
+}
+
+ExitCode PrintJson(Session& session, const nlohmann::json& object, ExitCode code) {
+  const bool told = session.Out().PrintAlways(Dump(object));
   if (!told && !session.HasError()) {
     session.Fail(ExitCode::FileError, {.Code = problem::kOutputUnwritable,
                                        .Text = FindExplanation(problem::kOutputUnwritable)->Cause});
   }
-  return told || outcome.Code != ExitCode::Success ? outcome.Code : ExitCode::FileError;
+  return told || code != ExitCode::Success ? code : ExitCode::FileError;
+}
+
+ExitCode RunVerb(const Verb& verb, const VerbRun& run, Options options) {
+  options.Quiet = options.Quiet || verb.ResultOnly;
+  if (NamesSeveralBoards(options)) return RunOnBoards(verb, run, options);
+  if (!options.Ports.empty()) options.Port = options.Ports.front();
+  const auto start = std::chrono::steady_clock::now();
+  Session session(options);
+  const Outcome outcome = RunOnSession(verb, run, session);
+  if (!options.Json) return outcome.Code;
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  nlohmann::json result = HeadingFields(verb.Name, outcome.Code, seconds.count());
+  result.update(session.CommonFields());
+  result.update(outcome.Json);
+  return PrintJson(session, result, outcome.Code);
 }
 
 }  // namespace fenwright::cli

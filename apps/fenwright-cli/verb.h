@@ -36,6 +36,8 @@ struct Verb {
   VerbRun (*Bind)(CLI::App& command);
   /// Standard output gets the result and nothing else, as with --quiet.
   bool ResultOnly = false;
+  /// May work on several boards at once.
+  bool SeveralBoards = false;
   /// For its help, the most usual call first.
   std::array<Example, 4> Examples{};
 };
@@ -46,6 +48,15 @@ inline constexpr int kJsonSchema = 1;
 /// The JSON of a call that did not come as far as a verb.
 std::string JsonOfUsageError(const std::string& command, const core::Sentence& text,
                              core::Language language);
+
+/// The JSON that every result begins with.
+nlohmann::json HeadingFields(const std::string& command, ExitCode code, double seconds);
+
+/// Prints the object of a call with --json; returns the code that the call ends with.
+ExitCode PrintJson(Session& session, const nlohmann::json& object, ExitCode code);
+
+/// Runs the verb on a session of its own: what it needs, and the verb itself.
+Outcome RunOnSession(const Verb& verb, const VerbRun& run, Session& session);
 
 /// Gives the verb what it needs, runs it, and prints its result if --json asks for one.
 ExitCode RunVerb(const Verb& verb, const VerbRun& run, Options options);

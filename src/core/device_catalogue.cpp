@@ -125,6 +125,14 @@ const auto* RowOf(const Rows& rows, std::uint8_t family, std::uint8_t part) {
 
 std::span<const DeviceEntry> DeviceCatalogue() { return kCatalogue; }
 
+std::string DeviceAlias(std::string_view display_name) {
+  const auto end = std::ranges::find_if_not(display_name, [](char character) {
+    return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
+           (character >= 'a' && character <= 'z');
+  });
+  return {display_name.begin(), end};
+}
+
 const DeviceEntry* FindDevice(std::string_view display_name) {
   const auto row = std::ranges::find(kCatalogue, display_name, &DeviceEntry::DisplayName);
   return row == kCatalogue.end() ? nullptr : &*row;

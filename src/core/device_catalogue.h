@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "screen/guide_form.h"
@@ -24,6 +25,10 @@ struct DeviceEntry {
 
 /// The chips in selector order; the position is the index stored in the settings.
 std::span<const DeviceEntry> DeviceCatalogue();
+
+/// The name of a device in ASCII letters and digits: what its display name begins with. No two
+/// devices have the same.
+std::string DeviceAlias(std::string_view display_name);
 
 /// The row whose display name equals `display_name` exactly, or null.
 const DeviceEntry* FindDevice(std::string_view display_name);

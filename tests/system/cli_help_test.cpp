@@ -361,7 +361,7 @@ TEST_F(BashCompletionTest, OffersEveryVerbAndEveryOptionAndNoOther) {
 TEST_F(BashCompletionTest, OffersDevicesByTheirNamesInAscii) {
   Names devices;
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
-    devices.insert(cli::DeviceAlias(device.DisplayName));
+    devices.insert(core::DeviceAlias(device.DisplayName));
   }
   EXPECT_EQ(Offered("fenwright-cli --device "), devices);
   EXPECT_EQ(Offered("fenwright-cli erase --device at90s12"), (Names{"AT90S1200", "AT90S1200A"}));
@@ -378,7 +378,7 @@ TEST_F(BashCompletionTest, OffersThePortsThatTheMachineHas) {
 TEST_F(BashCompletionTest, OffersTheFieldsAndItemsOfTheDeviceThatReadFusesHas) {
   std::map<std::string, std::future<CliResult>> results;
   for (const core::DeviceEntry& device : core::DeviceCatalogue()) {
-    const std::string name = cli::DeviceAlias(device.DisplayName);
+    const std::string name = core::DeviceAlias(device.DisplayName);
     results[name] = std::async(std::launch::async, [this, name] {
       return Run("--json --simulate --device " + name +
                  " write-fuses --dry-run --from-defaults LOCK=none");

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "explanations.h"
 #include "image/image_check.h"
 #include "link/detection.h"
 #include "ops/trouble.h"

@@ -18,7 +18,7 @@ Outcome Identify(Session& session) {
   for (const int index : socket.Devices) {
     const core::DeviceEntry& device = core::DeviceCatalogue()[static_cast<std::size_t>(index)];
     list.push_back(DeviceAsJson(device));
-    const std::string alias = DeviceAlias(device.DisplayName);
+    const std::string alias = core::DeviceAlias(device.DisplayName);
     lines += fmt::format("{}  {}", session.StatusBar().Signature(), alias);
     if (alias != device.DisplayName) lines += fmt::format("  {}", device.DisplayName);
     lines += "\n";

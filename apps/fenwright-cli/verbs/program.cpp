@@ -1,157 +1,32 @@
-#include <algorithm>
-#include <cstdint>
 #include <memory>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include <fmt/format.h>
-
-#include "code_files.h"
-#include "image/buffers.h"
-#include "image/hex_writer.h"
-#include "ops/commands.h"
-#include "safety_copy.h"
+#include "programming.h"
 #include "verbs.h"
 
 namespace fenwright::cli {
 namespace {
 
-struct ProgramOptions {
-  std::shared_ptr<CodeFiles> Files;
-  std::shared_ptr<BackupOptions> Backup;
-  bool KeepEeprom = false;
-};
-
-/// What the EEPROM holds and is to hold again.
-struct KeptEeprom {
-  DeviceRun
-      Run;  ///< of its reading; when it failed the cause is printed, or is for the run to tell
-  std::vector<std::uint8_t> Content;
-  std::string File;  ///< has it until it is back in the device, "" where a safety copy has it
-};
-
-/// A locked device gives away addresses here as well.
-bool HoldsAddresses(const std::vector<std::uint8_t>& bytes) {
-  std::uint8_t address = 0;
-  return std::ranges::all_of(bytes, [&address](std::uint8_t byte) { return byte == address++; });
-}
-
-std::vector<std::uint8_t> LastEeprom(const core::AppState& state) {
-  return {state.EepromBuffer.begin(), state.EepromBuffer.begin() + state.EepromBytes};
-}
-
-/// Reads it twice: a byte that came wrong over the line would be written back as it came.
-KeptEeprom ReadEepromTwice(Session& session) {
-  KeptEeprom kept{.Run = RunOnDevice(session, ops::ReadEepromAlone)};
-  if (kept.Run.Code != ExitCode::Success) return kept;
-  kept.Content = LastEeprom(session.State());
-  kept.Run = RunOnDevice(session, ops::ReadEepromAlone);
-  if (kept.Run.Code != ExitCode::Success || kept.Content == LastEeprom(session.State())) {
-    return kept;
-  }
-  const auto found = std::ranges::mismatch(kept.Content, LastEeprom(session.State()));
-  const auto place = found.in1 - kept.Content.begin();
-  kept.Run.Code = session.Fail(
-      ExitCode::Failed,
-      {.Code = problem::kReadingsDiffer,
-       .Text = {fmt::format("EEPROMの二回の読み出しの結果が違います: バイト 0x{:04X}", place),
-                fmt::format("two readings of the EEPROM differ: byte 0x{:04X}", place)}});
-  return kept;
-}
-
-/// Keeps the content in a file for as long as the device does not have it.
-void SaveKept(Session& session, const std::string& folder, KeptEeprom& kept) {
-  core::AppState& state = session.State();
-  kept.File = NewCopyPath(session, folder, ".eep");
-  session.Out().NoteOutside(kept.File);
-  state.DataSaveFileName = kept.File;
-  // Of a code file that was taken in spite of a bad line.
-  const bool left_open = std::exchange(state.HexFileLeftOpen, false);
-  const auto problem = WhyNotWritten(kept.File, image::WriteDataHexFile(session.Context()));
-  state.HexFileLeftOpen = left_open;
-  if (!problem) return;
-  kept.File.clear();
-  kept.Run.Code = session.Fail(ExitCode::FileError, *problem);
-}
-
-/// Has the EEPROM's own content in the buffer that the device is programmed from.
-KeptEeprom KeepEeprom(Session& session, const BackupOptions& backup, const SafetyCopy& copy) {
-  core::AppState& state = session.State();
-  if (copy.Eeprom) {
-    std::ranges::copy(*copy.Eeprom, state.EepromBuffer.begin());
-    return {.Content = *copy.Eeprom};
-  }
-  KeptEeprom kept = ReadEepromTwice(session);
-  if (kept.Run.Code != ExitCode::Success) return kept;
-  if (HoldsAddresses(kept.Content) && !backup.ForceLocked) {
-    kept.Run.Code = FailLocked(session);
-    return kept;
-  }
-  SaveKept(session, state.AppFolder, kept);
-  return kept;
-}
-
-/// The file goes when the device has its content back, or never lost it.
-void TellKept(Session& session, const DeviceRun& run, const KeptEeprom& kept,
-              nlohmann::json& fields) {
-  const bool is_back = run.Code == ExitCode::Success;
-  fields["eeprom_kept"] = is_back || !session.State().Command.EraseStarted;
-  if (fields["eeprom_kept"]) {
-    if (!kept.File.empty()) session.Context().Storage.Files.Delete(kept.File);
-    if (is_back) {
-      session.Out().Print(session.In({"EEPROM: 元の内容を書き戻し、照合しました",
-                                      "EEPROM: its content was written back and verified"}));
-    }
-    return;
-  }
-  if (kept.File.empty()) return;
-  fields["eeprom_file"] = kept.File;
-  session.NoteWrittenFile(kept.File);
-  session.Out().PrintError(
-      session.In({"EEPROMの元の内容はこのファイルにあります。program --data で書き込めます: ",
-                  "what the EEPROM held is in this file, for \"program --data\": "}) +
-      kept.File);
-}
-
-Outcome Program(Session& session, ProgramOptions& options) {
-  options.Files->NoData = options.Files->NoData || options.KeepEeprom;
-  const LoadedFiles loaded = LoadCodeFiles(session, *options.Files);
-  nlohmann::json fields = loaded.Fields;
-  if (loaded.Code != ExitCode::Success) return {.Code = loaded.Code, .Json = fields};
-  const SafetyCopy copy = TakeSafetyCopy(session, *options.Backup, fields);
-  if (copy.Refusal) return *copy.Refusal;
-  fields.update(copy.Fields);
-  fields.update({{"eeprom_kept", false}, {"eeprom_file", nullptr}});
-  if (!options.KeepEeprom) {
-    // Whoever brings data for it has thought of it.
-    if (image::UsedEepromBytes(session.State()) == 0) {
-      session.Out().PrintProgress(
-          session.In({"イレースはEEPROMも消去します (--keep-eeprom で元の内容を残します)",
-                      "the erase wipes the EEPROM as well (--keep-eeprom keeps what it holds)"}));
-    }
-    return TellDeviceRun(session, RunOnDevice(session, ops::Cmd_btn_program_Click), fields);
-  }
-  session.Out().PrintProgress(
-      session.In({"イレースはEEPROMも消去します。先に読み、後で書き戻します",
-                  "the erase wipes the EEPROM as well: it is read before and written back after"}));
-  const KeptEeprom kept = KeepEeprom(session, *options.Backup, copy);
-  if (kept.Run.Code != ExitCode::Success) return RefuseUntouched(session, kept.Run, fields);
-  const DeviceRun run = RunOnDevice(session, ops::Cmd_btn_program_Click);
-  TellKept(session, run, kept, fields);
-  return TellDeviceRun(session, run, fields);
+Outcome Program(Session& session, const ProgramOrder& order) {
+  const LoadedFiles loaded = PrepareProgramming(session, order);
+  if (loaded.Code != ExitCode::Success) return {.Code = loaded.Code, .Json = loaded.Fields};
+  const Programming done = ProgramChip(session, order, loaded.Fields);
+  return done.Refusal ? *done.Refusal : TellDeviceRun(session, done.Run, done.Fields);
 }
 
 VerbRun BindProgram(CLI::App& command) {
-  const auto options = std::make_shared<ProgramOptions>();
-  options->Files = AddCodeFiles(command);
+  const auto keep_eeprom = std::make_shared<bool>(false);
+  const auto files = AddCodeFiles(command);
   command
-      .add_flag("--keep-eeprom", options->KeepEeprom,
+      .add_flag("--keep-eeprom", *keep_eeprom,
                 "read the EEPROM before the erase and write it back after, verified")
       ->excludes(command.get_option("--data"));
-  options->Backup = AddBackup(command);
-  return [options](Session& session) { return Program(session, *options); };
+  const auto backup = AddBackup(command);
+  const auto numbers = AddChipNumbers(command);
+  return [=](Session& session) {
+    return Program(
+        session,
+        {.Files = *files, .Backup = *backup, .Numbers = *numbers, .KeepEeprom = *keep_eeprom});
+  };
 }
 
 }  // namespace
@@ -161,6 +36,7 @@ const Verb kProgram{
     .Description = "erase, program and verify the device",
     .Needed = kDeviceOnPort,
     .Bind = BindProgram,
+    .SeveralBoards = true,
     .Examples = {
         {{"--port COM5 --device AT90S8515 program blink.hex",
           "消去、書き込み、ベリファイをします。blink.eep があればEEPROMにも書きます",

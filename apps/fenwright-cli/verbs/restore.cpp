@@ -5,8 +5,8 @@
 #include <fmt/format.h>
 
 #include "fuse/fuse_bytes.h"
+#include "fuse/lock_modes.h"
 #include "fuse/reset_pin.h"
-#include "lock_modes.h"
 #include "ops/commands.h"
 #include "ops/trouble.h"
 #include "safety_copy.h"
@@ -95,7 +95,7 @@ DeviceRun WriteAndReadBack(Session& session, nlohmann::json& fields) {
 /// Brings the fuse bits back, and the lock bits when everything else is right.
 DeviceRun RestoreFuses(Session& session, const FuseChoices& wanted, nlohmann::json& fields) {
   FuseChoices open = wanted;
-  open[screen::FuseList::Lock] = kNotLocked;
+  open[screen::FuseList::Lock] = fuse::kNotLocked;
   DeviceRun run;
   fields["old_bytes"] = BytesAsJson(session.State().Command.FuseBytes);
   if (DecodeFuses(session, session.State().Command.FuseBytes) != open) {

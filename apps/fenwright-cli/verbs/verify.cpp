@@ -59,6 +59,7 @@ const Verb kVerify{
     .Description = "compare the device with files and print the differences",
     .Needed = kDeviceOnPort,
     .Bind = BindVerify,
+    .SeveralBoards = true,
     .Examples = {{{"--port COM5 --device AT90S8515 verify blink.hex",
                    "デバイスをファイルと比べます", "compare the device with the files"},
                   {"--port COM5 --device AT90S8515 verify blink.hex --no-data",
