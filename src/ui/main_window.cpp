@@ -245,23 +245,23 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   AskAndRequestStop();
 }
 
-void MainWindow::dragEnterEvent(QDragEnterEvent* event) { AcceptHexFile(event); }
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) { AcceptDroppedFile(event); }
 
-void MainWindow::dragMoveEvent(QDragMoveEvent* event) { AcceptHexFile(event); }
+void MainWindow::dragMoveEvent(QDragMoveEvent* event) { AcceptDroppedFile(event); }
 
 void MainWindow::dropEvent(QDropEvent* event) {
-  AcceptHexFile(event);
+  AcceptDroppedFile(event);
   if (!event->isAccepted() || !actions_.OpenDropped) return;
   // The program that the file comes from waits for the end of the drop, not of the command.
   QMetaObject::invokeMethod(
-      this, [this, path = FirstHexFile(*event->mimeData())] { actions_.OpenDropped(path); },
+      this, [this, path = FirstFileToOpen(*event->mimeData())] { actions_.OpenDropped(path); },
       Qt::QueuedConnection);
 }
 
 /// Takes a copy, whatever the other program proposes: a moved file would be gone.
-void MainWindow::AcceptHexFile(QDropEvent* event) const {
+void MainWindow::AcceptDroppedFile(QDropEvent* event) const {
   const bool copy = event->possibleActions().testFlag(Qt::CopyAction);
-  if (!copy || !MayStart() || FirstHexFile(*event->mimeData()).isEmpty()) {
+  if (!copy || !MayStart() || FirstFileToOpen(*event->mimeData()).isEmpty()) {
     event->ignore();
     return;
   }
