@@ -78,6 +78,7 @@ class Session {
   /// The version line of a board that was asked for it by itself.
   void NoteBoardVersion(const std::string& version) { board_version_ = version; }
 
+  /// The options of the call, for a run of the same kind.
   [[nodiscard]] const Options& CallOptions() const { return options_; }
 
   /// A text in the language of the call.
@@ -119,8 +120,6 @@ class Session {
   [[nodiscard]] bool AsksSocket() const;
   /// True when trace, dumps and report are kept in a folder.
   [[nodiscard]] bool KeepsFiles() const { return !folder_.empty(); }
-  /// The options of the call, for a run of the same kind.
-  [[nodiscard]] const Options& CallOptions() const { return options_; }
   /// True when the result is printed as JSON, and not in words.
   [[nodiscard]] bool Json() const { return options_.Json; }
   [[nodiscard]] core::Language Language() const { return options_.Language; }
