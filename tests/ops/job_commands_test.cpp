@@ -281,11 +281,16 @@ TEST_F(JobCommands, AFileThatIsThereIsAskedAbout) {
 
 TEST_F(JobCommands, ADiscThatRefusesTheFileIsToldAndThereIsNoJob) {
   Files.Refused.push_back("/jobs/a.json");
-  Save("/jobs/a.json");
-  ASSERT_EQ(Boxes.Boxes.size(), 1U);
-  EXPECT_EQ(Boxes.Boxes[0].Text, "ファイル保存できませんでした。");
-  EXPECT_EQ(Job.Path, "");
-  EXPECT_NE(PanelText(Panel::Status), "ジョブを保存しました。");
+  Files.LostAtClose.push_back("/jobs/b.json");
+  for (const char* path : {"/jobs/a.json", "/jobs/b.json"}) {
+    Boxes.Boxes.clear();
+    Save(path);
+    ASSERT_EQ(Boxes.Boxes.size(), 1U);
+    EXPECT_EQ(Boxes.Boxes[0].Text, "ファイル保存できませんでした。");
+    EXPECT_THAT(Boxes.Boxes[0].Detail, StartsWith(std::string(path) + "\r\n"));
+    EXPECT_EQ(Job.Path, "");
+    EXPECT_NE(PanelText(Panel::Status), "ジョブを保存しました。");
+  }
 }
 
 }  // namespace
