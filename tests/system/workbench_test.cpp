@@ -379,6 +379,29 @@ TEST_F(Workbench, ARowThatTheRecordHasAlreadyIsNotTakenTwice) {
   EXPECT_THAT(Get("shift.csv"), Not(HasSubstr("interrupted")));
 }
 
+TEST_F(Workbench, AChipThatCannotBeRecordedIsNotTouched) {
+  PutJob(R"("record": "shift.csv")");
+  Put("shift.csv", "time,board,device,signature,serial,image_crc32,fuses,result,error,seconds\n");
+  const BoardProgram board(kChip);
+  // No file can grow: as on a full disc.
+  Process process({"bash", "-c", "ulimit -f 0; exec \"$0\" \"$@\" >/dev/null 2>/dev/null",
+                   FENWRIGHT_CLI_PROGRAM, "--port", board.Link(), "run", Path("job.json")},
+                  {.Folder = folder_.Path().string()});
+  EXPECT_EQ(process.Wait(), 4);
+  EXPECT_EQ(Destructive(board.Wire()), "");
+}
+
+TEST_F(Workbench, ALockedChipIsSaidToBeOne) {
+  PutJob();
+  Put("state", std::string("fenwright-board-state 1\nchip ") + kChip + "\nlock 0\n");
+  const BoardProgram board(kChip, {"--state", Path("state")});
+  const CliResult result = OnPort(board, "--json run job.json");
+  EXPECT_THAT(result, Ends(1));
+  EXPECT_EQ(result.Json()["error"]["code"], "no-signature");
+  EXPECT_THAT(result, Warns("erase"));
+  EXPECT_EQ(Destructive(board.Wire()), "");
+}
+
 TEST_F(Workbench, TwoRunsDoNotShareARecord) {
   PutJob(R"("record": "shift.csv")");
   const auto board = Board("port", {"--baud", "57600"});
