@@ -348,6 +348,12 @@ TEST_F(Workbench, TheRecordHasARowForEachChip) {
   EXPECT_THAT(OpenRows(), IsEmpty());
 }
 
+TEST_F(Workbench, WithoutABoardThereIsNoChipToRecord) {
+  PutJob(R"("record": "shift.csv")");
+  EXPECT_THAT(Run({"--port", Path("nothing"), "run", "job.json"}), Ends(3));
+  EXPECT_THAT(Rows(), IsEmpty());
+}
+
 TEST_F(Workbench, AChipWhoseProgramWasKilledIsInTheRecordOfTheNextRun) {
   PutJob(R"("record": "shift.csv", "serial": "flash:0x3FC=next", "counter": "n.txt")");
   Put("n.txt", "fenwright-counter 1\nfirst 7\n");
@@ -428,7 +434,7 @@ TEST_F(Workbench, SeveralBoardsWorkAtOnce) {
     EXPECT_THAT(result.Out, HasSubstr(board->Link() + "  ok: programmed and verified"));
     EXPECT_EQ(board->Dump().substr(0, 2), "\x0C\x94");
   }
-  EXPECT_THAT(result.Out, EndsWith("\n2 boards: 2 ok, 0 not\n"));
+  EXPECT_THAT(result.Out, EndsWith("\nboards: 2, ok: 2, failed: 0\n"));
 }
 
 TEST_F(Workbench, OneBoardThatFailsFailsTheCallAndNotTheOthers) {
@@ -493,7 +499,7 @@ TEST_F(Workbench, EachStrokeOfEnterIsAChip) {
       WithStrokes(2, Words{"--port", board.Link()} + Words("run job.json --repeat --enter"));
   EXPECT_THAT(result, Ends(0));
   EXPECT_THAT(result.Out, AllOf(HasSubstr("PASS  #1"), HasSubstr("PASS  #2"),
-                                EndsWith("2 chips: 2 passed, 0 failed\n")));
+                                EndsWith("chips: 2, passed: 2, failed: 0\n")));
   EXPECT_THAT(Rows(), SizeIs(2));
 }
 
@@ -521,7 +527,7 @@ TEST_F(Workbench, ANewChipInTheSocketBeginsByItself) {
   run->Signal(SIGINT);
   const CliResult result = Wait(*run);
   EXPECT_THAT(result, Ends(1));
-  EXPECT_THAT(result, Prints("2 chips: 1 passed, 1 failed\n"));
+  EXPECT_THAT(result, Prints("chips: 2, passed: 1, failed: 1\n"));
   EXPECT_THAT(result, Warns(AllOf(HasSubstr("take the chip out"),
                                   HasSubstr("the board does not answer; waiting"))));
 }
@@ -536,7 +542,7 @@ TEST_F(Workbench, CtrlCLetsTheChipUnderWayComeToItsEnd) {
   run->Signal(SIGINT);
   const CliResult result = Wait(*run);
   EXPECT_THAT(result, Ends(0));
-  EXPECT_THAT(result, Prints("1 chips: 1 passed, 0 failed\n"));
+  EXPECT_THAT(result, Prints("chips: 1, passed: 1, failed: 0\n"));
   ASSERT_THAT(Rows(), SizeIs(1));
   EXPECT_THAT(Rows()[0], HasSubstr(",pass,"));
 }
