@@ -279,12 +279,11 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
   const ExitCode identified = Identify(session);
   row.Signature = session.StatusBar().Signature();
   if (identified != ExitCode::Success) return end(identified);
-  if (order.Record != nullptr) {
-    prepared.Program.BeforeErase = [&](std::optional<std::uint64_t> number) {
-      row.Serial = number;
-      return order.Record->Begin(session, row);
-    };
-  }
+  prepared.Program.BeforeErase = [&](std::optional<std::uint64_t> number) {
+    row.Serial = number;
+    row.Begun = true;
+    return order.Record == nullptr ? ExitCode::Success : order.Record->Begin(session, row);
+  };
   Programming programmed = ProgramChip(session, prepared.Program, prepared.Fields);
   row.Serial = programmed.Serial.Number();
   if (programmed.Refusal) return *programmed.Refusal;
@@ -446,7 +445,7 @@ Outcome RunJob(Session& session, const JobOrder& order, ChipRow& row) {
                          {"image_crc32", row.Image},
                          {"verdict", row.Result}};
   // Without a board there is no chip to tell of.
-  if (order.Record != nullptr && outcome.Code != ExitCode::NoProgrammer) {
+  if (order.Record != nullptr && (row.Begun || outcome.Code != ExitCode::NoProgrammer)) {
     const ExitCode recorded = order.Record->End(session, row);
     if (good) outcome.Code = recorded;
   }

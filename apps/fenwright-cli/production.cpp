@@ -208,7 +208,7 @@ Outcome Produce(Session& session, const Production& production) {
       if (row.Result.empty()) row.Error = run.ErrorCode();
     }
     // The board went before the chip was looked at; it is waited for.
-    if (code == ExitCode::NoProgrammer) continue;
+    if (code == ExitCode::NoProgrammer && !row.Begun) continue;
     // The second Ctrl-C, which the user means for the chip as well.
     if (code == ExitCode::Stopped) {
       ++tally.Failed;

@@ -374,6 +374,30 @@ TEST_F(Workbench, AChipWhoseProgramWasKilledIsInTheRecordOfTheNextRun) {
   EXPECT_THAT(Get("n.txt"), Not(HasSubstr("used 7")));
 }
 
+TEST_F(Workbench, ABoardThatIsPulledJustBeforeTheEraseLosesNeitherRowNorNumber) {
+  PutJob(R"("record": "shift.csv", "serial": "flash:0x3FC=next", "counter": "n.txt")");
+  Put("n.txt", "fenwright-counter 1\nfirst 1\n");
+  std::size_t erase = 0;
+  {
+    const BoardProgram board(kChip);
+    ASSERT_THAT(OnPort(board, "run job.json"), Ends(0));
+    const Bytes wire = board.Wire();
+    erase = static_cast<std::size_t>(std::ranges::find(wire, 'e') - wire.begin());
+    ASSERT_LT(erase, wire.size());
+  }
+  for (const std::size_t before : {1U, 4U, 8U, 12U, 20U}) {
+    std::filesystem::remove(Path("shift.csv"));
+    Put("n.txt", "fenwright-counter 1\nfirst 1\n");
+    const BoardProgram board(kChip, {"--fault", "hangup@" + std::to_string(erase - before)});
+    EXPECT_THAT(OnPort(board, "run job.json"), Not(Ends(0)));
+    EXPECT_THAT(OpenRows(), IsEmpty());
+    const bool taken = Get("n.txt").find("taken 1") != std::string::npos;
+    const auto rows = Rows();
+    EXPECT_THAT(rows, SizeIs(1)) << before;
+    EXPECT_EQ(!rows.empty() && rows[0].find(",1E:90:05,1,") != std::string::npos, taken) << before;
+  }
+}
+
 TEST_F(Workbench, ARowThatTheRecordHasAlreadyIsNotTakenTwice) {
   PutJob(R"("record": "shift.csv")");
   ASSERT_THAT(Run("--simulate run job.json"), Ends(0));
