@@ -37,6 +37,7 @@ install(FILES LICENSE THIRD-PARTY.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DO
 install(DIRECTORY licenses DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(
   FILES docs/command-line.md docs/command-line-examples.md docs/fenwright-cli.schema.json
+        docs/fenwright-job.schema.json docs/job.md
         docs/json.md docs/protocol.md docs/simulated-board.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(

@@ -30,6 +30,11 @@ FILES = {
     "firmware.hex": ":020000000102FB\r\n:00000001FF\r\n",
     "mine.hex": ":00000001FF\r\n",
     "blank.eep": ":00000001FF\r\n",
+    "job.json": '{"fenwright_job": 1, "device": "ATtiny12L", "code": "toggle.hex",\n'
+                ' "fuses": {"BODEN": "Enable"}, "lock": "write",\n'
+                ' "serial": "flash:0x3FC=next:4", "counter": "numbers.txt", "record": "chips.csv"}\n',
+    "mistyped.json": '{"fenwright_job": 1, "device": "ATtny12L", "code": "toggle.hex", "fuse": {}}\n',
+    "numbers.txt": "fenwright-counter 1\nfirst 1000\n",
 }
 
 
@@ -92,6 +97,7 @@ def without_board(good, bad):
 CALLS = {
     "devices": without_board("devices", "--jsn devices"),
     "program": on_chip("program toggle.hex", "program broken.hex", 40),
+    "run": on_chip("run job.json", "run mistyped.json", 40),
     "restore": on_chip("restore copy.json", "restore broken.json", 40),
     "read": on_chip("read --code out.hex", "read --code mine.hex", 40),
     "verify": on_chip("verify toggle.hex", "verify none.hex", 40),
@@ -224,7 +230,7 @@ alone). On a terminal each phase has a bar meanwhile; the differences of `verify
 
 `scripts/command-line-examples.py` makes this page, and a test runs it again. 0.0 stands for every time. `toggle.hex` is
 `examples/toggle-tiny12/toggle-tiny12.hex`; `broken.hex` has a wrong checksum; `copy.json` is a safety copy with
-`toggle.hex` in it.
+`toggle.hex` in it; `job.json` programs `toggle.hex` with fuse bits, a lock and a serial number.
 """
 
 

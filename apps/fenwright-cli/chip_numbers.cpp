@@ -87,9 +87,9 @@ ExitCode CheckChipNumbers(Session& session, const ChipNumbers& numbers) {
     return session.Fail(
         ExitCode::Usage,
         {.Code = problem::kNoCalibration,
-         .Text = {fmt::format("--osccal: {} の校正バイトは {} 個です", session.Device(),
+         .Text = {fmt::format("--osccal: {} の発振校正値は {} 個です", session.Device(),
                               LayoutOf(session).CalibrationCount),
-                  fmt::format("--osccal: {} has {} calibration bytes", session.Device(),
+                  fmt::format("--osccal: {} has {} calibration byte(s)", session.Device(),
                               LayoutOf(session).CalibrationCount)}});
   }
   const core::Sentence why = job::WhyNoRoom(session.State(), osccal.Place, 1);
@@ -137,7 +137,7 @@ DeviceRun PutCalibration(Session& session, const job::Calibration& osccal, nlohm
   job::PutByte(session.State(), osccal.Place, byte);
   fields["osccal"] = byte;
   session.Out().PrintProgress(
-      fmt::format(fmt::runtime(session.In({"校正バイト 0x{:02X} を {} に置きます",
+      fmt::format(fmt::runtime(session.In({"発振校正値 0x{:02X} を {} に置きます",
                                            "calibration byte 0x{:02X} goes to {}"})),
                   byte, job::Describe(osccal.Place)));
   return run;

@@ -16,7 +16,7 @@ constexpr std::string_view kHeader =
 constexpr std::string_view kOpenRowEnding = ".open";
 
 /// A field as RFC 4180 has it.
-std::string Quoted(const std::string& text) {
+std::string CsvField(const std::string& text) {
   if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
   std::string quoted = "\"";
   for (const char character : text) {
@@ -27,9 +27,9 @@ std::string Quoted(const std::string& text) {
 }
 
 std::string LineOf(const ChipRow& row) {
-  return fmt::format("{},{},{},{},{},{},{},{},{},{:.1f}\n", row.Time, Quoted(row.Board),
-                     Quoted(row.Device), row.Signature,
-                     row.Serial ? std::to_string(*row.Serial) : "", row.Image, Quoted(row.Fuses),
+  return fmt::format("{},{},{},{},{},{},{},{},{},{:.1f}\n", row.Time, CsvField(row.Board),
+                     CsvField(row.Device), row.Signature,
+                     row.Serial ? std::to_string(*row.Serial) : "", row.Image, CsvField(row.Fuses),
                      row.Result, row.Error, row.Seconds);
 }
 
@@ -61,7 +61,7 @@ ExitCode ChipRecord::Open(Session& session) {
   if (!*hold) {
     return session.Fail(ExitCode::FileError,
                         {.Code = problem::kFileInUse,
-                         .Text = {path_ + ": ほかのプログラムが使っています",
+                         .Text = {path_ + ": もう一つ動いている fenwright-cli が使っています",
                                   path_ + ": another run of the program has it"}});
   }
   std::string content;

@@ -163,6 +163,9 @@ class NoViews final : public screen::Views {
   void ShowText(screen::View /*view*/, std::string_view /*text*/) override {}
   void Mark(screen::View /*view*/, const screen::TextPlace& /*place*/) override {}
   void ClearMarks() override {}
+  void MarkDifferences(screen::View /*view*/,
+                       const std::vector<screen::DifferingPlace>& /*places*/) override {}
+  void ClearDifferences() override {}
 };
 
 /// The files as a verb sees them that takes no folder: it may read. What the engine would write,

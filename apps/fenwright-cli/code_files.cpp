@@ -129,18 +129,6 @@ LoadedFiles Refuse(Session& session, const Problem& problem) {
   return {.Code = ExitCode::FileError};
 }
 
-/// The data file that goes with a code file. Where the file system tells case, one whose name ends
-/// in capitals does as well.
-std::string DataFileBeside(const std::string& code) {
-  const std::string usual = image::DataFileNameFor(code);
-  std::error_code ignored;
-  if (std::filesystem::exists(ToPath(usual), ignored)) return usual;
-  constexpr std::string_view kCapitals = "EEP";
-  const std::string capitals =
-      usual.substr(0, usual.size() - kCapitals.size()) + std::string(kCapitals);
-  return std::filesystem::exists(ToPath(capitals), ignored) ? capitals : usual;
-}
-
 /// Standard input in what is said of it.
 constexpr const char* kInputName = "<stdin>";
 
@@ -301,6 +289,16 @@ std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command) {
   command.add_flag("--no-data", files->NoData, "treat the EEPROM image as blank")->excludes(data);
   AddForceImage(command, files->Force);
   return files;
+}
+
+std::string DataFileBeside(const std::string& code) {
+  const std::string usual = image::DataFileNameFor(code);
+  std::error_code ignored;
+  if (std::filesystem::exists(ToPath(usual), ignored)) return usual;
+  constexpr std::string_view kCapitals = "EEP";
+  const std::string capitals =
+      usual.substr(0, usual.size() - kCapitals.size()) + std::string(kCapitals);
+  return std::filesystem::exists(ToPath(capitals), ignored) ? capitals : usual;
 }
 
 LoadedFiles LoadCodeFiles(Session& session, const CodeFiles& named) {

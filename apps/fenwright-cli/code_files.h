@@ -23,6 +23,10 @@ std::shared_ptr<CodeFiles> AddCodeFiles(CLI::App& command);
 void AddInputFormat(CLI::App& command, std::string& format);
 void AddForceImage(CLI::App& command, bool& force);
 
+/// The data file that goes with a code file, whether it is there or not. Where the file system
+/// tells case, one whose name ends in capitals does as well.
+std::string DataFileBeside(const std::string& code);
+
 /// What became of loading them.
 struct LoadedFiles {
   ExitCode Code = ExitCode::Success;

@@ -172,6 +172,7 @@ constexpr std::string_view kBash =
 # The ports that this machine has, asked for when they are wanted.
 _fenwright_cli_ports() {
   local name path state rest
+  echo all
   while read -r name path state rest; do
     if [[ $name == COM* && $state != missing ]]; then printf '%s\n' "$name" "$path"; fi
   done < <(LC_ALL=C "$1" ports 2>/dev/null)
@@ -313,7 +314,7 @@ constexpr std::string_view kZsh = R"script(#compdef fenwright-cli
 
 # The ports that this machine has, asked for when they are wanted.
 _fenwright_cli_ports() {
-  local -a ports
+  local -a ports=(all)
   local name port state rest
   LC_ALL=C $fenwright_cli ports 2>/dev/null | while read -r name port state rest; do
     if [[ $name == COM* && $state != missing ]]; then ports+=($name $port); fi
@@ -426,6 +427,7 @@ constexpr std::string_view kFish =
 # The ports that this machine has, asked for when they are wanted.
 function __fenwright_cli_ports
     set -l words (commandline -opc)
+    echo all
     env LC_ALL=C $words[1] ports 2>/dev/null | while read -l name port state rest
         if string match -q 'COM*' -- $name; and test "$state" != missing
             printf '%s\n' $name $port
@@ -505,6 +507,8 @@ ValueChoice ChoiceFor(const CLI::Option& option, const CLI::App& program) {
   if (name == "CODE") return words(CodeWords());
   if (name == "VERB") return words(VerbWords(program));
   if (type == "FIELD=ITEM") return {.What = Kind::Fuse};
+  if (type.starts_with("PLACE")) return words({"flash:", "eeprom:"});
+  if (type == "N") return words({"1"});
   if (type == "DIR") return {.What = Kind::Folder};
   if (Texts listed = ListedWords(type); !listed.empty()) return words(std::move(listed));
   return {.What = Kind::File};

@@ -17,8 +17,11 @@ constexpr auto kHelpTexts = std::to_array<HelpText>({
     // Options of every verb.
     {"Print this help message and exit", "使い方を出します"},
     {"Display program version information and exit", "バージョンを出します"},
-    {"port of the programmer: COM1 to COM256, COMn=PATH, or a device path",
-     "ライターのポート: COM1～COM256、COMn=パス、またはデバイスのパス"},
+    {"port of the programmer: COM1 to COM256, COMn=PATH, or a device path; given again, or "
+     "\"all\", "
+     "several boards work at once",
+     "ライターのポート: COM1～COM256、COMn=パス、またはデバイスのパス。繰り返すか all "
+     "で、いくつものボードを同時に使います"},
     {"use the built-in simulated board, whatever the port",
      "ポートに関係なく、シミュレーターを使います"},
     {"chip in the simulated board's socket (default: the selected device)",
@@ -59,6 +62,8 @@ constexpr auto kHelpTexts = std::to_array<HelpText>({
     // Verbs.
     {"list the devices", "対応するデバイスを一覧にします"},
     {"erase, program and verify the device", "デバイスを消去し、書き込み、ベリファイします"},
+    {"do a job: program, verify, fuses, lock, as a job file says",
+     "ジョブファイルのとおりに、書き込み、ベリファイ、ヒューズ、ロックをします"},
     {"put a safety copy back: memories, then fuse and lock bits",
      "コピーを戻します: メモリー、次にヒューズビットとロックビット"},
     {"read the device's memories and save them", "デバイスのメモリーを読み、保存します"},
@@ -143,6 +148,27 @@ constexpr auto kHelpTexts = std::to_array<HelpText>({
      "プロテクトされていて読めない内容は、あきらめて進みます"},
     {"read the EEPROM before the erase and write it back after, verified",
      "消去の前にEEPROMを読み、後で書き戻して照合します"},
+    {"put a serial number into the image: flash:0x1FFC=next:4 takes the counter's next number, a "
+     "number in the place of \"next\" is itself; behind it bytes (1 to 8), little or big, step",
+     "シリアル番号を書き込みます: flash:0x1FFC=next:4 は --counter の次の番号、next の代わりに数を"
+     "書くとその番号。その後はバイト数 (1～8)、little か big、増分です"},
+    {"file that counts the serial numbers; none is ever given twice",
+     "シリアル番号を数えるファイル。同じ番号は二度使いません"},
+    {"make the counter's file, and begin with that number",
+     "番号のファイルを新しく作り、この番号から始めます"},
+    {"put the chip's calibration byte into the image, for example at eeprom:0x00; eeprom:0x00=1 "
+     "puts its second one there",
+     "チップの発振校正値を書き込みます。場所は eeprom:0x00 など。eeprom:0x00=1 は二つ目の値です"},
+    {"job file: docs/job.md describes it", "ジョブファイル。書き方は docs/job.md にあります"},
+    {"tell what would be done, and send nothing", "何をするかを出すだけで、何も送りません"},
+    {"run the job on the simulated board first, and stop when it fails there",
+     "先にシミュレーターで同じジョブを行い、失敗したら始めません"},
+    {"chip after chip: wait for the next one in the socket, until Ctrl-C",
+     "チップを替えるたびに繰り返します。Ctrl-C で終わります"},
+    {"with --repeat: each chip begins with the Enter key",
+     "--repeat で、チップごとに Enter キーで始めます"},
+    {"program again each time a file has changed, until Ctrl-C",
+     "ファイルが変わるたびに書き込みます。Ctrl-C で終わります"},
     {"description of a safety copy that --backup has taken",
      "--backup が作ったコピーの説明ファイル"},
     {"leave the fuse and lock bits as they are", "ヒューズビットとロックビットをそのままにします"},

@@ -70,16 +70,6 @@ FuseOrders FuseOrdersOf(Session& session, const job::Job& job) {
   return orders;
 }
 
-/// "LOCK" has a key of its own, which comes last whatever the fields say.
-ExitCode RefuseLockAmongFuses(Session& session, const job::Job& job) {
-  const bool there = std::ranges::any_of(
-      job.Fuses, [](const auto& field) { return LowerCase(field.first) == "lock"; });
-  if (!there) return ExitCode::Success;
-  return session.Fail(ExitCode::FileError, {.Code = problem::kBadJob,
-                                            .Text = {"fuses: LOCK はキー lock に書きます",
-                                                     "fuses: LOCK has a key of its own, lock"}});
-}
-
 /// Everything that can be checked before anything is sent.
 struct Prepared {
   ExitCode Code = ExitCode::Success;
@@ -103,8 +93,6 @@ Prepared Prepare(Session& session, const JobOrder& order) {
   prepared.Code = loaded.Code;
   if (prepared.Code != ExitCode::Success) return prepared;
   prepared.Image = SumOfImage(session.State());
-  prepared.Code = RefuseLockAmongFuses(session, order.Job);
-  if (prepared.Code != ExitCode::Success) return prepared;
   prepared.Fuses = FuseOrdersOf(session, order.Job);
   for (const auto& fuses : {prepared.Fuses.Fuses, prepared.Fuses.Lock}) {
     if (fuses && prepared.Code == ExitCode::Success)
@@ -170,9 +158,9 @@ std::vector<Step> StepsOf(Session& session, const JobOrder& order, const Prepare
   const int bytes = BytesToWrite(session, prepared.Program);
   const double whole = ops::Forecast(context, 0).VerifySeconds;
   const ops::ProgrammingForecast forecast = ops::Forecast(context, words, bytes, 0);
-  const std::string data = state.DataFileName.empty() || job.NoData || job.KeepEeprom
-                               ? ""
-                               : session.Streams().OriginOf(state.DataFileName);
+  const bool has_data = !state.DataFileName.empty() && !job.NoData && !job.KeepEeprom &&
+                        session.Streams().Exists(state.DataFileName);
+  const std::string data = has_data ? session.Streams().OriginOf(state.DataFileName) : "";
   std::vector<Step> steps;
   steps.push_back(
       {"check",
@@ -201,16 +189,20 @@ std::vector<Step> StepsOf(Session& session, const JobOrder& order, const Prepare
   if (job.Osccal) {
     const std::string place = job::Describe(job.Osccal->Place);
     steps.push_back({"osccal",
-                     {"校正バイトを二度読み、" + place + " に置く",
+                     {"発振校正値を二度読み、" + place + " に置く",
                       "the calibration byte, read twice, goes to " + place}});
   }
   if (job.Serial) {
     const std::string place = job::Describe(job.Serial->Place);
-    const std::string number = job.Serial->Value ? std::to_string(*job.Serial->Value) : job.Counter;
+    const core::Sentence number =
+        job.Serial->Value
+            ? core::Sentence{fmt::format("番号 {} ", *job.Serial->Value),
+                             fmt::format("number {}", *job.Serial->Value)}
+            : core::Sentence{job.Counter + " の次の番号", "the next number of " + job.Counter};
     steps.push_back(
         {"serial",
-         {fmt::format("{} の番号を {} に置く ({} バイト)", number, place, job.Serial->Width),
-          fmt::format("number of {} goes to {} ({} bytes)", number, place, job.Serial->Width)}});
+         {fmt::format("{}を {} に置く (幅 {})", number.Japanese, place, job.Serial->Width),
+          fmt::format("{} goes to {} (width {})", number.English, place, job.Serial->Width)}});
   }
   steps.push_back(
       {"erase",
@@ -256,10 +248,13 @@ ExitCode Identify(Session& session) {
   if (std::ranges::any_of(socket.Devices, is_it)) return ExitCode::Success;
   const std::string_view found =
       catalogue[static_cast<std::size_t>(socket.Devices.front())].ChipName;
-  return session.Fail(ExitCode::Failed,
-                      {.Code = ops::trouble::kWrongChip,
-                       .Text = {fmt::format("ソケットにあるのは {} です", found),
-                                fmt::format("the chip in the socket is {}", found)}});
+  return session.Fail(
+      ExitCode::Failed,
+      {.Code = ops::trouble::kWrongChip,
+       .Text = {fmt::format("ソケットにあるのは {} です", found),
+                fmt::format("the chip in the socket is {}", found)},
+       .Cure = {"ジョブのデバイスのチップを入れるか、ジョブファイルの device を直します。",
+                "put in a chip of the job's device, or mend \"device\" in the job file"}});
 }
 
 /// The fuse and lock bytes that went over the line last, as the record has them.
@@ -308,9 +303,18 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
     if (!*wanted) continue;
     FuseOrder fuses = **wanted;
     fuses.JustRead = just_read;
-    const Outcome written = WriteFuses(session, fuses);
+    Outcome written = WriteFuses(session, fuses);
     row.Fuses = LastFuses(session);
     outcome.Code = written.Code;
+    // Of both writes together: from what the chip had at first to what it has at last.
+    if (outcome.Json.contains("old_bytes")) {
+      written.Json["old_bytes"] = outcome.Json["old_bytes"];
+      for (const char* const list : {"changes", "notes"}) {
+        nlohmann::json all = outcome.Json.value(list, nlohmann::json::array());
+        for (const auto& entry : written.Json[list]) all.push_back(entry);
+        written.Json[list] = all;
+      }
+    }
     outcome.Json.update(written.Json);
     if (written.Code != ExitCode::Success) break;
     // What the chip came to is told of the programming; of the bits what they were and are.
@@ -325,8 +329,8 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
 
 /// What the job came to, in one line.
 std::string Summary(Session& session, const JobOrder& order, const ChipRow& row) {
-  std::string text =
-      session.In({"完了: ジョブ: 書き込み、照合", "ok: job done: programmed, verified"});
+  std::string text = session.In(
+      {"完了: ジョブを終えました: 書き込み、照合", "ok: job done: programmed, verified"});
   const auto add = [&](bool done, const core::Sentence& what) {
     if (done) text += session.In({"、" + what.Japanese, ", " + what.English});
   };
@@ -356,13 +360,16 @@ ExitCode LoadJob(Session& session, const std::string& path, JobOrder& order) {
                   fmt::format("{}: cannot be read: {}", path, result.Reason)}});
   }
   const job::JobText read = job::ReadJob(text);
-  for (const job::Fault& fault : read.Faults) {
-    const std::string at = path + ": " + (fault.Key.empty() ? "" : fault.Key + ": ");
-    session.Fail(
-        ExitCode::FileError,
-        {.Code = problem::kBadJob, .Text = {at + fault.Text.Japanese, at + fault.Text.English}});
+  if (!read.Faults.empty()) {
+    Problem problem{.Code = problem::kBadJob};
+    for (const job::Fault& fault : read.Faults) {
+      const std::string at = (problem.Text.English.empty() ? "" : "\n") + path + ": " +
+                             (fault.Key.empty() ? "" : fault.Key + ": ");
+      problem.Text.Japanese += at + fault.Text.Japanese;
+      problem.Text.English += at + fault.Text.English;
+    }
+    return session.Fail(ExitCode::FileError, problem);
   }
-  if (!read.Faults.empty()) return ExitCode::FileError;
   order.Job = read.Job;
   order.Folder = ToUtf8(ToPath(path).parent_path());
   return ExitCode::Success;
@@ -413,7 +420,7 @@ ExitCode RehearseJob(Session& session, const JobOrder& order) {
   if (code == ExitCode::Stopped) return session.FailStopped();
   if (code == ExitCode::Success) {
     session.Out().PrintProgress(
-        session.In({"予行: シミュレーションのボードで成功しました",
+        session.In({"予行: シミュレーターで成功しました",
                     "rehearsal: the job went well on the simulated board"}));
     return code;
   }

@@ -66,7 +66,7 @@ Problem NumberCounter::Damaged(int line) const {
 
 Problem NumberCounter::InUse() const {
   return {.Code = problem::kFileInUse,
-          .Text = {path_ + ": ほかのプログラムが使っています",
+          .Text = {path_ + ": もう一つ動いている fenwright-cli が使っています",
                    path_ + ": another run of the program has it"}};
 }
 

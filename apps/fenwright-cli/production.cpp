@@ -109,7 +109,7 @@ bool WaitForRemoval(Session& session, Notice& notice) {
   return false;
 }
 
-bool WaitForKey(Session& session, EnterKey& key, int& seen, Notice& notice) {
+bool WaitForKey(EnterKey& key, int& seen, Notice& notice) {
   notice.Say({"チップを入れて Enter を押します (Ctrl-C で終わります)",
               "put a chip in and press Enter (Ctrl-C ends)"});
   while (!EndWasRequested()) {
@@ -117,7 +117,6 @@ bool WaitForKey(Session& session, EnterKey& key, int& seen, Notice& notice) {
     if (event == EnterKey::Event::Pressed) return true;
     if (event == EnterKey::Event::Ended) return false;
   }
-  (void)session;
   return false;
 }
 
@@ -193,9 +192,8 @@ Outcome Produce(Session& session, const Production& production) {
   Tally tally;
   int seen = 0;
   while (!EndWasRequested()) {
-    const bool begin = production.Key != nullptr
-                           ? WaitForKey(session, *production.Key, seen, notice)
-                           : WaitForChip(session, notice);
+    const bool begin = production.Key != nullptr ? WaitForKey(*production.Key, seen, notice)
+                                                 : WaitForChip(session, notice);
     if (!begin) break;
     notice.Forget();
     ChipRow row;

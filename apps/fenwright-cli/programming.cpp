@@ -119,22 +119,28 @@ DeviceRun CompleteImage(Session& session, const ChipNumbers& numbers, TakenNumbe
   return run;
 }
 
+/// What the EEPROM holds is not known until it is read, nor whether there is room.
+ExitCode RefuseNumbersInKeptEeprom(Session& session, const ChipNumbers& numbers) {
+  const bool serial = numbers.Serial && !numbers.Serial->Place.InFlash;
+  const bool osccal = numbers.Osccal && !numbers.Osccal->Place.InFlash;
+  if (!serial && !osccal) return ExitCode::Success;
+  const std::string option = serial ? "--serial" : "--osccal";
+  return session.Fail(
+      ExitCode::Usage,
+      {.Code = problem::kUsage,
+       .Text = {option + ": --keep-eeprom と一緒のときは flash に置きます",
+                option + ": has to be in the flash where --keep-eeprom keeps the EEPROM"}});
+}
+
 }  // namespace
 
 LoadedFiles PrepareProgramming(Session& session, const ProgramOrder& order) {
-  const ChipNumbers& numbers = order.Numbers;
-  const bool in_eeprom = (numbers.Serial && !numbers.Serial->Place.InFlash) ||
-                         (numbers.Osccal && !numbers.Osccal->Place.InFlash);
-  if (order.KeepEeprom && in_eeprom) {
-    return {.Code = session.Fail(
-                ExitCode::Usage,
-                {.Code = problem::kUsage,
-                 .Text = {"--keep-eeprom では、--serial と --osccal は flash に置きます",
-                          "with --keep-eeprom, --serial and --osccal have to be in the flash"}})};
-  }
   CodeFiles files = order.Files;
   files.NoData = files.NoData || order.KeepEeprom;
   LoadedFiles loaded = LoadCodeFiles(session, files);
+  if (loaded.Code == ExitCode::Success && order.KeepEeprom) {
+    loaded.Code = RefuseNumbersInKeptEeprom(session, order.Numbers);
+  }
   if (loaded.Code == ExitCode::Success) loaded.Code = CheckChipNumbers(session, order.Numbers);
   return loaded;
 }

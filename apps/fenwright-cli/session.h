@@ -78,6 +78,7 @@ class Session {
   /// The version line of a board that was asked for it by itself.
   void NoteBoardVersion(const std::string& version) { board_version_ = version; }
 
+  /// The options of the call, for a run of the same kind.
   [[nodiscard]] const Options& CallOptions() const { return options_; }
 
   /// A text in the language of the call.
@@ -99,9 +100,10 @@ class Session {
   /// Where the programmer is, for people: the path that was opened, or the name of the port where
   /// there is none or it says the same.
   [[nodiscard]] std::string PortPlace() const;
-  /// The board in a list of several, or in a record: its port as the call names it.
+  /// The board in a list of several, or in a record: its port as the call names it, in no
+  /// language.
   [[nodiscard]] std::string BoardName() const {
-    return options_.Port.empty() ? PortPlace() : options_.Port;
+    return options_.Port.empty() ? "simulated" : options_.Port;
   }
   /// The second control on the line of the port, closed.
   [[nodiscard]] platform::SerialControl& UpdaterPort() { return *updater_port_; }

@@ -250,6 +250,11 @@ bool HoldsUnsavedContent(const core::AppState& state) {
   return IsUnsaved(PartsOf(state, Memory::Flash)) || IsUnsaved(PartsOf(state, Memory::Eeprom));
 }
 
+bool HoldsItsFile(const core::AppState& state, Memory memory) {
+  const Parts parts = PartsOf(state, memory);
+  return IsFileKnown(parts) && !DiffersFromFile(parts);
+}
+
 std::string FilesThatASaveWouldEmpty(const core::AppState& state) {
   std::string names;
   for (const Memory memory : {Memory::Flash, Memory::Eeprom}) {

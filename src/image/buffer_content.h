@@ -40,6 +40,9 @@ std::string DescribeContent(const core::AppState& state);
 /// True when a buffer holds something that no file is known to hold.
 bool HoldsUnsavedContent(const core::AppState& state);
 
+/// True when a buffer holds what the opened file of its memory is known to hold.
+bool HoldsItsFile(const core::AppState& state, Memory memory);
+
 /// Names of the files with content that a save without a dialog would leave empty, joined for a
 /// sentence; "" = none.
 std::string FilesThatASaveWouldEmpty(const core::AppState& state);

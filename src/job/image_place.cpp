@@ -139,7 +139,7 @@ std::optional<Calibration> ParseCalibration(std::string_view text, core::Sentenc
   if (text.empty()) return calibration;
   const auto index = ParseWithin(text, 0, kMost - 1);
   if (!index) {
-    error = {"校正バイトの番号は 0 から 3 です", "calibration bytes are counted from 0 to 3"};
+    error = {"発振校正値の番号は 0 から 3 です", "calibration bytes are counted from 0 to 3"};
     return std::nullopt;
   }
   calibration.Index = *index;

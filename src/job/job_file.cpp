@@ -114,7 +114,9 @@ class Reader {
       return;
     }
     for (const auto& [field, item] : fuses->items()) {
-      if (field == kDefaults && item.is_boolean()) {
+      if (IsLock(field)) {
+        Add("fuses", "LOCK はキー lock に書きます", "LOCK has a key of its own, lock");
+      } else if (field == kDefaults && item.is_boolean()) {
         result_.Job.FuseDefaults = item.get<bool>();
       } else if (item.is_string()) {
         result_.Job.Fuses[field] = item.get<std::string>();
@@ -122,6 +124,14 @@ class Reader {
         Add("fuses", field + ": 値を文字列で書きます", field + ": the item has to be a text");
       }
     }
+  }
+
+  /// It comes last, whatever the fields say.
+  static bool IsLock(std::string field) {
+    for (char& letter : field) {
+      if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    }
+    return field == "lock";
   }
 
   void RefuseOthers(const json& object) {

@@ -35,6 +35,8 @@ using screen::Panel;
 
 void MarkStart(core::RunContext& context, core::DeviceOperation operation) {
   context.State.Command.Operation = operation;
+  // The chip may be another one by now, and is worked on.
+  context.Screen.Views.ClearDifferences();
   core::TraceLog(context).AppendStartMarker();
 }
 

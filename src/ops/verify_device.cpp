@@ -14,6 +14,7 @@
 #include "link/board_commands.h"
 #include "link/socket_check.h"
 #include "ops/device_session.h"
+#include "ops/difference_marks.h"
 
 namespace fenwright::ops {
 namespace {
@@ -98,6 +99,7 @@ void CompareEeprom(core::RunContext& context, Report& report) {
 
 void ShowResult(core::RunContext& context) {
   core::AppState& state = context.State;
+  MarkDifferences(context);
   if (state.LinkError != 0) {
     core::ReportResult(context, "ベリファイ　通信エラー", screen::Outcome::Failure);
     return;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace fenwright::screen {
 
@@ -13,6 +15,14 @@ struct TextPlace {
   int Length = 0;
 
   bool operator==(const TextPlace&) const = default;
+};
+
+/// A stretch of a view's text that shows what the chip holds differently.
+struct DifferingPlace {
+  TextPlace Place;
+  std::string Note;  ///< what is expected there and what was found, for the user
+
+  bool operator==(const DifferingPlace&) const = default;
 };
 
 /// The child windows that show text files. A view never formats memory: it shows a file.
@@ -31,6 +41,12 @@ class Views {
   virtual void Mark(View view, const TextPlace& place) = 0;
   /// Takes away the mark of every view.
   virtual void ClearMarks() = 0;
+  /// Marks what the chip holds differently, beside the mark of Mark() and in place of what is
+  /// marked so in that view, and brings the first of it in sight. A new text of either memory takes
+  /// away these marks in both: what was compared is no longer what is shown.
+  virtual void MarkDifferences(View view, const std::vector<DifferingPlace>& places) = 0;
+  /// Takes away the marks of MarkDifferences() in every view.
+  virtual void ClearDifferences() = 0;
 };
 
 }  // namespace fenwright::screen

@@ -135,6 +135,7 @@ void ChildWindowArea::PutGuide() {
 }
 
 void ChildWindowArea::Clear(View view) {
+  if (view != View::Verify) ClearDifferences();
   ViewOf(view)->SetContent({});
   if (view == View::Verify) emit ReportChanged();
 }
@@ -148,6 +149,7 @@ bool ChildWindowArea::Load(View view, std::string_view path) {
 
 void ChildWindowArea::ShowText(View view, std::string_view text) {
   ViewWindow& window = *ViewOf(view);
+  if (view != View::Verify) ClearDifferences();
   window.SetContent(ToQString(code_page_.ToUtf8(text)).replace("\r\n", "\n"));
   if (view != View::Verify) return;
   LetReportAppear();
@@ -158,6 +160,40 @@ void ChildWindowArea::Mark(View view, const screen::TextPlace& place) { ViewOf(v
 
 void ChildWindowArea::ClearMarks() {
   for (const auto& [view, window] : views_) window->ClearMark();
+}
+
+void ChildWindowArea::MarkDifferences(View view,
+                                      const std::vector<screen::DifferingPlace>& places) {
+  shown_difference_ = kNoDifference;
+  ViewOf(view)->MarkDifferences(places);
+}
+
+void ChildWindowArea::ClearDifferences() {
+  shown_difference_ = kNoDifference;
+  for (const auto& [view, window] : views_) window->ClearDifferences();
+}
+
+int ChildWindowArea::DifferenceCount() const {
+  return ViewOf(View::Flash)->DifferenceCount() + ViewOf(View::Eeprom)->DifferenceCount();
+}
+
+void ChildWindowArea::ShowNextDifference() {
+  const int last = DifferenceCount() - 1;
+  ShowDifference(shown_difference_ < last ? shown_difference_ + 1 : 0);
+}
+
+void ChildWindowArea::ShowPreviousDifference() {
+  ShowDifference(shown_difference_ > 0 ? shown_difference_ - 1 : DifferenceCount() - 1);
+}
+
+void ChildWindowArea::ShowDifference(int index) {
+  if (index < 0 || index >= DifferenceCount()) return;
+  shown_difference_ = index;
+  const int in_flash = ViewOf(View::Flash)->DifferenceCount();
+  const bool flash = index < in_flash;
+  ViewWindow& window = *ViewOf(flash ? View::Flash : View::Eeprom);
+  ComeBack(window);
+  window.ShowDifference(flash ? index : index - in_flash);
 }
 
 /// On the screen, behind what is there.

@@ -35,6 +35,9 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   bool Load(screen::View view, std::string_view path) override;
   void Mark(screen::View view, const screen::TextPlace& place) override;
   void ClearMarks() override;
+  void MarkDifferences(screen::View view,
+                       const std::vector<screen::DifferingPlace>& places) override;
+  void ClearDifferences() override;
   void ShowText(screen::View view, std::string_view text) override;
 
   [[nodiscard]] ViewWindow* ViewOf(screen::View view) const { return views_.at(view); }
@@ -49,6 +52,12 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   /// Brings the last verify report of this run to the front, closed or not; does nothing when there
   /// is none.
   void ShowReport();
+
+  /// Go to the next of the places that the chip holds differently, or to the one before, and bring
+  /// its view forward: those of the flash, then those of the EEPROM, then the first again. The
+  /// first step forward leads to the first. Nothing happens where there is none.
+  void ShowNextDifference();
+  void ShowPreviousDifference();
 
   /// Brings the memory views before what covers them: the report, or the guide.
   void UncoverViews();
@@ -76,6 +85,8 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   void resizeEvent(QResizeEvent* event) override;
 
  private:
+  static constexpr int kNoDifference = -1;
+
   void AddView(screen::View view, ViewWindow* window, const QRect& place);
   [[nodiscard]] ViewPlaces Places() const;
   [[nodiscard]] bool StandsAt(const ChildWindow& child, const QRect& place) const;
@@ -86,6 +97,8 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   void PutReport();
   void PutGuide();
   void LetReportAppear();
+  [[nodiscard]] int DifferenceCount() const;
+  void ShowDifference(int index);
   void BringForward(QMdiSubWindow& child);
   void ComeBack(ViewWindow& window);
   void Open(screen::View view);
@@ -96,6 +109,7 @@ class ChildWindowArea final : public QMdiArea, public screen::Views {
   platform::CodePage& code_page_;
   std::map<screen::View, ViewWindow*> views_;
   GuideWindow* guide_;
+  int shown_difference_ = kNoDifference;       ///< the one gone to last, of both memories' together
   std::map<const ChildWindow*, QRect> given_;  ///< places that the children got from here
 };
 

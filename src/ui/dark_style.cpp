@@ -38,9 +38,17 @@ void DarkStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
     QProxyStyle::drawPrimitive(element, option, painter, widget);
     return;
   }
-  QStyleOption visible(*option);
-  visible.palette.setColor(QPalette::Window, LineColour(option->palette));
-  QProxyStyle::drawPrimitive(element, &visible, painter, widget);
+  const auto draw = [&](auto visible) {
+    visible.palette.setColor(QPalette::Window, LineColour(option->palette));
+    QProxyStyle::drawPrimitive(element, &visible, painter, widget);
+  };
+  // A check box is drawn by what its own kind of option says, and not at all without it.
+  const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+  if (button) {
+    draw(QStyleOptionButton(*button));
+  } else {
+    draw(QStyleOption(*option));
+  }
 }
 
 void DarkStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,

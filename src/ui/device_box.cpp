@@ -60,6 +60,7 @@ DeviceBox::DeviceBox()
     :  // Picking a device discards the loaded file.
       selector_(new SteadyComboBox),
       socket_(new QToolButton),
+      job_(new QToolButton),
       offer_(new QMenu(this)),
       frame_(new QFrame),
       flash_size_(SizeLabel("Lbl_flash_size", "プログラムメモリの容量")),
@@ -83,6 +84,14 @@ DeviceBox::DeviceBox()
   socket_->setFocusPolicy(Qt::StrongFocus);
   socket_->setFixedHeight(kSelectorHeight);
   connect(socket_, &QToolButton::clicked, this, &DeviceBox::SocketAsked);
+  Name(job_, "cmdJob", "ジョブ",
+       "デバイス、ファイル、ヒューズの選択をジョブファイルに保存し、開きます (Alt+J)。"
+       "同じことをするコマンドラインも出ます。");
+  job_->setText("ジョブ");
+  job_->setShortcut(QKeySequence(Qt::ALT | Qt::Key_J));
+  job_->setFocusPolicy(Qt::StrongFocus);
+  job_->setFixedHeight(kSelectorHeight);
+  connect(job_, &QToolButton::clicked, this, &DeviceBox::JobAsked);
   Name(offer_, "mnuSocketDevices", "ソケットのデバイス");
 
   Name(frame_, "fraDeviceInfo", "デバイスの情報");
@@ -102,6 +111,7 @@ DeviceBox::DeviceBox()
   choice->addWidget(caption);
   choice->addWidget(selector_, 1);
   choice->addWidget(socket_);
+  choice->addWidget(job_);
 
   auto* rows = new QVBoxLayout(this);
   rows->setContentsMargins(kMargin, 3, kMargin, 3);

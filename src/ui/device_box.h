@@ -27,6 +27,7 @@ class DeviceBox final : public QFrame, public screen::DeviceForm {
 
   [[nodiscard]] QComboBox* Selector() const { return selector_; }
   [[nodiscard]] QToolButton* SocketButton() const { return socket_; }
+  [[nodiscard]] QToolButton* JobButton() const { return job_; }
 
   /// The menu with the offered devices. While it is open it stands in the accessibility tree below
   /// this box, where the toolkit leaves out a menu that no menu bar has.
@@ -41,12 +42,15 @@ class DeviceBox final : public QFrame, public screen::DeviceForm {
   void Picked();
   /// The user asks what is in the socket.
   void SocketAsked();
+  /// The user asks for the job box.
+  void JobAsked();
   /// The user has picked a device that was offered.
   void SocketDevicePicked(int);
 
  private:
   QComboBox* selector_;
   QToolButton* socket_;
+  QToolButton* job_;
   QMenu* offer_;
   QFrame* frame_;
   QLabel* flash_size_;

@@ -110,6 +110,7 @@ MainWindow::MainWindow(core::AppState& state, platform::TextFiles& files,
   BuildMenus();
   ConnectParts();
   BuildHelpKey();
+  BuildDifferenceKeys();
   about_ = new AboutDialog(this);
   connect(this, &MainWindow::Closing, about_, &QDialog::reject);
   setGeometry(ToPixels(kMainWindowPlace));
@@ -244,23 +245,23 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   AskAndRequestStop();
 }
 
-void MainWindow::dragEnterEvent(QDragEnterEvent* event) { AcceptHexFile(event); }
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) { AcceptDroppedFile(event); }
 
-void MainWindow::dragMoveEvent(QDragMoveEvent* event) { AcceptHexFile(event); }
+void MainWindow::dragMoveEvent(QDragMoveEvent* event) { AcceptDroppedFile(event); }
 
 void MainWindow::dropEvent(QDropEvent* event) {
-  AcceptHexFile(event);
+  AcceptDroppedFile(event);
   if (!event->isAccepted() || !actions_.OpenDropped) return;
   // The program that the file comes from waits for the end of the drop, not of the command.
   QMetaObject::invokeMethod(
-      this, [this, path = FirstHexFile(*event->mimeData())] { actions_.OpenDropped(path); },
+      this, [this, path = FirstFileToOpen(*event->mimeData())] { actions_.OpenDropped(path); },
       Qt::QueuedConnection);
 }
 
 /// Takes a copy, whatever the other program proposes: a moved file would be gone.
-void MainWindow::AcceptHexFile(QDropEvent* event) const {
+void MainWindow::AcceptDroppedFile(QDropEvent* event) const {
   const bool copy = event->possibleActions().testFlag(Qt::CopyAction);
-  if (!copy || !MayStart() || FirstHexFile(*event->mimeData()).isEmpty()) {
+  if (!copy || !MayStart() || FirstFileToOpen(*event->mimeData()).isEmpty()) {
     event->ignore();
     return;
   }
@@ -301,6 +302,22 @@ void MainWindow::BuildHelpKey() {
   connect(contents, &QAction::triggered, this, [this] { Run(actions_.ShowHelpContents); });
   command_items_.push_back(contents);
   addAction(contents);
+}
+
+/// They start no command, so they can be used while one runs.
+void MainWindow::BuildDifferenceKeys() {
+  const auto add = [this](const char* name, const char* text, const QKeySequence& key,
+                          void (ChildWindowArea::*go)()) {
+    auto* step = new QAction(text, this);
+    step->setObjectName(name);
+    step->setShortcut(key);
+    connect(step, &QAction::triggered, children_, go);
+    addAction(step);
+  };
+  add("actNextDifference", "次の違い", QKeySequence(Qt::Key_F3),
+      &ChildWindowArea::ShowNextDifference);
+  add("actPreviousDifference", "前の違い", QKeySequence(Qt::SHIFT | Qt::Key_F3),
+      &ChildWindowArea::ShowPreviousDifference);
 }
 
 void MainWindow::BuildContent() {

@@ -28,7 +28,7 @@ class WrappedLabel;
 
 /// What the window's controls start beside the entries of the engine.
 struct WindowActions {
-  /// Opens the code file that was dropped on the window.
+  /// Opens the code file, or the job, that was dropped on the window.
   std::function<void(const QString& path)> OpenDropped;
   std::function<void()> UpdateFirmware;
   std::function<void()> OpenManual;
@@ -85,6 +85,7 @@ class MainWindow : public QMainWindow {
 
   /// Says behind the caption, from now on, that the board is a simulated one.
   void MarkSimulated();
+  [[nodiscard]] bool IsSimulated() const { return !caption_mark_.isEmpty(); }
 
   // The parts.
   [[nodiscard]] DeviceBox& Device() const { return *device_; }
@@ -130,11 +131,12 @@ class MainWindow : public QMainWindow {
   void BuildContent();
   void ConnectParts();
   void BuildHelpKey();
+  void BuildDifferenceKeys();
   QWidget* BuildCommandBar();
   QWidget* BuildSettingsPanel();
   QWidget* BuildFileBox();
   [[nodiscard]] bool MayStart() const;
-  void AcceptHexFile(QDropEvent* event) const;
+  void AcceptDroppedFile(QDropEvent* event) const;
   /// The control that has the window's focus and is disabled while a command runs, if any.
   [[nodiscard]] QWidget* FocusedCommandControl() const;
   void EnableControls(bool enable);

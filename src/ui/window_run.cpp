@@ -19,6 +19,7 @@
 #include "ops/commands.h"
 #include "ops/stop_procedure.h"
 #include "ui/about_dialog.h"
+#include "ui/dropped_files.h"
 #include "ui/elided_label.h"
 #include "ui/fuse_frame.h"
 #include "ui/guide_window.h"
@@ -64,6 +65,7 @@ WindowRun::WindowRun(const WindowPlatform& outside)
       manual_folders_(outside.ManualFolders),
       com_dialog_(window_, state_,
                   [this](int index) { return DescribePort(update::PortOfItem(context_, index)); }),
+      job_dialog_(&window_),
       taskbar_(outside.MakeTaskbar ? outside.MakeTaskbar(window_) : nullptr),
       context_{
           .State = state_,
@@ -102,6 +104,56 @@ WindowRun::WindowRun(const WindowPlatform& outside)
                    [this] { fuse::ShowFuseBytes(context_); });
   QObject::connect(&window_.Fuses(), &FuseFrame::BytesShown, &window_, [this] { ShowFuseWords(); });
   if (taskbar_) ServeTaskbar();
+  ServeJobBox();
+}
+
+/// It is up to date whenever it is seen.
+void WindowRun::ServeJobBox() {
+  const auto run = [this](void (*entry)(core::RunContext&, ops::WindowJob&)) {
+    window_.Run([this, entry](core::RunContext& context) { entry(context, job_); });
+  };
+  QObject::connect(&window_.Device(), &DeviceBox::JobAsked, &window_, [this] {
+    ShowJob();
+    job_dialog_.show();
+    job_dialog_.raise();
+    job_dialog_.activateWindow();
+  });
+  QObject::connect(&job_dialog_, &JobDialog::OpenAsked, &window_,
+                   [run] { run(ops::cmdJobOpen_Click); });
+  QObject::connect(&job_dialog_, &JobDialog::SaveAsked, &window_,
+                   [run] { run(ops::cmdJobSave_Click); });
+  QObject::connect(&job_dialog_, &JobDialog::FusesPicked, &window_, [this](bool with_fuses) {
+    job_.WithFuses = with_fuses;
+    ShowJob();
+  });
+  QObject::connect(&window_, &MainWindow::Starting, &job_dialog_,
+                   [this] { job_dialog_.EnableCommands(false); });
+  QObject::connect(&window_, &MainWindow::Finished, &job_dialog_, [this] {
+    job_dialog_.EnableCommands(true);
+    ShowJob();
+  });
+  QObject::connect(&window_.Fuses(), &FuseFrame::SelectionChanged, &job_dialog_,
+                   [this] { ShowJob(); });
+  QObject::connect(&window_, &MainWindow::Closing, &job_dialog_, &QDialog::hide);
+}
+
+void WindowRun::ShowJob() {
+  job_dialog_.Show(
+      {.Description = ToQString(ops::DescribeJob(context_, job_)),
+       .CommandLine = ToQString(ops::JobCommandLine(context_, job_, window_.IsSimulated())),
+       .MaySave = ops::WhyNoJob(context_).empty(),
+       .WithFuses = job_.WithFuses});
+}
+
+/// A job, or a code file with the data file beside it.
+void WindowRun::OpenFile(const std::string& path) {
+  window_.Run([this, &path](core::RunContext& context) {
+    if (IsJobFile(ToQString(path))) {
+      ops::OpenJob(context, job_, path);
+    } else {
+      ops::OpenPair(context, path);
+    }
+  });
 }
 
 /// Progress while a command runs, and a failure until the user has taken note of it.
@@ -176,11 +228,7 @@ void WindowRun::ShowFuseWords() {
 }
 
 WindowActions WindowRun::Actions() {
-  return {.OpenDropped =
-              [this](const QString& path) {
-                window_.Run(
-                    [&path](core::RunContext& context) { ops::OpenPair(context, ToUtf8(path)); });
-              },
+  return {.OpenDropped = [this](const QString& path) { OpenFile(ToUtf8(path)); },
           .UpdateFirmware = [this] { UpdateFirmware(); },
           .OpenManual = [this] { core::OpenManual(shell_, ManualFolder()); },
           .ShowHelpContents = [this] { core::ShowHelpContents(context_, shell_, ManualFolder()); },
@@ -198,8 +246,7 @@ core::CommandEnding WindowRun::Start(const ops::StartOptions& options) {
     ops::DeleteTemporaryFiles(context_);
   }
   if (ending == core::CommandEnding::Finished && !state_.CommandArgument.empty()) {
-    window_.Run(
-        [](core::RunContext& context) { ops::OpenPair(context, context.State.CommandArgument); });
+    OpenFile(state_.CommandArgument);
   }
   return ending;
 }

@@ -9,6 +9,7 @@
 #include <QTimer>
 
 #include "core/run_context.h"
+#include "ops/job_commands.h"
 #include "ops/start_procedure.h"
 #include "platform/memory/run_settings_store.h"
 #include "platform/memory/switched_serial_control.h"
@@ -16,6 +17,7 @@
 #include "platform/single_instance.h"
 #include "screen/main_form.h"
 #include "ui/com_dialog.h"
+#include "ui/job_dialog.h"
 #include "ui/main_window.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_file_dialogs.h"
@@ -84,6 +86,7 @@ class WindowRun final : private screen::MainForm {
   [[nodiscard]] QtMessageDialog& MessageDialog() { return message_dialog_; }
   [[nodiscard]] core::RunContext& Context() { return context_; }
   [[nodiscard]] ComDialog& ComPortDialog() { return com_dialog_; }
+  [[nodiscard]] JobDialog& JobBox() { return job_dialog_; }
 
   /// The settings as this run sees them.
   [[nodiscard]] platform::RunSettingsStore& Settings() { return settings_; }
@@ -113,6 +116,9 @@ class WindowRun final : private screen::MainForm {
   void UseSimulation();
   void ReportUnwritableSettings();
   void ServeTaskbar();
+  void ServeJobBox();
+  void ShowJob();
+  void OpenFile(const std::string& path);
   void Stop();
   bool Unload();
   void LeaveProgrammingMode();
@@ -137,6 +143,8 @@ class WindowRun final : private screen::MainForm {
   platform::Shell& shell_;
   const std::vector<std::string> manual_folders_;
   ComDialog com_dialog_;
+  JobDialog job_dialog_;
+  ops::WindowJob job_;
   std::unique_ptr<Taskbar> taskbar_;  ///< may be null
   core::RunContext context_;
   QTimer timer_;

@@ -160,6 +160,8 @@ bool IsMessage(const QString& text) {
                                   "コードファイル ＆ データファイルを開く",
                                   "コードファイル(*.hex)の保存",
                                   "データファイル(*.eep)の保存",
+                                  "ジョブファイル|*.json|All Files|*.*|",
+                                  "ジョブの保存",
                                   "アップデータファイル|*.HEX|全てのファイル|*.*|",
                                   "コードファイル ＆ データファイルの保存"};
   return Bare(text).size() >= kShortest && !others.contains(text);

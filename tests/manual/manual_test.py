@@ -146,7 +146,7 @@ a **b**
 """
 
 SECTIONS = 60
-ROWS = 98
+ROWS = 97
 
 
 def second_chapter() -> str:

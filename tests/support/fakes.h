@@ -354,6 +354,7 @@ class FakeViews final : public screen::Views, public Noted {
   void Clear(View view) override { Add("clear", view); }
   bool Load(View view, std::string_view path) override {
     Add("load", view);
+    if (view != View::Verify) Differences.clear();
     Paths[view] = path;
     std::string& text = Texts[view];
     text.clear();
@@ -362,11 +363,17 @@ class FakeViews final : public screen::Views, public Noted {
   }
   void ShowText(View view, std::string_view text) override {
     Add("show text in", view);
+    if (view != View::Verify) Differences.clear();
     Texts[view] = text;
   }
   void Mark(View view, const screen::TextPlace& place) override { Marks[view] = place; }
   void ClearMarks() override { Marks.clear(); }
+  void MarkDifferences(View view, const std::vector<screen::DifferingPlace>& places) override {
+    Differences[view] = places;
+  }
+  void ClearDifferences() override { Differences.clear(); }
   std::map<View, screen::TextPlace> Marks;
+  std::map<View, std::vector<screen::DifferingPlace>> Differences;
   platform::TextFiles* Source = nullptr;  ///< where files are read when a test looks at the texts
   std::map<View, std::string> Texts;
   std::vector<std::pair<std::string, View>> Calls;

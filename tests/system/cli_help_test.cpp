@@ -202,7 +202,7 @@ TEST_F(CliHelp, WhatIsWrongWithACallIsInTheLanguageOfTheCall) {
         {"gone", "gone というサブコマンドはありません"},
         {"--gone", "--gone というオプションはありません"},
         {"--port", "--port の値がありません"},
-        {"--port COM1 --port COM2 ports", "--port が 2 回あります。指定できるのは一度です"},
+        {"--device a --device b ports", "--device が 2 回あります。指定できるのは一度です"},
         {"program", "CODE.hex がありません"},
         {"--simulate-chip empty ports", "--simulate-chip は --simulate と一緒に指定します"},
         {"--quiet --verbose ports", "--quiet と --verbose は一緒に指定できません"},
@@ -371,7 +371,8 @@ TEST_F(BashCompletionTest, OffersDevicesByTheirNamesInAscii) {
 
 TEST_F(BashCompletionTest, OffersThePortsThatTheMachineHas) {
   EXPECT_EQ(Offered("fenwright-cli --port "),
-            (Names{"COM5", "/dev/ttyUSB0", "COM13", "/dev/ttyACM0"}));
+            (Names{"all", "COM5", "/dev/ttyUSB0", "COM13", "/dev/ttyACM0"}));
+  EXPECT_EQ(Offered("fenwright-cli --port CO"), (Names{"COM5", "COM13"}));
   EXPECT_EQ(Offered("fenwright-cli --port /dev/ttyU"), Names{"/dev/ttyUSB0"});
 }
 
@@ -406,6 +407,11 @@ TEST_F(BashCompletionTest, OffersTheFieldsAndItemsOfTheDeviceThatReadFusesHas) {
 TEST_F(BashCompletionTest, OffersFilesFoldersCodesAndShells) {
   MakeFolder("kept");
   Put("code.hex", "");
+  Put("job.json", "");
+  EXPECT_EQ(Offered("fenwright-cli run jo"), Names{"job.json"});
+  EXPECT_EQ(Offered("fenwright-cli program code.hex --counter co"), Names{"code.hex"});
+  EXPECT_EQ(Offered("fenwright-cli program code.hex --serial "), (Names{"flash:", "eeprom:"}));
+  EXPECT_EQ(Offered("fenwright-cli program code.hex --osccal e"), Names{"eeprom:"});
   EXPECT_EQ(Offered("fenwright-cli program co"), Names{"code.hex"});
   EXPECT_EQ(Offered("fenwright-cli program code.hex --data co"), Names{"code.hex"});
   EXPECT_EQ(Offered("fenwright-cli --folder "), Names{"kept"});

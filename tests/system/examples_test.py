@@ -3,6 +3,7 @@
 usage: examples_test.py EXAMPLES FENWRIGHT-CLI FENWRIGHT-BOARD
 """
 
+import csv
 import json
 import os
 import re
@@ -51,10 +52,10 @@ class Examples(unittest.TestCase):
         return subprocess.run(command, cwd=self.blink, env=self.environment, text=True,
                               capture_output=True, timeout=120, check=False)
 
-    def start_board(self, *options):
+    def start_board(self, *options, device="AT90S8515"):
         port = os.path.join(self.folder.name, "port")
         dump = os.path.join(self.folder.name, "dump")
-        board = subprocess.Popen([BOARD, "--device", "AT90S8515", "--baud", "0", "--link", port,
+        board = subprocess.Popen([BOARD, "--device", device, "--baud", "0", "--link", port,
                                   "--dump", dump, *options], stdout=subprocess.DEVNULL)
         self.addCleanup(board.wait)
         self.addCleanup(board.terminate)
@@ -87,6 +88,39 @@ class Examples(unittest.TestCase):
         result = self.run_in_blink(["make", "flash", "PORT=" + port])
         self.assertEqual(result.returncode, 2, result)
         self.assertIn("Error 1", result.stderr)
+
+    def run_job(self, *arguments):
+        """In a copy of the job's folder, with the folder of its code beside it."""
+        for name in ("job", "toggle-tiny12"):
+            shutil.copytree(os.path.join(EXAMPLES, name), os.path.join(self.folder.name, name),
+                            dirs_exist_ok=True)
+        return subprocess.run([CLI, *arguments], cwd=os.path.join(self.folder.name, "job"),
+                              env=self.environment, text=True, capture_output=True, timeout=120,
+                              check=False)
+
+    def test_the_job_tells_its_plan_and_leaves_nothing(self):
+        result = self.run_job("--simulate", "run", "toggle.json", "--plan", "--counter-start", "1")
+        self.assertEqual(result.returncode, 0, result)
+        steps = [line.split()[0] for line in result.stdout.splitlines()[:-1]]
+        self.assertEqual(steps, ["check", "identify", "osccal", "serial", "erase", "write", "verify",
+                                 "fuses", "lock", "record"])
+        self.assertEqual(os.listdir(os.path.join(self.folder.name, "job")), ["toggle.json"])
+
+    def test_the_job_programs_chip_after_chip(self):
+        port, dump = self.start_board(device="ATtiny12L")
+        first = self.run_job("--port", port, "run", "toggle.json", "--counter-start", "1000")
+        self.assertEqual(first.returncode, 0, first)
+        again = self.run_job("--port", port, "run", "toggle.json")
+        self.assertEqual(again.returncode, 0, again)
+        self.assertIn("lock write, serial 1001", again.stdout)
+        with open(dump, "rb") as file:
+            flash = file.read()[:1024]
+        self.assertEqual(int.from_bytes(flash[0x3F8:0x3FC], "little"), 1001)
+        self.assertNotEqual(flash[0x3FF], 0xFF)
+        with open(os.path.join(self.folder.name, "job", "chips.csv"), encoding="utf-8") as file:
+            rows = list(csv.DictReader(file))
+        self.assertEqual([(row["serial"], row["result"]) for row in rows],
+                         [("1000", "pass"), ("1001", "pass")])
 
     def test_every_step_of_the_workflow_passes(self):
         with open(os.path.join(self.blink, "ci.yml"), encoding="utf-8") as file:

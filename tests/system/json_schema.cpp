@@ -11,8 +11,8 @@
 namespace fenwright::testing {
 namespace {
 
-std::unique_ptr<valijson::Schema> ReadSchema() {
-  std::ifstream file(FENWRIGHT_JSON_SCHEMA);
+std::unique_ptr<valijson::Schema> ReadSchema(const std::string& path) {
+  std::ifstream file(path);
   const nlohmann::json document = nlohmann::json::parse(file);
   auto schema = std::make_unique<valijson::Schema>();
   valijson::SchemaParser parser;
@@ -20,14 +20,11 @@ std::unique_ptr<valijson::Schema> ReadSchema() {
   return schema;
 }
 
-}  // namespace
-
-std::string SchemaFault(const nlohmann::json& object) {
-  static const std::unique_ptr<valijson::Schema> kSchema = ReadSchema();
+std::string FaultUnder(const valijson::Schema& schema, const nlohmann::json& object) {
   valijson::Validator validator;
   valijson::ValidationResults results;
   const valijson::adapters::NlohmannJsonAdapter target(object);
-  if (validator.validate(*kSchema, target, &results)) return "";
+  if (validator.validate(schema, target, &results)) return "";
   std::string fault;
   valijson::ValidationResults::Error error;
   while (results.popError(error)) {
@@ -35,6 +32,17 @@ std::string SchemaFault(const nlohmann::json& object) {
     fault += ": " + error.description + "\n";
   }
   return fault.empty() ? "does not validate" : fault;
+}
+
+}  // namespace
+
+std::string SchemaFault(const nlohmann::json& object) {
+  static const std::unique_ptr<valijson::Schema> kSchema = ReadSchema(FENWRIGHT_JSON_SCHEMA);
+  return FaultUnder(*kSchema, object);
+}
+
+std::string SchemaFault(const nlohmann::json& object, const std::string& schema) {
+  return FaultUnder(*ReadSchema(schema), object);
 }
 
 }  // namespace fenwright::testing

@@ -20,6 +20,7 @@ class Json : public CliTest {
   Json() {
     PutCode({1, 2, 3, 4});
     Put("firmware.hex", ":020000000102FB\r\n:00000001FF\r\n");
+    Put("job.json", R"({"fenwright_job": 1, "device": "ATtiny12L", "code": "code.hex"})");
     Put("broken.hex", ":0200000001FF\r\n:00000001FF\r\n");
     const json told = Run("--json " + kOnBoard + " erase --backup .").Json();
     std::filesystem::rename(Path(told["backup"]), Path("copy.json"));
@@ -33,6 +34,7 @@ std::string ArgumentsOf(const std::string& verb, const std::string& file) {
   if (verb == "update-firmware") return " --yes " + (file == "code.hex" ? "firmware.hex" : file);
   if (verb == "write-fuses") return " CKSEL=4";
   if (verb == "restore") return " " + (file == "code.hex" ? "copy.json" : file);
+  if (verb == "run") return " " + (file == "code.hex" ? "job.json" : file);
   if (verb == "completion") return " bash";
   return "";
 }

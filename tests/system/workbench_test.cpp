@@ -181,6 +181,11 @@ TEST_F(Workbench, AJobErasesProgramsThenWritesTheFusesThenTheLock) {
   EXPECT_THAT(result, Ends(0));
   EXPECT_EQ(result.Json()["steps_done"], json({"program", "fuses", "lock"}));
   EXPECT_EQ(result.Json()["job"]["verdict"], "pass");
+  // Of both writes together.
+  EXPECT_EQ(result.Json()["changes"],
+            json({"BODEN: Disable -> Enable", "LOCK: none -> write-verify"}));
+  EXPECT_NE(result.Json()["old_bytes"], result.Json()["new_bytes"]);
+  EXPECT_EQ(result.Json()["old_bytes"]["Fuse"], 0xD2);
   const std::string sent = Destructive(board.Wire());
   EXPECT_EQ(sent.front(), 'e') << sent;
   EXPECT_EQ(sent.back(), 'l') << sent;
@@ -221,6 +226,39 @@ TEST_F(Workbench, WhateverIsWrongWithAJobIsSaidBeforeAnythingIsSent) {
   }
   EXPECT_THAT(OnPort(board, "run missing.json"), Ends(4));
   EXPECT_THAT(board.Wire(), IsEmpty());
+}
+
+TEST_F(Workbench, EveryFaultOfAJobFileIsInOneErrorWithOneCure) {
+  Put("job.json", R"({"fenwright_job": 1, "device": "ATtiny", "cod": "code.hex"})");
+  const CliResult result = Run("--json run job.json");
+  EXPECT_THAT(result, Ends(4));
+  const std::string text = result.Json()["error"]["text"];
+  EXPECT_THAT(text, AllOf(HasSubstr("cod: there is no such key"), HasSubstr("device: no device"),
+                          HasSubstr("code: is missing")));
+  EXPECT_EQ(std::ranges::count(text, '\n'), 2);
+  EXPECT_EQ(result.Err.find("cure: "), result.Err.rfind("cure: "));
+}
+
+TEST_F(Workbench, WithoutAPortNoRecordIsBegun) {
+  PutJob(R"("record": "shift.csv")");
+  const CliResult result = Run("run job.json");
+  EXPECT_THAT(result, AllOf(Ends(3), Warns("no port")));
+  EXPECT_EQ(result.Err.find("no port"), result.Err.rfind("no port"));
+  EXPECT_FALSE(IsThere("shift.csv"));
+}
+
+TEST_F(Workbench, TheDeviceOfTheCallIsTheJobsInAnySpelling) {
+  PutJob();
+  EXPECT_THAT(Run("--device attiny12l run job.json --plan"), Ends(0));
+  EXPECT_THAT(Run("--device AT90S8515 run job.json --plan"), Ends(2));
+}
+
+TEST_F(Workbench, APlanNamesTheFilesThatAreThere) {
+  PutJob();
+  EXPECT_THAT(Run("run job.json --plan"), Prints("check     code.hex, CRC-32"));
+  Put("code.eep", ":0100000055AA\n:00000001FF\n");
+  EXPECT_THAT(Run("run job.json --plan"), Prints("check     code.hex "));
+  EXPECT_THAT(Run("run job.json --plan"), Prints("code.eep, CRC-32"));
 }
 
 TEST_F(Workbench, APlanSendsNothingAndNeedsNoPort) {

@@ -1,5 +1,6 @@
 #include "ui/dark_style.h"
 
+#include <QCheckBox>
 #include <QImage>
 #include <QLineEdit>
 #include <QPainter>
@@ -54,6 +55,13 @@ TEST(DarkStyle, AnOptionThatIsNotChosenHasAnOutlineOnADarkPalette) {
   QRadioButton option;
   option.resize(24, 24);
   EXPECT_GT(Lightest(PictureOf(option, style, DarkPalette()), option.rect()), 110);
+}
+
+TEST(DarkStyle, ACheckBoxThatIsNotCheckedHasAnOutlineOnADarkPalette) {
+  DarkStyle style("fusion");
+  QCheckBox box;
+  box.resize(20, 20);
+  EXPECT_GT(Lightest(PictureOf(box, style, DarkPalette()), box.rect()), 110);
 }
 
 TEST(DarkStyle, TheButtonsOfAnInactiveTitleAreLightOnADarkPalette) {

@@ -182,7 +182,7 @@ TEST_F(MainWindowTest, NoShortcutIsGivenTwiceAndErasingHasNone) {
   for (const QPushButton* button : window_.findChildren<QPushButton*>()) {
     if (!button->shortcut().isEmpty()) own.push_back(button->shortcut());
   }
-  EXPECT_EQ(own.size(), 8U);
+  EXPECT_EQ(own.size(), 10U);
   EXPECT_EQ(std::set<QKeySequence>(own.begin(), own.end()).size(), own.size());
   for (const QKeySequence& shortcut : own) {
     EXPECT_FALSE(others.contains(shortcut)) << shortcut.toString().toStdString();

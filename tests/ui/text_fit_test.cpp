@@ -148,6 +148,22 @@ TEST_F(TextFit, OfALongFailureInTheMessageDialog) {
   EXPECT_GE(CheckTexts(Run.MessageDialog()), 3);
 }
 
+TEST_F(TextFit, OfTheJobBox) {
+  const std::string name = "/files/" + std::string(120, 'n') + ".json";
+  Files.Files[name] =
+      R"({"fenwright_job": 1, "device": "AT90S8515", "code": "prog.hex", "keep_eeprom": true,
+          "serial": "flash:0x1FF0=next", "counter": "count.txt", "osccal": "flash:0x1FE0",
+          "backup": "copies", "record": "shift.csv", "lock": "write"})";
+  QTest::mouseClick(Named<QToolButton>("cmdJob"), Qt::LeftButton);
+  EXPECT_GE(CheckTexts(Run.JobBox()), 6);
+  Dialogs.Choice = name;
+  Find<QPushButton>(Run.JobBox(), "cmdJobOpen")->click();
+  for (int turn = 0; turn < 5; ++turn) QApplication::processEvents();
+  EXPECT_THAT(Find<QLabel>(Run.JobBox(), "lblJob")->text().toStdString(),
+              HasSubstr("シリアル番号"));
+  EXPECT_GE(CheckTexts(Run.JobBox()), 6);
+}
+
 TEST_F(TextFit, OfTheFirmwareUpdateDialog) {
   Settings.Write("Settings6", "ComNo", "1");
   Dialogs.Choice = "/files/" + std::string(100, 'n') + ".hex";

@@ -1,8 +1,14 @@
+#include <algorithm>
+#include <cmath>
+
 #include <QApplication>
+#include <QHelpEvent>
 #include <QLayout>
 #include <QScrollBar>
+#include <QTest>
 #include <QTextBlock>
 #include <QTextEdit>
+#include <QToolTip>
 #include <gtest/gtest.h>
 
 #include "platform/system/code_page.h"
@@ -124,6 +130,158 @@ TEST_F(ViewsTest, ANewTextAndAClearedMarkAreUnmarked) {
   views_.Mark(View::Flash, {.Line = 1, .Column = 4, .Length = 40});
   views_.Mark(View::Flash, {.Line = 40, .Column = 0, .Length = 1});
   EXPECT_EQ(Marked(TextOf(View::Flash)), "") << "the text has no such place";
+}
+
+/// The texts that are marked as what the chip holds differently, and their grounds.
+struct DifferenceMarks : ViewsTest {
+  DifferenceMarks() {
+    std::string content;
+    for (int line = 0; line < 300; ++line) content += "0000: 1234 5678\r\n";
+    files_.Files["/app/avrhex.txt"] = content;
+    views_.Load(View::Flash, "/app/avrhex.txt");
+    views_.Load(View::Eeprom, "/app/avrhex.txt");
+  }
+
+  static screen::DifferingPlace At(int line, int column, int length) {
+    return {.Place = {.Line = line, .Column = column, .Length = length},
+            .Note = "note " + std::to_string(line)};
+  }
+  void MarkInBoth() {
+    views_.MarkDifferences(View::Flash, {At(150, 6, 4), At(299, 13, 2)});
+    views_.MarkDifferences(View::Eeprom, {At(200, 11, 4)});
+  }
+  QStringList MarkedTexts(View view) {
+    QStringList texts;
+    for (const auto& mark : TextOf(view)->extraSelections()) texts << mark.cursor.selectedText();
+    return texts;
+  }
+  bool IsSeen(View view, int line) {
+    QTextEdit& text = *TextOf(view);
+    const QRect place = text.cursorRect(QTextCursor(text.document()->findBlockByNumber(line)));
+    return text.viewport()->rect().contains(place);
+  }
+  /// Where F3, or with Shift, leads: the line, and a hundred more in the EEPROM's view.
+  int LineAfter(Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QTest::keyClick(&window_, Qt::Key_F3, modifiers);
+    for (const View view : {View::Flash, View::Eeprom}) {
+      const bool active = window_.ChildArea()->activeSubWindow() == window_.ViewOf(view);
+      const QTextCursor cursor = TextOf(view)->textCursor();
+      if (!active || !cursor.hasSelection()) continue;
+      EXPECT_TRUE(IsSeen(view, cursor.blockNumber()));
+      return cursor.blockNumber() + (view == View::Eeprom ? 100 : 0);
+    }
+    return -1;
+  }
+  /// The tip at the middle of a stretch of a line.
+  std::string TipAt(View view, int line, int column) {
+    // One that is taken away stays a moment longer.
+    QToolTip::hideText();
+    EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
+    QTextEdit& text = *TextOf(view);
+    QTextCursor cursor(text.document()->findBlockByNumber(line));
+    cursor.setPosition(cursor.position() + column);
+    const QPoint point = text.cursorRect(cursor).center();
+    QHelpEvent help(QEvent::ToolTip, point, text.viewport()->mapToGlobal(point));
+    QApplication::sendEvent(text.viewport(), &help);
+    return QToolTip::isVisible() ? QToolTip::text().toStdString() : "";
+  }
+};
+
+TEST_F(DifferenceMarks, AreSeenInBothMemoriesTheFirstOfEachInSight) {
+  MarkInBoth();
+  EXPECT_EQ(MarkedTexts(View::Flash), (QStringList{"1234", "78"}));
+  EXPECT_EQ(MarkedTexts(View::Eeprom), QStringList{"5678"});
+  EXPECT_TRUE(IsSeen(View::Flash, 150));
+  EXPECT_TRUE(IsSeen(View::Eeprom, 200));
+  EXPECT_TRUE(IsSeen(View::Flash, 152)) << "its neighbours too";
+  EXPECT_EQ(TextOf(View::Flash)->textCursor().blockNumber(), 150) << "for readers of the screen";
+}
+
+TEST_F(DifferenceMarks, AreAGroundAndALineAndTheTextStaysReadable) {
+  for (const bool dark : {false, true}) {
+    QPalette palette;
+    palette.setColor(QPalette::Base, dark ? QColor(0x20, 0x20, 0x20) : QColor(Qt::white));
+    palette.setColor(QPalette::Text, dark ? Qt::white : Qt::black);
+    window_.setPalette(palette);
+    MarkInBoth();
+    const QTextCharFormat mark = TextOf(View::Flash)->extraSelections().front().format;
+    EXPECT_EQ(mark.underlineStyle(), QTextCharFormat::SingleUnderline);
+    // As the web's guidelines count it: 7 and more is text that everybody reads.
+    const auto light = [](const QColor& colour) {
+      const auto part = [](double value) {
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+      };
+      return 0.2126 * part(colour.redF()) + 0.7152 * part(colour.greenF()) +
+             0.0722 * part(colour.blueF());
+    };
+    const auto contrast = [&](const QColor& one, const QColor& other) {
+      const auto [low, high] = std::minmax({light(one), light(other)});
+      return (high + 0.05) / (low + 0.05);
+    };
+    const QColor ground = mark.background().color();
+    EXPECT_GE(contrast(ground, palette.color(QPalette::Text)), 7) << dark;
+    EXPECT_GE(contrast(ground, palette.color(QPalette::Base)), 1.3) << dark;
+  }
+}
+
+TEST_F(DifferenceMarks, StandBesideTheMarkOfTheCellThatIsLookedAt) {
+  MarkInBoth();
+  views_.Mark(View::Flash, {.Line = 2, .Column = 0, .Length = 4});
+  EXPECT_EQ(MarkedTexts(View::Flash), (QStringList{"1234", "78", "0000"}));
+  views_.ClearMarks();
+  EXPECT_EQ(MarkedTexts(View::Flash), (QStringList{"1234", "78"}));
+  views_.MarkDifferences(View::Flash, {At(1, 6, 4), At(1, 11, 40), At(400, 0, 1)});
+  EXPECT_EQ(MarkedTexts(View::Flash), QStringList{"1234"}) << "the text has no other such place";
+}
+
+TEST_F(DifferenceMarks, GoFromBothMemoriesWithANewTextOfOne) {
+  const auto expect_none = [this] {
+    EXPECT_TRUE(MarkedTexts(View::Flash).isEmpty());
+    EXPECT_TRUE(MarkedTexts(View::Eeprom).isEmpty());
+    EXPECT_EQ(LineAfter(), -1);
+  };
+  MarkInBoth();
+  views_.Load(View::Flash, "/app/avrhex.txt");
+  expect_none();
+  MarkInBoth();
+  views_.ShowText(View::Eeprom, "text");
+  expect_none();
+  views_.Load(View::Eeprom, "/app/avrhex.txt");
+  MarkInBoth();
+  views_.ClearDifferences();
+  expect_none();
+  MarkInBoth();
+  files_.Files["/app/avrvfy.txt"] = "report";
+  views_.Load(View::Verify, "/app/avrvfy.txt");
+  EXPECT_FALSE(MarkedTexts(View::Flash).isEmpty()) << "the report is no memory";
+}
+
+TEST_F(DifferenceMarks, AreGoneThroughByF3InBothDirections) {
+  EXPECT_EQ(LineAfter(), -1) << "there is none";
+  MarkInBoth();
+  views_.ShowText(View::Verify, "report");
+  views_.ShowReport();
+  for (const int line : {150, 299, 300, 150}) EXPECT_EQ(LineAfter(), line);
+  for (const int line : {300, 299, 150, 300}) EXPECT_EQ(LineAfter(Qt::ShiftModifier), line);
+  window_.ViewOf(View::Flash)->close();
+  EXPECT_EQ(LineAfter(), 150) << "a closed view comes back";
+  MarkInBoth();
+  EXPECT_EQ(LineAfter(Qt::ShiftModifier), 300) << "backwards the last comes first";
+  MarkInBoth();
+  EXPECT_EQ(LineAfter(), 150);
+  EXPECT_EQ(TextOf(View::Flash)->accessibleDescription(), "note 150");
+  views_.ClearDifferences();
+  EXPECT_FALSE(TextOf(View::Flash)->textCursor().hasSelection());
+  EXPECT_EQ(TextOf(View::Flash)->accessibleDescription(), "");
+}
+
+TEST_F(DifferenceMarks, SayWhatTheyAreAboutWhereTheMouseRests) {
+  MarkInBoth();
+  EXPECT_EQ(TipAt(View::Flash, 150, 8), "note 150\nF3 : 次の違い、Shift+F3 : 前の違い");
+  EXPECT_EQ(TipAt(View::Eeprom, 200, 12), "note 200\nF3 : 次の違い、Shift+F3 : 前の違い");
+  EXPECT_EQ(TipAt(View::Flash, 150, 14), "");
+  views_.ClearDifferences();
+  EXPECT_EQ(TipAt(View::Flash, 150, 8), "");
 }
 
 TEST_F(ViewsTest, TheCp932Code165IsShownAsTheHalfWidthMiddleDot) {

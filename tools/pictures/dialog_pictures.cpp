@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QProgressBar>
+#include <QToolButton>
 
 #include "pictures/pictures.h"
 #include "pictures/studio.h"
@@ -32,6 +33,15 @@ QImage Notice() {
   Studio studio;
   studio.Open(Studio::kCounterFile);
   return AfterPress(studio, "Cmd_btn_program");
+}
+
+/// The job box once a job was opened.
+QImage JobBox() {
+  Studio studio;
+  studio.Open(Studio::kCounterFile);
+  auto* button = dynamic_cast<QToolButton*>(Studio::Find("cmdJob"));
+  button->click();
+  return Studio::Of(studio.Run().JobBox());
 }
 
 QImage NothingToProgram() {
@@ -203,6 +213,7 @@ std::vector<Picture> DialogPictures() {
       {"question-close", CloseQuestion},
       {"dialog-open", OpenDialog},
       {"dialog-about", About},
+      {"dialog-job", JobBox},
       {"dialog-com", [] { return ComPort(PortsOfStudio::Simulated); }},
       {"dialog-com-list", [] { return ComPort(PortsOfStudio::Several, {OpenList}); }},
       {"dialog-com-no-port", [] { return ComPort(PortsOfStudio::None, {OpenList}); }},

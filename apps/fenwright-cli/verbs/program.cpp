@@ -2,6 +2,7 @@
 
 #include "programming.h"
 #include "verbs.h"
+#include "watch.h"
 
 namespace fenwright::cli {
 namespace {
@@ -24,10 +25,18 @@ VerbRun BindProgram(CLI::App& command) {
       ->excludes(command.get_option("--data"));
   const auto backup = AddBackup(command);
   const auto numbers = AddChipNumbers(command);
+  const auto watch = std::make_shared<bool>(false);
+  command.add_flag("--watch", *watch, "program again each time a file has changed, until Ctrl-C");
   return [=](Session& session) {
-    return Program(
-        session,
-        {.Files = *files, .Backup = *backup, .Numbers = *numbers, .KeepEeprom = *keep_eeprom});
+    const VerbRun once = [=](Session& round) {
+      return Program(
+          round,
+          {.Files = *files, .Backup = *backup, .Numbers = *numbers, .KeepEeprom = *keep_eeprom});
+    };
+    if (!*watch) return once(session);
+    CodeFiles watched = *files;
+    watched.NoData = watched.NoData || *keep_eeprom;
+    return WatchFiles(session, kProgram, once, watched);
   };
 }
 

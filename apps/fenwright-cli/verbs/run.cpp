@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "chip_numbers.h"
+#include "device_name.h"
 #include "job_run.h"
 #include "production.h"
 #include "verbs.h"
@@ -77,8 +78,14 @@ Outcome Run(Session& session, RunCall& call) {
     return {.Code = code};
   }
   Options options = session.CallOptions();
-  const std::string own = options.Device;
-  if (!own.empty() && own != order.Job.Device) {
+  core::Sentence error;
+  const int named = options.Device.empty() ? 0 : FindDeviceIndex(options.Device, error);
+  if (named < 0) {
+    return {.Code = session.Fail(ExitCode::Usage, {.Code = problem::kUnknownDevice,
+                                                   .Text = {"--device: " + error.Japanese,
+                                                            "--device: " + error.English}})};
+  }
+  if (!options.Device.empty() && named != FindDeviceIndex(order.Job.Device, error)) {
     return {.Code = session.Fail(ExitCode::Usage,
                                  {.Code = problem::kUsage,
                                   .Text = {"--device はジョブファイルの device と違います",
@@ -87,6 +94,7 @@ Outcome Run(Session& session, RunCall& call) {
   options.Device = order.Job.Device;
   if (call.Plan) return RunOnce(options, order, call);
   if (Outcome checked = Check(options, order); checked.Code != ExitCode::Success) return checked;
+  if (const ExitCode code = session.RequirePort(); code != ExitCode::Success) return {.Code = code};
   if (call.Rehearse) {
     Options rehearsal = options;
     Session with_device(rehearsal);
@@ -138,7 +146,7 @@ const Verb kRun{
           "do what the job file says"},
          {"run blink.json --plan", "何をするかを見ます。何も送りません",
           "see what it would do; nothing is sent"},
-         {"--port COM5 run blink.json --rehearse", "先にシミュレーションで試します",
+         {"--port COM5 run blink.json --rehearse", "先にシミュレーターで試します",
           "try it on the simulated board first"},
          {"--port COM5 --port COM6 run blink.json --repeat",
           "二つのボードで、チップを替えるたびに書き込みます", "chip after chip on two boards"}}}};
