@@ -306,7 +306,7 @@ ExitCode CodeOf(const std::vector<BoardResult>& results) {
 std::string Tally(const Session& session, const std::vector<BoardResult>& results) {
   const auto good = std::ranges::count(results, ExitCode::Success, &BoardResult::Code);
   return fmt::format(
-      fmt::runtime(session.In({"{} 台: 成功 {}、失敗 {}", "{} boards: {} ok, {} not"})),
+      fmt::runtime(session.In({"{} 台: 成功 {}、失敗 {}", "boards: {}, ok: {}, failed: {}"})),
       results.size(), good, static_cast<std::ptrdiff_t>(results.size()) - good);
 }
 

@@ -445,7 +445,8 @@ Outcome RunJob(Session& session, const JobOrder& order, ChipRow& row) {
   outcome.Json["job"] = {{"serial", row.Serial ? nlohmann::json(*row.Serial) : nullptr},
                          {"image_crc32", row.Image},
                          {"verdict", row.Result}};
-  if (order.Record != nullptr) {
+  // Without a board there is no chip to tell of.
+  if (order.Record != nullptr && outcome.Code != ExitCode::NoProgrammer) {
     const ExitCode recorded = order.Record->End(session, row);
     if (good) outcome.Code = recorded;
   }

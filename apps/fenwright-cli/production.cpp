@@ -151,7 +151,7 @@ void TellChip(Session& session, const ChipRow& row, const Tally& tally) {
 Outcome Finish(Session& session, const Tally& tally) {
   const int chips = tally.Passed + tally.Failed;
   session.Out().Print(fmt::format(fmt::runtime(session.In({"チップ {} 個: 合格 {}、不合格 {}",
-                                                           "{} chips: {} passed, {} failed"})),
+                                                           "chips: {}, passed: {}, failed: {}"})),
                                   chips, tally.Passed, tally.Failed));
   Outcome outcome{.Json = {{"chips", chips}, {"passed", tally.Passed}, {"failed", tally.Failed}}};
   if (tally.Failed > 0) {
@@ -207,6 +207,8 @@ Outcome Produce(Session& session, const Production& production) {
       if (code == ExitCode::Success) code = RunJob(run, production.Order, row).Code;
       if (row.Result.empty()) row.Error = run.ErrorCode();
     }
+    // The board went before the chip was looked at; it is waited for.
+    if (code == ExitCode::NoProgrammer) continue;
     // The second Ctrl-C, which the user means for the chip as well.
     if (code == ExitCode::Stopped) {
       ++tally.Failed;

@@ -88,6 +88,10 @@ std::uint64_t SerialNumber::Largest() const {
 
 std::optional<SerialNumber> ParseSerialNumber(std::string_view text, core::Sentence& error) {
   SerialNumber serial;
+  if (text.ends_with(':')) {
+    error = {"終わりの「:」の後に何もありません", "nothing stands behind the last \":\""};
+    return std::nullopt;
+  }
   const auto place = ParsePlace(TakeUntil(text, '='), error);
   if (!place) return std::nullopt;
   serial.Place = *place;

@@ -340,8 +340,9 @@ std::string WhyNoJob(const core::RunContext& context) {
       (blank || image::HoldsItsFile(state, Memory::Eeprom))) {
     return "";
   }
-  return "バッファーの内容がファイルと違います。先に［セーブ］で保存するか、［リロード］で"
-         "読み直してください。";
+  // Not to save over the file: it can hold more than the device has room for.
+  return "バッファーの内容がファイルと違います。ファイルの欄を確かめ、［リロード］で読み直すか、"
+         "別名で保存してください。";
 }
 
 bool IsJobSaved(core::RunContext& context, const WindowJob& job) {

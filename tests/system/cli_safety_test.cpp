@@ -23,6 +23,18 @@ std::string Destructive(const Bytes& wire) {
   return found;
 }
 
+/// CRC-32 as ZIP files have it, in eight digits.
+std::string SumOf(const std::string& text) {
+  std::uint32_t sum = ~0U;
+  for (const char character : text) {
+    sum ^= static_cast<unsigned char>(character);
+    for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ (sum % 2 == 0 ? 0 : 0xEDB88320);
+  }
+  char digits[9];
+  std::snprintf(digits, sizeof digits, "%08x", ~sum);
+  return digits;
+}
+
 constexpr const char* kChip = "ATtiny12L";
 const Bytes kOldFlash{0x01, 0x02, 0x03, 0x04, 0x05, 0x06};
 const Bytes kOldEeprom{0x11, 0x22, 0xFF, 0x31};
@@ -175,6 +187,27 @@ TEST_F(CliSafety, AChipThatGivesNoFusesAwayIsRestoredAllTheSame) {
   EXPECT_NE(filled.Board->Dump(), before);
   EXPECT_THAT(On(*filled.Board, "restore " + OnlyCopy()), Ends(0));
   EXPECT_EQ(filled.Board->Dump(), before);
+}
+
+TEST_F(CliSafety, ARestoreThatWouldGiveTheResetPinAwayAsksFirst) {
+  const auto board = WithState("fuses 52 FF\nlock 3\nflash 0 0201\n");
+  ASSERT_THAT(On(*board, "erase --backup copies"), Ends(0));
+  const std::string path = OnlyCopy();
+  // The copy of a chip whose reset pin was given away: the bit of the fuse byte, and a sum that
+  // fits.
+  json copy = json::parse(ReadFile(path));
+  const json given_away =
+      On(*board, "--json write-fuses RSTDISABL=PB5:I/O --dry-run --allow-reset-disable").Json();
+  ASSERT_TRUE(given_away.contains("new_bytes"));
+  copy["fuses"]["Fuse"] = given_away["new_bytes"]["Fuse"];
+  copy.erase("crc32");
+  copy["crc32"] = SumOf(copy.dump());
+  WriteFile(path, copy.dump());
+  const std::size_t start = board->Wire().size();
+  const CliResult refused = On(*board, "--json restore " + path);
+  EXPECT_THAT(refused, AllOf(Ends(2), Warns("--allow-reset-disable allows it")));
+  EXPECT_EQ(refused.Json()["error"]["code"], "reset-pin");
+  EXPECT_EQ(board->Wire().size(), start);
 }
 
 TEST_F(CliSafety, AFolderThatTakesNoCopyEndsTheCallBeforeTheChip) {

@@ -348,6 +348,12 @@ TEST_F(Workbench, TheRecordHasARowForEachChip) {
   EXPECT_THAT(OpenRows(), IsEmpty());
 }
 
+TEST_F(Workbench, WithoutABoardThereIsNoChipToRecord) {
+  PutJob(R"("record": "shift.csv")");
+  EXPECT_THAT(Run({"--port", Path("nothing"), "run", "job.json"}), Ends(3));
+  EXPECT_THAT(Rows(), IsEmpty());
+}
+
 TEST_F(Workbench, AChipWhoseProgramWasKilledIsInTheRecordOfTheNextRun) {
   PutJob(R"("record": "shift.csv", "serial": "flash:0x3FC=next", "counter": "n.txt")");
   Put("n.txt", "fenwright-counter 1\nfirst 7\n");
@@ -379,6 +385,29 @@ TEST_F(Workbench, ARowThatTheRecordHasAlreadyIsNotTakenTwice) {
   EXPECT_THAT(Get("shift.csv"), Not(HasSubstr("interrupted")));
 }
 
+TEST_F(Workbench, AChipThatCannotBeRecordedIsNotTouched) {
+  PutJob(R"("record": "shift.csv")");
+  Put("shift.csv", "time,board,device,signature,serial,image_crc32,fuses,result,error,seconds\n");
+  const BoardProgram board(kChip);
+  // No file can grow: as on a full disc.
+  Process process({"bash", "-c", "ulimit -f 0; exec \"$0\" \"$@\" >/dev/null 2>/dev/null",
+                   FENWRIGHT_CLI_PROGRAM, "--port", board.Link(), "run", Path("job.json")},
+                  {.Folder = folder_.Path().string()});
+  EXPECT_EQ(process.Wait(), 4);
+  EXPECT_EQ(Destructive(board.Wire()), "");
+}
+
+TEST_F(Workbench, ALockedChipIsSaidToBeOne) {
+  PutJob();
+  Put("state", std::string("fenwright-board-state 1\nchip ") + kChip + "\nlock 0\n");
+  const BoardProgram board(kChip, {"--state", Path("state")});
+  const CliResult result = OnPort(board, "--json run job.json");
+  EXPECT_THAT(result, Ends(1));
+  EXPECT_EQ(result.Json()["error"]["code"], "no-signature");
+  EXPECT_THAT(result, Warns("erase"));
+  EXPECT_EQ(Destructive(board.Wire()), "");
+}
+
 TEST_F(Workbench, TwoRunsDoNotShareARecord) {
   PutJob(R"("record": "shift.csv")");
   const auto board = Board("port", {"--baud", "57600"});
@@ -405,7 +434,7 @@ TEST_F(Workbench, SeveralBoardsWorkAtOnce) {
     EXPECT_THAT(result.Out, HasSubstr(board->Link() + "  ok: programmed and verified"));
     EXPECT_EQ(board->Dump().substr(0, 2), "\x0C\x94");
   }
-  EXPECT_THAT(result.Out, EndsWith("\n2 boards: 2 ok, 0 not\n"));
+  EXPECT_THAT(result.Out, EndsWith("\nboards: 2, ok: 2, failed: 0\n"));
 }
 
 TEST_F(Workbench, OneBoardThatFailsFailsTheCallAndNotTheOthers) {
@@ -470,7 +499,7 @@ TEST_F(Workbench, EachStrokeOfEnterIsAChip) {
       WithStrokes(2, Words{"--port", board.Link()} + Words("run job.json --repeat --enter"));
   EXPECT_THAT(result, Ends(0));
   EXPECT_THAT(result.Out, AllOf(HasSubstr("PASS  #1"), HasSubstr("PASS  #2"),
-                                EndsWith("2 chips: 2 passed, 0 failed\n")));
+                                EndsWith("chips: 2, passed: 2, failed: 0\n")));
   EXPECT_THAT(Rows(), SizeIs(2));
 }
 
@@ -498,7 +527,7 @@ TEST_F(Workbench, ANewChipInTheSocketBeginsByItself) {
   run->Signal(SIGINT);
   const CliResult result = Wait(*run);
   EXPECT_THAT(result, Ends(1));
-  EXPECT_THAT(result, Prints("2 chips: 1 passed, 1 failed\n"));
+  EXPECT_THAT(result, Prints("chips: 2, passed: 1, failed: 1\n"));
   EXPECT_THAT(result, Warns(AllOf(HasSubstr("take the chip out"),
                                   HasSubstr("the board does not answer; waiting"))));
 }
@@ -513,7 +542,7 @@ TEST_F(Workbench, CtrlCLetsTheChipUnderWayComeToItsEnd) {
   run->Signal(SIGINT);
   const CliResult result = Wait(*run);
   EXPECT_THAT(result, Ends(0));
-  EXPECT_THAT(result, Prints("1 chips: 1 passed, 0 failed\n"));
+  EXPECT_THAT(result, Prints("chips: 1, passed: 1, failed: 0\n"));
   ASSERT_THAT(Rows(), SizeIs(1));
   EXPECT_THAT(Rows()[0], HasSubstr(",pass,"));
 }
