@@ -6,6 +6,8 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/serial_control.h"
 #include "problem.h"

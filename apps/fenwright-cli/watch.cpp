@@ -1,5 +1,6 @@
 #include "watch.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <optional>
