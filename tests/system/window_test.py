@@ -835,5 +835,19 @@ class FuseTest(WindowCase):
                  "設定デバイスと、ソケット上のデバイスがミスマッチです。")
 
 
+class ShardLoader(unittest.TestLoader):
+    """The share of the tests that the variables of a GoogleTest program name; all without them."""
+
+    def getTestCaseNames(self, test_case):
+        shards = int(os.environ.get("GTEST_TOTAL_SHARDS", "1"))
+        index = int(os.environ.get("GTEST_SHARD_INDEX", "0"))
+        names = super().getTestCaseNames(test_case)
+        return [name for name in names if self._number(name) % shards == index]
+
+    def _number(self, name):
+        self._numbers = getattr(self, "_numbers", {})
+        return self._numbers.setdefault(name, len(self._numbers))
+
+
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1] + sys.argv[4:], verbosity=2)
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:], verbosity=2, testLoader=ShardLoader())

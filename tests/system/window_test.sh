@@ -13,10 +13,25 @@ mkdir -p "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR"
 chmod 700 "$XDG_RUNTIME_DIR"
 unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS
 
-# -noreset: without it the display starts anew, and what is just connecting fails, whenever its last
-# program leaves.
+# -displayfd: the server takes a number that is free, however many start at this moment. -noreset:
+# without it the display starts anew, and what is just connecting fails, whenever its last program
+# leaves.
+Xvfb -displayfd 3 -screen 0 1024x768x24 -noreset -nolisten tcp 3>"$home/display" 2>"$home/server" &
+server=$!
+trap 'kill "$server" 2>/dev/null || true; wait; rm -rf "$home"' EXIT
+for ((i = 0; i < 200; ++i)); do
+  if [[ -s $home/display ]]; then break; fi
+  sleep 0.1
+done
+if [[ ! -s $home/display ]]; then
+  cat "$home/server" >&2
+  exit 1
+fi
+DISPLAY=:$(<"$home/display")
+export DISPLAY
+
 # shellcheck disable=SC2016  # expanded by the inner shell
-xvfb-run -a -s "-screen 0 1024x768x24 -noreset" dbus-run-session -- bash -c '
+dbus-run-session -- bash -c '
   openbox >/dev/null 2>&1 &
   window_manager=$!
   for ((i = 0; i < 100; ++i)); do
