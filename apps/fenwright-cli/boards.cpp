@@ -328,6 +328,8 @@ std::vector<BoardResult> RunAll(const Verb& verb, const VerbRun& run, const Opti
         results[i] = RunOnBoard(verb, run, each);
       } catch (const std::exception& error) {
         own.Error(platform::Printable(error.what()) + "\n");
+        results[i].Json = HeadingFields(verb.Name, ExitCode::Failed, 0);
+        results[i].Json["port_given"] = ports[i];
       }
       lines.End(i);
     });

@@ -41,10 +41,21 @@ ExitCode FailWrite(Session& session, const std::string& path, const platform::Fi
                 fmt::format("{}: cannot be written: {}", path, result.Reason)}});
 }
 
-/// Time and board, which tell two rows apart.
-std::string_view KeyOf(std::string_view line) {
-  const std::size_t first = line.find(',');
-  return line.substr(0, line.find(',', first + 1));
+/// What stands before the result, and tells two rows apart: time, board, number.
+std::string_view KeyOf(std::string_view row) {
+  constexpr int kFieldsBefore = 5;
+  std::size_t end = 0;
+  for (int field = 0; field < kFieldsBefore && end != std::string_view::npos; ++field) {
+    end = row.find(',', end + (field == 0 ? 0 : 1));
+  }
+  return row.substr(0, end);
+}
+
+/// The name of the file with a row of a record that is open: the record's, a check sum, the ending.
+bool IsOpenRowOf(const std::string& record, const std::string& name) {
+  constexpr std::size_t kDigits = 8;
+  if (name.size() != record.size() + 1 + kDigits + kOpenRowEnding.size()) return false;
+  return name.starts_with(record + ".") && name.ends_with(kOpenRowEnding);
 }
 
 }  // namespace
@@ -58,12 +69,7 @@ ExitCode ChipRecord::Open(Session& session) {
   if (hold_) return ExitCode::Success;
   session.Out().NoteOutside(path_);
   auto hold = std::make_unique<FileHold>(path_, 0);
-  if (!*hold) {
-    return session.Fail(ExitCode::FileError,
-                        {.Code = problem::kFileInUse,
-                         .Text = {path_ + ": もう一つ動いている fenwright-cli が使っています",
-                                  path_ + ": another run of the program has it"}});
-  }
+  if (!*hold) return session.Fail(ExitCode::FileError, hold->WhyNot());
   std::string content;
   platform::SystemTextFiles files;
   platform::FileResult result = files.Read(path_, content);
@@ -76,10 +82,7 @@ ExitCode ChipRecord::Open(Session& session) {
          .Text = {path_ + ": チップの記録ではありません", path_ + ": is no record of chips"},
          .Cure = {"別のファイルを指定します。", "name another file"}});
   }
-  // A row that was cut short by a full disc, or a crash, stays a row of its own.
-  std::string start = content.empty() ? std::string(kHeader) : "";
-  if (!content.empty() && !content.ends_with('\n')) start = "\n";
-  result = AppendDurably(path_, start);
+  result = AppendDurably(path_, content.empty() ? kHeader : "");
   if (!result) return FailWrite(session, path_, result);
   if (const ExitCode code = TakeOverOpenRows(session); code != ExitCode::Success) return code;
   hold_ = std::move(hold);
@@ -92,10 +95,10 @@ ExitCode ChipRecord::TakeOverOpenRows(Session& session) {
   platform::SystemTextFiles files;
   files.Read(path_, content);
   const std::filesystem::path record = std::filesystem::absolute(ToPath(path_), error);
-  const std::string start = ToUtf8(record.filename()) + ".";
+  const std::string own = ToUtf8(record.filename());
   for (const auto& entry : std::filesystem::directory_iterator(record.parent_path(), error)) {
     const std::string name = ToUtf8(entry.path().filename());
-    if (!name.starts_with(start) || !name.ends_with(kOpenRowEnding)) continue;
+    if (!IsOpenRowOf(own, name)) continue;
     std::string row;
     if (!files.Read(ToUtf8(entry.path()), row)) continue;
     // A row that was cut short says nothing: its chip was not touched yet. One that the record has
@@ -126,8 +129,11 @@ ExitCode ChipRecord::End(Session& session, const ChipRow& row) {
   const std::scoped_lock lock(mutex_);
   const std::string line = LineOf(row);
   const auto result = AppendDurably(path_, line);
-  platform::SystemTextFiles().Delete(PathOfOpenRow(row.Board));
-  if (result) return ExitCode::Success;
+  if (result) {
+    platform::SystemTextFiles().Delete(PathOfOpenRow(row.Board));
+    return ExitCode::Success;
+  }
+  // The open row stays, for the next run to find.
   session.Out().PrintError(line);
   return FailWrite(session, path_, result);
 }

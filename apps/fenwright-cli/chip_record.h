@@ -23,6 +23,7 @@ struct ChipRow {
   std::string Result;  ///< pass, fail, stopped or interrupted
   std::string Error;   ///< the code of what went wrong, "" = nothing
   double Seconds = 0;
+  bool Lost = false;   ///< the record could not take it
   bool Begun = false;  ///< its image was complete: a number may be taken, the erase was next
 };
 

@@ -31,8 +31,13 @@ ExitCode CodeOf(const core::AppState& state, core::CommandEnding ending) {
   return NoUsableProgrammer(state) ? ExitCode::NoProgrammer : ExitCode::Failed;
 }
 
+/// Of a part of a longer work: what was done before it, and what it did itself.
 std::string ChipState(Session& session) {
-  return ops::DescribeChipState(session.State(), session.Language());
+  const std::string own = ops::DescribeChipState(session.State(), session.Language());
+  const std::string& earlier = session.In(session.EarlierWork());
+  if (earlier.empty()) return own;
+  if (!session.State().Command.FuseWriteStarted) return earlier;
+  return earlier + session.In({"。", "; "}) + own;
 }
 
 std::string ReportPath(Session& session) {

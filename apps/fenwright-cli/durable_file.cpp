@@ -25,6 +25,7 @@ platform::FileResult WriteThrough(const std::string& path, std::string_view byte
   while (result && !bytes.empty()) result = system_file::Write(handle, bytes);
   if (result) result = system_file::Flush(handle);
   const platform::FileResult closed = system_file::Close(handle);
+  system_file::FlushFolderOf(path);
   return result ? closed : result;
 }
 
@@ -49,50 +50,35 @@ void ReleaseInProcess(const std::string& path) {
   Held().Paths.erase(path);
 }
 
-/// Letters and digits alone, and what tells two paths apart.
-std::string LockName(const std::filesystem::path& path) {
-  std::string name;
-  for (const char character : ToUtf8(path.filename())) {
-    const bool plain = (character >= '0' && character <= '9') || character == '.' ||
-                       (character >= 'A' && character <= 'Z') ||
-                       (character >= 'a' && character <= 'z');
-    name += plain ? character : '-';
-  }
-  return name + "-" + CheckSum(ToUtf8(path));
-}
-
 }  // namespace
 
-platform::FileResult AppendDurably(const std::string& path, std::string_view lines) {
-  return WriteThrough(path, lines, system_file::Way::Append);
+platform::FileResult AppendDurably(const std::string& path, std::string_view lines,
+                                   std::string_view cut) {
+  std::string content;
+  platform::SystemTextFiles().Read(path, content);
+  const bool is_cut = !lines.empty() && !content.empty() && !content.ends_with('\n');
+  const std::string end = is_cut ? std::string(cut) + "\n" : "";
+  return WriteThrough(path, end + std::string(lines), system_file::Way::Append);
 }
 
 platform::FileResult WriteDurably(const std::string& path, std::string_view content) {
   return WriteThrough(path, content, system_file::Way::Replace);
 }
 
-struct FileHold::Lock {
-  std::string Path;
-  std::unique_ptr<platform::SingleInstance> Claim;
-};
-
-FileHold::FileHold(const std::string& path, double seconds) : lock_(std::make_unique<Lock>()) {
+FileHold::FileHold(const std::string& path, double seconds) : path_(path) {
   constexpr std::chrono::milliseconds kStep{20};
   const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
   std::error_code error;
-  std::filesystem::path place = std::filesystem::absolute(ToPath(path), error);
+  const std::filesystem::path place = std::filesystem::absolute(ToPath(path), error);
   // Of a file that is not there yet, the folder's true name.
   const std::filesystem::path real = std::filesystem::weakly_canonical(place, error);
-  if (!error) place = real;
-  lock_->Path = ToUtf8(place);
+  key_ = ToUtf8(error ? place : real);
   for (;;) {
-    if (HoldInProcess(lock_->Path)) {
-      lock_->Claim = platform::MakeInstanceLock(ToUtf8(std::filesystem::temp_directory_path(error)),
-                                                "fenwright-" + LockName(place));
-      held_ = lock_->Claim->Claim();
-      if (held_) return;
-      lock_->Claim.reset();
-      ReleaseInProcess(lock_->Path);
+    if (HoldInProcess(key_)) {
+      result_ = system_file::Lock(key_ + ".lock", lock_, taken_);
+      if (taken_) return;
+      ReleaseInProcess(key_);
+      if (!result_) return;
     }
     if (std::chrono::steady_clock::now() >= end) return;
     std::this_thread::sleep_for(kStep);
@@ -100,9 +86,20 @@ FileHold::FileHold(const std::string& path, double seconds) : lock_(std::make_un
 }
 
 FileHold::~FileHold() {
-  if (!held_) return;
-  lock_->Claim.reset();
-  ReleaseInProcess(lock_->Path);
+  if (!taken_) return;
+  system_file::Close(lock_);
+  ReleaseInProcess(key_);
+}
+
+Problem FileHold::WhyNot() const {
+  if (!result_) {
+    return {.Code = problem::kFileUnwritable,
+            .Text = {fmt::format("{}.lock: 書けません: {}", path_, core::DescribeReason(result_)),
+                     fmt::format("{}.lock: cannot be written: {}", path_, result_.Reason)}};
+  }
+  return {.Code = problem::kFileInUse,
+          .Text = {path_ + ": ほかのプログラムが使っています",
+                   path_ + ": another run of the program has it"}};
 }
 
 }  // namespace fenwright::cli

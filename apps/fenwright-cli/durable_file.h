@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
 
-#include "platform/text_files.h"
+#include "platform/system/system_file.h"
+#include "problem.h"
 
 namespace fenwright::cli {
 
@@ -12,14 +12,17 @@ namespace fenwright::cli {
 // were given away, and what became of each chip.
 
 /// Appends lines in one write and has them on the disc when it returns; creates the file when it
-/// is missing.
-platform::FileResult AppendDurably(const std::string& path, std::string_view lines);
+/// is missing. A last line that a crash or a full disc has cut short is ended before, with `cut`
+/// behind it.
+platform::FileResult AppendDurably(const std::string& path, std::string_view lines,
+                                   std::string_view cut = "");
 
 /// The same for a file's whole content.
 platform::FileResult WriteDurably(const std::string& path, std::string_view content);
 
 /// Keeps every other run of the program, and every other thread of this one, from the file for its
-/// lifetime. A run that was killed holds nothing.
+/// lifetime, by a lock on a file of its name with ".lock" behind it. A run that was killed holds
+/// nothing; the lock's file stays.
 class FileHold {
  public:
   /// Waits up to `seconds` for whoever has it.
@@ -28,14 +31,18 @@ class FileHold {
   FileHold(const FileHold&) = delete;
   FileHold& operator=(const FileHold&) = delete;
 
-  /// False when somebody else kept it all the time.
-  explicit operator bool() const { return held_; }
+  explicit operator bool() const { return taken_; }
+
+  /// Why it is not held: the lock's file cannot be made, or somebody else kept the file all the
+  /// time.
+  [[nodiscard]] Problem WhyNot() const;
 
  private:
-  struct Lock;
-
-  std::unique_ptr<Lock> lock_;
-  bool held_ = false;
+  std::string path_;
+  std::string key_;  ///< of the file within this process
+  platform::system_file::Handle lock_{};
+  platform::FileResult result_;
+  bool taken_ = false;
 };
 
 }  // namespace fenwright::cli

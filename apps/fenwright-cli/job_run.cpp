@@ -295,6 +295,8 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
       session.Json() ? TellDeviceRun(session, programmed.Run, programmed.Fields).Json
                      : nlohmann::json::object();
   Outcome outcome{.Json = programming};
+  session.NoteEarlierWork({"書き込みと照合は済んでいます。ヒューズとロックビットは元のままです",
+                           "programmed and verified; the fuse and lock bits are as they were"});
   nlohmann::json steps{"program"};
   bool just_read = false;
   for (const auto& [name, wanted] :
@@ -315,9 +317,16 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
       }
     }
     outcome.Json.update(written.Json);
-    if (written.Code != ExitCode::Success) break;
-    // What the chip came to is told of the programming; of the bits what they were and are.
+    // What was done is told of the programming; of the bits what they were and are.
+    const nlohmann::json state = outcome.Json.value("chip_state", nlohmann::json(nullptr));
     outcome.Json.update(programming);
+    if (written.Code != ExitCode::Success) {
+      outcome.Json["chip_state"] = state;
+      break;
+    }
+    session.NoteEarlierWork(
+        {"書き込みと照合、ヒューズビットは済んでいます。ロックビットは元のままです",
+         "programmed and verified, the fuse bits written; the lock bits are as they were"});
     steps.push_back(name);
     just_read = true;
   }
@@ -447,6 +456,7 @@ Outcome RunJob(Session& session, const JobOrder& order, ChipRow& row) {
   // Without a board there is no chip to tell of.
   if (order.Record != nullptr && (row.Begun || outcome.Code != ExitCode::NoProgrammer)) {
     const ExitCode recorded = order.Record->End(session, row);
+    row.Lost = recorded != ExitCode::Success;
     if (good) outcome.Code = recorded;
   }
   if (order.InProduction) return outcome;

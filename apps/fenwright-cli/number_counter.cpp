@@ -64,12 +64,6 @@ Problem NumberCounter::Damaged(int line) const {
                    fmt::format("{}:{}: this is no line of a counter file", path_, line)}};
 }
 
-Problem NumberCounter::InUse() const {
-  return {.Code = problem::kFileInUse,
-          .Text = {path_ + ": もう一つ動いている fenwright-cli が使っています",
-                   path_ + ": another run of the program has it"}};
-}
-
 Problem NumberCounter::Unwritable(const platform::FileResult& result) const {
   return {.Code = problem::kFileUnwritable,
           .Text = {fmt::format("{}: 書けません: {}", path_, core::DescribeReason(result)),
@@ -87,9 +81,8 @@ std::optional<Problem> NumberCounter::Read(Content& content) const {
                             fmt::format("{}: cannot be read: {}", path_, result.Reason)}};
   }
   content.IsThere = true;
-  content.CutShort = !text.empty() && !text.ends_with('\n');
-  if (content.CutShort)
-    text.resize(text.rfind('\n') == std::string::npos ? 0 : text.rfind('\n') + 1);
+  const bool cut_short = !text.empty() && !text.ends_with('\n');
+  if (cut_short) text.resize(text.rfind('\n') == std::string::npos ? 0 : text.rfind('\n') + 1);
   int number_of_line = 0;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
@@ -114,7 +107,7 @@ std::optional<Problem> NumberCounter::Read(Content& content) const {
   }
   // The first two lines are written at once; of a file that has but one nothing was taken.
   if (!content.First) {
-    if (number_of_line > 0 || content.CutShort) return Damaged(number_of_line + 1);
+    if (number_of_line > 0 || cut_short) return Damaged(number_of_line + 1);
     content.IsThere = false;
   }
   return std::nullopt;
@@ -152,8 +145,15 @@ std::optional<Problem> NumberCounter::Next(const job::SerialNumber& form, const 
 
 std::optional<Problem> NumberCounter::Peek(const job::SerialNumber& form,
                                            std::uint64_t& number) const {
+  std::error_code error;
+  const auto folder = std::filesystem::absolute(ToPath(path_), error).parent_path();
+  if (!std::filesystem::is_directory(folder, error)) {
+    return Problem{
+        .Code = problem::kFileMissing,
+        .Text = {path_ + ": そのフォルダーはありません", path_ + ": there is no such folder"}};
+  }
   const FileHold hold(path_, kPatience);
-  if (!hold) return InUse();
+  if (!hold) return hold.WhyNot();
   Content content;
   if (auto problem = Read(content)) return problem;
   if (auto problem = Next(form, content, number)) return problem;
@@ -162,34 +162,29 @@ std::optional<Problem> NumberCounter::Peek(const job::SerialNumber& form,
     if (const auto result = AppendDurably(path_, ""); !result) return Unwritable(result);
     return std::nullopt;
   }
-  std::error_code error;
-  const auto folder = std::filesystem::absolute(ToPath(path_), error).parent_path();
-  if (std::filesystem::is_directory(folder, error)) return std::nullopt;
-  return Problem{
-      .Code = problem::kFileMissing,
-      .Text = {path_ + ": そのフォルダーはありません", path_ + ": there is no such folder"}};
+  return std::nullopt;
 }
 
 std::optional<Problem> NumberCounter::Take(const job::SerialNumber& form, const std::string& when,
                                            const std::string& place, std::uint64_t& number) const {
   const FileHold hold(path_, kPatience);
-  if (!hold) return InUse();
+  if (!hold) return hold.WhyNot();
   Content content;
   if (auto problem = Read(content)) return problem;
   if (auto problem = Next(form, content, number)) return problem;
-  std::string lines = content.CutShort ? std::string(kCut) + "\n" : "";
+  std::string lines;
   if (!content.IsThere) BegunFiles::OfProcess().Add(path_);
   if (!content.IsThere) lines = fmt::format("{}\nfirst {}\n", kFirstLine, number);
   lines += fmt::format("taken {} {} {}\n", number, when, place);
-  if (const auto result = AppendDurably(path_, lines); !result) return Unwritable(result);
+  if (const auto result = AppendDurably(path_, lines, kCut); !result) return Unwritable(result);
   return std::nullopt;
 }
 
 std::optional<Problem> NumberCounter::Note(std::uint64_t number, bool used) const {
   const FileHold hold(path_, kPatience);
-  if (!hold) return InUse();
+  if (!hold) return hold.WhyNot();
   const auto result =
-      AppendDurably(path_, fmt::format("{} {}\n", used ? "used" : "failed", number));
+      AppendDurably(path_, fmt::format("{} {}\n", used ? "used" : "failed", number), kCut);
   if (!result) return Unwritable(result);
   return std::nullopt;
 }

@@ -42,7 +42,6 @@ class NumberCounter {
  private:
   struct Content {
     bool IsThere = false;
-    bool CutShort = false;  ///< the last line has no end
     std::optional<std::uint64_t> First;
     std::optional<std::uint64_t> LastTaken;
   };
@@ -51,7 +50,6 @@ class NumberCounter {
   std::optional<Problem> Next(const job::SerialNumber& form, const Content& content,
                               std::uint64_t& number) const;
   [[nodiscard]] Problem Damaged(int line) const;
-  [[nodiscard]] Problem InUse() const;
   [[nodiscard]] Problem Unwritable(const platform::FileResult& result) const;
 
   std::string path_;

@@ -110,6 +110,7 @@ bool WaitForRemoval(Session& session, Notice& notice) {
 }
 
 bool WaitForKey(EnterKey& key, int& seen, Notice& notice) {
+  key.Forget(seen);
   notice.Say({"チップを入れて Enter を押します (Ctrl-C で終わります)",
               "put a chip in and press Enter (Ctrl-C ends)"});
   while (!EndWasRequested()) {
@@ -163,6 +164,11 @@ Outcome Finish(Session& session, const Tally& tally) {
 }
 
 }  // namespace
+
+void EnterKey::Forget(int& seen) {
+  const std::scoped_lock lock(mutex_);
+  if (platform::DropTypedInput()) seen = strokes_;
+}
 
 EnterKey::Event EnterKey::Wait(int& seen) {
   constexpr double kSeconds = 0.1;
@@ -222,6 +228,14 @@ Outcome Produce(Session& session, const Production& production) {
       ++tally.Failed;
     }
     TellChip(session, row, tally);
+    if (row.Lost) {
+      Outcome lost = Finish(session, tally);
+      lost.Code = session.Fail(ExitCode::FileError,
+                               {.Code = problem::kFileUnwritable,
+                                .Text = {"記録に書けないため、ここで終わります",
+                                         "the record cannot be written, so this is the end"}});
+      return lost;
+    }
     if (production.Key == nullptr && !WaitForRemoval(session, notice)) break;
     notice.Forget();
   }

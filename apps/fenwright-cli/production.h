@@ -12,6 +12,10 @@ class EnterKey {
  public:
   enum class Event { Pressed, Ended, Nothing };
 
+  /// The strokes so far. What was typed before, while the chip in the socket was at work, is not
+  /// meant for the next one; what comes from a file or a pipe is.
+  void Forget(int& seen);
+
   /// Waits a moment for a stroke beyond the `seen` ones, which grow by it.
   Event Wait(int& seen);
 

@@ -63,6 +63,7 @@ void SaveKept(Session& session, const std::string& folder, KeptEeprom& kept) {
   const auto problem = WhyNotWritten(kept.File, image::WriteDataHexFile(session.Context()));
   state.HexFileLeftOpen = left_open;
   if (!problem) return;
+  session.Context().Storage.Files.Delete(kept.File);
   kept.File.clear();
   kept.Run.Code = session.Fail(ExitCode::FileError, *problem);
 }

@@ -256,9 +256,17 @@ Outcome RefuseUntouched(Session& session, const DeviceRun& run, nlohmann::json f
 }
 
 std::string NewCopyPath(Session& session, const std::string& folder, const std::string& extension) {
-  return FirstFree(folder, CopyName(session),
-                   [&](const std::string& path) { return IsFree(path + extension); }) +
-         extension;
+  // Made at once: another board may look for a name in the same second.
+  const auto take = [&](const std::string& path) {
+    using platform::system_file::Links;
+    using platform::system_file::Way;
+    platform::system_file::Handle handle{};
+    const auto result =
+        platform::system_file::Open(path + extension, Way::New, Links::Refuse, handle);
+    if (result) platform::system_file::Close(handle);
+    return result.Cause != platform::FailureCause::Exists;
+  };
+  return FirstFree(folder, CopyName(session), take) + extension;
 }
 
 SafetyCopy TakeSafetyCopy(Session& session, const BackupOptions& options,

@@ -46,8 +46,8 @@ Outcome RefuseUntouched(Session& session, const DeviceRun& run, nlohmann::json f
 /// Fails a call since a locked device gives away nothing that is worth keeping.
 ExitCode FailLocked(Session& session);
 
-/// A path in a folder ("" = the working folder) that has no file yet, named by device, signature,
-/// date and time.
+/// A new file in a folder ("" = the working folder), empty, named by device, signature, date and
+/// time. Where it cannot be made its writing will say why.
 std::string NewCopyPath(Session& session, const std::string& folder, const std::string& extension);
 
 /// A copy that was read from its files.

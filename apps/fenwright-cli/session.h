@@ -123,6 +123,9 @@ class Session {
   /// True when the result is printed as JSON, and not in words.
   [[nodiscard]] bool Json() const { return options_.Json; }
   [[nodiscard]] core::Language Language() const { return options_.Language; }
+  /// What has been done to the chip by the parts of a longer work that went well, "" = nothing.
+  void NoteEarlierWork(const core::Sentence& work) { earlier_work_ = work; }
+  [[nodiscard]] const core::Sentence& EarlierWork() const { return earlier_work_; }
   /// True when Fail() was called.
   [[nodiscard]] bool HasError() const { return error_.has_value(); }
   /// The word of what the call failed by, "" when nothing has.
@@ -176,6 +179,7 @@ class Session {
   NoComForm com_form_;
   ChosenFuses fuses_;
   std::string folder_;
+  core::Sentence earlier_work_;
   std::vector<Problem> warnings_;
   std::optional<Problem> error_;
   bool port_named_ = false;

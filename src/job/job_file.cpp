@@ -170,6 +170,9 @@ class Reader {
   }
 
   void JudgePlaces(const Job& job) {
+    if (!job.Record.empty() && job.Record == job.Counter) {
+      Add("record", "counter と同じファイルです", "is the file of the counter");
+    }
     if (job.KeepEeprom && job.Osccal && !job.Osccal->Place.InFlash) RefuseEeprom("osccal");
     if (job.KeepEeprom && job.Serial && !job.Serial->Place.InFlash) RefuseEeprom("serial");
     if (!job.Serial || !job.Osccal) return;

@@ -102,6 +102,8 @@ TEST(JobFile, WhatDoesNotGoTogetherIsRefused) {
               ElementsAre("keep_eeprom: does not go together with data"));
   EXPECT_THAT(FaultsOf(With(R"("serial": "flash:0=next")")),
               ElementsAre("counter: the file that counts the numbers is missing"));
+  EXPECT_THAT(FaultsOf(With(R"("serial": "flash:0=next", "counter": "n.txt", "record": "n.txt")")),
+              ElementsAre("record: is the file of the counter"));
   EXPECT_THAT(FaultsOf(With(R"("serial": "flash:0=7", "counter": "n.txt")")),
               ElementsAre("counter: is for a serial number that is \"next\" alone"));
   EXPECT_THAT(FaultsOf(With(R"("serial": "flash:0=7", "osccal": "flash:3")")),

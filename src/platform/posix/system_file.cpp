@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -46,16 +47,6 @@ bool IsMadeUpBySystem(const fs::path& path) {
   return text.starts_with("/dev/") || text.starts_with("/proc/");
 }
 
-/// A new name lasts only when its folder is on the disc as well.
-void FlushFolderOf(const std::string& path) {
-  const fs::path folder = fs::path(path).parent_path();
-  const int opened =
-      open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (opened < 0) return;
-  fsync(opened);
-  close(opened);
-}
-
 FileResult CheckRegular(const struct stat& info) {
   if (S_ISREG(info.st_mode)) return {};
   if (S_ISDIR(info.st_mode)) return ResultOf(EISDIR);
@@ -77,6 +68,30 @@ void Prepare() {
   if (sigaction(SIGXFSZ, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
   action.sa_handler = SIG_IGN;
   sigaction(SIGXFSZ, &action, nullptr);
+}
+
+void FlushFolderOf(const std::string& path) {
+  const fs::path folder = fs::path(path).parent_path();
+  const int opened =
+      open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0) return;
+  fsync(opened);
+  close(opened);
+}
+
+FileResult Lock(const std::string& path, Handle& file, bool& taken) {
+  taken = false;
+  constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW;
+  const int opened = open(path.c_str(), kFlags, kNewFileMode);
+  if (opened < 0) return ResultOf(errno);
+  taken = flock(opened, LOCK_EX | LOCK_NB) == 0;
+  const int error = taken ? 0 : errno;
+  if (taken) {
+    file = opened;
+  } else {
+    close(opened);
+  }
+  return ResultOf(error == EWOULDBLOCK ? 0 : error);
 }
 
 FileResult Open(const std::string& path, Way way, Links links, Handle& file) {

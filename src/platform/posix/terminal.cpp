@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace fenwright::platform {
@@ -31,6 +32,8 @@ int TerminalWidth() {
   const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return known ? size.ws_col : kUsual;
 }
+
+bool DropTypedInput() { return isatty(STDIN_FILENO) == 1 && tcflush(STDIN_FILENO, TCIFLUSH) == 0; }
 
 std::optional<std::string> ReadInputWithin(double seconds) {
   constexpr double kMilliseconds = 1e3;

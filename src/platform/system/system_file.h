@@ -54,6 +54,14 @@ FileResult Flush(Handle file);
 
 FileResult Close(Handle file);
 
+/// Has the system bring the name of a file onto the disc, which a new one is not yet with its
+/// content.
+void FlushFolderOf(const std::string& path);
+
+/// Takes the lock on a file, which is made when it is missing. `taken` is false when somebody else
+/// has it; otherwise nobody gets it before Close(), or the end of the process.
+FileResult Lock(const std::string& path, Handle& file, bool& taken);
+
 /// What a path leads to.
 enum class There { Nothing, RegularFile, Other };
 

@@ -26,6 +26,10 @@ int TerminalWidth();
 /// at its end.
 std::optional<std::string> ReadInputWithin(double seconds);
 
+/// Forgets what was typed and not read yet. False when standard input is no terminal: what comes
+/// from a file or a pipe is kept.
+bool DropTypedInput();
+
 /// As long as the object lives, a terminal shows the UTF-8 that is written to std::cout and
 /// std::cerr, and obeys the escape sequences in it. What is redirected gets the bytes themselves.
 class Utf8Terminal {

@@ -91,6 +91,22 @@ DWORD DispositionOf(Way way) {
 
 void Prepare() {}
 
+/// The file system keeps names by itself.
+void FlushFolderOf(const std::string& /*path*/) {}
+
+FileResult Lock(const std::string& path, Handle& file, bool& taken) {
+  // Whoever has it open shares it with nobody.
+  HANDLE const opened = CreateFileW(SystemPath(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+                                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  taken = opened != INVALID_HANDLE_VALUE;
+  if (taken) {
+    file = opened;
+    return {};
+  }
+  const DWORD error = GetLastError();
+  return error == ERROR_SHARING_VIOLATION ? FileResult{} : ResultOf(error);
+}
+
 FileResult Open(const std::string& path, Way way, Links links, Handle& file) {
   const std::wstring name = SystemPath(path);
   const bool is_new = way == Way::New || way == Way::Private;

@@ -108,6 +108,12 @@ int TerminalWidth() {
   return info.srWindow.Right - info.srWindow.Left + 1;
 }
 
+bool DropTypedInput() {
+  HANDLE const input = GetStdHandle(STD_INPUT_HANDLE);
+  DWORD mode = 0;
+  return GetConsoleMode(input, &mode) != 0 && FlushConsoleInputBuffer(input) != 0;
+}
+
 std::optional<std::string> ReadInputWithin(double seconds) {
   constexpr double kMilliseconds = 1e3;
   HANDLE const input = GetStdHandle(STD_INPUT_HANDLE);
