@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Tests the system: format, layers, one build and all its tests.
+# Tests the system: format, layers, one build and its tests.
 #
 #   scripts/test.sh [--full | --tidy]
 #
-#   --full     besides: the scripts themselves, what the programs are hardened with, the tests under
+#   --full     besides: the long tests (the real window on a display, killed programs, a shift at the
+#              bench), the scripts themselves, what the programs are hardened with, the tests under
 #              the address and undefined-behaviour sanitizers, the second compiler with clang-tidy,
 #              and the fuzzers
 #   --tidy     clang with clang-tidy alone
@@ -18,7 +19,7 @@ source "$script_dir/lib.sh"
 cd "$repo_root"
 
 usage() {
-  sed -n '4,9s/^# \{0,1\}//p' "$script_dir/test.sh"
+  sed -n '4,10s/^# \{0,1\}//p' "$script_dir/test.sh"
 }
 
 extent=usual
@@ -70,8 +71,7 @@ run_tests() {
   shift
   build_preset "$preset" || return 1
   log=build/$preset/last-ctest.log
-  # Most of the time the tests wait for a line: one more than there are cores keeps these busy.
-  ctest --preset "$preset" --no-tests=error -j "$(($(nproc) + 1))" "$@" 2>&1 | tee "$log" || status=1
+  ctest --preset "$preset" --no-tests=error "$@" 2>&1 | tee "$log" || status=1
   closing_lines+="[$preset]"$'\n'$(sed -n '/tests passed,.*tests failed/,$p' "$log")$'\n'
   return "$status"
 }
@@ -83,7 +83,7 @@ run_sanitized_tests() {
   if [[ -f scripts/lsan.supp ]]; then
     export LSAN_OPTIONS=${LSAN_OPTIONS-suppressions=$repo_root/scripts/lsan.supp:print_suppressions=0}
   fi
-  run_tests asan --label-exclude '^(system|bench)$'
+  run_tests asan -j "$(($(nproc) + 1))" --label-exclude '^(system|long)$'
 }
 
 # Builds every source with clang, the second compiler, and clang-tidy beside it; goes on after a
@@ -101,9 +101,11 @@ use_ccache
 if [[ $extent != tidy ]]; then
   stage "format" check_format
   stage "layers" "$script_dir/check-layers.sh"
-  stage "tests (dev)" run_tests dev
+  # Most of the time these wait for a line: two for each core keep it busy.
+  stage "tests (dev)" run_tests dev -j "$((2 * $(nproc)))" --label-exclude '^long$'
 fi
 if [[ $extent == full ]]; then
+  stage "long tests (dev)" run_tests dev -j "$(($(nproc) + 1))" --label-regex '^long$'
   stage "hardening" "$script_dir/check-hardening.sh" build/dev
   stage "scripts" check_scripts
   stage "tests (asan)" run_sanitized_tests

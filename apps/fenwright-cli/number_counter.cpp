@@ -152,16 +152,12 @@ std::optional<Problem> NumberCounter::Peek(const job::SerialNumber& form,
         .Code = problem::kFileMissing,
         .Text = {path_ + ": そのフォルダーはありません", path_ + ": there is no such folder"}};
   }
-  const FileHold hold(path_, kPatience);
-  if (!hold) return hold.WhyNot();
   Content content;
   if (auto problem = Read(content)) return problem;
   if (auto problem = Next(form, content, number)) return problem;
+  if (!content.IsThere) return std::nullopt;
   // Opening it for the end changes nothing in a file that is there.
-  if (content.IsThere) {
-    if (const auto result = AppendDurably(path_, ""); !result) return Unwritable(result);
-    return std::nullopt;
-  }
+  if (const auto result = AppendDurably(path_, ""); !result) return Unwritable(result);
   return std::nullopt;
 }
 
