@@ -105,7 +105,10 @@ if [[ $extent != tidy ]]; then
   stage "tests (dev)" run_tests dev -j "$((2 * $(nproc)))" --label-exclude '^long$'
 fi
 if [[ $extent == full ]]; then
-  stage "long tests (dev)" run_tests dev -j "$(($(nproc) + 1))" --label-regex '^long$'
+  # Now and then the display's window manager keeps the keyboard from a window: a test that fails is
+  # tried a second time, and the log has both.
+  stage "long tests (dev)" run_tests dev -j "$(($(nproc) + 1))" --repeat until-pass:2 \
+    --label-regex '^long$'
   stage "hardening" "$script_dir/check-hardening.sh" build/dev
   stage "scripts" check_scripts
   stage "tests (asan)" run_sanitized_tests
