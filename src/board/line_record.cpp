@@ -67,7 +67,7 @@ bool IsTraceLine(std::string_view line) {
 }
 
 /// Puts the exchanges together, line by line.
-class Reader {
+class LineReader {
  public:
   /// Takes the next line, without its end. False for one that no record has; Error() says why.
   bool Take(std::string_view line) {
@@ -159,7 +159,7 @@ std::string RecordHangUp() { return std::string(kHangUp) + "\n"; }
 
 std::optional<std::vector<RecordedExchange>> ParseLineRecord(std::string_view text,
                                                              std::string& error) {
-  Reader reader;
+  LineReader reader;
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
     std::string_view line = text.substr(0, end);

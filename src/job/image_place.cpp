@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cstddef>
+#include <initializer_list>
 #include <limits>
 #include <vector>
 
@@ -67,15 +68,21 @@ std::string Hex(std::uint64_t number) {
   return "0x" + text;
 }
 
+std::string Joined(std::initializer_list<std::string_view> parts) {
+  std::string text;
+  for (const std::string_view part : parts) text += part;
+  return text;
+}
+
 /// The cell of the buffers that a byte of the image is in.
 std::uint8_t& CellAt(core::AppState& state, const ImagePlace& place, int offset) {
-  const auto address = static_cast<std::size_t>(place.Address + offset);
+  const auto address = static_cast<std::size_t>(place.Address) + static_cast<std::size_t>(offset);
   // A flash word has its high byte first there, the reverse of a HEX file.
   return place.InFlash ? state.FlashBuffer.at(address ^ 1U) : state.EepromBuffer.at(address);
 }
 
 std::uint8_t ByteAt(const core::AppState& state, const ImagePlace& place, int offset) {
-  const auto address = static_cast<std::size_t>(place.Address + offset);
+  const auto address = static_cast<std::size_t>(place.Address) + static_cast<std::size_t>(offset);
   return place.InFlash ? state.FlashBuffer.at(address ^ 1U) : state.EepromBuffer.at(address);
 }
 
@@ -160,14 +167,15 @@ core::Sentence WhyNoRoom(const core::AppState& state, const ImagePlace& place, i
   const std::string at = Describe(place);
   if (std::int64_t{place.Address} + width > size) {
     const std::string bytes = std::to_string(size);
-    return {at + ": デバイスのメモリーは " + bytes + " バイトです",
-            at + ": the device's memory has " + bytes + " bytes"};
+    return {Joined({at, ": デバイスのメモリーは ", bytes, " バイトです"}),
+            Joined({at, ": the device's memory has ", bytes, " bytes"})};
   }
   for (int offset = 0; offset < width; ++offset) {
     if (ByteAt(state, place, offset) == core::kBlank) continue;
-    const std::string used = Hex(static_cast<std::uint64_t>(place.Address + offset));
-    return {at + ": ファイルの内容が " + used + " にあります",
-            at + ": the file has data of its own at " + used};
+    const std::string used =
+        Hex(static_cast<std::uint64_t>(place.Address) + static_cast<std::uint64_t>(offset));
+    return {Joined({at, ": ファイルの内容が ", used, " にあります"}),
+            Joined({at, ": the file has data of its own at ", used})};
   }
   return {};
 }

@@ -13,20 +13,20 @@ namespace {
 
 using core::Difference;
 
-constexpr unsigned kByteBits = 8;
+constexpr unsigned kBitsOfByte = 8;
 constexpr unsigned kByteMask = 0xFF;
 constexpr int kByteDigits = 2;
 
 std::string Digits(bool in_flash, std::uint16_t value) {
   const std::string low = core::HexByte(static_cast<std::uint8_t>(value & kByteMask));
   if (!in_flash) return low;
-  return core::HexByte(static_cast<std::uint8_t>(value >> kByteBits)) + low;
+  return core::HexByte(static_cast<std::uint8_t>(value >> kBitsOfByte)) + low;
 }
 
 /// Of a word the one byte alone that differs, where the other is the same.
 screen::TextPlace DifferingDigits(screen::TextPlace word, const Difference& difference) {
   const unsigned bits = static_cast<unsigned>(difference.Expected) ^ difference.Found;
-  const bool high = bits >> kByteBits != 0;
+  const bool high = bits >> kBitsOfByte != 0;
   const bool low = (bits & kByteMask) != 0;
   if (high && low) return word;
   word.Length = kByteDigits;

@@ -229,7 +229,9 @@ std::map<FuseList, int> FusesOf(const job::Job& job, std::string_view device,
   std::map<FuseList, int> items;
   std::map<std::string, std::string> wanted = job.Fuses;
   if (!job.Lock.empty()) wanted[std::string(fuse::FieldName(FuseList::Lock))] = job.Lock;
-  for (const auto& [field, item] : wanted) {
+  for (const auto& row : wanted) {
+    const std::string& field = row.first;
+    const std::string& item = row.second;
     const auto list = std::ranges::find_if(fuse::kFrameOrder, [&](FuseList candidate) {
       return IsListOf(layout, candidate) &&
              LowerCase(fuse::FieldName(candidate)) == LowerCase(field);
@@ -239,8 +241,9 @@ std::map<FuseList, int> FusesOf(const job::Job& job, std::string_view device,
     if (index) {
       items[*list] = *index;
     } else {
-      faults.push_back(
-          {.Key = field + "=" + item, .Text = {"デバイスにその項目か値がありません", ""}});
+      std::string key = field;
+      key.append("=").append(item);
+      faults.push_back({.Key = key, .Text = {"デバイスにその項目か値がありません", ""}});
     }
   }
   return items;

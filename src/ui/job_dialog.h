@@ -36,7 +36,7 @@ class JobDialog final : public QDialog {
   void OpenAsked();
   void SaveAsked();
   /// The user wants the fuse and lock lists in the job, or no longer.
-  void FusesPicked(bool with_fuses);
+  void FusesPicked(bool);
 
  private:
   QWidget* BuildCommandLine();
