@@ -303,7 +303,7 @@ ExitCode CodeOf(const std::vector<BoardResult>& results) {
 }
 
 /// How many boards came to what.
-std::string Tally(const Session& session, const std::vector<BoardResult>& results) {
+std::string CountBoards(const Session& session, const std::vector<BoardResult>& results) {
   const auto good = std::ranges::count(results, ExitCode::Success, &BoardResult::Code);
   return fmt::format(
       fmt::runtime(session.In({"{} 台: 成功 {}、失敗 {}", "boards: {}, ok: {}, failed: {}"})),
@@ -370,7 +370,7 @@ ExitCode RunOnBoards(const Verb& verb, const VerbRun& run, const Options& option
       session.NoteError(
           {.Code = problem::kBoardsFailed, .Text = FindExplanation(problem::kBoardsFailed)->Cause});
     }
-    session.Out().Print(Tally(session, results));
+    session.Out().Print(CountBoards(session, results));
   }
   if (!options.Json) return code;
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;

@@ -40,7 +40,7 @@ void NoteBreak(int number) {
 #endif
 
 /// A signal that the caller has the program ignore (nohup, a background job) stays ignored.
-void Watch(int number, void (*note)(int) = NoteSignal) {
+void CatchSignal(int number, void (*note)(int) = NoteSignal) {
   // Of a further run that begins after a stop request: the next signal ends the program.
   if (signals >= signals_to_stop) return;
   if (std::signal(number, note) == SIG_IGN) std::signal(number, SIG_IGN);
@@ -49,13 +49,13 @@ void Watch(int number, void (*note)(int) = NoteSignal) {
 }  // namespace
 
 SignalEventLoop::SignalEventLoop(core::AppState& state) : state_(state) {
-  Watch(SIGINT);
-  Watch(SIGTERM);
+  CatchSignal(SIGINT);
+  CatchSignal(SIGTERM);
 #ifdef SIGHUP
-  Watch(SIGHUP);
+  CatchSignal(SIGHUP);
 #endif
 #ifdef SIGBREAK
-  Watch(SIGBREAK, NoteBreak);
+  CatchSignal(SIGBREAK, NoteBreak);
 #endif
 #ifdef SIGPIPE
   // A reader of the output that goes away must not end the program in the middle of a write.

@@ -53,7 +53,8 @@ struct FuseOrders {
 FuseOrders FuseOrdersOf(Session& session, const job::Job& job) {
   FuseOrders orders;
   FuseOrder fuses{.FromDefaults = job.FuseDefaults, .AllowResetDisable = job.AllowResetDisable};
-  for (const auto& [field, item] : job.Fuses) fuses.Fields.push_back(field + "=" + item);
+  for (const auto& [field, item] : job.Fuses)
+    fuses.Fields.push_back(fmt::format("{}={}", field, item));
   const bool wanted = fuses.FromDefaults || !fuses.Fields.empty();
   if (wanted) orders.Fuses = fuses;
   if (job.Lock.empty()) return orders;
@@ -238,7 +239,7 @@ double SecondsOf(const std::vector<Step>& steps) {
 }
 
 /// The chip in the socket has to be the job's; looked at before anything is done to it.
-ExitCode Identify(Session& session) {
+ExitCode CheckSocket(Session& session) {
   const SocketReading socket = ReadSocket(session);
   if (socket.Code != ExitCode::Success) return socket.Code;
   const auto& catalogue = core::DeviceCatalogue();
@@ -276,7 +277,7 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
   session.Out().PrintProgress(fmt::format(
       fmt::runtime(session.In({"見込み: 回線の時間 {:.1f} 秒", "forecast: {:.1f} s on the wire"})),
       SecondsOf(StepsOf(session, order, prepared))));
-  const ExitCode identified = Identify(session);
+  const ExitCode identified = CheckSocket(session);
   row.Signature = session.StatusBar().Signature();
   if (identified != ExitCode::Success) return end(identified);
   prepared.Program.BeforeErase = [&](std::optional<std::uint64_t> number) {

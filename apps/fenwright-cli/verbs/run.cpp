@@ -96,8 +96,7 @@ Outcome Run(Session& session, RunCall& call) {
   if (Outcome checked = Check(options, order); checked.Code != ExitCode::Success) return checked;
   if (const ExitCode code = session.RequirePort(); code != ExitCode::Success) return {.Code = code};
   if (call.Rehearse) {
-    Options rehearsal = options;
-    Session with_device(rehearsal);
+    Session with_device(options);
     const ExitCode code = Rehearse(with_device, order, call);
     if (code != ExitCode::Success) return WithFieldsOf(with_device, {.Code = code});
   }
