@@ -19,13 +19,12 @@ constexpr const char* kDifferenceKeys = "F3 : 次の違い、Shift+F3 : 前の�
 
 /// A ground on which the text stays readable, light or dark as the text's own.
 QColor DifferenceGround(const QPalette& palette) {
-  constexpr double kRed = 0.4;
+  constexpr float kRed = 0.4F;
   const QColor base = palette.color(QPalette::Active, QPalette::Base);
   const QColor red(0xE0, 0x30, 0x30);
-  const auto mixed = [](double from, double to) { return from + (to - from) * kRed; };
-  return QColor::fromRgbF(static_cast<float>(mixed(base.redF(), red.redF())),
-                          static_cast<float>(mixed(base.greenF(), red.greenF())),
-                          static_cast<float>(mixed(base.blueF(), red.blueF())));
+  const auto mixed = [](float from, float to) { return from + (to - from) * kRed; };
+  return QColor::fromRgbF(mixed(base.redF(), red.redF()), mixed(base.greenF(), red.greenF()),
+                          mixed(base.blueF(), red.blueF()));
 }
 
 }  // namespace
