@@ -219,10 +219,9 @@ bool HasBoard(const Options& options, const std::string& port) {
   return verdict == ops::BoardVerdict::Accepted || verdict == ops::BoardVerdict::Advised;
 }
 
-/// The ports that a board answers on; every port that can be opened is tried.
-ExitCode FindBoards(Session& session, std::vector<std::string>& ports) {
+/// The ports that `all` stands for; no board anywhere is printed.
+ExitCode FindAllPorts(Session& session, std::vector<std::string>& ports) {
   const Options& options = session.CallOptions();
-  ports.clear();
   if (options.Simulate) {
     return session.Fail(ExitCode::Usage,
                         {.Code = problem::kUsage,
@@ -232,22 +231,7 @@ ExitCode FindBoards(Session& session, std::vector<std::string>& ports) {
   }
   std::unique_ptr<platform::PortInfos> infos;
   if (const ExitCode code = session.FindPorts(infos); code != ExitCode::Success) return code;
-  std::vector<std::string> candidates;
-  std::set<std::string> paths;
-  for (int number = 1; number <= platform::kLastComNumber; ++number) {
-    const platform::PortInfo info = infos->Describe(number);
-    if (info.State != platform::PortState::Usable || !paths.insert(info.Path).second) continue;
-    candidates.push_back(platform::ComName(number));
-  }
-  std::vector<char> answers(candidates.size());
-  std::vector<std::thread> threads;
-  for (std::size_t i = 0; i < candidates.size(); ++i) {
-    threads.emplace_back([&, i] { answers[i] = HasBoard(options, candidates[i]) ? 1 : 0; });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (std::size_t i = 0; i < candidates.size(); ++i) {
-    if (answers[i] != 0) ports.push_back(candidates[i]);
-  }
+  ports = FindBoards(*infos, options);
   if (!ports.empty()) return ExitCode::Success;
   return session.Fail(ExitCode::NoProgrammer,
                       {.Code = ops::trouble::kNoProgrammer,
@@ -259,7 +243,7 @@ ExitCode FindBoards(Session& session, std::vector<std::string>& ports) {
 ExitCode ChoosePorts(Session& session, std::vector<std::string>& ports) {
   const Options& options = session.CallOptions();
   ports = options.Ports;
-  if (ports.size() == 1) return FindBoards(session, ports);
+  if (ports.size() == 1) return FindAllPorts(session, ports);
   std::set<std::string> seen;
   for (const std::string& port : ports) {
     std::error_code ignored;
@@ -344,6 +328,31 @@ std::vector<BoardResult> RunAll(const Verb& verb, const VerbRun& run, const Opti
 bool NamesSeveralBoards(const Options& options) {
   return options.Ports.size() > 1 ||
          (options.Ports.size() == 1 && options.Ports.front() == kAllPorts);
+}
+
+std::vector<std::string> FindBoards(platform::PortInfos& infos, const Options& options) {
+  std::vector<platform::PortInfo> candidates;
+  std::set<std::string> paths;
+  for (int number = 1; number <= platform::kLastComNumber; ++number) {
+    const platform::PortInfo info = infos.Describe(number);
+    if (info.State != platform::PortState::Usable || !paths.insert(info.Path).second) continue;
+    candidates.push_back(info);
+  }
+  std::vector<char> answers(candidates.size());
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    threads.emplace_back([&, i] {
+      const platform::PortInfo& port = candidates[i];
+      // The device that was looked at, whatever the number stands for.
+      answers[i] = HasBoard(options, platform::ComName(port.Number) + "=" + port.Path) ? 1 : 0;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  std::vector<std::string> ports;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    if (answers[i] != 0) ports.push_back(platform::ComName(candidates[i].Number));
+  }
+  return ports;
 }
 
 ExitCode RunOnBoards(const Verb& verb, const VerbRun& run, const Options& options) {

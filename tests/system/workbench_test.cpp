@@ -2,6 +2,8 @@
 
 #include <csignal>
 
+#include "fenwright-cli/boards.h"
+#include "platform/system/system_port_infos.h"
 #include "system/cli_run.h"
 
 namespace fenwright::testing {
@@ -200,6 +202,22 @@ TEST_F(Workbench, AJobSaysInOneLineWhatItCameTo) {
   EXPECT_THAT(result.Out, StartsWith("ok: job done: programmed, verified, fuses written, lock "
                                      "write, serial 9 in "));
   EXPECT_EQ(std::ranges::count(result.Out, '\n'), 1);
+}
+
+TEST_F(Workbench, TheLockIsWrittenWithTheFusesThatTheJobHas) {
+  // The default is Enable; the chip comes with the other value than the job's.
+  for (const auto& [item, old_bytes, new_bytes] :
+       {std::tuple{"Enable", "DF", "DE"}, std::tuple{"Disable", "DE", "DF"}}) {
+    SCOPED_TRACE(item);
+    PutJob(std::string(R"("fuses": {"FSTRT": ")") + item + R"("}, "lock": "write")", "AT90S2323");
+    Put("state",
+        std::string("fenwright-board-state 1\nchip AT90S2323\nfuses ") + old_bytes + " FF\n");
+    const BoardProgram board("AT90S2323", {"--state", Path("state")});
+    const CliResult result = OnPort(board, "--json run job.json");
+    EXPECT_THAT(result, Ends(0));
+    EXPECT_EQ(result.Json()["steps_done"], json({"program", "fuses", "lock"}));
+    EXPECT_THAT(Get("state"), HasSubstr(std::string("fuses ") + new_bytes + " FF\nlock 2\n"));
+  }
 }
 
 TEST_F(Workbench, WhateverIsWrongWithAJobIsSaidBeforeAnythingIsSent) {
@@ -552,6 +570,26 @@ TEST_F(Workbench, SeveralBoardsAreForSomeVerbsAndFilesAlone) {
   EXPECT_THAT(Run(two + Words("--port COM2 erase")), Warns("--port COM2 is given twice"));
   EXPECT_THAT(Run(two + Words("--port all erase")), Warns("--port all goes with no other port"));
   EXPECT_THAT(Run("--simulate --port all --device ATtiny12L erase"), Ends(2));
+}
+
+TEST_F(Workbench, AllPortsAreThoseThatABoardAnswersOn) {
+  const BoardProgram first(kChip);
+  const BoardProgram silent(kChip, {"--fault", "silent"});
+  const BoardProgram second("AT90S8515");
+  const BoardProgram no_programmer(kChip, {"--version-line", "HELLO"});
+  const std::map<int, std::string> paths{
+      {3, Path("nothing")},      {5, second.Link()}, {6, silent.Link()},    {7, first.Link()},
+      {8, no_programmer.Link()}, {9, second.Link()}, {10, Path("code.hex")}};
+  const auto infos = platform::MakeSystemPortInfos([&paths](int number) {
+    const auto path = paths.find(number);
+    return path == paths.end() ? std::string() : path->second;
+  });
+  EXPECT_THAT(cli::FindBoards(*infos, {}), ElementsAre("COM5", "COM7"));
+  // Looking is all that is done to their chips.
+  for (const BoardProgram* board : {&first, &second}) {
+    EXPECT_THAT(board->Wire(), Not(IsEmpty()));
+    EXPECT_EQ(Destructive(board->Wire()), "");
+  }
 }
 
 TEST_F(Workbench, EachBoardHasItsOwnFolder) {
