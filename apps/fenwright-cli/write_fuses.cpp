@@ -146,12 +146,29 @@ bool GivesResetAway(const Choices& choices) {
   return reset != choices.end() && reset->second == 0;
 }
 
+bool Locks(const Choices& choices) {
+  const auto lock = choices.find(FuseList::Lock);
+  return lock != choices.end() && lock->second != fuse::kNotLocked;
+}
+
 /// The choices of an order that may be carried out.
 ExitCode ReadOrder(Session& session, const FuseOrder& order, Choices& choices) {
   const ExitCode code = ReadChoices(session, order, choices);
   if (code != ExitCode::Success) return code;
-  if (!GivesResetAway(choices) || order.AllowResetDisable) return ExitCode::Success;
-  return RefuseResetDisable(session, {"何も送っていません", "nothing was sent"}).Code;
+  if (!GivesResetAway(choices)) return ExitCode::Success;
+  if (!order.AllowResetDisable) {
+    return RefuseResetDisable(session, {"何も送っていません", "nothing was sent"}).Code;
+  }
+  if (!Locks(choices)) return ExitCode::Success;
+  // The board acknowledges the lock bits all the same, and the chip stays open.
+  return session.Fail(
+      ExitCode::Usage,
+      {.Code = problem::kResetPin,
+       .Text = {"リセット端子を無効にした後では、ロックビットは書けません。何も送っていません",
+                "once the reset pin is given away the lock bits cannot be written; nothing was "
+                "sent"},
+       .Cure = {"リセット端子の無効かロックビットの、どちらか一方にします。",
+                "give the reset pin away or lock the device, not both"}});
 }
 
 /// What a write-fuses call is about to write, over what.

@@ -20,7 +20,8 @@ struct FuseOrder {
 };
 
 /// Fields that the selected device does not have, items that a field does not have, and a choice
-/// that gives the reset pin away unasked: printed, before anything is sent.
+/// that gives the reset pin away unasked, or locks the device with it: printed, before anything is
+/// sent.
 ExitCode CheckFuseOrder(Session& session, const FuseOrder& order);
 
 /// True when the order would give the reset pin away.

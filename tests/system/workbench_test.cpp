@@ -220,6 +220,34 @@ TEST_F(Workbench, TheLockIsWrittenWithTheFusesThatTheJobHas) {
   }
 }
 
+TEST_F(Workbench, AChipThatGivesItsResetPinAwayGetsAllItsBitsInOnePass) {
+  PutJob(R"("fuses": {"RSTDISABL": "PB5:I/O"}, "lock": "none", "allow_reset_disable": true)");
+  const BoardProgram board(kChip, {"--state", Path("state")});
+  const CliResult result = OnPort(board, "--json run job.json");
+  EXPECT_THAT(result, Ends(0));
+  EXPECT_EQ(result.Json()["steps_done"], json({"program", "lock"}));
+  const std::string sent = Destructive(board.Wire());
+  EXPECT_THAT(sent, EndsWith("ul"));
+  EXPECT_EQ(std::ranges::count(sent, 'u'), 1) << sent;
+  EXPECT_THAT(Get("state"), HasSubstr("fuses C2 FF\nlock 3\n"));
+}
+
+TEST_F(Workbench, AChipThatGivesItsResetPinAwayCannotBeLocked) {
+  const BoardProgram board(kChip);
+  const std::string reset = R"("fuses": {"RSTDISABL": "PB5:I/O"}, "allow_reset_disable": true)";
+  for (const std::string mode : {"write", "write-verify"}) {
+    PutJob(reset + R"(, "lock": ")" + mode + R"(")");
+    for (const Words& call :
+         {Words("run job.json"), Words("run job.json --plan"),
+          Words("--device ATtiny12L write-fuses --allow-reset-disable RSTDISABL=0 LOCK=" + mode)}) {
+      const CliResult result = OnPort(board, Words("--json") + call);
+      EXPECT_THAT(result, AllOf(Ends(2), Warns("the lock bits cannot be written")));
+      EXPECT_EQ(result.Json()["error"]["code"], "reset-pin");
+    }
+  }
+  EXPECT_THAT(board.Wire(), IsEmpty());
+}
+
 TEST_F(Workbench, WhateverIsWrongWithAJobIsSaidBeforeAnythingIsSent) {
   const BoardProgram board(kChip);
   Put("other.csv", "a,b\n");
