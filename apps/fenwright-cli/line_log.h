@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/serial_control.h"
+#include "platform/memory/forwarding_serial_control.h"
 #include "problem.h"
 
 namespace fenwright::cli {
@@ -36,32 +36,18 @@ class LineLog {
 };
 
 /// A line whose bytes are noted in a log.
-class LoggedSerialControl final : public platform::SerialControl {
+class LoggedSerialControl final : public platform::ForwardingSerialControl {
  public:
   LoggedSerialControl(std::unique_ptr<platform::SerialControl> line, LineLog& log)
-      : line_(std::move(line)), log_(log) {}
+      : ForwardingSerialControl(*line), line_(std::move(line)), log_(log) {}
 
-  void SetCommPort(int number) override { line_->SetCommPort(number); }
-  [[nodiscard]] int CommPort() const override { return line_->CommPort(); }
-  void SetSettings(std::string_view settings) override { line_->SetSettings(settings); }
-  void SetHandshaking(int mode) override { line_->SetHandshaking(mode); }
-  void SetInputLen(int length) override { line_->SetInputLen(length); }
-  void SetRTSEnable(bool enable) override { line_->SetRTSEnable(enable); }
-  void SetRThreshold(int count) override { line_->SetRThreshold(count); }
-  void SetInputMode(platform::InputMode mode) override { line_->SetInputMode(mode); }
-  [[nodiscard]] platform::InputMode CurrentInputMode() const override {
-    return line_->CurrentInputMode();
-  }
   platform::PortOpenResult Open() override;
   void Close() override;
-  [[nodiscard]] bool PortOpen() const override { return line_->PortOpen(); }
   int InBufferCount() override;
   void DiscardInput() override;
-  void DiscardOutput() override { line_->DiscardOutput(); }
   void Output(std::span<const std::uint8_t> bytes) override;
   std::vector<std::uint8_t> Input() override;
   bool IsGone() override;
-  void RestUntilInput(double seconds) override { line_->RestUntilInput(seconds); }
 
  private:
   /// Notes what has arrived, and keeps it until it is taken.

@@ -1,7 +1,6 @@
 #include "write_fuses.h"
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -11,6 +10,7 @@
 
 #include "explanations.h"
 #include "fuse/fuse_bytes.h"
+#include "fuse/fuse_items.h"
 #include "fuse/fuse_layout.h"
 #include "fuse/fuse_model.h"
 #include "fuse/lock_modes.h"
@@ -55,34 +55,6 @@ std::optional<FuseList> FindField(Session& session, std::string_view name) {
   return std::nullopt;
 }
 
-std::optional<int> FindText(const auto& texts, std::string_view text) {
-  const auto found = std::ranges::find(texts, LowerCase(text), LowerCase);
-  if (found == texts.end()) return std::nullopt;
-  return static_cast<int>(found - texts.begin());
-}
-
-/// Reads a position. With a zero in front it is none: "011" is meant as bits, and takes the item of
-/// that text or nothing.
-std::optional<int> ReadPosition(std::string_view text) {
-  if (text.size() > 1 && text.front() == '0') return std::nullopt;
-  int position = 0;
-  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), position);
-  const bool number = code == std::errc{} && stop == text.data() + text.size();
-  return number ? std::optional(position) : std::nullopt;
-}
-
-/// Position of an item that is given by its text, else by its position.
-std::optional<int> FindItem(Session& session, FuseList list, std::string_view text) {
-  const std::vector<std::string>& items = session.Fuses().Items(list);
-  if (const auto index = FindText(items, text)) return index;
-  if (list == FuseList::Lock) {
-    if (const auto mode = FindText(fuse::kLockModeNames, text)) return mode;
-  }
-  const std::optional<int> position = ReadPosition(text);
-  const bool exists = position && *position >= 0 && std::cmp_less(*position, items.size());
-  return exists ? position : std::nullopt;
-}
-
 /// Reads one FIELD=ITEM into the choices; what is wrong with it, if anything is.
 std::optional<Problem> ReadChoice(Session& session, const std::string& text, Choices& choices) {
   const auto problem = [&text](std::string_view code, const std::string& japanese,
@@ -105,7 +77,7 @@ std::optional<Problem> ReadChoice(Session& session, const std::string& text, Cho
                    fmt::format("{} has no such field{}; its fields are {}", session.Device(),
                                meant.empty() ? "" : ", did you mean " + meant + "?", names));
   }
-  const std::optional<int> index = FindItem(session, *list, item);
+  const std::optional<int> index = fuse::FindItem(*list, session.Device(), item);
   if (!index) {
     const std::string items = ListItems(session, *list);
     const std::string meant = ClosestWord(item, session.Fuses().Items(*list));
@@ -208,7 +180,7 @@ std::vector<std::string> DescribeOtherBits(Session& session, const FuseBytes& by
 
 /// True when the lists show a lock mode that prohibits writing.
 bool ShowsLock(Session& session) {
-  return session.Fuses().SelectedIndex(FuseList::Lock) != FindText(fuse::kLockModeNames, "none");
+  return session.Fuses().SelectedIndex(FuseList::Lock) != fuse::kNotLocked;
 }
 
 /// Chooses in the lists what is to be written.

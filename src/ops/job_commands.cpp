@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstddef>
 #include <filesystem>
 #include <map>
@@ -14,9 +13,11 @@
 
 #include "core/device_catalogue.h"
 #include "core/file_reason.h"
+#include "core/lower_case.h"
 #include "core/status.h"
 #include "core/trace_log.h"
 #include "fuse/fuse_bytes.h"
+#include "fuse/fuse_items.h"
 #include "fuse/fuse_model.h"
 #include "fuse/lock_modes.h"
 #include "fuse/reset_pin.h"
@@ -186,38 +187,6 @@ std::string ListFaults(const std::vector<job::Fault>& faults) {
   return text + "ジョブファイルを直してから、もう一度開いてください。";
 }
 
-std::string LowerCase(std::string_view text) {
-  std::string lower(text);
-  std::ranges::transform(lower, lower.begin(), [](char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
-                                                : character;
-  });
-  return lower;
-}
-
-/// Position of an item that is given by its text, else by its position.
-std::optional<int> FindItem(FuseList list, std::string_view device, std::string_view text) {
-  const fuse::OptionList* const options = fuse::OptionsOf(list, device);
-  if (options == nullptr) return std::nullopt;
-  const auto place_in = [&text](const auto& names) -> std::optional<int> {
-    for (std::size_t place = 0; place < names.size(); ++place) {
-      if (LowerCase(names[place]) == LowerCase(text)) return static_cast<int>(place);
-    }
-    return std::nullopt;
-  };
-  if (const auto place = place_in(options->Items)) return place;
-  if (list == FuseList::Lock) {
-    if (const auto mode = place_in(fuse::kLockModeNames)) return mode;
-  }
-  // With a zero in front it is meant as bits.
-  if (text.size() > 1 && text.front() == '0') return std::nullopt;
-  std::size_t place = 0;
-  const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), place);
-  const bool number = code == std::errc{} && stop == text.data() + text.size();
-  if (!number || place >= options->Items.size()) return std::nullopt;
-  return static_cast<int>(place);
-}
-
 bool IsListOf(const fuse::FuseLayout& layout, FuseList list) {
   return list == FuseList::Lock ? layout.LockListVisible : fuse::HasField(layout, list);
 }
@@ -234,10 +203,10 @@ std::map<FuseList, int> FusesOf(const job::Job& job, std::string_view device,
     const std::string& item = row.second;
     const auto list = std::ranges::find_if(fuse::kFrameOrder, [&](FuseList candidate) {
       return IsListOf(layout, candidate) &&
-             LowerCase(fuse::FieldName(candidate)) == LowerCase(field);
+             core::LowerCase(fuse::FieldName(candidate)) == core::LowerCase(field);
     });
     const auto index =
-        list == fuse::kFrameOrder.end() ? std::nullopt : FindItem(*list, device, item);
+        list == fuse::kFrameOrder.end() ? std::nullopt : fuse::FindItem(*list, device, item);
     if (index) {
       items[*list] = *index;
     } else {

@@ -1,6 +1,7 @@
 #include "job/job_file.h"
 
 #include "core/device_catalogue.h"
+#include "job/whole_job.h"
 #include "support/prelude.h"
 
 namespace fenwright::job {
@@ -8,21 +9,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-Job WholeJob() {
-  return {.Device = "ATtiny26L",
-          .Code = "blink.hex",
-          .Data = "texts.eep",
-          .FuseDefaults = true,
-          .Fuses = {{"BODEN", "Enable"}, {"CKSEL", "0100"}},
-          .AllowResetDisable = true,
-          .Lock = "write-verify",
-          .Serial = SerialNumber{.Place = {.InFlash = true, .Address = 0x7FC}, .Width = 2},
-          .Counter = "numbers.txt",
-          .Osccal = Calibration{.Place = {.InFlash = false, .Address = 0}, .Index = 1},
-          .Backup = "copies",
-          .Record = "shift.csv"};
-}
 
 /// "KEY: what is wrong with it", one a fault.
 std::vector<std::string> FaultsOf(const std::string& text) {

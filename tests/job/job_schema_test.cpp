@@ -7,6 +7,7 @@
 
 #include "core/device_catalogue.h"
 #include "job/job_file.h"
+#include "job/whole_job.h"
 #include "support/prelude.h"
 #include "system/json_schema.h"
 
@@ -44,18 +45,7 @@ json With(const char* more) {
 
 /// Two whole jobs, which have every key between them.
 const std::array<Job, 2> kWhole{
-    Job{.Device = "ATtiny26L",
-        .Code = "blink.hex",
-        .Data = "texts.eep",
-        .FuseDefaults = true,
-        .Fuses = {{"BODEN", "Enable"}, {"CKSEL", "0100"}},
-        .AllowResetDisable = true,
-        .Lock = "write-verify",
-        .Serial = SerialNumber{.Place = {.InFlash = true, .Address = 0x7FC}, .BigEndian = true},
-        .Counter = "numbers.txt",
-        .Osccal = Calibration{.Place = {.InFlash = false, .Address = 0}, .Index = 3},
-        .Backup = "copies",
-        .Record = "shift.csv"},
+    WholeJob(),
     Job{.Device = "AT90S1200A",
         .Code = "a.hex",
         .NoData = true,

@@ -5,6 +5,18 @@
 
 namespace fenwright::testing {
 
+/// The commands that change a chip, of the bytes that the PC has sent. The data and addresses of a
+/// test that asks for them have none of them as a byte.
+inline std::string Destructive(const Bytes& wire) {
+  std::string found;
+  for (const std::uint8_t byte : wire) {
+    if (std::string_view("ecCDful").find(static_cast<char>(byte)) != std::string_view::npos) {
+      found += static_cast<char>(byte);
+    }
+  }
+  return found;
+}
+
 /// fenwright-board in a folder of its own: a board on a pseudo terminal, its log and its dump.
 class BoardProgram {
  public:

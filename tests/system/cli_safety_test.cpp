@@ -11,18 +11,6 @@ namespace {
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/// The commands that change a chip. The ATtiny12L's addresses, data of the tests included, have
-/// none of them as an argument.
-std::string Destructive(const Bytes& wire) {
-  std::string found;
-  for (const std::uint8_t byte : wire) {
-    if (std::string_view("ecCDful").find(static_cast<char>(byte)) != std::string_view::npos) {
-      found += static_cast<char>(byte);
-    }
-  }
-  return found;
-}
-
 /// CRC-32 as ZIP files have it, in eight digits.
 std::string SumOf(const std::string& text) {
   std::uint32_t sum = ~0U;

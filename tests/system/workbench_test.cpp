@@ -20,17 +20,6 @@ using ::testing::StartsWith;
 constexpr const char* kChip = "ATtiny12L";
 const Bytes kFlash{0x0C, 0x94, 0xFF, 0xCF};
 
-/// The commands that change a chip. None of the tests' data has one of them as a byte.
-std::string Destructive(const Bytes& wire) {
-  std::string found;
-  for (const std::uint8_t byte : wire) {
-    if (std::string_view("ecCDful").find(static_cast<char>(byte)) != std::string_view::npos) {
-      found += static_cast<char>(byte);
-    }
-  }
-  return found;
-}
-
 class Workbench : public CliTest {
  protected:
   Workbench() { PutCode(kFlash); }
