@@ -212,14 +212,23 @@ Outcome Produce(Session& session, const Production& production) {
       code = run.Start(kNeedsOfJob);
       if (code == ExitCode::Success) code = RunJob(run, production.Order, row).Code;
       if (row.Result.empty()) row.Error = run.ErrorCode();
+      session.CheckLogOf(run);
     }
     // The board went before the chip was looked at; it is waited for.
     if (code == ExitCode::NoProgrammer && !row.Begun) continue;
     // The second Ctrl-C, which the user means for the chip as well.
     if (code == ExitCode::Stopped) {
       ++tally.Failed;
+      if (row.Lost) {
+        session.Warn({.Code = problem::kFileUnwritable,
+                      .Text = {"記録に書けないため、止めたチップの行がありません",
+                               "the record cannot be written, and has no row of the chip that was "
+                               "stopped"}});
+      }
+      // Before the tally, which has failed chips to tell of.
+      const ExitCode end = session.FailStopped();
       Outcome stopped = Finish(session, tally);
-      stopped.Code = session.FailStopped();
+      stopped.Code = end;
       return stopped;
     }
     if (code == ExitCode::Success) {
@@ -229,11 +238,12 @@ Outcome Produce(Session& session, const Production& production) {
     }
     TellChip(session, row, tally);
     if (row.Lost) {
-      Outcome lost = Finish(session, tally);
-      lost.Code = session.Fail(ExitCode::FileError,
-                               {.Code = problem::kFileUnwritable,
+      const ExitCode end = session.Fail(
+          ExitCode::FileError, {.Code = problem::kFileUnwritable,
                                 .Text = {"記録に書けないため、ここで終わります",
                                          "the record cannot be written, so this is the end"}});
+      Outcome lost = Finish(session, tally);
+      lost.Code = end;
       return lost;
     }
     if (production.Key == nullptr && !WaitForRemoval(session, notice)) break;

@@ -341,11 +341,12 @@ ExitCode Session::StartLog() {
   return ExitCode::Success;
 }
 
-void Session::CheckLog() {
-  if (options_.Log.empty() || log_.IsWhole()) return;
+void Session::CheckLogOf(const Session& part) {
+  const std::string& log = part.options_.Log;
+  if (log.empty() || part.log_.IsWhole()) return;
   Warn({.Code = problem::kFileUnwritable,
-        .Text = {fmt::format("--log {}: 最後まで書けませんでした", options_.Log),
-                 fmt::format("--log {}: could not be written to its end", options_.Log)}});
+        .Text = {fmt::format("--log {}: 最後まで書けませんでした", log),
+                 fmt::format("--log {}: could not be written to its end", log)}});
 }
 
 ExitCode Session::MakeSimulatedPort() {

@@ -134,7 +134,9 @@ class Session {
   [[nodiscard]] const PrintedStatusBar& StatusBar() const { return status_bar_; }
 
   /// Warns where the log of the line, if one is wanted, could not be written to its end.
-  void CheckLog();
+  void CheckLog() { CheckLogOf(*this); }
+  /// The same for the log of a session that is a part of this one's work.
+  void CheckLogOf(const Session& part);
 
   /// What every result in JSON has: see docs/json.md.
   [[nodiscard]] nlohmann::json CommonFields() const;

@@ -37,17 +37,22 @@ class Workbench : public CliTest {
     return Run(Words{"--port", board.Link()} + command);
   }
   /// A call that goes on beside the test.
-  std::unique_ptr<Process> Start(const Words& words) {
-    return std::make_unique<Process>(Words{FENWRIGHT_CLI_PROGRAM} + words,
+  std::unique_ptr<Process> Start(const Words& words,
+                                 const Words& program = {FENWRIGHT_CLI_PROGRAM}) {
+    return std::make_unique<Process>(program + words,
                                      Process::Setup{.Folder = folder_.Path().string()});
   }
+  /// The program, in which no file can grow beyond that many bytes.
+  static Words WithRoomFor(std::size_t bytes) {
+    return Words{"prlimit", "--fsize=" + std::to_string(bytes), FENWRIGHT_CLI_PROGRAM};
+  }
   /// A call that gets a line of input for each stroke of the Enter key.
-  CliResult WithStrokes(int strokes, const Words& words) {
+  CliResult WithStrokes(int strokes, const Words& words,
+                        const Words& program = {FENWRIGHT_CLI_PROGRAM}) {
     std::string line = "printf '";
     for (int i = 0; i < strokes; ++i) line += "\\n";
     line += "' | exec \"$0\" \"$@\"";
-    Process process(Words{"sh", "-c", line, FENWRIGHT_CLI_PROGRAM} + words,
-                    {.Folder = folder_.Path().string()});
+    Process process(Words{"sh", "-c", line} + program + words, {.Folder = folder_.Path().string()});
     return Wait(process);
   }
   /// A board at a port of the test's own, to be pulled and put back.
@@ -81,6 +86,16 @@ class Workbench : public CliTest {
               "time,board,device,signature,serial,image_crc32,fuses,result,error,seconds");
     rows.erase(rows.begin());
     return rows;
+  }
+  /// A record of the job that is longer than a row by far: where no file can grow beyond it there
+  /// is room for the rows that are open, and none in the record.
+  [[nodiscard]] std::string LongRecord() {
+    EXPECT_THAT(Run("--simulate run job.json"), Ends(0));
+    std::string record = Get("shift.csv");
+    const std::string row = Rows().at(0) + "\n";
+    while (record.size() < 1000) record += row;
+    Put("shift.csv", record);
+    return record;
   }
   [[nodiscard]] std::vector<std::string> OpenRows() const {
     std::vector<std::string> files;
@@ -700,6 +715,70 @@ TEST_F(Workbench, TheSecondCtrlCStopsTheChipAndSaysSo) {
   ASSERT_THAT(Rows(), SizeIs(1));
   EXPECT_THAT(Rows()[0], HasSubstr(",stopped,"));
   EXPECT_THAT(Get("n.txt"), EndsWith("\nfailed 1\n"));
+}
+
+TEST_F(Workbench, AStoppedChipThatTheRecordCannotTakeIsSaid) {
+  PutJob(R"("record": "shift.csv")");
+  const std::string record = LongRecord();
+  const auto board = Board("port", {"--baud", "9600"});
+  const auto run = Start({"--port", Path("port"), "--json", "run", "job.json", "--repeat"},
+                         WithRoomFor(record.size()));
+  for (int i = 0; i < 500 && OpenRows().empty(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  ASSERT_THAT(OpenRows(), SizeIs(1));
+  run->Signal(SIGINT);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  run->Signal(SIGINT);
+  const CliResult result = Wait(*run);
+  EXPECT_THAT(result, AllOf(Ends(130), Warns("shift.csv: cannot be written"),
+                            Warns("has no row of the chip that was stopped")));
+  const json told = result.Json();
+  EXPECT_EQ(told["error"]["code"], "stopped");
+  ASSERT_EQ(told["warnings"].size(), 1U);
+  EXPECT_EQ(told["warnings"][0]["code"], "file-unwritable");
+  EXPECT_EQ(Get("shift.csv"), record);
+  // For the next run to find.
+  EXPECT_THAT(OpenRows(), SizeIs(1));
+}
+
+TEST_F(Workbench, AShiftEndsWithTheFirstChipThatTheRecordCannotTake) {
+  PutJob(R"("record": "shift.csv")");
+  const std::string record = LongRecord();
+  // One chip passes, the other one fails.
+  for (const std::string fault : {"late@1:1", "stuck@flash:0:0=1"}) {
+    SCOPED_TRACE(fault);
+    const BoardProgram board(kChip, {"--fault", fault});
+    const CliResult result = WithStrokes(
+        2, Words{"--port", board.Link()} + Words("--json run job.json --repeat --enter"),
+        WithRoomFor(record.size()));
+    EXPECT_THAT(result, AllOf(Ends(4), Warns("shift.csv: cannot be written"),
+                              Warns("the record cannot be written, so this is the end")));
+    const json told = result.Json();
+    EXPECT_EQ(told["error"]["code"], "file-unwritable");
+    EXPECT_EQ(told["chips"], 1);
+    EXPECT_EQ(Get("shift.csv"), record);
+    // The next run would take it over first.
+    for (const std::string& row : OpenRows()) std::filesystem::remove(row);
+  }
+}
+
+TEST_F(Workbench, ALogThatEndsInAShiftIsSaid) {
+  PutJob();
+  Bytes flash = kFlash;
+  flash.resize(400, 0x11);
+  PutCode(flash);
+  const BoardProgram board(kChip);
+  const Words call = Words{"--port", board.Link()} + Words("--log line run job.json");
+  const Words shift = call + Words("--repeat --enter");
+  constexpr std::size_t kRoom = 4000;
+  EXPECT_THAT(WithStrokes(1, shift), AllOf(Ends(0), Warns(Not(HasSubstr("--log line")))));
+  ASSERT_GT(Get("line").size(), kRoom);
+  const std::string text = "--log line: could not be written to its end";
+  EXPECT_THAT(WithStrokes(1, shift, WithRoomFor(kRoom)), AllOf(Ends(0), Warns(text)));
+  const json told = WithStrokes(1, Words("--json") + shift, WithRoomFor(kRoom)).Json();
+  ASSERT_EQ(told["warnings"].size(), 1U);
+  EXPECT_EQ(told["warnings"][0]["text"], text);
 }
 
 }  // namespace
