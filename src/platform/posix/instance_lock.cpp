@@ -3,9 +3,10 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <system_error>
 #include <unistd.h>
+
+#include "platform/posix/file_lock.h"
 
 namespace fenwright::platform {
 namespace {
@@ -36,13 +37,13 @@ class FileLock final : public SingleInstance {
     std::filesystem::create_directories(folder_, ignored);
     const int opened = OpenLockFile(path_);
     if (opened < 0) return true;
-    if (flock(opened, LOCK_EX | LOCK_NB) == 0) {
+    const int error = LockFile(opened);
+    if (error == 0) {
       handle_ = opened;
       return true;
     }
-    const bool held = errno == EWOULDBLOCK;
     close(opened);
-    return !held;
+    return error != EWOULDBLOCK;
   }
 
  private:

@@ -7,12 +7,12 @@
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <poll.h>
-#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
+#include "platform/posix/file_lock.h"
 #include "platform/posix/port_failure.h"
 
 namespace fenwright::platform::native {
@@ -54,7 +54,7 @@ int TakeOver(Handle handle) {
   termios line{};
   if (tcgetattr(handle, &line) != 0) return errno;
   // The lock also tells a second program of the superuser, whom TIOCEXCL lets in.
-  if (flock(handle, LOCK_EX | LOCK_NB) != 0) return errno;
+  if (const int error = LockFile(handle); error != 0) return error;
   return ioctl(handle, TIOCEXCL) == 0 ? 0 : errno;
 }
 

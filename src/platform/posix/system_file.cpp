@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
+#include "platform/posix/file_lock.h"
 #include "platform/posix/system_reason.h"
 
 namespace fenwright::platform::system_file {
@@ -84,8 +84,8 @@ FileResult Lock(const std::string& path, Handle& file, bool& taken) {
   constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW;
   const int opened = open(path.c_str(), kFlags, kNewFileMode);
   if (opened < 0) return ResultOf(errno);
-  taken = flock(opened, LOCK_EX | LOCK_NB) == 0;
-  const int error = taken ? 0 : errno;
+  const int error = LockFile(opened);
+  taken = error == 0;
   if (taken) {
     file = opened;
   } else {
