@@ -15,7 +15,7 @@
 namespace fenwright::ui {
 namespace {
 
-constexpr int kMargin = 16;
+constexpr int kAboutMargin = 16;
 constexpr int kIconSize = 64;
 constexpr int kTextWidth = 340;
 
@@ -63,7 +63,7 @@ AboutDialog::AboutDialog(QWidget* parent)
   auto* texts = new QVBoxLayout;
   BuildTexts(*texts);
   auto* upper = new QHBoxLayout;
-  upper->setSpacing(kMargin);
+  upper->setSpacing(kAboutMargin);
   upper->addWidget(Picture(), 0, Qt::AlignTop);
   upper->addLayout(texts, 1);
 
@@ -72,8 +72,8 @@ AboutDialog::AboutDialog(QWidget* parent)
   line->setFrameShadow(QFrame::Sunken);
 
   auto* rows = new QVBoxLayout(this);
-  rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-  rows->setSpacing(kMargin * 3 / 4);
+  rows->setContentsMargins(kAboutMargin, kAboutMargin, kAboutMargin, kAboutMargin);
+  rows->setSpacing(kAboutMargin * 3 / 4);
   rows->setSizeConstraint(QLayout::SetFixedSize);
   rows->addLayout(upper);
   rows->addWidget(line);
@@ -121,7 +121,7 @@ QWidget* AboutDialog::BuildButtons() {
   row->addStretch(1);
   row->addWidget(close_);
   for (QPushButton* button : {support, licenses, close_}) {
-    button->setMinimumWidth(button->sizeHint().width() + kMargin);
+    button->setMinimumWidth(button->sizeHint().width() + kAboutMargin);
   }
   support->setAutoDefault(false);
   licenses->setAutoDefault(false);

@@ -24,7 +24,7 @@
 namespace fenwright::ui {
 namespace {
 
-constexpr int kWidth = 440;
+constexpr int kComWidth = 440;
 constexpr int kPictureSize = 48;
 constexpr int kRefreshMilliseconds = 1000;
 constexpr int kLinesOfPortLine = 3;
@@ -351,9 +351,9 @@ QString ComDialog::PortLine() const {
 /// Grows with its texts, and does not shrink: it would jump from one port to the next.
 void ComDialog::FitHeight() {
   layout()->activate();
-  const int wanted = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(kWidth)
+  const int wanted = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(kComWidth)
                                                    : layout()->totalSizeHint().height();
-  setFixedSize(kWidth, std::max(wanted, isVisible() ? height() : 0));
+  setFixedSize(kComWidth, std::max(wanted, isVisible() ? height() : 0));
 }
 
 }  // namespace fenwright::ui

@@ -14,7 +14,7 @@
 namespace fenwright::ui {
 namespace {
 
-constexpr int kMargin = 6;
+constexpr int kDeviceBoxMargin = 6;
 constexpr int kSelectorHeight = 26;
 
 QLabel* SizeLabel(const QString& object_name, const QString& accessible_name) {
@@ -98,7 +98,7 @@ DeviceBox::DeviceBox()
   frame_->setVisible(false);
   auto* sizes = new QHBoxLayout(frame_);
   sizes->setContentsMargins(2, 0, 2, 0);
-  sizes->setSpacing(2 * kMargin);
+  sizes->setSpacing(2 * kDeviceBoxMargin);
   sizes->addWidget(flash_size_);
   sizes->addWidget(eeprom_size_);
   sizes->addStretch(1);
@@ -107,14 +107,14 @@ DeviceBox::DeviceBox()
   Name(caption, "lblDevice", caption->text());
   caption->setBuddy(selector_);
   auto* choice = new QHBoxLayout;
-  choice->setSpacing(kMargin);
+  choice->setSpacing(kDeviceBoxMargin);
   choice->addWidget(caption);
   choice->addWidget(selector_, 1);
   choice->addWidget(socket_);
   choice->addWidget(job_);
 
   auto* rows = new QVBoxLayout(this);
-  rows->setContentsMargins(kMargin, 3, kMargin, 3);
+  rows->setContentsMargins(kDeviceBoxMargin, 3, kDeviceBoxMargin, 3);
   rows->setSpacing(2);
   rows->addLayout(choice);
   rows->addWidget(frame_);

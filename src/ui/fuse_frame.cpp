@@ -22,9 +22,9 @@ namespace {
 
 using screen::FuseList;
 
-constexpr int kSpacing = 1;
+constexpr int kFrameSpacing = 1;
 constexpr int kGap = 4;
-constexpr int kMargin = 5;
+constexpr int kFrameMargin = 5;
 /// Room that a list needs beside its text.
 constexpr int kListPadding = 29;
 constexpr int kListHeightPadding = 3;
@@ -199,7 +199,7 @@ FuseFrame::FuseFrame()
   frame_->setSizePolicy(policy);
 
   auto* grid = new QGridLayout(frame_);
-  grid->setContentsMargins(kMargin, 0, kMargin, kSpacing);
+  grid->setContentsMargins(kFrameMargin, 0, kFrameMargin, kFrameSpacing);
   grid->setHorizontalSpacing(kGap);
   grid->setVerticalSpacing(0);
   grid->setColumnStretch(LeftLabel, 1);
@@ -219,7 +219,7 @@ FuseFrame::FuseFrame()
 
   auto* rows = new QVBoxLayout(this);
   rows->setContentsMargins(0, 0, 0, 0);
-  rows->setSpacing(kSpacing);
+  rows->setSpacing(kFrameSpacing);
   rows->addWidget(frame_);
   rows->addWidget(byte_line_);
   rows->addWidget(words_pane_);

@@ -16,8 +16,8 @@ namespace {
 constexpr int kDigits = 4;
 constexpr int kFieldPadding = 18;
 constexpr int kButtonWidth = 66;
-constexpr int kSpacing = 6;
-constexpr int kMargin = 4;
+constexpr int kEditSpacing = 6;
+constexpr int kEditMargin = 4;
 
 QLineEdit* DigitField(const QString& object_name, const QString& accessible_name,
                       const QString& tool_tip) {
@@ -81,14 +81,14 @@ HandEditBox::HandEditBox()
   Name(caption, "lblHandEdit", accessibleName(),
        "バッファーの1か所を見て、書き換えます。チップは変わりません。");
   auto* options = new QHBoxLayout;
-  options->setSpacing(kSpacing);
+  options->setSpacing(kEditSpacing);
   options->addWidget(caption);
   options->addWidget(flash_);
   options->addWidget(eeprom_);
   options->addStretch(1);
 
   auto* fields = new QHBoxLayout;
-  fields->setSpacing(kSpacing);
+  fields->setSpacing(kEditSpacing);
   fields->addWidget(LabelOf(address_, "lblAddress", "アドレス"));
   fields->addWidget(address_);
   fields->addWidget(LabelOf(data_, "lblData", "データ"));
@@ -98,8 +98,8 @@ HandEditBox::HandEditBox()
   fields->addWidget(write_);
 
   auto* rows = new QVBoxLayout(this);
-  rows->setContentsMargins(kMargin, kMargin / 2, kMargin, kMargin / 2);
-  rows->setSpacing(kSpacing / 2);
+  rows->setContentsMargins(kEditMargin, kEditMargin / 2, kEditMargin, kEditMargin / 2);
+  rows->setSpacing(kEditSpacing / 2);
   rows->addLayout(options);
   rows->addLayout(fields);
 }

@@ -18,8 +18,8 @@
 namespace fenwright::ui {
 namespace {
 
-constexpr int kWidth = 560;
-constexpr int kMargin = 14;
+constexpr int kDialogWidth = 560;
+constexpr int kDialogMargin = 14;
 constexpr int kLeastLines = 3;
 
 QPushButton* Button(const QString& name, const QString& caption, const QString& accessible_name,
@@ -69,12 +69,12 @@ JobDialog::JobDialog(QWidget* parent)
   buttons->addWidget(close);
 
   auto* rows = new QVBoxLayout(this);
-  rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+  rows->setContentsMargins(kDialogMargin, kDialogMargin, kDialogMargin, kDialogMargin);
   rows->addWidget(description_, 1);
   rows->addWidget(fuses_);
   rows->addWidget(BuildCommandLine());
   rows->addLayout(buttons);
-  resize(kWidth, sizeHint().height());
+  resize(kDialogWidth, sizeHint().height());
 }
 
 QWidget* JobDialog::BuildCommandLine() {

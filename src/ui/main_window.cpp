@@ -42,7 +42,7 @@
 namespace fenwright::ui {
 namespace {
 
-constexpr int kMargin = 6;
+constexpr int kWindowMargin = 6;
 constexpr int kRowSpacing = 4;
 constexpr int kSettingsWidth = 368;
 constexpr int kFileLines = 3;
@@ -323,13 +323,13 @@ void MainWindow::BuildDifferenceKeys() {
 void MainWindow::BuildContent() {
   auto* content = new QWidget;
   auto* rows = new QVBoxLayout(content);
-  rows->setContentsMargins(kMargin, kRowSpacing, kMargin, kRowSpacing);
+  rows->setContentsMargins(kWindowMargin, kRowSpacing, kWindowMargin, kRowSpacing);
   rows->setSpacing(kRowSpacing);
   rows->addWidget(BuildCommandBar());
 
   columns_ = new QSplitter(Qt::Horizontal);
   Name(columns_, "splColumns", "表示と設定");
-  columns_->setHandleWidth(kMargin);
+  columns_->setHandleWidth(kWindowMargin);
   columns_->addWidget(children_);
   columns_->addWidget(BuildSettingsPanel());
   columns_->setCollapsible(0, false);
@@ -404,7 +404,7 @@ QWidget* MainWindow::BuildFileBox() {
   Name(box, "fraFile", "開いているファイル");
   box->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
   auto* rows = new QVBoxLayout(box);
-  rows->setContentsMargins(kMargin, 2, kMargin, 2);
+  rows->setContentsMargins(kWindowMargin, 2, kWindowMargin, 2);
   file_info_ = new WrappedLabel;
   Name(file_info_, "lblFileInfo", "ファイルの情報");
   // What stands below it does not move when a file is opened.
@@ -423,7 +423,7 @@ void MainWindow::RearrangeWindows() {
 
 /// The user can push the settings area aside; it comes back in its full width.
 void MainWindow::OpenSettingsArea() {
-  columns_->setSizes({columns_->width() - kSettingsWidth - kMargin, kSettingsWidth});
+  columns_->setSizes({columns_->width() - kSettingsWidth - kWindowMargin, kSettingsWidth});
   device_->Selector()->setFocus();
 }
 

@@ -99,14 +99,14 @@ void Design(LineBox& box, const QString& object_name, std::string_view title,
 
 /// Puts the detail below the text, where the box, once it is complete, has its place for such.
 void AddDetail(QMessageBox& box, std::string_view detail) {
-  constexpr int kWidth = 400;
+  constexpr int kDetailWidth = 400;
   constexpr int kRow = 1;
   auto* grid = qobject_cast<QGridLayout*>(box.layout());
   if (!grid) return;
   auto* label = new WrappedLabel;
   Name(label, "lblDetail", "詳細");
   label->SetText(ToQString(detail));
-  label->setMinimumWidth(kWidth);
+  label->setMinimumWidth(kDetailWidth);
   grid->addWidget(label, kRow, grid->columnCount() - 1);
   box.setAccessibleDescription(box.text() + '\n' + WithLineEnds(detail));
 }

@@ -25,7 +25,7 @@ namespace {
 constexpr std::int16_t kOk = 1;
 constexpr std::int16_t kCancel = 2;
 constexpr int kDefaultMaximum = 100;
-constexpr int kWidth = 420;
+constexpr int kMessageWidth = 420;
 constexpr int kMinimumHeight = 136;
 constexpr int kPictureSize = 48;
 constexpr int kTopTwips = 500;
@@ -288,7 +288,7 @@ void QtMessageDialog::Load() {
   closed_by_user_ = false;
   owner_.Panels().HideProgress();
   ApplyRange();
-  setFixedSize(kWidth, kMinimumHeight);
+  setFixedSize(kMessageWidth, kMinimumHeight);
   place_ = QPoint(owner_.x() + owner_.width() / 4, owner_.y() + TwipsToPixels(kTopTwips));
   move(place_);
   since_load_.start();
@@ -328,11 +328,11 @@ void QtMessageDialog::ApplyMode() {
 /// from one text to the next.
 void QtMessageDialog::FitHeight() {
   layout()->activate();
-  const int wanted = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(kWidth)
+  const int wanted = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(kMessageWidth)
                                                    : layout()->totalSizeHint().height();
   const int fitting = std::max({wanted, height(), kMinimumHeight});
   if (fitting == height()) return;
-  setFixedSize(kWidth, fitting);
+  setFixedSize(kMessageWidth, fitting);
   if (loaded_ && since_load_.elapsed() < kSettleMilliseconds) settle_.start();
 }
 

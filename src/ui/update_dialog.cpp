@@ -23,9 +23,9 @@
 namespace fenwright::ui {
 namespace {
 
-constexpr int kWidth = 600;
+constexpr int kUpdateWidth = 600;
 constexpr int kInstructionsHeight = 96;
-constexpr int kMargin = 14;
+constexpr int kUpdateMargin = 14;
 constexpr int kTextMargin = 8;
 constexpr int kButtonWidth = 112;
 
@@ -152,7 +152,7 @@ void UpdateDialog::BuildLayout() {
   auto* line = new QHBoxLayout;
   line->addWidget(Caption("Label1", "通信ポート Com：", port_));
   line->addWidget(port_);
-  line->addSpacing(2 * kMargin);
+  line->addSpacing(2 * kUpdateMargin);
   line->addWidget(Caption("Label2", "通信スピード bps：", speed_));
   line->addWidget(speed_);
   line->addStretch(1);
@@ -171,8 +171,8 @@ void UpdateDialog::BuildLayout() {
   closing->addWidget(close_button_, 0, Qt::AlignBottom);
 
   auto* rows = new QVBoxLayout;
-  rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin / 2);
-  rows->setSpacing(kMargin - 2);
+  rows->setContentsMargins(kUpdateMargin, kUpdateMargin, kUpdateMargin, kUpdateMargin / 2);
+  rows->setSpacing(kUpdateMargin - 2);
   rows->addWidget(instructions_, 1);
   rows->addWidget(divider_);
   rows->addLayout(line);
@@ -182,15 +182,15 @@ void UpdateDialog::BuildLayout() {
   auto* bar = new QStatusBar;
   Name(bar, "StatusBar1", "ステータスバー");
   bar->setSizeGripEnabled(false);
-  bar->setContentsMargins(kMargin - 4, 0, kMargin - 4, 2);
+  bar->setContentsMargins(kUpdateMargin - 4, 0, kUpdateMargin - 4, 2);
   bar->addWidget(status_, 1);
 
   auto* all = new QVBoxLayout(this);
   all->setContentsMargins(0, 0, 0, 0);
   all->addLayout(rows, 1);
   all->addWidget(bar);
-  setFixedWidth(kWidth);
-  resize(kWidth, layout()->totalHeightForWidth(kWidth));
+  setFixedWidth(kUpdateWidth);
+  resize(kUpdateWidth, layout()->totalHeightForWidth(kUpdateWidth));
 }
 
 /// Tab goes through the controls in the order in which they are used.
@@ -212,7 +212,7 @@ void UpdateDialog::FitHeight() {
     label->setMinimumHeight(
         std::max(label->minimumHeight(), label->heightForWidth(label->width())));
   }
-  resize(kWidth, std::max(height(), layout()->totalHeightForWidth(kWidth)));
+  resize(kUpdateWidth, std::max(height(), layout()->totalHeightForWidth(kUpdateWidth)));
 }
 
 template <typename Procedure>

@@ -13,7 +13,7 @@
 namespace fenwright::ui {
 namespace {
 
-constexpr double kTextMargin = 2;
+constexpr double kViewTextMargin = 2;
 
 constexpr const char* kDifferenceKeys = "F3 : 次の違い、Shift+F3 : 前の違い";
 
@@ -40,7 +40,7 @@ ViewWindow::ViewWindow(const QString& name, const QString& control_name, const Q
   text_->setFont(font);
   text_->setFrameShape(QFrame::NoFrame);
   text_->setUndoRedoEnabled(false);
-  text_->document()->setDocumentMargin(kTextMargin);
+  text_->document()->setDocumentMargin(kViewTextMargin);
   // The control may shrink to nothing together with its window.
   text_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
   setWidget(text_);

@@ -16,9 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using board_app::ReplaceFile;
-using testing::HasSubstr;
+using ::testing::HasSubstr;
 
-struct BoardStateFile : testing::Test {
+struct BoardStateFile : ::testing::Test {
   static std::string ContentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};

@@ -7,8 +7,6 @@ namespace {
 
 using std::chrono::nanoseconds;
 
-constexpr nanoseconds kByte{173'611};  // 10 bits at 57,600 baud
-
 /// Sends a command at `now` and gives the time at which its whole answer has arrived.
 nanoseconds Exchange(SimulatedBoard& board, nanoseconds now, const Bytes& command,
                      std::size_t answer_size) {

@@ -9,8 +9,6 @@ using platform::InputMode;
 using platform::PortOpenStatus;
 using std::chrono::nanoseconds;
 
-constexpr nanoseconds kByte{173'611};  // 10 bits at 57,600 baud
-
 class SimulatedSerial : public Test {
  protected:
   TimeSource Virtual() {

@@ -22,6 +22,8 @@ inline const Bytes kAck{0x0D};
 inline const Bytes kRefused{'?'};
 inline const Bytes kNothing{};
 
+constexpr std::chrono::nanoseconds kByte{173'611};  // 10 bits at 57,600 baud
+
 /// A board with one chip, without a line: bytes in, answer out.
 class Talk {
  public:

@@ -25,17 +25,17 @@ struct Shown {
 /// The lists that a device has; every other one shows "-".
 using Lists = std::map<FuseList, Shown>;
 
-struct Row {
+struct ShownLists {
   Lists Fields;
   std::string Calibration;
   bool Read;
   std::string ByteLine;
 };
 
-const std::map<std::string, Row>& Rows() {
-  static const Row lock_only{{}, "-", false, "Lock 0xFF"};
-  static const Row fstrt{{{Fstrt, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"};
-  static const std::map<std::string, Row> rows{
+const std::map<std::string, ShownLists>& ListsOfDevices() {
+  static const ShownLists lock_only{{}, "-", false, "Lock 0xFF"};
+  static const ShownLists fstrt{{{Fstrt, {kEnable, 0}}}, "-", true, "Fuse 0xBE  Lock 0xFF"};
+  static const std::map<std::string, ShownLists> rows{
       {"ATtiny12L",
        {{{Cksel, {kFourBits, 2}},
          {Boden, {kEnable, 1}},
@@ -81,7 +81,7 @@ const std::map<std::string, Row>& Rows() {
   return rows;
 }
 
-void ExpectShown(const FakeFuseForm& form, const Row& row) {
+void ExpectShown(const FakeFuseForm& form, const ShownLists& row) {
   Lists lists = row.Fields;
   lists[Lock] = {kLock, 2};
   for (const FuseList list : kAllLists) {
@@ -105,7 +105,7 @@ TEST_ON(ScriptedTest, FuseLayoutOf, EveryDeviceHasItsListsItemsDefaultsAndButton
     SCOPED_TRACE(device);
     ScriptedRun run;
     run.Select(run.Context, device);
-    ExpectShown(run.Fuses, Rows().at(device));
+    ExpectShown(run.Fuses, ListsOfDevices().at(device));
   }
 }
 
@@ -117,7 +117,7 @@ TEST_ON(ScriptedTest, FuseLayoutOf, EveryChangeOfDeviceResetsAllFieldsWhateverWa
       for (const FuseList list : kAllLists) Fuses.Select(list, 0);
       Fuses.SetCalibrationText("0x6B");
       Select(Context, to);
-      ExpectShown(Fuses, Rows().at(to));
+      ExpectShown(Fuses, ListsOfDevices().at(to));
     }
   }
 }

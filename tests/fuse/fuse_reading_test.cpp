@@ -8,23 +8,23 @@
 namespace fenwright::fuse {
 namespace {
 
-constexpr const char* kBusy = "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....";
-constexpr const char* kDone = "Lock/Fuse bit リードが完了しました。";
-constexpr const char* kFailed = "Lock/Fuse bit リードに失敗しました。";
+constexpr const char* kReading = "Ｌｏｃｋ/Ｆｕｓｅビット 読出し中.....";
+constexpr const char* kRead = "Lock/Fuse bit リードが完了しました。";
+constexpr const char* kNotRead = "Lock/Fuse bit リードに失敗しました。";
 constexpr const char* kMismatch = "設定デバイスと、ソケット上のデバイスがミスマッチです。";
 
 /// What is sent and answered for a device, and what the frame shows then.
-struct Row {
+struct Reading {
   std::vector<Exchange> Commands;
   Positions Shown;  ///< of the lists that the bytes stand for
   std::string Calibration;
 };
 
-const std::map<std::string, Row>& Rows() {
+const std::map<std::string, Reading>& Readings() {
   const std::string high = "':' 58 08 00";
-  static const Row none{{}, {}, "-"};
-  static const Row fstrt{{{"'F'", "5E"}}, {{Fstrt, 0}, {Lock, 1}}, "-"};
-  static const std::map<std::string, Row> rows{
+  static const Reading none{{}, {}, "-"};
+  static const Reading fstrt{{{"'F'", "5E"}}, {{Fstrt, 0}, {Lock, 1}}, "-"};
+  static const std::map<std::string, Reading> rows{
       {"ATtiny12L",
        {{{"'r'", "8F"}, {"'F'", "FD"}, {"'o'", "05 05 05 05"}},
         {{Cksel, 15}, {Rstdisabl, 0}, {Boden, 0}, {Bodlevel, 1}, {Lock, 1}},
@@ -67,7 +67,7 @@ struct ReadingRun : ScriptedRun {
   void Read() { ReadFuses(Context); }
   /// Scripts the device's row in which that exchange is not answered, or with `reply`, and reads.
   void ReadFailingAt(std::size_t failing, const std::string& reply = "") {
-    ScriptWithFailureAt(Port, Transcript(Device, Rows().at(Device).Commands), failing, reply);
+    ScriptWithFailureAt(Port, Transcript(Device, Readings().at(Device).Commands), failing, reply);
     Read();
   }
   /// Scripts the check of the chip and the commands, and reads.
@@ -85,7 +85,7 @@ struct ReadingRun : ScriptedRun {
 TEST(FuseReading, EveryDeviceIsReadAsDescribedAndShown) {
   for (const std::string& device : AllDevices()) {
     SCOPED_TRACE(device);
-    const Row& row = Rows().at(device);
+    const Reading& row = Readings().at(device);
     ReadingRun run(device);
     Positions expected = PositionsOf(run.Fuses);
     for (const auto& [list, index] : row.Shown) expected[list] = index;
@@ -94,8 +94,8 @@ TEST(FuseReading, EveryDeviceIsReadAsDescribedAndShown) {
     EXPECT_EQ(PositionsOf(run.Fuses), expected);
     EXPECT_EQ(run.Fuses.Calibration, calibration);
     EXPECT_EQ(run.State.LinkError, 0);
-    EXPECT_EQ(run.PanelText(Panel::Status), kDone);
-    EXPECT_EQ(run.Dialog.Shown.front().first, kBusy);
+    EXPECT_EQ(run.PanelText(Panel::Status), kRead);
+    EXPECT_EQ(run.Dialog.Shown.front().first, kReading);
     EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
     EXPECT_EQ(run.Dialog.Shown.size(), 1U);
     EXPECT_FALSE(run.Dialog.Loaded);
@@ -107,23 +107,23 @@ TEST(FuseReading, EveryDeviceIsReadAsDescribedAndShown) {
 /// What reading that device as its row has it leaves in the trace.
 Texts TraceOf(const std::string& device) {
   ReadingRun run(device);
-  run.ReadWith(Rows().at(device).Commands);
+  run.ReadWith(Readings().at(device).Commands);
   return run.NewTrace();
 }
 
 TEST(FuseReading, TheTraceLabelsEachStep) {
   EXPECT_EQ(TraceOf("ATtiny12L"),
-            Joined<Texts>({{kBusy},
+            Joined<Texts>({{kReading},
                            SignatureTrace("1E:90:05"),
                            LabelledTrace("r_readFuseBit"),
                            LabelledTrace("F_readLockFuseBit", {"Read Lock & Fuse bit F : FD"}),
                            LabelledTrace("o_readCalibtationByte"),
-                           {kDone}}));
+                           {kRead}}));
 }
 
 TEST(FuseReading, TheTraceOfATiny26HasAnEmptyLineAndAHeaderBeforeEachRead) {
   EXPECT_EQ(TraceOf("ATtiny26L"),
-            Joined<Texts>({{kBusy},
+            Joined<Texts>({{kReading},
                            SignatureTrace("1E:91:09"),
                            {"\r\n<< Read Fuse Bit >>"},
                            LabelledTrace("r_readFuseBit"),
@@ -133,21 +133,21 @@ TEST(FuseReading, TheTraceOfATiny26HasAnEmptyLineAndAHeaderBeforeEachRead) {
                            LabelledTrace("F_readLockFuseBit", {"Read Lock & Fuse bit F : FE"}),
                            {"\r\n<< Read Calibration Byte >>"},
                            LabelledTrace("o_readCalibtationByte"),
-                           {kDone}}));
+                           {kRead}}));
 }
 
 TEST(FuseReading, OnlyATiny26TracesHeaders) {
   const Texts lock = LabelledTrace("F_readLockFuseBit", {"Read Lock & Fuse bit F : F9"});
-  EXPECT_EQ(TraceOf("ATtiny15L"), Joined<Texts>({{kBusy},
+  EXPECT_EQ(TraceOf("ATtiny15L"), Joined<Texts>({{kReading},
                                                  SignatureTrace("1E:90:06"),
                                                  LabelledTrace("r_readFuseBit"),
                                                  lock,
                                                  LabelledTrace("o_readCalibtationByte"),
-                                                 {kDone}}));
+                                                 {kRead}}));
   EXPECT_EQ(
       TraceOf("AT90S4433"),
       Joined<Texts>(
-          {{kBusy}, SignatureTrace("1E:92:03"), LabelledTrace("r_readFuseBit"), lock, {kDone}}));
+          {{kReading}, SignatureTrace("1E:92:03"), LabelledTrace("r_readFuseBit"), lock, {kRead}}));
 }
 
 TEST(FuseReading, ACombinedByteIsReadWithoutLabels) {
@@ -155,10 +155,10 @@ TEST(FuseReading, ACombinedByteIsReadWithoutLabels) {
   run.ReadWith({{"'F'", "FF"}});
   EXPECT_EQ(
       run.NewTrace(),
-      Joined<Texts>({{kBusy},
+      Joined<Texts>({{kReading},
                      SignatureTrace("1E:93:03"),
                      {"A_AvrExtend command A : 0D", "Enter programming Mode P : 0D",
-                      "Read Lock & Fuse bit F : FF", "Leave programming Mode L : 0D", kDone}}));
+                      "Read Lock & Fuse bit F : FF", "Leave programming Mode L : 0D", kRead}}));
 }
 
 TEST(FuseReading, ATiny15WithThisByteShowsTheseTexts) {
@@ -201,7 +201,7 @@ TEST(FuseReading, LockBitsWithoutAnItemLeaveTheListAndTheReadIsComplete) {
   combined.ReadWith({{"'F'", "BE"}});
   EXPECT_EQ(combined.Text(Rcen), "Enable");
   EXPECT_EQ(combined.Fuses.Lists[Lock].Index, 0);
-  EXPECT_EQ(combined.PanelText(Panel::Status), kDone);
+  EXPECT_EQ(combined.PanelText(Panel::Status), kRead);
 
   ReadingRun tiny("ATtiny12L");
   tiny.Fuses.Select(Lock, 1);
@@ -212,7 +212,7 @@ TEST(FuseReading, LockBitsWithoutAnItemLeaveTheListAndTheReadIsComplete) {
 
 TEST(FuseReading, TheWorkingBytesHoldWhatWasRead) {
   ReadingRun tiny("ATtiny26L");
-  tiny.ReadWith(Rows().at("ATtiny26L").Commands);
+  tiny.ReadWith(Readings().at("ATtiny26L").Commands);
   EXPECT_EQ(tiny.State.FuseByte, 0xF2);  // the high byte is read last
   EXPECT_EQ(tiny.State.LockByte, 0xFE);
   EXPECT_EQ(tiny.State.CalibrationBytes, Hex("A4 0F 9B 00"));
@@ -228,7 +228,7 @@ TEST(FuseReading, TheWorkingBytesHoldWhatWasRead) {
 TEST(FuseReading, TheFrameIsHiddenWhileTheListsOfAByteAreSet) {
   ReadingRun run("ATtiny12L");
   run.Fuses.Calls.clear();
-  run.ReadWith(Rows().at("ATtiny12L").Commands);
+  run.ReadWith(Readings().at("ATtiny12L").Commands);
   Texts calls;
   for (const auto& call : run.Fuses.Calls) calls.push_back(call.Name);
   EXPECT_EQ(calls, (Texts{"hide", "select", "select", "select", "select", "show", "hide", "select",
@@ -239,44 +239,44 @@ TEST(FuseReading, StartsWithTheFlagClearedAndEndsWithTheDialogClosed) {
   for (const std::int16_t flag : {std::int16_t{1}, std::int16_t{2}}) {
     ReadingRun run("ATtiny12L");
     run.State.LinkError = flag;
-    run.ReadWith(Rows().at("ATtiny12L").Commands);
+    run.ReadWith(Readings().at("ATtiny12L").Commands);
     EXPECT_EQ(run.State.LinkError, 0);
     EXPECT_EQ(run.Text(Cksel), "1111");
-    EXPECT_EQ(run.PanelText(Panel::Status), kDone);
+    EXPECT_EQ(run.PanelText(Panel::Status), kRead);
     EXPECT_FALSE(run.Dialog.Loaded);
   }
 }
 
 TEST(FuseReading, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
   for (const std::string& device : AllDevices()) {
-    const Row& row = Rows().at(device);
+    const Reading& row = Readings().at(device);
     const std::vector<Exchange> transcript = Transcript(device, row.Commands);
     for (std::size_t failing = 0; failing < transcript.size(); ++failing) {
       SCOPED_TRACE(device + " " + std::to_string(failing));
       ReadingRun run(device);
       run.ReadFailingAt(failing);
       const bool check = failing < kCheckExchanges;
-      EXPECT_EQ(run.Dialog.Text, check ? kMismatch : kFailed);
+      EXPECT_EQ(run.Dialog.Text, check ? kMismatch : kNotRead);
       EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
       EXPECT_EQ(run.State.LinkError, 1);
       EXPECT_FALSE(run.State.Command.FusesFinished);
       EXPECT_TRUE(run.Fuses.FrameVisible);
       const Texts trace = run.NewTrace();
-      EXPECT_EQ(std::ranges::count(trace, kFailed), check ? 0 : 2);  // status panel and dialog
-      EXPECT_EQ(std::ranges::count(trace, kDone), 0);
+      EXPECT_EQ(std::ranges::count(trace, kNotRead), check ? 0 : 2);  // status panel and dialog
+      EXPECT_EQ(std::ranges::count(trace, kRead), 0);
     }
   }
 }
 
 TEST(FuseReading, AWrongAcknowledgementEndsItLikeNoneWhicheverItIs) {
   for (const std::string& device : AllDevices()) {
-    const std::vector<Exchange> transcript = Transcript(device, Rows().at(device).Commands);
+    const std::vector<Exchange> transcript = Transcript(device, Readings().at(device).Commands);
     for (std::size_t failing = 0; failing < transcript.size(); ++failing) {
       if (transcript[failing].Reply != "0D") continue;
       SCOPED_TRACE(device + " " + std::to_string(failing));
       ReadingRun run(device);
       run.ReadFailingAt(failing, "3F");
-      EXPECT_EQ(run.Dialog.Text, failing < kCheckExchanges ? kMismatch : kFailed);
+      EXPECT_EQ(run.Dialog.Text, failing < kCheckExchanges ? kMismatch : kNotRead);
       EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
       EXPECT_FALSE(run.State.Command.FusesFinished);
     }
@@ -288,7 +288,7 @@ TEST(FuseReading, AByteThatArrivesIsShownEvenIfItsProgrammingModeWasNotAcknowled
   run.ReadFailingAt(kCheckExchanges + 1, "3F");
   EXPECT_EQ(run.Fuses.Lists[Cksel].Index, 15);
   EXPECT_EQ(run.Fuses.Lists[Boden].Index, 0);
-  EXPECT_EQ(run.Dialog.Text, kFailed);
+  EXPECT_EQ(run.Dialog.Text, kNotRead);
 }
 
 TEST(FuseReading, OnlyTheFlagOfAMismatchEndsItAfterTheCheck) {
@@ -301,7 +301,7 @@ TEST(FuseReading, OnlyTheFlagOfAMismatchEndsItAfterTheCheck) {
   run.ReadWith({{"'F'", "FF"}});
   EXPECT_EQ(run.State.LinkError, 0);
   EXPECT_EQ(run.Text(Fstrt), "Disable");
-  EXPECT_EQ(run.PanelText(Panel::Status), kDone);
+  EXPECT_EQ(run.PanelText(Panel::Status), kRead);
 }
 
 TEST(FuseReading, AByteThatDoesNotArriveChangesNoList) {
@@ -358,7 +358,7 @@ TEST(FuseReading, WithAnEmptySelectorItStopsAfterTheCheck) {
   run.Read();
   EXPECT_EQ(run.Port.Sent.size(), 4U);
   EXPECT_FALSE(run.State.Command.FusesFinished);
-  EXPECT_THAT(run.NewTrace(), Not(Contains(kDone)));
+  EXPECT_THAT(run.NewTrace(), Not(Contains(kRead)));
 }
 
 }  // namespace

@@ -10,9 +10,9 @@
 namespace fenwright::fuse {
 namespace {
 
-constexpr const char* kBusy = "Lock/Fuse bit ライト中....";
-constexpr const char* kDone = "Lock/Fuse bit ライトが完了しました。";
-constexpr const char* kFailed = "Lock/Fuse bit ライトに失敗しました。";
+constexpr const char* kWriting = "Lock/Fuse bit ライト中....";
+constexpr const char* kWritten = "Lock/Fuse bit ライトが完了しました。";
+constexpr const char* kNotWritten = "Lock/Fuse bit ライトに失敗しました。";
 
 const std::map<std::string, std::vector<Exchange>>& DefaultWrites() {
   static const std::vector<Exchange> lock_only{{"'l' FF", "0D"}};
@@ -80,9 +80,9 @@ TEST(FuseWriting, EveryDeviceIsWrittenWithItsDefaultsAsDescribed) {
     WritingRun run(device);
     run.WriteExpecting(DefaultWrites().at(device));
     EXPECT_EQ(run.State.LinkError, 0);
-    EXPECT_EQ(run.PanelText(Panel::Status), kDone);
+    EXPECT_EQ(run.PanelText(Panel::Status), kWritten);
     ASSERT_EQ(run.Dialog.Shown.size(), 1U);
-    EXPECT_EQ(run.Dialog.Shown.front().first, kBusy);
+    EXPECT_EQ(run.Dialog.Shown.front().first, kWriting);
     EXPECT_EQ(run.Dialog.Shown.front().second, MessageMode::Busy);
     EXPECT_FALSE(run.Dialog.Loaded);
     EXPECT_TRUE(run.State.Command.FusesFinished);
@@ -159,7 +159,7 @@ TEST(FuseWriting, TheTraceHasNoLabelsOfItsOwn) {
   const Texts mode{"A_AvrExtend command A : 0D", "Enter programming Mode P : 0D",
                    "Leave programming Mode L : 0D"};
   EXPECT_EQ(run.NewTrace(),
-            Joined<Texts>({{kBusy}, SignatureTrace("1E:90:05"), mode, mode, {kDone}}));
+            Joined<Texts>({{kWriting}, SignatureTrace("1E:90:05"), mode, mode, {kWritten}}));
 }
 
 TEST(FuseWriting, StartsWithTheFlagClearedAndEndsWithTheDialogClosed) {
@@ -168,7 +168,7 @@ TEST(FuseWriting, StartsWithTheFlagClearedAndEndsWithTheDialogClosed) {
     run.State.LinkError = flag;
     run.WriteExpecting(DefaultWrites().at("ATtiny12L"));
     EXPECT_EQ(run.State.LinkError, 0);
-    EXPECT_EQ(run.PanelText(Panel::Status), kDone);
+    EXPECT_EQ(run.PanelText(Panel::Status), kWritten);
     EXPECT_FALSE(run.Dialog.Loaded);
   }
 }
@@ -182,14 +182,14 @@ TEST(FuseWriting, AnUnansweredExchangeEndsItAsDescribedWhicheverItIs) {
       run.WriteFailingAt(failing);
       const bool check = failing < kCheckExchanges;
       const Texts trace = run.NewTrace();
-      EXPECT_EQ(std::ranges::count(trace, kFailed), check ? 0 : 2);
-      EXPECT_EQ(std::ranges::count(trace, kDone), 0);
+      EXPECT_EQ(std::ranges::count(trace, kNotWritten), check ? 0 : 2);
+      EXPECT_EQ(std::ranges::count(trace, kWritten), 0);
       EXPECT_EQ(run.State.LinkError, 1);
       EXPECT_EQ(run.State.Command.FuseWriteStarted,
                 failing > kCheckExchanges);  // its "A" is not enough
       EXPECT_FALSE(run.State.Command.FusesFinished);
       if (!check) {
-        EXPECT_EQ(run.Dialog.Text, kFailed);
+        EXPECT_EQ(run.Dialog.Text, kNotWritten);
         EXPECT_EQ(run.Dialog.Mode, MessageMode::Notice);
       }
     }
@@ -205,8 +205,8 @@ TEST(FuseWriting, AWrongAcknowledgementEndsItLikeNoneWhicheverItIs) {
       WritingRun run(device);
       run.WriteFailingAt(failing, "3F");
       const Texts trace = run.NewTrace();
-      EXPECT_EQ(std::ranges::count(trace, kFailed), failing < kCheckExchanges ? 0 : 2);
-      EXPECT_EQ(std::ranges::count(trace, kDone), 0);
+      EXPECT_EQ(std::ranges::count(trace, kNotWritten), failing < kCheckExchanges ? 0 : 2);
+      EXPECT_EQ(std::ranges::count(trace, kWritten), 0);
       EXPECT_EQ(run.State.LinkError, 1);
       EXPECT_FALSE(run.State.Command.FusesFinished);
     }
@@ -223,7 +223,7 @@ TEST(FuseWriting, AnyFlagThatTheCheckLeavesEndsIt) {
   run.WriteExpecting({});
   EXPECT_EQ(run.State.LinkError, kOther);
   EXPECT_FALSE(run.State.Command.FuseWriteStarted);
-  EXPECT_THAT(run.NewTrace(), Not(Contains(kFailed)));
+  EXPECT_THAT(run.NewTrace(), Not(Contains(kNotWritten)));
 }
 
 TEST(FuseWriting, AWrongReplyNamesTheCommandAndTheLaterBytesAreNotWritten) {
@@ -234,7 +234,7 @@ TEST(FuseWriting, AWrongReplyNamesTheCommandAndTheLaterBytesAreNotWritten) {
   run.Write();
   const Texts trace = run.NewTrace();
   EXPECT_EQ(std::ranges::count(trace, "ｺﾐﾆｭｹｰｼｮﾝ失敗 : Write Fuse bit u"), 1);
-  EXPECT_EQ(run.Dialog.Text, kFailed);
+  EXPECT_EQ(run.Dialog.Text, kNotWritten);
   EXPECT_TRUE(run.State.Command.FuseBytes.empty());
 }
 
@@ -258,7 +258,7 @@ TEST(FuseWriting, WithAnEmptySelectorItStopsAfterTheCheck) {
   };
   run.Write();
   EXPECT_EQ(run.Port.Sent.size(), 4U);
-  EXPECT_THAT(run.NewTrace(), Not(Contains(kDone)));
+  EXPECT_THAT(run.NewTrace(), Not(Contains(kWritten)));
 }
 
 TEST(FuseWriting, ForANameThatIsNoDeviceNothingIsWrittenAndItCompletes) {
@@ -269,7 +269,7 @@ TEST(FuseWriting, ForANameThatIsNoDeviceNothingIsWrittenAndItCompletes) {
   };
   run.Write();
   EXPECT_EQ(run.Port.Sent.size(), 4U);
-  EXPECT_EQ(run.PanelText(Panel::Status), kDone);
+  EXPECT_EQ(run.PanelText(Panel::Status), kWritten);
 }
 
 TEST(FuseWriting, AnUnsetListSendsWhatTheWorkingByteLastHeld) {

@@ -2,17 +2,14 @@
 
 #include "image/dump_files.h"
 #include "image/findings.h"
+#include "image/sample_files.h"
 #include "ops/command.h"
 
 namespace fenwright::image {
 namespace {
 
-constexpr char kCodePath[] = "/home/files/prog.hex";
-constexpr char kDataPath[] = "/home/files/prog.eep";
-constexpr char kCode[] = ":020000000C945E\r\n:00000001FF\r\n";
 constexpr char kData[] = ":0200000012348E\r\n:00000001FF\r\n";
 constexpr char kNotOpened[] = "指定されたファイルを開くことができませんでした。";
-constexpr char kTrace[] = "append /app/_debug_avr.txt";
 
 struct FileCommands : Test, RecordedRun {
   FileCommands() { Start("AT90S2313"); }

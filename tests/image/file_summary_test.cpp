@@ -2,15 +2,13 @@
 
 #include "image/buffer_content.h"
 #include "image/hex_writer.h"
+#include "image/sample_files.h"
 #include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
 
-constexpr char kCodePath[] = "/home/files/prog.hex";
-constexpr char kDataPath[] = "/home/files/prog.eep";
-constexpr char kCode[] = ":020000000C945E\r\n:00000001FF\r\n";
-constexpr char kData[] = ":020000001234B8\r\n:00000001FF\r\n";
+constexpr char kTexts[] = ":020000001234B8\r\n:00000001FF\r\n";
 
 struct FileSummary : Test, ScriptedRun {
   FileSummary() { Select(Context, "AT90S2313"); }
@@ -30,7 +28,7 @@ struct FileSummary : Test, ScriptedRun {
 
 TEST_F(FileSummary, NamesBothFilesAndHowMuchOfEachMemoryIsUsed) {
   Put(kCodePath, kCode);
-  Put(kDataPath, kData);
+  Put(kDataPath, kTexts);
   EXPECT_EQ(OpenBoth(), "prog.hex\n1 / 1024 word (1 %)\nprog.eep\n2 / 128 byte (2 %)");
 }
 
@@ -57,14 +55,14 @@ TEST_F(FileSummary, SaysNothingAboutADataFileThatIsNotThere) {
 
 TEST_F(FileSummary, OfACodeFileAloneIsAboutTheCodeFile) {
   Put(kCodePath, kCode);
-  Put(kDataPath, kData);
+  Put(kDataPath, kTexts);
   State.CodeFileName = kCodePath;
   State.DataFileName = kDataPath;
   EXPECT_EQ(Describe(LoadCodeFile(Context)), "prog.hex\n1 / 1024 word (1 %)");
 }
 
 TEST_F(FileSummary, OfADataFileAloneIsAboutTheDataFile) {
-  Put(kDataPath, kData);
+  Put(kDataPath, kTexts);
   State.CodeFileName = kCodePath;
   State.DataFileName = kDataPath;
   EXPECT_EQ(Describe(LoadDataFile(Context)), "prog.eep\n2 / 128 byte (2 %)");
@@ -162,7 +160,7 @@ TEST_F(FileSummary, WarnsOfAnAddressBeyondTheBuffer) {
 
 TEST_F(FileSummary, WarnsOfAFileThatCouldNotBeRead) {
   Put(kCodePath, "bad\r\n");
-  Put(kDataPath, kData);
+  Put(kDataPath, kTexts);
   const std::string text = OpenBoth();
   EXPECT_TRUE(text.ends_with("\n⚠ prog.eep : 読み込めませんでした。")) << text;
   OpenReport report;

@@ -5,6 +5,7 @@
 #include "core/device_catalogue.h"
 #include "core/hex_format.h"
 #include "core/status.h"
+#include "image/sample_files.h"
 #include "support/test_run.h"
 
 namespace fenwright::image {
@@ -13,7 +14,6 @@ namespace {
 constexpr char kBadInput[] = "入力データに誤りがあります．";
 constexpr char kBadFlashAddress[] = "Flash アドレスが範囲を超えています．";
 constexpr char kBadEepromAddress[] = "EEPROM アドレスが範囲を超えています．";
-constexpr char kTrace[] = "append /app/_debug_avr.txt";
 
 struct HandEditTest : Test, RecordedRun {
   HandEditTest() { Start("AT90S2313"); }

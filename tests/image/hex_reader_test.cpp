@@ -2,13 +2,10 @@
 
 #include "image/buffers.h"
 #include "image/findings.h"
+#include "image/sample_files.h"
 
 namespace fenwright::image {
 namespace {
-
-constexpr char kCodePath[] = "/home/prog.hex";
-constexpr char kDataPath[] = "/home/prog.eep";
-constexpr char kEnd[] = ":00000001FF\r\n";
 
 struct HexReader : Test, RecordedRun {
   HexReader() {
@@ -111,7 +108,7 @@ TEST_F(HexReader, DataBeyondTheChipButInsideTheBufferIsStoredWithoutComplaint) {
   const HexReadReport report = ReadCode(Record(0xF000, "0102"));
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(FlashBytes(0xF000, 2), "02 01");
-  EXPECT_EQ(TakeJournal(), (Journal{"read /home/prog.hex"}));
+  EXPECT_EQ(TakeJournal(), (Journal{"read /home/files/prog.hex"}));
 }
 
 // The data file, bytes to the EEPROM buffer.
@@ -510,7 +507,7 @@ TEST_F(HexReader, AWrongChecksumIsReadWithoutNoticeButReported) {
   EXPECT_EQ(report.End, HexReadEnd::Complete);
   EXPECT_EQ(Flash(3), 0x0D);
   EXPECT_EQ(State.LinkError, 0);
-  EXPECT_EQ(TakeJournal(), (Journal{"read /home/prog.hex"}));
+  EXPECT_EQ(TakeJournal(), (Journal{"read /home/files/prog.hex"}));
   EXPECT_EQ(LineOf(report, FindingCode::WrongChecksum), 2);
 }
 

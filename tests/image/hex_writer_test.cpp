@@ -10,8 +10,8 @@
 namespace fenwright::image {
 namespace {
 
-constexpr char kCodePath[] = "/out/prog.hex";
-constexpr char kDataPath[] = "/out/prog.eep";
+constexpr char kWrittenCode[] = "/out/prog.hex";
+constexpr char kWrittenData[] = "/out/prog.eep";
 constexpr char kEndRecord[] = ":00000001FF";
 constexpr char kReadOnlyText[] = "リードオンリーファイルにアクセスしました。";
 constexpr char kNotSavedText[] = "ファイル保存できませんでした。";
@@ -57,16 +57,16 @@ struct HexWriter : Test, RecordedRun {
 
   void Start(std::string_view device) {
     RecordedRun::Start(device);
-    State.CodeSaveFileName = kCodePath;
-    State.DataSaveFileName = kDataPath;
+    State.CodeSaveFileName = kWrittenCode;
+    State.DataSaveFileName = kWrittenData;
   }
   std::string WriteCode() {
     EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::Complete);
-    return Files.Files[kCodePath];
+    return Files.Files[kWrittenCode];
   }
   std::string WriteData() {
     EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::Complete);
-    return Files.Files[kDataPath];
+    return Files.Files[kWrittenData];
   }
   /// Random bytes for the chip's flash and for the two EEPROM sizes that a data file holds.
   void FillRandomly(const core::DeviceEntry& device, unsigned seed) {
@@ -191,7 +191,7 @@ TEST_F(HexWriter, WithoutADeviceAFileIsTheEndRecordAlone) {
 
 TEST_F(HexWriter, AnExistingLongerFileIsReplacedWhole) {
   const std::string expected = WriteCode();
-  Files.Files[kCodePath] = std::string(100000, 'x');
+  Files.Files[kWrittenCode] = std::string(100000, 'x');
   EXPECT_EQ(WriteCode(), expected);
 }
 
@@ -215,8 +215,8 @@ TEST_F(HexWriter, OnEveryDeviceTheReaderRestoresWhatTheWriterWrote) {
     WriteData();
     ClearFlashBuffer(State);
     ClearEepromBuffer(State);
-    State.CodeFileName = kCodePath;
-    State.DataFileName = kDataPath;
+    State.CodeFileName = kWrittenCode;
+    State.DataFileName = kWrittenData;
     const HexReadReport code = ReadCodeHexFile(Context);
     const HexReadReport data = ReadDataHexFile(Context);
     EXPECT_EQ(Codes(code.Check), Texts{});
@@ -235,7 +235,7 @@ TEST_F(HexWriter, AnImageOfEveryByteValueSurvivesTheRoundTrip) {
   const auto flash = State.FlashBuffer;
   WriteCode();
   ClearFlashBuffer(State);
-  State.CodeFileName = kCodePath;
+  State.CodeFileName = kWrittenCode;
   ReadCodeHexFile(Context);
   EXPECT_EQ(State.FlashBuffer, flash);
 }
@@ -243,7 +243,7 @@ TEST_F(HexWriter, AnImageOfEveryByteValueSurvivesTheRoundTrip) {
 // Failures.
 
 TEST_F(HexWriter, ARefusedCodeFileIsReportedAsReadOnly) {
-  Files.Unopenable[kCodePath] = {FileResult::Status::AccessRefused, "Is a directory"};
+  Files.Unopenable[kWrittenCode] = {FileResult::Status::AccessRefused, "Is a directory"};
   const HexWriteReport report = WriteCodeHexFile(Context);
   EXPECT_EQ(report.End, HexWriteEnd::AccessRefused);
   EXPECT_EQ(report.Reason, "Is a directory");
@@ -252,24 +252,24 @@ TEST_F(HexWriter, ARefusedCodeFileIsReportedAsReadOnly) {
 }
 
 TEST_F(HexWriter, ARefusedDataFileIsReportedAsReadOnly) {
-  Files.Refused = {kDataPath};
-  Files.Files[kDataPath] = "as it was";
+  Files.Refused = {kWrittenData};
+  Files.Files[kWrittenData] = "as it was";
   EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::AccessRefused);
   ExpectBox(kReadOnlyText);
-  EXPECT_EQ(Files.Files[kDataPath], "as it was");
+  EXPECT_EQ(Files.Files[kWrittenData], "as it was");
 }
 
 TEST_F(HexWriter, AFileThatCannotBeOpenedForAnotherReasonHasTheOtherText) {
   for (const FileResult::Status status :
        {FileResult::Status::NotFound, FileResult::Status::Failed}) {
     Boxes.Boxes.clear();
-    Files.Unopenable[kCodePath] = {status, "No such file or directory"};
+    Files.Unopenable[kWrittenCode] = {status, "No such file or directory"};
     const HexWriteReport report = WriteCodeHexFile(Context);
     EXPECT_EQ(report.End, HexWriteEnd::NotOpened);
     EXPECT_EQ(report.Reason, "No such file or directory");
     ExpectBox(kNotSavedText);
     Boxes.Boxes.clear();
-    Files.Unopenable[kDataPath] = {status, ""};
+    Files.Unopenable[kWrittenData] = {status, ""};
     EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::NotOpened);
     ExpectBox(kNotSavedText);
   }
@@ -280,7 +280,7 @@ TEST_F(HexWriter, AFullDiscLeavesTheStartOfTheCodeFile) {
   Files.Capacity = 10 * kBytesPerLine + 7;
   EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
-  EXPECT_EQ(Files.Files[kCodePath], whole.substr(0, 10 * kBytesPerLine));
+  EXPECT_EQ(Files.Files[kWrittenCode], whole.substr(0, 10 * kBytesPerLine));
   EXPECT_EQ(Files.OpenWriters, 0);
 }
 
@@ -289,7 +289,7 @@ TEST_F(HexWriter, AFullDiscLeavesTheStartOfTheDataFile) {
   Files.Capacity = kBytesPerLine;
   EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
-  EXPECT_EQ(Files.Files[kDataPath], whole.substr(0, kBytesPerLine));
+  EXPECT_EQ(Files.Files[kWrittenData], whole.substr(0, kBytesPerLine));
 }
 
 TEST_F(HexWriter, ADiscThatIsFullAtTheEndRecordIsReportedToo) {
@@ -299,7 +299,7 @@ TEST_F(HexWriter, ADiscThatIsFullAtTheEndRecordIsReportedToo) {
 }
 
 TEST_F(HexWriter, BytesThatAreLostAtTheCloseAreReported) {
-  Files.LostAtClose = {kCodePath, kDataPath};
+  Files.LostAtClose = {kWrittenCode, kWrittenData};
   EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::CutShort);
   ExpectBox(kNotSavedText);
   Boxes.Boxes.clear();
@@ -312,14 +312,14 @@ TEST_F(HexWriter, AfterABadLineEveryWriteFailsAtItsOpenAndLeavesTheFileAlone) {
   State.CodeFileName = "/in/bad.hex";
   ReadCodeHexFile(Context);
   TakeJournal();
-  Files.Files[kCodePath] = "as it was";
+  Files.Files[kWrittenCode] = "as it was";
   const HexWriteReport report = WriteCodeHexFile(Context);
   EXPECT_EQ(report.End, HexWriteEnd::NotOpened);
   EXPECT_THAT(report.Reason, HasSubstr("再起動")) << "the cure";
   ExpectBox(kNotSavedText);
   EXPECT_EQ(WriteDataHexFile(Context).End, HexWriteEnd::NotOpened);
-  EXPECT_EQ(Files.Files[kCodePath], "as it was");
-  EXPECT_FALSE(Files.Exists(kDataPath));
+  EXPECT_EQ(Files.Files[kWrittenCode], "as it was");
+  EXPECT_FALSE(Files.Exists(kWrittenData));
   EXPECT_EQ(TakeJournal(), (Journal{"message box", "message box"})) << "no file is opened";
 }
 
@@ -333,7 +333,7 @@ TEST_F(HexWriter, TheReasonOfAFileLeftOpenNamesTheCure) {
 TEST_F(HexWriter, AFailureChangesNoBufferAndRaisesNoError) {
   FillRandomly(core::DeviceCatalogue()[7], 4);
   const auto flash = State.FlashBuffer;
-  Files.Refused = {kCodePath};
+  Files.Refused = {kWrittenCode};
   WriteCodeHexFile(Context);
   EXPECT_EQ(State.FlashBuffer, flash);
   EXPECT_EQ(State.LinkError, 0);
@@ -354,9 +354,9 @@ class OldContent : public HexWriter {
       "保存する前の内容は次のファイルに残してあります。\r\n/backups/1 prog.hex";
   OldContent() {
     Context.Storage.Archive = &Archive;
-    Files.Files[kCodePath] = "as it was";
-    State.CodeSaveFileName = kCodePath;
-    State.DataSaveFileName = kDataPath;
+    Files.Files[kWrittenCode] = "as it was";
+    State.CodeSaveFileName = kWrittenCode;
+    State.DataSaveFileName = kWrittenData;
     TakeJournal();
     NewTrace();
   }
@@ -370,15 +370,15 @@ TEST_F(OldContent, IsKeptBeforeTheFileIsOpened) {
   EXPECT_EQ(TakeJournal(), (Journal{"keep /out/prog.hex", "open /out/prog.hex"}))
       << "a save that goes well says no more than ever";
   EXPECT_EQ(Files.Files[kCopy], "as it was");
-  EXPECT_EQ(LastCopyOf(State, kCodePath), kCopy);
+  EXPECT_EQ(LastCopyOf(State, kWrittenCode), kCopy);
   EXPECT_EQ(DescribeMissingCopies(State), "");
 }
 
 TEST_F(OldContent, OfANewOrAnEmptyFileThereIsNone) {
   EXPECT_TRUE(WriteDataHexFile(Context));
-  EXPECT_EQ(LastCopyOf(State, kDataPath), "");
-  Files.Files[kDataPath] = "";
-  Files.Refused = {kDataPath};
+  EXPECT_EQ(LastCopyOf(State, kWrittenData), "");
+  Files.Files[kWrittenData] = "";
+  Files.Refused = {kWrittenData};
   EXPECT_FALSE(WriteDataHexFile(Context));
   EXPECT_EQ(Detail(), "");
   EXPECT_EQ(Archive.Copies, 0);
@@ -388,10 +388,10 @@ TEST_F(OldContent, OfEachSaveIsACopyOfItsOwnAndTheLastIsNamed) {
   WriteCodeHexFile(Context);
   WriteCodeHexFile(Context);
   EXPECT_EQ(Files.Files[kCopy], "as it was");
-  EXPECT_EQ(LastCopyOf(State, kCodePath), "/backups/2 prog.hex");
-  Files.Files[kCodePath] = "";
+  EXPECT_EQ(LastCopyOf(State, kWrittenCode), "/backups/2 prog.hex");
+  Files.Files[kWrittenCode] = "";
   WriteCodeHexFile(Context);
-  EXPECT_EQ(LastCopyOf(State, kCodePath), "") << "the last save has written over nothing";
+  EXPECT_EQ(LastCopyOf(State, kWrittenCode), "") << "the last save has written over nothing";
 }
 
 TEST_F(OldContent, OfAFileThatIsCutShortIsNamedBelowTheMessageAndInTheTrace) {
@@ -400,24 +400,24 @@ TEST_F(OldContent, OfAFileThatIsCutShortIsNamedBelowTheMessageAndInTheTrace) {
   EXPECT_EQ(Boxes.Boxes,
             (std::vector<Box>{{MessageIcon::Critical, "ファイル保存", kNotSavedText, kWhere}}));
   EXPECT_EQ(NewTrace(), Texts{kWhere});
-  EXPECT_EQ(LastCopyOf(State, kCodePath), kCopy);
+  EXPECT_EQ(LastCopyOf(State, kWrittenCode), kCopy);
 }
 
 TEST_F(OldContent, OfAFileThatFailsToOpenForAnotherReasonIsNamedToo) {
-  Files.Unopenable[kCodePath] = {FileResult::Status::Failed, "I/O error"};
+  Files.Unopenable[kWrittenCode] = {FileResult::Status::Failed, "I/O error"};
   WriteCodeHexFile(Context);
   EXPECT_EQ(Detail(), kWhere);
 }
 
 TEST_F(OldContent, OfAFileThatIsRefusedIsInItsPlaceAndNoCopyIsLeft) {
-  Files.Refused = {kCodePath};
-  State.OldContents[kCodePath].Copy = "/backups/0 prog.hex";
+  Files.Refused = {kWrittenCode};
+  State.OldContents[kWrittenCode].Copy = "/backups/0 prog.hex";
   EXPECT_EQ(WriteCodeHexFile(Context).End, HexWriteEnd::AccessRefused);
   EXPECT_EQ(Boxes.Boxes.at(0).Text, kReadOnlyText);
   EXPECT_EQ(Detail(), "元のファイルはそのままです。");
-  EXPECT_EQ(Files.Files[kCodePath], "as it was");
+  EXPECT_EQ(Files.Files[kWrittenCode], "as it was");
   EXPECT_FALSE(Files.Exists(kCopy));
-  EXPECT_EQ(LastCopyOf(State, kCodePath), "/backups/0 prog.hex") << "of the save before";
+  EXPECT_EQ(LastCopyOf(State, kWrittenCode), "/backups/0 prog.hex") << "of the save before";
 }
 
 TEST_F(OldContent, AfterABadLineNothingIsTouchedAndNothingKept) {
@@ -432,10 +432,10 @@ TEST_F(OldContent, ThatCannotBeKeptStopsNoSaveAndIsTraced) {
   constexpr char kLost[] =
       "保存する前の内容を残せませんでした。ディスクの空き容量がありません。(no room)";
   EXPECT_TRUE(WriteCodeHexFile(Context));
-  EXPECT_THAT(Files.Files[kCodePath], EndsWith(":00000001FF\r\n"));
+  EXPECT_THAT(Files.Files[kWrittenCode], EndsWith(":00000001FF\r\n"));
   EXPECT_TRUE(Boxes.Boxes.empty());
-  EXPECT_EQ(NewTrace(), Texts{std::string(kCodePath) + "\r\n" + kLost});
-  EXPECT_EQ(LastCopyOf(State, kCodePath), "");
+  EXPECT_EQ(NewTrace(), Texts{std::string(kWrittenCode) + "\r\n" + kLost});
+  EXPECT_EQ(LastCopyOf(State, kWrittenCode), "");
   EXPECT_EQ(DescribeMissingCopies(State), std::string("⚠ prog.hex : ") + kLost);
   Archive.Refusal = {};
   EXPECT_TRUE(WriteCodeHexFile(Context));

@@ -9,16 +9,16 @@
 #include "image/buffers.h"
 #include "image/findings.h"
 #include "image/hex_writer.h"
+#include "image/sample_files.h"
 
 namespace fenwright::image {
 namespace {
 
-constexpr ImageTarget kCode{.Kind = ImageKind::Code, .Bytes = 0x400, .Chip = "ATtiny12"};
-constexpr ImageTarget kData{.Kind = ImageKind::Data, .Bytes = 64, .Chip = "ATtiny12"};
+constexpr ImageTarget kCodeMemory{.Kind = ImageKind::Code, .Bytes = 0x400, .Chip = "ATtiny12"};
+constexpr ImageTarget kDataMemory{.Kind = ImageKind::Data, .Bytes = 64, .Chip = "ATtiny12"};
 constexpr ImageTarget kFirmware{.Kind = ImageKind::Firmware};
 /// Two words at address 0.
 constexpr char kWords[] = ":040000000C940D94BB\r\n";
-constexpr char kEnd[] = ":00000001FF\r\n";
 
 std::string Repeated(const std::string& text, int times) {
   std::string all;
@@ -32,7 +32,7 @@ ImageTarget Flash(std::int32_t words) {
 }
 
 /// The only finding of a file.
-Finding Only(const std::string& content, const ImageTarget& target = kCode) {
+Finding Only(const std::string& content, const ImageTarget& target = kCodeMemory) {
   const ImageCheck check = CheckImage(content, target);
   EXPECT_EQ(check.Findings.size(), 1U) << ::testing::PrintToString(Codes(check));
   return check.Findings.empty() ? Finding{} : check.Findings.front();
@@ -41,7 +41,7 @@ Finding Only(const std::string& content, const ImageTarget& target = kCode) {
 struct Found {
   const char* Content;
   Texts CodesInOrder;
-  ImageTarget Target = kCode;
+  ImageTarget Target = kCodeMemory;
 };
 
 class ImageCheckFinds : public TestWithParam<Found> {};
@@ -75,7 +75,8 @@ INSTANTIATE_TEST_SUITE_P(
         // Whatever stands behind the end record and is no data.
         Found{":020000000C945E|:00000001FF|:00000001FF|:0000000000|", {}},
         Found{":0104000011EA|:00000001FF|", {}, Flash(0)},
-        Found{":01040000FFFC|:020000000C945E|:00000001FF|", {}}, Found{":00000001FF|", {}, kData}));
+        Found{":01040000FFFC|:020000000C945E|:00000001FF|", {}},
+        Found{":00000001FF|", {}, kDataMemory}));
 
 INSTANTIATE_TEST_SUITE_P(
     Notes, ImageCheckFinds,
@@ -117,19 +118,19 @@ INSTANTIATE_TEST_SUITE_P(
         Found{":020000040081797|:020000000C945E|:00000001FF|",
               {"(long-record@1)", "extended-address@1"}},
         Found{":020000021000EC|:020000000C945E|:00000001FF|", {"extended-address@1"}},
-        Found{":020000040001F9|:020000000C945E|:00000001FF|", {"extended-address@1"}, kData},
+        Found{":020000040001F9|:020000000C945E|:00000001FF|", {"extended-address@1"}, kDataMemory},
         // Digits of either case move the address alike.
         Found{":0200000400ffFB|:020000000C945E|:00000001FF|", {"extended-address@1"}},
         Found{":0104000011EA|:00000001FF|", {"data-beyond-chip@1"}},
         Found{":0103FF0011EC|:00000001FF|", {}},
         Found{":0203FF00FF11EC|:00000001FF|", {"data-beyond-chip@1"}},
-        Found{":0100400011AE|:00000001FF|", {"data-beyond-chip@1"}, kData},
-        Found{":01003F0011AF|:00000001FF|", {}, kData},
+        Found{":0100400011AE|:00000001FF|", {"data-beyond-chip@1"}, kDataMemory},
+        Found{":01003F0011AF|:00000001FF|", {}, kDataMemory},
         Found{":02FFFF000102FD|:00000001FF|", {"data-beyond-buffer@1", "data-beyond-chip@1"}},
         Found{":01FFFF00FF02|:020000000C945E|:00000001FF|", {}},
         Found{":02FFFF00FFFF02|:020000000C945E|:00000001FF|", {"data-beyond-buffer@1"}},
-        Found{":01080000FFF8|:00000001FF|", {}, kData},
-        Found{":01080100FFF7|:00000001FF|", {"data-beyond-buffer@1"}, kData},
+        Found{":01080000FFF8|:00000001FF|", {}, kDataMemory},
+        Found{":01080100FFF7|:00000001FF|", {"data-beyond-buffer@1"}, kDataMemory},
         Found{":00000001FF|:020000000C945E|", {"records-after-end@2"}},
         Found{":020000000C945E|:020000000D945D|:00000001FF|", {"contradicting-records@2"}},
         Found{":020000000C945E|:020001000D945C|:00000001FF|", {"contradicting-records@2"}},
@@ -139,8 +140,8 @@ INSTANTIATE_TEST_SUITE_P(
         Found{":020000000C945E|:02000004008179|:020000000D945D|:00000001FF|",
               {"extended-address@2"}},
         Found{":00000001FF|", {"no-data@0"}}, Found{"", {"no-data@0"}},
-        Found{":0000000000|:00000001FF|", {"no-data@0"}}, Found{"", {"no-end-record@0"}, kData},
-        Found{":020000000C945E|", {"no-end-record@0"}},
+        Found{":0000000000|:00000001FF|", {"no-data@0"}},
+        Found{"", {"no-end-record@0"}, kDataMemory}, Found{":020000000C945E|", {"no-end-record@0"}},
         Found{"hello|", {"not-a-record@1", "no-data@0"}}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -164,11 +165,12 @@ TEST(ImageCheck, TheOneDigitChecksumOfTheWriterIsRight) {
       line = HexRecord(0xFF, data).substr(0, 9 + 32);
     }
     const std::string own = RecordChecksum(line, ignored);
-    EXPECT_EQ(Codes(CheckImage(own + "\r\n" + kEnd, kCode)), Texts{}) << own;
-    EXPECT_EQ(Codes(CheckImage(own + "  \r\n" + kEnd, kCode)), Texts{}) << own;
+    EXPECT_EQ(Codes(CheckImage(own + "\r\n" + kEnd, kCodeMemory)), Texts{}) << own;
+    EXPECT_EQ(Codes(CheckImage(own + "  \r\n" + kEnd, kCodeMemory)), Texts{}) << own;
     // Cut by one, it is not what the writer wrote.
     const std::string cut = own.substr(0, own.size() - 1);
-    EXPECT_EQ(Codes(CheckImage(cut + "\r\n" + kEnd, kCode)), Texts{"wrong-checksum@1"}) << cut;
+    EXPECT_EQ(Codes(CheckImage(cut + "\r\n" + kEnd, kCodeMemory)), Texts{"wrong-checksum@1"})
+        << cut;
   }
   EXPECT_EQ(RecordChecksum(":1000E20000000000000000000000000000000000", ignored).size(), 42U);
 }
@@ -232,7 +234,7 @@ TEST(ImageCheck, DataBeyondTheChipNameItItsSizeAndTheTrueShare) {
   EXPECT_EQ(finding.Cause.Japanese,
             "アドレス 0x0400 は CHIP の容量(0x03FF まで)を超えています。4096 word のうち 3584 word "
             "は書き込まれません。");
-  EXPECT_THAT(Only(":0100400011AE\r\n" + std::string(kEnd), kData).Cause.English,
+  EXPECT_THAT(Only(":0100400011AE\r\n" + std::string(kEnd), kDataMemory).Cause.English,
               HasSubstr("1 of the file's 1 bytes"));
 }
 
@@ -296,12 +298,12 @@ TEST(ImageCheck, EveryFindingHasACauseAndACureInBothLanguages) {
       }
     }
   };
-  look("hello\r\n", kCode);
+  look("hello\r\n", kCodeMemory);
   look(std::string(kWords) + kWords + ":02000006ABCD80\r\n:0g\r\n:02\r\n:020000000C9400 0\r\n" +
            ":0104000011EA\r\n:02FFFF000102FD\r\n:020000000D945D\r\n:020000040001F9\r\n" + kWords +
            "\r\n",
-       kCode);
-  look(std::string(kWords) + ":0000000100\r\n" + kWords, kCode);
+       kCodeMemory);
+  look(std::string(kWords) + ":0000000100\r\n" + kWords, kCodeMemory);
   EXPECT_EQ(seen.size(), 16U);
 }
 
@@ -314,13 +316,13 @@ TEST(ImageCheck, TheShareCountsWordsOrBytesThatAreNotBlankOnceEach) {
   };
   EXPECT_EQ(share(HexFile(FullImage(8192, 3)), Flash(512)), "512 of 4096");
   EXPECT_EQ(share(std::string(kWords) + kWords + kEnd, Flash(512)), "2 of 2");
-  EXPECT_EQ(share(std::string(kWords) + kEnd, kData), "4 of 4");
+  EXPECT_EQ(share(std::string(kWords) + kEnd, kDataMemory), "4 of 4");
   EXPECT_EQ(share(std::string(kWords) + kEnd, Flash(1)), "1 of 2");
   EXPECT_EQ(share(std::string(kWords) + kEnd, Flash(0)), "2 of 2") << "no device";
   // One byte of a word.
-  EXPECT_EQ(share(":0100110011DD\r\n" + std::string(kEnd), kCode), "1 of 1");
-  EXPECT_EQ(share(":02000000FFFF00\r\n" + std::string(kEnd), kCode), "0 of 0");
-  EXPECT_EQ(share(HexFile(Bytes(16, 0x12), 0x7E00), kCode), "0 of 8");
+  EXPECT_EQ(share(":0100110011DD\r\n" + std::string(kEnd), kCodeMemory), "1 of 1");
+  EXPECT_EQ(share(":02000000FFFF00\r\n" + std::string(kEnd), kCodeMemory), "0 of 0");
+  EXPECT_EQ(share(HexFile(Bytes(16, 0x12), 0x7E00), kCodeMemory), "0 of 8");
 }
 
 TEST(ImageCheck, FindingsOfOneKindAreCountedAndOnlyTheFirstIsTold) {
@@ -338,7 +340,7 @@ TEST(ImageCheck, AGarbageFileOfTenMegabytesGivesAShortListInLinearTime) {
   const std::size_t size = 10'000'000;
   const Bytes garbage = RandomBytes(size, 8);
   std::string text(garbage.begin(), garbage.end());
-  EXPECT_LE(CheckImage(text, kCode).Findings.size(), 16U);
+  EXPECT_LE(CheckImage(text, kCodeMemory).Findings.size(), 16U);
   // The same with records that overlap, contradict and lie everywhere, and of one long line.
   const Bytes data(16, 0x12);
   const std::string records = HexRecord(0x10, data) + HexRecord(0x12, data) +
@@ -346,9 +348,9 @@ TEST(ImageCheck, AGarbageFileOfTenMegabytesGivesAShortListInLinearTime) {
                               ":020000040000FA\r\n:zz\r\nx\r\n\r\n";
   text = Repeated(records, static_cast<int>(size / records.size()));
   const auto start = std::chrono::steady_clock::now();
-  const ImageCheck check = CheckImage(text, kCode);
+  const ImageCheck check = CheckImage(text, kCodeMemory);
   EXPECT_LE(check.Findings.size(), 16U);
-  EXPECT_LE(CheckImage(":" + std::string(size, '0'), kCode).Findings.size(), 16U);
+  EXPECT_LE(CheckImage(":" + std::string(size, '0'), kCodeMemory).Findings.size(), 16U);
   // Seconds, not milliseconds, so that a slow build under a sanitizer passes; a square would take
   // hours.
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
@@ -388,7 +390,7 @@ TEST_F(OwnFiles, WhoseUpperHalfHoldsDataAreFoundOut) {
   State.EepromBuffer[100] = 0x12;
   State.DataSaveFileName = "/a.eep";
   ASSERT_TRUE(WriteDataHexFile(Context));
-  EXPECT_EQ(Codes(CheckImage(Files.Files["/a.eep"], kData)), Texts{"data-beyond-chip@7"});
+  EXPECT_EQ(Codes(CheckImage(Files.Files["/a.eep"], kDataMemory)), Texts{"data-beyond-chip@7"});
 }
 
 TEST(ImageCheck, AThousandRandomGoodFilesHaveNoFinding) {

@@ -1,17 +1,15 @@
 #include "image/save_commands.h"
 
 #include "image/file_commands.h"
+#include "image/sample_files.h"
 #include "support/test_run.h"
 
 namespace fenwright::image {
 namespace {
 
-constexpr char kCodePath[] = "/home/files/prog.hex";
-constexpr char kDataPath[] = "/home/files/prog.eep";
 constexpr char kQuestionTitle[] = "ファイル保存";
 constexpr char kQuestion[] = "ファイルが存在します。上書きしますか？";
 constexpr char kSaved[] = "ファイルを保存しました．";
-constexpr char kTrace[] = "append /app/_debug_avr.txt";
 
 using SaveCommand = SaveReport (*)(core::RunContext&);
 

@@ -11,13 +11,13 @@
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
+#include "ops/samples.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
 
-constexpr const char* kDevice = "ATtiny12L";
-constexpr std::uint32_t kWords = 512;
+constexpr std::uint32_t kFlashWords = 512;
 constexpr std::uint32_t kBytes = 64;
 /// Longest wait for one reply.
 constexpr double kLongestTimeout = 5.0;
@@ -34,21 +34,22 @@ struct Content {
 
 Content ContentOf(const board::Chip& chip) {
   Content content;
-  for (std::uint32_t word = 0; word < kWords; ++word) content.Flash.push_back(chip.FlashWord(word));
+  for (std::uint32_t word = 0; word < kFlashWords; ++word)
+    content.Flash.push_back(chip.FlashWord(word));
   for (std::uint32_t byte = 0; byte < kBytes; ++byte)
     content.Eeprom.push_back(chip.EepromByte(byte));
   return content;
 }
 
 Content Blank() {
-  return {.Flash = std::vector<unsigned>(kWords, 0xFFFF),
+  return {.Flash = std::vector<unsigned>(kFlashWords, 0xFFFF),
           .Eeprom = std::vector<unsigned>(kBytes, 0xFF)};
 }
 
 /// What the buffers say that a chip is to hold.
 Content ContentOf(const core::AppState& state) {
   Content content;
-  for (std::size_t word = 0; word < kWords; ++word) {
+  for (std::size_t word = 0; word < kFlashWords; ++word) {
     content.Flash.push_back(static_cast<unsigned>(state.FlashBuffer[2 * word]) << 8U |
                             state.FlashBuffer[2 * word + 1]);
   }
@@ -133,7 +134,7 @@ void FillChip(BoardRun& run) {
 void PutImageIntoChip(BoardRun& run) {
   run.LoadImage(Code(), Data());
   const Content image = ContentOf(run.State);
-  for (std::uint32_t word = 0; word < kWords; ++word) {
+  for (std::uint32_t word = 0; word < kFlashWords; ++word) {
     run.Chip().SetFlashWord(word, static_cast<std::uint16_t>(image.Flash[word]));
   }
   for (std::uint32_t byte = 0; byte < kBytes; ++byte) {
@@ -189,7 +190,7 @@ const std::vector<Operation>& Operations() {
 }
 
 std::uint32_t RepliesOf(const Operation& operation) {
-  BoardRun run(kDevice);
+  BoardRun run(kTiny12);
   operation.Prepare(run);
   ops::RunCommand(run.Context, operation.Entry);
   EXPECT_TRUE(ops::Succeeded(run.State)) << operation.Name;
@@ -218,7 +219,7 @@ bool MayGoUndetected(const Operation& operation, const std::string& fault) {
 void Try(const Operation& operation, const std::string& fault, std::uint32_t replies,
          Tally& tally) {
   SCOPED_TRACE(std::string(operation.Name) + " " + fault);
-  BoardRun run(kDevice, WithFaults(fault));
+  BoardRun run(kTiny12, WithFaults(fault));
   operation.Prepare(run);
   const Content before = ContentOf(run.Chip());
   const Content image = ContentOf(run.State);
@@ -281,7 +282,7 @@ TEST(ByteSweep, EveryReplyOfEveryCommandMayGoWrongInEveryWay) {
 
 TEST(ByteSweep, TheLineMayHangUpAtEveryByteOfEveryCommand) {
   for (const Operation& operation : Operations()) {
-    BoardRun whole(kDevice);
+    BoardRun whole(kTiny12);
     operation.Prepare(whole);
     ops::RunCommand(whole.Context, operation.Entry);
     const auto sent = static_cast<std::uint32_t>(whole.Wire.size());

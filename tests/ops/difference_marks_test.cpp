@@ -2,14 +2,13 @@
 
 #include "ops/command.h"
 #include "ops/commands.h"
+#include "ops/samples.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
 
 using Places = std::vector<screen::DifferingPlace>;
-
-constexpr const char* kTiny12 = "ATtiny12L";
 
 /// A programmed chip of which some cells are then changed.
 struct DifferenceMarks : Test, BoardRun {

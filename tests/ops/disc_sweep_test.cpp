@@ -8,6 +8,7 @@
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
+#include "ops/samples.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
@@ -15,7 +16,6 @@ namespace {
 
 using screen::View;
 
-constexpr const char* kDevice = "ATtiny12L";
 constexpr const char* kVerified = "プログラムとベリファイが正常に終了しました。";
 
 Bytes OldImage() { return {0x11, 0x22, 0x33, 0x44}; }
@@ -40,7 +40,7 @@ const std::vector<CommandRow>& Commands() {
 
 /// A board whose chip was programmed well with the old image; the new one is in the buffers.
 struct AfterGoodRun : BoardRun {
-  AfterGoodRun() : BoardRun(kDevice, {.Baud = 0}) {
+  AfterGoodRun() : BoardRun(kTiny12, {.Baud = 0}) {
     Views.Source = &Files;
     Files.Files["/p/a.hex"] = HexFile(NewImage());
     Files.Files["/p/a.eep"] = HexFile({0x42});

@@ -6,13 +6,12 @@
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
+#include "ops/samples.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
 
-constexpr const char* kCodePath = "/files/prog.hex";
-constexpr const char* kDataPath = "/files/prog.eep";
 const std::string kCodeInfo = "prog.hex\n2 / 512 word (1 %)";
 const std::string kDataInfo = "prog.eep\n1 / 64 byte (2 %)";
 

@@ -8,13 +8,13 @@
 #include "ops/device_session.h"
 #include "ops/outcome.h"
 #include "ops/program_device.h"
+#include "ops/samples.h"
 #include "ops/verify_device.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
 
-constexpr const char* kTiny12 = "ATtiny12L";
 constexpr const char* kMismatch =
     "デバイス選択と、ソケット上のデバイスが一致しません。\r\n"
     "購入直後のデバイスを使用する場合は、チップイレース(<イレース>ボタン)を実行してください。";

@@ -3,13 +3,12 @@
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
+#include "ops/samples.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
 
-constexpr const char* kCodePath = "/files/prog.hex";
-constexpr const char* kDataPath = "/files/prog.eep";
 constexpr const char* kWords = ":040000000C940D94BB\r\n";
 
 /// Opens files and programs them.

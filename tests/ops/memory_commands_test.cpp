@@ -5,12 +5,11 @@
 #include "ops/commands.h"
 #include "ops/outcome.h"
 #include "ops/read_device.h"
+#include "ops/samples.h"
 #include "support/traces.h"
 
 namespace fenwright::testing {
 namespace {
-
-constexpr const char* kTiny12 = "ATtiny12L";
 
 void FillChip(board::Chip& chip, const Bytes& flash, const Bytes& eeprom) {
   for (std::uint32_t word = 0; word < flash.size() / 2; ++word) {
@@ -516,15 +515,15 @@ TEST(MemoryCommands, StartWithTheStartMark) {
   }
 }
 
-struct CommandRow {
+struct MemoryCommand {
   void (*Command)(core::RunContext&);
   int Replies;  ///< replies of a whole run with one word to compare, 20 of the many of a read
 };
 
 TEST(MemoryCommands, AnyReplyMayBeLostAndTheNextCommandWorks) {
   for (const auto& [command, replies] :
-       {CommandRow{&ops::Cmd_btn_read_Click, 20}, CommandRow{&ops::Cmd_btn_verify_Click, 16},
-        CommandRow{&ops::Cmd_btn_erase_Click, 9}}) {
+       {MemoryCommand{&ops::Cmd_btn_read_Click, 20}, MemoryCommand{&ops::Cmd_btn_verify_Click, 16},
+        MemoryCommand{&ops::Cmd_btn_erase_Click, 9}}) {
     for (int reply = 1; reply <= replies; ++reply) {
       SCOPED_TRACE(std::to_string(replies) + " " + std::to_string(reply));
       BoardRun run(kTiny12, WithFaults("drop@" + std::to_string(reply)));

@@ -3,12 +3,12 @@
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
+#include "ops/samples.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
 namespace {
 
-constexpr const char* kTiny12 = "ATtiny12L";
 constexpr const char* kReport = "/app/avrvfy.txt";
 
 /// Texts of the dialog with their modes, in order.

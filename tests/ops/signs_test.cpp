@@ -4,6 +4,7 @@
 #include "ops/command.h"
 #include "ops/commands.h"
 #include "ops/outcome.h"
+#include "ops/samples.h"
 #include "support/test_run.h"
 
 namespace fenwright::testing {
@@ -11,7 +12,6 @@ namespace {
 
 using Sign = screen::Outcome;
 
-constexpr const char* kTiny12 = "ATtiny12L";
 constexpr const char* kLocked =
     "読み出した値がアドレスと同じなので、デバイスはプロテクトされている可能性があります。";
 constexpr const char* kResetPinGone =

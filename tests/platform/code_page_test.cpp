@@ -7,7 +7,7 @@
 namespace fenwright::platform {
 namespace {
 
-class Cp932 : public testing::Test {
+class Cp932 : public ::testing::Test {
  protected:
   std::string From(std::string_view text) { return page_.FromUtf8(text); }
   std::string To(std::string_view bytes) { return page_.ToUtf8(bytes); }

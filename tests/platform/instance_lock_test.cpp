@@ -18,7 +18,7 @@ namespace fenwright::platform {
 namespace {
 
 INSTANTIATE_TEST_SUITE_P(System, SingleInstanceContract,
-                         testing::Values(SingleInstanceImplementation{
+                         ::testing::Values(SingleInstanceImplementation{
                              "LockFile",
                              [](const std::string& name) {
                                static const TemporaryFolder folder;

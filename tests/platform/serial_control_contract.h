@@ -49,7 +49,7 @@ inline void PrintTo(const SerialImplementation& implementation, std::ostream* ou
   *out << implementation.Name;
 }
 
-class SerialControlContract : public testing::TestWithParam<SerialImplementation> {
+class SerialControlContract : public ::testing::TestWithParam<SerialImplementation> {
  protected:
   static constexpr double kRest = 0.05;
   /// Far below the rests of a second that must end early, far above what a busy machine needs.
@@ -350,7 +350,7 @@ TEST_P(SerialControlContract, AHangUpIsSeenByTheNextRest) {
   EXPECT_TRUE(Port().IsGone());
 }
 
-inline std::string ImplementationName(const testing::TestParamInfo<SerialImplementation>& info) {
+inline std::string ImplementationName(const ::testing::TestParamInfo<SerialImplementation>& info) {
   return info.param.Name;
 }
 

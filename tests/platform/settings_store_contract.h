@@ -23,7 +23,7 @@ inline void PrintTo(const SettingsStoreImplementation& implementation, std::ostr
   *out << implementation.Name;
 }
 
-class SettingsStoreContract : public testing::TestWithParam<SettingsStoreImplementation> {
+class SettingsStoreContract : public ::testing::TestWithParam<SettingsStoreImplementation> {
  protected:
   SettingsStore& Store() { return *store_; }
 

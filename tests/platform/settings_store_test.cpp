@@ -6,7 +6,7 @@ namespace fenwright::platform {
 namespace {
 
 INSTANTIATE_TEST_SUITE_P(InMemory, SettingsStoreContract,
-                         testing::Values(SettingsStoreImplementation{
+                         ::testing::Values(SettingsStoreImplementation{
                              "Memory", [] { return std::make_unique<MemorySettingsStore>(); }}),
                          [](const auto& implementation) { return implementation.param.Name; });
 
@@ -27,7 +27,7 @@ class OwningStore final : public SettingsStore {
 };
 
 INSTANTIATE_TEST_SUITE_P(Run, SettingsStoreContract,
-                         testing::Values(SettingsStoreImplementation{
+                         ::testing::Values(SettingsStoreImplementation{
                              "OfOneRun", [] { return std::make_unique<OwningStore>(); }}),
                          [](const auto& implementation) { return implementation.param.Name; });
 

@@ -47,7 +47,7 @@ class SimulatedRig final : public SerialRig {
 };
 
 INSTANTIATE_TEST_SUITE_P(SimulatedBoard, SerialControlContract,
-                         testing::Values(SerialImplementation{
+                         ::testing::Values(SerialImplementation{
                              "Simulated",
                              [] { return std::unique_ptr<SerialRig>(new SimulatedRig); }}),
                          ImplementationName);

@@ -23,7 +23,7 @@ inline void PrintTo(const SingleInstanceImplementation& implementation, std::ost
   *out << implementation.Name;
 }
 
-class SingleInstanceContract : public testing::TestWithParam<SingleInstanceImplementation> {
+class SingleInstanceContract : public ::testing::TestWithParam<SingleInstanceImplementation> {
  protected:
   static std::unique_ptr<SingleInstance> Make(const std::string& name) {
     return GetParam().Make(name);

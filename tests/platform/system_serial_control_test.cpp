@@ -33,7 +33,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 using std::chrono::steady_clock;
-using testing::HasSubstr;
+using ::testing::HasSubstr;
 
 double SteadySeconds() {
   return std::chrono::duration<double>(steady_clock::now().time_since_epoch()).count();
@@ -65,7 +65,7 @@ class PseudoTerminalRig final : public SerialRig {
 };
 
 INSTANTIATE_TEST_SUITE_P(SystemOnAPseudoTerminal, SerialControlContract,
-                         testing::Values(SerialImplementation{
+                         ::testing::Values(SerialImplementation{
                              "System",
                              [] { return std::unique_ptr<SerialRig>(new PseudoTerminalRig); }}),
                          ImplementationName);
@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(SystemOnAPseudoTerminal, SerialControlContract,
 // --- Draining ---
 
 /// A stream of which the system tells, as of a line, how much is not out yet.
-struct DrainTest : testing::Test {
+struct DrainTest : ::testing::Test {
   DrainTest() {
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends_.data()), 0);
     EXPECT_EQ(write(ends_[0], "L", 1), 1);
@@ -247,7 +247,7 @@ TEST(SystemSerialControlOpening, WithoutPermissionForTheGroupNoCommandIsAdvised)
     return Outcome(OpenPath(line.Path()));
   });
   EXPECT_THAT(outcome, HasSubstr("no permission: "));
-  EXPECT_THAT(outcome, testing::Not(HasSubstr("usermod")));
+  EXPECT_THAT(outcome, ::testing::Not(HasSubstr("usermod")));
   EXPECT_THAT(outcome, HasSubstr("管理者"));
 }
 
@@ -365,7 +365,7 @@ TEST(PortFailure, EverySystemErrorHasItsStatus) {
 
 // --- Transfer ---
 
-class SystemSerialControlLine : public testing::Test {
+class SystemSerialControlLine : public ::testing::Test {
  protected:
   SystemSerialControlLine() { EXPECT_EQ(port_.Open().Status, PortOpenStatus::Ok); }
 

@@ -14,7 +14,7 @@
 namespace fenwright::platform {
 
 /// The system's files in a folder of the test's own.
-class TheSystemsFiles : public testing::Test {
+class TheSystemsFiles : public ::testing::Test {
  protected:
   using Status = FileResult::Status;
 

@@ -6,7 +6,7 @@ namespace {
 
 using update::UpdateOutcome;
 
-constexpr const char* kDone =
+constexpr const char* kUpdated =
     "　　　 ファームウエアアップデートが完了しました。  電源を再投入してください。  "
     "　　　　　　　\r\n　";
 
@@ -73,7 +73,7 @@ TEST_ON(UpdateTest, UpdateWire, AFileWithOnlyAnEndRecordSendsTheEndFrameAtOnceAn
   EXPECT_TRUE(Dialog_Update.Status.starts_with("アップデート完了。  "));
   EXPECT_TRUE(Dialog_Update.Status.ends_with("sec"));
   EXPECT_THAT(DialogBoxes.Boxes,
-              ElementsAre(Box{MessageIcon::Information, "ファームウエアアップデート", kDone}));
+              ElementsAre(Box{MessageIcon::Information, "ファームウエアアップデート", kUpdated}));
   EXPECT_TRUE(UpdaterPort.PortOpen());
 }
 

@@ -9,7 +9,7 @@ namespace fenwright::platform {
 namespace {
 
 /// A stream to a console that keeps what it is to show.
-class TheConsolesBuffer : public testing::Test {
+class TheConsolesBuffer : public ::testing::Test {
  protected:
   std::vector<std::wstring> Shown;
   bool Works = true;

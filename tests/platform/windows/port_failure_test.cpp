@@ -11,9 +11,9 @@
 namespace fenwright::platform {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 PortOpenResult Failure(unsigned long error) { return DescribePortFailure(R"(\\.\COM3)", error); }
 

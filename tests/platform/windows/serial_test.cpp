@@ -21,8 +21,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 using std::chrono::steady_clock;
-using testing::HasSubstr;
-using testing::StartsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 std::string Variable(const char* name) {
   const char* const value = std::getenv(name);
@@ -74,7 +74,7 @@ class ComPortRig final : public SerialRig {
 };
 
 INSTANTIATE_TEST_SUITE_P(SystemOnAComPort, SerialControlContract,
-                         testing::Values(SerialImplementation{
+                         ::testing::Values(SerialImplementation{
                              "System", [] { return std::unique_ptr<SerialRig>(new ComPortRig); }}),
                          ImplementationName);
 
