@@ -13,20 +13,16 @@ function(fenwright_add_library name)
 endfunction()
 
 # fenwright_add_test(NAME sources... LINK targets... [TIMEOUT seconds] [SHARDS n] [EXCEPT filter]
-#                    [LABELS labels...] [ENVIRONMENT variables...] [TOGETHER])
+#                    [LABELS labels...] [ENVIRONMENT variables...])
 #
 # A GoogleTest program, run as one CTest test; with SHARDS as NAME_1 to NAME_n, which share its
 # tests out among them and can run at the same time. EXCEPT leaves out the tests of that filter:
-# fenwright_add_serial_test() runs them. With TOGETHER a few sources are compiled at a time, which
-# takes a fraction of the time: their names must not meet. Every test has a time-out and a settings folder of its own,
+# fenwright_add_serial_test() runs them. Every test has a time-out and a settings folder of its own,
 # so that a run never touches the user's settings.
 function(fenwright_add_test name)
-  cmake_parse_arguments(ARG "TOGETHER" "TIMEOUT;SHARDS;EXCEPT" "SOURCES;LINK;LABELS;ENVIRONMENT"
+  cmake_parse_arguments(ARG "" "TIMEOUT;SHARDS;EXCEPT" "SOURCES;LINK;LABELS;ENVIRONMENT"
                         ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  if(ARG_TOGETHER)
-    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
-  endif()
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src
                                              ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${ARG_LINK} fenwright_warnings fenwright_hardening
