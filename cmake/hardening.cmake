@@ -1,10 +1,12 @@
 # The one place that says how the programs are hardened against what a mistake in them, or in a
-# library, could be used for; every target links it. scripts/check-hardening.sh reads from a built
-# program what has become of it.
+# library, could be used for; every target of the system links it. scripts/check-hardening.sh reads
+# from a built program what has become of it.
 #
 # What is built to find mistakes goes without: the sanitizers look for the same ones and more, and
 # the checked calls would hide some from them.
 add_library(fenwright_hardening INTERFACE)
+# What the libraries of a folder link for it; tests/ empties it.
+set(FENWRIGHT_HARDENING fenwright_hardening)
 if(FENWRIGHT_SANITIZE OR FENWRIGHT_FUZZ)
   return()
 endif()

@@ -9,7 +9,7 @@ function(fenwright_add_library name)
   target_link_libraries(
     ${name}
     PUBLIC ${ARG_LINK}
-    PRIVATE fenwright_warnings fenwright_hardening)
+    PRIVATE fenwright_warnings ${FENWRIGHT_HARDENING})
 endfunction()
 
 # fenwright_add_test(NAME sources... LINK targets... [TIMEOUT seconds] [SHARDS n] [EXCEPT filter]
@@ -25,8 +25,8 @@ function(fenwright_add_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src
                                              ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE ${ARG_LINK} fenwright_warnings fenwright_hardening
-                                        GTest::gtest GTest::gmock GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} fenwright_warnings GTest::gtest GTest::gmock
+                                        GTest::gtest_main)
   set(command ${name})
   if(ARG_EXCEPT)
     list(APPEND command --gtest_filter=-${ARG_EXCEPT})
