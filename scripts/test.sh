@@ -64,12 +64,12 @@ check_scripts() {
   shellcheck -x scripts/*.sh scripts/pre-commit examples/*.sh tests/*/*.sh .ci/run && echo "shellcheck: clean"
 }
 
-# run_tests PRESET [CTEST OPTION...]: builds the preset and runs its tests; ctest's closing lines
-# are kept for the summary.
+# run_tests PRESET [CTEST OPTION...]: builds the preset, or the caller's "targets" of it, and runs its
+# tests; ctest's closing lines are kept for the summary.
 run_tests() {
   local preset=$1 log status=0
   shift
-  build_preset "$preset" || return 1
+  build_preset "$preset" ${targets[@]+"${targets[@]}"} || return 1
   log=build/$preset/last-ctest.log
   ctest --preset "$preset" --no-tests=error "$@" 2>&1 | tee "$log" || status=1
   closing_lines+="[$preset]"$'\n'$(sed -n '/tests passed,.*tests failed/,$p' "$log")$'\n'
@@ -85,7 +85,9 @@ run_sanitized_tests() {
   if [[ -f scripts/lsan.supp ]]; then
     export LSAN_OPTIONS=${LSAN_OPTIONS-suppressions=$repo_root/scripts/lsan.supp:print_suppressions=0}
   fi
-  run_tests asan -j "$(($(nproc) + 1))" --label-exclude '^(system|long)$'
+  # The programs as a whole are not tested here.
+  local targets=(src/all tests/all tools/pictures/all)
+  run_tests asan -j "$(($(nproc) + 1))" --label-exclude '^system$'
 }
 
 # Builds every source with clang, the second compiler, and clang-tidy beside it; goes on after a
