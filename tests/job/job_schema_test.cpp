@@ -8,8 +8,8 @@
 #include "core/device_catalogue.h"
 #include "job/job_file.h"
 #include "job/whole_job.h"
+#include "support/json_schema.h"
 #include "support/prelude.h"
-#include "system/json_schema.h"
 
 namespace fenwright::job {
 namespace {

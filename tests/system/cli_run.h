@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/json_schema.h"
 #include "system/board_program.h"
-#include "system/json_schema.h"
 
 namespace fenwright::testing {
 

@@ -8,7 +8,7 @@ namespace fenwright::platform {
 namespace {
 
 /// Some consoles take no more than a few times this at once.
-constexpr std::size_t kBlock = 4096;
+constexpr std::size_t kConsoleBlock = 4096;
 
 /// The length of the character that starts with a byte; 1 for a byte that starts none.
 std::size_t LengthOf(unsigned char first) {
@@ -56,10 +56,10 @@ int ConsoleBuffer::sync() { return HandOn() ? 0 : -1; }
 
 bool ConsoleBuffer::Take(std::string_view bytes) {
   while (!bytes.empty()) {
-    const std::string_view piece = bytes.substr(0, kBlock - waiting_.size());
+    const std::string_view piece = bytes.substr(0, kConsoleBlock - waiting_.size());
     waiting_ += piece;
     bytes.remove_prefix(piece.size());
-    if (waiting_.size() == kBlock && !HandOn()) return false;
+    if (waiting_.size() == kConsoleBlock && !HandOn()) return false;
   }
   return true;
 }

@@ -1,4 +1,4 @@
-#include "system/json_schema.h"
+#include "support/json_schema.h"
 
 #include <fstream>
 #include <memory>
