@@ -52,9 +52,9 @@ std::string FolderOf(std::string_view path) {
 /// A path that a job file in that folder names.
 std::string Resolved(std::string_view folder, const std::string& path) {
   if (path.empty() || IsAbsolute(path)) return path;
-  std::string resolved = std::string(folder) + path;
-  if (kOnWindows) std::ranges::replace(resolved, '/', '\\');
-  return resolved;
+  std::string name = path;
+  if (kOnWindows) std::ranges::replace(name, '/', '\\');
+  return std::string(folder) + name;
 }
 
 /// How a job file in that folder names a path: on every system in the same way, so that the folder
