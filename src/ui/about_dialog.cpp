@@ -16,7 +16,7 @@ namespace fenwright::ui {
 namespace {
 
 constexpr int kAboutMargin = 16;
-constexpr int kIconSize = 64;
+constexpr int kPictureSide = 64;
 constexpr int kTextWidth = 340;
 
 constexpr const char* kMaker = "製作 : Fenwright プロジェクト";
@@ -40,14 +40,9 @@ void Emphasise(QLabel& label, double factor) {
 QWidget* Picture() {
   auto* picture = new QLabel;
   Name(picture, "picIcon", "プログラムのアイコン");
-  picture->setPixmap(ChipIcon().pixmap(QSize(kIconSize, kIconSize), picture->devicePixelRatioF()));
+  picture->setPixmap(
+      ChipIcon().pixmap(QSize(kPictureSide, kPictureSide), picture->devicePixelRatioF()));
   return picture;
-}
-
-QPushButton* Button(const QString& object_name, const QString& caption) {
-  auto* button = new QPushButton(caption);
-  Name(button, object_name, caption);
-  return button;
 }
 
 }  // namespace
@@ -113,9 +108,9 @@ QWidget* AboutDialog::BuildButtons() {
   auto* box = new QWidget;
   auto* row = new QHBoxLayout(box);
   row->setContentsMargins(0, 0, 0, 0);
-  QPushButton* support = Button("Command1", "サポートホームページへジャンプ");
-  QPushButton* licenses = Button("Command2", "ライセンス");
-  close_ = Button("cmdOK", "閉じる");
+  QPushButton* support = CaptionedButton("Command1", "サポートホームページへジャンプ");
+  QPushButton* licenses = CaptionedButton("Command2", "ライセンス");
+  close_ = CaptionedButton("cmdOK", "閉じる");
   row->addWidget(support);
   row->addWidget(licenses);
   row->addStretch(1);

@@ -4,6 +4,7 @@
 
 #include <QComboBox>
 #include <QLabel>
+#include <QPushButton>
 #include <QWheelEvent>
 
 #include "ui/text.h"
@@ -16,6 +17,13 @@ inline void Name(QWidget* control, const QString& object_name, const QString& ac
   control->setObjectName(object_name);
   control->setAccessibleName(accessible_name);
   control->setToolTip(tool_tip);
+}
+
+/// A push button that is called what it says.
+inline QPushButton* CaptionedButton(const QString& object_name, const QString& caption) {
+  auto* button = new QPushButton(caption);
+  Name(button, object_name, caption);
+  return button;
 }
 
 /// Shows a text in a label whose accessible name says what it is about.

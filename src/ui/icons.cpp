@@ -10,7 +10,7 @@ namespace fenwright::ui {
 namespace {
 
 /// Side of the square in which the icons are drawn.
-constexpr double kCanvas = 32;
+constexpr double kIconCanvas = 32;
 
 using Drawing = void (*)(QPainter&);
 
@@ -23,7 +23,7 @@ class DrawnIcon final : public QIconEngine {
     painter->setRenderHint(QPainter::Antialiasing);
     if (mode == QIcon::Disabled) painter->setOpacity(painter->opacity() * 0.35);
     painter->translate(rect.topLeft());
-    painter->scale(rect.width() / kCanvas, rect.height() / kCanvas);
+    painter->scale(rect.width() / kIconCanvas, rect.height() / kIconCanvas);
     drawing_(*painter);
     painter->restore();
   }
@@ -43,7 +43,7 @@ class DrawnIcon final : public QIconEngine {
 };
 
 QLinearGradient Shade(const QColor& top, const QColor& bottom) {
-  QLinearGradient gradient(0, 0, 0, kCanvas);
+  QLinearGradient gradient(0, 0, 0, kIconCanvas);
   gradient.setColorAt(0, top);
   gradient.setColorAt(1, bottom);
   return gradient;
@@ -266,7 +266,7 @@ void DrawQuestion(QPainter& painter) {
 }
 
 void DrawExclamationMark(QPainter& painter, double top, double height) {
-  const double middle = kCanvas / 2;
+  const double middle = kIconCanvas / 2;
   painter.setPen(Qt::NoPen);
   painter.setBrush(Qt::white);
   painter.drawRoundedRect(QRectF(middle - 1.9, top, 3.8, height - 6.2), 1.6, 1.6);
@@ -314,7 +314,7 @@ void DrawFailure(QPainter& painter) {
 void DrawDanger(QPainter& painter) {
   const auto octagon = [](double inset) {
     const double low = inset;
-    const double high = kCanvas - inset;
+    const double high = kIconCanvas - inset;
     const double cut = (high - low) * 0.293;
     return QPolygonF({{low + cut, low},
                       {high - cut, low},

@@ -22,12 +22,6 @@ constexpr const char* kIntroduction =
     "Fenwright は MIT ライセンスです。使用しているライブラリーのライセンスは次のとおりです "
     "(英語)。";
 
-QPushButton* Button(const QString& object_name, const QString& caption) {
-  auto* button = new QPushButton(caption);
-  Name(button, object_name, caption);
-  return button;
-}
-
 }  // namespace
 
 LicenseDialog::LicenseDialog(QWidget* parent) : QDialog(parent), text_(new QTextBrowser) {
@@ -64,8 +58,8 @@ QWidget* LicenseDialog::BuildButtons() {
   auto* box = new QWidget;
   auto* row = new QHBoxLayout(box);
   row->setContentsMargins(0, 0, 0, 0);
-  QPushButton* back = Button("cmdBack", "戻る");
-  QPushButton* close = Button("cmdClose", "閉じる");
+  QPushButton* back = CaptionedButton("cmdBack", "戻る");
+  QPushButton* close = CaptionedButton("cmdClose", "閉じる");
   row->addWidget(back);
   row->addStretch(1);
   row->addWidget(close);

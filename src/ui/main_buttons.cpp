@@ -12,7 +12,7 @@ namespace fenwright::ui {
 namespace {
 
 constexpr int kButtonSpacing = 4;
-constexpr QSize kIconSize(20, 20);
+constexpr QSize kButtonIcon(20, 20);
 constexpr int kButtonHeight = 32;
 
 /// One command button. Some have their shortcut from their menu item.
@@ -95,7 +95,7 @@ QWidget* MainWindow::BuildCommandBar() {
     if (design.FirstOfGroup) row->addWidget(GroupLine());
     auto* button = new QPushButton(design.Icon(), design.Caption);
     Name(button, design.Name, design.Caption, design.ToolTip);
-    button->setIconSize(kIconSize);
+    button->setIconSize(kButtonIcon);
     button->setMinimumHeight(kButtonHeight);
     button->setShortcut(QKeySequence(design.Shortcut));
     QFont font = button->font();

@@ -27,7 +27,7 @@ constexpr int kUpdateWidth = 600;
 constexpr int kInstructionsHeight = 96;
 constexpr int kUpdateMargin = 14;
 constexpr int kTextMargin = 8;
-constexpr int kButtonWidth = 112;
+constexpr int kUpdateButtonWidth = 112;
 
 QLabel* Caption(const QString& object_name, const QString& text, QWidget* buddy) {
   auto* label = new QLabel(text);
@@ -42,7 +42,7 @@ QPushButton* Button(const QString& object_name, const QString& caption, const QS
   auto* button = new QPushButton(caption);
   Name(button, object_name, caption, tool_tip);
   button->setAutoDefault(false);
-  button->setMinimumWidth(kButtonWidth);
+  button->setMinimumWidth(kUpdateButtonWidth);
   return button;
 }
 
