@@ -27,7 +27,7 @@ constexpr std::int16_t kCancel = 2;
 constexpr int kDefaultMaximum = 100;
 constexpr int kMessageWidth = 420;
 constexpr int kMinimumHeight = 136;
-constexpr int kSignSize = 48;
+constexpr int kDialogSign = 48;
 constexpr int kTopTwips = 500;
 constexpr int kSettleMilliseconds = 100;
 
@@ -71,7 +71,7 @@ QtMessageDialog::QtMessageDialog(MainWindow& owner, core::AppState& state)
 void QtMessageDialog::Build() {
   picture_ = new QLabel;
   Name(picture_, "Picture1", "アイコン");
-  picture_->setFixedSize(kSignSize, kSignSize);
+  picture_->setFixedSize(kDialogSign, kDialogSign);
 
   text_ = new WrappedLabel;
   Name(text_, "txtMsg", "メッセージ");
@@ -188,7 +188,7 @@ void QtMessageDialog::SetOutcome(screen::Outcome outcome) {
 
 void QtMessageDialog::ShowPicture(screen::Outcome outcome) {
   const QIcon icon = outcome == screen::Outcome::None ? PictureOf(mode_) : OutcomeIcon(outcome);
-  picture_->setPixmap(icon.pixmap(QSize(kSignSize, kSignSize), devicePixelRatioF()));
+  picture_->setPixmap(icon.pixmap(QSize(kDialogSign, kDialogSign), devicePixelRatioF()));
   const QString name = OutcomeName(outcome);
   picture_->setToolTip(name);
   picture_->setAccessibleDescription(name);
