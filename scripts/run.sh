@@ -21,7 +21,7 @@ build_preset release apps/all
 
 if [[ -n ${DISPLAY-}${WAYLAND_DISPLAY-} ]]; then
   say "Opening the window with a simulated board and ${example#"$repo_root/"}"
-  exec "$build_dir/apps/fenwright/fenwright" --simulate "$example" "$@"
+  exec "$build_dir/apps/fenwright/fenwright" --simulate --device "$device" "$example" "$@"
 fi
 
 say "No display: programming a simulated $device with ${example#"$repo_root/"} instead"
@@ -31,4 +31,5 @@ status=0
 "$build_dir/apps/fenwright-cli/fenwright-cli" --simulate --device "$device" --folder "$folder" \
   program "$example" "$@" || status=$?
 echo "fenwright-cli ended with exit code $status"
+echo "The programs are in ${build_dir#"$repo_root/"}/apps; docs/command-line.md says what fenwright-cli can do."
 exit "$status"

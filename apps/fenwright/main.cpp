@@ -113,7 +113,7 @@ QString StoreName(bool simulate) {
 }
 
 /// The port of the run: the one on the command line; a simulated board is on port 1 unless another
-/// was chosen. What is stored stays.
+/// was chosen, and nobody is asked for it. What is stored stays.
 void ChoosePort(RunSettingsStore& settings, const std::optional<PortOption>& given, bool simulate) {
   constexpr auto kSection = fenwright::core::kSettingsSection;
   constexpr auto kKey = fenwright::core::kPortNumberKey;
@@ -121,6 +121,7 @@ void ChoosePort(RunSettingsStore& settings, const std::optional<PortOption>& giv
     settings.GiveForThisRun(kSection, kKey, std::to_string(given->Number));
   } else if (simulate && !settings.Read(kSection, kKey)) {
     settings.GiveForThisRun(kSection, kKey, "1");
+    settings.GiveForThisRun(kSection, fenwright::core::kComPortAskedKey, "1");
   }
 }
 
@@ -285,6 +286,10 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .MakeTaskbar = fenwright::ui::MakeTaskbar,
                                 .ManualFolders = ManualFolders()});
   ChoosePort(run.Settings(), port_option, arguments.Simulate);
+  if (arguments.Device) {
+    run.Settings().GiveForThisRun(fenwright::core::kSettingsSection, fenwright::core::kDeviceKey,
+                                  std::to_string(*arguments.Device));
+  }
   if (simulated) {
     simulated->ChipInSocket = [&run] { return run.Context().Screen.DeviceForm.DeviceText(); };
     run.Window().MarkSimulated();

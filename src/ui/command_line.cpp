@@ -3,6 +3,8 @@
 #include <QCommandLineParser>
 
 #include "core/build_info.h"
+#include "core/device_catalogue.h"
+#include "core/lower_case.h"
 #include "ui/text.h"
 
 namespace fenwright::ui {
@@ -17,6 +19,20 @@ QString ValueOf(const QCommandLineParser& parser, const QString& option, QString
   return value;
 }
 
+/// The device of that name, in capitals or not; sets `error` when there is none.
+std::optional<int> FindDeviceNamed(const QString& name, QString& error) {
+  const auto& devices = core::DeviceCatalogue();
+  QStringList names;
+  for (std::size_t i = 0; i < devices.size(); ++i) {
+    const std::string alias = core::DeviceAlias(devices[i].DisplayName);
+    if (core::LowerCase(alias) == core::LowerCase(ToUtf8(name))) return static_cast<int>(i);
+    names.append(ToQString(alias));
+  }
+  error = "--device の「" + name +
+          "」というデバイスはありません。次のどれかにします: " + names.join(", ");
+  return std::nullopt;
+}
+
 }  // namespace
 
 QList<CommandLineOption> CommandLineOptions() {
@@ -24,6 +40,7 @@ QList<CommandLineOption> CommandLineOptions() {
            "ボードとチップをシミュレーションします。",
            "use a simulated board with simulated chips, and settings of their own",
            ""},
+          {{"device"}, "起動時に選ぶデバイス。", "device that is selected at the start", "NAME"},
           {{"folder"}, "作業ファイルを置くフォルダー。", "folder for the working files", "DIR"},
           {{"port"},
            "使用するCOMポート。COMn または COMn=PATH。",
@@ -49,6 +66,8 @@ CommandLine ParseCommandLine(const QStringList& arguments) {
     result.ShowHelp = parser.isSet("help");
     result.ShowVersion = parser.isSet("version");
     result.Folder = ValueOf(parser, "folder", result.Error);
+    const QString device = ValueOf(parser, "device", result.Error);
+    if (!device.isEmpty()) result.Device = FindDeviceNamed(device, result.Error);
     result.Port = ValueOf(parser, "port", result.Error);
     result.File = parser.positionalArguments().value(0);
   }

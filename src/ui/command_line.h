@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -11,11 +13,12 @@ struct CommandLine {
   bool Simulate = false;
   bool ShowHelp = false;
   bool ShowVersion = false;
-  QString Folder;  ///< "" = not given
-  QString Port;    ///< "COMn" or "COMn=PATH", "" = not given
-  QString File;    ///< the first other argument, "" = none
-  QString Error;   ///< what is wrong with the arguments, "" = nothing
-  QString Help;    ///< the help text
+  QString Folder;             ///< "" = not given
+  std::optional<int> Device;  ///< its place in the selector
+  QString Port;               ///< "COMn" or "COMn=PATH", "" = not given
+  QString File;               ///< the first other argument, "" = none
+  QString Error;              ///< what is wrong with the arguments, "" = nothing
+  QString Help;               ///< the help text
 };
 
 /// An option of the window program.

@@ -1,6 +1,8 @@
 #include "ui/command_line.h"
 
+#include "core/device_catalogue.h"
 #include "support/prelude.h"
+#include "ui/text.h"
 
 namespace fenwright::ui {
 namespace {
@@ -37,10 +39,30 @@ TEST(CommandLine, AnOptionWithoutItsValueIsAnError) {
   EXPECT_TRUE(ParseCommandLine({"fenwright", "--port="}).Error.contains("--port"));
 }
 
+TEST(CommandLine, TheDeviceIsNamedInCapitalsOrNot) {
+  EXPECT_FALSE(ParseCommandLine({"fenwright"}).Device);
+  const auto& devices = core::DeviceCatalogue();
+  for (std::size_t i = 0; i < devices.size(); ++i) {
+    const QString alias = ToQString(core::DeviceAlias(devices[i].DisplayName));
+    EXPECT_EQ(ParseCommandLine({"fenwright", "--device", alias}).Device, static_cast<int>(i));
+    EXPECT_EQ(ParseCommandLine({"fenwright", "--device=" + alias.toLower()}).Device,
+              static_cast<int>(i));
+  }
+}
+
+TEST(CommandLine, ADeviceThatThereIsNotIsAnErrorThatNamesThoseThereAre) {
+  const CommandLine line = ParseCommandLine({"fenwright", "--device", "ATmega8"});
+  EXPECT_FALSE(line.Device);
+  for (const char* word : {"ATmega8", "ATtiny12L", "AT90S1200A"}) {
+    EXPECT_TRUE(line.Error.contains(word)) << ToUtf8(line.Error);
+  }
+  EXPECT_TRUE(ParseCommandLine({"fenwright", "--device="}).Error.contains("--device"));
+}
+
 TEST(CommandLine, TheHelpNamesEveryOption) {
   const CommandLine line = ParseCommandLine({"fenwright", "--help"});
   EXPECT_TRUE(line.ShowHelp);
-  for (const char* option : {"--simulate", "--folder", "--port", "--version", "file"}) {
+  for (const char* option : {"--simulate", "--device", "--folder", "--port", "--version", "file"}) {
     EXPECT_TRUE(line.Help.contains(option)) << option;
   }
 }
