@@ -286,6 +286,7 @@ int RunWindow(QApplication& application, const CommandLine& arguments, const QSt
                                 .MakeTaskbar = fenwright::ui::MakeTaskbar,
                                 .ManualFolders = ManualFolders()});
   ChoosePort(run.Settings(), port_option, arguments.Simulate);
+  // Selected at the start like the stored one, and remembered like one that is picked.
   if (arguments.Device) {
     run.Settings().GiveForThisRun(fenwright::core::kSettingsSection, fenwright::core::kDeviceKey,
                                   std::to_string(*arguments.Device));

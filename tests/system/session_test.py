@@ -140,7 +140,9 @@ class SessionTest(window_test.WindowTest):
         self.assertLess(time.monotonic() - started, 10)
         self.assertIsNone(first.poll())
         simulated = self.start_program("--simulate")
-        self.wait_for_dialog()
+        # Its settings are others, so that it does not end as the second start did.
+        with self.assertRaises(subprocess.TimeoutExpired):
+            simulated.wait(3)
         simulated.kill()
         simulated.wait()
         first.send_signal(signal.SIGKILL)
@@ -149,6 +151,24 @@ class SessionTest(window_test.WindowTest):
         third = self.start_program()
         wait_for("the window", lambda: find("プログラム", "push button"))
         self.close_window(third)
+
+    def test_a_simulated_start_asks_for_no_port_and_selects_the_device_that_it_is_given(self):
+        self.store = os.path.join(os.environ["XDG_CONFIG_HOME"], "FenwrightV6-simulated.ini")
+        process = self.start_program("--simulate", "--device", "at90s8515")
+        wait_for("the window", lambda: find("プログラム", "push button"))
+        time.sleep(1)
+        self.assertIsNone(find("通信ポート選択", "dialog"))
+        self.open_file()
+        click(find("プログラム", "push button"))
+        wait_for("the result", lambda: text_of("メッセージ") == OK_TEXT)
+        self.assertEqual(text_of("シグネチャ"), "1E:93:01")
+        click(find("OK", "push button"))
+        wait_for("the dialog to go", lambda: find("メッセージ") is None)
+        self.close_window(process)
+        stored = self.stored()
+        self.assertEqual(stored["device"], "11", "it is remembered like one that was picked")
+        self.assertNotIn("ComNox", stored)
+        self.assertNotIn("Index_Com_Flag", stored)
 
     def test_a_port_that_is_not_there_leaves_the_dialog_open_for_another(self):
         process = self.start_program()
