@@ -74,7 +74,8 @@ run_tests() {
   ctest --preset "$preset" --no-tests=error "$@" 2>&1 | tee "$log" || status=1
   closing_lines+="[$preset]"$'\n'$(sed -n '/tests passed,.*tests failed/,$p' "$log")$'\n'
   # Those that passed at a second try among them.
-  closing_lines+=$(grep -E 'Test +#.*\*\*\*' "$log" | sed 's/^ */failed: /' || true)$'\n'
+  closing_lines+=$(grep -E 'Test +#.*\*\*\*(Failed|Timeout|Exception)' "$log" |
+    sed 's/^ */did not pass at once: /' || true)$'\n'
   return "$status"
 }
 
@@ -103,6 +104,7 @@ run_clang_tidy() {
 second_try=()
 if [[ $extent == full ]]; then second_try=(--repeat until-pass:2); fi
 
+targets=()  # what a stage builds of its preset; none: all of it
 closing_lines=''
 start=$SECONDS
 

@@ -1322,7 +1322,8 @@ TEST_F(CliUpdate, TheResultIsThereAsJson) {
   EXPECT_EQ(told["words_sent"], 12);
   EXPECT_EQ(told["words_to_skip"], 1);
   const CliResult version = OnPort("--json board-version");
-  EXPECT_EQ(version.Json()["board_version"], "KV-LOD350  V6.40") << ::testing::PrintToString(version);
+  EXPECT_EQ(version.Json()["board_version"], "KV-LOD350  V6.40")
+      << ::testing::PrintToString(version);
 }
 
 }  // namespace
