@@ -98,11 +98,10 @@ run_clang_tidy() {
   cmake --build --preset tidy --target {src,apps,tools,bench}/all fenwright-icons -- -k 0
 }
 
-# Programs that wait for a real clock, and a display whose window manager now and then keeps the
-# keyboard from a window: on a machine that is shared, a test that fails is tried a second time. The
+# Whole programs wait for a real clock, and a display's window manager now and then keeps the keyboard
+# from a window: on a machine that is shared, a test of them that fails is tried a second time. The
 # summary names it all the same.
-second_try=()
-if [[ $extent == full ]]; then second_try=(--repeat until-pass:2); fi
+second_try=(--repeat until-pass:2)
 
 targets=()  # what a stage builds of its preset; none: all of it
 closing_lines=''
@@ -114,9 +113,15 @@ if [[ $extent != tidy ]]; then
   stage "format" check_format
   stage "layers" "$script_dir/check-layers.sh"
   # Most of the time these wait for a line: a few for each core keep it busy.
-  stage "tests (dev)" run_tests dev -j "$((3 * $(nproc)))" "${second_try[@]}" --label-exclude '^long$'
+  jobs=$((3 * $(nproc)))
+  if [[ $extent == usual ]]; then
+    stage "tests (dev)" run_tests dev -j "$jobs" --label-exclude '^long$'
+  fi
 fi
 if [[ $extent == full ]]; then
+  stage "tests (dev)" run_tests dev -j "$jobs" --label-exclude '^(system|long)$'
+  stage "system tests (dev)" run_tests dev -j "$jobs" "${second_try[@]}" \
+    --label-regex '^system$' --label-exclude '^long$'
   stage "long tests (dev)" run_tests dev -j "$(($(nproc) + 1))" "${second_try[@]}" \
     --label-regex '^long$'
   stage "hardening" "$script_dir/check-hardening.sh" build/dev
