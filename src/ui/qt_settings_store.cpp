@@ -46,8 +46,10 @@ std::optional<std::string> QtSettingsStore::Read(std::string_view section,
   if (const auto refused = refused_.find(name); refused != refused_.end()) return refused->second;
   const QVariant value = settings_->value(name);
   if (!value.isValid()) return std::nullopt;
-  // A text with a comma that was typed into the INI file by hand is read as a list.
-  if (value.metaType().id() == QMetaType::QStringList) {
+  // A text with a comma that was typed into the INI file by hand is read as a list; one of variants
+  // where Qt has written it with the type of its items, as it does around a NUL.
+  const int type = value.metaType().id();
+  if (type == QMetaType::QStringList || type == QMetaType::QVariantList) {
     return ToUtf8(value.toStringList().join(", "));
   }
   return ToUtf8(value.toString());

@@ -46,6 +46,16 @@ TEST(QtSettingsStore, ATextWithACommaTypedByHandIsReadWhole) {
   EXPECT_EQ(QtSettingsStore(file.fileName()).Read("Settings", "device"), "7, 8");
 }
 
+TEST(QtSettingsStore, ATextWithACommaIsReadWholeHoweverQtWritesIt) {
+  const platform::TemporaryFolder folder;
+  QFile file(InFolder(folder, "a.ini"));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write("[Settings]\nSAVE_DIR=\"@String(a\\0b)\", 8\n");
+  file.close();
+  EXPECT_EQ(QtSettingsStore(file.fileName()).Read("Settings", "SAVE_DIR"),
+            std::string("a\0b, 8", 6));
+}
+
 TEST(QtSettingsStore, WritingWhereNothingCanBeWrittenIsReportedAndKeptForTheRun) {
   const platform::TemporaryFolder folder;
   QFile not_a_folder(InFolder(folder, "file"));
