@@ -27,6 +27,7 @@ function(fenwright_add_test name)
                                              ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${ARG_LINK} fenwright_warnings GTest::gtest GTest::gmock
                                         GTest::gtest_main)
+  target_precompile_headers(${name} REUSE_FROM fenwright_test_prelude)
   set(command ${name})
   if(ARG_EXCEPT)
     list(APPEND command --gtest_filter=-${ARG_EXCEPT})

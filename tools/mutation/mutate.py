@@ -692,7 +692,7 @@ class Copy:
         subprocess.run(
             ["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=",
              "-DCMAKE_CXX_FLAGS=-O1 -w -Wno-narrowing", f"-DCMAKE_PROJECT_INCLUDE={hook}",
-             "-DFENWRIGHT_WERROR=OFF", "-DFENWRIGHT_MANUAL=OFF", "-DFENWRIGHT_BENCH=OFF"],
+             "-DFENWRIGHT_WERROR=OFF", "-DFENWRIGHT_MANUAL=OFF"],
             check=True, stdout=subprocess.DEVNULL,
         )  # fmt: skip
 
