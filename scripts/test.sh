@@ -88,14 +88,14 @@ run_sanitized_tests() {
   fi
   # The programs as a whole are not tested here.
   local targets=(src/all tests/all tools/pictures/all)
-  run_tests asan -j "$(($(nproc) + 1))" --label-exclude '^system$'
+  run_tests asan -j "$((3 * $(nproc)))" --label-exclude '^system$'
 }
 
 # Builds every source with clang, the second compiler, and clang-tidy beside it; goes on after a
 # finding.
 run_clang_tidy() {
   configure_preset tidy || return 1
-  cmake --build --preset tidy --target {src,apps,tools,bench}/all fenwright-icons -- -k 0
+  cmake --build --preset tidy --target {src,apps,tools}/all programming_bench fenwright-icons -- -k 0
 }
 
 # Whole programs wait for a real clock, and a display's window manager now and then keeps the keyboard
@@ -112,8 +112,8 @@ use_ccache
 if [[ $extent != tidy ]]; then
   stage "format" check_format
   stage "layers" "$script_dir/check-layers.sh"
-  # Most of the time these wait for a line: a few for each core keep it busy.
-  jobs=$((3 * $(nproc)))
+  # Most of the time these wait for a line: it takes many to keep a core busy.
+  jobs=$((8 * $(nproc)))
   if [[ $extent == usual ]]; then
     stage "tests (dev)" run_tests dev -j "$jobs" --label-exclude '^long$'
   fi
