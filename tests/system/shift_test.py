@@ -52,12 +52,13 @@ class Socket:
         self.process.stdout.readline()
 
     def take_out(self, number=signal.SIGTERM):
+        # First the name: the terminal's number goes to the next board that starts.
+        pathlib.Path(self.port).unlink(missing_ok=True)
         self.process.send_signal(number)
         self.process.wait()
         self.process.stdout.close()
         self.process = None
         self.chip = None
-        pathlib.Path(self.port).unlink(missing_ok=True)
         time.sleep(OUT_OF_SOCKET / BOARDS)
 
 
