@@ -44,6 +44,8 @@ use_ccache() {
   # A clone in another folder finds the same objects.
   export CCACHE_BASEDIR=$repo_root
   export CCACHE_NOHASHDIR=1
+  # The compiler's own list of what it has read, instead of a run of the preprocessor for each source.
+  export CCACHE_DEPEND=1
   # The tests' precompiled prelude; it uses neither the time nor what a target defines.
   export CCACHE_SLOPPINESS=pch_defines,time_macros
   if [[ -z ${HOME-} ]]; then

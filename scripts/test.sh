@@ -114,14 +114,11 @@ if [[ $extent != tidy ]]; then
   stage "layers" "$script_dir/check-layers.sh"
   # Most of the time these wait for a line: it takes many to keep a core busy.
   jobs=$((8 * $(nproc)))
-  if [[ $extent == usual ]]; then
-    stage "tests (dev)" run_tests dev -j "$jobs" --label-exclude '^long$'
-  fi
+  stage "tests (dev)" run_tests dev -j "$jobs" --label-exclude '^(system|long)$'
+  stage "system tests (dev)" run_tests dev -j "$((12 * $(nproc)))" "${second_try[@]}" \
+    --label-regex '^system$' --label-exclude '^long$'
 fi
 if [[ $extent == full ]]; then
-  stage "tests (dev)" run_tests dev -j "$jobs" --label-exclude '^(system|long)$'
-  stage "system tests (dev)" run_tests dev -j "$jobs" "${second_try[@]}" \
-    --label-regex '^system$' --label-exclude '^long$'
   stage "long tests (dev)" run_tests dev -j "$(($(nproc) + 1))" "${second_try[@]}" \
     --label-regex '^long$'
   stage "hardening" "$script_dir/check-hardening.sh" build/dev
