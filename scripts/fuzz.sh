@@ -3,10 +3,11 @@
 #
 #   scripts/fuzz.sh [SECONDS] [NAME...]    10 seconds each, all of fuzz/, unless told otherwise
 #
-# Without SECONDS it tries the same inputs each time, so that a tree that has passed passes again;
-# with SECONDS others each time. For a night: scripts/fuzz.sh 3600. Each starts with the inputs in fuzz/corpus/NAME; those that it
-# finds worth keeping go to build/fuzz/corpus/NAME, where the next run takes them up. An input that
-# breaks a rule is kept in build/fuzz/findings, and the script fails.
+# Without SECONDS each begins with the same seed and the repository's inputs alone: the same sources
+# take about the same way. With SECONDS it goes on from what earlier runs have kept, in another way
+# each time. For a night: scripts/fuzz.sh 3600. Each starts with the inputs in fuzz/corpus/NAME; those
+# that it finds worth keeping go to build/fuzz/corpus/NAME (build/fuzz/check/NAME without SECONDS). An
+# input that breaks a rule is kept in build/fuzz/findings, and the script fails.
 set -euo pipefail
 
 script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -18,9 +19,11 @@ readonly build_dir=build/fuzz
 
 seconds=10
 seed=1
+corpus=$build_dir/check
 if [[ ${1-} =~ ^[0-9]+$ ]]; then
   seconds=$1
   seed=0  # the fuzzer's word for one of its own
+  corpus=$build_dir/corpus
   shift
 fi
 
@@ -41,10 +44,10 @@ run_fuzzer() {
       ;;
   esac
   if [[ -f fuzz/$words.dict ]]; then options=(-dict="fuzz/$words.dict"); fi
-  mkdir -p "$build_dir/corpus/$name"
+  mkdir -p "$corpus/$name"
   "$build_dir/fuzz/${name}_fuzz" -max_total_time="$seconds" -seed="$seed" -timeout=20 -rss_limit_mb=2048 \
     -print_final_stats=1 -artifact_prefix="$build_dir/findings/$name-" "${options[@]}" \
-    "$build_dir/corpus/$name" "${seeds[@]}" >"$build_dir/logs/$name" 2>&1
+    "$corpus/$name" "${seeds[@]}" >"$build_dir/logs/$name" 2>&1
 }
 
 # tell NAME STATUS
@@ -53,7 +56,7 @@ tell() {
   if ((status == 0)); then
     printf '%-16s %9d inputs tried, %d kept\n' "$name" \
       "$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")" \
-      "$(find "$build_dir/corpus/$name" -type f | wc -l)"
+      "$(find "$corpus/$name" -type f | wc -l)"
     return
   fi
   printf '%-16s FAILED\n' "$name"
@@ -65,6 +68,7 @@ tell() {
   fi
 }
 
+if ((seed != 0)); then rm -rf "$corpus"; fi
 use_ccache
 build_preset fuzz "${names[@]/%/_fuzz}"
 mkdir -p "$build_dir/logs" "$build_dir/findings"
