@@ -66,6 +66,8 @@ readonly name=fenwright-$version-windows
 readonly folder=$dist_dir/$name
 rm -rf "$dist_dir"
 mkdir -p "$folder"
+# For scripts/package.sh, which takes no files of another commit.
+tree_commit >"$build_dir/commit"
 for program in fenwright fenwright-cli; do
   x86_64-w64-mingw32-strip -o "$folder/$program.exe" "$build_dir/apps/$program/$program.exe"
 done

@@ -53,6 +53,12 @@ use_ccache() {
   fi
 }
 
+# tree_commit: the commit of the tree, with "-changed" where files differ from it; nothing outside of a
+# clone.
+tree_commit() {
+  git -C "$repo_root" describe --always --abbrev=40 --exclude '*' --dirty=-changed 2>/dev/null || true
+}
+
 # configure_preset NAME [OPTION...]: quiet unless it fails.
 configure_preset() {
   local log

@@ -55,15 +55,14 @@ else
   echo "package.sh: no source archive: this is no clone of the repository" >&2
 fi
 
-found=0
-for file in build/windows/dist/fenwright-"$version"-{windows.zip,setup.exe}; do
-  if [[ -f $file ]]; then
-    cp "$file" "$package_dir/"
-    found=1
-  fi
-done
-if ((found == 0)); then
+windows_files=(build/windows/dist/fenwright-"$version"-{windows.zip,setup.exe})
+if [[ ! -f ${windows_files[0]} ]]; then
   echo "package.sh: no Windows files: scripts/build-windows.sh makes them" >&2
+elif [[ $(cat build/windows/commit) != "$(tree_commit)" ]]; then
+  echo "package.sh: no Windows files: those that are there are of another commit;" \
+    "scripts/build-windows.sh makes them" >&2
+else
+  cp "${windows_files[@]}" "$package_dir/"
 fi
 
 (cd "$package_dir" && sha256sum -- fenwright* >SHA256SUMS)
