@@ -64,6 +64,13 @@ check_scripts() {
   shellcheck -x scripts/*.sh scripts/pre-commit examples/*.sh tests/*/*.sh .ci/run && echo "shellcheck: clean"
 }
 
+# jobs_of COUNT: so many tests for each core, for those that wait for a line most of the time; there are
+# not many more than the ceiling.
+jobs_of() {
+  local jobs=$(($1 * $(nproc)))
+  echo "$((jobs < 48 ? jobs : 48))"
+}
+
 # run_tests PRESET [CTEST OPTION...]: builds the preset, or the caller's "targets" of it, and runs its
 # tests; ctest's closing lines are kept for the summary.
 run_tests() {
@@ -86,9 +93,14 @@ run_sanitized_tests() {
   if [[ -f scripts/lsan.supp ]]; then
     export LSAN_OPTIONS=${LSAN_OPTIONS-suppressions=$repo_root/scripts/lsan.supp:print_suppressions=0}
   fi
-  # The programs as a whole are not tested here.
-  local targets=(src/all tests/all tools/pictures/all)
-  run_tests asan -j "$((3 * $(nproc)))" --label-exclude '^system$'
+  local targets=(src/all tests/{board,core,fuse,image,job,link,ops,platform,ui,update}/all)
+  local status=0
+  run_tests asan -j "$(jobs_of 3)" --label-exclude '^system$' --exclude-regex pictures || status=1
+  # Of the programs as a whole, the command line and the board that it talks to.
+  targets=(cli_test workbench_test)
+  run_tests asan -j "$(jobs_of 6)" "${second_try[@]}" --tests-regex '^(cli|workbench)_test_' ||
+    status=1
+  return "$status"
 }
 
 # Builds every source with clang, the second compiler, and clang-tidy beside it; goes on after a
@@ -107,15 +119,19 @@ targets=()  # what a stage builds of its preset; none: all of it
 closing_lines=''
 start=$SECONDS
 
-stage "packages" "$script_dir/install-packages.sh" build test
+groups=(build test)
+if [[ $extent == full ]]; then
+  groups+=(package)
+  # No check is left out for want of its program.
+  export FENWRIGHT_EVERY_TOOL=1
+fi
+stage "packages" "$script_dir/install-packages.sh" "${groups[@]}"
 use_ccache
 if [[ $extent != tidy ]]; then
   stage "format" check_format
   stage "layers" "$script_dir/check-layers.sh"
-  # Most of the time these wait for a line: it takes many to keep a core busy.
-  jobs=$((8 * $(nproc)))
-  stage "tests (dev)" run_tests dev -j "$jobs" --label-exclude '^(system|long)$'
-  stage "system tests (dev)" run_tests dev -j "$((12 * $(nproc)))" "${second_try[@]}" \
+  stage "tests (dev)" run_tests dev -j "$(jobs_of 8)" --label-exclude '^(system|long)$'
+  stage "system tests (dev)" run_tests dev -j "$(jobs_of 12)" "${second_try[@]}" \
     --label-regex '^system$' --label-exclude '^long$'
 fi
 if [[ $extent == full ]]; then
