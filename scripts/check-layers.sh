@@ -7,6 +7,7 @@
 # - The engine's folders, the interfaces and the simulated board include nothing else but the C++
 #   standard library; the job files have nlohmann-json besides.
 # - An adapter (a subfolder of src/platform) may use the system and libraries.
+# - An adapter is included only where its library is linked: "adapters", or that of its subfolder.
 # - Qt is known in src/ui, apps/ and tools/ alone.
 # - Includes name the folder: "folder/file.h", from src/ on.
 set -euo pipefail
@@ -89,14 +90,21 @@ check_quoted_include() {
     fi
     return
   fi
-  local own=$layer
+  local own=$layer allowed=" ${allowed_folders[$layer]} "
   if [[ $layer == adapters ]]; then
     own=platform
   elif [[ $layer == platform && $header == platform/*/* ]]; then
     report "$file" "$line" "\"$header\": an interface knows no adapter"
     return
+  elif [[ $header == platform/*/* ]]; then
+    local adapter=${header#platform/}
+    adapter=${adapter%%/*}
+    if [[ $allowed != *' adapters '* && $allowed != *" $adapter "* ]]; then
+      report "$file" "$line" "\"$header\": $layer may not use that adapter"
+    fi
+    return
   fi
-  if [[ $folder != "$own" && " ${allowed_folders[$layer]} " != *" $folder "* ]]; then
+  if [[ $folder != "$own" && $allowed != *" $folder "* ]]; then
     report "$file" "$line" "\"$header\": $layer may not use $folder"
   fi
 }

@@ -54,6 +54,12 @@ expect refuses 'an include that breaks the layers is staged' 'core may not use i
 printf '#include <string>\n\nint First();\n' >src/core/first.h
 git add src/core/first.h
 expect passes 'the include is gone again'
+printf '#include "platform/system/folders.h"\n' >src/image/second.cpp
+git add src/image/second.cpp
+expect refuses 'an include of an adapter that is not linked is staged' \
+  'image may not use that adapter'
+printf 'int Second() { return 2; }\n' >src/image/second.cpp
+git add src/image/second.cpp
 
 git rm -q --cached src/image/second.cpp
 expect passes 'a source is removed'
