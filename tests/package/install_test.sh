@@ -3,9 +3,11 @@
 #
 #   install_test.sh CMAKE BUILD VERSION
 #
-# installed.txt lists what has to be there, and all of it but man pages and completion. What validates desktop entries and the
-# like is asked where it is installed (scripts/install-packages.sh package).
+# installed.txt lists what has to be there, and all of it but man pages and completion. What validates
+# desktop entries and the like is asked where it is installed (scripts/install-packages.sh package).
 set -euo pipefail
+# What may be read by all is a matter of the install, not of the one who runs this.
+umask 022
 
 readonly cmake=$1 build=$2 version=$3
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
