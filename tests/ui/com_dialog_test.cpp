@@ -394,15 +394,20 @@ struct SimulationOffer : PortsBench, WindowTest {
     Settings.Write("Settings", "ComNox", "0");
   }
   QComboBox* List() { return Find<QComboBox>(Run.ComPortDialog(), "Combo_com"); }
-  /// The dialog of the first start, in which the user does something.
-  void StartWith(const std::function<void()>& user) {
-    QTimer::singleShot(50, &Run.ComPortDialog(), [this, user] {
-      user();
-      QTimer::singleShot(500, &Run.ComPortDialog(), [this] {
-        if (Run.ComPortDialog().isVisible()) Run.ComPortDialog().reject();
-      });
+  /// The dialog of the first start, in which the user does something as soon as it is open, and
+  /// closes it later if that has not.
+  void StartWith(const std::function<void()>& act) {
+    constexpr int kLooksUntilClosed = 25;
+    int looks = 0;
+    QTimer user;
+    QObject::connect(&user, &QTimer::timeout, &user, [&] {
+      if (!Run.ComPortDialog().isVisible()) return;
+      if (++looks == 1) act();
+      if (looks == kLooksUntilClosed) Run.ComPortDialog().reject();
     });
+    user.start(20);
     Start();
+    EXPECT_GT(looks, 0);
   }
 };
 

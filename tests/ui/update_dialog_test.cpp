@@ -295,8 +295,24 @@ constexpr std::array<WayOut, 5> kWaysOut{{
     {"reject", [](UpdateDialog& dialog, MainWindow&) { dialog.reject(); }, false},
 }};
 
-class UpdateDialogWaysOut : public UpdateDialogTest,
-                            public ::testing::WithParamInterface<WayOut> {};
+class UpdateDialogWaysOut : public UpdateDialogTest, public ::testing::WithParamInterface<WayOut> {
+ protected:
+  /// Runs `meanwhile` once, when the dialog does that and so many bytes are on the wire.
+  void OnceItIs(update::Activity activity, std::size_t bytes,
+                const std::function<void()>& meanwhile) {
+    auto* look = new QTimer(&Dialog());
+    QObject::connect(look, &QTimer::timeout, look, [this, activity, bytes, meanwhile, look] {
+      if (Dialog().State().Now != activity || wire_.size() < bytes) return;
+      look->stop();
+      look->deleteLater();
+      it_was_ = true;
+      meanwhile();
+    });
+    look->start(20);
+  }
+
+  bool it_was_ = false;
+};
 
 TEST_P(UpdateDialogWaysOut, DuringAnUpdateNoLetsItGoOnToItsEnd) {
   Boxes.Answer = false;
@@ -351,9 +367,8 @@ TEST_P(UpdateDialogWaysOut, BeforeTheFirstWordTheQuestionSaysThatNothingChanges)
   InDialog([this] {
     Dialogs.Choice = GivenHexFile(kWords);
     Button("CmdOpen")->click();
-    // 0.4 s for the ports, then 1 s for the board to enter its update mode.
-    QTimer::singleShot(900, &Dialog(), [this] {
-      ASSERT_EQ(Dialog().State().Now, update::Activity::Updating);
+    // Then it is 1 s until the board has entered its update mode.
+    OnceItIs(update::Activity::Updating, 1, [this] {
       ASSERT_EQ(Dialog().State().WordsSent, 0);
       GetParam().Close(Dialog(), Window());
     });
@@ -375,13 +390,14 @@ TEST_P(UpdateDialogWaysOut, WhenNothingRunsNothingIsAsked) {
 
 TEST_P(UpdateDialogWaysOut, DuringAVersionReadTheExchangeReturnsFirstAndNothingIsAsked) {
   InDialog([this] {
-    QTimer::singleShot(100, &Dialog(), [this] {
-      ASSERT_EQ(Dialog().State().Now, update::Activity::Busy);
+    // In the rest before the question, 0.4 s for the ports.
+    OnceItIs(update::Activity::Busy, 0, [this] {
       GetParam().Close(Dialog(), Window());
       EXPECT_TRUE(Dialog().isVisible());
     });
     Button("CmdVersion")->click();
   });
+  EXPECT_TRUE(it_was_);
   EXPECT_EQ(wire_, Wire{'?'});
   EXPECT_TRUE(Boxes.Questions.empty());
   EXPECT_TRUE(Port.PortOpen());
