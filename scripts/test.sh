@@ -135,7 +135,7 @@ if [[ $extent != tidy ]]; then
     --label-regex '^system$' --label-exclude '^long$'
 fi
 if [[ $extent == full ]]; then
-  stage "long tests (dev)" run_tests dev -j "$(($(nproc) + 1))" "${second_try[@]}" \
+  stage "long tests (dev)" run_tests dev -j "$(jobs_of 2)" "${second_try[@]}" \
     --label-regex '^long$'
   stage "hardening" "$script_dir/check-hardening.sh" build/dev
   stage "scripts" check_scripts
