@@ -23,10 +23,6 @@ constexpr const char* kUnusable =
     "デバイスがソケットに正しくセットされていないか、プロテクトされています。"
     "プロテクトのときは、チップイレース([イレース]ボタン)を押してください。";
 
-/// Replies of a run before the first reply of the flash phase: "?" "?" "A" "T", the signature
-/// session (A P s L), the erase (A P e L), the second session (A P s L).
-constexpr int kRepliesBeforeFlash = 16;
-
 /// Replies of a whole run of SmallImage() with two EEPROM bytes: flash 10, EEPROM 7, verify 7 + 7.
 constexpr int kRepliesOfSmallRun = kRepliesBeforeFlash + 31;
 

@@ -23,8 +23,6 @@ struct ProgramRun : BoardRun {
   CommandEnding Program() { return ops::RunCommand(Context, ops::Cmd_btn_program_Click); }
 };
 
-/// Replies of the run before the first of the flash phase, counted from 1.
-constexpr int kRepliesBeforeFlash = 16;
 /// The flash phase: "A" "P" "a", two a word, "L".
 constexpr int kRepliesBeforeEeprom = kRepliesBeforeFlash + 3 + 6 + 1;
 
