@@ -172,7 +172,7 @@ tell_failure() {
 }
 # Not by asking for the result of build(): a function that is asked goes on after a failure.
 trap 'if (($? != 0)); then tell_failure; fi' EXIT
-echo "Cross-building Qt $version for Windows; this takes about 12 minutes on 2 cores" >&2
+echo "Cross-building Qt $version for Windows; this takes 12 to 20 minutes on 2 cores" >&2
 build >"$log" 2>&1
 
 mv -T "$work/stage$folder" "$folder"
