@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QTextBrowser>
 #include <QVBoxLayout>
+#include <QtGui/qtgui-config.h>
 
 #include "ui/controls.h"
 
@@ -18,13 +19,27 @@ namespace {
 constexpr QSize kTextSize{640, 420};
 
 constexpr const char* kOverview = "qrc:/licenses/THIRD-PARTY.md";
+// The overview is written in Markdown; a Qt without it would show its source.
+QT_REQUIRE_CONFIG(textmarkdownreader);
+
 constexpr const char* kIntroduction =
     "Fenwright は MIT ライセンスです。使用しているライブラリーのライセンスは次のとおりです "
     "(英語)。";
 
+/// Shows what is not Markdown letter for letter: a licence is no HTML, whatever it has in "<>".
+class TextPages : public QTextBrowser {
+ protected:
+  QVariant loadResource(int type, const QUrl& name) override {
+    const QVariant page = QTextBrowser::loadResource(type, name);
+    if (!page.isValid() || name.fileName().endsWith(".md")) return page;
+    return "<pre style=\"white-space: pre-wrap\">" +
+           QString::fromUtf8(page.toByteArray()).toHtmlEscaped() + "</pre>";
+  }
+};
+
 }  // namespace
 
-LicenseDialog::LicenseDialog(QWidget* parent) : QDialog(parent), text_(new QTextBrowser) {
+LicenseDialog::LicenseDialog(QWidget* parent) : QDialog(parent), text_(new TextPages) {
   TakeTexts();
   Name(this, "frmLicense", "ライセンス");
   setWindowTitle("ライセンス");
