@@ -2,7 +2,9 @@
 # Cross-builds the static Qt for Windows that the programs are linked with, from Debian's source
 # package of the version that the host's own Qt tools have. Prints the folder it is installed in.
 #
-#   scripts/build-windows-qt.sh
+#   scripts/build-windows-qt.sh                         the Qt of the programs
+#   scripts/build-windows-qt.sh --fetch SOURCE          only its source, into the new folder SOURCE
+#   scripts/build-windows-qt.sh --source SOURCE FOLDER  a Qt of that source, into the new folder FOLDER
 #
 # It takes long, so the result is kept outside the repository, in ${FENWRIGHT_CACHE:-~/.cache/fenwright},
 # under a name that changes with the recipe; a folder of that name is complete and is used as it is.
@@ -11,6 +13,20 @@ set -euo pipefail
 script_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 # shellcheck source=scripts/lib.sh
 source "$script_dir/lib.sh"
+
+usage() { die "usage: build-windows-qt.sh [--fetch SOURCE | --source SOURCE FOLDER]"; }
+own_source=
+own_folder=
+case "${1-}:$#" in
+  :0) ;;
+  --fetch:2) own_folder=$(realpath -m -- "$2") ;;
+  --source:3)
+    own_source=$(realpath -e -- "$2")
+    own_folder=$(realpath -m -- "$3")
+    ;;
+  *) usage ;;
+esac
+[[ -z $own_folder || ! -e $own_folder ]] || die "$own_folder is there already"
 
 readonly toolchain=$repo_root/cmake/windows-toolchain.cmake
 readonly cache=${FENWRIGHT_CACHE:-${HOME:-$repo_root/build}/.cache/fenwright}
@@ -48,7 +64,7 @@ unused_features=(
   dial dockwidget errormessage fontcombobox fontdialog gif graphicseffect graphicsview
   hijricalendar ico identityproxymodel islamiccivilcalendar jalalicalendar jpeg keysequenceedit
   lcdnumber movie pdf progressdialog scroller splashscreen syntaxhighlighter tablewidget testlib
-  textmarkdownreader textmarkdownwriter textodfwriter toolbox transposeproxymodel undocommand
+  textmarkdownwriter textodfwriter toolbox transposeproxymodel undocommand
   undoview wizard
 )
 for feature in "${unused_features[@]}"; do
@@ -63,14 +79,14 @@ recipe=$({
   printf '%s\n' "$version" "$compiler" "${options[@]}"
   cat "$toolchain"
 } | sha256sum | cut -c1-12)
-readonly folder=$cache/qt-windows-${version%%+*}-$recipe
+readonly folder=${own_folder:-$cache/qt-windows-${version%%+*}-$recipe}
 
 if [[ -d $folder ]]; then
   echo "$folder"
   exit 0
 fi
 
-mkdir -p "$cache"
+mkdir -p "$cache" "$(dirname "$folder")"
 exec 9>"$folder.lock"
 flock 9
 # Another build may have finished it meanwhile.
@@ -147,16 +163,24 @@ host_cmake_dir() {
   dirname "$(dirname "$file")"
 }
 
+if [[ ${1-} == --fetch ]]; then
+  fetch_source >&2
+  mv -T "$work/source" "$folder"
+  rm -rf "$work" "$folder.lock"
+  echo "$folder"
+  exit 0
+fi
+
 # The project's own objects are what the compiler cache is for.
 unset CMAKE_CXX_COMPILER_LAUNCHER CMAKE_C_COMPILER_LAUNCHER
 
 build() {
-  if [[ ! -d $work/source ]]; then
+  if [[ -z $own_source && ! -d $work/source ]]; then
     say "Fetching the source of Qt $version"
     fetch_source
   fi
   say "Cross-building Qt $version for Windows"
-  cmake -G Ninja -S "$work/source" -B "$work/build" \
+  cmake -G Ninja -S "${own_source:-$work/source}" -B "$work/build" \
     -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_INSTALL_PREFIX="$folder" \
     -DQT_HOST_PATH=/usr -DQT_HOST_PATH_CMAKE_DIR="$(host_cmake_dir)" \
     "${options[@]}"

@@ -90,10 +90,16 @@ mkdir "$folder/licenses"
 for file in licenses/*.txt; do
   windows_text "$file" >"$folder/$file"
 done
-windows_text /usr/share/doc/qt6-base-dev/copyright >"$folder/licenses/qt6-base.txt"
+# notices_of PACKAGE FILE: those of a package whose code is in the programs or the installer.
+notices_of() { windows_text "/usr/share/doc/$1/copyright" >"$folder/licenses/$2"; }
+notices_of qt6-base-dev qt6-base.txt
+notices_of qt6-translations-l10n qt6-translations.txt
+notices_of mingw-w64-x86-64-dev mingw-w64.txt
+notices_of nsis nsis.txt
 # shellcheck disable=SC2016  # dpkg-query fills in the names
-dpkg-query -W -f='${source:Package} ${source:Version}\n' qt6-base-dev g++-mingw-w64-x86-64-posix \
-  mingw-w64-x86-64-dev libcli11-dev libfmt-dev nlohmann-json3-dev nsis fonts-noto-cjk |
+dpkg-query -W -f='${source:Package} ${source:Version}\n' qt6-base-dev qt6-translations-l10n \
+  g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libcli11-dev libfmt-dev nlohmann-json3-dev nsis \
+  fonts-noto-cjk |
   LC_ALL=C sort -u >"$build_dir/versions.txt"
 windows_text "$build_dir/versions.txt" >"$folder/licenses/versions.txt"
 

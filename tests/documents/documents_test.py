@@ -264,6 +264,13 @@ class Facts(unittest.TestCase):
         shown = {*re.findall(r'alias="(.+?)"', read("src/ui/licenses.qrc"))}
         self.assertEqual(shown, files | {"LICENSE", "THIRD-PARTY.md"})
 
+    def test_every_notice_beside_the_windows_programs_is_packed(self):
+        page = read("THIRD-PARTY.md")
+        named = {*re.findall(r"`([\w-]+\.txt)`", page[page.index("## In the Windows programs"):])}
+        packed = {*re.findall(r"(?m)^notices_of \S+ (\S+)$", read("scripts/build-windows.sh"))}
+        self.assertGreater(len(packed), 3)
+        self.assertEqual(named, packed | {"versions.txt"})
+
     def test_the_groups_of_packages_are_those_that_can_be_asked_for(self):
         groups = re.findall(r"(?m)^\[(.+)\]", read("scripts/packages.txt"))
         usage = re.search(r"install-packages\.sh \[(\S+)\]\.\.\.", read("scripts/install-packages.sh"))

@@ -31,6 +31,9 @@ WORDS = 150
 CAPTION = "^New Fenwright"
 MESSAGE = "^FenwrightV6$"
 COM_DIALOG = "^通信ポート選択$"
+ABOUT_BOX = "^バージョン情報$"
+LICENSES = "^ライセンス$"
+LINK_COLOUR = "#0000FF"
 FILE_DIALOG = "^コードファイル ＆ データファイルを開く$"
 
 
@@ -113,6 +116,13 @@ def looks(window):
     left, top, width, height = geometry(window)
     return run("import", "-window", "root", "-crop", f"{width}x40+{left}+{top + height - 40}",
                "-format", "%#", "info:")
+
+
+def shows_links(window):
+    """Whether something in a window is written in the colour of links."""
+    left, top, width, height = geometry(window)
+    return run("import", "-window", "root", "-crop", f"{width}x{height}+{left}+{top}",
+               "-fill", "white", "+opaque", LINK_COLOUR, "-format", "%k", "info:") == "2"
 
 
 class WindowsWindowTest(unittest.TestCase):
@@ -270,6 +280,25 @@ class WindowsWindowTest(unittest.TestCase):
         process, window = self.start_window("--folder", self.folder)
         for was, now in zip(placed, geometry(window)):
             self.assertAlmostEqual(was, now, delta=2)
+        self.close_window(process, window)
+
+    def test_the_about_box_leads_to_the_licences(self):
+        process, window = self.start_window("--folder", self.folder)
+        self.assertFalse(shows_links(window))
+        key(window, "alt+h", "Up", "Return")
+        about = wait_for("the about box", lambda: windows(ABOUT_BOX))
+        key(about[0], "Tab", "Tab", "space")
+        page = wait_for("the licences", lambda: windows(LICENSES))
+        time.sleep(0.5)
+        picture("windows-licenses.png")
+        # Not the source of the overview, but what it means.
+        self.assertTrue(shows_links(page[0]))
+        key(page[0], "Tab", "Return")
+        time.sleep(0.5)
+        picture("windows-license.png")
+        self.assertFalse(shows_links(page[0]))
+        answer(LICENSES, "Escape")
+        answer(ABOUT_BOX, "Escape")
         self.close_window(process, window)
 
     def test_a_second_run_ends_at_once_and_the_first_goes_on(self):
