@@ -2,7 +2,7 @@
 # What the scripts of this folder share. Sourced, never run.
 
 # shellcheck disable=SC2034  # used by the scripts that source this file
-repo_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+repo_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 
 # A bare container sets no locale; file names and compiler messages are UTF-8 here.
 if [[ -z ${LC_ALL-} && -z ${LC_CTYPE-} && -z ${LANG-} ]]; then

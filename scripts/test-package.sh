@@ -76,9 +76,12 @@ bare_system() {
   mount -t tmpfs tmpfs "$root/dev/shm"
   ln -sf pts/ptmx "$root/dev/ptmx"
   cp /etc/resolv.conf "$root/etc/resolv.conf"
-  # The proxy of this machine, where it has one, and its lists: security updates too.
-  cp -r /etc/apt/apt.conf.d/. "$root/etc/apt/apt.conf.d/" 2>/dev/null || true
-  rm -f "$root/etc/apt/apt.conf.d/"*clean*
+  # How this machine gets its packages, a proxy for example, and where from: security updates too.
+  # Nothing else of its settings, which may name programs that a bare system has not.
+  apt-config dump Acquire >"$root/etc/apt/apt.conf.d/90machine"
+  # shellcheck disable=SC2016  # apt fills in the names
+  apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' \
+    'Origin: Debian' | sort -u >"$root/etc/apt/sources.list"
   chroot "$root" useradd --create-home "$user"
 }
 

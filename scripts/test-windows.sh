@@ -46,6 +46,10 @@ with_limit() { timeout --kill-after=10 "$@"; }
 
 make_prefix() {
   end_wine
+  # Where its last server kept its socket.
+  local server=
+  server=$(cat "$FENWRIGHT_WINEPREFIX/wineserver" 2>/dev/null) || true
+  if [[ $server =~ ^wine-[[:alnum:]]+$ ]]; then rm -rf "/tmp/$server"; fi
   rm -rf "$FENWRIGHT_WINEPREFIX"
   env -u DISPLAY timeout --kill-after=10 300 "$wine" wineboot --init >"$scratch/wineboot" 2>&1 ||
     { cat "$scratch/wineboot" && return 1; }
@@ -93,7 +97,7 @@ run_window_tests() {
   end_wine
   mkdir -p "$pictures"
   # shellcheck disable=SC2016  # expanded by the inner shell
-  with_limit 900 xvfb-run -a -s "-screen 0 1280x960x24 -noreset" bash -c '
+  XDG_CACHE_HOME=$scratch/cache with_limit 900 xvfb-run -a -s "-screen 0 1280x960x24 -noreset" bash -c '
     openbox >/dev/null 2>&1 &
     window_manager=$!
     status=0

@@ -90,9 +90,6 @@ run_sanitized_tests() {
   # Leaks count too; a finding ends the test with a stack.
   export ASAN_OPTIONS=${ASAN_OPTIONS-detect_leaks=1:strict_string_checks=1}
   export UBSAN_OPTIONS=${UBSAN_OPTIONS-print_stacktrace=1}
-  if [[ -f scripts/lsan.supp ]]; then
-    export LSAN_OPTIONS=${LSAN_OPTIONS-suppressions=$repo_root/scripts/lsan.supp:print_suppressions=0}
-  fi
   local targets=(src/all tests/{board,core,fuse,image,job,link,ops,platform,ui,update}/all)
   local status=0
   run_tests asan -j "$(jobs_of 3)" --label-exclude '^system$' --exclude-regex pictures || status=1
