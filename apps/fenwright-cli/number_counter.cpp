@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::string_view kFirstLine = "fenwright-counter 1";
 
-/// Closes a line that a crash has cut short; what it was about never happened.
+/// Closes a line that a crash has cut short.
 constexpr std::string_view kCut = " ~";
 
 /// How long another run may have the file.
@@ -32,6 +32,19 @@ std::optional<std::uint64_t> ReadNumber(std::string_view text) {
   const auto [stop, code] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (code != std::errc{} || stop != text.data() + text.size()) return std::nullopt;
   return number;
+}
+
+/// The number of a line that takes one; of a line that was cut short as soon as the number is
+/// whole, which is when something stands behind it. A number too many that is passed over does no
+/// harm.
+std::optional<std::uint64_t> TakenIn(const std::string& line) {
+  std::istringstream words(line);
+  std::string word;
+  std::string value;
+  std::string next;
+  words >> word >> value;
+  const bool whole = words.get() == ' ' && (!(words >> next) || next != kCut.substr(1));
+  return word == "taken" && whole ? ReadNumber(value) : std::nullopt;
 }
 
 /// The files that this process has begun: what begins a file goes on with it, on the next chip and
@@ -82,13 +95,23 @@ std::optional<Problem> NumberCounter::Read(Content& content) const {
   }
   content.IsThere = true;
   const bool cut_short = !text.empty() && !text.ends_with('\n');
-  if (cut_short) text.resize(text.rfind('\n') == std::string::npos ? 0 : text.rfind('\n') + 1);
+  const auto take = [&content](std::uint64_t number) {
+    content.LastTaken = std::max(content.LastTaken.value_or(0), number);
+  };
+  if (cut_short) {
+    const std::size_t last = text.rfind('\n') == std::string::npos ? 0 : text.rfind('\n') + 1;
+    if (const auto number = TakenIn(text.substr(last))) take(*number);
+    text.resize(last);
+  }
   int number_of_line = 0;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     ++number_of_line;
     if (line.ends_with('\r')) line.pop_back();
-    if (line.ends_with(kCut)) continue;
+    if (line.ends_with(kCut)) {
+      if (const auto number = TakenIn(line)) take(*number);
+      continue;
+    }
     if (number_of_line == 1) {
       if (line != kFirstLine) return Damaged(1);
       continue;
@@ -103,7 +126,7 @@ std::optional<Problem> NumberCounter::Read(Content& content) const {
       return Damaged(number_of_line);
     }
     if (word == "first") content.First = *number;
-    if (word == "taken") content.LastTaken = std::max(content.LastTaken.value_or(0), *number);
+    if (word == "taken") take(*number);
   }
   // The first two lines are written at once; of a file that has but one nothing was taken.
   if (!content.First) {
@@ -115,7 +138,8 @@ std::optional<Problem> NumberCounter::Read(Content& content) const {
 
 std::optional<Problem> NumberCounter::Next(const job::SerialNumber& form, const Content& content,
                                            std::uint64_t& number) const {
-  if (!content.IsThere && !first_) {
+  // One that this run has begun, and that is gone, is not begun once more with the same numbers.
+  if (!content.IsThere && (!first_ || BegunFiles::OfProcess().Has(path_))) {
     return Problem{.Code = problem::kCounterMissing,
                    .Text = {path_ + ": 番号のファイルがありません",
                             path_ + ": there is no such counter file"}};
@@ -169,10 +193,10 @@ std::optional<Problem> NumberCounter::Take(const job::SerialNumber& form, const 
   if (auto problem = Read(content)) return problem;
   if (auto problem = Next(form, content, number)) return problem;
   std::string lines;
-  if (!content.IsThere) BegunFiles::OfProcess().Add(path_);
   if (!content.IsThere) lines = fmt::format("{}\nfirst {}\n", kFirstLine, number);
   lines += fmt::format("taken {} {} {}\n", number, when, place);
   if (const auto result = AppendDurably(path_, lines, kCut); !result) return Unwritable(result);
+  if (!content.IsThere) BegunFiles::OfProcess().Add(path_);
   return std::nullopt;
 }
 

@@ -20,11 +20,11 @@ namespace fenwright::cli {
 ///     failed 1001
 ///
 /// A number that is taken and neither used nor failed was under way when the program ended. A last
-/// line without its end was cut short by a crash; what it was about never happened, and the next
-/// run closes it with "~".
+/// line without its end was cut short by a crash, and the next run closes it with "~"; what its
+/// number was taken for never happened.
 class NumberCounter {
  public:
-  /// `first`: begins a new file with that number.
+  /// `first`: begins a new file with that number, once in a process.
   NumberCounter(std::string path, std::optional<std::uint64_t> first)
       : path_(std::move(path)), first_(first) {}
 

@@ -98,6 +98,30 @@ TEST_F(Counter, ALineThatWasCutShortHasGivenNothing) {
   EXPECT_EQ(Take(GoOn()), "1002");
 }
 
+TEST_F(Counter, ANumberIsNotGivenAgainWhereOnlyTheEndOfItsLineIsMissing) {
+  Put("first 1000\ntaken 1000 x y\ntaken 1001 2026-04-01T09:30:00 COM5");
+  EXPECT_EQ(Take(GoOn()), "1002");
+  EXPECT_THAT(ReadFile(path_), HasSubstr("COM5 ~\ntaken 1002 "));
+  EXPECT_EQ(Take(GoOn()), "1003");
+}
+
+TEST_F(Counter, APortMayHaveANameThatLooksLikeACutLine) {
+  std::uint64_t number = 0;
+  EXPECT_EQ(Begin(5).Take({}, kWhen, "x/b ~", number), std::nullopt);
+  EXPECT_EQ(number, 5U);
+  EXPECT_EQ(GoOn().Take({}, kWhen, "x/b ~", number), std::nullopt);
+  EXPECT_EQ(number, 6U);
+}
+
+TEST_F(Counter, AFileThatIsLostIsNotBegunASecondTimeByTheSameRun) {
+  EXPECT_EQ(Take(Begin(1000)), "1000");
+  std::filesystem::remove(path_);
+  EXPECT_EQ(Peek(Begin(1000)), "counter-missing");
+  EXPECT_EQ(Take(Begin(1000)), "counter-missing");
+  WriteFile(path_, "");
+  EXPECT_EQ(Take(Begin(1000)), "counter-missing");
+}
+
 TEST_F(Counter, ADamagedFileIsRefusedWithItsLine) {
   for (const auto& [content, line] : std::map<std::string, std::string>{
            {"", ""},
