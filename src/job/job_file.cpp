@@ -217,13 +217,19 @@ std::string TextOf(const SerialNumber& serial) {
 
 JobText ReadJob(std::string_view text) {
   JobText result;
-  std::set<std::string> keys;
+  // The keys of each object that is open; its own key is the last one of the object around it.
+  std::vector<std::set<std::string>> keys;
+  std::string outermost;
   const auto refuse_twice = [&](int depth, json::parse_event_t event, json& parsed) {
-    if (depth != 1 || event != json::parse_event_t::key) return true;
+    if (event == json::parse_event_t::object_start) keys.emplace_back();
+    if (event == json::parse_event_t::object_end) keys.pop_back();
+    if (event != json::parse_event_t::key) return true;
     const auto key = parsed.get<std::string>();
-    if (!keys.insert(key).second) {
-      result.Faults.push_back({.Key = key, .Text = {"二度あります", "is there twice"}});
-    }
+    if (depth == 1) outermost = key;
+    if (keys.back().insert(key).second) return true;
+    const std::string inner = depth == 1 ? "" : key + ": ";
+    result.Faults.push_back(
+        {.Key = outermost, .Text = {inner + "二度あります", inner + "is there twice"}});
     return true;
   };
   json object;

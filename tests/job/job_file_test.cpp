@@ -58,6 +58,9 @@ TEST(JobFile, AMistypedKeyIsNotPassedOver) {
 
 TEST(JobFile, AKeyThatIsThereTwiceIsRefused) {
   EXPECT_THAT(FaultsOf(With(R"("code": "b.hex")")), ElementsAre("code: is there twice"));
+  EXPECT_THAT(FaultsOf(With(R"("fuses": {"BODLEVEL": "2.7V", "BODLEVEL": "1.8V"})")),
+              ElementsAre("fuses: BODLEVEL: is there twice"));
+  EXPECT_THAT(FaultsOf(With(R"("fuses": {"BODLEVEL": "2.7V", "CKSEL": "00"})")), ElementsAre());
 }
 
 TEST(JobFile, SaysWhereItIsNoJson) {
