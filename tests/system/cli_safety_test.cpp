@@ -163,9 +163,19 @@ TEST_F(CliSafety, ARestoreWithoutFusesLeavesThemAndSaysSo) {
   ASSERT_THAT(On(*filled.Board, "erase --backup copies"), Ends(0));
   ASSERT_THAT(On(*filled.Board, "write-fuses BODLEVEL=1.8V"), Ends(0));
   EXPECT_THAT(On(*filled.Board, "restore --no-fuses " + OnlyCopy()),
-              AllOf(Ends(0), Prints("the fuse and lock bits are as they were")));
+              AllOf(Ends(0), Prints("the fuse bits are as they were, the lock bits those of an "
+                                    "erased device")));
   EXPECT_EQ(filled.Board->Dump(), before);
   EXPECT_THAT(On(*filled.Board, "read-fuses"), Prints("BODLEVEL   1.8V"));
+}
+
+TEST_F(CliSafety, ARestoreWithoutFusesOpensTheLock) {
+  const auto board = WithState("fuses 52 FF\nlock 2\nflash 0 0201\n");
+  ASSERT_THAT(On(*board, "program code.hex --no-data --backup copies"), Ends(0));
+  ASSERT_THAT(On(*board, "write-fuses LOCK=write"), Ends(0));
+  EXPECT_THAT(On(*board, "restore --no-fuses " + OnlyCopy()),
+              AllOf(Ends(0), Prints("the lock bits those of an erased device")));
+  EXPECT_THAT(On(*board, "read-fuses"), Prints("LOCK       none  (2)"));
 }
 
 TEST_F(CliSafety, AChipThatGivesNoFusesAwayIsRestoredAllTheSame) {

@@ -17,7 +17,7 @@ namespace {
 
 struct RestoreOptions {
   std::string Copy;
-  bool NoFuses = false;  ///< the fuse and lock bits stay as they are
+  bool NoFuses = false;  ///< neither fuse nor lock bits are written
   bool AllowResetDisable = false;
 };
 
@@ -39,8 +39,8 @@ std::optional<Problem> WhyNotRestorable(Session& session, const FuseChoices& wan
         .Text = {fmt::format("{}: コピーにあるビットは書き込めません", fuse::FieldName(list)),
                  fmt::format("{}: the bits that the copy has cannot be written",
                              fuse::FieldName(list))},
-        .Cure = {"--no-fuses を付けると、ヒューズとロックビットをそのままにします。",
-                 "--no-fuses leaves the fuse and lock bits as they are"}};
+        .Cure = {"--no-fuses を付けると、ヒューズビットとロックビットを書き込みません。",
+                 "--no-fuses writes neither fuse nor lock bits"}};
   }
   return std::nullopt;
 }
@@ -96,7 +96,9 @@ DeviceRun WriteAndReadBack(Session& session, nlohmann::json& fields) {
 DeviceRun RestoreFuses(Session& session, const FuseChoices& wanted, nlohmann::json& fields) {
   FuseChoices open = wanted;
   open[screen::FuseList::Lock] = fuse::kNotLocked;
-  DeviceRun run;
+  // Bits that are right already are not written: what says so has to be read twice.
+  DeviceRun run = ReadFusesTwice(session);
+  if (run.Code != ExitCode::Success) return run;
   fields["old_bytes"] = BytesAsJson(session.State().Command.FuseBytes);
   if (DecodeFuses(session, session.State().Command.FuseBytes) != open) {
     SelectAll(session, open);
@@ -125,9 +127,11 @@ Outcome Restore(Session& session, const RestoreOptions& options) {
   const DeviceRun compared = CompareWhole(session, copy.Content);
   if (compared.Code != ExitCode::Success) return EndLate(session, compared, fields);
   if (!with_fuses) {
-    session.Out().Print(
-        session.In({"完了: コピーを戻しました。ヒューズとロックビットはそのままです",
-                    "ok: restored; the fuse and lock bits are as they were"}));
+    session.Out().Print(session.In(
+        {"完了: コピーを戻しました。ヒューズビットは元のまま、ロックビットは消去した後の"
+         "状態です",
+         "ok: restored; the fuse bits are as they were, the lock bits those of an erased "
+         "device"}));
     return {.Json = fields};
   }
   const DeviceRun fuses = RestoreFuses(session, wanted, fields);
@@ -144,7 +148,7 @@ VerbRun BindRestore(CLI::App& command) {
       .add_option("COPY.json", options->Copy,
                   "description of a safety copy that --backup has taken")
       ->required();
-  command.add_flag("--no-fuses", options->NoFuses, "leave the fuse and lock bits as they are");
+  command.add_flag("--no-fuses", options->NoFuses, "write neither fuse nor lock bits");
   command.add_flag("--allow-reset-disable", options->AllowResetDisable,
                    "allow a choice after which the programmer can never reach the device again");
   return [options](Session& session) { return Restore(session, *options); };
