@@ -34,10 +34,11 @@ ExitCode CodeOf(const core::AppState& state, core::CommandEnding ending) {
 /// Of a part of a longer work: what was done before it, and what it did itself.
 std::string ChipState(Session& session) {
   const std::string own = ops::DescribeChipState(session.State(), session.Language());
-  const std::string& earlier = session.In(session.EarlierWork());
+  const std::string& earlier = session.In(session.EarlierWork().Done);
   if (earlier.empty()) return own;
-  if (!session.State().Command.FuseWriteStarted) return earlier;
-  return earlier + session.In({"。", "; "}) + own;
+  const bool bits_changed = session.State().Command.FuseWriteStarted;
+  return earlier + session.In({"。", "; "}) +
+         (bits_changed ? own : session.In(session.EarlierWork().Bits));
 }
 
 std::string ReportPath(Session& session) {

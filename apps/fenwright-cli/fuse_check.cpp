@@ -8,7 +8,9 @@
 #include "explanations.h"
 #include "fuse/lock_modes.h"
 #include "fuse/reset_pin.h"
+#include "ops/command.h"
 #include "ops/commands.h"
+#include "ops/socket_device.h"
 
 namespace fenwright::cli {
 namespace {
@@ -47,10 +49,37 @@ std::string WhyNotReadBack(Session& session) {
     return session.In({"デバイスにはもう届きません", "the device can no longer be reached"});
   }
   if (session.Fuses().SelectedIndex(FuseList::Lock) == fuse::kReadLocked) {
-    return session.In(
-        {"デバイスは読み出しが禁止されています", "the device is locked against reading"});
+    return session.In({"デバイスは読み出しが禁止され、シグネチャーも返しません",
+                       "the device is locked against reading, and gives no signature any more"});
   }
   return "";
+}
+
+/// A device that is locked against reading hides its signature as well: one that still gives it has
+/// acknowledged the lock bits and not taken them. What the commands before have noted stays.
+std::optional<Problem> WhyNotReadLocked(Session& session) {
+  const core::CommandRecord written = session.State().Command;
+  ops::SocketContent content;
+  const core::CommandEnding ending = ops::RunCommand(
+      session.Context(),
+      [&content](core::RunContext& context) { content = ops::IdentifySocket(context); });
+  const bool answered = ending == core::CommandEnding::Finished && session.State().LinkError == 0;
+  session.State().Command = written;
+  const std::string& signature = session.StatusBar().Signature();
+  if (answered && (signature == "00:01:02" || signature == "00:00:00")) return std::nullopt;
+  if (answered && !content.Devices.empty()) {
+    return Problem{.Code = problem::kFusesDiffer,
+                   .Text = {"LOCK: 書いた値 write-verify。デバイスはシグネチャーを返すので、"
+                            "プロテクトされていません",
+                            "LOCK: written write-verify, and the device still gives its signature: "
+                            "it is not locked"}};
+  }
+  return Problem{.Code = problem::kNotReadBack,
+                 .Text = {"ロックビットを書き込みましたが、その後デバイスが応答しません。プロテクト"
+                          "されたかどうかは分かりません。接続と接触を確かめてください",
+                          "the lock bits were written, and the device does not answer after it; "
+                          "whether it is locked is not known: check the connection and the "
+                          "contacts"}};
 }
 
 /// What each list is to show once the bytes are read back: not every item has bits of its own.
@@ -177,6 +206,10 @@ ReadBack ReadBackFuses(Session& session, const FuseBytes& written) {
   back.WhyNot = WhyNotReadBack(session);
   if (!back.WhyNot.empty()) {
     back.Field = back.WhyNot;
+    const bool read_locked = session.Fuses().SelectedIndex(FuseList::Lock) == fuse::kReadLocked;
+    if (!read_locked || fuse::DisablesReset(session.Context())) return back;
+    back.Doubt = WhyNotReadLocked(session);
+    if (back.Doubt) back.Field = "failed";
     return back;
   }
   const FuseChoices expected = ExpectedChoices(session, written);

@@ -53,7 +53,8 @@ Outcome TellDoubt(Session& session, const DeviceRun& run, const Problem& problem
 // NOLINTNEXTLINE(bugprone-exception-escape)
 struct ReadBack {
   DeviceRun Run;                   ///< of the reading
-  std::string WhyNot;              ///< why they cannot be read back, "" when they can
+  std::string WhyNot;              ///< why they cannot be read back, "" when they can; one that is
+                                   ///< to be locked against reading was looked at all the same
   std::optional<Problem> Doubt;    ///< why what was written is not to be trusted
   nlohmann::json Field = nullptr;  ///< "read_back": the bytes, or why there are none
 };

@@ -135,13 +135,17 @@ int BytesToWrite(Session& session, const ProgramOrder& program) {
   return EndOfImage(program, false, image::UsedEepromBytes(session.State()));
 }
 
-core::Sentence DescribeFuses(const FuseOrder& order, bool readable) {
+core::Sentence DescribeFuses(Session& session, const FuseOrder& order) {
+  const bool readable = LayoutOf(session).ReadEnabled;
   const std::string fields = fmt::format("{}", fmt::join(order.Fields, " "));
   const bool defaults = order.FromDefaults || !readable;
   core::Sentence text{fields + (defaults ? "、ほかは既定値" : "、ほかはチップのまま"),
                       fields + (defaults ? ", the others get their defaults"
                                          : ", the others as the chip has them")};
-  if (readable) {
+  if (LocksAgainstReading(session, order)) {
+    text.Japanese += "。書き、シグネチャーが読めなくなったことを確かめる";
+    text.English += "; written, and no signature may be read after it";
+  } else if (readable) {
     text.Japanese += "。二度読み、書き、読み戻す";
     text.English += "; read twice, written, read back";
   } else {
@@ -219,12 +223,11 @@ std::vector<Step> StepsOf(Session& session, const JobOrder& order, const Prepare
                    {fmt::format("フラッシュ {} ワード、EEPROM {} バイト", words, bytes),
                     fmt::format("{} words of flash, {} bytes of EEPROM", words, bytes)},
                    forecast.VerifySeconds});
-  const bool readable = LayoutOf(session).ReadEnabled;
   if (prepared.Fuses.Fuses) {
-    steps.push_back({"fuses", DescribeFuses(*prepared.Fuses.Fuses, readable)});
+    steps.push_back({"fuses", DescribeFuses(session, *prepared.Fuses.Fuses)});
   }
   if (prepared.Fuses.Lock) {
-    steps.push_back({"lock", DescribeFuses(*prepared.Fuses.Lock, readable)});
+    steps.push_back({"lock", DescribeFuses(session, *prepared.Fuses.Lock)});
   }
   if (!job.Record.empty()) {
     steps.push_back({"record", {job.Record + " に一行", "a row in " + job.Record}});
@@ -296,8 +299,10 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
       session.Json() ? TellDeviceRun(session, programmed.Run, programmed.Fields).Json
                      : nlohmann::json::object();
   Outcome outcome{.Json = programming};
-  session.NoteEarlierWork({"書き込みと照合は済んでいます。ヒューズとロックビットは元のままです",
-                           "programmed and verified; the fuse and lock bits are as they were"});
+  session.NoteEarlierWork(
+      {.Done = {"書き込みと照合は済んでいます", "programmed and verified"},
+       .Bits = {"ヒューズビットは元のまま、ロックビットは消去した後の状態です",
+                "the fuse bits are as they were, the lock bits those of an erased device"}});
   nlohmann::json steps{"program"};
   bool just_read = false;
   for (const auto& [name, wanted] :
@@ -325,9 +330,10 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
       outcome.Json["chip_state"] = state;
       break;
     }
-    session.NoteEarlierWork(
-        {"書き込みと照合、ヒューズビットは済んでいます。ロックビットは元のままです",
-         "programmed and verified, the fuse bits written; the lock bits are as they were"});
+    session.NoteEarlierWork({.Done = {"書き込みと照合、ヒューズビットは済んでいます",
+                                      "programmed and verified, the fuse bits written"},
+                             .Bits = {"ロックビットは消去した後の状態です",
+                                      "the lock bits are those of an erased device"}});
     steps.push_back(name);
     just_read = true;
   }

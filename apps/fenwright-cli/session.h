@@ -123,9 +123,14 @@ class Session {
   /// True when the result is printed as JSON, and not in words.
   [[nodiscard]] bool Json() const { return options_.Json; }
   [[nodiscard]] core::Language Language() const { return options_.Language; }
-  /// What has been done to the chip by the parts of a longer work that went well, "" = nothing.
-  void NoteEarlierWork(const core::Sentence& work) { earlier_work_ = work; }
-  [[nodiscard]] const core::Sentence& EarlierWork() const { return earlier_work_; }
+  /// What the parts of a longer work that went well have done to the chip, "" = nothing, and in
+  /// what state they have left its bits.
+  struct ChipWork {
+    core::Sentence Done;
+    core::Sentence Bits;
+  };
+  void NoteEarlierWork(const ChipWork& work) { earlier_work_ = work; }
+  [[nodiscard]] const ChipWork& EarlierWork() const { return earlier_work_; }
   /// True when Fail() was called.
   [[nodiscard]] bool HasError() const { return error_.has_value(); }
   /// The word of what the call failed by, "" when nothing has.
@@ -181,7 +186,7 @@ class Session {
   NoComForm com_form_;
   ChosenFuses fuses_;
   std::string folder_;
-  core::Sentence earlier_work_;
+  ChipWork earlier_work_;
   std::vector<Problem> warnings_;
   std::optional<Problem> error_;
   bool port_named_ = false;

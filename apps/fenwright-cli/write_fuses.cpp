@@ -123,6 +123,15 @@ bool Locks(const Choices& choices) {
   return lock != choices.end() && lock->second != fuse::kNotLocked;
 }
 
+/// True when one of the fields of an order is such a choice.
+template <typename Is>
+bool AnyChoice(Session& session, const FuseOrder& order, Is is) {
+  return std::ranges::any_of(order.Fields, [&](const std::string& field) {
+    Choices choices;
+    return !ReadChoice(session, field, choices) && is(choices);
+  });
+}
+
 /// The choices of an order that may be carried out.
 ExitCode ReadOrder(Session& session, const FuseOrder& order, Choices& choices) {
   const ExitCode code = ReadChoices(session, order, choices);
@@ -243,7 +252,7 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
   const ReadBack back = ReadBackFuses(session, plan.NewBytes);
   fields["read_back"] = back.Field;
   run.Seconds += back.Run.Seconds;
-  if (!back.WhyNot.empty()) {
+  if (!back.WhyNot.empty() && !back.Doubt) {
     session.Out().Print(session.In({"読み戻していません: ", "not read back: "}) + back.WhyNot);
     return TellDeviceRun(session, run, fields);
   }
@@ -267,9 +276,13 @@ ExitCode CheckFuseOrder(Session& session, const FuseOrder& order) {
 }
 
 bool GivesResetAway(Session& session, const FuseOrder& order) {
-  return std::ranges::any_of(order.Fields, [&session](const std::string& field) {
-    Choices choices;
-    return !ReadChoice(session, field, choices) && GivesResetAway(choices);
+  return AnyChoice(session, order, [](const Choices& choices) { return GivesResetAway(choices); });
+}
+
+bool LocksAgainstReading(Session& session, const FuseOrder& order) {
+  return AnyChoice(session, order, [](const Choices& choices) {
+    const auto lock = choices.find(FuseList::Lock);
+    return lock != choices.end() && lock->second == fuse::kReadLocked;
   });
 }
 

@@ -27,6 +27,9 @@ ExitCode CheckFuseOrder(Session& session, const FuseOrder& order);
 /// True when the order would give the reset pin away.
 bool GivesResetAway(Session& session, const FuseOrder& order);
 
+/// True when the order would lock the device against reading.
+bool LocksAgainstReading(Session& session, const FuseOrder& order);
+
 /// Checks the order, reads the bits twice where the device gives them away, shows what will change,
 /// writes, and reads back.
 Outcome WriteFuses(Session& session, const FuseOrder& order);

@@ -1016,12 +1016,41 @@ TEST_F(Cli, AFuseWriteThatIsAcknowledgedAndNotCarriedOutFails) {
   EXPECT_EQ(told["read_back"], (json{{"Fuse", 0xD2}, {"Lock", 0xFF}}));
 }
 
+TEST_F(Cli, ALockThatIsAcknowledgedAndNotTakenFails) {
+  // Of a device that gives its bits away the fuse byte is written first.
+  for (const auto& [device, write] : {std::pair{"ATtiny12L", "2"}, {"AT90S8515", "1"}}) {
+    BoardProgram board(device, {"--fault", std::string("lie@") + write});
+    const CliResult told = On(board, "--json write-fuses LOCK=write-verify", device);
+    EXPECT_THAT(told, AllOf(Ends(1), Warns("still gives its signature: it is not locked")));
+    EXPECT_EQ(told.Json()["error"]["code"], "fuses-differ");
+    EXPECT_EQ(told.Json()["read_back"], "failed");
+    EXPECT_THAT(On(board, "write-fuses LOCK=write-verify", device), Ends(0));
+    EXPECT_THAT(On(board, "read", device), Ends(1));
+  }
+}
+
+TEST_F(Cli, ADeviceThatDoesNotAnswerAfterItsLockIsNotSaidToBeLocked) {
+  // Where the last command is sent, which asks for the signature.
+  std::size_t last = 0;
+  {
+    BoardProgram board("ATtiny12L");
+    ASSERT_THAT(On(board, "write-fuses LOCK=write-verify"), Ends(0));
+    last = board.Wire().size();
+  }
+  BoardProgram board("ATtiny12L", {"--fault", "hangup@" + std::to_string(last - 2)});
+  const CliResult told = On(board, "--json write-fuses LOCK=write-verify");
+  EXPECT_THAT(told, AllOf(Ends(1), Warns("whether it is locked is not known")));
+  EXPECT_EQ(told.Json()["error"]["code"], "not-read-back");
+}
+
 TEST_F(Cli, FuseBitsThatCanNoLongerBeReadAreNotReadBack) {
   EXPECT_THAT(Simulate("write-fuses LOCK=write-verify"),
               AllOf(Ends(0), Prints("not read back: the device is locked against reading")));
   EXPECT_THAT(Simulate("write-fuses --allow-reset-disable RSTDISABL=0"),
               AllOf(Ends(0), Prints("not read back: the device can no longer be reached")));
   EXPECT_THAT(Simulate("write-fuses LOCK=write", "AT90S8515"),
+              AllOf(Ends(0), Prints("not read back: this device gives none of them away")));
+  EXPECT_THAT(Simulate("write-fuses LOCK=write-verify", "AT90S8515"),
               AllOf(Ends(0), Prints("not read back: this device gives none of them away")));
 }
 

@@ -199,6 +199,34 @@ TEST_F(Workbench, AJobErasesProgramsThenWritesTheFusesThenTheLock) {
   EXPECT_EQ(board.Dump().substr(0, 4), std::string("\x0C\x94\xFF\xCF", 4));
 }
 
+TEST_F(Workbench, AChipThatDoesNotTakeItsLockFails) {
+  PutJob(R"("fuses": {"BODLEVEL": "2.7V"}, "lock": "write-verify", "record": "shift.csv")");
+  std::string writes;
+  {
+    const BoardProgram board(kChip);
+    ASSERT_THAT(OnPort(board, "run job.json"), Ends(0));
+    writes = Destructive(board.Wire());
+  }
+  // The lock bits are the last thing that is written; the erase is no write.
+  const BoardProgram board(
+      kChip, {"--fault", "lie@" + std::to_string(writes.size() - 1), "--state", Path("state")});
+  std::filesystem::remove(Path("shift.csv"));
+  const CliResult result = OnPort(board, "run job.json");
+  EXPECT_THAT(result, AllOf(Ends(1), Warns("it is not locked")));
+  ASSERT_THAT(Rows(), SizeIs(1));
+  EXPECT_THAT(Rows()[0], HasSubstr(",fail,fuses-differ,"));
+  EXPECT_THAT(Get("state"), HasSubstr("\nlock 3\n"));
+}
+
+TEST_F(Workbench, WhatAJobSaysOfTheBitsAgreesWithItself) {
+  PutJob(R"("fuses": {"BODLEVEL": "2.7V"}, "lock": "write-verify")");
+  const BoardProgram board(kChip);
+  const CliResult result = OnPort(board, "--verbose run job.json");
+  EXPECT_THAT(result.Out + result.Err,
+              AllOf(HasSubstr("the fuse bits written; fuse and lock bits written"),
+                    Not(HasSubstr("as they were"))));
+}
+
 TEST_F(Workbench, AJobSaysInOneLineWhatItCameTo) {
   PutJob(R"("fuses": {"BODEN": "Enable"}, "lock": "write", "serial": "flash:0x3FC=9")");
   const CliResult result = Run("--simulate run job.json");
@@ -477,6 +505,8 @@ TEST_F(Workbench, AChipThatWasProgrammedIsSaidToBeWhenItsFusesFail) {
     EXPECT_EQ(told["erased"], true) << byte;
     EXPECT_EQ(told["verified"]["flash"], true) << byte;
     EXPECT_THAT(told["chip_state"], StartsWith("programmed and verified")) << byte;
+    // The erase has opened the lock.
+    EXPECT_THAT(told["chip_state"], Not(HasSubstr("lock bits are as they were"))) << byte;
     EXPECT_THAT(result.Err, Not(HasSubstr("was not changed"))) << byte;
     const auto rows = Rows();
     ASSERT_THAT(rows, SizeIs(1)) << byte;
