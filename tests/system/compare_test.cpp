@@ -67,6 +67,11 @@ TEST_F(CliCompare, AFileAndTheChipEitherWay) {
               AllOf(Ends(0), Prints("flash: all 512 words agree\nEEPROM: all 64 bytes agree\n"
                                     "ok: a.hex and chip hold the same\n")));
   EXPECT_THAT(On(board, "compare chip a.hex"), Ends(0));
+  Put("bare.hex", Get("a.hex"));
+  EXPECT_THAT(On(board, "compare chip bare.hex"),
+              AllOf(Ends(0), Prints("ok: chip and bare.hex hold the same in the flash; the EEPROM "
+                                    "was not compared\n")));
+  EXPECT_THAT(On(board, "compare --no-data chip bare.hex"), Prints("hold the same\n"));
   EXPECT_THAT(On(board, "compare chip chip"), Ends(0));
   EXPECT_THAT(On(board, "compare chip b.hex"),
               AllOf(Ends(1), Prints(" 940C 6548*6C6C 216F  ..Hello!  |  940C 6548*6C58 "),

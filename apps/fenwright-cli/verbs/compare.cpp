@@ -297,9 +297,13 @@ Outcome TellComparison(Session& session, const CompareOptions& options, const Si
       TellNamedPairs(session, "fuses", FusePairs(first, second), fields) +
       TellNamedPairs(session, "calibration", CalibrationPairs(first, second), fields);
   const bool same = session.State().Command.Differences.empty() && others == 0;
-  const core::Sentence verdict =
-      same ? core::Sentence{"{} と {} の内容は同じです。", "{} and {} hold the same"}
-           : core::Sentence{"{} と {} の内容が違います。", "{} and {} differ"};
+  const bool all_compared = first.HasEeprom == second.HasEeprom;
+  core::Sentence verdict{"{} と {} の内容が違います。", "{} and {} differ"};
+  if (same && all_compared) verdict = {"{} と {} の内容は同じです。", "{} and {} hold the same"};
+  if (same && !all_compared) {
+    verdict = {"{} と {} のフラッシュの内容は同じです。EEPROMは比べていません。",
+               "{} and {} hold the same in the flash; the EEPROM was not compared"};
+  }
   const auto in = [&](const std::string& form) {
     return fmt::format(fmt::runtime(form), first.Name, second.Name);
   };
