@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,6 +29,9 @@ struct ChipRow {
   bool Begun = false;  ///< its image was complete: a number may be taken, the erase was next
 };
 
+/// Checks that a file can be the record of a job, and writes nothing. What is wrong is printed.
+ExitCode CheckRecord(Session& session, const std::string& path);
+
 /// A CSV file with a row for each chip. A chip that is about to be erased has its row, as
 /// "interrupted", in a file of its own until it has its last one; the next run takes what it finds
 /// there over, so that a crash loses no chip. One run at a time has the file; several threads of it
@@ -41,14 +46,21 @@ class ChipRecord {
   /// The chip is about to be erased.
   ExitCode Begin(Session& session, ChipRow row);
 
-  /// The chip's last row. A row that cannot be written is printed, so that it is not lost.
+  /// The chip's last row. A row that cannot be written is printed, so that it is not lost; nothing
+  /// is begun after that.
   ExitCode End(Session& session, const ChipRow& row);
+
+  /// True when a row could not be written.
+  [[nodiscard]] bool IsLost() const { return lost_; }
 
  private:
   [[nodiscard]] std::string PathOfOpenRow(const std::string& board) const;
+  [[nodiscard]] std::map<std::string, std::string> OpenRows() const;
+  void DropCutRow(const std::string& content) const;
   ExitCode TakeOverOpenRows(Session& session);
 
   std::string path_;
+  std::atomic<bool> lost_ = false;
   std::mutex mutex_;
   std::unique_ptr<FileHold> hold_;
 };

@@ -52,13 +52,22 @@ void ReleaseInProcess(const std::string& path) {
 
 }  // namespace
 
+void CutTo(const std::string& path, std::size_t size) {
+  std::error_code ignored;
+  if (std::filesystem::file_size(ToPath(path), ignored) > size && !ignored) {
+    std::filesystem::resize_file(ToPath(path), size, ignored);
+  }
+}
+
 platform::FileResult AppendDurably(const std::string& path, std::string_view lines,
                                    std::string_view cut) {
   std::string content;
   platform::SystemTextFiles().Read(path, content);
   const bool is_cut = !lines.empty() && !content.empty() && !content.ends_with('\n');
   const std::string end = is_cut ? std::string(cut) + "\n" : "";
-  return WriteThrough(path, end + std::string(lines), system_file::Way::Append);
+  const auto result = WriteThrough(path, end + std::string(lines), system_file::Way::Append);
+  if (!result && !lines.empty()) CutTo(path, content.size());
+  return result;
 }
 
 platform::FileResult WriteDurably(const std::string& path, std::string_view content) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -13,12 +14,15 @@ namespace fenwright::cli {
 
 /// Appends lines in one write and has them on the disc when it returns; creates the file when it
 /// is missing. A last line that a crash or a full disc has cut short is ended before, with `cut`
-/// behind it.
+/// behind it. Where they cannot be written whole nothing of them stays.
 platform::FileResult AppendDurably(const std::string& path, std::string_view lines,
                                    std::string_view cut = "");
 
 /// The same for a file's whole content.
 platform::FileResult WriteDurably(const std::string& path, std::string_view content);
+
+/// Takes away what a file has beyond a size in bytes; where that fails it stays.
+void CutTo(const std::string& path, std::size_t size);
 
 /// Keeps every other run of the program, and every other thread of this one, from the file for its
 /// lifetime, by a lock on a file of its name with ".lock" behind it. A run that was killed holds

@@ -342,6 +342,15 @@ Outcome DoJob(Session& session, const JobOrder& order, ChipRow& row) {
   return outcome;
 }
 
+/// The same before the first chip: the record, too, which a run under way has to itself.
+Prepared PrepareFirst(Session& session, const JobOrder& order) {
+  Prepared prepared = Prepare(session, order);
+  if (prepared.Code == ExitCode::Success && !order.Job.Record.empty()) {
+    prepared.Code = CheckRecord(session, RecordPathOf(order));
+  }
+  return prepared;
+}
+
 /// What the job came to, in one line.
 std::string Summary(Session& session, const JobOrder& order, const ChipRow& row) {
   std::string text = session.In(
@@ -392,10 +401,12 @@ ExitCode LoadJob(Session& session, const std::string& path, JobOrder& order) {
 
 std::string RecordPathOf(const JobOrder& order) { return PathIn(order, order.Job.Record); }
 
-ExitCode CheckJob(Session& session, const JobOrder& order) { return Prepare(session, order).Code; }
+ExitCode CheckJob(Session& session, const JobOrder& order) {
+  return PrepareFirst(session, order).Code;
+}
 
 Outcome PlanJob(Session& session, const JobOrder& order) {
-  const Prepared prepared = Prepare(session, order);
+  const Prepared prepared = PrepareFirst(session, order);
   Outcome outcome{.Code = prepared.Code, .Json = prepared.Fields};
   if (prepared.Code != ExitCode::Success) return outcome;
   const std::vector<Step> steps = StepsOf(session, order, prepared);
@@ -464,7 +475,10 @@ Outcome RunJob(Session& session, const JobOrder& order, ChipRow& row) {
   if (order.Record != nullptr && (row.Begun || outcome.Code != ExitCode::NoProgrammer)) {
     const ExitCode recorded = order.Record->End(session, row);
     row.Lost = recorded != ExitCode::Success;
-    if (good) outcome.Code = recorded;
+    if (good && row.Lost) {
+      outcome.Code = recorded;
+      row.Error = session.ErrorCode();
+    }
   }
   if (order.InProduction) return outcome;
   if (outcome.Code == ExitCode::Success) {

@@ -22,6 +22,19 @@ enum class SocketState { NoBoard, NoChip, OtherChip, TheChip };
 struct Tally {
   int Passed = 0;
   int Failed = 0;
+  int Unreached = 0;  ///< strokes of Enter for which no board answered
+};
+
+/// True when no further chip is to be begun: Ctrl-C was pressed, or the record has lost a row, on
+/// this board or on another one of the call.
+class ShiftEnd {
+ public:
+  explicit ShiftEnd(const ChipRecord* record) : record_(record) {}
+  [[nodiscard]] bool HasCome() const { return EndWasRequested() || RecordIsLost(); }
+  [[nodiscard]] bool RecordIsLost() const { return record_ != nullptr && record_->IsLost(); }
+
+ private:
+  const ChipRecord* record_;
 };
 
 /// Looks once. Nothing of it is printed.
@@ -67,10 +80,10 @@ class Notice {
 };
 
 /// Waits for the job's chip: it has to show twice in a row, since a contact that settles can show
-/// anything. False when the end was requested meanwhile.
-bool WaitForChip(Session& session, Notice& notice) {
+/// anything. False when the end has come meanwhile.
+bool WaitForChip(Session& session, Notice& notice, const ShiftEnd& end) {
   SocketState last = SocketState::NoChip;
-  while (!EndWasRequested()) {
+  while (!end.HasCome()) {
     const SocketState state = LookIntoSocket(session.CallOptions());
     if (state == SocketState::TheChip && last == state) return true;
     switch (state) {
@@ -96,10 +109,10 @@ bool WaitForChip(Session& session, Notice& notice) {
 }
 
 /// Waits until the chip is out of the socket, which two looks have to agree on, or the board was
-/// pulled. False when the end was requested meanwhile.
-bool WaitForRemoval(Session& session, Notice& notice) {
+/// pulled. False when the end has come meanwhile.
+bool WaitForRemoval(Session& session, Notice& notice, const ShiftEnd& end) {
   int without = 0;
-  while (!EndWasRequested()) {
+  while (!end.HasCome()) {
     const SocketState state = LookIntoSocket(session.CallOptions());
     without = state == SocketState::NoChip || state == SocketState::NoBoard ? without + 1 : 0;
     if (without == 2) return true;
@@ -109,11 +122,11 @@ bool WaitForRemoval(Session& session, Notice& notice) {
   return false;
 }
 
-bool WaitForKey(EnterKey& key, int& seen, Notice& notice) {
+bool WaitForKey(EnterKey& key, int& seen, Notice& notice, const ShiftEnd& end) {
   key.Forget(seen);
   notice.Say({"チップを入れて Enter を押します (Ctrl-C で終わります)",
               "put a chip in and press Enter (Ctrl-C ends)"});
-  while (!EndWasRequested()) {
+  while (!end.HasCome()) {
     const EnterKey::Event event = key.Wait(seen);
     if (event == EnterKey::Event::Pressed) return true;
     if (event == EnterKey::Event::Ended) return false;
@@ -134,7 +147,7 @@ std::vector<std::string> LargeWord(bool good) {
 }
 
 void TellChip(Session& session, const ChipRow& row, const Tally& tally) {
-  const bool good = row.Result == "pass";
+  const bool good = row.Result == "pass" && !row.Lost;
   Console& out = session.Out();
   const int number = tally.Passed + tally.Failed;
   std::string line = fmt::format("{}  #{}", good ? "PASS" : "FAIL", number);
@@ -159,6 +172,11 @@ Outcome Finish(Session& session, const Tally& tally) {
     outcome.Code = ExitCode::Failed;
     session.NoteError({.Code = problem::kChipsFailed,
                        .Text = {"不合格のチップがありました", "not every chip has passed"}});
+  } else if (chips == 0 && tally.Unreached > 0) {
+    outcome.Code = ExitCode::NoProgrammer;
+    session.NoteError({.Code = ops::trouble::kNoProgrammer,
+                       .Text = {"ボードが応答しないため、どのチップにも書き込んでいません",
+                                "no board has answered, and no chip was programmed"}});
   }
   return outcome;
 }
@@ -195,11 +213,12 @@ Outcome Produce(Session& session, const Production& production) {
   if (const ExitCode code = session.RequirePort(); code != ExitCode::Success) return {.Code = code};
   Options options = session.CallOptions();
   Notice notice(session);
+  const ShiftEnd end(production.Order.Record);
   Tally tally;
   int seen = 0;
-  while (!EndWasRequested()) {
-    const bool begin = production.Key != nullptr ? WaitForKey(*production.Key, seen, notice)
-                                                 : WaitForChip(session, notice);
+  while (!end.HasCome()) {
+    const bool begin = production.Key != nullptr ? WaitForKey(*production.Key, seen, notice, end)
+                                                 : WaitForChip(session, notice, end);
     if (!begin) break;
     notice.Forget();
     ChipRow row;
@@ -215,7 +234,10 @@ Outcome Produce(Session& session, const Production& production) {
       session.CheckLogOf(run);
     }
     // The board went before the chip was looked at; it is waited for.
-    if (code == ExitCode::NoProgrammer && !row.Begun) continue;
+    if (code == ExitCode::NoProgrammer && !row.Begun) {
+      ++tally.Unreached;
+      continue;
+    }
     // The second Ctrl-C, which the user means for the chip as well.
     if (code == ExitCode::Stopped) {
       ++tally.Failed;
@@ -226,9 +248,9 @@ Outcome Produce(Session& session, const Production& production) {
                                "stopped"}});
       }
       // Before the tally, which has failed chips to tell of.
-      const ExitCode end = session.FailStopped();
+      const ExitCode stop = session.FailStopped();
       Outcome stopped = Finish(session, tally);
-      stopped.Code = end;
+      stopped.Code = stop;
       return stopped;
     }
     if (code == ExitCode::Success) {
@@ -237,19 +259,19 @@ Outcome Produce(Session& session, const Production& production) {
       ++tally.Failed;
     }
     TellChip(session, row, tally);
-    if (row.Lost) {
-      const ExitCode end = session.Fail(
-          ExitCode::FileError, {.Code = problem::kFileUnwritable,
-                                .Text = {"記録に書けないため、ここで終わります",
-                                         "the record cannot be written, so this is the end"}});
-      Outcome lost = Finish(session, tally);
-      lost.Code = end;
-      return lost;
-    }
-    if (production.Key == nullptr && !WaitForRemoval(session, notice)) break;
+    if (end.RecordIsLost()) break;
+    if (production.Key == nullptr && !WaitForRemoval(session, notice, end)) break;
     notice.Forget();
   }
-  return Finish(session, tally);
+  if (!end.RecordIsLost()) return Finish(session, tally);
+  // Before the tally, which may have failed chips to tell of.
+  const ExitCode code = session.Fail(
+      ExitCode::FileError, {.Code = problem::kFileUnwritable,
+                            .Text = {"記録に書けないため、ここで終わります",
+                                     "the record cannot be written, so this is the end"}});
+  Outcome lost = Finish(session, tally);
+  lost.Code = code;
+  return lost;
 }
 
 }  // namespace fenwright::cli

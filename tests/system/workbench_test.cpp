@@ -56,9 +56,9 @@ class Workbench : public CliTest {
     return Wait(process);
   }
   /// A board at a port of the test's own, to be pulled and put back.
-  std::unique_ptr<Process> Board(const std::string& port,
-                                 const std::vector<std::string>& more = {}) {
-    std::vector<std::string> command{FENWRIGHT_BOARD_PROGRAM, "--device", kChip, "--link",
+  std::unique_ptr<Process> Board(const std::string& port, const std::vector<std::string>& more = {},
+                                 const std::string& chip = kChip) {
+    std::vector<std::string> command{FENWRIGHT_BOARD_PROGRAM, "--device", chip, "--link",
                                      Path(port)};
     command.insert(command.end(), more.begin(), more.end());
     if (std::ranges::find(more, "--baud") == more.end()) {
@@ -296,7 +296,8 @@ TEST_F(Workbench, WhateverIsWrongWithAJobIsSaidBeforeAnythingIsSent) {
            {R"("osccal": "eeprom:0=3")", "no-calibration"},
            {R"("backup": "nowhere")", "file-missing"},
            {R"("record": "other.csv")", "file-type"},
-           {R"("record": "nowhere/shift.csv")", "file-unwritable"}}) {
+           {R"("record": "code.hex")", "file-type"},
+           {R"("record": "nowhere/shift.csv")", "file-missing"}}) {
     PutJob(keys);
     const CliResult result = OnPort(board, "--json run job.json");
     EXPECT_THAT(result, Not(Ends(0))) << keys;
@@ -548,6 +549,76 @@ TEST_F(Workbench, ARowThatTheRecordHasAlreadyIsNotTakenTwice) {
   EXPECT_THAT(Get("shift.csv"), Not(HasSubstr("interrupted")));
 }
 
+TEST_F(Workbench, ARowThatWasCutShortIsNoRowOfItsChip) {
+  PutJob(R"("record": "shift.csv")");
+  ASSERT_THAT(Run("--simulate run job.json"), Ends(0));
+  const std::string whole = Get("shift.csv");
+  const std::string row = Rows().front();
+  const std::size_t place = row.find(",pass,");
+  ASSERT_NE(place, std::string::npos);
+  const std::string open = row.substr(0, place) + ",interrupted,,0.0\n";
+  const std::string before = whole.substr(0, whole.size() - row.size() - 1);
+  for (const std::size_t length :
+       {std::size_t{1}, std::size_t{25}, place - 1, place, place + 3, place + 6}) {
+    SCOPED_TRACE(row.substr(0, length));
+    Put("shift.csv", before + row.substr(0, length));
+    Put("shift.csv.12345678.open", open);
+    const CliResult result = Run("--simulate run job.json");
+    EXPECT_THAT(result, AllOf(Ends(0), Warns("an interrupted chip is in the record now")));
+    EXPECT_THAT(Get("shift.csv"), StartsWith(before + open));
+    EXPECT_THAT(Rows(), SizeIs(2));
+  }
+  // A row that somebody else has left without its end is whole.
+  Put("shift.csv", before + row);
+  Put("shift.csv.12345678.open", open);
+  EXPECT_THAT(Run("--simulate run job.json"), AllOf(Ends(0), Warns(Not(HasSubstr("interrupted")))));
+  EXPECT_THAT(Get("shift.csv"), StartsWith(whole));
+  EXPECT_THAT(Rows(), SizeIs(2));
+}
+
+TEST_F(Workbench, ARecordWhoseFirstLineWasCutShortBeginsAnew) {
+  PutJob(R"("record": "shift.csv")");
+  Put("shift.csv", "time,board,dev");
+  ASSERT_THAT(Run("--simulate run job.json"), Ends(0));
+  EXPECT_THAT(Rows(), SizeIs(1));
+}
+
+TEST_F(Workbench, ADiscThatIsFullInTheMiddleOfARowLosesNoChip) {
+  PutJob(R"("record": "shift.csv")");
+  const std::string record = LongRecord();
+  const BoardProgram board(kChip);
+  const CliResult result =
+      WithStrokes(1, Words{"--port", board.Link()} + Words("run job.json --repeat --enter"),
+                  WithRoomFor(record.size() + 60));
+  EXPECT_THAT(result, AllOf(Ends(4), Warns("shift.csv: cannot be written")));
+  // Nobody takes that chip for a good one.
+  EXPECT_THAT(result.Out, AllOf(HasSubstr("FAIL  #1  file-unwritable"), Not(HasSubstr("PASS")),
+                                EndsWith("failed: 1\n")));
+  EXPECT_EQ(Get("shift.csv"), record);
+  ASSERT_THAT(OpenRows(), SizeIs(1));
+  const std::string open = ReadFile(OpenRows().front());
+  EXPECT_THAT(OnPort(board, "run job.json"),
+              AllOf(Ends(0), Warns("an interrupted chip is in the record now")));
+  EXPECT_THAT(Get("shift.csv"), StartsWith(record + open));
+}
+
+TEST_F(Workbench, ARecordThatIsLostEndsTheShiftOnEveryBoard) {
+  PutJob(R"("record": "shift.csv", "serial": "flash:0x3FC=next", "counter": "n.txt")");
+  Put("n.txt", "fenwright-counter 1\nfirst 1\n");
+  const std::string record = LongRecord();
+  const auto quick = Board("quick");
+  // Waits for a chip of the job's all the time.
+  const auto idle = Board("idle", {}, "ATtiny15L");
+  const auto run =
+      Start({"--port", Path("quick"), "--port", Path("idle"), "run", "job.json", "--repeat"},
+            WithRoomFor(record.size()));
+  const CliResult result = Wait(*run);
+  EXPECT_THAT(result, Ends(4));
+  EXPECT_THAT(result.Out + result.Err,
+              HasSubstr("the record cannot be written, so this is the end"));
+  EXPECT_EQ(Get("shift.csv"), record);
+}
+
 TEST_F(Workbench, AChipThatCannotBeRecordedIsNotTouched) {
   PutJob(R"("record": "shift.csv")");
   Put("shift.csv", "time,board,device,signature,serial,image_crc32,fuses,result,error,seconds\n");
@@ -684,6 +755,17 @@ TEST_F(Workbench, EachStrokeOfEnterIsAChip) {
   EXPECT_THAT(result.Out, AllOf(HasSubstr("PASS  #1"), HasSubstr("PASS  #2"),
                                 EndsWith("chips: 2, passed: 2, failed: 0\n")));
   EXPECT_THAT(Rows(), SizeIs(2));
+}
+
+TEST_F(Workbench, StrokesThatReachNoBoardAreNoSuccess) {
+  PutJob();
+  const Words call("run job.json --repeat --enter");
+  const CliResult result = WithStrokes(2, Words{"--port", Path("nowhere")} + call);
+  EXPECT_THAT(result, AllOf(Ends(3), Prints("chips: 0, passed: 0, failed: 0\n")));
+  const json told = WithStrokes(1, Words{"--json", "--port", Path("nowhere")} + call).Json();
+  EXPECT_EQ(told["error"]["code"], "no-programmer");
+  // Nobody pressed Enter: nothing was wanted.
+  EXPECT_THAT(WithStrokes(0, Words{"--port", Path("nowhere")} + call), Ends(0));
 }
 
 TEST_F(Workbench, AChipThatFailsDoesNotEndTheShift) {
