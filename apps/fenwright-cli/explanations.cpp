@@ -288,6 +288,19 @@ const auto& Table() {
        {"コピーの名前と、--device の名前を確かめます。",
         "the copy's name, and the name given with --device"},
        {"このデバイスのコピーを指定します。", "name a copy of this device"}},
+      {problem::kEepromLeftOver,
+       {"イレースの後で中断したデバイスのEEPROMの内容がファイルに残っていて、ソケットのデバイスのEE"
+        "PROM"
+        "は消去されています。",
+        "a file has what the EEPROM of a device held whose run was interrupted behind the erase, "
+        "and "
+        "the EEPROM of the one in the socket is erased"},
+       {"それがそのデバイスかどうかを確かめます。", "whether it is that device"},
+       {"そのデバイスなら program --data "
+        "でファイルを書き戻し、ファイルを消してから、もう一度実行しま"
+        "す。ほかのデバイスなら、ファイルを別のフォルダーに移します。",
+        "if it is, put the file back with \"program --data\", delete it and run the command again; "
+        "if not, move the file to another folder"}},
       {problem::kOutputUnwritable,
        {"結果を標準出力に書けませんでした。", "the result could not be written to standard output"},
        {"出力先のディスクの空きと、パイプの先のプログラムを確かめます。",

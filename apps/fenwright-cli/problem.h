@@ -27,6 +27,7 @@ inline constexpr std::string_view kFileType = "file-type";
 inline constexpr std::string_view kFileChanged = "file-changed";
 inline constexpr std::string_view kDamagedCopy = "damaged-copy";
 inline constexpr std::string_view kForeignCopy = "foreign-copy";
+inline constexpr std::string_view kEepromLeftOver = "eeprom-left-over";
 inline constexpr std::string_view kDataNotRead = "data-not-read";
 inline constexpr std::string_view kOutputUnwritable = "output-unwritable";
 inline constexpr std::string_view kReadingsDiffer = "readings-differ";

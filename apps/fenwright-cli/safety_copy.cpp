@@ -84,11 +84,9 @@ struct CopyFiles {
 };
 
 std::string CopyName(Session& session) {
-  std::string signature = session.StatusBar().Signature();
-  std::erase(signature, ':');
   const platform::DateTime now = session.Context().Line.Clock.Now();
-  return fmt::format("{}-{}-{:04}{:02}{:02}-{:02}{:02}{:02}", core::DeviceAlias(session.Device()),
-                     signature, now.Year, now.Month, now.Day, now.Hour, now.Minute, now.Second);
+  return fmt::format("{}{:04}{:02}{:02}-{:02}{:02}{:02}", CopyNameStart(session), now.Year,
+                     now.Month, now.Day, now.Hour, now.Minute, now.Second);
 }
 
 /// The first of `name`, `name`-2 and so on that a test takes, "" when it takes none.
@@ -253,6 +251,12 @@ Outcome RefuseUntouched(Session& session, const DeviceRun& run, nlohmann::json f
   if (session.Json() || !session.HasError()) outcome = TellDeviceRun(session, run, fields);
   session.Out().PrintError(session.In(untouched));
   return outcome;
+}
+
+std::string CopyNameStart(Session& session) {
+  std::string signature = session.StatusBar().Signature();
+  std::erase(signature, ':');
+  return fmt::format("{}-{}-", core::DeviceAlias(session.Device()), signature);
 }
 
 std::string NewCopyPath(Session& session, const std::string& folder, const std::string& extension) {

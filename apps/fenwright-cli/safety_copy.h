@@ -46,6 +46,9 @@ Outcome RefuseUntouched(Session& session, const DeviceRun& run, nlohmann::json f
 /// Fails a call since a locked device gives away nothing that is worth keeping.
 ExitCode FailLocked(Session& session);
 
+/// What the names of a device's files begin with: device and signature.
+std::string CopyNameStart(Session& session);
+
 /// A new file in a folder ("" = the working folder), empty, named by device, signature, date and
 /// time. Where it cannot be made its writing will say why.
 std::string NewCopyPath(Session& session, const std::string& folder, const std::string& extension);

@@ -425,5 +425,58 @@ TEST_F(CliSafety, AFailureBehindTheEraseLeavesTheEepromInAFile) {
   EXPECT_EQ(board.Dump().substr(1024, 4), "\x11\x22\x33\xFF");
 }
 
+TEST_F(CliSafety, AnEepromThatWasNotBroughtBackIsNotKeptAsItIs) {
+  Put("state", std::string("fenwright-board-state 1\nchip ") + kChip + "\neeprom 0 11 22 33\n");
+  // The first write of the EEPROM, behind four of the flash.
+  BoardProgram board(kChip, {"--state", Path("state"), "--fault", "lie@5"});
+  const CliResult told = On(board, "--json program code.hex --keep-eeprom");
+  EXPECT_THAT(told, AllOf(Ends(1), Warns("before you run the command again")));
+  const std::string file = told.Json()["eeprom_file"];
+  ASSERT_EQ(board.Dump().substr(1024, 3), "\xFF\x22\x33");
+  const std::size_t start = board.Wire().size();
+  const CliResult again = On(board, "--json program code.hex --keep-eeprom");
+  EXPECT_THAT(again, AllOf(Ends(1), Warns(file), Warns("nothing was erased or written")));
+  EXPECT_EQ(again.Json()["error"]["code"], "eeprom-left-over");
+  const Bytes wire = board.Wire();
+  EXPECT_EQ(Destructive({wire.begin() + static_cast<std::ptrdiff_t>(start), wire.end()}), "");
+  EXPECT_THAT(On(board, "program code.hex --data " + file), Ends(0));
+  EXPECT_EQ(board.Dump().substr(1024, 4), "\x11\x22\x33\xFF");
+  EXPECT_THAT(On(board, "program code.hex --keep-eeprom"), Ends(0));
+  EXPECT_EQ(board.Dump().substr(1024, 4), "\x11\x22\x33\xFF");
+  EXPECT_TRUE(IsThere(file));
+}
+
+TEST_F(CliSafety, AFileThatIsLeftOverStopsOnlyTheDeviceThatItMayBeOf) {
+  const std::string name = "ATtiny12L-1E9005-20260401-093000";
+  Put(name + ".eep", HexFile({0x11, 0x22, 0x33}));
+  const auto code_of = [this](const std::string& eeprom) {
+    const auto board = WithState("eeprom 0 " + eeprom + "\n");
+    const json told = On(*board, "--json program code.hex --keep-eeprom").Json();
+    return told["error"].is_null() ? "ok" : told["error"]["code"].get<std::string>();
+  };
+  EXPECT_EQ(code_of("FF FF FF"), "eeprom-left-over");
+  EXPECT_EQ(code_of("11 FF FF"), "eeprom-left-over");
+  EXPECT_EQ(code_of("11 22 33"), "ok");
+  EXPECT_EQ(code_of("11 22 34"), "ok");
+  EXPECT_EQ(code_of("FF FF FF 44"), "ok");
+  // Part of a safety copy, of another device, and empty.
+  Put(name + ".json", "{}");
+  EXPECT_EQ(code_of("FF FF FF"), "ok");
+  std::filesystem::remove(Path(name + ".json"));
+  std::filesystem::rename(Path(name + ".eep"), Path("ATtiny15L" + name.substr(9) + ".eep"));
+  Put(name + ".eep", "");
+  EXPECT_EQ(code_of("FF FF FF"), "ok");
+}
+
+TEST_F(CliSafety, WithASafetyCopyTheEepromIsInAFileOfItsOwnAsWell) {
+  Put("state", std::string("fenwright-board-state 1\nchip ") + kChip + "\neeprom 0 11 22 33\n");
+  BoardProgram board(kChip, {"--state", Path("state"), "--fault", "lie@5"});
+  const CliResult told = On(board, "--json program code.hex --keep-eeprom --backup copies");
+  EXPECT_THAT(told, AllOf(Ends(1), Warns("before you run the command again")));
+  EXPECT_THAT(Get(told.Json()["eeprom_file"]), ::testing::StartsWith(":10000000112233FF"));
+  EXPECT_EQ(On(board, "--json program code.hex --keep-eeprom").Json()["error"]["code"],
+            "eeprom-left-over");
+}
+
 }  // namespace
 }  // namespace fenwright::testing
