@@ -177,6 +177,21 @@ std::string FolderName(const std::string& port) {
   return start == std::string::npos ? name : name.substr(start);
 }
 
+/// Those of all ports: where two have the same one the later one gets a number.
+std::vector<std::string> FolderNames(const std::vector<std::string>& ports) {
+  std::vector<std::string> names;
+  const auto taken = [&names](const std::string& name) {
+    return std::ranges::find(names, name) != names.end();
+  };
+  for (const std::string& port : ports) {
+    const std::string own = FolderName(port);
+    std::string name = own;
+    for (int number = 2; taken(name); ++number) name = fmt::format("{}_{}", own, number);
+    names.push_back(name);
+  }
+  return names;
+}
+
 /// Each board keeps its trace, dumps and report in a folder of its own within that of the call.
 ExitCode MakeFolder(Session& session, const std::string& folder) {
   std::error_code error;
@@ -298,6 +313,7 @@ std::vector<BoardResult> RunAll(const Verb& verb, const VerbRun& run, const Opti
                                 const std::vector<std::string>& ports) {
   BoardLines lines(ports, options.Quiet || options.Json);
   std::vector<BoardResult> results(ports.size());
+  const std::vector<std::string> names = FolderNames(ports);
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < ports.size(); ++i) {
     threads.emplace_back([&, i] {
@@ -306,8 +322,8 @@ std::vector<BoardResult> RunAll(const Verb& verb, const VerbRun& run, const Opti
       each.Ports = {ports[i]};
       each.Port = ports[i];
       each.Lines = &own;
-      if (!each.Folder.empty()) each.Folder += "/" + FolderName(ports[i]);
-      if (!each.Log.empty()) each.Log += "." + FolderName(ports[i]);
+      if (!each.Folder.empty()) each.Folder += "/" + names[i];
+      if (!each.Log.empty()) each.Log += "." + names[i];
       try {
         results[i] = RunOnBoard(verb, run, each);
       } catch (const std::exception& error) {
@@ -366,9 +382,9 @@ ExitCode RunOnBoards(const Verb& verb, const VerbRun& run, const Options& option
   } else {
     code = ChoosePorts(session, ports);
   }
-  for (const std::string& port : ports) {
+  for (const std::string& name : FolderNames(ports)) {
     if (code != ExitCode::Success || options.Folder.empty()) break;
-    code = MakeFolder(session, options.Folder + "/" + FolderName(port));
+    code = MakeFolder(session, options.Folder + "/" + name);
   }
   if (code == ExitCode::Success) {
     results = RunAll(verb, run, options, ports);

@@ -733,6 +733,20 @@ TEST_F(Workbench, EachBoardHasItsOwnFolder) {
   EXPECT_TRUE(IsThere("kept/COM2/_debug_avr.txt"));
 }
 
+TEST_F(Workbench, PortsWithTheSameNameForAFolderDoNotShareIt) {
+  MakeFolder("kept");
+  MakeFolder("x");
+  const auto first = Board("x/b");
+  const auto second = Board("x_b");
+  const CliResult result = Run(
+      Words("--port x/b --port x_b --device ATtiny12L --folder kept --log line program code.hex"));
+  EXPECT_THAT(result, Ends(0));
+  for (const char* file :
+       {"kept/x_b/_debug_avr.txt", "kept/x_b_2/_debug_avr.txt", "line.x_b", "line.x_b_2"}) {
+    EXPECT_TRUE(IsThere(file)) << file;
+  }
+}
+
 TEST_F(Workbench, BoardsOfOneCallNeverShareANumber) {
   const Words three("--simulate --port COM1 --port COM2 --port COM3 --device ATtiny12L");
   EXPECT_THAT(Run(three + Words("program code.hex --serial flash:0x3FC=next --counter n.txt "
