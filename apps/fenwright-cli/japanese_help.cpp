@@ -171,7 +171,7 @@ constexpr auto kHelpTexts = std::to_array<HelpText>({
      "ファイルが変わるたびに書き込みます。Ctrl-C で終わります"},
     {"description of a safety copy that --backup has taken",
      "--backup が作ったコピーの説明ファイル"},
-    {"leave the fuse and lock bits as they are", "ヒューズビットとロックビットをそのままにします"},
+    {"write neither fuse nor lock bits", "ヒューズビットとロックビットを書き込みません"},
     {"firmware file, Intel HEX", "ファームウエアのファイル、Intel HEX"},
     {"do not ask", "確認しません"},
     {"check the file and say what would be sent", "ファイルを調べ、送るものを出すだけです"},

@@ -48,26 +48,17 @@ std::optional<std::uint64_t> TakenIn(const std::string& line) {
 }
 
 /// The files that this process has begun: what begins a file goes on with it, on the next chip and
-/// on the other boards of the call.
-class BegunFiles {
- public:
-  static BegunFiles& OfProcess() {
-    static BegunFiles files;
-    return files;
-  }
-  void Add(const std::string& path) {
-    const std::scoped_lock lock(mutex_);
-    paths_.insert(path);
-  }
-  bool Has(const std::string& path) {
-    const std::scoped_lock lock(mutex_);
-    return paths_.contains(path);
-  }
-
- private:
-  std::mutex mutex_;
-  std::set<std::string> paths_;
+/// on the other boards of the call. Whoever looks at a file and at this holds the mutex, so that no
+/// other board sees one of them without the other.
+struct BegunFiles {
+  std::mutex Mutex;
+  std::set<std::string> Paths;
 };
+
+BegunFiles& Begun() {
+  static BegunFiles files;
+  return files;
+}
 
 }  // namespace
 
@@ -139,12 +130,12 @@ std::optional<Problem> NumberCounter::Read(Content& content) const {
 std::optional<Problem> NumberCounter::Next(const job::SerialNumber& form, const Content& content,
                                            std::uint64_t& number) const {
   // One that this run has begun, and that is gone, is not begun once more with the same numbers.
-  if (!content.IsThere && (!first_ || BegunFiles::OfProcess().Has(path_))) {
+  if (!content.IsThere && (!first_ || Begun().Paths.contains(path_))) {
     return Problem{.Code = problem::kCounterMissing,
                    .Text = {path_ + ": 番号のファイルがありません",
                             path_ + ": there is no such counter file"}};
   }
-  if (content.IsThere && first_ && !BegunFiles::OfProcess().Has(path_)) {
+  if (content.IsThere && first_ && !Begun().Paths.contains(path_)) {
     return Problem{
         .Code = problem::kFileExists,
         .Text = {fmt::format("{}: もうあるため、--counter-start では始められません", path_),
@@ -176,6 +167,7 @@ std::optional<Problem> NumberCounter::Peek(const job::SerialNumber& form,
         .Code = problem::kFileMissing,
         .Text = {path_ + ": そのフォルダーはありません", path_ + ": there is no such folder"}};
   }
+  const std::scoped_lock lock(Begun().Mutex);
   Content content;
   if (auto problem = Read(content)) return problem;
   if (auto problem = Next(form, content, number)) return problem;
@@ -189,6 +181,7 @@ std::optional<Problem> NumberCounter::Take(const job::SerialNumber& form, const 
                                            const std::string& place, std::uint64_t& number) const {
   const FileHold hold(path_, kPatience);
   if (!hold) return hold.WhyNot();
+  const std::scoped_lock lock(Begun().Mutex);
   Content content;
   if (auto problem = Read(content)) return problem;
   if (auto problem = Next(form, content, number)) return problem;
@@ -196,7 +189,7 @@ std::optional<Problem> NumberCounter::Take(const job::SerialNumber& form, const 
   if (!content.IsThere) lines = fmt::format("{}\nfirst {}\n", kFirstLine, number);
   lines += fmt::format("taken {} {} {}\n", number, when, place);
   if (const auto result = AppendDurably(path_, lines, kCut); !result) return Unwritable(result);
-  if (!content.IsThere) BegunFiles::OfProcess().Add(path_);
+  if (!content.IsThere) Begun().Paths.insert(path_);
   return std::nullopt;
 }
 

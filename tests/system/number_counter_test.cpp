@@ -170,6 +170,22 @@ TEST_F(Counter, WhileSomebodyElseHasItNothingIsTaken) {
   EXPECT_EQ(ReadFile(path_), "fenwright-counter 1\nfirst 1\n");
 }
 
+TEST_F(Counter, SeveralThreadsThatBeginItAgreeAtAnyMoment) {
+  constexpr int kThreads = 6;
+  for (int round = 0; round < 20; ++round) {
+    path_ = folder_.File("begun" + std::to_string(round));
+    std::vector<std::string> found(kThreads);
+    std::vector<std::thread> threads;
+    for (std::string& each : found) {
+      threads.emplace_back([this, &each] { each = Peek(Begin(1)) + " " + Take(Begin(1)); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const std::string& each : found) {
+      EXPECT_EQ(each.find_first_not_of("0123456789 "), std::string::npos) << each;
+    }
+  }
+}
+
 TEST_F(Counter, SeveralThreadsNeverGetTheSameNumber) {
   constexpr int kThreads = 4;
   constexpr int kEach = 10;
