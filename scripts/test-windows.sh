@@ -56,7 +56,8 @@ make_prefix() {
   # One server for all: left to itself it ends some seconds after the last program, and a program
   # that starts in that moment loses its connection.
   WINEPREFIX=$FENWRIGHT_WINEPREFIX timeout 120 wineserver -w
-  WINEPREFIX=$FENWRIGHT_WINEPREFIX wineserver -p
+  # When a far end hangs up, it lists all that it holds; that is not for the reader.
+  WINEPREFIX=$FENWRIGHT_WINEPREFIX wineserver -p >"$scratch/server" 2>&1
   # Wine's services come with the first program and last as long as the server: with its output,
   # which nobody may wait for.
   env -u DISPLAY timeout --kill-after=10 120 "$wine" cmd /c exit >"$scratch/services" 2>&1
@@ -81,7 +82,7 @@ run_serial_tests() {
   wait "$far_end" 2>/dev/null || true
   far_end=
   rm -f "$FENWRIGHT_WINEPREFIX/dosdevices/com3"
-  # When a far end hangs up, Wine's server lists what it holds; that is not for the reader.
+  # Of a server that this run has started, too.
   if ((status != 0)); then grep -vE '^ *(0x)?[0-9a-f]+:' "$scratch/serial"; fi
   tail -n 3 "$scratch/serial"
   return "$status"
