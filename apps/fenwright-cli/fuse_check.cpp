@@ -1,6 +1,7 @@
 #include "fuse_check.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 
 #include <fmt/format.h>
@@ -49,37 +50,66 @@ std::string WhyNotReadBack(Session& session) {
     return session.In({"デバイスにはもう届きません", "the device can no longer be reached"});
   }
   if (session.Fuses().SelectedIndex(FuseList::Lock) == fuse::kReadLocked) {
-    return session.In({"デバイスは読み出しが禁止され、シグネチャーも返しません",
-                       "the device is locked against reading, and gives no signature any more"});
+    return session.In(
+        {"デバイスは読み出しが禁止されています", "the device is locked against reading"});
   }
   return "";
 }
 
-/// A device that is locked against reading hides its signature as well: one that still gives it has
-/// acknowledged the lock bits and not taken them. What the commands before have noted stays.
-std::optional<Problem> WhyNotReadLocked(Session& session) {
-  const core::CommandRecord written = session.State().Command;
-  ops::SocketContent content;
-  const core::CommandEnding ending = ops::RunCommand(
-      session.Context(),
-      [&content](core::RunContext& context) { content = ops::IdentifySocket(context); });
-  const bool answered = ending == core::CommandEnding::Finished && session.State().LinkError == 0;
-  session.State().Command = written;
-  const std::string& signature = session.StatusBar().Signature();
-  if (answered && (signature == "00:01:02" || signature == "00:00:00")) return std::nullopt;
-  if (answered && !content.Devices.empty()) {
-    return Problem{.Code = problem::kFusesDiffer,
-                   .Text = {"LOCK: 書いた値 write-verify。デバイスはシグネチャーを返すので、"
-                            "プロテクトされていません",
-                            "LOCK: written write-verify, and the device still gives its signature: "
-                            "it is not locked"}};
+Problem NotLocked() {
+  return {.Code = problem::kFusesDiffer,
+          .Text = {"LOCK: 書いた値 write-verify。デバイスはプロテクトされていません",
+                   "LOCK: written write-verify, and the device is not locked"}};
+}
+
+Problem NoAnswerBehindLock() {
+  return {
+      .Code = problem::kNotReadBack,
+      .Text = {"ロックビットを書き込みましたが、その後のデバイスの応答からは、プロテクトされたか"
+               "どうかが分かりません。接続と接触を確かめてください",
+               "the lock bits were written, and what the device answers after it does not tell "
+               "whether it is locked: check the connection and the contacts"}};
+}
+
+/// Looks whether a device is locked against reading, as it is to be: it hides its signature then,
+/// or its lock bits say so where they can be read all the same. One that shows neither has
+/// acknowledged the bits and not taken them. What the write has noted of itself stays.
+void LookAtReadLock(Session& session, ReadBack& back) {
+  core::AppState& state = session.State();
+  const core::CommandRecord written = state.Command;
+  const bool readable = LayoutOf(session).ReadEnabled;
+  session.Fuses().Select(FuseList::Lock, -1);
+  bool identified = false;
+  const auto start = std::chrono::steady_clock::now();
+  back.Run.Ending = ops::RunCommand(session.Context(), [&](core::RunContext& context) {
+    if (readable) {
+      ops::cmdFuseRead_Click(context);
+    } else {
+      identified = !ops::IdentifySocket(context).Devices.empty();
+    }
+  });
+  back.Run.Seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const bool asked = state.Command.LinkReady;
+  const bool answered = asked && (readable ? state.LinkError == 0 : identified);
+  const int lock = session.Fuses().SelectedIndex(FuseList::Lock);
+  if (lock < 0) session.Fuses().Select(FuseList::Lock, fuse::kReadLocked);
+  state.Command = written;
+  state.LinkError = 0;
+  back.Field = "failed";
+  if (back.Run.Ending == core::CommandEnding::Stopped) {
+    back.Run.Code = ExitCode::Stopped;
+  } else if (back.Run.Ending == core::CommandEnding::FileError) {
+    back.Run.Code = ExitCode::FileError;
+  } else if (answered && lock != fuse::kReadLocked) {
+    back.Doubt = NotLocked();
+  } else {
+    // Addresses or zeros come in the place of the signature.
+    const std::string& signature = session.StatusBar().Signature();
+    const bool hidden = asked && (signature == "00:01:02" || signature == "00:00:00");
+    if (!answered && !hidden) back.Doubt = NoAnswerBehindLock();
   }
-  return Problem{.Code = problem::kNotReadBack,
-                 .Text = {"ロックビットを書き込みましたが、その後デバイスが応答しません。プロテクト"
-                          "されたかどうかは分かりません。接続と接触を確かめてください",
-                          "the lock bits were written, and the device does not answer after it; "
-                          "whether it is locked is not known: check the connection and the "
-                          "contacts"}};
+  if (!back.Doubt && back.Run.Code == ExitCode::Success) back.Field = back.WhyNot;
 }
 
 /// What each list is to show once the bytes are read back: not every item has bits of its own.
@@ -208,8 +238,7 @@ ReadBack ReadBackFuses(Session& session, const FuseBytes& written) {
     back.Field = back.WhyNot;
     const bool read_locked = session.Fuses().SelectedIndex(FuseList::Lock) == fuse::kReadLocked;
     if (!read_locked || fuse::DisablesReset(session.Context())) return back;
-    back.Doubt = WhyNotReadLocked(session);
-    if (back.Doubt) back.Field = "failed";
+    LookAtReadLock(session, back);
     return back;
   }
   const FuseChoices expected = ExpectedChoices(session, written);

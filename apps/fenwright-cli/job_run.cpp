@@ -143,8 +143,8 @@ core::Sentence DescribeFuses(Session& session, const FuseOrder& order) {
                       fields + (defaults ? ", the others get their defaults"
                                          : ", the others as the chip has them")};
   if (LocksAgainstReading(session, order)) {
-    text.Japanese += "。書き、シグネチャーが読めなくなったことを確かめる";
-    text.English += "; written, and no signature may be read after it";
+    text.Japanese += "。書き、プロテクトされたことを確かめる";
+    text.English += "; written, and the device looked at whether it is locked";
   } else if (readable) {
     text.Japanese += "。二度読み、書き、読み戻す";
     text.English += "; read twice, written, read back";

@@ -252,7 +252,7 @@ Outcome CheckWritten(Session& session, const Plan& plan, DeviceRun run, nlohmann
   const ReadBack back = ReadBackFuses(session, plan.NewBytes);
   fields["read_back"] = back.Field;
   run.Seconds += back.Run.Seconds;
-  if (!back.WhyNot.empty() && !back.Doubt) {
+  if (!back.WhyNot.empty() && !back.Doubt && back.Run.Code == ExitCode::Success) {
     session.Out().Print(session.In({"読み戻していません: ", "not read back: "}) + back.WhyNot);
     return TellDeviceRun(session, run, fields);
   }

@@ -1021,7 +1021,7 @@ TEST_F(Cli, ALockThatIsAcknowledgedAndNotTakenFails) {
   for (const auto& [device, write] : {std::pair{"ATtiny12L", "2"}, {"AT90S8515", "1"}}) {
     BoardProgram board(device, {"--fault", std::string("lie@") + write});
     const CliResult told = On(board, "--json write-fuses LOCK=write-verify", device);
-    EXPECT_THAT(told, AllOf(Ends(1), Warns("still gives its signature: it is not locked")));
+    EXPECT_THAT(told, AllOf(Ends(1), Warns("written write-verify, and the device is not locked")));
     EXPECT_EQ(told.Json()["error"]["code"], "fuses-differ");
     EXPECT_EQ(told.Json()["read_back"], "failed");
     EXPECT_THAT(On(board, "write-fuses LOCK=write-verify", device), Ends(0));
@@ -1039,7 +1039,7 @@ TEST_F(Cli, ADeviceThatDoesNotAnswerAfterItsLockIsNotSaidToBeLocked) {
   }
   BoardProgram board("ATtiny12L", {"--fault", "hangup@" + std::to_string(last - 2)});
   const CliResult told = On(board, "--json write-fuses LOCK=write-verify");
-  EXPECT_THAT(told, AllOf(Ends(1), Warns("whether it is locked is not known")));
+  EXPECT_THAT(told, AllOf(Ends(1), Warns("does not tell whether it is locked")));
   EXPECT_EQ(told.Json()["error"]["code"], "not-read-back");
 }
 

@@ -212,7 +212,7 @@ TEST_F(Workbench, AChipThatDoesNotTakeItsLockFails) {
       kChip, {"--fault", "lie@" + std::to_string(writes.size() - 1), "--state", Path("state")});
   std::filesystem::remove(Path("shift.csv"));
   const CliResult result = OnPort(board, "run job.json");
-  EXPECT_THAT(result, AllOf(Ends(1), Warns("it is not locked")));
+  EXPECT_THAT(result, AllOf(Ends(1), Warns("the device is not locked")));
   ASSERT_THAT(Rows(), SizeIs(1));
   EXPECT_THAT(Rows()[0], HasSubstr(",fail,fuses-differ,"));
   EXPECT_THAT(Get("state"), HasSubstr("\nlock 3\n"));

@@ -86,7 +86,7 @@ DeviceRun WriteAndReadBack(Session& session, nlohmann::json& fields) {
   fields["read_back"] = back.Field;
   if (back.Doubt) {
     run.Code = session.Fail(ExitCode::Failed, *back.Doubt);
-  } else if (back.WhyNot.empty()) {
+  } else if (back.WhyNot.empty() || back.Run.Code != ExitCode::Success) {
     run = back.Run;
   }
   return run;
