@@ -137,11 +137,11 @@ ExitCode ChipRecord::Open(Session& session) {
   if (!IsRecord(content)) return session.Fail(ExitCode::FileError, NoRecord(path_));
   const bool begun = content.starts_with(kHeader);
   if (begun) {
-    DropCutRow(content);
-  } else {
-    CutTo(path_, 0);
+    result = DropCutRow(content);
+  } else if (!missing) {
+    result = CutTo(path_, 0);
   }
-  result = AppendDurably(path_, begun ? "" : kHeader);
+  if (result || missing) result = AppendDurably(path_, begun ? "" : kHeader);
   if (!result) return FailWrite(session, path_, result);
   if (const ExitCode code = TakeOverOpenRows(session); code != ExitCode::Success) return code;
   hold_ = std::move(hold);
@@ -155,9 +155,10 @@ std::map<std::string, std::string> ChipRecord::OpenRows() const {
   const std::filesystem::path record = std::filesystem::absolute(ToPath(path_), error);
   const std::string own = ToUtf8(record.filename());
   std::map<std::string, std::string> rows;
-  for (const auto& entry : std::filesystem::directory_iterator(record.parent_path(), error)) {
-    if (!IsOpenRowOf(own, ToUtf8(entry.path().filename()))) continue;
-    const std::string path = ToUtf8(entry.path());
+  std::filesystem::directory_iterator entry(record.parent_path(), error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (!IsOpenRowOf(own, ToUtf8(entry->path().filename()))) continue;
+    const std::string path = ToUtf8(entry->path());
     std::string row;
     if (files.Read(path, row)) rows[path] = row;
   }
@@ -165,17 +166,15 @@ std::map<std::string, std::string> ChipRecord::OpenRows() const {
 }
 
 /// Takes away a last row that a crash has cut short: its chip's row is open still, and is whole.
-void ChipRecord::DropCutRow(const std::string& content) const {
+platform::FileResult ChipRecord::DropCutRow(const std::string& content) const {
   const std::size_t last = content.rfind('\n') + 1;
   const std::string_view cut = std::string_view(content).substr(last);
-  if (cut.empty() || FieldsOf(cut) == kFields) return;
+  if (cut.empty() || FieldsOf(cut) == kFields) return {};
   for (const auto& [path, row] : OpenRows()) {
     const std::string key = fmt::format("{},", KeyOf(row));
-    if (cut.starts_with(key) || key.starts_with(cut)) {
-      CutTo(path_, last);
-      return;
-    }
+    if (cut.starts_with(key) || key.starts_with(cut)) return CutTo(path_, last);
   }
+  return {};
 }
 
 ExitCode ChipRecord::TakeOverOpenRows(Session& session) {

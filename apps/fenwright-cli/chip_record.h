@@ -56,7 +56,7 @@ class ChipRecord {
  private:
   [[nodiscard]] std::string PathOfOpenRow(const std::string& board) const;
   [[nodiscard]] std::map<std::string, std::string> OpenRows() const;
-  void DropCutRow(const std::string& content) const;
+  [[nodiscard]] platform::FileResult DropCutRow(const std::string& content) const;
   ExitCode TakeOverOpenRows(Session& session);
 
   std::string path_;

@@ -16,11 +16,13 @@ namespace {
 
 namespace system_file = platform::system_file;
 
+/// `touched`: whether the file was opened, so that some of the bytes may be in it.
 platform::FileResult WriteThrough(const std::string& path, std::string_view bytes,
-                                  system_file::Way way) {
+                                  system_file::Way way, bool& touched) {
   system_file::Prepare();
   system_file::Handle handle{};
   platform::FileResult result = system_file::Open(path, way, system_file::Links::Follow, handle);
+  touched = static_cast<bool>(result);
   if (!result) return result;
   while (result && !bytes.empty()) result = system_file::Write(handle, bytes);
   if (result) result = system_file::Flush(handle);
@@ -52,26 +54,32 @@ void ReleaseInProcess(const std::string& path) {
 
 }  // namespace
 
-void CutTo(const std::string& path, std::size_t size) {
-  std::error_code ignored;
-  if (std::filesystem::file_size(ToPath(path), ignored) > size && !ignored) {
-    std::filesystem::resize_file(ToPath(path), size, ignored);
-  }
+platform::FileResult CutTo(const std::string& path, std::size_t size) {
+  std::error_code error;
+  const auto now = std::filesystem::file_size(ToPath(path), error);
+  if (!error && now > size) std::filesystem::resize_file(ToPath(path), size, error);
+  if (!error) return {};
+  return {.Code = platform::FileResult::Status::Failed, .Reason = error.message()};
 }
 
 platform::FileResult AppendDurably(const std::string& path, std::string_view lines,
                                    std::string_view cut) {
   std::string content;
-  platform::SystemTextFiles().Read(path, content);
+  const platform::FileResult read = platform::SystemTextFiles().Read(path, content);
+  // Of a file that cannot be read nobody knows how it ends.
+  if (!read && read.Code != platform::FileResult::Status::NotFound) return read;
   const bool is_cut = !lines.empty() && !content.empty() && !content.ends_with('\n');
   const std::string end = is_cut ? std::string(cut) + "\n" : "";
-  const auto result = WriteThrough(path, end + std::string(lines), system_file::Way::Append);
-  if (!result && !lines.empty()) CutTo(path, content.size());
+  bool touched = false;
+  const platform::FileResult result =
+      WriteThrough(path, end + std::string(lines), system_file::Way::Append, touched);
+  if (!result && touched) CutTo(path, content.size());
   return result;
 }
 
 platform::FileResult WriteDurably(const std::string& path, std::string_view content) {
-  return WriteThrough(path, content, system_file::Way::Replace);
+  bool touched = false;
+  return WriteThrough(path, content, system_file::Way::Replace, touched);
 }
 
 FileHold::FileHold(const std::string& path, double seconds) : path_(path) {

@@ -21,8 +21,8 @@ platform::FileResult AppendDurably(const std::string& path, std::string_view lin
 /// The same for a file's whole content.
 platform::FileResult WriteDurably(const std::string& path, std::string_view content);
 
-/// Takes away what a file has beyond a size in bytes; where that fails it stays.
-void CutTo(const std::string& path, std::size_t size);
+/// Takes away what a file has beyond a size in bytes.
+platform::FileResult CutTo(const std::string& path, std::size_t size);
 
 /// Keeps every other run of the program, and every other thread of this one, from the file for its
 /// lifetime, by a lock on a file of its name with ".lock" behind it. A run that was killed holds

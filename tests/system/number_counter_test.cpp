@@ -2,6 +2,8 @@
 
 #include "fenwright-cli/number_counter.h"
 
+#include <sys/resource.h>
+
 #include "fenwright-cli/durable_file.h"
 #include "support/process.h"
 
@@ -88,6 +90,20 @@ TEST_F(Counter, WhatBecameOfANumberIsNoted) {
   EXPECT_EQ(GoOn().Note(2, false), std::nullopt);
   EXPECT_THAT(ReadFile(path_), EndsWith("\nused 1\nfailed 2\n"));
   EXPECT_EQ(Take(GoOn()), "3");
+}
+
+TEST_F(Counter, NothingIsLostOfAFileThatCanNeitherBeReadNorOpened) {
+  Put("first 1\ntaken 1 x y\n");
+  const std::string content = ReadFile(path_);
+  rlimit limit{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+  rlimit none = limit;
+  none.rlim_cur = 0;  // no further file can be opened; paths still work
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  const platform::FileResult result = AppendDurably(path_, "used 1\n", " ~");
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_FALSE(result);
+  EXPECT_EQ(ReadFile(path_), content);
 }
 
 TEST_F(Counter, ALineThatWasCutShortHasGivenNothing) {
