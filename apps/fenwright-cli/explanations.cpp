@@ -295,7 +295,9 @@ const auto& Table() {
         "a file has what the EEPROM of a device held whose run was interrupted behind the erase, "
         "and "
         "the EEPROM of the one in the socket is erased"},
-       {"それがそのデバイスかどうかを確かめます。", "whether it is that device"},
+       {"それがそのデバイスか、ほかの実行がそのフォルダーで作業中でないかを確かめます。",
+        "whether it is that device, and whether another run of the program is at work in the "
+        "folder"},
        {"そのデバイスなら program --data "
         "でファイルを書き戻し、ファイルを消してから、もう一度実行しま"
         "す。ほかのデバイスなら、ファイルを別のフォルダーに移します。",

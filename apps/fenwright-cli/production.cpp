@@ -235,7 +235,7 @@ Outcome Produce(Session& session, const Production& production) {
     }
     // The board went before the chip was looked at; it is waited for.
     if (code == ExitCode::NoProgrammer && !row.Begun) {
-      ++tally.Unreached;
+      if (production.Key != nullptr) ++tally.Unreached;
       continue;
     }
     // The second Ctrl-C, which the user means for the chip as well.

@@ -32,6 +32,12 @@ class FilesAtWork {
     const std::scoped_lock lock(Mutex());
     Paths().erase(path);
   }
+  /// Deletes a file, too, so that nobody sees it between.
+  static void Delete(platform::TextFiles& files, const std::string& path) {
+    const std::scoped_lock lock(Mutex());
+    files.Delete(path);
+    Paths().erase(path);
+  }
   static bool Has(const std::string& path) {
     const std::scoped_lock lock(Mutex());
     return Paths().contains(path);
@@ -53,7 +59,13 @@ struct KeptEeprom {
   KeptEeprom() = default;
   KeptEeprom(const KeptEeprom&) = delete;
   KeptEeprom& operator=(const KeptEeprom&) = delete;
-  ~KeptEeprom() { FilesAtWork::Remove(File); }
+  ~KeptEeprom() {
+    if (!File.empty()) FilesAtWork::Remove(File);
+  }
+  void DeleteFile(Session& session) {
+    if (!File.empty()) FilesAtWork::Delete(session.Context().Storage.Files, File);
+    File.clear();
+  }
 
   DeviceRun
       Run;  ///< of its reading; when it failed the cause is printed, or is for the run to tell
@@ -122,16 +134,18 @@ std::string FindLeftOver(Session& session, const std::string& folder,
                          const std::vector<std::uint8_t>& content) {
   const std::string start = CopyNameStart(session);
   std::error_code error;
-  const std::filesystem::directory_iterator entries(ToPath(folder.empty() ? "." : folder), error);
-  for (const auto& entry : entries) {
-    const std::filesystem::path& file = entry.path();
+  std::error_code ignored;
+  std::filesystem::directory_iterator entry(ToPath(folder.empty() ? "." : folder), error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    const std::filesystem::path& file = entry->path();
     // With a description beside it, it is part of a safety copy.
     if (!ToUtf8(file.filename()).starts_with(start) || file.extension() != ".eep" ||
-        std::filesystem::exists(std::filesystem::path(file).replace_extension(".json"), error)) {
+        std::filesystem::exists(std::filesystem::path(file).replace_extension(".json"), ignored)) {
       continue;
     }
     const std::string path = ToUtf8(ToPath(folder) / file.filename());
-    if (!FilesAtWork::Has(path) && IsOnItsWayBack(content, EepromOf(session, path))) return path;
+    // In this order: another board may be about to begin with it.
+    if (IsOnItsWayBack(content, EepromOf(session, path)) && !FilesAtWork::Has(path)) return path;
   }
   return "";
 }
@@ -159,7 +173,7 @@ void SaveKept(Session& session, const std::string& folder, KeptEeprom& kept) {
   const auto problem = WhyNotWritten(kept.File, image::WriteDataHexFile(session.Context()));
   state.HexFileLeftOpen = left_open;
   if (!problem) return;
-  session.Context().Storage.Files.Delete(kept.File);
+  kept.DeleteFile(session);
   kept.Run.Code = session.Fail(ExitCode::FileError, *problem);
 }
 
@@ -189,12 +203,11 @@ void KeepEeprom(Session& session, const BackupOptions& backup, const SafetyCopy&
 }
 
 /// The file goes when the device has its content back, or never lost it.
-void TellKept(Session& session, const DeviceRun& run, const KeptEeprom& kept,
-              nlohmann::json& fields) {
+void TellKept(Session& session, const DeviceRun& run, KeptEeprom& kept, nlohmann::json& fields) {
   const bool is_back = run.Code == ExitCode::Success;
   fields["eeprom_kept"] = is_back || !session.State().Command.EraseStarted;
   if (fields["eeprom_kept"]) {
-    session.Context().Storage.Files.Delete(kept.File);
+    kept.DeleteFile(session);
     if (is_back) {
       session.Out().Print(session.In({"EEPROM: 元の内容を書き戻し、照合しました",
                                       "EEPROM: its content was written back and verified"}));
@@ -283,7 +296,7 @@ Programming ProgramChip(Session& session, const ProgramOrder& order, const nlohm
   }
   if (completed.Code != ExitCode::Success) {
     number.Note(session, false);
-    if (!kept.File.empty()) session.Context().Storage.Files.Delete(kept.File);
+    kept.DeleteFile(session);
     done.Refusal = RefuseUntouched(session, completed, done.Fields);
     return done;
   }
