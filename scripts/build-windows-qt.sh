@@ -180,6 +180,10 @@ build() {
     fetch_source
   fi
   say "Cross-building Qt $version for Windows"
+  if ! grep -qsFx "CMAKE_HOME_DIRECTORY:INTERNAL=${own_source:-$work/source}" \
+    "$work/build/CMakeCache.txt"; then
+    rm -rf "$work/build"
+  fi
   cmake -G Ninja -S "${own_source:-$work/source}" -B "$work/build" \
     -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_INSTALL_PREFIX="$folder" \
     -DQT_HOST_PATH=/usr -DQT_HOST_PATH_CMAKE_DIR="$(host_cmake_dir)" \

@@ -78,7 +78,7 @@ bare_system() {
   cp /etc/resolv.conf "$root/etc/resolv.conf"
   # How this machine gets its packages, a proxy for example, and where from: security updates too.
   # Nothing else of its settings, which may name programs that a bare system has not.
-  apt-config dump Acquire >"$root/etc/apt/apt.conf.d/90machine"
+  apt-config dump Acquire | grep -vi 'auto-detect' >"$root/etc/apt/apt.conf.d/90machine"
   # shellcheck disable=SC2016  # apt fills in the names
   apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' \
     'Origin: Debian' | sort -u >"$root/etc/apt/sources.list"
