@@ -228,6 +228,8 @@ if ((with_commands)); then
   git archive HEAD | tar -C "$clone/fenwright" -xf -
   check "scripts/run.sh" inside "$clone" /fenwright/scripts/run.sh
   check "scripts/test.sh" inside "$clone" /fenwright/scripts/test.sh
+  # Where its time went, and what needed a second try.
+  grep -E '^(passed|FAILED|did not pass)' "$scratch/log" | sed 's/^/    /' || true
 fi
 
 echo
